@@ -1,0 +1,32 @@
+#pragma once
+// Decodes the picture files that a camera sends (Docs/Protocol.md, "Picture files").
+
+#include "ImagingLibrary/image_t.h"
+
+#include <istream>
+#include <string>
+
+namespace Korva {
+
+/// Decodes a PNG file (ISO/IEC 15948) from a stream that stands at its start. Grey, RGB, palette (as RGB),
+/// grey with alpha and RGBA, of 8 bits (1, 2 and 4 are expanded) or 16 bits, little-endian.
+///
+/// `text` gets the text of the first text chunk that stands before the pixels, whatever its key; it is left
+/// alone where there is none.
+///
+/// An empty image where the file is broken, cut short or too large, and where a transparency chunk makes
+/// its rows other than the format says. Never throws. What is wrong with the file libpng says on standard
+/// error.
+image_t decodePng(std::istream& file, std::string& text);
+
+/// Decodes an uncompressed SGI image file from a stream that stands at its start: 1, 3 or 4 channels.
+///
+/// Of a 16-bit file the pixels are read, and what a cut-off file does not hold is zero. An 8-bit file gives a
+/// picture of its size whose pixels are all zero: they are deliberately not read.
+///
+/// An empty image where the header is not one that is accepted, cut short, or announces too large a
+/// picture. Never throws. A stream over Korva's own memory buffer is read where its bytes lie; any other is
+/// read from front to back, without seeking.
+image_t decodeSgi(std::istream& file);
+
+} // namespace Korva

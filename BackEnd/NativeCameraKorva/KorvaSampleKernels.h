@@ -1,0 +1,23 @@
+#pragma once
+// The loops over many bytes, vectorised for the processor that runs them.
+
+#include <cstddef>
+#include <cstdint>
+
+namespace Korva {
+
+/// The sum, modulo 65536, of `count` bytes. Null is allowed for 0 bytes.
+std::uint16_t sumOfBytes(const unsigned char* bytes, std::size_t count) noexcept;
+
+/// Interleaves one row: for each of `pixels` pixels one sample of each of `channels` (1, 3 or 4) planes.
+/// `planes[c]` points to `pixels` big-endian 16-bit samples, at any address; `row` receives
+/// pixels x channels little-endian ones. The row does not overlap the planes.
+void interleaveRow(const unsigned char* const* planes, std::size_t channels, std::size_t pixels,
+                   unsigned char* row) noexcept;
+
+/// Reduces pixels x `samplesPerPixel` (1 or 3) 16-bit samples in host byte order at `samples` to 8-bit ones,
+/// in place: sample x becomes byte min(x >> 6, 255) at the front of the buffer, so that 14-bit samples fill
+/// 0 to 255 and 16384 and above saturate. Returns the number of pixels whose samples were all zero.
+std::size_t reduceSamples(unsigned char* samples, std::size_t pixels, std::size_t samplesPerPixel) noexcept;
+
+} // namespace Korva

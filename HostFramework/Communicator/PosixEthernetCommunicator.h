@@ -1,0 +1,50 @@
+#pragma once
+// The host's TCP client.
+
+#include "Communicator/EthernetCommunicator.h"
+
+#include <cstddef>
+#include <functional>
+#include <memory>
+
+/// A TCP connection to one device over the system's sockets.
+class HOSTFRAMEWORK_EXPORT PosixEthernetCommunicator : public EthernetCommunicator {
+public:
+    /// Called while a read is going on: the bytes received so far and the bytes asked for, of this read.
+    using ProgressObserver = std::function<void(std::size_t received, std::size_t expected)>;
+
+    /// How long a connect may take where `connectTimeoutMs` is -1.
+    static constexpr int defaultConnectTimeoutMs = 5000;
+
+    /// `address`: an IPv4 address in dotted decimal or a host name. `port`: 1 to 65535. `connectTimeoutMs`:
+    /// milliseconds, -1 for the default. Does not connect: a Connector does.
+    PosixEthernetCommunicator(const std::wstring& address, int port, int connectTimeoutMs);
+    ~PosixEthernetCommunicator() override;
+
+    std::wstring getAddress() const override;
+    int getPort() const override;
+
+    /// Sends all or throws DeviceException, also where the device takes nothing for 10 s.
+    /// `discardUnread` drops unread input, bounded in bytes and time, before sending.
+    void writeBytes(const void* data, unsigned int count, bool discardUnread, int reserved) override;
+
+    /// A read of at most 16 bytes waits for all of them. A larger one goes on until all have come or, once
+    /// something has come, until the line has been quiet for 20 ms. Either ends at `timeoutMs` from its start
+    /// and returns what it has, 0 if nothing. A connection that broke or was closed with nothing read throws
+    /// DeviceException; with something read, the next read does.
+    int readBytes(void* data, unsigned int count, int reserved, unsigned int timeoutMs) override;
+
+    bool isConnected() const override;
+
+    /// Sets or, with an empty function, removes the observer. It runs on the reading thread, at most about
+    /// every 64 KiB, and at the end of a read. What it throws ends the read and reaches the caller.
+    void setProgressObserver(ProgressObserver observer);
+
+protected:
+    void connect() override;
+    void disconnect() noexcept override;
+
+private:
+    struct State;
+    std::unique_ptr<State> state_;
+};

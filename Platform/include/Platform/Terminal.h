@@ -1,0 +1,24 @@
+#pragma once
+// What the command-line tool asks of its terminal and of Ctrl-C.
+
+#include <cstdio>
+
+namespace Platform {
+
+/// True where `stream` is a terminal.
+bool isTerminal(std::FILE* stream);
+
+/// The terminal's width in columns; 80 where `stream` is no terminal or does not say.
+int terminalColumns(std::FILE* stream);
+
+/// From now on Ctrl-C and a polite request to end set a flag instead of ending the process. A second one
+/// ends the process at once.
+void catchInterrupts();
+
+/// True once an interrupt came after catchInterrupts(). Any thread.
+bool interrupted();
+
+/// Flushes the file's bytes to the device. False where that fails (a full disk shows up here).
+bool flushToDevice(std::FILE* file);
+
+} // namespace Platform

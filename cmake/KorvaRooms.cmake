@@ -1,0 +1,42 @@
+# Every room of the repository is a target of its own, made ready by korva_room(): the language, the
+# warnings and the visibility are the same everywhere, the include directories are not.
+
+add_library(KorvaBuildFlags INTERFACE)
+target_compile_features(KorvaBuildFlags INTERFACE cxx_std_20)
+target_compile_options(KorvaBuildFlags INTERFACE -Wall -Wextra -Wpedantic -Wconversion -Wshadow -Werror)
+if(KORVA_SANITIZERS)
+  target_compile_options(KorvaBuildFlags INTERFACE
+    -fsanitize=${KORVA_SANITIZERS} -fno-sanitize-recover=all -fno-omit-frame-pointer)
+  target_link_options(KorvaBuildFlags INTERFACE -fsanitize=${KORVA_SANITIZERS})
+endif()
+if(KORVA_COVERAGE)
+  target_compile_options(KorvaBuildFlags INTERFACE --coverage -fprofile-abs-path)
+  target_link_options(KorvaBuildFlags INTERFACE --coverage)
+endif()
+if(KORVA_FUZZING)
+  target_compile_options(KorvaBuildFlags INTERFACE -fsanitize=fuzzer-no-link)
+endif()
+
+function(korva_room target)
+  target_link_libraries(${target} PRIVATE $<BUILD_INTERFACE:KorvaBuildFlags>)
+  set_target_properties(${target} PROPERTIES
+    CXX_EXTENSIONS OFF
+    CXX_VISIBILITY_PRESET hidden
+    VISIBILITY_INLINES_HIDDEN ON
+    POSITION_INDEPENDENT_CODE ON
+    BUILD_RPATH_USE_ORIGIN ON
+    INSTALL_RPATH "$ORIGIN;$ORIGIN/../${CMAKE_INSTALL_LIBDIR}")
+endfunction()
+
+# korva_test(NAME SOURCES file... LIBRARIES target... [LABELS label...])
+# A GoogleTest program whose cases ctest lists one by one.
+function(korva_test name)
+  cmake_parse_arguments(arg "" "" "SOURCES;LIBRARIES;LABELS" ${ARGN})
+  add_executable(${name} ${arg_SOURCES})
+  korva_room(${name})
+  set_target_properties(${name} PROPERTIES RUNTIME_OUTPUT_DIRECTORY "${CMAKE_BINARY_DIR}/tests")
+  target_link_libraries(${name} PRIVATE ${arg_LIBRARIES} TestMain GTest::gmock)
+  gtest_discover_tests(${name}
+    DISCOVERY_TIMEOUT 60
+    PROPERTIES TIMEOUT 300 LABELS "${arg_LABELS}")
+endfunction()
