@@ -54,8 +54,9 @@ void SetLastError(DWORD code);
 /// sequence becomes U+FFFD as the Unicode standard's "substitution of maximal subparts" has it, or
 /// MB_ERR_INVALID_CHARS, where malformed text gives 0 and ERROR_NO_UNICODE_TRANSLATION; any other flag
 /// gives 0 and ERROR_INVALID_FLAGS. `textBytes` is the number of bytes at `text`, or -1 for a
-/// zero-terminated text whose terminator is converted and counted too; 0 bytes, a null text, a negative
-/// `wideCount`, and a null `wide` with a non-zero `wideCount` give 0 and ERROR_INVALID_PARAMETER.
+/// zero-terminated text whose terminator is converted and counted too; 0 bytes, any other negative number,
+/// a null text, a negative `wideCount`, a non-zero `wideCount` with a `wide` that is null or the text's own
+/// address, and a result of more than INT_MAX units give 0 and ERROR_INVALID_PARAMETER.
 /// With `wideCount` 0 nothing is written and the number of wchar_t needed is returned. A buffer that is
 /// too small gives 0 and ERROR_INSUFFICIENT_BUFFER, and nothing beyond `wideCount` is written.
 ///
