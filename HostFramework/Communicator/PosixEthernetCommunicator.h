@@ -25,7 +25,8 @@ public:
     int getPort() const override;
 
     /// Sends all or throws DeviceException, also where the device takes nothing for 10 s.
-    /// `discardUnread` drops unread input, bounded in bytes and time, before sending.
+    /// `discardUnread` drops unread input before sending; where there is any, until the line has been quiet
+    /// for 20 ms, at most 64 MiB and 3 s.
     void writeBytes(const void* data, unsigned int count, bool discardUnread, int reserved) override;
 
     /// A read of at most 16 bytes waits for all of them. A larger one goes on until all have come or, once
@@ -34,10 +35,13 @@ public:
     /// DeviceException; with something read, the next read does.
     int readBytes(void* data, unsigned int count, int reserved, unsigned int timeoutMs) override;
 
+    /// False as soon as a failure was noticed: the connection is closed then, and the next Connector opens a
+    /// new one, also below an outer hold. Until then every operation throws with the failure's reason.
     bool isConnected() const override;
 
     /// Sets or, with an empty function, removes the observer. It runs on the reading thread, at most about
-    /// every 64 KiB, and at the end of a read. What it throws ends the read and reaches the caller.
+    /// every 64 KiB, and at the end of a read. What it throws ends the read and reaches the caller. It must
+    /// not set the observer.
     void setProgressObserver(ProgressObserver observer);
 
 protected:

@@ -140,8 +140,6 @@ SocketResult TcpSocket::receive(void* data, std::size_t count, Clock::time_point
             continue;
         if (!wouldBlock(errno))
             return failedWith(errno);
-        if (Clock::now() >= deadline)
-            return timedOut();
         const int ready = waitFor(descriptor_, POLLIN, deadline);
         if (ready < 0)
             return failedWith(errno);

@@ -2,9 +2,7 @@
 // UTF-8 to wide units and back, for wide units of 16 bits (UTF-16) and of 32 bits (whole code points).
 
 #include <cstddef>
-#include <cstdint>
 #include <optional>
-#include <type_traits>
 
 namespace Platform::Utf {
 
@@ -17,7 +15,7 @@ struct Decoded {
     bool wellFormed;
 };
 
-inline bool isSurrogate(std::uint32_t value) noexcept {
+inline bool isSurrogate(char32_t value) noexcept {
     return value >= 0xD800 && value <= 0xDFFF;
 }
 
@@ -49,7 +47,7 @@ inline Decoded decodeUtf8(const unsigned char* text, std::size_t count) noexcept
 template <class Wide>
 Decoded decodeWide(const Wide* wide, std::size_t count) noexcept {
     static_assert(sizeof(Wide) == 2 || sizeof(Wide) == 4);
-    const std::uint32_t first = std::make_unsigned_t<Wide>(wide[0]);
+    const auto first = static_cast<char32_t>(wide[0]);
     if (!isSurrogate(first)) {
         if (first > 0x10FFFF)
             return {replacementCharacter, 1, false};
@@ -58,7 +56,7 @@ Decoded decodeWide(const Wide* wide, std::size_t count) noexcept {
     if constexpr (sizeof(Wide) == 2) {
         const bool isPair = first < 0xDC00 && count > 1 && isSurrogate(wide[1]) && wide[1] >= 0xDC00;
         if (isPair)
-            return {0x10000 + ((first - 0xD800) << 10) + (wide[1] - 0xDC00u), 2, true};
+            return {0x10000 + ((first - 0xD800) << 10) + (static_cast<char32_t>(wide[1]) - 0xDC00), 2, true};
     }
     return {replacementCharacter, 1, false};
 }

@@ -10,7 +10,8 @@
 namespace ReferenceHost {
 
 /// Sets the folder that PlenarDiagnostics::getImagesSubDirectory() answers with. Unset, it is
-/// "korva-diagnostics" in the system's folder for temporary files. Any thread.
+/// "korva-diagnostics" in the system's folder for temporary files, or in the current folder where the system
+/// names none. Any thread.
 HOSTFRAMEWORK_EXPORT void setImagesSubDirectory(const std::wstring& folder);
 
 /// Sets a developer setting, UTF-8; a setting object sees it at its next value(). Any thread.
