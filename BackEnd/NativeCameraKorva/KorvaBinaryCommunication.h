@@ -29,9 +29,8 @@ KORVA_EXPORT std::uint16_t* getChkSum(Header* header);
 
 /// Encodes one request and hands it to the transport in one write.
 ///
-/// False, with an error line and nothing written, for more than 255 arguments, for an argument of more than 4
-/// value bytes and for a buffer that cannot be had. `args` is not changed. What the transport throws passes
-/// to the caller.
+/// False, with an error line and nothing written, for more than 255 arguments and for an argument of more
+/// than 4 value bytes. `args` is not changed. What the transport throws passes to the caller.
 KORVA_EXPORT bool createAndSendMessage(Command command, std::vector<FullArg>& args,
                                        Communicator* communicator);
 
@@ -40,10 +39,10 @@ KORVA_EXPORT bool createAndSendMessage(Command command, std::vector<FullArg>& ar
 ///
 /// True where the message was read and its checksum matches, and, with a warn line, where the checksum of a
 /// message whose first argument is a GetImage does not. False, with an error or warn line, where bytes are
-/// missing, where an argument runs past the announced length (the sum V + T taken in 32 bits), where an
-/// argument other than GetImage announces more than 4 value bytes, where an argument's length wraps that sum,
-/// and where a GetImage value is above the limit or its memory cannot be had. On failure arguments already
-/// read stay in `args`. What the transport throws passes to the caller.
+/// missing, where the transport answers a read with more than was asked or less than nothing, where an
+/// argument runs past the announced length, where an argument other than GetImage announces more than 4 value
+/// bytes, and where a GetImage value is above the limit or its memory cannot be had. On failure arguments
+/// already read stay in `args`. What the transport throws passes to the caller.
 KORVA_EXPORT bool parseIncomingMessage(Communicator* communicator, Header& header,
                                        std::vector<FullArg>& args);
 

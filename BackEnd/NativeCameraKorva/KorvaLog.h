@@ -14,7 +14,7 @@
     do {                                                                                                     \
         if ((logger)->is##LevelName##Enabled()) {                                                            \
             std::ostringstream korvaLogStream;                                                               \
-            korvaLogStream << message;                                                                       \
+            korvaLogStream << message; /* NOLINT(bugprone-macro-parentheses): a chain of insertions */       \
             (logger)->forcedLog(log4cxx::Level::get##LevelName(), korvaLogStream.str(),                      \
                                 log4cxx::spi::LocationInfo("BackEnd/NativeCameraKorva/" file, file,          \
                                                            __LOG4CXX_FUNC__, line));                         \

@@ -1,0 +1,62 @@
+#include "NativeCameraKorva/KorvaImageDump.h"
+
+#include "NativeCameraKorva/KorvaLog.h"
+#include "Platform/CRuntime.h"
+#include "Platform/Text.h"
+#include "VantrelCommon/PlenarDiagnostics.h"
+
+#include <filesystem>
+#include <regex>
+#include <string>
+
+namespace Korva {
+namespace {
+
+const log4cxx::LoggerPtr logger = log4cxx::Logger::getLogger("Plenar.KorvaCamera.KorvaCapture");
+
+constexpr char separator = static_cast<char>(std::filesystem::path::preferred_separator);
+
+/// The local time as the C library writes it, without what a file name cannot hold; empty where there is
+/// none.
+std::string timeText() {
+    const __time64_t now = _time64(nullptr);
+    const char* const formatted = _ctime64(&now);
+    if (formatted == nullptr)
+        return {};
+    std::string text = formatted;
+    text.pop_back(); // the newline
+    return std::regex_replace(text, std::regex("\\*|:"), "-");
+}
+
+void writeFile(const std::string& path, const Binary::FullArg& picture) {
+    std::FILE* const file = Platform::fopen(path.c_str(), "wb");
+    if (file == nullptr)
+        return;
+    // Nothing is reported, so neither result is looked at.
+    static_cast<void>(
+        Platform::fwrite(picture.data.get(), Binary::bigEndian32(picture.header.length), 1, file));
+    static_cast<void>(Platform::fclose(file));
+}
+
+void writeDump(bool png, const Binary::FullArg& picture) {
+    const std::string time = timeText();
+    if (time.empty() || picture.data == nullptr)
+        return;
+    const std::string name = "KorvaImage " + time;
+    KORVA_LOG(logger, Trace, "KorvaHelper", "Dumping Korva picture to " << name);
+    const std::string folder = Platform::utf8FromWide(PlenarDiagnostics::getImagesSubDirectory());
+    writeFile(folder + separator + name + (png ? ".png" : ".sgi"), picture);
+}
+
+} // namespace
+
+void dumpImage(bool png, Binary::FullArg& picture) {
+    try {
+        writeDump(png, picture);
+    } catch (...) {
+        // A diagnostic aid: short memory or a host that throws must not cost the picture.
+        return;
+    }
+}
+
+} // namespace Korva
