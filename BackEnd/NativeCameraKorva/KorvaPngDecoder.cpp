@@ -1,0 +1,167 @@
+#include "NativeCameraKorva/KorvaPictureDecoding.h"
+#include "NativeCameraKorva/KorvaStreamReading.h"
+
+#include <png.h>
+
+#include <array>
+#include <csetjmp>
+#include <cstddef>
+#include <cstring>
+#include <exception>
+#include <limits>
+#include <vector>
+
+namespace Korva {
+
+namespace {
+
+constexpr std::size_t signatureLength = 8;
+constexpr std::size_t jumpBufferSize = 256;
+// Each text chunk that libpng keeps may unpack to 8 MB; of its usual 1000 a small file could fill the memory.
+constexpr png_uint_32 mostKeptChunks = 32;
+
+/// libpng's read callback. What does not come is zero, so that the end of a cut-off file does not decode from
+/// what memory happens to hold: libpng's checks of chunk types and checksums end it.
+void readForLibpng(png_structp png, png_bytep bytes, std::size_t count) noexcept {
+    auto& file = *static_cast<std::istream*>(png_get_io_ptr(png));
+    const std::size_t came = readBytes(file, bytes, count);
+    std::memset(bytes + came, 0, count - came);
+}
+
+/// libpng's two structures, and where its errors jump to.
+class PngReader {
+public:
+    PngReader() {
+        if (png_ == nullptr)
+            return;
+        info_ = png_create_info_struct(png_);
+        errorReturn_ = png_set_longjmp_fn(png_, std::longjmp, jumpBufferSize);
+    }
+    PngReader(const PngReader&) = delete;
+    PngReader& operator=(const PngReader&) = delete;
+    ~PngReader() { png_destroy_read_struct(&png_, &info_, nullptr); }
+
+    bool isReady() const { return info_ != nullptr && errorReturn_ != nullptr; }
+    png_structp png() const { return png_; }
+    png_infop info() const { return info_; }
+    std::jmp_buf& errorReturn() const { return *errorReturn_; }
+
+private:
+    png_structp png_ = png_create_read_struct("1.6.6", nullptr, nullptr, nullptr);
+    png_infop info_ = nullptr;
+    std::jmp_buf* errorReturn_ = nullptr;
+};
+
+struct PictureForm {
+    std::uint32_t format = 0;
+    std::int32_t width = 0;
+    std::uint32_t height = 0;
+};
+
+std::uint32_t layoutOf(int colourType) {
+    switch (colourType) {
+    case PNG_COLOR_TYPE_GRAY:
+        return image_t::layoutGrey;
+    case PNG_COLOR_TYPE_GRAY_ALPHA:
+        return image_t::layoutGreyAlpha;
+    case PNG_COLOR_TYPE_RGB_ALPHA:
+        return image_t::layoutRgba;
+    default:
+        return image_t::layoutRgb;
+    }
+}
+
+void requestTransformations(png_structp png, int colourType, int bitDepth) {
+    if (colourType == PNG_COLOR_TYPE_PALETTE)
+        png_set_palette_to_rgb(png);
+    if (bitDepth < 8)
+        png_set_expand(png);
+    if (bitDepth == 16)
+        png_set_swap(png);
+    // Without it libpng turns the handling on by itself and complains on standard error.
+    png_set_interlace_handling(png);
+}
+
+// libpng's errors jump into the next two functions, over whatever called it. So neither they nor the read
+// callback have anything to destroy, and what must be freed belongs to their caller.
+
+/// Reads all that stands before the pixels. False where the file is broken or its picture too large.
+bool readForm(const PngReader& reader, std::istream& file, PictureForm& form) {
+    if (setjmp(reader.errorReturn()) != 0) // NOLINT(cert-err52-cpp): libpng's way to report an error
+        return false;
+    const png_structp png = reader.png();
+    png_set_chunk_cache_max(png, mostKeptChunks);
+    png_set_read_fn(png, &file, readForLibpng);
+    png_set_sig_bytes(png, signatureLength);
+    png_read_info(png, reader.info());
+
+    png_uint_32 width = 0;
+    int bitDepth = 0;
+    int colourType = 0;
+    png_get_IHDR(png, reader.info(), &width, &form.height, &bitDepth, &colourType, nullptr, nullptr, nullptr);
+    form.width = static_cast<std::int32_t>(width); // PNG's own limit is 2^31 - 1
+    form.format = layoutOf(colourType) + (bitDepth == 16 ? image_t::depth16 : 0);
+    if (!image_t::isAllocatable(form.format, form.width, form.height))
+        return false;
+
+    requestTransformations(png, colourType, bitDepth);
+    png_read_update_info(png, reader.info());
+    return true;
+}
+
+bool readRows(const PngReader& reader, png_bytepp rows) {
+    if (setjmp(reader.errorReturn()) != 0) // NOLINT(cert-err52-cpp): libpng's way to report an error
+        return false;
+    png_read_image(reader.png(), rows);
+    return true;
+}
+
+std::vector<png_bytep> rowsOf(const image_t& picture) {
+    std::vector<png_bytep> rows(picture.height);
+    for (std::size_t row = 0; row < rows.size(); ++row)
+        rows[row] = picture.pixels.get() + row * picture.bytesPerRow();
+    return rows;
+}
+
+void readFirstText(const PngReader& reader, std::string& text) {
+    png_textp chunks = nullptr;
+    if (png_get_text(reader.png(), reader.info(), &chunks, nullptr) <= 0)
+        return;
+    const png_text& first = chunks[0];
+    const bool international = first.compression >= PNG_ITXT_COMPRESSION_NONE;
+    text.assign(first.text, international ? first.itxt_length : first.text_length);
+}
+
+image_t decode(std::istream& file, std::string& text) {
+    std::array<unsigned char, signatureLength> signature{};
+    if (readBytes(file, signature.data(), signature.size()) != signature.size())
+        return {};
+    if (png_sig_cmp(signature.data(), 0, signature.size()) != 0)
+        return {};
+
+    const PngReader reader;
+    PictureForm form;
+    if (!reader.isReady() || !readForm(reader, file, form))
+        return {};
+
+    image_t picture(form.format, form.width, form.height, nullptr, static_cast<int>(PixelBufferMode::copy));
+    // A transparency chunk adds a channel that the format does not have.
+    if (picture.pixels == nullptr || png_get_rowbytes(reader.png(), reader.info()) != picture.bytesPerRow())
+        return {};
+    if (!readRows(reader, rowsOf(picture).data()))
+        return {};
+    readFirstText(reader, text);
+    return picture;
+}
+
+} // namespace
+
+image_t decodePng(std::istream& file, std::string& text) {
+    try {
+        return decode(file, text);
+    } catch (const std::exception&) {
+        return {}; // no memory for the row table or the text
+    }
+}
+
+} // namespace Korva

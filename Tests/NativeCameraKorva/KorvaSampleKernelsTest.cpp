@@ -1,0 +1,202 @@
+#include "NativeCameraKorva/KorvaSampleKernels.h"
+
+#include <gtest/gtest.h>
+#include <hwy/targets.h>
+
+#include <algorithm>
+#include <cstddef>
+#include <cstring>
+#include <random>
+#include <string>
+#include <vector>
+
+namespace {
+
+constexpr std::size_t mostPixels = 200;
+constexpr unsigned char untouched = 0xA5;
+
+using Bytes = std::vector<unsigned char>;
+
+/// Every instruction set that this processor has and the library was compiled for.
+class SampleKernels : public testing::TestWithParam<std::int64_t> {
+protected:
+    void SetUp() override { hwy::SetSupportedTargetsForTest(GetParam()); }
+    void TearDown() override { hwy::SetSupportedTargetsForTest(0); }
+
+    Bytes noise(std::size_t count) {
+        Bytes bytes(count);
+        std::generate(bytes.begin(), bytes.end(), [this] { return static_cast<unsigned char>(random_()); });
+        return bytes;
+    }
+
+private:
+    std::mt19937 random_{20}; // NOLINT(cert-msc51-cpp): the same bytes in every run
+};
+
+/// `count` bytes that lie `offset` bytes behind an aligned address and end where their memory ends.
+class Placed {
+public:
+    Placed(const Bytes& bytes, std::size_t offset)
+        : offset_(offset), memory_(offset + bytes.size(), untouched) {
+        std::copy(bytes.begin(), bytes.end(), memory_.begin() + static_cast<std::ptrdiff_t>(offset));
+    }
+    unsigned char* get() { return memory_.data() + offset_; }
+
+private:
+    std::size_t offset_;
+    Bytes memory_;
+};
+
+Bytes bytesOf(const std::vector<std::uint16_t>& samples) {
+    Bytes bytes(2 * samples.size());
+    if (!samples.empty())
+        std::memcpy(bytes.data(), samples.data(), bytes.size());
+    return bytes;
+}
+
+struct Reduction {
+    Bytes samples;
+    std::size_t black = 0;
+    bool operator==(const Reduction&) const = default;
+};
+
+Reduction expectedReduction(const std::vector<std::uint16_t>& samples, std::size_t samplesPerPixel) {
+    Reduction result;
+    for (const std::uint16_t sample : samples)
+        result.samples.push_back(static_cast<unsigned char>(std::min(sample / 64, 255)));
+    for (std::size_t i = 0; i < samples.size(); i += samplesPerPixel)
+        result.black += std::all_of(samples.begin() + static_cast<std::ptrdiff_t>(i),
+                                    samples.begin() + static_cast<std::ptrdiff_t>(i + samplesPerPixel),
+                                    [](std::uint16_t sample) { return sample == 0; });
+    return result;
+}
+
+Reduction actualReduction(const std::vector<std::uint16_t>& samples, std::size_t samplesPerPixel,
+                          std::size_t offset) {
+    Placed memory(bytesOf(samples), offset);
+    Reduction result;
+    result.black = Korva::reduceSamples(memory.get(), samples.size() / samplesPerPixel, samplesPerPixel);
+    result.samples.assign(memory.get(), memory.get() + samples.size());
+    return result;
+}
+
+TEST_P(SampleKernels, SumBytesOfEveryLengthAtEveryAddress) {
+    for (std::size_t count = 0; count <= 600; ++count) {
+        const Bytes bytes = noise(count);
+        std::uint32_t expected = 0;
+        for (const unsigned char byte : bytes)
+            expected += byte;
+        for (const std::size_t offset : {0, 1, 2, 3, 17})
+            ASSERT_EQ(Korva::sumOfBytes(Placed(bytes, offset).get(), count), expected & 0xFFFF) << count;
+    }
+}
+
+TEST_P(SampleKernels, SumIsTakenModulo65536) {
+    const Bytes bytes(3'000'001, 0xFF);
+    EXPECT_EQ(Korva::sumOfBytes(bytes.data(), bytes.size()), (bytes.size() * 255) % 65536);
+}
+
+TEST_P(SampleKernels, SumOfNothingIsZeroAndReadsNothing) {
+    EXPECT_EQ(Korva::sumOfBytes(nullptr, 0), 0);
+}
+
+TEST_P(SampleKernels, InterleaveBigEndianPlanesOfEveryLengthAtOddAddresses) {
+    for (const std::size_t channels : {1, 3, 4}) {
+        for (std::size_t pixels = 0; pixels <= mostPixels; ++pixels) {
+            std::vector<Placed> planes;
+            std::vector<const unsigned char*> addresses;
+            Bytes expected(2 * channels * pixels);
+            for (std::size_t channel = 0; channel < channels; ++channel) {
+                const Bytes plane = noise(2 * pixels);
+                for (std::size_t i = 0; i < pixels; ++i) {
+                    expected[2 * (channels * i + channel)] = plane[2 * i + 1];
+                    expected[2 * (channels * i + channel) + 1] = plane[2 * i];
+                }
+                planes.emplace_back(plane, 1 + channel);
+            }
+            for (Placed& plane : planes)
+                addresses.push_back(plane.get());
+            Bytes row(expected.size() + 2, untouched);
+            Korva::interleaveRow(addresses.data(), channels, pixels, row.data());
+            EXPECT_EQ(row[expected.size()], untouched) << channels << ' ' << pixels;
+            row.resize(expected.size());
+            ASSERT_EQ(row, expected) << channels << ' ' << pixels;
+        }
+    }
+}
+
+TEST_P(SampleKernels, ReduceEverySampleValue) {
+    std::vector<std::uint16_t> samples(65536);
+    for (std::size_t i = 0; i < samples.size(); ++i)
+        samples[i] = static_cast<std::uint16_t>(i);
+    EXPECT_EQ(actualReduction(samples, 1, 0), expectedReduction(samples, 1));
+    samples.insert(samples.end(), {1, 2}); // 65538 = 3 x 21846
+    EXPECT_EQ(actualReduction(samples, 3, 0), expectedReduction(samples, 3));
+}
+
+TEST_P(SampleKernels, ReduceRoundsDownAndSaturates) {
+    // Enough of each for whole vectors and the rest behind them.
+    for (const auto& [sample, byte] : {std::pair{0, 0},
+                                       {63, 0},
+                                       {64, 1},
+                                       {127, 1},
+                                       {128, 2},
+                                       {16319, 254},
+                                       {16320, 255},
+                                       {16383, 255},
+                                       {16384, 255},
+                                       {65535, 255}}) {
+        const std::vector<std::uint16_t> samples(3 * mostPixels, static_cast<std::uint16_t>(sample));
+        const Bytes expected(samples.size(), static_cast<unsigned char>(byte));
+        EXPECT_EQ(actualReduction(samples, 1, 0).samples, expected) << sample;
+        EXPECT_EQ(actualReduction(samples, 3, 0).samples, expected) << sample;
+    }
+}
+
+TEST_P(SampleKernels, ReduceInPlaceAtEveryLengthAndAddress) {
+    for (const std::size_t samplesPerPixel : {1, 3}) {
+        for (std::size_t pixels = 0; pixels <= mostPixels; ++pixels) {
+            std::vector<std::uint16_t> samples(pixels * samplesPerPixel);
+            const Bytes bytes = noise(2 * samples.size());
+            if (!bytes.empty())
+                std::memcpy(samples.data(), bytes.data(), bytes.size());
+            for (const std::size_t offset : {0, 1, 2})
+                ASSERT_EQ(actualReduction(samples, samplesPerPixel, offset),
+                          expectedReduction(samples, samplesPerPixel))
+                    << samplesPerPixel << ' ' << pixels << ' ' << offset;
+        }
+    }
+}
+
+TEST_P(SampleKernels, CountPixelsWhoseSamplesAreAllZero) {
+    for (const std::size_t samplesPerPixel : {1, 3}) {
+        for (std::size_t pixels = 0; pixels <= mostPixels; ++pixels) {
+            std::vector<std::uint16_t> samples(pixels * samplesPerPixel);
+            EXPECT_EQ(actualReduction(samples, samplesPerPixel, 0).black, pixels);
+            // Mostly zeros, with small values that the reduction turns into zeros too.
+            const Bytes choice = noise(samples.size());
+            for (std::size_t i = 0; i < samples.size(); ++i)
+                samples[i] = choice[i] < 64 ? choice[i] : 0;
+            ASSERT_EQ(actualReduction(samples, samplesPerPixel, 0),
+                      expectedReduction(samples, samplesPerPixel))
+                << samplesPerPixel << ' ' << pixels;
+        }
+    }
+}
+
+TEST_P(SampleKernels, OneSampleThatIsNotZeroMakesItsPixelAloneNotBlack) {
+    for (const std::size_t samplesPerPixel : {1, 3}) {
+        for (const int value : {1, 256, 65535}) {
+            for (std::size_t i = 0; i < mostPixels * samplesPerPixel; ++i) {
+                std::vector<std::uint16_t> samples(mostPixels * samplesPerPixel);
+                samples[i] = static_cast<std::uint16_t>(value);
+                ASSERT_EQ(actualReduction(samples, samplesPerPixel, 0).black, mostPixels - 1) << i;
+            }
+        }
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(EveryTarget, SampleKernels, testing::ValuesIn(hwy::SupportedAndGeneratedTargets()),
+                         [](const auto& target) { return std::string(hwy::TargetName(target.param)); });
+
+} // namespace
