@@ -1,0 +1,36 @@
+#pragma once
+// One client's conversation in the binary protocol: configure, take, get, and the probe at any time.
+
+#include "Camera/Session.h"
+
+namespace Simulator {
+
+/// A session has its own configuration and picture, so that two clients do not disturb each other.
+/// A configuration drops the picture taken before it; a picture may be fetched more than once.
+/// A header that announces a length no request has is answered with `Error`, and the connection is closed:
+/// where the next message would begin is unknown. Every other wrong request leaves the connection open.
+class BinarySession : public Session {
+public:
+    /// `camera` outlives the session.
+    explicit BinarySession(Camera& camera) : m_camera(camera) {}
+
+    void append(ByteView input) override;
+    std::optional<Reaction> next() override;
+    std::size_t waitingBytes() const override { return m_input.size(); }
+
+private:
+    Reaction answerMessage(ByteView message);
+    Reaction grant(const Request& request);
+    void carryOut(const Request& request);
+    ErrorCode stateError(RequestKind request) const;
+    Reaction loseFraming();
+    void stopListening();
+
+    Camera& m_camera;
+    Bytes m_input;
+    bool m_closed = false;
+    std::optional<Configuration> m_configuration;
+    SharedBytes m_picture; ///< the answer to a get request; null until a picture was taken
+};
+
+} // namespace Simulator

@@ -1,0 +1,145 @@
+#include "Camera/FaultedAnswer.h"
+
+#include "Camera/PngWriter.h"
+#include "Camera/Random.h"
+#include "Camera/SgiWriter.h"
+
+#include <algorithm>
+#include <array>
+#include <utility>
+
+namespace Simulator {
+
+namespace {
+
+constexpr std::uint8_t wrongCommand = 2;
+constexpr std::uint8_t unknownCode = 99;
+constexpr std::size_t longValueBytes = 8;
+constexpr std::size_t garbageBytes = 4096;
+constexpr std::size_t valueOffset = headerBytes + argumentHeaderBytes;
+constexpr std::size_t lengthOffset = 1;
+constexpr std::size_t argumentLengthOffset = headerBytes + 1;
+// Added to the bytes before the value, which a reader counts first, this is 2^32, that is nothing.
+constexpr auto wrappingLength = static_cast<std::uint32_t>(0U - valueOffset);
+
+Argument onlyArgument(ByteView answer) {
+    return {answer[headerBytes], answer.subspan(valueOffset, answer.size() - valueOffset - checksumBytes)};
+}
+
+Bytes withNumber(ByteView answer, std::size_t offset, std::uint32_t number) {
+    Bytes changed(answer.begin(), answer.end());
+    Bytes digits;
+    append32(digits, number);
+    std::ranges::copy(digits, changed.begin() + static_cast<std::ptrdiff_t>(offset));
+    seal(changed);
+    return changed;
+}
+
+Bytes withWrongChecksum(ByteView answer) {
+    Bytes changed(answer.begin(), answer.end());
+    ++changed.back();
+    return changed;
+}
+
+Bytes withSecondArgument(ByteView answer) {
+    const std::array both = {onlyArgument(answer), argument(ArgumentCode::Done)};
+    return encodeMessage(cameraCommand, both);
+}
+
+Bytes withOtherCommand(ByteView answer) {
+    const Argument only = onlyArgument(answer);
+    return encodeMessage(wrongCommand, {&only, 1});
+}
+
+Bytes withUnknownCode() {
+    const Argument only{unknownCode, {}};
+    return encodeMessage(cameraCommand, {&only, 1});
+}
+
+Bytes wrongResponse(ByteView answer) {
+    const bool pictureDue = answer[headerBytes] == static_cast<std::uint8_t>(ArgumentCode::GetImage);
+    return encodeAnswer(pictureDue ? ArgumentCode::Done : ArgumentCode::GetImage);
+}
+
+Bytes garbagePicture(std::uint64_t seed) {
+    Bytes garbage(garbageBytes);
+    for (std::size_t index = 0; index < garbage.size(); ++index)
+        garbage[index] = static_cast<std::uint8_t>(randomBits(seed, index));
+    garbage.front() = 0xAA; // neither format begins so, whatever the seed
+    return encodeAnswer(ArgumentCode::GetImage, garbage);
+}
+
+Bytes emptyPicture(const Configuration& configuration) {
+    const bool png = configuration.format == PictureFormat::Png;
+    const Bytes file = png ? writeEmptyPng() : writeSgi({{0, 0}, configuration.channels(), {}});
+    return encodeAnswer(ArgumentCode::GetImage, file);
+}
+
+std::vector<Action> send(Bytes message) {
+    return {sendWhole(std::make_shared<const Bytes>(std::move(message)))};
+}
+
+Action sendBeginning(const Fault& fault, const SharedBytes& answer) {
+    const std::size_t wanted = fault.number ? *fault.number : answer->size() / 2;
+    return SendBytes{answer, std::min(wanted, answer->size()), 0, {}};
+}
+
+} // namespace
+
+Action sendWhole(SharedBytes answer) {
+    const std::size_t length = answer->size();
+    return SendBytes{std::move(answer), length, 0, {}};
+}
+
+std::vector<Action> faultedAnswer(const Fault& fault, const SharedBytes& answer, const Camera& camera,
+                                  const Configuration& configuration) {
+    const std::chrono::milliseconds pause{fault.pauseMs};
+    const auto length = static_cast<std::uint32_t>(answer->size());
+    switch (fault.kind) {
+    case FaultKind::Checksum:
+        return send(withWrongChecksum(*answer));
+    case FaultKind::Error:
+        return send(encodeErrorAnswer(fault.number.value_or(0)));
+    case FaultKind::WrongResponse:
+        return send(wrongResponse(*answer));
+    case FaultKind::NoArgument:
+        return send(encodeMessage(cameraCommand, {}));
+    case FaultKind::TwoArguments:
+        return send(withSecondArgument(*answer));
+    case FaultKind::WrongCommand:
+        return send(withOtherCommand(*answer));
+    case FaultKind::UnknownCode:
+        return send(withUnknownCode());
+    case FaultKind::LengthLarge:
+        return send(withNumber(*answer, lengthOffset, length * 2));
+    case FaultKind::LengthSmall:
+        return send(withNumber(*answer, lengthOffset, length / 2));
+    case FaultKind::LengthWrap:
+        return send(withNumber(*answer, argumentLengthOffset, wrappingLength));
+    case FaultKind::LongValue:
+        return send(encodeAnswer(ArgumentCode::Done, Bytes(longValueBytes)));
+    case FaultKind::TruncateClose:
+        return {sendBeginning(fault, answer), CloseConnection{}};
+    case FaultKind::TruncateSilent:
+        return {sendBeginning(fault, answer)};
+    case FaultKind::Reset:
+        return {ResetConnection{}};
+    case FaultKind::Delay:
+        return {Pause{pause}, sendWhole(answer)};
+    case FaultKind::Drip:
+        return {SendBytes{answer, answer->size(), fault.number.value_or(1), pause}};
+    case FaultKind::Close:
+        return {CloseConnection{}};
+    case FaultKind::Silent:
+        return {};
+    case FaultKind::GarbagePicture:
+        return send(garbagePicture(camera.settings().seed));
+    case FaultKind::EmptyPicture:
+        return send(emptyPicture(configuration));
+    case FaultKind::BlackPicture:
+        return {sendWhole(camera.blackPictureAnswer(configuration))};
+    }
+    return {};
+}
+
+} // namespace Simulator

@@ -1,0 +1,16 @@
+#pragma once
+// Turns a right answer into what a fault makes of it.
+
+#include "Camera/Session.h"
+
+namespace Simulator {
+
+/// The actions that deliver `answer`, a whole message of one argument, with `fault` applied.
+/// `configuration` says in which format a picture is due and how large a black one is.
+std::vector<Action> faultedAnswer(const Fault& fault, const SharedBytes& answer, const Camera& camera,
+                                  const Configuration& configuration);
+
+/// The action that sends the whole of `answer` at once.
+Action sendWhole(SharedBytes answer);
+
+} // namespace Simulator

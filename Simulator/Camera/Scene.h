@@ -1,0 +1,40 @@
+#pragma once
+// What the simulated camera looks at.
+
+#include "Camera/Picture.h"
+
+#include <string>
+#include <string_view>
+
+namespace Simulator {
+
+enum class SceneKind {
+    Grid,  ///< a projected calibration grid on a screen in a dark room
+    Ramp,  ///< from black at the left to white at the right
+    Black, ///< every sample 0
+    White, ///< every sample saturated
+    Noise, ///< every sample at random
+    File,  ///< a picture file served as it is, whatever was configured
+};
+
+struct Scene {
+    SceneKind kind = SceneKind::Grid;
+    std::string path; ///< of a File
+
+    std::string describe() const;
+    bool operator==(const Scene&) const = default;
+};
+
+/// Reads "grid", "ramp", "black", "white", "noise" or "file:PATH".
+/// Throws std::invalid_argument with a message for the user.
+Scene parseScene(std::string_view text);
+
+/// The exposure at which grid and ramp just use the whole range of the sensor, in units of 100 ms.
+inline constexpr unsigned fittingExposureUnits = 15;
+
+/// Renders a scene other than a File. Grid, ramp and noise grow brighter with `exposureUnits` until they
+/// saturate. The same arguments give the same picture. `channels` is 1 or 3.
+Picture renderScene(SceneKind scene, PictureSize size, unsigned channels, unsigned exposureUnits,
+                    std::uint64_t seed);
+
+} // namespace Simulator

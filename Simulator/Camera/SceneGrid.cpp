@@ -1,0 +1,103 @@
+#include "Camera/SceneGrid.h"
+
+#include "Camera/Random.h"
+#include "Camera/Room.h"
+#include "Camera/Scene.h"
+
+#include <algorithm>
+
+namespace Simulator {
+
+namespace {
+
+constexpr Vector3 cameraPlace{-2.35F, 1.45F, 0.55F};
+constexpr Vector3 cameraTarget{-0.1F, 1.72F, 7.5F};
+constexpr Vector3 almostUp{0.012F, 1.0F, 0.0F}; // nobody mounts a camera quite level
+constexpr float halfFieldOfView = 0.52F;        // tangent of half the horizontal angle
+constexpr float barrelDistortion = 0.055F;
+constexpr float vignetting = 1.15F;
+
+constexpr float whiteLevel = 15000; // brightest part of the grid at the fitting exposure
+constexpr float blackLevel = 24;
+constexpr float readNoise = 10;
+constexpr float shotNoise = 1.3F; // of the square root of a sample
+
+/// The camera's lens: which way a pixel looks, and how much of the light arrives.
+class Lens {
+public:
+    explicit Lens(PictureSize size)
+        : m_forward(normalized(cameraTarget - cameraPlace)), m_right(normalized(cross(almostUp, m_forward))),
+          m_up(cross(m_forward, m_right)), m_scale(2.0F / static_cast<float>(size.width)),
+          m_centreColumn(static_cast<float>(size.width) / 2 - 0.5F),
+          m_centreRow(static_cast<float>(size.height) / 2 - 0.5F) {}
+
+    struct Ray {
+        Vector3 direction;
+        float transmission;
+    };
+
+    Ray at(std::uint32_t column, std::uint32_t row) const {
+        const float x = (static_cast<float>(column) - m_centreColumn) * m_scale;
+        const float y = (m_centreRow - static_cast<float>(row)) * m_scale;
+        const float bend = halfFieldOfView * (1 + barrelDistortion * (x * x + y * y));
+        const float right = x * bend;
+        const float up = y * bend;
+        const float cosine = 1 / std::sqrt(1 + right * right + up * up);
+        const float fall = 1 - vignetting * (1 - cosine * cosine);
+        return {(m_forward + m_right * right + m_up * up) * cosine, fall * cosine};
+    }
+
+    float pixelAngle() const { return m_scale * halfFieldOfView; }
+
+private:
+    Vector3 m_forward;
+    Vector3 m_right;
+    Vector3 m_up;
+    float m_scale;
+    float m_centreColumn;
+    float m_centreRow;
+};
+
+/// Nearly normal noise of variance 1 from 21 random bits: the sum of three even ones.
+float noiseOf(std::uint64_t bits) {
+    const auto sum = static_cast<float>((bits & 127) + (bits >> 7 & 127) + (bits >> 14 & 127));
+    return (sum - 190.5F) * (1.0F / 64.0F);
+}
+
+std::uint16_t sense(float light, std::uint64_t bits) {
+    const float clean = std::min(light, 4.0F * saturatedSample);
+    const float noisy = clean + blackLevel + noiseOf(bits) * (readNoise + shotNoise * std::sqrt(clean));
+    return static_cast<std::uint16_t>(std::clamp(noisy + 0.5F, 0.0F, float{saturatedSample}));
+}
+
+} // namespace
+
+Picture renderGrid(PictureSize size, unsigned channels, unsigned exposureUnits, std::uint64_t seed) {
+    const Room room;
+    const Lens lens(size);
+    const float gain =
+        whiteLevel * static_cast<float>(exposureUnits) / static_cast<float>(fittingExposureUnits);
+    const Vector3 luma{0.299F, 0.587F, 0.114F};
+
+    Picture picture{size, channels, {}};
+    picture.samples.resize(std::size_t{size.width} * size.height * channels);
+    std::uint16_t* sample = picture.samples.data();
+    std::uint64_t pixel = 0;
+    for (std::uint32_t row = 0; row < size.height; ++row)
+        for (std::uint32_t column = 0; column < size.width; ++column, ++pixel) {
+            const Lens::Ray ray = lens.at(column, row);
+            const Vector3 light =
+                room.lightFrom(cameraPlace, ray.direction, lens.pixelAngle()) * (gain * ray.transmission);
+            const std::uint64_t bits = randomBits(seed, pixel);
+            if (channels == 1) {
+                *sample++ = sense(dot(light, luma), bits);
+                continue;
+            }
+            *sample++ = sense(light.x, bits);
+            *sample++ = sense(light.y, bits >> 21);
+            *sample++ = sense(light.z, bits >> 42);
+        }
+    return picture;
+}
+
+} // namespace Simulator

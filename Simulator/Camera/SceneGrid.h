@@ -1,0 +1,12 @@
+#pragma once
+// The default scene: a projector throws a calibration grid onto a screen in a dark room, and the camera looks
+// at it from the side.
+
+#include "Camera/Picture.h"
+
+namespace Simulator {
+
+/// Arguments as renderScene. Lens distortion, vignetting, shot noise and read noise included.
+Picture renderGrid(PictureSize size, unsigned channels, unsigned exposureUnits, std::uint64_t seed);
+
+} // namespace Simulator

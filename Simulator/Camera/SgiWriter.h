@@ -1,0 +1,15 @@
+#pragma once
+// Writes pictures as SGI image files: verbatim, two bytes per sample.
+
+#include "Camera/Bytes.h"
+#include "Camera/Picture.h"
+
+namespace Simulator {
+
+inline constexpr std::size_t sgiHeaderBytes = 512;
+
+/// The whole file: a big-endian header, then one plane per channel, rows from the bottom up, high byte first.
+/// A side of the picture is at most 65535 pixels.
+Bytes writeSgi(const Picture& picture);
+
+} // namespace Simulator

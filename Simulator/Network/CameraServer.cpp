@@ -1,0 +1,152 @@
+#include "Network/CameraServer.h"
+
+#include "Camera/BinarySession.h"
+
+#include <poll.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <system_error>
+
+namespace Simulator {
+
+namespace {
+
+constexpr std::size_t mostConnections = 64;
+constexpr int longestWaitMs = 60'000;
+
+/// A client of a language that the camera listens to without answering.
+class MuteSession : public Session {
+public:
+    void append(ByteView) override {}
+    std::optional<Reaction> next() override { return std::nullopt; }
+    std::size_t waitingBytes() const override { return 0; }
+};
+
+pollfd waitFor(const Socket& socket) {
+    return {socket.descriptor(), POLLIN, 0};
+}
+
+} // namespace
+
+CameraServer::CameraServer(CameraSettings settings, ServerOptions options)
+    : m_camera(std::move(settings)), m_options(std::move(options)),
+      m_binaryListener(listenTcp(m_options.address, m_options.binaryTcpPort)),
+      m_textListener(listenTcp(m_options.address, m_options.textTcpPort)),
+      m_discovery(bindUdp(m_options.address, m_options.discoveryUdpPort)), m_wake(makePipe()) {
+    if (!m_options.log)
+        m_options.log = [](const std::string&) {};
+}
+
+CameraServer::~CameraServer() {
+    stop();
+}
+
+void CameraServer::run() {
+    while (!m_stop)
+        serveOnce();
+    m_connections.clear();
+}
+
+void CameraServer::start() {
+    m_thread = std::thread([this] {
+        try {
+            run();
+        } catch (const std::exception& failure) {
+            m_options.log(std::string("stopped serving: ") + failure.what());
+        }
+    });
+}
+
+void CameraServer::requestStop() noexcept {
+    const int before = errno;
+    m_stop = true;
+    const char anything = 0;
+    // A full pipe wakes the loop as well.
+    [[maybe_unused]] const ssize_t written = write(m_wake.second.descriptor(), &anything, 1);
+    errno = before;
+}
+
+void CameraServer::stop() {
+    requestStop();
+    if (m_thread.joinable())
+        m_thread.join();
+}
+
+void CameraServer::serveOnce() {
+    std::vector<pollfd> waiting = {waitFor(m_wake.first), waitFor(m_binaryListener), waitFor(m_textListener),
+                                   waitFor(m_discovery)};
+    const std::size_t fixed = waiting.size();
+    for (const Connection& connection : m_connections)
+        waiting.push_back({connection.descriptor(), connection.wantedEvents(), 0});
+
+    if (poll(waiting.data(), waiting.size(), waitMs()) < 0 && errno != EINTR)
+        throw std::system_error(errno, std::generic_category(), "Waiting for clients");
+    if (m_stop)
+        return;
+
+    const Clock::time_point now = Clock::now();
+    auto connection = m_connections.begin();
+    for (std::size_t index = fixed; index < waiting.size(); ++index, ++connection)
+        advanceSafely(*connection, waiting[index].revents, now);
+    m_connections.remove_if([](const Connection& each) { return each.isOver(); });
+
+    if (waiting[1].revents != 0)
+        acceptFrom(m_binaryListener, Language::Binary);
+    if (waiting[2].revents != 0)
+        acceptFrom(m_textListener, Language::Text);
+    if (waiting[3].revents != 0)
+        readDiscovery();
+}
+
+void CameraServer::advanceSafely(Connection& connection, short events, Clock::time_point now) {
+    const auto wake = connection.wakeTime();
+    if (events == 0 && (!wake || now < *wake))
+        return;
+    try {
+        connection.advance(events, now);
+    } catch (const std::exception& failure) {
+        connection.abandon(failure.what());
+    }
+}
+
+int CameraServer::waitMs() const {
+    std::optional<Clock::time_point> first;
+    for (const Connection& connection : m_connections)
+        if (const auto wake = connection.wakeTime(); wake && (!first || *wake < *first))
+            first = wake;
+    if (!first)
+        return -1;
+    const auto left = std::chrono::ceil<std::chrono::milliseconds>(*first - Clock::now()).count();
+    return static_cast<int>(std::clamp<std::int64_t>(left, 0, longestWaitMs));
+}
+
+void CameraServer::acceptFrom(const Socket& listener, Language language) {
+    auto [socket, name] = acceptClient(listener);
+    if (!socket.isOpen())
+        return;
+    name += language == Language::Binary ? " (binary)" : " (text)";
+    if (m_connections.size() >= mostConnections) {
+        m_options.log(name + " turned away: " + std::to_string(mostConnections) + " clients are connected");
+        return;
+    }
+    m_connections.emplace_back(std::move(socket), std::move(name), makeSession(language), m_options.log);
+}
+
+std::unique_ptr<Session> CameraServer::makeSession(Language language) {
+    if (language == Language::Binary)
+        return std::make_unique<BinarySession>(m_camera);
+    return std::make_unique<MuteSession>();
+}
+
+void CameraServer::readDiscovery() {
+    std::array<std::uint8_t, 512> datagram{};
+    const ssize_t count = recv(m_discovery.descriptor(), datagram.data(), datagram.size(), 0);
+    if (count >= 0)
+        m_options.log("datagram of " + std::to_string(count) + " bytes, not answered");
+}
+
+} // namespace Simulator

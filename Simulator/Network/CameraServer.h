@@ -1,0 +1,74 @@
+#pragma once
+// Puts a simulated camera on the network: TCP and UDP 32768 for the text language, TCP 32769 for the binary
+// protocol, any number of clients (up to 64 at once), one thread.
+
+#include "Camera/Camera.h"
+#include "Network/Connection.h"
+
+#include <atomic>
+#include <list>
+#include <thread>
+
+namespace Simulator {
+
+inline constexpr std::uint16_t textPort = 32768;   ///< TCP: queries, UDP: discovery
+inline constexpr std::uint16_t binaryPort = 32769; ///< TCP
+
+/// Where to serve, and whom to tell. Port 0 lets the system choose.
+struct ServerOptions {
+    std::string address = "127.0.0.1"; ///< dotted IPv4, one of this machine
+    std::uint16_t binaryTcpPort = binaryPort;
+    std::uint16_t textTcpPort = textPort;
+    std::uint16_t discoveryUdpPort = textPort;
+    EventLog log; ///< may be empty; called on the thread that serves
+};
+
+/// The ports of the text language are held and read, but nothing is answered there.
+class CameraServer {
+public:
+    /// Takes the ports at once: clients may connect from here on and are answered once the server runs.
+    /// Throws ServerError naming address and port, and whatever Camera's constructor throws.
+    explicit CameraServer(CameraSettings settings, ServerOptions options = {});
+    CameraServer(const CameraServer&) = delete;
+    CameraServer& operator=(const CameraServer&) = delete;
+    /// Stops a started server and ends its clients' connections.
+    ~CameraServer();
+
+    std::uint16_t binaryTcpPort() const { return portOf(m_binaryListener); }
+    std::uint16_t textTcpPort() const { return portOf(m_textListener); }
+    std::uint16_t discoveryUdpPort() const { return portOf(m_discovery); }
+
+    /// Serves on the calling thread until stop() is called, on whatever thread, before or meanwhile.
+    void run();
+
+    /// Serves on a thread of its own until stop() or destruction.
+    void start();
+
+    /// Ends run() or the thread of start(), and waits for the latter. May be called more than once.
+    void stop();
+
+    /// Ends run() soon without waiting for it. The one operation that may be called from a signal handler.
+    void requestStop() noexcept;
+
+private:
+    enum class Language { Text, Binary };
+
+    void serveOnce();
+    void acceptFrom(const Socket& listener, Language language);
+    void readDiscovery();
+    std::unique_ptr<Session> makeSession(Language language);
+    void advanceSafely(Connection& connection, short events, Clock::time_point now);
+    int waitMs() const;
+
+    Camera m_camera;
+    ServerOptions m_options;
+    Socket m_binaryListener;
+    Socket m_textListener;
+    Socket m_discovery;
+    std::pair<Socket, Socket> m_wake;
+    std::list<Connection> m_connections;
+    std::atomic<bool> m_stop = false;
+    std::thread m_thread;
+};
+
+} // namespace Simulator

@@ -1,0 +1,171 @@
+#include "Network/Connection.h"
+
+#include <poll.h>
+#include <sys/socket.h>
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <system_error>
+
+namespace Simulator {
+
+namespace {
+
+// Large enough for few calls per picture, small enough that the other clients get their turn.
+constexpr std::size_t mostBytesPerTurn = std::size_t{8} << 20;
+constexpr std::chrono::seconds lingerTime{2};
+constexpr std::size_t mostDroppedBytes = std::size_t{1} << 20;
+
+bool triedAgainLater() {
+    return errno == EAGAIN || errno == EWOULDBLOCK || errno == EINTR;
+}
+
+std::string reason() {
+    return std::generic_category().message(errno);
+}
+
+} // namespace
+
+Connection::Connection(Socket socket, std::string name, std::unique_ptr<Session> session, const EventLog& log)
+    : m_socket(std::move(socket)), m_name(std::move(name)), m_session(std::move(session)), m_log(log) {
+    m_log(m_name + " connected");
+}
+
+short Connection::wantedEvents() const {
+    short events = 0;
+    const bool hungry = m_state == State::Lingering || m_session->waitingBytes() < mostWaitingBytes;
+    if (hungry && !m_inputEnded)
+        events |= POLLIN;
+    if (m_state == State::Open && !m_pausedUntil && !m_actions.empty())
+        events |= POLLOUT;
+    return events;
+}
+
+std::optional<Clock::time_point> Connection::wakeTime() const {
+    if (m_state == State::Lingering)
+        return m_lingerUntil;
+    return m_pausedUntil;
+}
+
+void Connection::advance(short events, Clock::time_point now) {
+    if ((events & (POLLERR | POLLNVAL)) != 0)
+        return end("connection lost");
+    if (m_state == State::Lingering) {
+        if (now >= m_lingerUntil)
+            return end("disconnected");
+        return (events & (POLLIN | POLLHUP)) != 0 ? drop() : void();
+    }
+    // Our side is open, so that a hang-up means a reset: nobody is left to read an answer.
+    if ((events & POLLHUP) != 0)
+        return end("connection lost");
+    if ((events & POLLIN) != 0)
+        readInput();
+    if (m_pausedUntil && now >= *m_pausedUntil)
+        m_pausedUntil.reset();
+    if (m_state == State::Open && !m_pausedUntil)
+        work(now);
+}
+
+void Connection::readInput() {
+    std::array<std::uint8_t, mostWaitingBytes> buffer{};
+    const ssize_t count = recv(descriptor(), buffer.data(), buffer.size(), 0);
+    if (count > 0)
+        m_session->append(ByteView(buffer).first(static_cast<std::size_t>(count)));
+    else if (count == 0)
+        m_inputEnded = true;
+    else if (!triedAgainLater())
+        end("connection lost: " + reason());
+}
+
+void Connection::work(Clock::time_point now) {
+    while (m_state == State::Open) {
+        if (!m_actions.empty()) {
+            if (carryOut(m_actions.front(), now) == Step::Wait)
+                return;
+            m_actions.pop_front();
+            m_sent = 0;
+            continue;
+        }
+        std::optional<Reaction> reaction = m_session->next();
+        if (!reaction) {
+            if (m_inputEnded)
+                end("disconnected");
+            return;
+        }
+        for (const std::string& event : reaction->events)
+            m_log(m_name + " " + event);
+        std::ranges::move(reaction->actions, std::back_inserter(m_actions));
+    }
+}
+
+Connection::Step Connection::carryOut(Action& action, Clock::time_point now) {
+    if (auto* const sending = std::get_if<SendBytes>(&action))
+        return send(*sending, now);
+    if (auto* const pause = std::get_if<Pause>(&action)) {
+        if (pause->length.count() == 0)
+            return Step::Done;
+        m_pausedUntil = now + pause->length;
+        pause->length = {};
+        return Step::Wait;
+    }
+    if (std::holds_alternative<ResetConnection>(action)) {
+        const linger atOnce{1, 0};
+        setsockopt(descriptor(), SOL_SOCKET, SO_LINGER, &atOnce, sizeof atOnce);
+        end("reset");
+        return Step::Wait;
+    }
+    beginLingering(now);
+    return Step::Wait;
+}
+
+Connection::Step Connection::send(SendBytes& sending, Clock::time_point now) {
+    const std::size_t turnEnd = m_sent + mostBytesPerTurn;
+    while (m_sent < sending.length) {
+        if (m_sent >= turnEnd)
+            return Step::Wait;
+        const std::size_t left = sending.length - m_sent;
+        const std::size_t pieceLeft =
+            sending.pieceBytes == 0 ? left : sending.pieceBytes - m_sent % sending.pieceBytes;
+        const ssize_t count =
+            ::send(descriptor(), sending.bytes->data() + m_sent, std::min(left, pieceLeft), MSG_NOSIGNAL);
+        if (count < 0 && !triedAgainLater())
+            end("connection lost: " + reason());
+        if (count < 0)
+            return Step::Wait;
+        m_sent += static_cast<std::size_t>(count);
+        const bool pieceDone = sending.pieceBytes != 0 && m_sent % sending.pieceBytes == 0;
+        if (pieceDone && m_sent < sending.length && sending.pause.count() > 0) {
+            m_pausedUntil = now + sending.pause;
+            return Step::Wait;
+        }
+    }
+    return Step::Done;
+}
+
+void Connection::beginLingering(Clock::time_point now) {
+    shutdown(descriptor(), SHUT_WR);
+    m_actions.clear();
+    m_lingerUntil = now + lingerTime;
+    if (m_inputEnded)
+        return end("disconnected");
+    m_state = State::Lingering;
+}
+
+void Connection::drop() {
+    std::array<std::uint8_t, mostWaitingBytes> buffer{};
+    const ssize_t count = recv(descriptor(), buffer.data(), buffer.size(), 0);
+    if (count < 0 && triedAgainLater())
+        return;
+    m_droppedBytes += count > 0 ? static_cast<std::size_t>(count) : 0;
+    if (count <= 0 || m_droppedBytes > mostDroppedBytes)
+        end("disconnected");
+}
+
+void Connection::end(const std::string& why) {
+    if (m_state != State::Over)
+        m_log(m_name + " " + why);
+    m_state = State::Over;
+}
+
+} // namespace Simulator

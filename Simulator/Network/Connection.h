@@ -1,0 +1,72 @@
+#pragma once
+// One client: its socket, its session, and the actions that are still to be carried out.
+
+#include "Camera/Session.h"
+#include "Network/Socket.h"
+
+#include <functional>
+#include <memory>
+
+namespace Simulator {
+
+using Clock = std::chrono::steady_clock;
+
+/// One line of what happens, without a line end.
+using EventLog = std::function<void(const std::string&)>;
+
+/// Used by one thread; never blocks. Answers are carried out one after the other: while one is under way the
+/// client's further requests wait, and no more than `mostWaitingBytes` of them are read.
+class Connection {
+public:
+    static constexpr std::size_t mostWaitingBytes = 16384;
+
+    Connection(Socket socket, std::string name, std::unique_ptr<Session> session, const EventLog& log);
+
+    int descriptor() const { return m_socket.descriptor(); }
+
+    /// The poll(2) events to wait for now.
+    short wantedEvents() const;
+
+    /// When to go on without any event; nothing while only the client can bring it on.
+    std::optional<Clock::time_point> wakeTime() const;
+
+    /// Reads, answers and sends what can be done now, given the poll(2) events that came.
+    void advance(short events, Clock::time_point now);
+
+    /// Ends the connection, because serving it failed.
+    void abandon(const std::string& why) { end("given up: " + why); }
+
+    /// True once the connection is over and can be destroyed.
+    bool isOver() const { return m_state == State::Over; }
+
+private:
+    enum class State {
+        Open,
+        Lingering, ///< our side closed; what the client still sends is dropped so that it can read our last
+                   ///< words
+        Over
+    };
+    enum class Step { Done, Wait };
+
+    void readInput();
+    void work(Clock::time_point now);
+    Step carryOut(Action& action, Clock::time_point now);
+    Step send(SendBytes& sending, Clock::time_point now);
+    void beginLingering(Clock::time_point now);
+    void drop();
+    void end(const std::string& why);
+
+    Socket m_socket;
+    std::string m_name;
+    std::unique_ptr<Session> m_session;
+    const EventLog& m_log;
+    State m_state = State::Open;
+    bool m_inputEnded = false;
+    std::deque<Action> m_actions;
+    std::size_t m_sent = 0; ///< of the SendBytes at the front
+    std::optional<Clock::time_point> m_pausedUntil;
+    Clock::time_point m_lingerUntil;
+    std::size_t m_droppedBytes = 0;
+};
+
+} // namespace Simulator

@@ -1,0 +1,55 @@
+#pragma once
+// A socket that closes itself, and the few ways in which the simulator opens one.
+
+#include <cstdint>
+#include <stdexcept>
+#include <string>
+#include <utility>
+
+namespace Simulator {
+
+/// A port that is taken, an address that this machine does not have: the message names both and the reason.
+class ServerError : public std::runtime_error {
+public:
+    using std::runtime_error::runtime_error;
+};
+
+class Socket {
+public:
+    Socket() = default;
+    explicit Socket(int descriptor) : m_descriptor(descriptor) {}
+    Socket(Socket&& other) noexcept : m_descriptor(std::exchange(other.m_descriptor, -1)) {}
+    Socket& operator=(Socket&& other) noexcept {
+        std::swap(m_descriptor, other.m_descriptor);
+        return *this;
+    }
+    Socket(const Socket&) = delete;
+    Socket& operator=(const Socket&) = delete;
+    ~Socket();
+
+    int descriptor() const { return m_descriptor; }
+    bool isOpen() const { return m_descriptor >= 0; }
+
+private:
+    int m_descriptor = -1;
+};
+
+/// A non-blocking listening socket; port 0 lets the system choose. `address` is dotted IPv4.
+/// Throws ServerError.
+Socket listenTcp(const std::string& address, std::uint16_t port);
+
+/// A non-blocking bound UDP socket; port 0 lets the system choose. `address` is dotted IPv4.
+/// Throws ServerError.
+Socket bindUdp(const std::string& address, std::uint16_t port);
+
+/// The port that a socket is bound to.
+std::uint16_t portOf(const Socket& socket);
+
+/// The next waiting client, non-blocking and without delay of small messages, and its "ADDRESS:PORT".
+/// A closed socket if none waits.
+std::pair<Socket, std::string> acceptClient(const Socket& listener);
+
+/// Both ends of a pipe, non-blocking: the reading end first. Throws ServerError.
+std::pair<Socket, Socket> makePipe();
+
+} // namespace Simulator
