@@ -11,7 +11,8 @@ namespace Korva {
 /// bytes. A reader that recognises it may take the bytes where they lie (unread, skip).
 struct mybuf final : std::streambuf {
     mybuf(const unsigned char* bytes, std::size_t count) {
-        // A get area is declared writable, but nothing here writes: there is no put-back and no put area.
+        // A get area is declared writable, but nothing writes it: there is no put area, and no other
+        // character than the one that was read can be put back.
         char* const begin = const_cast<char*>(reinterpret_cast<const char*>(bytes));
         setg(begin, begin, begin + count);
     }

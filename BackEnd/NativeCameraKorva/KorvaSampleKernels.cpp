@@ -174,8 +174,9 @@ Progress reduceColourVectors(unsigned char*, std::size_t) {
 #endif
 
 std::uint16_t sum(const unsigned char* bytes, std::size_t count) {
-    auto [i, total] = sumOfWholeVectors(bytes, count);
-    for (; i < count; ++i)
+    const Progress vectors = sumOfWholeVectors(bytes, count);
+    std::size_t total = vectors.count;
+    for (std::size_t i = vectors.done; i < count; ++i)
         total += bytes[i];
     return static_cast<std::uint16_t>(total);
 }
@@ -191,9 +192,10 @@ void interleave(const unsigned char* const* planes, std::size_t channels, std::s
 }
 
 std::size_t reduce(unsigned char* samples, std::size_t pixels, std::size_t samplesPerPixel) {
-    auto [i, black] =
+    const Progress vectors =
         samplesPerPixel == 3 ? reduceColourVectors(samples, pixels) : reduceGreyVectors(samples, pixels);
-    for (; i < pixels; ++i) {
+    std::size_t black = vectors.count;
+    for (std::size_t i = vectors.done; i < pixels; ++i) {
         bool isBlack = true;
         for (std::size_t index = i * samplesPerPixel; index < (i + 1) * samplesPerPixel; ++index) {
             const std::uint16_t sample = sampleAt(samples, index);
