@@ -1,0 +1,77 @@
+#include "DeveloperDLL/DeveloperSettings.h"
+#include "ReferenceHost/HostControl.h"
+
+#include <gtest/gtest.h>
+#include <thread>
+#include <vector>
+
+using DeveloperSettings::Boolean;
+using DeveloperSettings::String;
+using DeveloperSettings::WString;
+using ReferenceHost::developerSettings;
+using ReferenceHost::setDeveloperSetting;
+
+TEST(DeveloperSettings, HaveTheDefaultsOfTheirKindsWhereUnset) {
+    EXPECT_FALSE(Boolean("unset boolean").value());
+    EXPECT_EQ(String("unset text").value(), "");
+    EXPECT_EQ(WString("unset wide text").value(), L"");
+}
+
+TEST(DeveloperSettings, AreCreatedByTheirConstruction) {
+    EXPECT_EQ(developerSettings().count("created boolean"), 0u);
+    const Boolean boolean("created boolean");
+    const String text("created text");
+    EXPECT_EQ(developerSettings().at("created boolean"), "false");
+    EXPECT_EQ(developerSettings().at("created text"), "");
+}
+
+TEST(DeveloperSettings, KeepWhatWasSetBeforeTheirConstruction) {
+    setDeveloperSetting("set early", "true");
+    EXPECT_TRUE(Boolean("set early").value());
+    EXPECT_EQ(developerSettings().at("set early"), "true");
+}
+
+TEST(DeveloperSettings, ReadTheStoreAtEveryCall) {
+    const Boolean boolean("read late");
+    EXPECT_FALSE(boolean.value());
+    setDeveloperSetting("read late", "true");
+    EXPECT_TRUE(boolean.value());
+    setDeveloperSetting("read late", "false");
+    EXPECT_FALSE(boolean.value());
+}
+
+TEST(DeveloperSettings, AreTrueForTrueAndOneOnly) {
+    const Boolean boolean("spelled");
+    for (const char* const text : {"true", "1"}) {
+        setDeveloperSetting("spelled", text);
+        EXPECT_TRUE(boolean.value()) << text;
+    }
+    for (const char* const text : {"", "0", "false", "True", "yes", "true ", "11"}) {
+        setDeveloperSetting("spelled", text);
+        EXPECT_FALSE(boolean.value()) << text;
+    }
+}
+
+TEST(DeveloperSettings, HoldTextsInUtf8) {
+    setDeveloperSetting("text", "Bilder \xC3\xA4\xF0\x9F\x98\x80");
+    EXPECT_EQ(String("text").value(), "Bilder \xC3\xA4\xF0\x9F\x98\x80");
+    EXPECT_EQ(WString("text").value(), L"Bilder \u00E4\U0001F600");
+}
+
+TEST(DeveloperSettings, AreSafeForThreads) {
+    const String shared("shared");
+    std::vector<std::thread> threads;
+    for (int number = 0; number < 4; ++number) {
+        threads.emplace_back([&shared, number] {
+            const std::string own = "own " + std::to_string(number);
+            for (int round = 0; round < 200; ++round) {
+                setDeveloperSetting("shared", own);
+                setDeveloperSetting(own + std::to_string(round), "x");
+                EXPECT_EQ(shared.value().substr(0, 4), "own ");
+            }
+        });
+    }
+    for (std::thread& thread : threads)
+        thread.join();
+    EXPECT_GE(developerSettings().size(), 800u);
+}
