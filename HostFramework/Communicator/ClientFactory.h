@@ -4,7 +4,9 @@
 #include "HostFrameworkExport.h"
 
 #include <string>
+#include <xercesc/dom/DOMNode.hpp>
 
+class Communicator;
 class EthernetCommunicator;
 
 class HOSTFRAMEWORK_EXPORT ClientFactory {
@@ -13,4 +15,9 @@ public:
     /// connect, -1 for the host's default.
     static EthernetCommunicator* createEthernetCommunicator(const std::wstring& address, int port,
                                                             int timeoutMs);
+
+    /// A new, unconnected communicator from a "connection" element, whose children "address", "port" and,
+    /// where it is not the default, "timeout" name it; the caller owns it. Throws DeviceException for a null
+    /// node, a missing address and a port that is none.
+    static Communicator* buildCommunicator(xercesc::DOMNode* element);
 };

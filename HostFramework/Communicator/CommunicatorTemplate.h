@@ -1,0 +1,28 @@
+#pragma once
+// What it takes to make a communicator again.
+
+#include "HostFrameworkExport.h"
+
+#include <string>
+
+class Communicator;
+
+/// Address, port and connect time-out of an Ethernet communicator, without its connection.
+class HOSTFRAMEWORK_EXPORT CommunicatorTemplate {
+public:
+    /// Notes what `communicator` was made from and keeps no reference to it. Throws DeviceException where it
+    /// is no EthernetCommunicator, null included.
+    explicit CommunicatorTemplate(const Communicator* communicator);
+
+    /// A new, unconnected communicator; the caller owns it.
+    Communicator* createCommunicator() const;
+
+    const std::wstring& getAddress() const { return address_; }
+    int getPort() const { return port_; }
+    int getTimeoutMs() const { return timeoutMs_; }
+
+private:
+    std::wstring address_;
+    int port_ = 0;
+    int timeoutMs_ = -1;
+};

@@ -1,0 +1,54 @@
+#pragma once
+// The commands of the second-generation device layer.
+
+#include "HostFrameworkExport.h"
+
+#include <exception>
+#include <functional>
+#include <memory>
+#include <string>
+#include <type_traits>
+#include <utility>
+
+namespace Tolvane::DeviceFramework2::Device {
+
+/// Something that a device is asked to do. Immutable; shared by whoever handles it.
+class HOSTFRAMEWORK_EXPORT Cmd {
+public:
+    explicit Cmd(std::string key = {});
+    Cmd(const Cmd&) = delete;
+    Cmd& operator=(const Cmd&) = delete;
+    virtual ~Cmd();
+
+    /// The command class's run-time type name, under which devices keep their handlers.
+    virtual std::string getTypeName() const;
+
+    /// The command's key text, UTF-8; empty where it has none.
+    const std::string& getKey() const { return key_; }
+
+private:
+    std::string key_;
+};
+
+/// A command that carries a value, or a reference to what the device shall fill.
+template <typename Value>
+class SetCmd : public Cmd {
+public:
+    explicit SetCmd(Value value, std::string key = {})
+        : Cmd(std::move(key)), value_(std::forward<Value>(value)) {}
+
+    /// The value; for a reference, what it refers to, which its owner keeps alive until the command is done.
+    const Value& getValue() const requires(!std::is_reference_v<Value>) { return value_; }
+    Value getValue() const requires(std::is_reference_v<Value>) { return value_; }
+
+private:
+    Value value_;
+};
+
+/// What a device calls when a command is done. Either may be empty. Called on the executing thread.
+struct CmdResultCallbacks {
+    std::function<void()> done;
+    std::function<void(std::exception_ptr)> failed;
+};
+
+} // namespace Tolvane::DeviceFramework2::Device

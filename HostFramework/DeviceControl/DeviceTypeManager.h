@@ -1,0 +1,30 @@
+#pragma once
+// The registry of device types.
+
+#include "HostFrameworkExport.h"
+
+#include <vector>
+
+class DeviceType;
+
+class HOSTFRAMEWORK_EXPORT DeviceTypeManager {
+public:
+    /// The process-wide registry. Any thread.
+    static DeviceTypeManager& getInstance();
+
+    DeviceTypeManager(const DeviceTypeManager&) = delete;
+    DeviceTypeManager& operator=(const DeviceTypeManager&) = delete;
+
+    /// Adds a type, as often as it is asked to. Keeps a reference: the type must outlive its use. Any thread.
+    void addDeviceType(const DeviceType& type);
+
+    /// The types in the order in which they were added. Any thread.
+    std::vector<const DeviceType*> getDeviceTypes() const;
+
+    /// Forgets every type; for a host that is about to unload its plug-ins. Any thread.
+    void clear();
+
+private:
+    DeviceTypeManager() = default;
+    ~DeviceTypeManager() = default;
+};
