@@ -4,6 +4,10 @@
 
 #if defined(_WIN32)
 
+// Without the sockets of old, which Platform/Winsock.h's would contradict.
+#ifndef WIN32_LEAN_AND_MEAN
+#define WIN32_LEAN_AND_MEAN
+#endif
 #include <windows.h>
 
 #else
@@ -11,8 +15,11 @@
 #include <cstdint>
 
 using BOOL = int;
+using BYTE = unsigned char;
+using WORD = std::uint16_t;
 using UINT = unsigned int;
 using DWORD = std::uint32_t;
+using ULONG = std::uint32_t;
 using LPCCH = const char*;
 using LPSTR = char*;
 using LPCWCH = const wchar_t*;

@@ -1,0 +1,279 @@
+#include "Support/ScriptedNetwork.h"
+
+#include <algorithm>
+#include <array>
+#include <charconv>
+#include <cstdio>
+#include <cstring>
+
+using TestSupport::NetworkScript;
+using TestSupport::ScriptedAdapter;
+using TestSupport::ScriptedArp;
+
+namespace {
+
+/// How much SendARP's callers have room for, whatever they say.
+constexpr std::size_t arpBufferBytes = 8;
+
+std::string hexOf(const void* bytes, std::size_t count) {
+    std::string text = "<";
+    for (std::size_t at = 0; at < count; ++at) {
+        char pair[3];
+        std::snprintf(pair, sizeof pair, "%02x", static_cast<const unsigned char*>(bytes)[at]);
+        text += pair;
+    }
+    return text + ">";
+}
+
+std::string dotted(const void* address) {
+    const auto* bytes = static_cast<const unsigned char*>(address);
+    std::string text = std::to_string(bytes[0]);
+    for (int at = 1; at < 4; ++at)
+        text += "." + std::to_string(bytes[at]);
+    return text;
+}
+
+/// Four decimal numbers of at most 255, joined by dots.
+std::optional<std::array<unsigned char, 4>> addressOf(std::string_view text) {
+    std::array<unsigned char, 4> address{};
+    for (std::size_t at = 0; at < address.size(); ++at) {
+        if (at != 0) {
+            if (!text.starts_with('.'))
+                return std::nullopt;
+            text.remove_prefix(1);
+        }
+        const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), address[at]);
+        if (error != std::errc())
+            return std::nullopt;
+        text.remove_prefix(static_cast<std::size_t>(end - text.data()));
+    }
+    return text.empty() ? std::optional(address) : std::nullopt;
+}
+
+std::string presence(const void* pointer, const char* name) {
+    return pointer == nullptr ? "null" : name;
+}
+
+/// Records a call of `function`; the code that it is to end with, if one is set.
+std::optional<int> enter(const std::string& function, const std::string& arguments = {}) {
+    NetworkScript& script = NetworkScript::current();
+    script.calls.push_back(arguments.empty() ? function : function + " " + arguments);
+    const int occurrence = ++script.occurrences[function];
+    const auto& failures = script.failures[function];
+    const auto failure = failures.find(occurrence);
+    const auto code = failure == failures.end() ? std::nullopt : std::optional(failure->second);
+    // A copy: what is called may set up a new script.
+    if (const auto hook = script.onCall)
+        hook(std::string(script.calls.back()));
+    return code;
+}
+
+int failWith(int code) {
+    SetLastError(static_cast<DWORD>(code));
+    return Platform::Winsock::SOCKET_ERROR;
+}
+
+bool isOpen(SOCKET socket) {
+    return NetworkScript::current().openSockets.contains(socket);
+}
+
+void storeText(char (&destination)[16], const std::string& text) {
+    std::snprintf(destination, sizeof destination, "%s", text.c_str());
+}
+
+void storeAddress(IP_ADDR_STRING& entry, const ScriptedAdapter::Address& address) {
+    entry = {};
+    storeText(entry.IpAddress.String, address.ip);
+    storeText(entry.IpMask.String, address.mask);
+}
+
+std::size_t furtherAddresses(const ScriptedAdapter& adapter) {
+    return adapter.addresses.empty() ? 0 : adapter.addresses.size() - 1;
+}
+
+/// Fills one adapter, its further addresses at `further`; returns the place behind them.
+IP_ADDR_STRING* storeAdapter(IP_ADAPTER_INFO& info, const ScriptedAdapter& adapter, IP_ADDR_STRING* further) {
+    info = {};
+    std::snprintf(info.AdapterName, sizeof info.AdapterName, "%s", adapter.name.c_str());
+    std::snprintf(info.Description, sizeof info.Description, "%s", adapter.name.c_str());
+    info.AddressLength =
+        static_cast<UINT>(std::min(adapter.hardwareAddress.size(), MAX_ADAPTER_ADDRESS_LENGTH));
+    std::memcpy(info.Address, adapter.hardwareAddress.data(), info.AddressLength);
+    info.Type = MIB_IF_TYPE_ETHERNET;
+    storeAddress(info.IpAddressList, adapter.addresses.empty()
+                                         ? ScriptedAdapter::Address{"0.0.0.0", "0.0.0.0"}
+                                         : adapter.addresses.front());
+    IP_ADDR_STRING* last = &info.IpAddressList;
+    for (std::size_t at = 1; at < adapter.addresses.size(); ++at, ++further) {
+        storeAddress(*further, adapter.addresses[at]);
+        last->Next = further;
+        last = further;
+    }
+    return further;
+}
+
+} // namespace
+
+NetworkScript& NetworkScript::current() {
+    static NetworkScript script;
+    return script;
+}
+
+std::vector<std::string> NetworkScript::callsOf(std::string_view function) const {
+    std::vector<std::string> found;
+    std::copy_if(calls.begin(), calls.end(), std::back_inserter(found), [function](const std::string& call) {
+        return std::string_view(call).substr(0, call.find(' ')) == function;
+    });
+    return found;
+}
+
+namespace Platform::Winsock {
+
+int WSAStartup(WORD version, WSADATA* data) {
+    char text[8];
+    std::snprintf(text, sizeof text, "0x%04x", version);
+    if (const auto code = enter("WSAStartup", text))
+        return *code;
+    *data = {};
+    data->wVersion = version;
+    data->wHighVersion = 0x0202;
+    ++NetworkScript::current().startups;
+    return 0;
+}
+
+int WSACleanup() {
+    if (const auto code = enter("WSACleanup"))
+        return failWith(*code);
+    if (NetworkScript::current().startups == 0)
+        return failWith(WSANOTINITIALISED);
+    --NetworkScript::current().startups;
+    return 0;
+}
+
+int WSAGetLastError() {
+    const auto code = enter("WSAGetLastError");
+    return code ? *code : static_cast<int>(GetLastError());
+}
+
+SOCKET socket(int family, int type, int protocol) {
+    const auto code = enter("socket", std::to_string(family) + ", " + std::to_string(type) + ", " +
+                                          std::to_string(protocol));
+    NetworkScript& script = NetworkScript::current();
+    if (code || script.startups == 0) {
+        failWith(code.value_or(WSANOTINITIALISED));
+        return INVALID_SOCKET;
+    }
+    script.openSockets.insert(++script.lastSocket);
+    return script.lastSocket;
+}
+
+int setsockopt(SOCKET socket, int level, int name, const char* value, int length) {
+    const auto code =
+        enter("setsockopt", std::to_string(socket) + ", " + std::to_string(level) + ", " +
+                                std::to_string(name) + ", " + hexOf(value, static_cast<std::size_t>(length)));
+    if (code)
+        return failWith(*code);
+    return isOpen(socket) ? 0 : failWith(WSAENOTSOCK);
+}
+
+int sendto(SOCKET socket, const char* data, int length, int flags, const sockaddr* to, int toLength) {
+    sockaddr_in address{};
+    std::memcpy(&address, to, std::min(sizeof address, static_cast<std::size_t>(toLength)));
+    const auto code = enter(
+        "sendto", std::to_string(socket) + ", \"" + std::string(data, static_cast<std::size_t>(length)) +
+                      "\", " + std::to_string(flags) + ", " + std::to_string(address.sin_family) + " " +
+                      dotted(&address.sin_addr) + ":" + std::to_string(htons(address.sin_port)) + ", " +
+                      std::to_string(toLength));
+    if (code)
+        return failWith(*code);
+    return isOpen(socket) ? length : failWith(WSAENOTSOCK);
+}
+
+int closesocket(SOCKET socket) {
+    if (const auto code = enter("closesocket", std::to_string(socket)))
+        return failWith(*code);
+    return NetworkScript::current().openSockets.erase(socket) == 1 ? 0 : failWith(WSAENOTSOCK);
+}
+
+int inet_pton(int family, const char* text, void* address) {
+    if (const auto code = enter("inet_pton", std::to_string(family) + ", " + text))
+        return failWith(*code);
+    const auto bytes = addressOf(text);
+    if (!bytes)
+        return 0;
+    std::memcpy(address, bytes->data(), bytes->size());
+    return 1;
+}
+
+const char* inet_ntop(int family, const void* address, char* text, std::size_t textBytes) {
+    const auto code = enter("inet_ntop", std::to_string(family) + ", " + dotted(address) + ", " +
+                                             std::to_string(textBytes));
+    if (code) {
+        failWith(*code);
+        return nullptr;
+    }
+    std::snprintf(text, textBytes, "%s", dotted(address).c_str());
+    return text;
+}
+
+} // namespace Platform::Winsock
+
+int Platform::recvfrom(SOCKET socket, char* buffer, int length, int flags, Winsock::sockaddr* from,
+                       int* fromLength) {
+    const auto code = enter("recvfrom", std::to_string(socket) + ", " + std::to_string(length) + ", " +
+                                            std::to_string(flags) + ", " + presence(from, "address") + ", " +
+                                            presence(fromLength, "length"));
+    if (code)
+        return failWith(*code);
+    if (!isOpen(socket))
+        return failWith(WSAENOTSOCK);
+    std::deque<std::string>& datagrams = NetworkScript::current().datagrams;
+    if (datagrams.empty())
+        return failWith(WSAETIMEDOUT);
+    const std::string datagram = datagrams.front();
+    datagrams.pop_front();
+    const auto count = std::min(datagram.size(), static_cast<std::size_t>(length));
+    std::memcpy(buffer, datagram.data(), count);
+    return static_cast<int>(count);
+}
+
+DWORD GetAdaptersInfo(IP_ADAPTER_INFO* adapters, ULONG* bytes) {
+    const auto code = enter("GetAdaptersInfo", presence(adapters, "buffer") + ", " + std::to_string(*bytes));
+    if (code)
+        return static_cast<DWORD>(*code);
+    const std::vector<ScriptedAdapter>& list = NetworkScript::current().adapters;
+    if (list.empty())
+        return ERROR_NO_DATA;
+
+    std::size_t needed = list.size() * sizeof(IP_ADAPTER_INFO);
+    for (const ScriptedAdapter& adapter : list)
+        needed += furtherAddresses(adapter) * sizeof(IP_ADDR_STRING);
+    const bool fits = adapters != nullptr && *bytes >= needed;
+    *bytes = static_cast<ULONG>(needed);
+    if (!fits)
+        return ERROR_BUFFER_OVERFLOW;
+
+    auto* further = reinterpret_cast<IP_ADDR_STRING*>(adapters + list.size());
+    for (std::size_t at = 0; at < list.size(); ++at) {
+        further = storeAdapter(adapters[at], list[at], further);
+        adapters[at].Next = at + 1 < list.size() ? &adapters[at + 1] : nullptr;
+    }
+    return NO_ERROR;
+}
+
+DWORD SendARP(IPAddr destination, IPAddr source, void* mac, ULONG* macBytes) {
+    const auto code =
+        enter("SendARP", dotted(&destination) + ", " + dotted(&source) + ", " + hexOf(mac, *macBytes));
+    if (code)
+        return static_cast<DWORD>(*code);
+    const auto& answers = NetworkScript::current().arp;
+    const auto answer = answers.find(dotted(&destination));
+    if (answer == answers.end())
+        return ERROR_BAD_NET_NAME;
+    const ScriptedArp& found = answer->second;
+    if (found.code != NO_ERROR)
+        return found.code;
+    std::memcpy(mac, found.hardwareAddress.data(), std::min(found.hardwareAddress.size(), arpBufferBytes));
+    *macBytes = found.length.value_or(static_cast<ULONG>(found.hardwareAddress.size()));
+    return NO_ERROR;
+}
