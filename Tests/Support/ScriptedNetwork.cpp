@@ -233,7 +233,7 @@ int Platform::recvfrom(SOCKET socket, char* buffer, int length, int flags, Winso
     const std::string datagram = datagrams.front();
     datagrams.pop_front();
     const auto count = std::min(datagram.size(), static_cast<std::size_t>(length));
-    std::memcpy(buffer, datagram.data(), count);
+    std::copy_n(datagram.begin(), count, buffer);
     return static_cast<int>(count);
 }
 
