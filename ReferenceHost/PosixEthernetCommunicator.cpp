@@ -69,7 +69,8 @@ struct PosixEthernetCommunicator::State {
 
 PosixEthernetCommunicator::PosixEthernetCommunicator(const std::wstring& address, int port,
                                                      int connectTimeoutMs)
-    : state_(new State{
+    : EthernetCommunicator(connectTimeoutMs),
+      state_(new State{
           address,
           port,
           std::chrono::milliseconds(connectTimeoutMs < 0 ? defaultConnectTimeoutMs : connectTimeoutMs),

@@ -17,7 +17,9 @@ public:
                                                             int timeoutMs);
 
     /// A new, unconnected communicator from a "connection" element, whose children "address", "port" and,
-    /// where it is not the default, "timeout" name it; the caller owns it. Throws DeviceException for a null
-    /// node, a missing address and a port that is none.
+    /// where it is not the default, "timeout" (milliseconds) name it, in any order; of two children of one
+    /// name the last one counts, and any other child is skipped. The caller owns it. Throws DeviceException
+    /// for a null node, a missing or empty address, a port that is missing or not 1 to 65535, and a time-out
+    /// that is no number.
     static Communicator* buildCommunicator(xercesc::DOMNode* element);
 };

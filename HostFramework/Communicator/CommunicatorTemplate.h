@@ -19,6 +19,7 @@ public:
 
     const std::wstring& getAddress() const { return address_; }
     int getPort() const { return port_; }
+    /// The connect's time-out in milliseconds; -1 for the host's default.
     int getTimeoutMs() const { return timeoutMs_; }
 
 private:

@@ -14,4 +14,13 @@ public:
 
     /// The device's TCP port.
     virtual int getPort() const = 0;
+
+    /// How long a connect may take, in milliseconds; -1 for the host's default.
+    int getConnectTimeoutMs() const { return connectTimeoutMs_; }
+
+protected:
+    explicit EthernetCommunicator(int connectTimeoutMs = -1) : connectTimeoutMs_(connectTimeoutMs) {}
+
+private:
+    int connectTimeoutMs_;
 };

@@ -45,10 +45,11 @@ private:
     Value value_;
 };
 
-/// What a device calls when a command is done. Either may be empty. Called on the executing thread.
+/// What a device calls when a command is over: one of the two, once, on the executing thread. Either may be
+/// empty.
 struct CmdResultCallbacks {
     std::function<void()> done;
-    std::function<void(std::exception_ptr)> failed;
+    std::function<void(std::exception_ptr)> failed; ///< gets what the command's execution threw
 };
 
 } // namespace Tolvane::DeviceFramework2::Device

@@ -23,11 +23,15 @@ public:
 
     virtual ~BaseInterface();                             // slot 0
     virtual const std::wstring& getInterfaceType() const; // slot 1
-    /// Slot 2: forgets an observer by the number that registration gave; an unknown number is ignored.
+    /// Slot 2: forgets an observer by the number that registration gave, and tells the device so. An unknown
+    /// number is ignored.
     virtual void deregisterObserver(int number);
-    /// Slot 3: calls every observer, in the order of registration.
+    /// Slot 3: calls every observer, in the order of registration. Observers may register and deregister
+    /// meanwhile, themselves included: one that was forgotten is not called any more, a new one not yet. What
+    /// an observer throws passes to the caller, and the observers behind it are not called.
     virtual void updateObservers();
-    /// Slot 4: adds an observer and returns its number.
+    /// Slot 4: adds an observer, tells the device so, and returns its number, which no other observer of
+    /// this interface ever gets. Throws std::invalid_argument for an empty one.
     virtual int registerObserver2(Observer observer);
 
     Device& getDevice() const { return device_; }

@@ -5,6 +5,7 @@
 
 class HOSTFRAMEWORK_EXPORT Device2Bridge : public Device {
 public:
+    /// As Device: takes the communicator over.
     explicit Device2Bridge(Communicator* communicator);
     ~Device2Bridge() override;
 };

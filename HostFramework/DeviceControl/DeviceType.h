@@ -24,8 +24,8 @@ public:
     virtual ~DeviceType(); // slot 0
     /// Slot 1: the names of the variants that the family distinguishes; empty where it distinguishes none.
     virtual std::vector<std::wstring> getVariants() const = 0;
-    /// Slot 2: true where devices of this family may answer that command: the host's capture and setting
-    /// commands.
+    /// Slot 2: true where devices of this family may answer that command: the host's FillMonoImage,
+    /// FillNativeImage and SetNetworkHealthCallback.
     virtual bool supports(const Tolvane::DeviceFramework2::Device::Cmd& command) const;
     /// Slot 3: true where `other` is of the same family. Null is not.
     virtual bool isSameType(const DeviceType* other) const = 0;
@@ -35,7 +35,9 @@ public:
     const std::wstring& getVersion() const { return version_; }
     /// Name of the family, for people.
     const std::wstring& getName() const { return name_; }
+    /// Belongs to the type.
     DeviceFramework1Locator& getLocator() const { return *locator_; }
+    /// Belongs to the type.
     DeviceBuilder& getBuilder() const { return *builder_; }
 
 protected:

@@ -3,6 +3,7 @@
 
 #include "HostFrameworkExport.h"
 
+#include <mutex>
 #include <vector>
 
 class DeviceType;
@@ -21,10 +22,17 @@ public:
     /// The types in the order in which they were added. Any thread.
     std::vector<const DeviceType*> getDeviceTypes() const;
 
+    /// Forgets a type that was added, once; the latest where it was added more than once. One that was not
+    /// is ignored. For a host that is about to unload the type's plug-in. Any thread.
+    void removeDeviceType(const DeviceType& type);
+
     /// Forgets every type; for a host that is about to unload its plug-ins. Any thread.
     void clear();
 
 private:
     DeviceTypeManager() = default;
     ~DeviceTypeManager() = default;
+
+    mutable std::mutex mutex_;
+    std::vector<const DeviceType*> types_; ///< guarded by mutex_
 };

@@ -9,6 +9,7 @@ public:
     /// The name under which a device finds this interface.
     static const std::wstring interfaceTypeName;
 
+    /// `device` outlives the interface.
     explicit Imaging2Interface(Device& device);
     ~Imaging2Interface() override;
 

@@ -10,6 +10,7 @@ public:
     /// The name under which a device finds this interface.
     static const std::wstring interfaceTypeName;
 
+    /// `device` outlives the interface.
     explicit ImagingInterface(Device& device);
     ~ImagingInterface() override;
 

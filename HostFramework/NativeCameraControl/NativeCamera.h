@@ -4,33 +4,35 @@
 #include "DeviceControl/Device2Bridge.h"
 #include "NativeCameraControl/INativeCamera.h"
 
-/// A camera that is described by a CameraInfo. Exposure goes through the camera's ImagingInterface where it
-/// has one.
+/// A camera that is described by a CameraInfo. Depth and exposure go through the camera's ImagingInterface.
+/// It overrides none of Device's operations, so a camera family's own come right behind the destructor.
+///
+/// To the device it says: the serial number as UID, else the MAC address; the model; model, address and
+/// serial number as description, in one line (control characters become U+FFFD); the firmware as version;
+/// the MAC address. Its stored description has a "CameraInfo" and a "connection" element.
 class HOSTFRAMEWORK_EXPORT NativeCamera : public INativeCamera, public Device2Bridge {
 public:
-    /// Takes the communicator over.
+    /// Takes the communicator over, also where it throws.
     NativeCamera(Communicator* communicator, const CameraInfo& info);
 
+    /// As the ImagingInterface has it, 8 without one.
     int getBitDepth() const override;
+    /// Throws DeviceException for any other depth than getBitDepth(): it is the camera's own.
     void setBitDepth(int bits) override;
+    /// As the ImagingInterface has it, 0 without one.
     int getExposureTime() const override;
+    /// Throws DeviceException where the camera has no ImagingInterface.
     void setExposureTime(int time) override;
-    bool hasGainControl() const override;
-    double getGain() const override;
+    bool hasGainControl() const override; // false
+    double getGain() const override;      // 1.0
+    /// Throws DeviceException for any other gain than 1.0.
     void setGain(double gain) override;
+    /// As the description has it; (0, 0) where that is unknown.
     Point<int, 2> getResolution() const override;
+    /// The description as given at construction.
     CameraInfo getCameraInfo() const override;
-    std::wstring getEmbeddedIntrinsics() const override;
+    std::wstring getEmbeddedIntrinsics() const override; // empty
     ~NativeCamera() override;
-
-    std::wstring getUID() const override;
-    std::wstring getModel() const override;
-    /// Model, address and serial number in one line.
-    std::wstring getDescription() const override;
-    std::wstring getVersion() const override;
-    std::wstring getMac() const override;
-    /// A "CameraInfo" and a "connection" element.
-    void toXmlInternal(std::ostream& stream, int indent) const override;
 
 protected:
     /// Installs what every camera answers to; nothing at present.
@@ -38,5 +40,4 @@ protected:
 
 private:
     CameraInfo info_;
-    int bitDepth_ = 8;
 };

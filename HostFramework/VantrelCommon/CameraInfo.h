@@ -13,8 +13,8 @@ public:
     CameraInfo();
 
     /// Reads a "CameraInfo" element as toXml writes it: one child element per field, in any order; a child
-    /// that is missing leaves its field empty or 0, an unknown one is skipped. Throws DeviceException for a
-    /// null node and for a number that is none.
+    /// that is missing leaves its field empty or 0, an unknown one is skipped, and of two of one name the
+    /// last one counts. Throws DeviceException for a null node and for a number that is none or does not fit.
     explicit CameraInfo(xercesc::DOMNode* element);
 
     CameraInfo(const CameraInfo&);
@@ -45,8 +45,9 @@ public:
     void setDefaultGateway(const std::wstring& text) { defaultGateway_ = text; }
     void setSubnetMask(const std::wstring& text) { subnetMask_ = text; }
 
-    /// The "CameraInfo" element as UTF-8 text, `indent` blanks before each line. Characters that XML cannot
-    /// hold become U+FFFD.
+    /// The "CameraInfo" element as UTF-8 text, `indent` blanks before each line, a line feed behind the last:
+    /// its children are cameraTypeEnum, ipAddress, firmware, macAddress, resolutionX, resolutionY, model,
+    /// serialNumber, defaultGateway and subnetMask. Characters that XML cannot hold become U+FFFD.
     std::string toXml(int indent = 0) const;
 
 private:
