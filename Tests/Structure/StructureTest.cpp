@@ -141,8 +141,9 @@ TEST(Structure, HeadersAreIncludedOnce) {
     for (const auto& [room, allowed] : mayInclude)
         for (const fs::path& source : sourcesBelow(root / room)) {
             const Lines lines = linesOf(source);
-            if (source.extension() == ".h")
-                EXPECT_TRUE(std::find(lines.begin(), lines.end(), "#pragma once") != lines.end()) << source;
+            if (source.extension() != ".h")
+                continue;
+            EXPECT_TRUE(std::find(lines.begin(), lines.end(), "#pragma once") != lines.end()) << source;
         }
 }
 
