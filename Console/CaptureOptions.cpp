@@ -79,7 +79,7 @@ void addCaptureOptions(CLI::App& command, CaptureOptions& options) {
 }
 
 std::string pictureFileName(const CaptureOptions& options, int number) {
-    const std::string name = options.output.empty() ? defaultOutput(options.address) : options.output;
+    std::string name = options.output.empty() ? defaultOutput(options.address) : options.output;
     if (options.count == 1)
         return name;
     const std::size_t nameStart = name.find_last_of('/') + 1; // npos + 1 is 0
