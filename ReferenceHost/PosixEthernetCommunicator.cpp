@@ -24,6 +24,9 @@ constexpr std::size_t pieceBytes = 65536;
 /// How long a line is quiet before a larger read ends, or before what a peer still sends is all dropped.
 constexpr auto quietTime = 20ms;
 
+/// How often an observer is asked while nothing comes.
+constexpr auto observerInterval = 100ms;
+
 /// How long the device may take nothing of what is sent.
 constexpr auto sendStallTime = 10s;
 
@@ -139,11 +142,17 @@ std::size_t PosixEthernetCommunicator::State::receive(unsigned char* data, std::
     std::size_t received = 0;
     std::size_t reported = 0;
     while (received < count) {
+        const auto waitUntil =
+            observer ? std::min(pieceDeadline, TcpSocket::Clock::now() + observerInterval) : pieceDeadline;
         SocketResult piece =
-            socket.receive(data + received, std::min(count - received, pieceBytes), pieceDeadline);
+            socket.receive(data + received, std::min(count - received, pieceBytes), waitUntil);
         received += piece.bytes;
-        if (piece.status == SocketStatus::timedOut)
-            break;
+        if (piece.status == SocketStatus::timedOut) {
+            if (waitUntil >= pieceDeadline)
+                break;
+            observer(received, count);
+            continue;
+        }
         if (piece.status != SocketStatus::done) {
             closeBroken(std::move(piece.reason));
             if (received == 0)

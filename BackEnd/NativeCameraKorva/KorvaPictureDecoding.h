@@ -14,9 +14,10 @@ namespace Korva {
 /// `text` gets the text of the first text chunk that stands before the pixels, whatever its key; it is left
 /// alone where there is none.
 ///
-/// An empty image where the file is broken, cut short or too large, and where a transparency chunk makes
-/// its rows other than the format says. Never throws. What is wrong with the file libpng says on standard
-/// error.
+/// An empty image where the file is broken, cut short or too large, where a text before the pixels is longer
+/// than 16 MiB, and where a transparency chunk makes the rows other than the format says. A text that unpacks
+/// to more than 8,000,000 bytes is passed over. Never throws. What is wrong with the file libpng says on
+/// standard error.
 image_t decodePng(std::istream& file, std::string& text);
 
 /// Decodes an uncompressed SGI image file from a stream that stands at its start: 1, 3 or 4 channels.

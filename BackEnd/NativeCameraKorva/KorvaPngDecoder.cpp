@@ -6,6 +6,7 @@
 #include <array>
 #include <csetjmp>
 #include <cstddef>
+#include <cstdlib>
 #include <cstring>
 #include <exception>
 #include <limits>
@@ -17,7 +18,10 @@ namespace {
 
 constexpr std::size_t signatureLength = 8;
 constexpr std::size_t jumpBufferSize = 256;
-// Each text chunk that libpng keeps may unpack to 8 MB; of its usual 1000 a small file could fill the memory.
+// A few bytes of a file may announce a text of any length, or unpack to one, and libpng, which only warns of
+// it, would keep 1000 of them. The longest row that it decodes takes half of the allocation allowed here.
+constexpr png_alloc_size_t mostAllocatedBytes = png_alloc_size_t{16} << 20;
+constexpr png_alloc_size_t mostUnpackedTextBytes = 8'000'000;
 constexpr png_uint_32 mostKeptChunks = 32;
 
 /// libpng's read callback. What does not come is zero, so that the end of a cut-off file does not decode from
@@ -28,12 +32,23 @@ void readForLibpng(png_structp png, png_bytep bytes, std::size_t count) noexcept
     std::memset(bytes + came, 0, count - came);
 }
 
+png_voidp allocateForLibpng(png_structp, png_alloc_size_t bytes) noexcept {
+    return bytes > mostAllocatedBytes ? nullptr : std::malloc(bytes);
+}
+
+void freeForLibpng(png_structp, png_voidp memory) noexcept {
+    std::free(memory); // libpng's own way too, as some of its memory was allocated before
+}
+
 /// libpng's two structures, and where its errors jump to.
 class PngReader {
 public:
     PngReader() {
         if (png_ == nullptr)
             return;
+        png_set_mem_fn(png_, nullptr, allocateForLibpng, freeForLibpng);
+        png_set_chunk_malloc_max(png_, mostUnpackedTextBytes);
+        png_set_chunk_cache_max(png_, mostKeptChunks);
         info_ = png_create_info_struct(png_);
         errorReturn_ = png_set_longjmp_fn(png_, std::longjmp, jumpBufferSize);
     }
@@ -90,7 +105,6 @@ bool readForm(const PngReader& reader, std::istream& file, PictureForm& form) {
     if (setjmp(reader.errorReturn()) != 0) // NOLINT(cert-err52-cpp): libpng's way to report an error
         return false;
     const png_structp png = reader.png();
-    png_set_chunk_cache_max(png, mostKeptChunks);
     png_set_read_fn(png, &file, readForLibpng);
     png_set_sig_bytes(png, signatureLength);
     png_read_info(png, reader.info());

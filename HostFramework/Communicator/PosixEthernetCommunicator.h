@@ -39,8 +39,9 @@ public:
     /// new one, also below an outer hold. Until then every operation throws with the failure's reason.
     bool isConnected() const override;
 
-    /// Sets or, with an empty function, removes the observer. It runs on the reading thread, at most about
-    /// every 64 KiB, and at the end of a read. What it throws ends the read and reaches the caller. It must
+    /// Sets or, with an empty function, removes the observer. It runs on the reading thread, about every
+    /// 64 KiB, every 100 ms while nothing comes, and at the end of a read. What it throws ends the read and
+    /// reaches the caller. It must
     /// not set the observer.
     void setProgressObserver(ProgressObserver observer);
 

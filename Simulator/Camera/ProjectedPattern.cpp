@@ -20,23 +20,9 @@ constexpr float targetRadius = 1.0F;
 constexpr float stripLeft = 5;
 constexpr float stripRight = 11;
 
-/// How much of a pixel lies inside an edge that is `inside` cells away (negative: outside).
-float coverage(float inside, float footprint) {
-    return std::clamp(inside / footprint + 0.5F, 0.0F, 1.0F);
-}
-
-/// How much of a pixel is covered by a line; a line thinner than the pixel covers a part of it.
-float lineCoverage(float distance, float halfWidth, float footprint) {
-    return coverage(halfWidth - distance, footprint) * std::min(1.0F, 2 * halfWidth / footprint);
-}
-
-float distanceToGridLine(float position) {
-    return std::abs(position - std::round(position));
-}
-
 Vector3 gridLight(float column, float row, float footprint) {
     const bool odd = ((static_cast<int>(column) + static_cast<int>(row)) & 1) != 0;
-    const float nearest = std::min(distanceToGridLine(column), distanceToGridLine(row));
+    const float nearest = std::min(distanceToWhole(column), distanceToWhole(row));
     return blend(odd ? darkCell : lightCell, lineLight, lineCoverage(nearest, lineHalfWidth, footprint));
 }
 
@@ -44,7 +30,7 @@ Vector3 gridLight(float column, float row, float footprint) {
 Vector3 stripLight(float column, bool coloured) {
     const float place = (column - stripLeft) / (stripRight - stripLeft);
     if (!coloured) {
-        const float step = std::floor(place * 8) / 7;
+        const float step = static_cast<float>(static_cast<int>(place * 8)) / 7;
         return blackLight + Vector3{0.95F, 0.95F, 0.95F} * (step * step);
     }
     constexpr std::array<Vector3, 7> bars = {{{0.9F, 0.9F, 0.9F},
@@ -67,7 +53,7 @@ void addStrips(Vector3& light, float column, float row, float footprint) {
 }
 
 void addCircles(Vector3& light, float column, float row, float footprint) {
-    const float distance = std::hypot(column - centreColumn, row - centreRow);
+    const float distance = lengthOf(column - centreColumn, row - centreRow);
     light = blend(light, lineLight,
                   lineCoverage(std::abs(distance - largeCircle), lineHalfWidth * 1.3F, footprint));
     if (distance > 1)
@@ -88,7 +74,7 @@ void addTarget(Vector3& light, float column, float row, float footprint) {
     const bool top = row > centreRow;
     const float across = column - (right ? patternColumns - targetInset : targetInset);
     const float up = row - (top ? patternRows - targetInset : targetInset);
-    const float distance = std::hypot(across, up);
+    const float distance = lengthOf(across, up);
     if (distance > targetRadius + footprint)
         return;
     const float quadrant = std::min(std::abs(across), std::abs(up)) * (across * up > 0 ? 1.0F : -1.0F);

@@ -5,7 +5,6 @@
 
 #include <algorithm>
 #include <limits>
-#include <vector>
 
 namespace Simulator {
 
@@ -13,7 +12,7 @@ namespace {
 
 constexpr float pi = 3.14159265F;
 
-enum Surface { Floor, Ceiling, Left, Right, Back, Front };
+enum Surface : std::size_t { Floor, Ceiling, Left, Right, Back, Front };
 
 constexpr Vector3 roomLow{-4.3F, 0.0F, 0.0F};
 constexpr Vector3 roomHigh{4.3F, 3.75F, 7.5F};
@@ -69,45 +68,45 @@ std::array<float, 9> patternFromWall() {
     return {first.x, second.x, third.x, first.y, second.y, third.y, first.z, second.z, third.z};
 }
 
-float smoothEdge(float inside, float footprint) {
-    return std::clamp(inside / footprint + 0.5F, 0.0F, 1.0F);
-}
-
+/// Distance to the nearest joint of a floor or ceiling laid in pieces of `spacing`; `position` is at least 0.
 float distanceToJoint(float position, float spacing) {
-    const float share = position / spacing;
-    return std::abs(share - std::round(share)) * spacing;
+    return distanceToWhole(position / spacing) * spacing;
 }
 
 /// A number from 0 to 1 that belongs to a cell.
 float scatter(int column, int row) {
-    const auto index = static_cast<std::uint64_t>(column * 8191 + row + 1'000'000);
-    return static_cast<float>(randomBits(7, index) >> 40) / static_cast<float>(1 << 24);
+    const std::uint64_t bits =
+        randomBits(static_cast<std::uint64_t>(column), static_cast<std::uint64_t>(row));
+    return static_cast<float>(bits >> 40) / static_cast<float>(1 << 24);
 }
 
 Vector3 floorPaintAt(Vector3 place, float footprint) {
-    const int plank = static_cast<int>(std::floor((place.x - roomLow.x) / plankWidth));
+    const int plank = static_cast<int>((place.x - roomLow.x) / plankWidth);
     const float shift = scatter(plank, 0) * plankLength;
-    const int board = static_cast<int>(std::floor((place.z + shift) / plankLength));
+    const int board = static_cast<int>((place.z + shift) / plankLength);
     const float joint = std::min(distanceToJoint(place.x - roomLow.x, plankWidth),
                                  distanceToJoint(place.z + shift, plankLength));
-    const float seam = smoothEdge(0.004F - joint, footprint) * std::min(1.0F, 0.008F / footprint);
+    const float seam = lineCoverage(joint, 0.004F, footprint);
     return floorPaint * ((0.75F + 0.5F * scatter(plank, board + 1)) * (1 - 0.7F * seam));
 }
 
 Vector3 ceilingPaintAt(Vector3 place, float footprint) {
     const float joint =
-        std::min(distanceToJoint(place.x, ceilingTile), distanceToJoint(place.z, ceilingTile));
-    const float seam = smoothEdge(0.010F - joint, footprint) * std::min(1.0F, 0.020F / footprint);
+        std::min(distanceToJoint(place.x - roomLow.x, ceilingTile), distanceToJoint(place.z, ceilingTile));
+    const float seam = lineCoverage(joint, 0.010F, footprint);
     return ceilingPaint * (1 - 0.45F * seam);
 }
 
 } // namespace
 
 Room::Room() : m_patternFromWall(patternFromWall()) {
-    lightSurfaces();
+    for (LightMap& map : m_maps)
+        map.fill(houseLight);
+    const std::vector<Patch> lit = lightSurfaces(screenPatches());
+    lightSurfaces(lit);
 }
 
-Vector3 Room::placeOn(int surface, float across, float along) {
+Vector3 Room::placeOn(std::size_t surface, float across, float along) {
     const Vector3 size = roomHigh - roomLow;
     const float x = roomLow.x + size.x * across;
     switch (surface) {
@@ -126,7 +125,7 @@ Vector3 Room::placeOn(int surface, float across, float along) {
     }
 }
 
-float Room::patchArea(int surface) {
+float Room::patchArea(std::size_t surface) {
     const Vector3 size = roomHigh - roomLow;
     const float whole = surface <= Ceiling ? size.x * size.z
                         : surface <= Right ? size.y * size.z
@@ -134,52 +133,61 @@ float Room::patchArea(int surface) {
     return whole / (mapSide * mapSide);
 }
 
-void Room::lightSurfaces() {
+std::vector<Room::Patch> Room::screenPatches() const {
     constexpr int columns = 10;
     constexpr int rows = 6;
-    std::vector<Patch> sources;
-    const float width = 2 * screenHalfWidth / columns;
-    const float height = (screenTop - screenBottom) / rows;
-    for (int row = 0; row < rows; ++row)
-        for (int column = 0; column < columns; ++column) {
-            const Vector3 place{(static_cast<float>(column) + 0.5F) * width - screenHalfWidth,
-                                (static_cast<float>(row) + 0.5F) * height + screenBottom, roomHigh.z};
-            Vector3 mean;
-            for (int part = 0; part < 16; ++part) {
-                const Vector3 offset{(static_cast<float>(part % 4) - 1.5F) * width / 4,
-                                     (static_cast<float>(part / 4) - 1.5F) * height / 4, 0};
-                mean = mean + projectedLight(place + offset, 0.4F) * (1.0F / 16);
-            }
-            sources.push_back({place, facings[Front], mean * (screenGain * width * height), width * height});
+    constexpr int parts = 4; // in each direction, over which a patch's light is averaged
+    constexpr float width = 2 * screenHalfWidth / columns;
+    constexpr float height = (screenTop - screenBottom) / rows;
+    const auto middle = [](int index, int count) {
+        return (static_cast<float>(index % count) + 0.5F) / static_cast<float>(count);
+    };
+    std::vector<Patch> patches;
+    for (int patch = 0; patch < columns * rows; ++patch) {
+        const int row = patch / columns;
+        const Vector3 corner{static_cast<float>(patch % columns) * width - screenHalfWidth,
+                             static_cast<float>(row) * height + screenBottom, roomHigh.z};
+        Vector3 mean;
+        for (int part = 0; part < parts * parts; ++part) {
+            const int partRow = part / parts;
+            const Vector3 place =
+                corner + Vector3{middle(part, parts) * width, middle(partRow, parts) * height, 0};
+            mean = mean + projectedLight(place, 0.4F) * (1.0F / (parts * parts));
         }
-
-    for (int bounce = 0; bounce < 2; ++bounce) {
-        std::vector<Patch> lit;
-        for (int surface = 0; surface < surfaces; ++surface)
-            for (int cell = 0; cell < mapSide * mapSide; ++cell) {
-                const Vector3 place = placeOn(surface, (static_cast<float>(cell % mapSide) + 0.5F) / mapSide,
-                                              (static_cast<float>(cell / mapSide) + 0.5F) / mapSide);
-                const Vector3 facing = facings[static_cast<std::size_t>(surface)];
-                Vector3 arriving = bounce == 0 ? houseLight : Vector3{};
-                for (const Patch& source : sources) {
-                    const Vector3 way = source.place - place;
-                    const float square = dot(way, way);
-                    const float cosines =
-                        std::max(dot(way, facing), 0.0F) * std::max(-dot(way, source.facing), 0.0F);
-                    if (cosines > 0)
-                        arriving =
-                            arriving + source.power * (cosines / (square * (pi * square + source.area)));
-                }
-                LightMap& map = m_maps[static_cast<std::size_t>(surface)];
-                map[static_cast<std::size_t>(cell)] = map[static_cast<std::size_t>(cell)] + arriving;
-                const float area = patchArea(surface);
-                lit.push_back({place, facing, arriving * paint(surface, place, 1.0F) * area, area});
-            }
-        sources = std::move(lit);
+        patches.push_back({corner + Vector3{width / 2, height / 2, 0}, facings[Front],
+                           mean * (screenGain * width * height), width * height});
     }
+    return patches;
 }
 
-Vector3 Room::roomLight(int surface, Vector3 place) const {
+Vector3 Room::lightArriving(Vector3 place, Vector3 facing, const std::vector<Patch>& sources) {
+    Vector3 arriving;
+    for (const Patch& source : sources) {
+        const Vector3 way = source.place - place;
+        const float square = dot(way, way);
+        const float cosines = std::max(dot(way, facing), 0.0F) * std::max(-dot(way, source.facing), 0.0F);
+        if (cosines > 0)
+            arriving = arriving + source.power * (cosines / (square * (pi * square + source.area)));
+    }
+    return arriving;
+}
+
+std::vector<Room::Patch> Room::lightSurfaces(const std::vector<Patch>& sources) {
+    std::vector<Patch> lit;
+    for (std::size_t surface = 0; surface < surfaces; ++surface)
+        for (std::size_t cell = 0; cell < m_maps[surface].size(); ++cell) {
+            const std::size_t row = cell / mapSide;
+            const Vector3 place = placeOn(surface, (static_cast<float>(cell % mapSide) + 0.5F) / mapSide,
+                                          (static_cast<float>(row) + 0.5F) / mapSide);
+            const Vector3 arriving = lightArriving(place, facings[surface], sources);
+            m_maps[surface][cell] = m_maps[surface][cell] + arriving;
+            const float area = patchArea(surface);
+            lit.push_back({place, facings[surface], arriving * paint(surface, place, 1.0F) * area, area});
+        }
+    return lit;
+}
+
+Vector3 Room::roomLight(std::size_t surface, Vector3 place) const {
     const Vector3 size = roomHigh - roomLow;
     const Vector3 share{(place.x - roomLow.x) / size.x, place.y / size.y, place.z / size.z};
     const bool side = surface == Left || surface == Right;
@@ -191,7 +199,7 @@ Vector3 Room::roomLight(int surface, Vector3 place) const {
     const auto row = static_cast<std::size_t>(along);
     const float inColumn = across - static_cast<float>(column);
     const float inRow = along - static_cast<float>(row);
-    const Vector3* const corner = &m_maps[static_cast<std::size_t>(surface)][row * mapSide + column];
+    const Vector3* const corner = &m_maps[surface][row * mapSide + column];
     return blend(blend(corner[0], corner[1], inColumn), blend(corner[mapSide], corner[mapSide + 1], inColumn),
                  inRow);
 }
@@ -207,7 +215,7 @@ Vector3 Room::projectedLight(Vector3 place, float footprint) const {
     return patternLight(across * patternColumns, up * patternRows, footprint) * hotSpot;
 }
 
-Vector3 Room::paint(int surface, Vector3 place, float footprint) {
+Vector3 Room::paint(std::size_t surface, Vector3 place, float footprint) {
     switch (surface) {
     case Floor:
         return floorPaintAt(place, footprint);
@@ -218,7 +226,7 @@ Vector3 Room::paint(int surface, Vector3 place, float footprint) {
     case Right:
     default:
         return blend(surface == Front ? frontPaint : sidePaint, skirtingPaint,
-                     smoothEdge(skirtingHeight - place.y, footprint));
+                     coverage(skirtingHeight - place.y, footprint));
     }
 }
 
@@ -229,12 +237,12 @@ Vector3 Room::frontWall(Vector3 place, float footprint) const {
     Vector3 light = around * paint(Front, place, footprint);
     if (inScreen < -frameWidth - footprint)
         return light;
-    light = blend(light, around * framePaint, smoothEdge(inScreen + frameWidth, footprint));
+    light = blend(light, around * framePaint, coverage(inScreen + frameWidth, footprint));
     if (inScreen < -footprint)
         return light;
     constexpr float cellsPerMetre = 3.9F;
     const Vector3 projected = projectedLight(place, std::max(footprint * cellsPerMetre, 1e-4F));
-    return blend(light, (projected + around) * screenPaint, smoothEdge(inScreen, footprint));
+    return blend(light, (projected + around) * screenPaint, coverage(inScreen, footprint));
 }
 
 Room::Hit Room::firstHit(Vector3 eye, Vector3 direction) {

@@ -4,6 +4,8 @@
 #include "Camera/Vector3.h"
 
 #include <array>
+#include <cstddef>
+#include <vector>
 
 namespace Simulator {
 
@@ -17,13 +19,13 @@ public:
     Vector3 lightFrom(Vector3 eye, Vector3 direction, float pixelAngle) const;
 
 private:
-    static constexpr int mapSide = 12;
-    static constexpr int surfaces = 6;
+    static constexpr std::size_t mapSide = 12;
+    static constexpr std::size_t surfaces = 6;
     using LightMap = std::array<Vector3, mapSide * mapSide>;
     using Homography = std::array<float, 9>;
 
     struct Hit {
-        int surface = 0;
+        std::size_t surface = 0;
         float distance = 0;
         Vector3 place;
     };
@@ -36,13 +38,16 @@ private:
     };
 
     static Hit firstHit(Vector3 eye, Vector3 direction);
-    static Vector3 placeOn(int surface, float across, float along);
-    static float patchArea(int surface);
-    static Vector3 paint(int surface, Vector3 place, float footprint);
+    static Vector3 placeOn(std::size_t surface, float across, float along);
+    static float patchArea(std::size_t surface);
+    static Vector3 paint(std::size_t surface, Vector3 place, float footprint);
 
-    void lightSurfaces();
+    std::vector<Patch> screenPatches() const;
+    static Vector3 lightArriving(Vector3 place, Vector3 facing, const std::vector<Patch>& sources);
+    /// Adds the light of `sources` to the maps; gives back what the surfaces throw on.
+    std::vector<Patch> lightSurfaces(const std::vector<Patch>& sources);
     Vector3 projectedLight(Vector3 place, float footprint) const;
-    Vector3 roomLight(int surface, Vector3 place) const;
+    Vector3 roomLight(std::size_t surface, Vector3 place) const;
     Vector3 frontWall(Vector3 place, float footprint) const;
 
     Homography m_patternFromWall;

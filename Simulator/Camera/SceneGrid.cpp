@@ -33,7 +33,7 @@ public:
 
     struct Ray {
         Vector3 direction;
-        float transmission;
+        float transmission = 0;
     };
 
     Ray at(std::uint32_t column, std::uint32_t row) const {

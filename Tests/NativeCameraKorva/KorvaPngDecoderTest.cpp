@@ -7,6 +7,8 @@
 
 #include <gtest/gtest.h>
 
+#include <sys/resource.h>
+
 #include <cstdint>
 #include <istream>
 #include <sstream>
@@ -69,6 +71,7 @@ Bytes greyFile(const Bytes& beforePixels = {}, const Bytes& afterPixels = {}) {
 
 const Picture greyPicture{19, 2, 1, {0x34, 0x12, 0xFF, 0x3F}};
 
+using namespace std::string_literals;
 using namespace std::string_view_literals;
 
 TEST(PngDecoder, GivesSixteenBitGreyInLittleEndianOrder) {
@@ -151,13 +154,47 @@ TEST(PngDecoder, LeavesTheTextAloneWhereThePictureIsBroken) {
     EXPECT_EQ(result.text, untouchedText);
 }
 
-TEST(PngDecoder, KeepsFewOfTooManyTextsAndStillGivesTheFirst) {
+TEST(PngDecoder, KeepsFewOfManyTextsAndStillGivesTheFirst) {
     Bytes texts = pngChunk("tEXt", "Title\0first"sv);
     for (int i = 0; i < 2000; ++i)
         texts = texts + pngChunk("tEXt", "Title\0more"sv);
     const Decoded result = decodedSilently(greyFile(texts));
     EXPECT_EQ(result.text, "first");
     EXPECT_EQ(result.picture, greyPicture);
+}
+
+TEST(PngDecoder, RefusesATextThatIsLongerThanSixteenMebibytes) {
+    constexpr std::size_t mostBytes = std::size_t{16} << 20;
+    const std::string nearlyLongest(mostBytes - 16, 'x'); // beside its key and what libpng stores with them
+    const Decoded below = decodedSilently(greyFile(pngChunk("tEXt", "Title\0"s + nearlyLongest)));
+    EXPECT_EQ(below.picture, greyPicture);
+    EXPECT_TRUE(below.text == nearlyLongest);
+    const Decoded above =
+        decodedSilently(greyFile(pngChunk("tEXt", "Title\0"s + std::string(mostBytes, 'x'))));
+    EXPECT_EQ(above.picture, noPicture);
+    EXPECT_TRUE(above.text == untouchedText);
+}
+
+TEST(PngDecoder, TakesNoMemoryForATextThatIsOnlyAnnounced) {
+    Bytes text = pngChunk("tEXt", "Title\0t"sv);
+    text[0] = 0x40; // 1 GiB and 7 bytes
+    rusage before{};
+    getrusage(RUSAGE_SELF, &before);
+    EXPECT_EQ(decodedSilently(greyFile(text)).picture, noPicture);
+    rusage after{};
+    getrusage(RUSAGE_SELF, &after);
+    EXPECT_LT(after.ru_maxrss - before.ru_maxrss, 64 * 1024); // in KiB
+}
+
+TEST(PngDecoder, PassesOverATextThatUnpacksToMoreThanEightMillionBytes) {
+    const auto packedText = [](std::size_t length) {
+        const Bytes keyAndMethod{'K', 0, 0};
+        return pngChunk("zTXt", keyAndMethod + Support::packed(Bytes(length, 'x')));
+    };
+    EXPECT_TRUE(decoded(greyFile(packedText(7'000'000))).text == std::string(7'000'000, 'x'));
+    const Decoded above = decodedSilently(greyFile(packedText(9'000'000)));
+    EXPECT_EQ(above.picture, greyPicture);
+    EXPECT_EQ(above.text, untouchedText);
 }
 
 TEST(PngDecoder, SaysNothingAboutAGoodFile) {

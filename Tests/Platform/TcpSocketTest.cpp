@@ -319,7 +319,9 @@ TEST(TcpSocket, BoundsTheDiscardedBytes) {
     ASSERT_EQ(openTo(socket, peer.port()).status, SocketStatus::done);
     std::string text;
     receiveWithin(socket, 5s, text, 1);
-    EXPECT_EQ(socket.discardUnread(5s, {4, 5s}).bytes, 4u);
+    const SocketResult result = socket.discardUnread(5s, {4, 5s});
+    EXPECT_EQ(result.status, SocketStatus::done);
+    EXPECT_EQ(result.bytes, 4u);
     receiveWithin(socket, 5s, text);
     EXPECT_EQ(text, "56789");
 }
@@ -334,6 +336,22 @@ TEST(TcpSocket, BoundsTheTimeOfDiscarding) {
     const SocketResult result = socket.discardUnread(5s, {megabyte, 40ms});
     EXPECT_EQ(result.status, SocketStatus::done);
     EXPECT_LT(result.bytes, std::size_t{drops} - 1);
+}
+
+TEST(TcpSocket, BoundsTheTimeOfDiscardingThoughMoreIsThere) {
+    constexpr std::size_t waiting = 100'000;
+    std::promise<void> sent;
+    const LoopbackPeer peer([&](PeerConnection& client) {
+        client.send(std::string(waiting, 'x'));
+        sent.set_value();
+    });
+    TcpSocket socket;
+    ASSERT_EQ(openTo(socket, peer.port()).status, SocketStatus::done);
+    sent.get_future().wait();
+    const SocketResult result = socket.discardUnread(5s, {megabyte, 0ms});
+    EXPECT_EQ(result.status, SocketStatus::done);
+    EXPECT_GT(result.bytes, 0u);
+    EXPECT_LT(result.bytes, waiting);
 }
 
 TEST(TcpSocket, TellsWhileDiscardingThatThePeerHasClosed) {

@@ -207,6 +207,7 @@ TEST(WideToText, SubstitutesLoneSurrogatesInSixteenBitUnits) {
     EXPECT_EQ(encodeFrom(std::u16string{high, u'z'}), mark + "z");
     EXPECT_EQ(encodeFrom(std::u16string{low, u'z'}), mark + "z");
     EXPECT_EQ(encodeFrom(std::u16string{low, high}), mark + mark) << "the wrong way round";
+    EXPECT_EQ(encodeFrom(std::u16string{low, low}), mark + mark);
     EXPECT_EQ(encodeFrom(std::u16string{high, high, low}), mark + "\xF0\x9F\x98\x80");
 }
 

@@ -61,6 +61,7 @@ TEST(DeveloperSettings, HoldTextsInUtf8) {
 TEST(DeveloperSettings, AreSafeForThreads) {
     const String shared("shared");
     std::vector<std::thread> threads;
+    threads.reserve(4);
     for (int number = 0; number < 4; ++number) {
         threads.emplace_back([&shared, number] {
             const std::string own = "own " + std::to_string(number);

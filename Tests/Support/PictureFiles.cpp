@@ -81,13 +81,17 @@ Bytes pngHeader(std::uint32_t width, std::uint32_t height, std::uint8_t bitDepth
     return pngChunk("IHDR", data + Bytes{bitDepth, static_cast<unsigned char>(colour), 0, 0, 0});
 }
 
-Bytes pngPixels(const Bytes& rows) {
-    uLongf length = compressBound(rows.size());
-    Bytes packed(length);
-    if (compress(packed.data(), &length, rows.data(), rows.size()) != Z_OK)
+Bytes packed(const Bytes& bytes) {
+    uLongf length = compressBound(bytes.size());
+    Bytes result(length);
+    if (compress(result.data(), &length, bytes.data(), bytes.size()) != Z_OK)
         throw std::runtime_error("cannot compress");
-    packed.resize(length);
-    return pngChunk("IDAT", packed);
+    result.resize(length);
+    return result;
+}
+
+Bytes pngPixels(const Bytes& rows) {
+    return pngChunk("IDAT", packed(rows));
 }
 
 Bytes pngEnd() {

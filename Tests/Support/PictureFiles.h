@@ -48,6 +48,9 @@ enum class PngColour : std::uint8_t { grey = 0, rgb = 2, palette = 3, greyAlpha 
 /// The header chunk of a picture that is not interlaced.
 Bytes pngHeader(std::uint32_t width, std::uint32_t height, std::uint8_t bitDepth, PngColour colour);
 
+/// The bytes in zlib's format, as chunks hold what they pack.
+Bytes packed(const Bytes& bytes);
+
 /// The pixels chunk: `rows` are the rows as the file holds them, each behind its filter byte.
 Bytes pngPixels(const Bytes& rows);
 

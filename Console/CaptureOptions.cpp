@@ -1,0 +1,92 @@
+#include "CaptureOptions.h"
+
+#include <CLI/CLI.hpp>
+
+#include <algorithm>
+#include <charconv>
+#include <cmath>
+#include <system_error>
+
+namespace Console {
+
+namespace {
+
+constexpr int fewestUnits = 1;
+constexpr int mostUnits = 3600;
+constexpr int mostPictures = 9999;
+
+std::string defaultOutput(const std::string& address) {
+    static constexpr std::string_view kept =
+        "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789.-";
+    std::string name = address;
+    std::replace_if(
+        name.begin(), name.end(), [](char c) { return kept.find(c) == std::string_view::npos; }, '_');
+    return "korva-" + name + ".png";
+}
+
+} // namespace
+
+std::optional<int> exposureUnitsFromSeconds(std::string_view text) {
+    double seconds = 0.0;
+    const char* const end = text.data() + text.size();
+    const auto parsed = std::from_chars(text.data(), end, seconds, std::chars_format::fixed);
+    if (parsed.ec != std::errc() || parsed.ptr != end)
+        return std::nullopt;
+    const double units = seconds * 10.0;
+    if (!(units > 0.5 && units < mostUnits + 0.5))
+        return std::nullopt;
+    const auto rounded = static_cast<int>(std::lround(units));
+    constexpr double tolerance = 1e-9; // 0.3 x 10 is not exactly 3
+    if (std::abs(units - rounded) > tolerance || rounded < fewestUnits || rounded > mostUnits)
+        return std::nullopt;
+    return rounded;
+}
+
+void addCaptureOptions(CLI::App& command, CaptureOptions& options) {
+    command.add_option("ADDRESS", options.address, "The camera's IPv4 address or host name")
+        ->option_text(" ")
+        ->required()
+        ->check([](const std::string& address) {
+            return address.empty() ? std::string("it is empty") : std::string();
+        });
+    command
+        .add_option_function<std::string>(
+            "--exposure",
+            [&options](const std::string& text) {
+                const auto units = exposureUnitsFromSeconds(text);
+                if (!units)
+                    throw CLI::ValidationError("--exposure",
+                                               "\"" + text + "\" is not 0.1 to 360 seconds in steps of 0.1");
+                options.exposureUnits = *units;
+            },
+            "Exposure time, 0.1 to 360 in steps of 0.1; 1.5 unless given")
+        ->option_text("SECONDS");
+    command
+        .add_option("--count", options.count, "Take so many pictures, numbered name-1.png, name-2.png ...")
+        ->option_text("N")
+        ->check(CLI::Range(1, mostPictures));
+    command
+        .add_option(
+            "--output", options.output,
+            "The grey 8-bit PNG file to write, replacing an older one; korva-ADDRESS.png unless given")
+        ->option_text("FILE.png");
+    command.add_flag("--json", options.json, "Print one JSON object on standard output instead of words");
+    command.add_option("--port", options.port, "The camera's TCP port; 32769 unless given")
+        ->option_text("PORT")
+        ->check(CLI::Range(1, 65535));
+    command.footer("Exit status: 0 done; 1 the camera, the network or the disk failed, or Ctrl-C; 2 wrong "
+                   "usage.");
+}
+
+std::string pictureFileName(const CaptureOptions& options, int number) {
+    std::string name = options.output.empty() ? defaultOutput(options.address) : options.output;
+    if (options.count == 1)
+        return name;
+    const std::size_t nameStart = name.find_last_of('/') + 1; // npos + 1 is 0
+    const std::size_t dot = name.find_last_of('.');
+    const bool hasExtension = dot != std::string::npos && dot > nameStart;
+    const std::size_t stemEnd = hasExtension ? dot : name.size();
+    return name.substr(0, stemEnd) + "-" + std::to_string(number) + name.substr(stemEnd);
+}
+
+} // namespace Console

@@ -1,0 +1,78 @@
+#include "CommonOptions.h"
+
+#include "Platform/Text.h"
+#include "ReferenceHost/HostControl.h"
+#include "VantrelCommon/PlenarDiagnostics.h"
+
+#include <CLI/CLI.hpp>
+
+#include <filesystem>
+#include <stdexcept>
+#include <system_error>
+
+namespace Console {
+
+namespace {
+
+constexpr const char* group = "Common options";
+
+std::pair<std::string, std::string> splitSetting(const std::string& text) {
+    const std::size_t equals = text.find('=');
+    if (equals == 0 || equals == std::string::npos)
+        throw CLI::ValidationError("--setting", "\"" + text + "\" is not of the form NAME=VALUE");
+    return {text.substr(0, equals), text.substr(equals + 1)};
+}
+
+} // namespace
+
+void addCommonOptions(CLI::App& app, CommonOptions& options) {
+    app.set_help_flag("-h,--help", "Print this help and exit")->group(group);
+    app.set_version_flag("--version", std::string("korva ") + KORVA_VERSION, "Print the version and exit")
+        ->group(group);
+    app.add_option(
+           "--log", options.log.level,
+           "Show the plug-in's log lines of this level and above on standard error; off unless given. "
+           "At trace, fetched picture files are dumped into the diagnostics folder too")
+        ->option_text("off|error|warn|info|debug|trace")
+        ->transform(CLI::IsMember({"off", "error", "warn", "info", "debug", "trace"}, CLI::ignore_case))
+        ->group(group);
+    app.add_option(
+           "--log-config", options.log.configFile,
+           "Set logging up from this log4cxx configuration file (properties, or XML if it ends in .xml)")
+        ->option_text("FILE")
+        ->check(CLI::ExistingFile)
+        ->group(group);
+    app.add_option("--diagnostics", options.diagnosticsFolder,
+                   "Folder for dumped picture files; made if it is missing")
+        ->option_text("DIR")
+        ->group(group);
+    app.add_option_function<std::vector<std::string>>(
+           "--setting",
+           [&options](const std::vector<std::string>& texts) {
+               for (const std::string& text : texts)
+                   options.settings.push_back(splitSetting(text));
+           },
+           "Set a developer setting of the host; may be repeated")
+        ->option_text("NAME=VALUE")
+        ->allow_extra_args(false)
+        ->group(group);
+}
+
+void applyToHost(const CommonOptions& options) {
+    for (const auto& [name, value] : options.settings)
+        ReferenceHost::setDeveloperSetting(name, value);
+    if (!options.diagnosticsFolder.empty())
+        ReferenceHost::setImagesSubDirectory(Platform::wideFromUtf8(options.diagnosticsFolder));
+
+    const bool dumps = options.log.level == "trace";
+    if (!dumps && options.diagnosticsFolder.empty())
+        return;
+    const std::string folder = Platform::utf8FromWide(PlenarDiagnostics::getImagesSubDirectory());
+    std::error_code code;
+    std::filesystem::create_directories(std::filesystem::path(std::u8string(folder.begin(), folder.end())),
+                                        code);
+    if (code)
+        throw std::runtime_error("cannot make the diagnostics folder " + folder + ": " + code.message());
+}
+
+} // namespace Console

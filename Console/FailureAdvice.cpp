@@ -1,0 +1,56 @@
+#include "FailureAdvice.h"
+
+#include <algorithm>
+#include <array>
+#include <system_error>
+#include <vector>
+
+namespace Console {
+
+namespace {
+
+struct Advice {
+    std::string sign; ///< what the reason contains
+    std::string text;
+};
+
+std::string systemText(std::errc code) {
+    return std::make_error_code(code).message();
+}
+
+/// The first sign that is found decides.
+const std::vector<Advice>& table() {
+    static const std::vector<Advice> advices = {
+        {systemText(std::errc::connection_refused),
+         "check that this is a Korva camera and that it has finished starting"},
+        {systemText(std::errc::host_unreachable), "check the address, the cable and the camera's power"},
+        {systemText(std::errc::network_unreachable),
+         "check the address and this computer's network settings"},
+        {systemText(std::errc::timed_out), "check the address, the cable and the camera's power"},
+        {systemText(std::errc::connection_reset),
+         "take the picture again; if it stays so, restart the camera"},
+        {"Name or service not known", "check the name, or give the camera's IPv4 address"},
+        {"name resolution", "give the camera's IPv4 address instead of its name"},
+        {"closed", "take the picture again; if it stays so, restart the camera"},
+        {"All black image", "open the lens cap, light the scene or use a longer --exposure"},
+        {"Korva returned an error code", "use another --exposure; if it stays so, restart the camera"},
+        {"image configuration", "restart the camera and check the cable"},
+        {"take image request",
+         "use a shorter --exposure (the camera has 10 s to answer) or restart the camera"},
+        {"bytesRead", "check the cable, then take the picture again"},
+        {"chksum", "check the cable, then take the picture again"},
+    };
+    return advices;
+}
+
+} // namespace
+
+std::string adviceFor(std::string_view reason) {
+    for (const Advice& advice : table()) {
+        if (reason.find(advice.sign) != std::string_view::npos)
+            return advice.text;
+    }
+    return "take the picture again with --log debug to see what the camera says";
+}
+
+} // namespace Console

@@ -1,0 +1,31 @@
+#pragma once
+// Writes pictures to disk, whole or not at all.
+
+#include <cstdint>
+#include <span>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+namespace Console {
+
+/// A file could not be written. The message names the file and the system's reason.
+class PictureFileError : public std::runtime_error {
+public:
+    using std::runtime_error::runtime_error;
+};
+
+/// An 8-bit grey PNG file of `width` x `height` pixels, both at least 1. `pixels` has width x height bytes,
+/// rows from the top. Throws PictureFileError where libpng refuses the size or memory is short.
+std::vector<unsigned char> encodeGreyPng(std::uint32_t width, std::uint32_t height,
+                                         std::span<const unsigned char> pixels);
+
+/// Writes `bytes` to a new file beside `utf8Path`, flushes it to the device and renames it to `utf8Path`,
+/// where an ordinary file is replaced. Throws PictureFileError where any step fails, and then leaves nothing
+/// behind and an older file untouched. A symbolic link is followed.
+void writeWholeFile(const std::string& utf8Path, std::span<const unsigned char> bytes);
+
+/// Throws PictureFileError where writeWholeFile could not even begin. Leaves nothing behind.
+void checkWritable(const std::string& utf8Path);
+
+} // namespace Console

@@ -1,0 +1,15 @@
+#pragma once
+// Makes text from a camera fit to be shown on a terminal.
+
+#include <string>
+#include <string_view>
+
+namespace Console {
+
+/// `text` with every control character (those of one byte, delete, U+0080 to U+009F, the line and paragraph
+/// separators, and the marks that turn the writing direction) and every byte that is not part of well-formed
+/// UTF-8 written as \x and two lower-case hexadecimal digits per byte. The result is one line of well-formed
+/// UTF-8 that cannot steer a terminal.
+std::string printable(std::string_view text);
+
+} // namespace Console

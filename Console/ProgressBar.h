@@ -1,0 +1,53 @@
+#pragma once
+// Shows on a terminal how much of a picture has arrived.
+
+#include <chrono>
+#include <cstddef>
+#include <cstdint>
+#include <cstdio>
+#include <string>
+
+namespace Console {
+
+/// One line, at most `columns` - 1 characters: a bar where there is room for one, the bytes received of those
+/// expected, and the rate where time has passed. Bytes are in decimal units (kB, MB, GB).
+std::string progressText(std::uint64_t received, std::uint64_t expected, double seconds, int columns);
+
+/// A bar that redraws itself in place. One thread.
+class ProgressBar {
+public:
+    using Clock = std::chrono::steady_clock;
+
+    /// Draws on `stream`, which must outlive it, only where that is a terminal.
+    explicit ProgressBar(std::FILE* stream);
+    ProgressBar(const ProgressBar&) = delete;
+    ProgressBar& operator=(const ProgressBar&) = delete;
+
+    /// Erases itself.
+    ~ProgressBar();
+
+    /// Called while a read goes on, with the bytes received and asked for. A read that asks for exactly what
+    /// the one before left over goes on with the same picture. Reads too short to be a picture are ignored.
+    void observe(std::size_t received, std::size_t expected);
+
+    /// Takes the bar off the screen, so that a line can be written; it comes back when more arrives.
+    void erase();
+
+    /// The bytes of the picture that is being received, and of those what has arrived.
+    std::uint64_t received() const { return receivedBefore_ + readReceived_; }
+    std::uint64_t expected() const { return receivedBefore_ + readExpected_; }
+
+private:
+    void draw(Clock::time_point now);
+
+    std::FILE* stream_;
+    bool enabled_;
+    bool shown_ = false;
+    std::uint64_t receivedBefore_ = 0; ///< by earlier reads of the same picture
+    std::uint64_t readReceived_ = 0;
+    std::uint64_t readExpected_ = 0;
+    Clock::time_point pictureStart_;
+    Clock::time_point lastDrawn_;
+};
+
+} // namespace Console

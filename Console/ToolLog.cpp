@@ -1,0 +1,94 @@
+#include "ToolLog.h"
+
+#include "Printable.h"
+#include "ProgressBar.h"
+
+#include <log4cxx/appenderskeleton.h>
+#include <log4cxx/basicconfigurator.h>
+#include <log4cxx/helpers/transcoder.h>
+#include <log4cxx/level.h>
+#include <log4cxx/logger.h>
+#include <log4cxx/propertyconfigurator.h>
+#include <log4cxx/xml/domconfigurator.h>
+
+#include <algorithm>
+#include <cstddef>
+#include <cstdio>
+#include <mutex>
+#include <utility>
+
+namespace Console {
+
+namespace {
+
+constexpr std::size_t mostRemarks = 8;
+
+} // namespace
+
+class ToolLog::Appender : public log4cxx::AppenderSkeleton {
+public:
+    Appender(log4cxx::LevelPtr shownFrom, ProgressBar* bar) : shownFrom_(std::move(shownFrom)), bar_(bar) {}
+
+    void close() override {}
+    bool requiresLayout() const override { return false; }
+
+    std::vector<std::string> takeRemarks() {
+        const std::lock_guard lock(mutex_);
+        return std::exchange(remarks_, {});
+    }
+
+protected:
+    void append(const log4cxx::spi::LoggingEventPtr& event, log4cxx::helpers::Pool& /*pool*/) override {
+        const std::string message = printable(event->getMessage());
+        if (event->getLevel()->isGreaterOrEqual(shownFrom_)) {
+            const std::string line = event->getLevel()->toString() + " " + printable(event->getLoggerName()) +
+                                     " - " + message + "\n";
+            if (bar_ != nullptr)
+                bar_->erase();
+            std::fputs(line.c_str(), stderr);
+        }
+        if (event->getLevel()->isGreaterOrEqual(log4cxx::Level::getWarn()))
+            remember(message);
+    }
+
+private:
+    void remember(const std::string& message) {
+        const std::lock_guard lock(mutex_);
+        if (remarks_.size() < mostRemarks &&
+            std::find(remarks_.begin(), remarks_.end(), message) == remarks_.end())
+            remarks_.push_back(message);
+    }
+
+    log4cxx::LevelPtr shownFrom_;
+    ProgressBar* bar_;
+    std::mutex mutex_;
+    std::vector<std::string> remarks_;
+};
+
+ToolLog::ToolLog(const LogOptions& options, ProgressBar* bar) {
+    using log4cxx::Level;
+    // Whatever a configuration file in the working folder has set up is not what this command line asked for.
+    log4cxx::BasicConfigurator::resetConfiguration();
+    const auto root = log4cxx::Logger::getRootLogger();
+    const auto shownFrom = Level::toLevelLS(options.level, Level::getOff());
+
+    if (options.configFile.empty())
+        root->setLevel(shownFrom->isGreaterOrEqual(Level::getWarn()) ? Level::getWarn() : shownFrom);
+    else if (options.configFile.ends_with(".xml"))
+        log4cxx::xml::DOMConfigurator::configure(options.configFile);
+    else
+        log4cxx::PropertyConfigurator::configure(options.configFile);
+
+    appender_ = std::make_shared<Appender>(shownFrom, bar);
+    root->addAppender(appender_);
+}
+
+ToolLog::~ToolLog() {
+    log4cxx::Logger::getRootLogger()->removeAppender(appender_);
+}
+
+std::vector<std::string> ToolLog::takeRemarks() {
+    return appender_->takeRemarks();
+}
+
+} // namespace Console

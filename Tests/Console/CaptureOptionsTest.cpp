@@ -1,0 +1,121 @@
+#include "Console/CaptureOptions.h"
+
+#include <CLI/CLI.hpp>
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+using Console::CaptureOptions;
+using Console::exposureUnitsFromSeconds;
+using Console::pictureFileName;
+
+namespace {
+
+CaptureOptions parsed(std::vector<std::string> arguments) {
+    CLI::App app;
+    CaptureOptions options;
+    addCaptureOptions(app, options);
+    std::vector<std::string> reversed(arguments.rbegin(), arguments.rend());
+    app.parse(reversed);
+    return options;
+}
+
+CaptureOptions named(const std::string& output, int count) {
+    CaptureOptions options;
+    options.address = "10.0.0.7";
+    options.output = output;
+    options.count = count;
+    return options;
+}
+
+} // namespace
+
+TEST(CaptureOptions, CountExposureInSteps) {
+    EXPECT_EQ(exposureUnitsFromSeconds("0.1"), 1);
+    EXPECT_EQ(exposureUnitsFromSeconds("0.3"), 3);
+    EXPECT_EQ(exposureUnitsFromSeconds("1.50"), 15);
+    EXPECT_EQ(exposureUnitsFromSeconds("2"), 20);
+    EXPECT_EQ(exposureUnitsFromSeconds("359.9"), 3599);
+    EXPECT_EQ(exposureUnitsFromSeconds("360"), 3600);
+}
+
+TEST(CaptureOptions, EveryStepOfExposureIsReached) {
+    for (int units = 1; units <= 3600; ++units) {
+        const std::string text = std::to_string(units / 10) + "." + std::to_string(units % 10);
+        EXPECT_EQ(exposureUnitsFromSeconds(text), units) << text;
+    }
+}
+
+TEST(CaptureOptions, RefuseExposureOutsideTheRange) {
+    for (const char* text : {"0", "0.0", "0.09", "-1", "360.1", "361", "1000000", "99999999999999999999"})
+        EXPECT_EQ(exposureUnitsFromSeconds(text), std::nullopt) << text;
+}
+
+TEST(CaptureOptions, RefuseExposureBetweenTwoSteps) {
+    for (const char* text : {"0.15", "1.51", "359.95", "0.1000001"})
+        EXPECT_EQ(exposureUnitsFromSeconds(text), std::nullopt) << text;
+}
+
+TEST(CaptureOptions, RefuseExposureThatIsNoDecimalNumber) {
+    for (const char* text : {"", "x", "1,5", "1.5s", " 1", "nan", "inf", "1e0", "0x1"})
+        EXPECT_EQ(exposureUnitsFromSeconds(text), std::nullopt) << text;
+}
+
+TEST(CaptureOptions, DefaultsAreOnePictureOfOneAndAHalfSeconds) {
+    const CaptureOptions options = parsed({"10.0.0.7"});
+    EXPECT_EQ(options.address, "10.0.0.7");
+    EXPECT_EQ(options.port, 32769);
+    EXPECT_EQ(options.exposureUnits, 15);
+    EXPECT_EQ(options.count, 1);
+    EXPECT_EQ(pictureFileName(options, 1), "korva-10.0.0.7.png");
+    EXPECT_FALSE(options.json);
+}
+
+TEST(CaptureOptions, TakeWhatTheCommandLineSays) {
+    const CaptureOptions options = parsed(
+        {"camera", "--exposure", "0.2", "--count", "3", "--output", "wall.png", "--json", "--port", "5000"});
+    EXPECT_EQ(options.address, "camera");
+    EXPECT_EQ(options.exposureUnits, 2);
+    EXPECT_EQ(options.count, 3);
+    EXPECT_EQ(options.output, "wall.png");
+    EXPECT_TRUE(options.json);
+    EXPECT_EQ(options.port, 5000);
+}
+
+TEST(CaptureOptions, RefuseWrongUsage) {
+    EXPECT_THROW(parsed({}), CLI::ParseError);
+    EXPECT_THROW(parsed({""}), CLI::ParseError);
+    EXPECT_THROW(parsed({"a", "b"}), CLI::ParseError);
+    EXPECT_THROW(parsed({"a", "--exposure", "0"}), CLI::ParseError);
+    EXPECT_THROW(parsed({"a", "--exposure", "360.1"}), CLI::ParseError);
+    EXPECT_THROW(parsed({"a", "--exposure"}), CLI::ParseError);
+    EXPECT_THROW(parsed({"a", "--count", "0"}), CLI::ParseError);
+    EXPECT_THROW(parsed({"a", "--count", "10000"}), CLI::ParseError);
+    EXPECT_THROW(parsed({"a", "--count", "1.5"}), CLI::ParseError);
+    EXPECT_THROW(parsed({"a", "--port", "0"}), CLI::ParseError);
+    EXPECT_THROW(parsed({"a", "--port", "65536"}), CLI::ParseError);
+    EXPECT_THROW(parsed({"a", "--unknown"}), CLI::ParseError);
+}
+
+TEST(CaptureOptions, OnePictureKeepsTheNameGiven) {
+    EXPECT_EQ(pictureFileName(named("wall.png", 1), 1), "wall.png");
+}
+
+TEST(CaptureOptions, SeveralPicturesAreNumberedBeforeTheExtension) {
+    EXPECT_EQ(pictureFileName(named("wall.png", 2), 1), "wall-1.png");
+    EXPECT_EQ(pictureFileName(named("wall.png", 12), 12), "wall-12.png");
+    EXPECT_EQ(pictureFileName(named("", 2), 2), "korva-10.0.0.7-2.png");
+}
+
+TEST(CaptureOptions, DotsOutsideTheFileNamesExtensionAreNoExtension) {
+    EXPECT_EQ(pictureFileName(named("run.1/wall", 2), 1), "run.1/wall-1");
+    EXPECT_EQ(pictureFileName(named("run.1/.wall", 2), 1), "run.1/.wall-1");
+    EXPECT_EQ(pictureFileName(named("run.1/a.b.png", 2), 1), "run.1/a.b-1.png");
+}
+
+TEST(CaptureOptions, DefaultNameHoldsNothingThatAPathWouldMind) {
+    CaptureOptions options;
+    options.address = "../fe80::1%eth0\n";
+    EXPECT_EQ(pictureFileName(options, 1), "korva-.._fe80__1_eth0_.png");
+}

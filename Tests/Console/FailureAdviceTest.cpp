@@ -1,0 +1,29 @@
+#include "Console/FailureAdvice.h"
+
+#include <gtest/gtest.h>
+
+#include <set>
+#include <string>
+#include <system_error>
+
+using Console::adviceFor;
+
+TEST(FailureAdvice, DiffersForWhatDiffersToTheEngineer) {
+    const std::set<std::string> advices = {
+        adviceFor("connect: " + std::make_error_code(std::errc::connection_refused).message()),
+        adviceFor("connect: " + std::make_error_code(std::errc::host_unreachable).message()),
+        adviceFor("All black image from Korva detected"),
+        adviceFor("Korva returned an error code: 5"),
+        adviceFor("parseIncomingMessage failed for take image request"),
+        adviceFor("something else"),
+    };
+    EXPECT_EQ(advices.size(), 6u);
+}
+
+TEST(FailureAdvice, BlackPictureAsksForLight) {
+    EXPECT_NE(adviceFor("All black image from Korva detected").find("lens cap"), std::string::npos);
+}
+
+TEST(FailureAdvice, UnknownReasonAsksForTheLog) {
+    EXPECT_NE(adviceFor("").find("--log debug"), std::string::npos);
+}

@@ -1,0 +1,185 @@
+#include "Console/PictureFile.h"
+
+#include <gtest/gtest.h>
+#include <png.h>
+
+#include <csignal>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <string>
+#include <sys/resource.h>
+#include <vector>
+
+using Console::checkWritable;
+using Console::encodeGreyPng;
+using Console::PictureFileError;
+using Console::writeWholeFile;
+
+namespace fs = std::filesystem;
+
+namespace {
+
+using Bytes = std::vector<unsigned char>;
+
+/// An empty folder of the test's own.
+class PictureFile : public testing::Test {
+protected:
+    PictureFile() {
+        const auto* const test = testing::UnitTest::GetInstance()->current_test_info();
+        folder_ = fs::path(testing::TempDir()) / (std::string("korva-picture-") + test->name());
+        fs::remove_all(folder_);
+        fs::create_directories(folder_);
+    }
+    ~PictureFile() override { fs::remove_all(folder_); }
+
+    std::string path(const char* name) const { return (folder_ / name).string(); }
+
+    std::vector<std::string> names() const {
+        std::vector<std::string> all;
+        for (const auto& entry : fs::directory_iterator(folder_))
+            all.push_back(entry.path().filename().string());
+        return all;
+    }
+
+    fs::path folder_;
+};
+
+Bytes fileBytes(const std::string& path) {
+    std::ifstream stream(path, std::ios::binary);
+    return {std::istreambuf_iterator<char>(stream), {}};
+}
+
+std::string messageOf(const std::string& path, const Bytes& bytes) {
+    try {
+        writeWholeFile(path, bytes);
+    } catch (const PictureFileError& error) {
+        return error.what();
+    }
+    return "no error";
+}
+
+/// While it lives this process writes no file beyond `bytes`, as if the disk were full.
+class FileSizeLimit {
+public:
+    explicit FileSizeLimit(rlim_t bytes) : oldHandler_(std::signal(SIGXFSZ, SIG_IGN)) {
+        getrlimit(RLIMIT_FSIZE, &old_);
+        rlimit limit = old_;
+        limit.rlim_cur = bytes;
+        setrlimit(RLIMIT_FSIZE, &limit);
+    }
+    ~FileSizeLimit() {
+        setrlimit(RLIMIT_FSIZE, &old_);
+        std::signal(SIGXFSZ, oldHandler_);
+    }
+
+private:
+    rlimit old_{};
+    void (*oldHandler_)(int);
+};
+
+} // namespace
+
+TEST_F(PictureFile, PngReadsBackAsItWas) {
+    constexpr unsigned width = 7;
+    constexpr unsigned height = 5;
+    Bytes pixels;
+    for (unsigned i = 0; i < width * height; ++i)
+        pixels.push_back(static_cast<unsigned char>(i * 37));
+    const Bytes file = encodeGreyPng(width, height, pixels);
+
+    constexpr std::size_t colourTypeOffset = 25;
+    EXPECT_EQ(file.at(colourTypeOffset - 1), 8);
+    EXPECT_EQ(file.at(colourTypeOffset), PNG_COLOR_TYPE_GRAY);
+    png_image image{};
+    image.version = PNG_IMAGE_VERSION;
+    ASSERT_NE(png_image_begin_read_from_memory(&image, file.data(), file.size()), 0) << image.message;
+    EXPECT_EQ(image.width, width);
+    EXPECT_EQ(image.height, height);
+    image.format = PNG_FORMAT_GRAY;
+    Bytes back(width * height);
+    ASSERT_NE(png_image_finish_read(&image, nullptr, back.data(), width, nullptr), 0) << image.message;
+    EXPECT_EQ(back, pixels);
+}
+
+TEST_F(PictureFile, RefusesPictureWithoutPixelsOrWithTooFew) {
+    const Bytes pixels(10);
+    EXPECT_THROW(encodeGreyPng(0, 1, pixels), PictureFileError);
+    EXPECT_THROW(encodeGreyPng(1, 0, pixels), PictureFileError);
+    EXPECT_THROW(encodeGreyPng(4, 3, pixels), PictureFileError);
+    EXPECT_THROW(encodeGreyPng(0xFFFFFFFF, 0xFFFFFFFF, pixels), PictureFileError);
+}
+
+TEST_F(PictureFile, WritesTheBytesAndNothingElse) {
+    writeWholeFile(path("a.png"), Bytes{1, 2, 3});
+    EXPECT_EQ(fileBytes(path("a.png")), (Bytes{1, 2, 3}));
+    EXPECT_EQ(names(), std::vector<std::string>{"a.png"});
+}
+
+TEST_F(PictureFile, ReplacesAnOlderFile) {
+    writeWholeFile(path("a.png"), Bytes(100, 1));
+    writeWholeFile(path("a.png"), Bytes{2});
+    EXPECT_EQ(fileBytes(path("a.png")), Bytes{2});
+    EXPECT_EQ(names(), std::vector<std::string>{"a.png"});
+}
+
+TEST_F(PictureFile, FollowsASymbolicLink) {
+    writeWholeFile(path("real.png"), Bytes{1});
+    fs::create_symlink("real.png", path("link.png"));
+    writeWholeFile(path("link.png"), Bytes{2});
+    EXPECT_TRUE(fs::is_symlink(path("link.png")));
+    EXPECT_EQ(fileBytes(path("real.png")), Bytes{2});
+}
+
+TEST_F(PictureFile, TakesNamesOutsideAscii) {
+    writeWholeFile(path("caf\xC3\xA9.png"), Bytes{1});
+    EXPECT_EQ(names(), std::vector<std::string>{"caf\xC3\xA9.png"});
+}
+
+TEST_F(PictureFile, FullDiskLeavesNothingBehind) {
+    std::string message;
+    {
+        const FileSizeLimit limit(4096);
+        message = messageOf(path("a.png"), Bytes(100'000, 7));
+    }
+    EXPECT_NE(message.find("cannot write " + path("a.png") + ": "), std::string::npos) << message;
+    EXPECT_TRUE(names().empty());
+}
+
+TEST_F(PictureFile, LastBytesThatDoNotFitAreNoticed) {
+    std::string message;
+    {
+        const FileSizeLimit limit(100);
+        message = messageOf(path("a.png"), Bytes(101, 7)); // fits the stream's buffer, not the disk
+    }
+    EXPECT_NE(message, "no error");
+    EXPECT_TRUE(names().empty());
+}
+
+TEST_F(PictureFile, FullDiskLeavesTheOlderFileAlone) {
+    writeWholeFile(path("a.png"), Bytes{1, 2, 3});
+    {
+        const FileSizeLimit limit(4096);
+        EXPECT_NE(messageOf(path("a.png"), Bytes(100'000, 7)), "no error");
+    }
+    EXPECT_EQ(fileBytes(path("a.png")), (Bytes{1, 2, 3}));
+    EXPECT_EQ(names(), std::vector<std::string>{"a.png"});
+}
+
+TEST_F(PictureFile, MissingFolderIsNamedWithTheReason) {
+    const std::string file = path("missing/a.png");
+    EXPECT_EQ(messageOf(file, Bytes{1}), "cannot write " + file + ": No such file or directory");
+}
+
+TEST_F(PictureFile, FolderAndDeviceAreNotReplaced) {
+    EXPECT_EQ(messageOf(folder_.string(), Bytes{1}), "cannot write " + folder_.string() + ": Is a directory");
+    EXPECT_EQ(messageOf("/dev/full", Bytes{1}),
+              "cannot write /dev/full: it exists and is not an ordinary file");
+    EXPECT_TRUE(fs::is_character_file("/dev/full"));
+}
+
+TEST_F(PictureFile, CheckLeavesNothingBehind) {
+    checkWritable(path("a.png"));
+    EXPECT_TRUE(names().empty());
+    EXPECT_THROW(checkWritable(path("missing/a.png")), PictureFileError);
+}

@@ -1,0 +1,49 @@
+#include "Console/Printable.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+
+using Console::printable;
+
+TEST(Printable, LeavesOrdinaryTextAlone) {
+    EXPECT_EQ(printable(""), "");
+    EXPECT_EQ(printable("Korva returned an error code: 5 ~"), "Korva returned an error code: 5 ~");
+}
+
+TEST(Printable, LeavesWellFormedUtf8Alone) {
+    const std::string text = "caf\xC3\xA9 \xE2\x82\xAC \xF0\x9F\x93\xB7";
+    EXPECT_EQ(printable(text), text);
+}
+
+TEST(Printable, EscapesControlCharacters) {
+    EXPECT_EQ(printable(std::string("a\0b", 3)), "a\\x00b");
+    EXPECT_EQ(printable("\x1b[2J\r\n\t\x7f"), "\\x1b[2J\\x0d\\x0a\\x09\\x7f");
+}
+
+TEST(Printable, EscapesTheControlCharactersAbove127) {
+    EXPECT_EQ(printable("\xC2\x9B"), "\\xc2\\x9b");
+    EXPECT_EQ(printable("\xC2\xA0"), "\xC2\xA0");
+}
+
+TEST(Printable, EscapesLineSeparatorsAndDirectionMarks) {
+    EXPECT_EQ(printable("\xE2\x80\xA8"), "\\xe2\\x80\\xa8");
+    EXPECT_EQ(printable("\xE2\x80\xAE"), "\\xe2\\x80\\xae");
+    EXPECT_EQ(printable("\xE2\x81\xA6"), "\\xe2\\x81\\xa6");
+    EXPECT_EQ(printable("\xE2\x80\xA7"), "\xE2\x80\xA7");
+}
+
+TEST(Printable, ShowsTheRawByte255) {
+    EXPECT_EQ(printable("300 > \xff"), "300 > \\xff");
+}
+
+TEST(Printable, EscapesMalformedUtf8ByteByByte) {
+    EXPECT_EQ(printable("\x80"), "\\x80");                            // continuation without a lead
+    EXPECT_EQ(printable("\xC3"), "\\xc3");                            // cut short
+    EXPECT_EQ(printable("\xE2\x82"), "\\xe2\\x82");                   // cut short
+    EXPECT_EQ(printable("\xC3Z"), "\\xc3Z");                          // no continuation
+    EXPECT_EQ(printable("\xC0\xAF"), "\\xc0\\xaf");                   // overlong
+    EXPECT_EQ(printable("\xE0\x80\xAF"), "\\xe0\\x80\\xaf");          // overlong
+    EXPECT_EQ(printable("\xED\xA0\x80"), "\\xed\\xa0\\x80");          // surrogate
+    EXPECT_EQ(printable("\xF4\x90\x80\x80"), "\\xf4\\x90\\x80\\x80"); // above the last code point
+}

@@ -1,0 +1,52 @@
+#pragma once
+// Runs the built tool as its users do.
+
+#include "ChildProcess.h"
+
+#include <string>
+#include <vector>
+
+namespace Integration {
+
+/// `arguments` behind the tool's own path.
+std::vector<std::string> toolCommand(const std::vector<std::string>& arguments);
+
+struct ToolResult {
+    int status = -1;
+    std::string output;
+    std::string errors;
+};
+
+/// Runs the tool to its end.
+ToolResult runTool(const std::vector<std::string>& arguments);
+
+/// The number of lines in a text; what follows the last line end counts as one too.
+std::size_t lineCount(const std::string& text);
+
+/// `korva simulate` at ports the system chose, from the moment it serves until destruction.
+class SimulatedCamera {
+public:
+    /// `options` beyond ports and run time. Throws std::runtime_error where it does not serve.
+    explicit SimulatedCamera(const std::vector<std::string>& options = {"--size", "120x80"});
+
+    const std::string& port() const { return port_; }
+    ChildProcess& process() { return process_; }
+
+    /// The arguments of a capture of this camera, followed by `more`.
+    std::vector<std::string> captureArguments(const std::vector<std::string>& more) const;
+
+private:
+    ChildProcess process_;
+    std::string port_;
+};
+
+/// A grey picture file, read back with libpng.
+struct GreyPicture {
+    unsigned width = 0;
+    unsigned height = 0;
+    std::vector<unsigned char> pixels; ///< empty where the file is no 8-bit grey PNG
+};
+
+GreyPicture readGreyPng(const std::string& path);
+
+} // namespace Integration

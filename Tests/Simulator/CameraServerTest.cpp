@@ -1,0 +1,341 @@
+#include "Network/CameraServer.h"
+
+#include "Conversation.h"
+#include "LoopbackClient.h"
+
+#include <gmock/gmock.h>
+
+#include <algorithm>
+#include <condition_variable>
+#include <mutex>
+
+namespace Simulator {
+
+using namespace Testing;
+using ::testing::AllOf;
+using ::testing::EndsWith;
+using ::testing::HasSubstr;
+using ::testing::StartsWith;
+
+namespace {
+
+using std::chrono::milliseconds;
+
+/// Collects what the server says, and lets a test wait for a line.
+class Events {
+public:
+    EventLog log() {
+        return [this](const std::string& line) {
+            const std::lock_guard lock(m_mutex);
+            m_lines.push_back(line);
+            m_changed.notify_all();
+        };
+    }
+
+    /// Whether a line that contains `part` came within ten seconds.
+    bool saw(const std::string& part) {
+        std::unique_lock lock(m_mutex);
+        return m_changed.wait_for(lock, std::chrono::seconds(10), [&] {
+            return std::ranges::any_of(
+                m_lines, [&](const std::string& line) { return line.find(part) != std::string::npos; });
+        });
+    }
+
+    std::vector<std::string> lines() {
+        const std::lock_guard lock(m_mutex);
+        return m_lines;
+    }
+
+private:
+    std::mutex m_mutex;
+    std::condition_variable m_changed;
+    std::vector<std::string> m_lines;
+};
+
+ServerOptions anyPorts(const EventLog& log = {}) {
+    ServerOptions options;
+    options.binaryTcpPort = options.textTcpPort = options.discoveryUdpPort = 0;
+    options.log = log;
+    return options;
+}
+
+class CameraServerTest : public ::testing::Test {
+protected:
+    CameraServer& serve(const CameraSettings& settings = smallCamera()) {
+        server.emplace(settings, anyPorts(events.log()));
+        server->start();
+        return *server;
+    }
+
+    CameraServer& serveWith(std::string_view fault) {
+        CameraSettings settings = smallCamera();
+        settings.faults = {parseFault(fault)};
+        return serve(settings);
+    }
+
+    Events events;
+    std::optional<CameraServer> server;
+};
+
+std::string refusalOf(const ServerOptions& options) {
+    try {
+        const CameraServer server(smallCamera(), options);
+    } catch (const ServerError& refusal) {
+        return refusal.what();
+    }
+    return "accepted";
+}
+
+} // namespace
+
+TEST_F(CameraServerTest, AnswersAWholeCapture) {
+    LoopbackClient client(serve().binaryTcpPort());
+    EXPECT_EQ(client.ask(probeRequest), doneAnswer);
+    EXPECT_EQ(client.ask(configureRequest), doneAnswer);
+    EXPECT_EQ(client.ask(takeRequest), doneAnswer);
+    Camera same(smallCamera());
+    EXPECT_EQ(client.ask(getRequest), *same.pictureAnswer({100, 2, PictureFormat::Sgi}));
+}
+
+TEST_F(CameraServerTest, SendsLargePicturesWhole) {
+    CameraSettings settings;
+    settings.model = "M62";
+    settings.scene.kind = SceneKind::Ramp;
+    LoopbackClient client(serve(settings).binaryTcpPort());
+    client.ask(configureRequest);
+    client.ask(takeRequest);
+    const Bytes answer = client.ask(getRequest);
+    ASSERT_EQ(answer.size(), 13U + 512 + 2748 * 1836 * 3 * 2);
+    EXPECT_EQ(read16(answer, answer.size() - 2), checksumOf(ByteView(answer).first(answer.size() - 2)));
+}
+
+TEST_F(CameraServerTest, ServesTwoClientsAtOnce) {
+    serve();
+    LoopbackClient first(server->binaryTcpPort());
+    LoopbackClient second(server->binaryTcpPort());
+    EXPECT_EQ(first.ask(configureRequest), doneAnswer);
+    EXPECT_EQ(second.ask(takeRequest), errorAnswer(ErrorCode::NotConfigured));
+    EXPECT_EQ(second.ask(configureRequest), doneAnswer);
+    EXPECT_EQ(first.ask(takeRequest), doneAnswer);
+    EXPECT_EQ(second.ask(getRequest), errorAnswer(ErrorCode::NoPicture));
+    EXPECT_EQ(first.ask(getRequest).at(6), 6);
+}
+
+TEST_F(CameraServerTest, AnswersRequestsSentTogetherInTheirOrder) {
+    LoopbackClient client(serve().binaryTcpPort());
+    client.send(joined({probeRequest, takeRequest, probeRequest}));
+    EXPECT_EQ(client.read(13 + 17 + 13),
+              joined({doneAnswer, errorAnswer(ErrorCode::NotConfigured), doneAnswer}));
+}
+
+TEST_F(CameraServerTest, AnswersAClientThatHasAlreadyEndedItsSide) {
+    LoopbackClient client(serve().binaryTcpPort());
+    client.send(joined({probeRequest, probeRequest}));
+    shutdown(client.descriptor(), SHUT_WR);
+    EXPECT_EQ(client.read(100), joined({doneAnswer, doneAnswer}));
+    EXPECT_EQ(client.end(), End::Closed);
+}
+
+TEST_F(CameraServerTest, GarbageIsAnsweredBeforeTheConnectionCloses) {
+    LoopbackClient client(serve().binaryTcpPort());
+    client.send(Bytes(5000, 'x'));
+    EXPECT_EQ(client.read(100), errorAnswer(ErrorCode::BadLength));
+    EXPECT_EQ(client.end(), End::Closed);
+}
+
+TEST_F(CameraServerTest, ResetsTheConnection) {
+    LoopbackClient client(serveWith("probe:reset").binaryTcpPort());
+    EXPECT_TRUE(client.ask(probeRequest).empty());
+    EXPECT_EQ(client.end(), End::Reset);
+}
+
+TEST_F(CameraServerTest, ClosesTheConnection) {
+    LoopbackClient client(serveWith("probe:close*1").binaryTcpPort());
+    EXPECT_TRUE(client.ask(probeRequest).empty());
+    EXPECT_EQ(client.end(), End::Closed);
+    LoopbackClient next(server->binaryTcpPort());
+    EXPECT_EQ(next.ask(probeRequest), doneAnswer);
+}
+
+TEST_F(CameraServerTest, ClosesBehindATruncatedAnswer) {
+    LoopbackClient client(serveWith("probe:truncate-close=5").binaryTcpPort());
+    client.send(probeRequest);
+    EXPECT_EQ(client.read(13), bytesOf({1, 0, 0, 0, 0x0D}));
+    EXPECT_EQ(client.end(), End::Closed);
+}
+
+TEST_F(CameraServerTest, StaysSilentAndAnswersTheNextRequest) {
+    LoopbackClient client(serveWith("probe:silent*1").binaryTcpPort());
+    client.send(probeRequest);
+    EXPECT_TRUE(events.saw("fault probe:silent"));
+    EXPECT_EQ(client.ask(takeRequest), errorAnswer(ErrorCode::NotConfigured));
+}
+
+TEST_F(CameraServerTest, DripsAPictureInPieces) {
+    LoopbackClient client(serveWith("get:drip=100/3").binaryTcpPort());
+    client.ask(configureRequest);
+    client.ask(takeRequest);
+    const auto before = Clock::now();
+    const Bytes answer = client.ask(getRequest);
+    const auto took = Clock::now() - before;
+    Camera same(smallCamera());
+    EXPECT_EQ(answer, *same.pictureAnswer({100, 2, PictureFormat::Sgi}));
+    ASSERT_EQ(answer.size(), 669U);
+    EXPECT_GE(took, milliseconds(6 * 3)); // seven pieces, six pauses
+}
+
+TEST_F(CameraServerTest, DelaysAnAnswerWhileOthersAreServed) {
+    serveWith("probe:delay=60*1");
+    LoopbackClient slow(server->binaryTcpPort());
+    LoopbackClient other(server->binaryTcpPort());
+    const auto before = Clock::now();
+    slow.send(probeRequest);
+    EXPECT_TRUE(events.saw("fault probe:delay=60"));
+    EXPECT_EQ(other.ask(probeRequest), doneAnswer);
+    EXPECT_EQ(slow.read(13), doneAnswer);
+    EXPECT_GE(Clock::now() - before, milliseconds(60));
+}
+
+TEST_F(CameraServerTest, OutlivesAClientThatLeavesInTheMiddleOfAPicture) {
+    CameraSettings settings;
+    settings.scene.kind = SceneKind::Black;
+    serve(settings);
+    {
+        LoopbackClient client(server->binaryTcpPort());
+        client.ask(configureRequest);
+        client.ask(takeRequest);
+        client.send(getRequest);
+        EXPECT_EQ(client.read(1000).size(), 1000U);
+    }
+    EXPECT_TRUE(events.saw("connection lost"));
+    LoopbackClient next(server->binaryTcpPort());
+    EXPECT_EQ(next.ask(probeRequest), doneAnswer);
+}
+
+TEST_F(CameraServerTest, ReadsNoMoreFromAClientThatTakesNoAnswers) {
+    CameraSettings settings;
+    settings.scene.kind = SceneKind::Black;
+    serve(settings);
+    LoopbackClient greedy(server->binaryTcpPort());
+    greedy.send(joined({configureRequest, takeRequest}));
+    EXPECT_EQ(greedy.read(26).size(), 26U);
+    greedy.giveUpSendingAfter(300);
+    Bytes many;
+    while (many.size() < 64U << 20)
+        many.insert(many.end(), getRequest.begin(), getRequest.end());
+    EXPECT_LT(greedy.send(many), many.size());
+    LoopbackClient other(server->binaryTcpPort());
+    EXPECT_EQ(other.ask(probeRequest), doneAnswer);
+}
+
+TEST_F(CameraServerTest, TurnsTheSixtyFifthClientAway) {
+    serve();
+    std::list<LoopbackClient> clients;
+    for (int count = 0; count < 64; ++count)
+        EXPECT_EQ(clients.emplace_back(server->binaryTcpPort()).ask(probeRequest), doneAnswer);
+    LoopbackClient last(server->binaryTcpPort());
+    last.read(1);
+    EXPECT_NE(last.end(), End::GotAll);
+    EXPECT_NE(last.end(), End::TimedOut);
+    EXPECT_TRUE(events.saw("turned away: 64 clients are connected"));
+    clients.pop_back();
+    EXPECT_TRUE(events.saw("disconnected"));
+    LoopbackClient next(server->binaryTcpPort());
+    EXPECT_EQ(next.ask(probeRequest), doneAnswer);
+}
+
+TEST_F(CameraServerTest, HoldsTheTextPortsWithoutAnswering) {
+    serve();
+    LoopbackClient text(server->textTcpPort());
+    text.giveUpReadingAfter(100);
+    text.send(bytesOf({'[', 'V', ']'}));
+    LoopbackClient discovery(server->discoveryUdpPort(), SOCK_DGRAM);
+    discovery.giveUpReadingAfter(100);
+    discovery.send(Bytes(23, '?'));
+    EXPECT_TRUE(events.saw("(text) connected"));
+    EXPECT_TRUE(events.saw("datagram of 23 bytes, not answered"));
+    EXPECT_TRUE(discovery.read(1).empty());
+    EXPECT_EQ(discovery.end(), End::TimedOut);
+    EXPECT_TRUE(text.read(1).empty());
+    EXPECT_EQ(text.end(), End::TimedOut);
+}
+
+TEST_F(CameraServerTest, TellsWhatHappensLineByLine) {
+    serveWith("probe:checksum*1");
+    {
+        LoopbackClient client(server->binaryTcpPort());
+        client.ask(probeRequest);
+    }
+    EXPECT_TRUE(events.saw("disconnected"));
+    const std::vector<std::string> lines = events.lines();
+    ASSERT_EQ(lines.size(), 4U);
+    EXPECT_THAT(lines, ::testing::Each(StartsWith("127.0.0.1:")));
+    EXPECT_THAT(lines[0], EndsWith(" (binary) connected"));
+    EXPECT_THAT(lines[1], EndsWith(" (binary) probe: format 0 -> Done"));
+    EXPECT_THAT(lines[2], EndsWith(" (binary) fault probe:checksum*1"));
+    EXPECT_THAT(lines[3], EndsWith(" (binary) disconnected"));
+}
+
+TEST_F(CameraServerTest, StoppingClosesTheConnections) {
+    LoopbackClient client(serve().binaryTcpPort());
+    EXPECT_EQ(client.ask(probeRequest), doneAnswer);
+    server->stop();
+    server->stop();
+    client.read(1);
+    EXPECT_EQ(client.end(), End::Closed);
+}
+
+TEST(CameraServer, RunReturnsWhenStoppedFromAnotherThread) {
+    CameraServer server(smallCamera(), anyPorts());
+    std::thread stopper([&] {
+        LoopbackClient client(server.binaryTcpPort());
+        EXPECT_EQ(client.ask(probeRequest), doneAnswer);
+        server.requestStop();
+    });
+    server.run();
+    stopper.join();
+}
+
+TEST(CameraServer, RunReturnsAtOnceWhenStoppedBefore) {
+    CameraServer server(smallCamera(), anyPorts());
+    server.requestStop();
+    server.run();
+}
+
+TEST(CameraServer, ServesTheProtocolsPortsUnlessTold) {
+    const ServerOptions options;
+    EXPECT_EQ(options.address, "127.0.0.1");
+    EXPECT_EQ(options.binaryTcpPort, 32769);
+    EXPECT_EQ(options.textTcpPort, 32768);
+    EXPECT_EQ(options.discoveryUdpPort, 32768);
+}
+
+TEST(CameraServer, NamesAPortThatIsTaken) {
+    const CameraServer server(smallCamera(), anyPorts());
+    ServerOptions options = anyPorts();
+    options.binaryTcpPort = server.binaryTcpPort();
+    EXPECT_EQ(refusalOf(options), "Cannot serve TCP port " + std::to_string(server.binaryTcpPort()) +
+                                      " of 127.0.0.1: Address already in use");
+    options = anyPorts();
+    options.textTcpPort = server.textTcpPort();
+    EXPECT_THAT(refusalOf(options),
+                HasSubstr("Cannot serve TCP port " + std::to_string(server.textTcpPort())));
+    options = anyPorts();
+    options.discoveryUdpPort = server.discoveryUdpPort();
+    EXPECT_THAT(refusalOf(options), AllOf(HasSubstr("Cannot serve UDP port "), HasSubstr("already in use")));
+}
+
+TEST(CameraServer, NamesAnAddressThatThisMachineDoesNotHave) {
+    ServerOptions options = anyPorts();
+    options.address = "192.0.2.1";
+    EXPECT_EQ(refusalOf(options), "Cannot serve TCP port 0 of 192.0.2.1: Cannot assign requested address");
+}
+
+TEST(CameraServer, SaysThatAnAddressIsNone) {
+    ServerOptions options = anyPorts();
+    options.address = "camera.example";
+    EXPECT_EQ(refusalOf(options),
+              "Cannot serve TCP port 0 of camera.example: this is not an IPv4 address such as 127.0.0.1");
+}
+
+} // namespace Simulator

@@ -1,0 +1,100 @@
+#include "Camera/Camera.h"
+
+#include "Conversation.h"
+
+#include <gtest/gtest.h>
+
+#include <unistd.h>
+
+#include <cstdio>
+#include <fstream>
+
+namespace Simulator {
+
+using namespace Testing;
+
+TEST(Camera, TakesPicturesOfItsModelsSize) {
+    EXPECT_EQ(pictureSizeOfModel("M61"), (PictureSize{1676, 1266}));
+    EXPECT_EQ(pictureSizeOfModel("M615"), (PictureSize{2748, 1836}));
+    EXPECT_EQ(pictureSizeOfModel("M62"), (PictureSize{2748, 1836}));
+    EXPECT_EQ(pictureSizeOfModel("anything"), (PictureSize{1676, 1266}));
+
+    CameraSettings settings;
+    settings.model = "M62";
+    EXPECT_EQ(settings.pictureSize(), (PictureSize{2748, 1836}));
+    settings.size = PictureSize{4, 2};
+    EXPECT_EQ(settings.pictureSize(), (PictureSize{4, 2}));
+}
+
+TEST(Camera, RefusesSizesThatNoCameraHas) {
+    for (const PictureSize size : {PictureSize{0, 1}, {1, 0}, {65536, 1}, {1, 65536}, {65535, 65535}}) {
+        CameraSettings settings;
+        settings.size = size;
+        EXPECT_THROW(Camera{settings}, std::invalid_argument) << size.width << " x " << size.height;
+    }
+}
+
+TEST(Camera, KeepsThePictureForTheSameSettings) {
+    Camera camera(smallCamera());
+    const Configuration colour{15, 2, PictureFormat::Sgi};
+    const SharedBytes first = camera.pictureAnswer(colour);
+    EXPECT_EQ(camera.pictureAnswer(colour), first);
+    EXPECT_NE(camera.pictureAnswer({16, 2, PictureFormat::Sgi}), first);
+    EXPECT_NE(camera.pictureAnswer({15, 3, PictureFormat::Sgi}), first);
+    EXPECT_NE(camera.pictureAnswer({15, 2, PictureFormat::Png}), first);
+    EXPECT_EQ(camera.pictureAnswer(colour), first);
+}
+
+TEST(Camera, KeepsOnlyTheLastFewPictures) {
+    Camera camera(smallCamera());
+    const std::weak_ptr<const Bytes> first = camera.pictureAnswer({1, 2, PictureFormat::Sgi});
+    for (std::uint16_t exposure = 2; exposure <= 4; ++exposure)
+        camera.pictureAnswer({exposure, 2, PictureFormat::Sgi});
+    EXPECT_FALSE(first.expired());
+    camera.pictureAnswer({5, 2, PictureFormat::Sgi});
+    EXPECT_TRUE(first.expired());
+}
+
+TEST(Camera, ServesAFileAsItIs) {
+    const std::string path = ::testing::TempDir() + "korva-scene-" + std::to_string(::getpid());
+    std::ofstream(path, std::ios::binary) << "any bytes";
+    CameraSettings settings;
+    settings.scene = parseScene("file:" + path);
+    Camera camera(settings);
+    std::remove(path.c_str());
+    const Bytes file = bytesOf({'a', 'n', 'y', ' ', 'b', 'y', 't', 'e', 's'});
+    EXPECT_EQ(*camera.pictureAnswer({15, 2, PictureFormat::Sgi}), encodeAnswer(ArgumentCode::GetImage, file));
+    EXPECT_EQ(*camera.pictureAnswer({15, 3, PictureFormat::Png}), encodeAnswer(ArgumentCode::GetImage, file));
+}
+
+TEST(Camera, SaysWhichFileItCannotRead) {
+    CameraSettings settings;
+    settings.scene = parseScene("file:/nowhere/at all.png");
+    try {
+        Camera camera(settings);
+        FAIL() << "accepted";
+    } catch (const std::runtime_error& failure) {
+        EXPECT_STREQ(failure.what(), "Cannot read the scene /nowhere/at all.png: No such file or directory");
+    }
+}
+
+TEST(Camera, RefusesAFolderAsAScene) {
+    CameraSettings settings;
+    settings.scene = parseScene("file:" + ::testing::TempDir());
+    EXPECT_THROW(Camera{settings}, std::runtime_error);
+}
+
+TEST(Camera, CountsHowOftenAFaultHits) {
+    CameraSettings settings = smallCamera();
+    settings.faults = {parseFault("take:close*2"), parseFault("any:silent*1"), parseFault("get:reset")};
+    Camera camera(settings);
+    EXPECT_EQ(camera.nextFault(RequestKind::Take)->kind, FaultKind::Close);
+    EXPECT_EQ(camera.nextFault(RequestKind::Take)->kind, FaultKind::Close);
+    EXPECT_EQ(camera.nextFault(RequestKind::Take)->kind, FaultKind::Silent);
+    EXPECT_EQ(camera.nextFault(RequestKind::Take), std::nullopt);
+    for (int round = 0; round < 10; ++round)
+        EXPECT_EQ(camera.nextFault(RequestKind::Get)->kind, FaultKind::Reset);
+    EXPECT_EQ(camera.nextFault(RequestKind::Configure), std::nullopt);
+}
+
+} // namespace Simulator

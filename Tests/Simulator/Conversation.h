@@ -1,0 +1,87 @@
+#pragma once
+// Talking to a simulated camera in tests: the requests as literal bytes, and what a session answers.
+
+#include "Camera/BinarySession.h"
+
+#include <initializer_list>
+
+namespace Simulator::Testing {
+
+inline Bytes bytesOf(std::initializer_list<int> values) {
+    Bytes bytes;
+    for (const int value : values)
+        bytes.push_back(static_cast<std::uint8_t>(value));
+    return bytes;
+}
+
+inline const Bytes probeRequest = bytesOf({1, 0, 0, 0, 0x0E, 1, 4, 0, 0, 0, 1, 0, 0, 0x15});
+inline const Bytes takeRequest = bytesOf({1, 0, 0, 0, 0x0D, 1, 5, 0, 0, 0, 0, 0, 0x14});
+inline const Bytes getRequest = bytesOf({1, 0, 0, 0, 0x0D, 1, 6, 0, 0, 0, 0, 0, 0x15});
+inline const Bytes doneAnswer = bytesOf({1, 0, 0, 0, 0x0D, 1, 0, 0, 0, 0, 0, 0, 0x0F});
+
+/// Exposure 10 s, mode 2, SGI.
+inline const Bytes configureRequest =
+    bytesOf({1, 0, 0, 0, 0x27, 5, 2, 0, 0, 0, 2,    0, 0x64, 3, 0, 0, 0, 1, 2,   4,
+             0, 0, 0, 1, 1,    7, 0, 0, 0, 1, 0x10, 8, 0,    0, 0, 1, 4, 0, 0xC6});
+
+/// Puts a right checksum behind a request written without one.
+inline Bytes sealed(Bytes request) {
+    request.resize(request.size() + checksumBytes);
+    seal(request);
+    return request;
+}
+
+inline Bytes configureWith(int exposure, int mode, int format, int depth = 16, int shift = 4) {
+    return sealed(bytesOf({1, 0, 0, 0, 0x27,  5,    2, 0, 0, 0, 2,    exposure >> 8, exposure & 255,
+                           3, 0, 0, 0, 1,     mode, 4, 0, 0, 0, 1,    format,        7,
+                           0, 0, 0, 1, depth, 8,    0, 0, 0, 1, shift}));
+}
+
+inline Bytes joined(std::initializer_list<Bytes> requests) {
+    Bytes all;
+    for (const Bytes& request : requests)
+        all.insert(all.end(), request.begin(), request.end());
+    return all;
+}
+
+/// An `Error` answer as it travels.
+inline Bytes errorAnswer(ErrorCode code) {
+    return sealed(bytesOf({1, 0, 0, 0, 0x11, 1, 1, 0, 0, 0, 4, 0, 0, 0, static_cast<int>(code)}));
+}
+
+/// A camera of small pictures.
+inline CameraSettings smallCamera(SceneKind scene = SceneKind::Ramp) {
+    CameraSettings settings;
+    settings.size = PictureSize{8, 3};
+    settings.scene.kind = scene;
+    return settings;
+}
+
+/// All reactions to what the session has received so far.
+inline std::vector<Reaction> reactionsOf(Session& session) {
+    std::vector<Reaction> reactions;
+    while (std::optional<Reaction> reaction = session.next())
+        reactions.push_back(std::move(*reaction));
+    return reactions;
+}
+
+inline Reaction reactionTo(Session& session, const Bytes& request) {
+    session.append(request);
+    return session.next().value_or(Reaction());
+}
+
+/// What the actions send, pieces joined.
+inline Bytes sentBytes(const std::vector<Action>& actions) {
+    Bytes sent;
+    for (const Action& action : actions)
+        if (const auto* const sending = std::get_if<SendBytes>(&action))
+            sent.insert(sent.end(), sending->bytes->begin(),
+                        sending->bytes->begin() + static_cast<std::ptrdiff_t>(sending->length));
+    return sent;
+}
+
+inline Bytes answerTo(Session& session, const Bytes& request) {
+    return sentBytes(reactionTo(session, request).actions);
+}
+
+} // namespace Simulator::Testing

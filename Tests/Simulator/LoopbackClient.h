@@ -1,0 +1,97 @@
+#pragma once
+// A plain client of a server on the loopback address; nothing in it waits longer than ten seconds.
+
+#include "Camera/Bytes.h"
+#include "Network/Socket.h"
+
+#include <arpa/inet.h>
+#include <netinet/in.h>
+#include <sys/socket.h>
+#include <sys/time.h>
+
+#include <cerrno>
+#include <system_error>
+
+namespace Simulator::Testing {
+
+inline sockaddr_in loopback(std::uint16_t port) {
+    sockaddr_in address{};
+    address.sin_family = AF_INET;
+    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    address.sin_port = htons(port);
+    return address;
+}
+
+/// What ended the reading of a client.
+enum class End { GotAll, Closed, Reset, TimedOut };
+
+class LoopbackClient {
+public:
+    explicit LoopbackClient(std::uint16_t port, int type = SOCK_STREAM)
+        : m_socket(::socket(AF_INET, type, 0)) {
+        limit(SO_RCVTIMEO, 10'000);
+        limit(SO_SNDTIMEO, 10'000);
+        const sockaddr_in server = loopback(port);
+        if (connect(descriptor(), reinterpret_cast<const sockaddr*>(&server), sizeof server) != 0)
+            throw std::system_error(errno, std::generic_category(), "connect");
+    }
+
+    int descriptor() const { return m_socket.descriptor(); }
+
+    void giveUpReadingAfter(long milliseconds) const { limit(SO_RCVTIMEO, milliseconds); }
+    void giveUpSendingAfter(long milliseconds) const { limit(SO_SNDTIMEO, milliseconds); }
+
+    /// Sends as much as can be sent within the time-out and returns how much that was.
+    std::size_t send(const Bytes& bytes) const {
+        std::size_t sent = 0;
+        while (sent < bytes.size()) {
+            const ssize_t count =
+                ::send(descriptor(), bytes.data() + sent, bytes.size() - sent, MSG_NOSIGNAL);
+            if (count <= 0)
+                break;
+            sent += static_cast<std::size_t>(count);
+        }
+        return sent;
+    }
+
+    /// Reads until `count` bytes are there or nothing more comes.
+    Bytes read(std::size_t count) {
+        Bytes bytes(count);
+        std::size_t got = 0;
+        m_end = End::GotAll;
+        while (got < count) {
+            const ssize_t piece = recv(descriptor(), bytes.data() + got, count - got, 0);
+            if (piece <= 0) {
+                m_end = piece == 0 ? End::Closed : errno == ECONNRESET ? End::Reset : End::TimedOut;
+                break;
+            }
+            got += static_cast<std::size_t>(piece);
+        }
+        bytes.resize(got);
+        return bytes;
+    }
+
+    /// Sends a request and reads the whole message that answers it.
+    Bytes ask(const Bytes& request) {
+        send(request);
+        Bytes answer = read(6);
+        if (answer.size() < 6)
+            return answer;
+        const Bytes rest = read(read32(answer, 1) - 6);
+        answer.insert(answer.end(), rest.begin(), rest.end());
+        return answer;
+    }
+
+    End end() const { return m_end; }
+
+private:
+    void limit(int option, long milliseconds) const {
+        const timeval time{milliseconds / 1000, milliseconds % 1000 * 1000};
+        setsockopt(descriptor(), SOL_SOCKET, option, &time, sizeof time);
+    }
+
+    Socket m_socket;
+    End m_end = End::GotAll;
+};
+
+} // namespace Simulator::Testing

@@ -1,0 +1,111 @@
+#include "Camera/PngWriter.h"
+#include "Camera/SgiWriter.h"
+
+#include "Conversation.h"
+
+#include <gtest/gtest.h>
+#include <png.h>
+
+#include <cstring>
+
+namespace Simulator {
+
+using namespace Testing;
+
+namespace {
+
+const Picture colour{{2, 2}, 3, {0x0102, 0x0304, 0x0506, 1, 2, 3, 0x4000, 0, 0x3FFF, 4, 5, 6}};
+const Picture grey{{3, 2}, 1, {0, 1, 0x0100, 16384, 16383, 0x1234}};
+
+/// What libpng's simple reader makes of a file: 16-bit samples, or nothing if it refuses it.
+std::vector<std::uint16_t> readBack(const Bytes& file, png_uint_32 format, PictureSize size) {
+    png_image image{};
+    image.version = PNG_IMAGE_VERSION;
+    if (png_image_begin_read_from_memory(&image, file.data(), file.size()) == 0)
+        return {};
+    image.format = format;
+    std::vector<std::uint16_t> samples(PNG_IMAGE_SIZE(image) / 2);
+    const bool sizeRight = image.width == size.width && image.height == size.height;
+    if (png_image_finish_read(&image, nullptr, samples.data(), 0, nullptr) == 0 || !sizeRight)
+        return {};
+    return samples;
+}
+
+/// The depth and colour type that a PNG file announces.
+std::pair<int, int> depthAndType(const Bytes& file) {
+    return {file.at(24), file.at(25)};
+}
+
+} // namespace
+
+TEST(SgiWriter, WritesAVerbatimTwoByteHeader) {
+    const Bytes file = writeSgi(colour);
+    ASSERT_EQ(file.size(), 512U + 2 * 2 * 3 * 2);
+    EXPECT_EQ(Bytes(file.begin(), file.begin() + 20),
+              bytesOf({1, 0xDA, 0, 2, 0, 3, 0, 2, 0, 2, 0, 3, 0, 0, 0, 0, 0, 0, 0x40, 0}));
+    EXPECT_EQ(Bytes(file.begin() + 20, file.begin() + 512), Bytes(492));
+}
+
+TEST(SgiWriter, WritesPlanesFromTheBottomRowUp) {
+    const Bytes file = writeSgi(colour);
+    EXPECT_EQ(Bytes(file.begin() + 512, file.end()),
+              bytesOf({0x40, 0, 0, 4, 1, 2, 0, 1, 0, 0, 0, 5, 3, 4, 0, 2, 0x3F, 0xFF, 0, 6, 5, 6, 0, 3}));
+}
+
+TEST(SgiWriter, WritesGreyAsOneChannelOfTwoDimensions) {
+    const Bytes file = writeSgi(grey);
+    EXPECT_EQ(Bytes(file.begin(), file.begin() + 12), bytesOf({1, 0xDA, 0, 2, 0, 2, 0, 3, 0, 2, 0, 1}));
+    EXPECT_EQ(Bytes(file.begin() + 512, file.end()),
+              bytesOf({0x40, 0, 0x3F, 0xFF, 0x12, 0x34, 0, 0, 0, 1, 1, 0}));
+}
+
+TEST(SgiWriter, WritesAnEmptyPictureAsAHeader) {
+    EXPECT_EQ(writeSgi({{0, 0}, 3, {}}).size(), 512U);
+}
+
+TEST(PngWriter, WritesGreyThatLibpngReadsBack) {
+    const Bytes file = writePng(grey);
+    EXPECT_EQ(depthAndType(file), std::pair(16, PNG_COLOR_TYPE_GRAY));
+    EXPECT_EQ(readBack(file, PNG_FORMAT_LINEAR_Y, grey.size).size(), grey.samples.size());
+}
+
+TEST(PngWriter, KeepsSamplesExactly) {
+    for (const Picture& picture : {grey, colour}) {
+        const Bytes file = writePng(picture);
+        png_structp png = png_create_read_struct(PNG_LIBPNG_VER_STRING, nullptr, nullptr, nullptr);
+        png_infop info = png_create_info_struct(png);
+        ByteView rest(file);
+        png_set_read_fn(png, &rest, [](png_structp reader, png_bytep to, std::size_t count) {
+            auto& from = *static_cast<ByteView*>(png_get_io_ptr(reader));
+            if (count > from.size())
+                std::abort();
+            std::memcpy(to, from.data(), count);
+            from = from.subspan(count);
+        });
+        png_read_info(png, info);
+        EXPECT_EQ(png_get_image_width(png, info), picture.size.width);
+        EXPECT_EQ(png_get_image_height(png, info), picture.size.height);
+        EXPECT_EQ(png_get_channels(png, info), picture.channels);
+        EXPECT_EQ(png_get_bit_depth(png, info), 16);
+        std::vector<std::uint16_t> samples;
+        Bytes row(png_get_rowbytes(png, info));
+        for (std::uint32_t index = 0; index < picture.size.height; ++index) {
+            png_read_row(png, row.data(), nullptr);
+            for (std::size_t at = 0; at < row.size(); at += 2)
+                samples.push_back(read16(row, at));
+        }
+        png_read_end(png, nullptr);
+        png_destroy_read_struct(&png, &info, nullptr);
+        EXPECT_EQ(samples, picture.samples);
+    }
+}
+
+TEST(PngWriter, SaysWhatLibpngRefuses) {
+    EXPECT_THROW(writePng({{0, 0}, 1, {}}), std::runtime_error);
+}
+
+TEST(PngWriter, EmptyPngIsRefusedByLibpng) {
+    EXPECT_TRUE(readBack(writeEmptyPng(), PNG_FORMAT_LINEAR_Y, {0, 0}).empty());
+}
+
+} // namespace Simulator

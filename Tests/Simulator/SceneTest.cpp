@@ -1,0 +1,137 @@
+#include "Camera/Scene.h"
+
+#include <gmock/gmock.h>
+
+#include <algorithm>
+#include <numeric>
+
+namespace Simulator {
+
+using ::testing::Each;
+
+namespace {
+
+constexpr PictureSize small{96, 72};
+
+Picture rendered(SceneKind scene, unsigned exposureUnits = fittingExposureUnits, unsigned channels = 3,
+                 std::uint64_t seed = 1) {
+    return renderScene(scene, small, channels, exposureUnits, seed);
+}
+
+double meanOf(const Picture& picture) {
+    return std::accumulate(picture.samples.begin(), picture.samples.end(), 0.0) /
+           static_cast<double>(picture.samples.size());
+}
+
+std::uint16_t brightest(const Picture& picture) {
+    return std::ranges::max(picture.samples);
+}
+
+} // namespace
+
+TEST(Scene, ReadsItsNames) {
+    EXPECT_EQ(parseScene("grid").kind, SceneKind::Grid);
+    EXPECT_EQ(parseScene("ramp").kind, SceneKind::Ramp);
+    EXPECT_EQ(parseScene("black").kind, SceneKind::Black);
+    EXPECT_EQ(parseScene("white").kind, SceneKind::White);
+    EXPECT_EQ(parseScene("noise").kind, SceneKind::Noise);
+    EXPECT_EQ(parseScene("file:a b.png"), (Scene{SceneKind::File, "a b.png"}));
+    for (const char* text : {"grid", "ramp", "black", "white", "noise", "file:/x/y.sgi"})
+        EXPECT_EQ(parseScene(text).describe(), text);
+}
+
+TEST(Scene, RefusesOtherNames) {
+    for (const char* text : {"", "Grid", "file:", "file", "grid "})
+        EXPECT_THROW(parseScene(text), std::invalid_argument) << text;
+}
+
+TEST(Scene, HasAsManySamplesAsAsked) {
+    for (const SceneKind scene :
+         {SceneKind::Grid, SceneKind::Ramp, SceneKind::Black, SceneKind::White, SceneKind::Noise})
+        for (const unsigned channels : {1U, 3U}) {
+            const Picture picture = rendered(scene, 15, channels);
+            EXPECT_EQ(picture.samples.size(), 96U * 72 * channels);
+            EXPECT_EQ(picture.channels, channels);
+            EXPECT_EQ(picture.size, small);
+        }
+}
+
+TEST(Scene, RendersOnePixel) {
+    for (const SceneKind scene : {SceneKind::Grid, SceneKind::Ramp, SceneKind::Noise})
+        EXPECT_EQ(renderScene(scene, {1, 1}, 3, 15, 1).samples.size(), 3U);
+}
+
+TEST(Scene, IsTheSameForTheSameSeed) {
+    EXPECT_EQ(rendered(SceneKind::Grid).samples, rendered(SceneKind::Grid).samples);
+    EXPECT_EQ(rendered(SceneKind::Noise).samples, rendered(SceneKind::Noise).samples);
+}
+
+TEST(Scene, HasOtherNoiseForAnotherSeed) {
+    EXPECT_NE(rendered(SceneKind::Grid, 15, 3, 1).samples, rendered(SceneKind::Grid, 15, 3, 2).samples);
+    EXPECT_NE(rendered(SceneKind::Noise, 15, 3, 1).samples, rendered(SceneKind::Noise, 15, 3, 2).samples);
+}
+
+TEST(Scene, GrowsBrighterWithTheExposureUntilItSaturates) {
+    for (const SceneKind scene : {SceneKind::Grid, SceneKind::Ramp, SceneKind::Noise}) {
+        double before = -1;
+        for (const unsigned exposure : {1U, 5U, 15U, 60U, 300U}) {
+            const Picture picture = rendered(scene, exposure);
+            EXPECT_GT(meanOf(picture), before) << exposure;
+            EXPECT_LE(brightest(picture), 16384);
+            before = meanOf(picture);
+        }
+        EXPECT_EQ(brightest(rendered(scene, 60)), 16384);
+    }
+    EXPECT_GT(meanOf(rendered(SceneKind::Grid, 3600)), 16300);
+}
+
+TEST(Scene, GridUsesTheRangeAtTheFittingExposureWithoutSaturating) {
+    const Picture picture = renderScene(SceneKind::Grid, {419, 316}, 1, fittingExposureUnits, 1);
+    EXPECT_GT(brightest(picture), 13000);
+    const auto saturated = std::ranges::count(picture.samples, saturatedSample);
+    EXPECT_LT(static_cast<double>(saturated), 0.01 * static_cast<double>(picture.samples.size()));
+}
+
+TEST(Scene, GridIsNotBlackAtTheShortestExposure) {
+    const Picture picture = rendered(SceneKind::Grid, 1, 1);
+    const auto lit = std::ranges::count_if(picture.samples, [](std::uint16_t sample) { return sample > 64; });
+    EXPECT_GT(static_cast<double>(lit), 0.05 * static_cast<double>(picture.samples.size()));
+}
+
+TEST(Scene, GridShowsItsTargetsInTheirColours) {
+    // The rings of the corner targets, where the camera sees them: pixel places of a 419 x 316 picture.
+    const Picture picture = renderScene(SceneKind::Grid, {419, 316}, 3, fittingExposureUnits, 1);
+    struct Corner {
+        std::size_t column;
+        std::size_t row;
+        std::size_t strongest;
+    };
+    for (const auto& [column, row, strongest] :
+         {Corner{126, 82, 0}, Corner{290, 89, 1}, Corner{123, 176, 2}}) {
+        const auto* const pixel = &picture.samples[(row * 419 + column) * 3];
+        EXPECT_GT(pixel[strongest], 3 * pixel[(strongest + 1) % 3] / 2) << "target of channel " << strongest;
+        EXPECT_GT(pixel[strongest], 3 * pixel[(strongest + 2) % 3] / 2) << "target of channel " << strongest;
+    }
+}
+
+TEST(Scene, RampRisesFromBlackToSaturation) {
+    const Picture picture = renderScene(SceneKind::Ramp, {5, 2}, 1, fittingExposureUnits, 1);
+    EXPECT_THAT(picture.samples,
+                ::testing::ElementsAre(0, 4096, 8192, 12288, 16384, 0, 4096, 8192, 12288, 16384));
+    EXPECT_THAT(renderScene(SceneKind::Ramp, {5, 1}, 1, 30, 1).samples,
+                ::testing::ElementsAre(0, 8192, 16384, 16384, 16384));
+}
+
+TEST(Scene, BlackIsAllZeroAndWhiteAllSaturated) {
+    EXPECT_THAT(rendered(SceneKind::Black, 3600).samples, Each(0));
+    EXPECT_THAT(rendered(SceneKind::White, 1).samples, Each(16384));
+}
+
+TEST(Scene, NoiseSpreadsOverTheRange) {
+    const Picture picture = rendered(SceneKind::Noise);
+    EXPECT_NEAR(meanOf(picture), 8192, 200);
+    EXPECT_LT(std::ranges::min(picture.samples), 100);
+    EXPECT_GT(brightest(picture), 16284);
+}
+
+} // namespace Simulator

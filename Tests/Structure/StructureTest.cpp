@@ -1,0 +1,187 @@
+// The rules that hold between the rooms, read from the sources themselves.
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <map>
+#include <regex>
+#include <set>
+#include <sstream>
+#include <string>
+#include <vector>
+
+namespace {
+
+namespace fs = std::filesystem;
+using Lines = std::vector<std::string>;
+
+/// A room is named by its folder; an include belongs to the room whose include directory holds it.
+const std::map<std::string, std::string> roomOfInclude = {
+    {"NativeCameraKorva", "BackEnd"},   {"Communicator", "HostFramework"},
+    {"DeveloperDLL", "HostFramework"},  {"ImagingLibrary", "HostFramework"},
+    {"VantrelCommon", "HostFramework"}, {"Platform", "Platform"},
+    {"ReferenceHost", "ReferenceHost"}, {"Camera", "Simulator/Camera"},
+    {"Network", "Simulator/Network"},
+};
+
+const std::map<std::string, std::set<std::string>> mayInclude = {
+    {"BackEnd", {"HostFramework", "Platform"}},
+    {"HostFramework", {}},
+    {"Platform", {}},
+    {"ReferenceHost", {"HostFramework", "Platform"}},
+    {"Simulator/Camera", {}},
+    {"Simulator/Network", {"Simulator/Camera", "Platform"}},
+    {"Console",
+     {"HostFramework", "ReferenceHost", "Simulator/Camera", "Simulator/Network", "Platform", "BackEnd"}},
+};
+
+/// The one thing of the plug-in that the tool may know: the header of its exported entry points.
+const std::set<std::string> exportedHeaders = {"NativeCameraKorva/KorvaHelper.h"};
+
+const std::set<std::string> libraries = {"CLI", "hwy", "log4cxx", "nlohmann", "png.h"};
+
+const std::set<std::string> systemRooms = {"Platform", "Simulator/Network"};
+
+const std::set<std::string> threadHeaders = {"condition_variable", "future",     "mutex", "semaphore",
+                                             "shared_mutex",       "stop_token", "thread"};
+
+std::string firstPart(const std::string& path) {
+    return path.substr(0, path.find('/'));
+}
+
+std::string checkQuoted(const std::string& room, const std::string& include) {
+    if (include.find("..") != std::string::npos)
+        return "reaches out of its folder: " + include;
+    if (include.find('/') == std::string::npos || libraries.contains(firstPart(include)))
+        return {};
+    const auto found = roomOfInclude.find(firstPart(include));
+    if (found == roomOfInclude.end())
+        return "includes from an unknown room: " + include;
+    if (found->second != room && !mayInclude.at(room).contains(found->second))
+        return room + " may not include " + include;
+    if (room == "Console" && found->second == "BackEnd" && !exportedHeaders.contains(include))
+        return "the tool knows only the plug-in's exported entry points, not " + include;
+    return {};
+}
+
+std::string checkAngled(const std::string& room, const std::string& include) {
+    const bool standard = include.find_first_of("./") == std::string::npos;
+    if (!standard && !libraries.contains(firstPart(include)) && !systemRooms.contains(room))
+        return "only Platform/ includes system headers, here " + include;
+    if (room == "BackEnd" && threadHeaders.contains(include))
+        return "the plug-in starts no threads and owns no locks, here " + include;
+    return {};
+}
+
+/// What the lines of one source of `room` do that the room must not.
+Lines violations(const std::string& room, const Lines& lines) {
+    static const std::regex quoted(R"re(^\s*#\s*include\s*"([^"]+)")re");
+    static const std::regex angled(R"re(^\s*#\s*include\s*<([^>]+)>)re");
+    static const std::regex systemTest(
+        R"(^\s*#\s*(if|ifdef|ifndef|elif)\b.*(_WIN32|_WIN64|WIN32|_MSC_VER|__MINGW|__linux|__unix|unix\b|__APPLE__|_POSIX|__CYGWIN__))");
+    Lines found;
+    std::smatch match;
+    for (const std::string& line : lines) {
+        std::string violation;
+        if (std::regex_search(line, match, quoted))
+            violation = checkQuoted(room, match[1]);
+        else if (std::regex_search(line, match, angled))
+            violation = checkAngled(room, match[1]);
+        else if (room != "Platform" && std::regex_search(line, systemTest))
+            violation = "only Platform/ tests for the system: " + line;
+        if (!violation.empty())
+            found.push_back(violation);
+    }
+    return found;
+}
+
+Lines linesOf(const fs::path& file) {
+    std::ifstream stream(file);
+    Lines lines;
+    for (std::string line; std::getline(stream, line);)
+        lines.push_back(line);
+    return lines;
+}
+
+std::vector<fs::path> sourcesBelow(const fs::path& folder) {
+    std::vector<fs::path> sources;
+    for (const auto& entry : fs::recursive_directory_iterator(folder))
+        if (entry.path().extension() == ".h" || entry.path().extension() == ".cpp")
+            sources.push_back(entry.path());
+    std::sort(sources.begin(), sources.end());
+    return sources;
+}
+
+const fs::path root = KORVA_SOURCE_DIR;
+
+class Rooms : public ::testing::TestWithParam<std::string> {};
+
+TEST_P(Rooms, IncludeOnlyWhatTheirArrowsAllow) {
+    const std::string room = GetParam();
+    const auto sources = sourcesBelow(root / room);
+    ASSERT_FALSE(sources.empty());
+    for (const fs::path& source : sources)
+        for (const std::string& violation : violations(room, linesOf(source)))
+            ADD_FAILURE() << fs::relative(source, root).string() << ": " << violation;
+}
+
+INSTANTIATE_TEST_SUITE_P(Structure, Rooms,
+                         ::testing::Values("BackEnd", "HostFramework", "Platform", "ReferenceHost",
+                                           "Simulator/Camera", "Simulator/Network", "Console"),
+                         [](const auto& room) {
+                             std::string name = room.param;
+                             std::erase(name, '/');
+                             return name;
+                         });
+
+TEST(Structure, HeadersAreIncludedOnce) {
+    for (const auto& [room, allowed] : mayInclude)
+        for (const fs::path& source : sourcesBelow(root / room)) {
+            const Lines lines = linesOf(source);
+            if (source.extension() != ".h")
+                continue;
+            EXPECT_TRUE(std::find(lines.begin(), lines.end(), "#pragma once") != lines.end()) << source;
+        }
+}
+
+TEST(StructureRules, FindAnIncludeAgainstTheArrows) {
+    EXPECT_EQ(violations("HostFramework", {"#include \"NativeCameraKorva/KorvaHelper.h\""}).size(), 1u);
+    EXPECT_EQ(violations("Simulator/Camera", {"#include \"Network/CameraServer.h\""}).size(), 1u);
+    EXPECT_EQ(violations("Simulator/Network", {"  #  include \"NativeCameraKorva/KorvaMessage.h\""}).size(),
+              1u);
+    EXPECT_EQ(violations("BackEnd", {"#include \"ReferenceHost/HostControl.h\""}).size(), 1u);
+    EXPECT_EQ(violations("Console", {"#include \"NativeCameraKorva/KorvaMessage.h\""}).size(), 1u);
+    EXPECT_EQ(violations("BackEnd", {"#include \"../../Platform/posix/Kernel.h\""}).size(), 1u);
+}
+
+TEST(StructureRules, FindASystemHeaderOutsideThePlatform) {
+    for (const char* header : {"windows.h", "unistd.h", "sys/socket.h", "time.h"}) {
+        const std::string line = std::string("#include <") + header + ">";
+        EXPECT_EQ(violations("BackEnd", {line}).size(), 1u) << header;
+        EXPECT_EQ(violations("Console", {line}).size(), 1u) << header;
+        EXPECT_TRUE(violations("Platform", {line}).empty()) << header;
+    }
+}
+
+TEST(StructureRules, FindATestForTheSystemOutsideThePlatform) {
+    EXPECT_EQ(violations("BackEnd", {"#ifdef _WIN32"}).size(), 1u);
+    EXPECT_EQ(violations("ReferenceHost", {"#if defined(__linux__)"}).size(), 1u);
+    EXPECT_TRUE(violations("Platform", {"#if defined(_WIN32)"}).empty());
+}
+
+TEST(StructureRules, FindThreadsAndLocksInThePlugIn) {
+    EXPECT_EQ(violations("BackEnd", {"#include <thread>", "#include <mutex>"}).size(), 2u);
+    EXPECT_TRUE(violations("ReferenceHost", {"#include <mutex>"}).empty());
+}
+
+TEST(StructureRules, AcceptWhatTheRoomsUse) {
+    EXPECT_TRUE(violations("BackEnd", {"#include \"NativeCameraKorva/KorvaLog.h\"", "#include <vector>",
+                                       "#include <log4cxx/logger.h>", "#include \"Platform/Kernel.h\"",
+                                       "#include \"hwy/highway.h\"", "#include <png.h>"})
+                    .empty());
+}
+
+} // namespace
