@@ -97,11 +97,14 @@ void addServerOptions(CLI::App& command, SimulateOptions& options) {
         .add_option_function<double>(
             "--for",
             [&options](const double& seconds) {
+                const bool possible =
+                    seconds >= 0.0 && seconds <= longestRunSeconds; // not a number is neither
+                if (!possible)
+                    throw CLI::ValidationError("--for", "the time is 0 to 1000000 seconds");
                 options.runTime = std::chrono::milliseconds(std::llround(seconds * 1000.0));
             },
             "End after so many seconds; without it, Ctrl-C does")
-        ->option_text("SECONDS")
-        ->check(CLI::Range(0.0, longestRunSeconds));
+        ->option_text("SECONDS");
 }
 
 } // namespace

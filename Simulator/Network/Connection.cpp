@@ -14,8 +14,6 @@ namespace {
 
 // Large enough for few calls per picture, small enough that the other clients get their turn.
 constexpr std::size_t mostBytesPerTurn = std::size_t{8} << 20;
-constexpr std::chrono::seconds lingerTime{2};
-constexpr std::size_t mostDroppedBytes = std::size_t{1} << 20;
 
 bool triedAgainLater() {
     return errno == EAGAIN || errno == EWOULDBLOCK || errno == EINTR;
@@ -34,36 +32,22 @@ Connection::Connection(Socket socket, std::string name, std::unique_ptr<Session>
 
 short Connection::wantedEvents() const {
     short events = 0;
-    const bool hungry = m_state == State::Lingering || m_session->waitingBytes() < mostWaitingBytes;
-    if (hungry && !m_inputEnded)
+    if (!m_inputEnded && m_session->waitingBytes() < mostWaitingBytes)
         events |= POLLIN;
-    if (m_state == State::Open && !m_pausedUntil && !m_actions.empty())
+    if (!m_pausedUntil && !m_actions.empty())
         events |= POLLOUT;
     return events;
 }
 
-std::optional<Clock::time_point> Connection::wakeTime() const {
-    if (m_state == State::Lingering)
-        return m_lingerUntil;
-    return m_pausedUntil;
-}
-
 void Connection::advance(short events, Clock::time_point now) {
-    if ((events & (POLLERR | POLLNVAL)) != 0)
-        return end("connection lost");
-    if (m_state == State::Lingering) {
-        if (now >= m_lingerUntil)
-            return end("disconnected");
-        return (events & (POLLIN | POLLHUP)) != 0 ? drop() : void();
-    }
     // Our side is open, so that a hang-up means a reset: nobody is left to read an answer.
-    if ((events & POLLHUP) != 0)
+    if ((events & (POLLERR | POLLHUP | POLLNVAL)) != 0)
         return end("connection lost");
     if ((events & POLLIN) != 0)
         readInput();
     if (m_pausedUntil && now >= *m_pausedUntil)
         m_pausedUntil.reset();
-    if (m_state == State::Open && !m_pausedUntil)
+    if (!m_over && !m_pausedUntil)
         work(now);
 }
 
@@ -79,7 +63,7 @@ void Connection::readInput() {
 }
 
 void Connection::work(Clock::time_point now) {
-    while (m_state == State::Open) {
+    while (!m_over) {
         if (!m_actions.empty()) {
             if (carryOut(m_actions.front(), now) == Step::Wait)
                 return;
@@ -115,7 +99,10 @@ Connection::Step Connection::carryOut(Action& action, Clock::time_point now) {
         end("reset");
         return Step::Wait;
     }
-    beginLingering(now);
+    // The end goes out before the socket is closed: to a client that is still sending, closing alone is a
+    // reset.
+    shutdown(descriptor(), SHUT_WR);
+    end("closed");
     return Step::Wait;
 }
 
@@ -143,29 +130,10 @@ Connection::Step Connection::send(SendBytes& sending, Clock::time_point now) {
     return Step::Done;
 }
 
-void Connection::beginLingering(Clock::time_point now) {
-    shutdown(descriptor(), SHUT_WR);
-    m_actions.clear();
-    m_lingerUntil = now + lingerTime;
-    if (m_inputEnded)
-        return end("disconnected");
-    m_state = State::Lingering;
-}
-
-void Connection::drop() {
-    std::array<std::uint8_t, mostWaitingBytes> buffer{};
-    const ssize_t count = recv(descriptor(), buffer.data(), buffer.size(), 0);
-    if (count < 0 && triedAgainLater())
-        return;
-    m_droppedBytes += count > 0 ? static_cast<std::size_t>(count) : 0;
-    if (count <= 0 || m_droppedBytes > mostDroppedBytes)
-        end("disconnected");
-}
-
 void Connection::end(const std::string& why) {
-    if (m_state != State::Over)
+    if (!m_over)
         m_log(m_name + " " + why);
-    m_state = State::Over;
+    m_over = true;
 }
 
 } // namespace Simulator

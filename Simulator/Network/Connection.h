@@ -28,7 +28,7 @@ public:
     short wantedEvents() const;
 
     /// When to go on without any event; nothing while only the client can bring it on.
-    std::optional<Clock::time_point> wakeTime() const;
+    std::optional<Clock::time_point> wakeTime() const { return m_pausedUntil; }
 
     /// Reads, answers and sends what can be done now, given the poll(2) events that came.
     void advance(short events, Clock::time_point now);
@@ -37,36 +37,26 @@ public:
     void abandon(const std::string& why) { end("given up: " + why); }
 
     /// True once the connection is over and can be destroyed.
-    bool isOver() const { return m_state == State::Over; }
+    bool isOver() const { return m_over; }
 
 private:
-    enum class State {
-        Open,
-        Lingering, ///< our side closed; what the client still sends is dropped so that it can read our last
-                   ///< words
-        Over
-    };
     enum class Step { Done, Wait };
 
     void readInput();
     void work(Clock::time_point now);
     Step carryOut(Action& action, Clock::time_point now);
     Step send(SendBytes& sending, Clock::time_point now);
-    void beginLingering(Clock::time_point now);
-    void drop();
     void end(const std::string& why);
 
     Socket m_socket;
     std::string m_name;
     std::unique_ptr<Session> m_session;
     const EventLog& m_log;
-    State m_state = State::Open;
+    bool m_over = false;
     bool m_inputEnded = false;
     std::deque<Action> m_actions;
     std::size_t m_sent = 0; ///< of the SendBytes at the front
     std::optional<Clock::time_point> m_pausedUntil;
-    Clock::time_point m_lingerUntil;
-    std::size_t m_droppedBytes = 0;
 };
 
 } // namespace Simulator

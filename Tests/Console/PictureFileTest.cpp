@@ -9,6 +9,7 @@
 #include <iterator>
 #include <string>
 #include <sys/resource.h>
+#include <sys/stat.h>
 #include <vector>
 
 using Console::checkWritable;
@@ -171,11 +172,13 @@ TEST_F(PictureFile, MissingFolderIsNamedWithTheReason) {
     EXPECT_EQ(messageOf(file, Bytes{1}), "cannot write " + file + ": No such file or directory");
 }
 
-TEST_F(PictureFile, FolderAndDeviceAreNotReplaced) {
+TEST_F(PictureFile, FolderAndWhatIsNoOrdinaryFileAreNotReplaced) {
     EXPECT_EQ(messageOf(folder_.string(), Bytes{1}), "cannot write " + folder_.string() + ": Is a directory");
-    EXPECT_EQ(messageOf("/dev/full", Bytes{1}),
-              "cannot write /dev/full: it exists and is not an ordinary file");
-    EXPECT_TRUE(fs::is_character_file("/dev/full"));
+    // Stands for /dev/null and the like, which a user with the right to would replace by a file.
+    const std::string pipe = path("pipe");
+    ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
+    EXPECT_EQ(messageOf(pipe, Bytes{1}), "cannot write " + pipe + ": it exists and is not an ordinary file");
+    EXPECT_TRUE(fs::is_fifo(pipe));
 }
 
 TEST_F(PictureFile, CheckLeavesNothingBehind) {

@@ -3,7 +3,9 @@
 #include "Conversation.h"
 #include "LoopbackClient.h"
 
+#include <fcntl.h>
 #include <gmock/gmock.h>
+#include <netinet/tcp.h>
 
 #include <algorithm>
 #include <condition_variable>
@@ -136,9 +138,9 @@ TEST_F(CameraServerTest, AnswersAClientThatHasAlreadyEndedItsSide) {
     EXPECT_EQ(client.end(), End::Closed);
 }
 
-TEST_F(CameraServerTest, GarbageIsAnsweredBeforeTheConnectionCloses) {
+TEST_F(CameraServerTest, GarbageIsAnsweredAndTheConnectionClosedWithoutAReset) {
     LoopbackClient client(serve().binaryTcpPort());
-    client.send(Bytes(5000, 'x'));
+    client.send(Bytes(60000, 'x')); // more than is read before the camera gives up
     EXPECT_EQ(client.read(100), errorAnswer(ErrorCode::BadLength));
     EXPECT_EQ(client.end(), End::Closed);
 }
@@ -300,6 +302,35 @@ TEST(CameraServer, RunReturnsAtOnceWhenStoppedBefore) {
     CameraServer server(smallCamera(), anyPorts());
     server.requestStop();
     server.run();
+}
+
+TEST(CameraServer, TakesItsPortAgainRightAfterAnEarlierOneStopped) {
+    ServerOptions options = anyPorts();
+    {
+        CameraServer server(smallCamera(), options);
+        options.binaryTcpPort = server.binaryTcpPort();
+        server.start();
+        LoopbackClient client(server.binaryTcpPort());
+        EXPECT_EQ(client.ask(probeRequest), doneAnswer);
+        server.stop();
+        client.read(1);
+        EXPECT_EQ(client.end(), End::Closed);
+    }
+    EXPECT_EQ(refusalOf(options), "accepted");
+}
+
+TEST(Socket, AcceptedClientSendsSmallMessagesAtOnceAndNeverBlocks) {
+    const Socket listener = listenTcp("127.0.0.1", 0);
+    EXPECT_FALSE(acceptClient(listener).first.isOpen());
+    const LoopbackClient client(portOf(listener));
+    const auto [accepted, name] = acceptClient(listener);
+    ASSERT_TRUE(accepted.isOpen());
+    EXPECT_THAT(name, StartsWith("127.0.0.1:"));
+    int noDelay = 0;
+    socklen_t size = sizeof noDelay;
+    getsockopt(accepted.descriptor(), IPPROTO_TCP, TCP_NODELAY, &noDelay, &size);
+    EXPECT_NE(noDelay, 0);
+    EXPECT_NE(fcntl(accepted.descriptor(), F_GETFL) & O_NONBLOCK, 0);
 }
 
 TEST(CameraServer, ServesTheProtocolsPortsUnlessTold) {

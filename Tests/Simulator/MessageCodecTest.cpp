@@ -85,6 +85,10 @@ TEST(MessageCodec, RefusesArgumentValueThatRunsIntoTheChecksum) {
     EXPECT_EQ(errorOf(sealed(bytesOf({1, 0, 0, 0, 14, 1, 4, 0, 0, 0, 2, 0}))), ErrorCode::BadLength);
 }
 
+TEST(MessageCodec, RefusesArgumentBehindAValueThatSwallowsTheChecksum) {
+    EXPECT_EQ(errorOf(sealed(bytesOf({1, 0, 0, 0, 14, 2, 4, 0, 0, 0, 3, 0}))), ErrorCode::BadLength);
+}
+
 TEST(MessageCodec, RefusesArgumentLengthThatWouldWrapASum) {
     EXPECT_EQ(errorOf(sealed(bytesOf({1, 0, 0, 0, 13, 1, 5, 0xFF, 0xFF, 0xFF, 0xF5}))), ErrorCode::BadLength);
 }

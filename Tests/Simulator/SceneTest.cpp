@@ -3,6 +3,7 @@
 #include <gmock/gmock.h>
 
 #include <algorithm>
+#include <cstdlib>
 #include <numeric>
 
 namespace Simulator {
@@ -96,6 +97,23 @@ TEST(Scene, GridIsNotBlackAtTheShortestExposure) {
     const Picture picture = rendered(SceneKind::Grid, 1, 1);
     const auto lit = std::ranges::count_if(picture.samples, [](std::uint16_t sample) { return sample > 64; });
     EXPECT_GT(static_cast<double>(lit), 0.05 * static_cast<double>(picture.samples.size()));
+}
+
+TEST(Scene, GridIsNoisierWhereItIsBrighter) {
+    const Picture one = renderScene(SceneKind::Grid, {419, 316}, 1, fittingExposureUnits, 1);
+    const Picture two = renderScene(SceneKind::Grid, {419, 316}, 1, fittingExposureUnits, 2);
+    const auto meanDifference = [&](int least, int most) {
+        double sum = 0;
+        double count = 0;
+        for (std::size_t index = 0; index < one.samples.size(); ++index)
+            if (one.samples[index] >= least && one.samples[index] <= most) {
+                sum += std::abs(one.samples[index] - two.samples[index]);
+                ++count;
+            }
+        return sum / count;
+    };
+    EXPECT_GT(meanDifference(0, 1000), 5);
+    EXPECT_GT(meanDifference(11000, 16000), 2 * meanDifference(0, 1000));
 }
 
 TEST(Scene, GridShowsItsTargetsInTheirColours) {
