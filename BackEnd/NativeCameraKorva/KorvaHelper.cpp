@@ -1,15 +1,13 @@
 #include "NativeCameraKorva/KorvaHelper.h"
 
 #include "Communicator/Connector.h"
-#include "ImagingLibrary/Image.h"
-#include "ImagingLibrary/ImagingFactory.h"
-#include "ImagingLibrary/ImagingLibrary.h"
 #include "ImagingLibrary/image_t.h"
 #include "NativeCameraKorva/CaptureStopwatch.h"
 #include "NativeCameraKorva/KorvaBinaryCommunication.h"
 #include "NativeCameraKorva/KorvaImageDump.h"
 #include "NativeCameraKorva/KorvaLog.h"
 #include "NativeCameraKorva/KorvaMemoryStream.h"
+#include "NativeCameraKorva/KorvaOwnedImage.h"
 #include "NativeCameraKorva/KorvaPictureDecoding.h"
 #include "NativeCameraKorva/KorvaSampleKernels.h"
 #include "Platform/Kernel.h"
@@ -19,7 +17,6 @@
 #include <initializer_list>
 #include <iomanip>
 #include <istream>
-#include <memory>
 #include <optional>
 #include <string>
 #include <utility>
@@ -219,11 +216,6 @@ std::optional<image_t> attempt(const Request& request, CaptureStopwatch& watch) 
         return std::nullopt;
     return picture;
 }
-
-struct ImageReleaser {
-    void operator()(Image* image) const { ImagingFactory::getInstance()->releaseImage(image); }
-};
-using OwnedImage = std::unique_ptr<Image, ImageReleaser>;
 
 Image* convert(const image_t& picture, unsigned int samplesPerPixel, CaptureStopwatch& watch) {
     watch.start();

@@ -11,16 +11,24 @@
 /// location names the file "BackEnd/NativeCameraKorva/" `file`, the enclosing function's full signature and
 /// `line`. The message is built only where the level is enabled.
 #define KORVA_LOG_AT_LINE(logger, LevelName, file, line, message)                                            \
+    KORVA_LOG_THROUGH(std::ostringstream, logger, LevelName, file, line, message)
+
+/// KORVA_LOG_AT_LINE with the statement's own line; for a statement whose line is no stable id.
+#define KORVA_LOG(logger, LevelName, file, message)                                                          \
+    KORVA_LOG_AT_LINE(logger, LevelName, file, __LINE__, message)
+
+/// KORVA_LOG of a chain of wide insertions, through the logger's wide interface.
+#define KORVA_LOG_WIDE(logger, LevelName, file, message)                                                     \
+    KORVA_LOG_THROUGH(std::wostringstream, logger, LevelName, file, __LINE__, message)
+
+/// What the others have in common: `Stream` builds the message.
+#define KORVA_LOG_THROUGH(Stream, logger, LevelName, file, line, message)                                    \
     do {                                                                                                     \
         if ((logger)->is##LevelName##Enabled()) {                                                            \
-            std::ostringstream korvaLogStream;                                                               \
+            Stream korvaLogStream;                                                                           \
             korvaLogStream << message; /* NOLINT(bugprone-macro-parentheses): a chain of insertions */       \
             (logger)->forcedLog(log4cxx::Level::get##LevelName(), korvaLogStream.str(),                      \
                                 log4cxx::spi::LocationInfo("BackEnd/NativeCameraKorva/" file, file,          \
                                                            __LOG4CXX_FUNC__, line));                         \
         }                                                                                                    \
     } while (false)
-
-/// KORVA_LOG_AT_LINE with the statement's own line; for a statement whose line is no stable id.
-#define KORVA_LOG(logger, LevelName, file, message)                                                          \
-    KORVA_LOG_AT_LINE(logger, LevelName, file, __LINE__, message)

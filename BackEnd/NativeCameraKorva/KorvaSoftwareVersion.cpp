@@ -1,0 +1,34 @@
+#include "NativeCameraKorva/KorvaConstants.h"
+#include "NativeCameraKorva/KorvaHelper.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <limits>
+#include <sstream>
+#include <vector>
+
+namespace Korva {
+namespace {
+
+/// The low 8 bits of the decimal number at the beginning of `piece`, 0 where there is none. Numbers beyond an
+/// int's count as its largest or smallest.
+std::uint8_t lowByte(const std::string& piece) {
+    constexpr long smallest = std::numeric_limits<int>::min();
+    constexpr long largest = std::numeric_limits<int>::max();
+    const long number = std::clamp(std::strtol(piece.c_str(), nullptr, 10), smallest, largest);
+    return static_cast<std::uint8_t>(number & 0xFF);
+}
+
+} // namespace
+
+// NOLINTNEXTLINE(performance-unnecessary-value-param): part of the exported signature
+bool checkSoftwareVersion(std::string version) {
+    std::istringstream stream(version);
+    std::vector<std::uint8_t> parts;
+    std::string piece;
+    while (std::getline(stream, piece, '.'))
+        parts.push_back(lowByte(piece));
+    return parts.size() == 3 && SoftwareVersion{parts[0], parts[1], parts[2]} >= minimumSoftwareVersion;
+}
+
+} // namespace Korva
