@@ -20,10 +20,17 @@ using Lines = std::vector<std::string>;
 
 /// A room is named by its folder; an include belongs to the room whose include directory holds it.
 const std::map<std::string, std::string> roomOfInclude = {
-    {"NativeCameraKorva", "BackEnd"},   {"Communicator", "HostFramework"},
-    {"DeveloperDLL", "HostFramework"},  {"ImagingLibrary", "HostFramework"},
-    {"VantrelCommon", "HostFramework"}, {"Platform", "Platform"},
-    {"ReferenceHost", "ReferenceHost"}, {"Camera", "Simulator/Camera"},
+    {"NativeCameraKorva", "BackEnd"},
+    {"Communicator", "HostFramework"},
+    {"Device", "HostFramework"},
+    {"DeviceControl", "HostFramework"},
+    {"NativeCameraControl", "HostFramework"},
+    {"DeveloperDLL", "HostFramework"},
+    {"ImagingLibrary", "HostFramework"},
+    {"VantrelCommon", "HostFramework"},
+    {"Platform", "Platform"},
+    {"ReferenceHost", "ReferenceHost"},
+    {"Camera", "Simulator/Camera"},
     {"Network", "Simulator/Network"},
 };
 
@@ -41,7 +48,7 @@ const std::map<std::string, std::set<std::string>> mayInclude = {
 /// The one thing of the plug-in that the tool may know: the header of its exported entry points.
 const std::set<std::string> exportedHeaders = {"NativeCameraKorva/KorvaHelper.h"};
 
-const std::set<std::string> libraries = {"CLI", "hwy", "log4cxx", "nlohmann", "png.h"};
+const std::set<std::string> libraries = {"CLI", "hwy", "log4cxx", "nlohmann", "png.h", "xercesc"};
 
 const std::set<std::string> systemRooms = {"Platform", "Simulator/Network"};
 
