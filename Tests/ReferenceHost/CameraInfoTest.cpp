@@ -1,0 +1,162 @@
+#include "VantrelCommon/CameraInfo.h"
+
+#include "Communicator/DeviceException.h"
+#include "ReferenceHost/DeviceDescription.h"
+
+#include <gtest/gtest.h>
+#include <string>
+#include <utility>
+
+using ReferenceHost::DeviceDescription;
+
+namespace {
+
+CameraInfo readFrom(const std::string& xml) {
+    return CameraInfo(DeviceDescription(xml).root());
+}
+
+/// The text of a model that was written and read again.
+std::wstring modelAfterRoundTrip(const std::wstring& model) {
+    CameraInfo info;
+    info.setModel(model);
+    return readFrom(info.toXml()).getModel();
+}
+
+std::wstring reasonFor(const std::string& xml) {
+    try {
+        readFrom(xml);
+    } catch (const DeviceException& exception) {
+        return exception.getMessage();
+    }
+    return L"";
+}
+
+CameraInfo filledInfo() {
+    CameraInfo info;
+    info.setCameraTypeEnum(6);
+    info.setIpAddress(L"ip");
+    info.setFW(L"fw");
+    info.setMacAddress(L"mac");
+    info.setResolutionX(-3);
+    info.setResolutionY(2147483647);
+    info.setModel(L"model");
+    info.setSerialNumber(L"serial");
+    info.setDefaultGateway(L"gateway");
+    info.setSubnetMask(L"mask");
+    return info;
+}
+
+void expectFilled(const CameraInfo& info) {
+    EXPECT_EQ(info.getCameraTypeEnum(), 6);
+    EXPECT_EQ(info.getIpAddress(), L"ip");
+    EXPECT_EQ(info.getFW(), L"fw");
+    EXPECT_EQ(info.getMacAddress(), L"mac");
+    EXPECT_EQ(info.getResolutionX(), -3);
+    EXPECT_EQ(info.getResolutionY(), 2147483647);
+    EXPECT_EQ(info.getModel(), L"model");
+    EXPECT_EQ(info.getSerialNumber(), L"serial");
+    EXPECT_EQ(info.getDefaultGateway(), L"gateway");
+    EXPECT_EQ(info.getSubnetMask(), L"mask");
+}
+
+} // namespace
+
+TEST(CameraInfo, IsEmptyAtFirst) {
+    const CameraInfo info;
+    EXPECT_EQ(info.getCameraTypeEnum(), 0);
+    EXPECT_EQ(info.getResolutionX(), 0);
+    EXPECT_EQ(info.getResolutionY(), 0);
+    EXPECT_EQ(info.getModel(), L"");
+}
+
+TEST(CameraInfo, IsWrittenWithAnElementForEachField) {
+    EXPECT_EQ(filledInfo().toXml(2), "  <CameraInfo>\n"
+                                     "    <cameraTypeEnum>6</cameraTypeEnum>\n"
+                                     "    <resolutionX>-3</resolutionX>\n"
+                                     "    <resolutionY>2147483647</resolutionY>\n"
+                                     "    <ipAddress>ip</ipAddress>\n"
+                                     "    <firmware>fw</firmware>\n"
+                                     "    <macAddress>mac</macAddress>\n"
+                                     "    <model>model</model>\n"
+                                     "    <serialNumber>serial</serialNumber>\n"
+                                     "    <defaultGateway>gateway</defaultGateway>\n"
+                                     "    <subnetMask>mask</subnetMask>\n"
+                                     "  </CameraInfo>\n");
+}
+
+TEST(CameraInfo, IsReadBackWhole) {
+    expectFilled(readFrom(filledInfo().toXml()));
+}
+
+TEST(CameraInfo, IsCopiedAndMovedWhole) {
+    CameraInfo info = filledInfo();
+    CameraInfo copy(info);
+    expectFilled(copy);
+    CameraInfo assigned;
+    assigned = copy;
+    expectFilled(assigned);
+    assigned = std::move(copy);
+    expectFilled(assigned);
+    expectFilled(CameraInfo(std::move(info)));
+}
+
+TEST(CameraInfo, KeepsEveryTextThatXmlCanHold) {
+    for (const wchar_t* text :
+         {L"<a href=\"b\">&amp;'", L"]]>", L"<![CDATA[x]]>", L"<!-- x -->", L"<?x?>", L"&#0;", L"&lol;",
+          L"  blanks before and behind  ", L"tab\tline\nreturn\rboth\r\n", L"\u00E4\u4E2D\U0001F600",
+          L"\uFFFD", L"\u0085\u2028", L"\U0010FFFF", L"", L" "})
+        EXPECT_EQ(modelAfterRoundTrip(text), text);
+}
+
+TEST(CameraInfo, ReplacesWhatXmlCannotHold) {
+    const std::wstring hostile{L'a', 0, 1, 8, 11, 12, 14, 31, 0xFFFE, 0xFFFF, 0xD800, 0xDFFF, L'b'};
+    EXPECT_EQ(modelAfterRoundTrip(hostile), L"a" + std::wstring(11, 0xFFFD) + L"b");
+}
+
+TEST(CameraInfo, KeepsAVeryLongText) {
+    const std::wstring text = std::wstring(200'000, L'x') + L"<end>";
+    EXPECT_EQ(modelAfterRoundTrip(text), text);
+}
+
+TEST(CameraInfo, ReadsItsFieldsInAnyOrderAndSkipsOthers) {
+    const CameraInfo info = readFrom("<CameraInfo><model>m</model>text<other>o</other><Model>M</Model>"
+                                     "<!-- c --><cameraTypeEnum> \r\n\t6 </cameraTypeEnum></CameraInfo>");
+    EXPECT_EQ(info.getModel(), L"m");
+    EXPECT_EQ(info.getCameraTypeEnum(), 6);
+}
+
+TEST(CameraInfo, LeavesMissingFieldsEmpty) {
+    const CameraInfo info = readFrom("<CameraInfo/>");
+    EXPECT_EQ(info.toXml(), CameraInfo().toXml());
+}
+
+TEST(CameraInfo, TakesTheLastOfTwoFieldsOfOneName) {
+    EXPECT_EQ(readFrom("<CameraInfo><model>a</model><model>b</model></CameraInfo>").getModel(), L"b");
+}
+
+TEST(CameraInfo, ReadsTextInPieces) {
+    EXPECT_EQ(
+        readFrom("<CameraInfo><model>a<![CDATA[<b>]]>&#99;<!-- no -->d</model></CameraInfo>").getModel(),
+        L"a<b>cd");
+}
+
+TEST(CameraInfo, RefusesANumberThatIsNone) {
+    for (const char* number : {"", " ", "x", "6x", "6 6", "0x6", "6.0", "2147483648", "-2147483649", "+6",
+                               "-", "99999999999999999999"})
+        EXPECT_NE(
+            reasonFor("<CameraInfo><resolutionX>" + std::string(number) + "</resolutionX></CameraInfo>"), L"")
+            << number;
+}
+
+TEST(CameraInfo, NamesTheNumberThatItRefusesAndNoMoreThanItsBeginning) {
+    EXPECT_EQ(reasonFor("<CameraInfo><cameraTypeEnum>six</cameraTypeEnum></CameraInfo>"),
+              L"The description's element \"cameraTypeEnum\" holds no number: \"six\"");
+    EXPECT_LT(reasonFor("<CameraInfo><cameraTypeEnum>" + std::string(100'000, 'x') +
+                        "</cameraTypeEnum></CameraInfo>")
+                  .size(),
+              200u);
+}
+
+TEST(CameraInfo, RefusesANullNode) {
+    EXPECT_THROW(CameraInfo(nullptr), DeviceException);
+}

@@ -1,0 +1,200 @@
+#include "ReferenceHost/DeviceDescription.h"
+
+#include "Communicator/DeviceException.h"
+
+#include <filesystem>
+#include <fstream>
+#include <gtest/gtest.h>
+#include <string>
+#include <utility>
+
+using ReferenceHost::DeviceDescription;
+
+namespace {
+
+std::wstring reasonFor(const std::string& xml) {
+    try {
+        const DeviceDescription description(xml);
+        return L"";
+    } catch (const DeviceException& exception) {
+        return exception.getMessage();
+    }
+}
+
+bool isRefusedFor(const std::string& xml, const std::wstring& reason) {
+    return reasonFor(xml) == L"The device description is refused: " + reason;
+}
+
+std::u16string rootTextOf(const std::string& xml) {
+    return DeviceDescription(xml).root()->getTextContent();
+}
+
+std::string repeated(int count, const std::string& text) {
+    std::string all;
+    for (int i = 0; i < count; ++i)
+        all += text;
+    return all;
+}
+
+/// `depth` elements within each other.
+std::string nested(int depth) {
+    return repeated(depth, "<a>") + repeated(depth, "</a>");
+}
+
+std::string withAttributes(int count) {
+    std::string xml = "<a";
+    for (int i = 0; i < count; ++i)
+        xml += " b" + std::to_string(i) + "=''";
+    return xml + "/>";
+}
+
+/// A file that goes with the test.
+class DescriptionFile : public testing::Test {
+protected:
+    void write(const std::string& contents) { std::ofstream(file, std::ios::binary) << contents; }
+    void TearDown() override { std::filesystem::remove(file); }
+
+    std::wstring reason() const {
+        try {
+            DeviceDescription::fromFile(file);
+            return L"";
+        } catch (const DeviceException& exception) {
+            return exception.getMessage();
+        }
+    }
+
+    const std::filesystem::path file =
+        std::filesystem::path(testing::TempDir()) /
+        (std::string("description-") + testing::UnitTest::GetInstance()->current_test_info()->name() +
+         ".xml");
+};
+
+} // namespace
+
+TEST(DeviceDescription, GivesTheRootElement) {
+    const DeviceDescription description("<?xml version='1.0'?><!-- c --><Device><a/></Device>");
+    EXPECT_EQ(description.root()->getNodeName(), std::u16string(u"Device"));
+    EXPECT_EQ(description.root()->getFirstChild()->getNodeName(), std::u16string(u"a"));
+}
+
+TEST(DeviceDescription, KeepsItsRootWhenItMoves) {
+    DeviceDescription first("<first/>");
+    xercesc::DOMNode* const root = first.root();
+    DeviceDescription second(std::move(first));
+    EXPECT_EQ(second.root(), root);
+    second = DeviceDescription("<third/>");
+    EXPECT_EQ(second.root()->getNodeName(), std::u16string(u"third"));
+}
+
+TEST(DeviceDescription, ReadsXmlsOwnEntitiesAndCharacters) {
+    EXPECT_EQ(rootTextOf("<a>&lt;&gt;&amp;&quot;&apos;&#65;&#x1F600;</a>"), u"<>&\"'A\U0001F600");
+}
+
+TEST(DeviceDescription, ReadsTheEncodingsThatItIsToldOf) {
+    EXPECT_EQ(rootTextOf("<a>\xC3\xA4</a>"), u"\u00E4");
+    EXPECT_EQ(rootTextOf("\xEF\xBB\xBF<a>\xC3\xA4</a>"), u"\u00E4");
+    EXPECT_EQ(rootTextOf("<?xml version='1.0' encoding='ISO-8859-1'?><a>\xE4</a>"), u"\u00E4");
+}
+
+TEST(DeviceDescription, RefusesWhatIsNotWellFormed) {
+    for (const char* xml : {"", " ", "x", "<a>", "<a></b>", "<a/><b/>", "<a b=1/>", "<a>&unknown;</a>",
+                            "<a>&#0;</a>", "<a>\x01</a>", "<a>\xC3</a>", "<a>\xED\xA0\x80</a>", "<a",
+                            "<a b='' b=''/>", "</a>", "<?xml version='1.0' encoding='no-such'?><a/>"})
+        EXPECT_NE(reasonFor(xml), L"") << xml;
+    EXPECT_NE(reasonFor(std::string("<a>\0</a>", 8)), L"");
+}
+
+TEST(DeviceDescription, SaysWhereItIsNotWellFormed) {
+    const std::wstring reason = reasonFor("<a>\n  <b></a>");
+    EXPECT_EQ(reason.rfind(L"The device description is refused: line 2, column ", 0), 0u);
+}
+
+TEST(DeviceDescription, RefusesADocumentType) {
+    const std::wstring reason = L"it has a document type";
+    EXPECT_TRUE(isRefusedFor("<!DOCTYPE a><a/>", reason));
+    EXPECT_TRUE(isRefusedFor("<!DOCTYPE a [<!ELEMENT a ANY>]><a/>", reason));
+    EXPECT_TRUE(isRefusedFor("<!DOCTYPE a SYSTEM 'file:///etc/hostname'><a/>", reason));
+    EXPECT_TRUE(isRefusedFor("<!DOCTYPE a PUBLIC 'a' 'http://127.0.0.1:1/a.dtd'><a/>", reason));
+}
+
+TEST(DeviceDescription, RefusesABillionLaughs) {
+    std::string xml = "<!DOCTYPE l [<!ENTITY l0 'lol'>";
+    for (int i = 1; i < 10; ++i) {
+        const std::string inner = "&l" + std::to_string(i - 1) + ";";
+        xml += "<!ENTITY l" + std::to_string(i) + " '" + repeated(10, inner) + "'>";
+    }
+    EXPECT_TRUE(isRefusedFor(xml + "]><l>&l9;</l>", L"it has a document type"));
+}
+
+TEST(DeviceDescription, RefusesAnExternalEntity) {
+    EXPECT_TRUE(isRefusedFor("<!DOCTYPE a [<!ENTITY x SYSTEM 'file:///etc/hostname'>]><a>&x;</a>",
+                             L"it has a document type"));
+    EXPECT_TRUE(isRefusedFor("<!DOCTYPE a [<!ENTITY % x SYSTEM 'file:///etc/hostname'> %x;]><a/>",
+                             L"it has a document type"));
+}
+
+TEST(DeviceDescription, IncludesNothing) {
+    const DeviceDescription description("<a xmlns:xi='http://www.w3.org/2001/XInclude'>"
+                                        "<xi:include href='file:///etc/hostname' parse='text'/></a>");
+    EXPECT_EQ(description.root()->getTextContent(), std::u16string());
+    EXPECT_EQ(description.root()->getFirstChild()->getNodeName(), std::u16string(u"xi:include"));
+}
+
+TEST(DeviceDescription, BoundsItsSize) {
+    const std::string frame = "<a></a>";
+    const auto ofSize = [&](std::size_t size) {
+        return "<a>" + std::string(size - frame.size(), 'x') + "</a>";
+    };
+    EXPECT_EQ(reasonFor(ofSize(DeviceDescription::mostBytes)), L"");
+    EXPECT_TRUE(isRefusedFor(ofSize(DeviceDescription::mostBytes + 1), L"it has more than 1048576 bytes"));
+}
+
+TEST(DeviceDescription, BoundsItsDepth) {
+    EXPECT_EQ(reasonFor(nested(DeviceDescription::mostDepth)), L"");
+    EXPECT_TRUE(
+        isRefusedFor(nested(DeviceDescription::mostDepth + 1), L"its elements are nested too deeply"));
+    EXPECT_TRUE(isRefusedFor(repeated(100'000, "<a>"), L"its elements are nested too deeply"));
+}
+
+TEST(DeviceDescription, CountsDepthAnewForEachBranch) {
+    EXPECT_EQ(reasonFor("<r>" + repeated(100, "<a><b/></a>") + repeated(100, "<c/>") + "</r>"), L"");
+}
+
+TEST(DeviceDescription, BoundsTheNumberOfItsElements) {
+    const auto ofElements = [](int count) { return "<r>" + repeated(count - 1, "<a/>") + "</r>"; };
+    EXPECT_EQ(reasonFor(ofElements(DeviceDescription::mostElements)), L"");
+    EXPECT_TRUE(isRefusedFor(ofElements(DeviceDescription::mostElements + 1), L"it has too many elements"));
+}
+
+TEST(DeviceDescription, BoundsTheNumberOfAttributes) {
+    EXPECT_EQ(reasonFor(withAttributes(DeviceDescription::mostAttributes)), L"");
+    EXPECT_TRUE(isRefusedFor(withAttributes(DeviceDescription::mostAttributes + 1),
+                             L"an element has too many attributes"));
+}
+
+TEST_F(DescriptionFile, IsRead) {
+    write("<Device/>");
+    EXPECT_EQ(DeviceDescription::fromFile(file).root()->getNodeName(), std::u16string(u"Device"));
+}
+
+TEST_F(DescriptionFile, ThatIsMissingIsNamed) {
+    EXPECT_EQ(reason(), file.wstring() + L": The device description is refused: the file cannot be read");
+}
+
+TEST_F(DescriptionFile, ThatIsAFolderIsRefused) {
+    std::filesystem::create_directory(file);
+    EXPECT_EQ(reason(), file.wstring() + L": The device description is refused: the file cannot be read");
+}
+
+TEST_F(DescriptionFile, ThatIsTooLargeIsRefusedWithoutReadingItAll) {
+    write("<a>");
+    std::filesystem::resize_file(file, std::uintmax_t{1} << 40);
+    EXPECT_EQ(reason(),
+              file.wstring() + L": The device description is refused: it has more than 1048576 bytes");
+}
+
+TEST_F(DescriptionFile, ThatIsNotWellFormedIsNamed) {
+    write("");
+    EXPECT_EQ(reason().rfind(file.wstring() + L": The device description is refused: line 1", 0), 0u)
+        << testing::PrintToString(reason());
+}

@@ -1,0 +1,151 @@
+#include "NativeCameraControl/NativeCamera.h"
+
+#include "Communicator/ClientFactory.h"
+#include "FakeCamera.h"
+#include "ReferenceHost/DeviceDescription.h"
+#include "VantrelCommon/NetworkHealth.h"
+
+#include <gtest/gtest.h>
+#include <memory>
+#include <string>
+#include <xercesc/dom/DOMNode.hpp>
+
+using namespace Tolvane::DeviceFramework2::Device;
+using Tests::FakeCamera;
+using Tests::FakeCommunicator;
+
+namespace {
+
+CameraInfo someInfo() {
+    CameraInfo info;
+    info.setCameraTypeEnum(6);
+    info.setIpAddress(L"10.0.0.5");
+    info.setFW(L"SW-3.2.15_API-1");
+    info.setMacAddress(L"02-00-00-00-00-05");
+    info.setResolutionX(1920);
+    info.setResolutionY(1080);
+    info.setModel(L"Meridian");
+    info.setSerialNumber(L"4711");
+    return info;
+}
+
+xercesc::DOMNode* childNamed(xercesc::DOMNode* parent, const std::u16string& name) {
+    for (xercesc::DOMNode* child = parent->getFirstChild(); child != nullptr; child = child->getNextSibling())
+        if (child->getNodeName() == name)
+            return child;
+    return nullptr;
+}
+
+} // namespace
+
+TEST(NativeCamera, TellsWhoItIs) {
+    const FakeCamera camera(nullptr, someInfo());
+    EXPECT_EQ(camera.getUID(), L"4711");
+    EXPECT_EQ(camera.getModel(), L"Meridian");
+    EXPECT_EQ(camera.getDescription(), L"Meridian, 10.0.0.5, serial number 4711");
+    EXPECT_EQ(camera.getName(), camera.getDescription());
+    EXPECT_EQ(camera.getVersion(), L"SW-3.2.15_API-1");
+    EXPECT_EQ(camera.getMac(), L"02-00-00-00-00-05");
+    EXPECT_EQ(camera.getResolution(), (Point<int, 2>(1920, 1080)));
+    EXPECT_EQ(camera.getCameraInfo().getSerialNumber(), L"4711");
+    EXPECT_EQ(camera.getEmbeddedIntrinsics(), L"");
+}
+
+TEST(NativeCamera, WithoutSerialNumberIsKnownByItsMacAddress) {
+    CameraInfo info = someInfo();
+    info.setSerialNumber(L"");
+    const FakeCamera camera(nullptr, info);
+    EXPECT_EQ(camera.getUID(), L"02-00-00-00-00-05");
+    EXPECT_EQ(camera.getDescription(), L"Meridian, 10.0.0.5");
+}
+
+TEST(NativeCamera, ThatNobodyDescribedHasAnEmptyDescription) {
+    const FakeCamera camera;
+    EXPECT_EQ(camera.getDescription(), L"");
+    EXPECT_EQ(camera.getUID(), L"");
+    EXPECT_EQ(camera.getResolution(), (Point<int, 2>(0, 0)));
+}
+
+TEST(NativeCamera, DescribesItselfInOneLineWhateverItsTextsHold) {
+    CameraInfo info;
+    info.setModel(L"Meri\ndian\x1b[31m\x7f\x85");
+    info.setIpAddress(L"\U0001F600");
+    EXPECT_EQ(FakeCamera(nullptr, info).getDescription(),
+              L"Meri\uFFFDdian\uFFFD[31m\uFFFD\uFFFD, \U0001F600");
+}
+
+TEST(NativeCamera, TakesDepthAndExposureFromItsImagingInterface) {
+    FakeCamera camera;
+    EXPECT_EQ(camera.getBitDepth(), 12);
+    EXPECT_EQ(camera.getExposureTime(), 150000);
+    camera.setExposureTime(-5);
+    EXPECT_EQ(camera.getExposureTime(), -5);
+}
+
+TEST(NativeCamera, WithoutImagingInterfaceHasNoExposure) {
+    FakeCamera camera;
+    camera.removeAllInterfaces();
+    EXPECT_EQ(camera.getBitDepth(), 8);
+    EXPECT_EQ(camera.getExposureTime(), 0);
+    EXPECT_THROW(camera.setExposureTime(1), DeviceException);
+}
+
+TEST(NativeCamera, RefusesADepthAndAGainThatItHasNot) {
+    FakeCamera camera;
+    EXPECT_NO_THROW(camera.setBitDepth(12));
+    EXPECT_THROW(camera.setBitDepth(8), DeviceException);
+    EXPECT_FALSE(camera.hasGainControl());
+    EXPECT_EQ(camera.getGain(), 1.0);
+    EXPECT_NO_THROW(camera.setGain(1.0));
+    EXPECT_THROW(camera.setGain(2.0), DeviceException);
+}
+
+TEST(NativeCamera, WritesADescriptionThatCanBeReadBack) {
+    const FakeCamera camera(new FakeCommunicator(L"10.0.0.5", 32769, 250), someInfo());
+    const ReferenceHost::DeviceDescription description(camera.toXml());
+
+    const CameraInfo info(childNamed(description.root(), u"CameraInfo"));
+    EXPECT_EQ(info.toXml(), someInfo().toXml());
+
+    const std::unique_ptr<Communicator> communicator(
+        ClientFactory::buildCommunicator(childNamed(description.root(), u"connection")));
+    const auto& ethernet = dynamic_cast<const EthernetCommunicator&>(*communicator);
+    EXPECT_EQ(ethernet.getAddress(), L"10.0.0.5");
+    EXPECT_EQ(ethernet.getPort(), 32769);
+    EXPECT_EQ(ethernet.getConnectTimeoutMs(), 250);
+}
+
+TEST(NativeCamera, ExecutesCommandsAsABaseDevice) {
+    FakeCamera camera;
+    BaseDevice& device = camera;
+    image_t image;
+    device.execInternal(std::make_shared<Capture::FillMonoImage>(image, "left"), {});
+    EXPECT_EQ(image.width, 3);
+    EXPECT_EQ(image.height, 2u);
+    ASSERT_NE(image.pixels, nullptr);
+    EXPECT_EQ(image.pixels[5], 6);
+
+    int code = 0;
+    device.execInternal(std::make_shared<SetNetworkHealthCallback>(
+                            [&code](NetworkHealth health) { code = health.getCode(); }),
+                        {});
+    camera.healthCallback(NetworkHealth(NetworkHealth::captureFailed));
+    EXPECT_EQ(code, 1032);
+}
+
+TEST(NativeCamera, IsCastBetweenAllItsParts) {
+    const std::unique_ptr<Device> device = std::make_unique<FakeCamera>();
+    auto* const camera = dynamic_cast<INativeCamera*>(device.get());
+    ASSERT_NE(camera, nullptr);
+    EXPECT_NE(dynamic_cast<NativeCamera*>(camera), nullptr);
+    EXPECT_EQ(dynamic_cast<Device*>(camera), device.get());
+    EXPECT_EQ(dynamic_cast<BaseDevice*>(camera), static_cast<BaseDevice*>(device.get()));
+}
+
+TEST(NetworkHealth, HasATextForEveryCode) {
+    EXPECT_EQ(NetworkHealth(2).getText(), L"picture captured");
+    EXPECT_EQ(NetworkHealth(1032).getText(), L"capture failed");
+    EXPECT_EQ(NetworkHealth(2056).getText(), L"connection check failed");
+    EXPECT_EQ(NetworkHealth(0).getText(), L"unknown status");
+    EXPECT_EQ(NetworkHealth(-1).getText(), L"unknown status");
+}
