@@ -2,10 +2,12 @@
 #define HWY_TARGET_INCLUDE "NativeCameraKorva/KorvaSampleKernels.cpp"
 #include <hwy/foreach_target.h>
 
+#include <hwy/cache_control.h>
 #include <hwy/highway.h>
 
 #include "NativeCameraKorva/KorvaSampleKernels.h"
 
+#include <algorithm>
 #include <array>
 #include <bit>
 #include <cstring>
@@ -19,16 +21,7 @@ namespace hn = hwy::HWY_NAMESPACE;
 static_assert(std::endian::native == std::endian::little, "the kernels keep samples in little-endian order");
 
 constexpr std::size_t bytesPerSample = 2;
-
-std::uint16_t sampleAt(const unsigned char* samples, std::size_t index) {
-    std::uint16_t sample = 0;
-    std::memcpy(&sample, samples + bytesPerSample * index, sizeof sample);
-    return sample;
-}
-
-unsigned char reduced(std::uint16_t sample) {
-    return sample >= 16384 ? 255 : static_cast<unsigned char>(sample >> 6);
-}
+constexpr std::size_t mostChannels = 4;
 
 /// How many bytes or pixels a kernel's vectors did, and what they counted in them.
 struct Progress {
@@ -36,119 +29,148 @@ struct Progress {
     std::size_t count = 0;
 };
 
-// Each kernel hands whole vectors to a function that says how far it came, and does the rest sample by
-// sample.
+// Each kernel hands whole vectors to a function that says how far it came, and does the rest one by one.
 #if HWY_TARGET != HWY_SCALAR
 
-using Bytes = hn::ScalableTag<std::uint8_t>;
-using Samples = hn::RepartitionToWide<Bytes>;
+using ByteTag = hn::ScalableTag<std::uint8_t>;
+using SampleTag = hn::RepartitionToWide<ByteTag>;
 
-auto loadSamples(const unsigned char* samples, std::size_t index) {
-    return hn::BitCast(Samples(), hn::LoadU(Bytes(), samples + bytesPerSample * index));
+constexpr std::size_t cacheLine = 64;
+// A picture does not fit the caches. A loop that asks for its bytes this early runs at the memory's speed.
+constexpr std::size_t prefetchDistance = 8192;
+
+/// Asks for what a loop with `left` bytes from `bytes` on, at least a round, will read some rounds later.
+void prefetchRound(const unsigned char* bytes, std::size_t left, std::size_t bytesOfARound) {
+    const unsigned char* const later = bytes + std::min(prefetchDistance, left - bytesOfARound);
+    for (std::size_t line = 0; line < bytesOfARound; line += cacheLine)
+        hwy::Prefetch(later + line);
 }
 
 Progress sumOfWholeVectors(const unsigned char* bytes, std::size_t count) {
-    const Bytes u8;
-    const hn::Repartition<std::uint64_t, Bytes> u64;
+    const ByteTag u8;
+    const hn::Repartition<std::uint64_t, ByteTag> u64;
     const std::size_t lanes = hn::Lanes(u8);
     auto sum0 = hn::Zero(u64);
     auto sum1 = hn::Zero(u64);
     auto sum2 = hn::Zero(u64);
     auto sum3 = hn::Zero(u64);
-    std::size_t done = 0;
-    for (; done + 4 * lanes <= count; done += 4 * lanes) {
-        sum0 = hn::Add(sum0, hn::SumsOf8(hn::LoadU(u8, bytes + done)));
-        sum1 = hn::Add(sum1, hn::SumsOf8(hn::LoadU(u8, bytes + done + lanes)));
-        sum2 = hn::Add(sum2, hn::SumsOf8(hn::LoadU(u8, bytes + done + 2 * lanes)));
-        sum3 = hn::Add(sum3, hn::SumsOf8(hn::LoadU(u8, bytes + done + 3 * lanes)));
+    Progress progress;
+    for (std::size_t& i = progress.done; i + 4 * lanes <= count; i += 4 * lanes) {
+        prefetchRound(bytes + i, count - i, 4 * lanes);
+        sum0 = hn::Add(sum0, hn::SumsOf8(hn::LoadU(u8, bytes + i)));
+        sum1 = hn::Add(sum1, hn::SumsOf8(hn::LoadU(u8, bytes + i + lanes)));
+        sum2 = hn::Add(sum2, hn::SumsOf8(hn::LoadU(u8, bytes + i + 2 * lanes)));
+        sum3 = hn::Add(sum3, hn::SumsOf8(hn::LoadU(u8, bytes + i + 3 * lanes)));
     }
     const auto sum = hn::Add(hn::Add(sum0, sum1), hn::Add(sum2, sum3));
-    return {done, static_cast<std::size_t>(hn::GetLane(hn::SumOfLanes(u64, sum)))};
+    progress.count = static_cast<std::size_t>(hn::GetLane(hn::SumOfLanes(u64, sum)));
+    return progress;
 }
 
-auto loadSwapped(const unsigned char* samples, std::size_t index) {
-    const auto swapped = loadSamples(samples, index);
+template <class D>
+hn::VFromD<D> loadSamples(D u16, const unsigned char* samples) {
+    const hn::Repartition<std::uint8_t, D> u8;
+    return hn::BitCast(u16, hn::LoadU(u8, samples));
+}
+
+hn::VFromD<SampleTag> loadSwapped(const unsigned char* samples) {
+    const auto swapped = loadSamples(SampleTag(), samples);
     return hn::Or(hn::ShiftLeft<8>(swapped), hn::ShiftRight<8>(swapped));
 }
 
 std::size_t interleaveWholeVectors(const unsigned char* const* planes, std::size_t channels,
                                    std::size_t pixels, unsigned char* row) {
-    const Samples u16;
+    const SampleTag u16;
     const std::size_t lanes = hn::Lanes(u16);
     auto* const out = reinterpret_cast<std::uint16_t*>(row);
+    const auto load = [planes](std::size_t channel, std::size_t pixel) {
+        return loadSwapped(planes[channel] + bytesPerSample * pixel);
+    };
     std::size_t i = 0;
     if (channels == 1) {
         for (; i + lanes <= pixels; i += lanes)
-            hn::StoreU(loadSwapped(planes[0], i), u16, out + i);
+            hn::StoreU(load(0, i), u16, out + i);
     } else if (channels == 3) {
         for (; i + lanes <= pixels; i += lanes)
-            hn::StoreInterleaved3(loadSwapped(planes[0], i), loadSwapped(planes[1], i),
-                                  loadSwapped(planes[2], i), u16, out + 3 * i);
+            hn::StoreInterleaved3(load(0, i), load(1, i), load(2, i), u16, out + 3 * i);
     } else if (channels == 4) {
         for (; i + lanes <= pixels; i += lanes)
-            hn::StoreInterleaved4(loadSwapped(planes[0], i), loadSwapped(planes[1], i),
-                                  loadSwapped(planes[2], i), loadSwapped(planes[3], i), u16, out + 4 * i);
+            hn::StoreInterleaved4(load(0, i), load(1, i), load(2, i), load(3, i), u16, out + 4 * i);
     }
     return i;
 }
 
-/// Reduces two vectors of samples, read at `index` before its bytes are written.
-void reduceTwoVectors(unsigned char* samples, std::size_t index) {
-    const Bytes u8;
-    const Samples u16;
-    const auto most = hn::Set(u16, 255);
-    const auto low = hn::Min(hn::ShiftRight<6>(loadSamples(samples, index)), most);
-    const auto high = hn::Min(hn::ShiftRight<6>(loadSamples(samples, index + hn::Lanes(u16))), most);
-    hn::StoreU(hn::ConcatEven(u8, hn::BitCast(u8, high), hn::BitCast(u8, low)), u8, samples + index);
+/// Copies past the caches, so that memory which is written need not be read before. Others see the bytes
+/// after hwy::FlushStream.
+void streamCopy(const unsigned char* from, std::size_t count, unsigned char* to) {
+    const ByteTag u8;
+    const std::size_t lanes = hn::Lanes(u8);
+    const std::size_t misaligned = reinterpret_cast<std::uintptr_t>(to) % lanes;
+    std::size_t i = misaligned == 0 ? 0 : std::min(count, lanes - misaligned);
+    std::memcpy(to, from, i);
+    for (; i + lanes <= count; i += lanes)
+        hn::Stream(hn::LoadU(u8, from + i), u8, to + i);
+    std::memcpy(to + i, from + i, count - i);
+}
+
+template <class D>
+void reduceVector(hn::VFromD<D> samples, unsigned char* bytes) {
+    const hn::RebindToSigned<D> i16;
+    const hn::Rebind<std::uint8_t, D> u8;
+    // Below 1024, so that it saturates as a signed number just so.
+    hn::StoreU(hn::DemoteTo(u8, hn::BitCast(i16, hn::ShiftRight<6>(samples))), u8, bytes);
 }
 
 Progress reduceGreyVectors(unsigned char* samples, std::size_t pixels) {
-    const Samples u16;
+    const SampleTag u16;
     const std::size_t lanes = hn::Lanes(u16);
-    const auto zero = hn::Zero(u16);
     Progress progress;
-    for (std::size_t& i = progress.done; i + 2 * lanes <= pixels; i += 2 * lanes) {
-        progress.count += hn::CountTrue(u16, hn::Eq(loadSamples(samples, i), zero)) +
-                          hn::CountTrue(u16, hn::Eq(loadSamples(samples, i + lanes), zero));
-        reduceTwoVectors(samples, i);
+    for (std::size_t& i = progress.done; i + lanes <= pixels; i += lanes) {
+        prefetchRound(samples + bytesPerSample * i, bytesPerSample * (pixels - i), bytesPerSample * lanes);
+        const auto vector = loadSamples(u16, samples + bytesPerSample * i);
+        progress.count += hn::CountTrue(u16, hn::Eq(vector, hn::Zero(u16)));
+        reduceVector<SampleTag>(vector, samples + i);
     }
     return progress;
 }
 
-/// The pixels that begin in the vector at `index` and are black. `others` is zero in the lanes where one
-/// begins.
-template <class V>
-std::size_t blackPixels(const unsigned char* samples, std::size_t index, V others) {
-    const Samples u16;
-    const auto pixel = hn::Or(hn::Or(loadSamples(samples, index), others),
-                              hn::Or(loadSamples(samples, index + 1), loadSamples(samples, index + 2)));
-    return hn::CountTrue(u16, hn::Eq(pixel, hn::Zero(u16)));
+constexpr std::size_t pixelsOfARound = 32;
+constexpr std::size_t samplesOfARound = 3 * pixelsOfARound;
+
+/// A bit for each sample of a round, set where the sample is zero.
+using ZeroBits = std::array<std::uint8_t, samplesOfARound / 8>;
+
+std::size_t blackPixels(const ZeroBits& zeros) {
+    std::uint64_t low = 0;
+    std::uint32_t high = 0;
+    std::memcpy(&low, zeros.data(), sizeof low);
+    std::memcpy(&high, zeros.data() + sizeof low, sizeof high);
+    constexpr std::uint64_t firstOfPixelInLow = 0x9249249249249249; // bits 0, 3, ... 63
+    constexpr std::uint32_t firstOfPixelInHigh = 0x24924924;        // bits 66, 69, ... 93
+    const std::uint64_t next = high;
+    const std::uint64_t blackInLow = low & (low >> 1 | next << 63) & (low >> 2 | next << 62);
+    const std::uint32_t blackInHigh = high & high >> 1 & high >> 2;
+    const int black =
+        std::popcount(blackInLow & firstOfPixelInLow) + std::popcount(blackInHigh & firstOfPixelInHigh);
+    return static_cast<std::size_t>(black);
 }
 
 Progress reduceColourVectors(unsigned char* samples, std::size_t pixels) {
-    const Samples u16;
+    using Tag = hn::CappedTag<std::uint16_t, pixelsOfARound>;
+    const Tag u16;
     const std::size_t lanes = hn::Lanes(u16);
-    // Zero wherever a pixel begins, read from the three places in a pixel where a vector can begin.
-    std::array<std::uint16_t, HWY_MAX_BYTES / bytesPerSample + 3> pattern{};
-    for (std::size_t i = 0; i < pattern.size(); ++i)
-        pattern[i] = i % 3 == 0 ? 0 : 1;
-    const auto others0 = hn::LoadU(u16, pattern.data());
-    const auto others1 = hn::LoadU(u16, pattern.data() + lanes % 3);
-    const auto others2 = hn::LoadU(u16, pattern.data() + 2 * lanes % 3);
-
     Progress progress;
-    // The last vector of a round looks two samples, so less than a pixel, ahead.
-    for (std::size_t& i = progress.done; i + 2 * lanes + 1 <= pixels; i += 2 * lanes) {
-        const std::size_t index = 3 * i;
-        progress.count += blackPixels(samples, index, others0) +
-                          blackPixels(samples, index + lanes, others1) +
-                          blackPixels(samples, index + 2 * lanes, others2) +
-                          blackPixels(samples, index + 3 * lanes, others0) +
-                          blackPixels(samples, index + 4 * lanes, others1) +
-                          blackPixels(samples, index + 5 * lanes, others2);
-        reduceTwoVectors(samples, index);
-        reduceTwoVectors(samples, index + 2 * lanes);
-        reduceTwoVectors(samples, index + 4 * lanes);
+    for (std::size_t& i = progress.done; i + pixelsOfARound <= pixels; i += pixelsOfARound) {
+        prefetchRound(samples + bytesPerSample * 3 * i, bytesPerSample * 3 * (pixels - i),
+                      bytesPerSample * samplesOfARound);
+        ZeroBits zeros{};
+        for (std::size_t at = 0; at < samplesOfARound; at += lanes) {
+            const std::size_t index = 3 * i + at;
+            const auto vector = loadSamples(u16, samples + bytesPerSample * index);
+            hn::StoreMaskBits(u16, hn::Eq(vector, hn::Zero(u16)), zeros.data() + at / 8);
+            reduceVector<Tag>(vector, samples + index);
+        }
+        progress.count += blackPixels(zeros);
     }
     return progress;
 }
@@ -161,6 +183,10 @@ Progress sumOfWholeVectors(const unsigned char*, std::size_t) {
 
 std::size_t interleaveWholeVectors(const unsigned char* const*, std::size_t, std::size_t, unsigned char*) {
     return 0;
+}
+
+void streamCopy(const unsigned char* from, std::size_t count, unsigned char* to) {
+    std::memcpy(to, from, count);
 }
 
 Progress reduceGreyVectors(unsigned char*, std::size_t) {
@@ -181,14 +207,36 @@ std::uint16_t sum(const unsigned char* bytes, std::size_t count) {
     return static_cast<std::uint16_t>(total);
 }
 
-void interleave(const unsigned char* const* planes, std::size_t channels, std::size_t pixels,
-                unsigned char* row) {
-    for (std::size_t i = interleaveWholeVectors(planes, channels, pixels, row); i < pixels; ++i) {
+void interleavePiece(const unsigned char* const* planes, std::size_t channels, std::size_t pixels,
+                     unsigned char* piece) {
+    for (std::size_t i = interleaveWholeVectors(planes, channels, pixels, piece); i < pixels; ++i) {
         for (std::size_t channel = 0; channel < channels; ++channel) {
-            row[bytesPerSample * (channels * i + channel)] = planes[channel][bytesPerSample * i + 1];
-            row[bytesPerSample * (channels * i + channel) + 1] = planes[channel][bytesPerSample * i];
+            unsigned char* const place = piece + bytesPerSample * (channels * i + channel);
+            place[0] = planes[channel][bytesPerSample * i + 1];
+            place[1] = planes[channel][bytesPerSample * i];
         }
     }
+}
+
+void interleave(const unsigned char* const* planes, std::size_t channels, std::size_t pixels,
+                unsigned char* row) {
+    constexpr std::size_t pixelsOfAPiece = 512; // at most 4 KiB, which stay in the first cache
+    HWY_ALIGN unsigned char piece[bytesPerSample * mostChannels * pixelsOfAPiece];
+    for (std::size_t first = 0; first < pixels; first += pixelsOfAPiece) {
+        const std::size_t count = std::min(pixels - first, pixelsOfAPiece);
+        std::array<const unsigned char*, mostChannels> parts{};
+        for (std::size_t channel = 0; channel < channels; ++channel)
+            parts[channel] = planes[channel] + bytesPerSample * first;
+        interleavePiece(parts.data(), channels, count, piece);
+        streamCopy(piece, bytesPerSample * channels * count, row + bytesPerSample * channels * first);
+    }
+    hwy::FlushStream();
+}
+
+std::uint16_t sampleAt(const unsigned char* samples, std::size_t index) {
+    std::uint16_t sample = 0;
+    std::memcpy(&sample, samples + bytesPerSample * index, sizeof sample);
+    return sample;
 }
 
 std::size_t reduce(unsigned char* samples, std::size_t pixels, std::size_t samplesPerPixel) {
@@ -200,7 +248,7 @@ std::size_t reduce(unsigned char* samples, std::size_t pixels, std::size_t sampl
         for (std::size_t index = i * samplesPerPixel; index < (i + 1) * samplesPerPixel; ++index) {
             const std::uint16_t sample = sampleAt(samples, index);
             isBlack = isBlack && sample == 0;
-            samples[index] = reduced(sample);
+            samples[index] = static_cast<unsigned char>(std::min(sample >> 6, 255));
         }
         black += isBlack ? 1 : 0;
     }

@@ -64,6 +64,7 @@ std::pair<int, int> makeTerminal() {
 
 ChildProcess::ChildProcess(const std::vector<std::string>& arguments, ErrorStream errorStream) {
     std::vector<char*> pointers;
+    pointers.reserve(arguments.size() + 1);
     for (const std::string& argument : arguments)
         pointers.push_back(const_cast<char*>(argument.c_str()));
     pointers.push_back(nullptr);

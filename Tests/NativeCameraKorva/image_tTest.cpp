@@ -208,8 +208,9 @@ TEST(Image, WhoseByteCountOverflowsIsEmpty) {
     expectEmpty(image_t(66, mostWidth, mostHeight, nullptr, copy));
     expectEmpty(image_t(66, mostWidth, mostHeight, pixels.data(), copy));
     expectEmpty(image_t(66, mostWidth, mostHeight, pixels.data(), borrow));
-    // 2 bytes x 2^31 x 2^32 would be 2^64, and 0 in 64 bits.
-    expectEmpty(image_t(20, 1 << 30, 1u << 31, nullptr, copy));
+    // 16 bytes x 2^30 x 2^30 is 2^64, and 0 in 64 bits.
+    expectEmpty(image_t(66, 1 << 30, 1u << 30, nullptr, copy));
+    EXPECT_FALSE(image_t::isAllocatable(66, 1 << 30, 1u << 30));
     EXPECT_EQ(image_t::byteCount(66, mostWidth, mostHeight), 0u);
     EXPECT_FALSE(image_t::isAllocatable(66, mostWidth, mostHeight));
 }

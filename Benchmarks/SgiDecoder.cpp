@@ -1,0 +1,25 @@
+#include "CameraFiles.h"
+#include "NativeCameraKorva/KorvaMemoryStream.h"
+#include "NativeCameraKorva/KorvaPictureDecoding.h"
+#include "Rows.h"
+
+#include <benchmark/benchmark.h>
+
+#include <istream>
+
+namespace {
+
+using namespace Benchmarks;
+
+void decode() {
+    Korva::mybuf memory(sgiFile().data(), sgiFile().size());
+    std::istream stream(&memory);
+    const image_t picture = Korva::decodeSgi(stream);
+    benchmark::DoNotOptimize(picture.pixels.get());
+}
+
+const Row row(
+    "SGI decode, through the stream", 1.4, "memcpy of the file", [] { return Work{decode}; },
+    [] { return Work{[] { copyToRoom(sgiFile().data(), sgiFile().size()); }}; });
+
+} // namespace
