@@ -3,6 +3,7 @@
 
 #include "DeviceControl/Device2Bridge.h"
 #include "NativeCameraControl/INativeCamera.h"
+#include "VantrelCommon/SlotNames.h"
 
 /// A camera that is described by a CameraInfo. Depth and exposure go through the camera's ImagingInterface.
 /// It overrides none of Device's operations, so a camera family's own come right behind the destructor.
