@@ -30,11 +30,17 @@ function(korva_room target)
     INSTALL_RPATH "$ORIGIN;$ORIGIN/../${CMAKE_INSTALL_LIBDIR}")
 endfunction()
 
-# korva_test(NAME SOURCES file... LIBRARIES target... [LABELS label] [LOCK resource])
-# A GoogleTest program whose cases ctest lists one by one; no two with the same LOCK run at a time.
+# korva_test(NAME SOURCES file... LIBRARIES target... [LABELS label] [LOCK resource] [PRIVATE_NETWORKS])
+# A GoogleTest program whose cases ctest lists one by one; no two with the same LOCK run at a time. With
+# PRIVATE_NETWORKS it has the right to make TestSupport::NetworkNamespace, or its cases count as skipped where the
+# system grants that to nobody.
 function(korva_test name)
-  cmake_parse_arguments(arg "" "LOCK" "SOURCES;LIBRARIES;LABELS" ${ARGN})
+  cmake_parse_arguments(arg "PRIVATE_NETWORKS" "LOCK" "SOURCES;LIBRARIES;LABELS" ${ARGN})
   add_executable(${name} ${arg_SOURCES})
+  if(arg_PRIVATE_NETWORKS)
+    target_sources(${name} PRIVATE "${PROJECT_SOURCE_DIR}/Tests/Support/NamespaceMain.cpp")
+    target_link_libraries(${name} PRIVATE NetworkSupport)
+  endif()
   korva_room(${name})
   set_target_properties(${name} PROPERTIES RUNTIME_OUTPUT_DIRECTORY "${CMAKE_BINARY_DIR}/tests")
   target_link_libraries(${name} PRIVATE ${arg_LIBRARIES} TestMain GTest::gmock)
@@ -44,5 +50,5 @@ function(korva_test name)
   endif()
   gtest_discover_tests(${name}
     DISCOVERY_TIMEOUT 60
-    PROPERTIES TIMEOUT 300 LABELS "${arg_LABELS}" ${lock})
+    PROPERTIES TIMEOUT 300 SKIP_RETURN_CODE 77 LABELS "${arg_LABELS}" ${lock})
 endfunction()
