@@ -1,9 +1,8 @@
 #include "Support/ScriptedPlatform.h"
 
-#include <algorithm>
+#include "posix/Utf.h"
+
 #include <ctime>
-#include <filesystem>
-#include <string_view>
 
 using TestSupport::PlatformScript;
 
@@ -11,18 +10,12 @@ namespace {
 
 DWORD lastError = ERROR_SUCCESS;
 
-/// Stores `converted` as the Windows converters do; `capacity` 0 asks for the size.
-template <typename Character>
-int store(const std::basic_string<Character>& converted, Character* destination, int capacity) {
-    const int needed = static_cast<int>(converted.size());
-    if (capacity == 0)
-        return needed;
-    if (capacity < needed) {
-        lastError = ERROR_INSUFFICIENT_BUFFER;
-        return 0;
-    }
-    std::copy(converted.begin(), converted.end(), destination);
-    return needed;
+/// The converters' result where `needed` units are wanted; `capacity` 0 asks for that number.
+int resultOf(std::size_t needed, int capacity) {
+    if (capacity == 0 || needed <= static_cast<std::size_t>(capacity))
+        return static_cast<int>(needed);
+    lastError = ERROR_INSUFFICIENT_BUFFER;
+    return 0;
 }
 
 } // namespace
@@ -60,19 +53,23 @@ void SetLastError(DWORD code) {
     lastError = code;
 }
 
-// Well-formed text only; the converters' own rules are the platform's tests' affair.
+// As the real ones do for valid arguments; the converters' own rules are the platform's tests' affair.
 int MultiByteToWideChar(UINT, DWORD, LPCCH text, int textBytes, LPWSTR wide, int wideCount) {
     if (PlatformScript::current().conversionFails)
         return 0;
-    const std::string_view narrow(text, static_cast<std::size_t>(textBytes));
-    return store(std::filesystem::path(narrow).wstring(), wide, wideCount);
+    const auto needed = Platform::Utf::wideFromUtf8(text, static_cast<std::size_t>(textBytes),
+                                                    Platform::Utf::Malformed::substitute, wide,
+                                                    static_cast<std::size_t>(wideCount));
+    return resultOf(needed.value(), wideCount);
 }
 
 int WideCharToMultiByte(UINT, DWORD, LPCWCH wide, int wideCount, LPSTR text, int textBytes, LPCCH, LPBOOL) {
     if (PlatformScript::current().conversionFails)
         return 0;
-    const std::wstring_view broad(wide, static_cast<std::size_t>(wideCount));
-    return store(std::filesystem::path(broad).string(), text, textBytes);
+    const auto needed = Platform::Utf::utf8FromWide(wide, static_cast<std::size_t>(wideCount),
+                                                    Platform::Utf::Malformed::substitute, text,
+                                                    static_cast<std::size_t>(textBytes));
+    return resultOf(needed.value(), textBytes);
 }
 
 __time64_t _time64(__time64_t* now) {
