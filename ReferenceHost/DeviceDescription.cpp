@@ -85,11 +85,9 @@ public:
             refuse(L"an element has too many attributes");
         XercesDOMParser::startElement(declaration, uriId, prefix, attributes, attributeCount, isEmpty,
                                       isRoot);
-        // An empty element is told of once.
-        if (isEmpty)
-            --depth_;
     }
 
+    /// Called for an empty element too, by startElement.
     void endElement(const xercesc::XMLElementDecl& declaration, unsigned int uriId, bool isRoot,
                     const XMLCh* prefix) override {
         --depth_;

@@ -157,7 +157,11 @@ TEST(DeviceDescription, BoundsItsDepth) {
 }
 
 TEST(DeviceDescription, CountsDepthAnewForEachBranch) {
-    EXPECT_EQ(reasonFor("<r>" + repeated(100, "<a><b/></a>") + repeated(100, "<c/>") + "</r>"), L"");
+    const std::string branches = repeated(100, "<a><b/></a>") + repeated(100, "<c/>");
+    const int depthLeft = DeviceDescription::mostDepth - 1;
+    EXPECT_EQ(reasonFor("<r>" + branches + nested(depthLeft) + "</r>"), L"");
+    EXPECT_TRUE(isRefusedFor("<r>" + branches + nested(depthLeft + 1) + "</r>",
+                             L"its elements are nested too deeply"));
 }
 
 TEST(DeviceDescription, BoundsTheNumberOfItsElements) {

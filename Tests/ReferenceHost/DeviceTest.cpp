@@ -207,8 +207,10 @@ TEST(Device, ObservesUntilItsInterfacesAreRemoved) {
 
     auto* const next = new LastWords(device, L"b", words);
     device.addInterface(next);
-    next->deregisterObserver(next->registerObserver2([](const std::wstring&) {}));
-    EXPECT_FALSE(device.observing()) << "the observers are counted anew";
+    const int number = next->registerObserver2([](const std::wstring&) {});
+    EXPECT_TRUE(device.observing()) << "the observers are counted anew";
+    next->deregisterObserver(number);
+    EXPECT_FALSE(device.observing());
 }
 
 TEST(Device, ObservesAsItIsAskedTo) {
