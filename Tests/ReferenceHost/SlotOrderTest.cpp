@@ -4,25 +4,15 @@
 #include "DeviceControl/BroadcastWorkerObserver.h"
 #include "FakeCamera.h"
 #include "NativeCameraControl/Imaging2Interface.h"
+#include "Support/VirtualTable.h"
 
-#include <bit>
 #include <cstddef>
 #include <gtest/gtest.h>
 
 using namespace Tolvane::DeviceFramework2::Device;
+using TestSupport::entryOf;
 
 namespace {
-
-/// The operation's place among its class's entries. A destructor has two entries.
-template <typename Member>
-std::ptrdiff_t entryOf(Member member) {
-    struct Layout {
-        std::ptrdiff_t offsetPlusOne;
-        std::ptrdiff_t adjustment;
-    };
-    static_assert(sizeof(Member) == sizeof(Layout));
-    return (std::bit_cast<Layout>(member).offsetPlusOne - 1) / static_cast<std::ptrdiff_t>(sizeof(void*));
-}
 
 /// Of a class whose slot 0 is its destructor.
 template <typename Member>
