@@ -13,8 +13,9 @@ using Uninitialize = void (*)(...);
 constexpr auto entryPoint = "pnx_initialize_device_plugin";
 constexpr auto exitPoint = "pnx_uninitialize_device_plugin";
 
-/// Held while a plug-in registers its types, so that each plug-in's can be told from the others'.
-std::mutex& registration() {
+/// Held while a plug-in is loaded, registers its types and is unloaded: so each plug-in's types can be told
+/// from the others', and what a library does at its unloading is over when the next one is loaded.
+std::mutex& comingAndGoing() {
     static std::mutex instance;
     return instance;
 }
@@ -42,26 +43,30 @@ PluginException::~PluginException() = default;
 
 PluginLibrary::PluginLibrary(const std::string& path) : state_(std::make_unique<State>()) {
     state_->path = path;
+    const std::scoped_lock lock(comingAndGoing());
     const std::string reason = state_->library.load(path);
     if (!reason.empty())
         throw PluginException(PluginException::Reason::notLoadable,
                               "The plug-in " + path + " cannot be loaded: " + reason);
-    if (state_->library.find(entryPoint) == nullptr)
+    if (state_->library.find(entryPoint) == nullptr) {
+        state_->library.unload();
         throw PluginException(PluginException::Reason::noEntryPoint,
                               path + " is no device plug-in: it has no entry point " + entryPoint);
+    }
 }
 
 PluginLibrary::~PluginLibrary() {
+    const std::scoped_lock lock(comingAndGoing());
     if (void* const found = state_->library.find(exitPoint))
         reinterpret_cast<Uninitialize>(found)();
-    const std::scoped_lock lock(registration());
     for (const DeviceType* const type : state_->types)
         DeviceTypeManager::getInstance().removeDeviceType(*type);
+    state_->library.unload();
 }
 
 void PluginLibrary::initialize(int version) {
     const auto enter = reinterpret_cast<Initialize>(state_->library.find(entryPoint));
-    const std::scoped_lock lock(registration());
+    const std::scoped_lock lock(comingAndGoing());
     const std::size_t before = DeviceTypeManager::getInstance().getDeviceTypes().size();
     const int result = enter(version);
     state_->noteTypesBehind(before);

@@ -34,7 +34,7 @@ private:
 
 /// A loaded plug-in: its device types are registered from initialize() to the end of its life. Everything
 /// that came out of it (devices, templates) must be destroyed before. Used by one thread at a time; several
-/// plug-ins may be initialised on several threads.
+/// plug-ins may be loaded, initialised and unloaded on several threads.
 class HOSTFRAMEWORK_EXPORT PluginLibrary {
 public:
     /// The version of the plug-in interface that this host speaks.
