@@ -7,6 +7,7 @@
 #include <string>
 #include <xercesc/dom/DOMDocument.hpp>
 #include <xercesc/dom/DOMElement.hpp>
+#include <xercesc/dom/DOMException.hpp>
 #include <xercesc/framework/MemBufInputSource.hpp>
 #include <xercesc/parsers/XercesDOMParser.hpp>
 #include <xercesc/sax/EntityResolver.hpp>
@@ -117,6 +118,8 @@ OwnedDocument parse(std::string_view xml) {
         parser.parse(source);
         return OwnedDocument(parser.adoptDocument());
     } catch (const xercesc::XMLException& exception) {
+        refuse(wideFromXml(exception.getMessage()));
+    } catch (const xercesc::DOMException& exception) {
         refuse(wideFromXml(exception.getMessage()));
     } catch (const xercesc::OutOfMemoryException&) {
         refuse(L"there is not enough memory to read it");

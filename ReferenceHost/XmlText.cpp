@@ -102,10 +102,11 @@ int ReferenceHost::numberOfElement(const std::wstring& name, const std::wstring&
     constexpr std::size_t shownCharacters = 40;
 
     const std::string narrow = Platform::utf8FromWide(text);
-    const char* const begin = narrow.data() + std::min(narrow.find_first_not_of(whiteSpace), narrow.size());
-    const char* const end = std::max(begin, narrow.data() + narrow.find_last_not_of(whiteSpace) + 1);
+    const std::size_t begin = std::min(narrow.find_first_not_of(whiteSpace), narrow.size());
+    const std::size_t behind = std::max(begin, narrow.find_last_not_of(whiteSpace) + 1); // npos + 1 is 0
+    const char* const end = narrow.data() + behind;
     int number = 0;
-    const auto [stopped, error] = std::from_chars(begin, end, number);
+    const auto [stopped, error] = std::from_chars(narrow.data() + begin, end, number);
     if (error != std::errc() || stopped != end)
         throw DeviceException(L"The description's element \"" + name + L"\" holds no number: \"" +
                               text.substr(0, shownCharacters) + L"\"");

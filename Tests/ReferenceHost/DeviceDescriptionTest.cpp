@@ -97,9 +97,10 @@ TEST(DeviceDescription, ReadsTheEncodingsThatItIsToldOf) {
 }
 
 TEST(DeviceDescription, RefusesWhatIsNotWellFormed) {
-    for (const char* xml : {"", " ", "x", "<a>", "<a></b>", "<a/><b/>", "<a b=1/>", "<a>&unknown;</a>",
-                            "<a>&#0;</a>", "<a>\x01</a>", "<a>\xC3</a>", "<a>\xED\xA0\x80</a>", "<a",
-                            "<a b='' b=''/>", "</a>", "<?xml version='1.0' encoding='no-such'?><a/>"})
+    for (const char* xml :
+         {"", " ", "x", "<a>", "<a></b>", "<a/><b/>", "<a b=1/>", "<a>&unknown;</a>", "<a>&#0;</a>",
+          "<a>\x01</a>", "<a>\xC3</a>", "<a>\xED\xA0\x80</a>", "<a", "<a b='' b=''/>", "</a>",
+          "<?xml version='1.x'?><a/>", "<?xml version='1.0' encoding='no-such'?><a/>"})
         EXPECT_NE(reasonFor(xml), L"") << xml;
     EXPECT_NE(reasonFor(std::string("<a>\0</a>", 8)), L"");
 }
