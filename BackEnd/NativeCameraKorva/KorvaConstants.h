@@ -1,6 +1,6 @@
 #pragma once
-// The words of the camera's text language and the known hardware identifiers. Each source file that includes
-// this has its own copy, built when the library is loaded.
+// The words of the camera's text language, its ports, and the known hardware identifiers. Each source file
+// that includes this has its own copy, built when the library is loaded.
 
 #include "VantrelCommon/Point.h"
 
@@ -11,6 +11,16 @@
 #include <vector>
 
 namespace Korva {
+
+/// This camera family's number in the host's CameraInfo.
+constexpr int cameraType = 6;
+
+/// UDP port of discovery and TCP port of the text language.
+constexpr int textPort = 32768;
+/// TCP port of the binary commands, which a device's own connection goes to.
+constexpr int binaryPort = 32769;
+/// A communicator's connect time-out: the host's own choice.
+constexpr int hostsDefaultTimeout = -1;
 
 /// The broadcast query, sent without a terminator.
 const std::string discoveryQuery = "AreThereAnyKorvaAround?";

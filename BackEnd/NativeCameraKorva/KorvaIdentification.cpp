@@ -23,10 +23,6 @@ using Platform::wideFromUtf8;
 
 const log4cxx::LoggerPtr logger = log4cxx::Logger::getLogger("Plenar.KorvaCamera.KorvaCapture");
 
-constexpr int korvaCameraType = 6;
-constexpr int textPort = 32768;
-constexpr int binaryPort = 32769;
-constexpr int hostsDefaultTimeout = -1;
 constexpr bool discardUnread = true;
 constexpr int reserved = 1;
 constexpr unsigned int replyTimeoutMs = 4000;
@@ -125,7 +121,7 @@ Point<int, 2> requireResolution(const std::string& hardwareId, Communicator* ima
 CameraInfo describe(const Identity& identity, const std::wstring& address, const std::string& macAddress,
                     const Point<int, 2>& resolution) {
     CameraInfo info;
-    info.setCameraTypeEnum(korvaCameraType);
+    info.setCameraTypeEnum(cameraType);
     info.setIpAddress(address);
     info.setFW(wideFromUtf8("SW-" + identity.softwareVersion + "_API-" + identity.apiVersion));
     info.setMacAddress(wideFromUtf8(macAddress));

@@ -38,6 +38,10 @@ const std::string argList = "std::vector<Korva::Binary::FullArg, std::allocator<
 
 TEST(PluginLibrary, ExportsItsEntryPointsAndNothingElse) {
     const std::set<std::string> expected{
+        "pnx_initialize_device_plugin",
+        "pnx_uninitialize_device_plugin",
+        "initializeKorvaCamera()",
+        "getKorvaCameraType()",
         "Korva::Binary::calculateChkSum(unsigned char const*, unsigned long)",
         "Korva::Binary::getChkSum(Korva::Binary::Header*)",
         "Korva::Binary::createAndSendMessage(Korva::Binary::Command, " + argList + ", Communicator*)",

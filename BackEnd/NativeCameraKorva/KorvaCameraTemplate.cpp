@@ -1,0 +1,3 @@
+#include "NativeCameraKorva/KorvaCameraTemplate.h"
+
+KorvaCameraTemplate::~KorvaCameraTemplate() = default;
