@@ -5,6 +5,7 @@
 #include "NativeCameraKorva/KorvaHelper.h"
 #include "NativeCameraKorva/KorvaIdentification.h"
 #include "Platform/Text.h"
+#include "Support/ScriptedNetwork.h"
 
 #include <cstddef>
 #include <cstdint>
@@ -31,6 +32,7 @@ void use(const std::string& value, const std::string& text) {
 } // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+    TestSupport::NetworkScript::current() = {};
     std::string text(data, data + size);
     std::string before = "[Korva --Room Lab --IP 10.0.0.5]";
 

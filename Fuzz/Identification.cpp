@@ -5,6 +5,7 @@
 #include "ImagingLibrary/image_t.h"
 #include "NativeCameraKorva/KorvaIdentification.h"
 #include "Support/ScriptedHost.h"
+#include "Support/ScriptedNetwork.h"
 #include "Support/ScriptedPlatform.h"
 #include "Support/ScriptedTransport.h"
 #include "Support/WireMessages.h"
@@ -55,6 +56,7 @@ void checkDescription(const CameraInfo& info) {
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     image_t::setByteLimit(byteLimit);
     TestSupport::PlatformScript::current() = {};
+    TestSupport::NetworkScript::current() = {};
     TestSupport::ScriptedHost host;
     TestSupport::ScriptedTransport transport;
     Bytes rest(data, data + size);
