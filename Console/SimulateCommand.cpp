@@ -7,8 +7,10 @@
 #include "Platform/Terminal.h"
 
 #include <chrono>
+#include <cstdint>
 #include <cstdio>
 #include <exception>
+#include <list>
 #include <sstream>
 
 namespace Console {
@@ -29,17 +31,39 @@ bool isOver(const SimulateOptions& options, Clock::time_point start) {
     return Platform::interrupted() || (options.runTime && Clock::now() - start >= *options.runTime);
 }
 
+std::list<Simulator::CameraServer> serversOf(const SimulateOptions& options) {
+    std::list<Simulator::CameraServer> servers;
+    const std::vector<ServedCamera> cameras = camerasToServe(options);
+    for (const ServedCamera& camera : cameras) {
+        Simulator::ServerOptions server = camera.server;
+        const std::string prefix = cameras.size() > 1 ? server.address + ": " : "";
+        server.log = [prefix](const std::string& event) { say(printable(prefix + event)); };
+        servers.emplace_back(camera.settings, server);
+        say(simulateGreeting(servers.back(), server.address));
+    }
+    return servers;
+}
+
 void serve(const SimulateOptions& options) {
-    Simulator::ServerOptions serverOptions = options.server;
-    serverOptions.log = [](const std::string& event) { say(printable(event)); };
-    Simulator::CameraServer server(options.camera, serverOptions);
-    say(simulateGreeting(options, server.binaryTcpPort(), server.textTcpPort(), server.discoveryUdpPort()));
+    std::list<Simulator::CameraServer> servers = serversOf(options);
+    if (!options.runTime)
+        say("Ctrl-C ends it.");
     const auto start = Clock::now();
-    server.start();
+    for (Simulator::CameraServer& server : servers)
+        server.start();
     while (!isOver(options, start))
         Sleep(pollMs);
-    server.stop();
-    say("The simulated camera has stopped.");
+    const bool one = servers.size() == 1;
+    servers.clear();
+    say(one ? "The simulated camera has stopped." : "The simulated cameras have stopped.");
+}
+
+std::string serviceLine(const std::string& language, Simulator::Service service, const std::string& address,
+                        std::uint16_t port) {
+    if (service == Simulator::Service::Refused)
+        return "  " + language + " refused";
+    const std::string place = " " + address + ":" + std::to_string(port);
+    return "  " + language + place + (service == Simulator::Service::Silent ? " (silent)" : "");
 }
 
 ExitStatus failed(const std::string& reason) {
@@ -49,24 +73,28 @@ ExitStatus failed(const std::string& reason) {
 
 } // namespace
 
-std::string simulateGreeting(const SimulateOptions& options, std::uint16_t binaryPort, std::uint16_t textPort,
-                             std::uint16_t discoveryPort) {
-    const Simulator::CameraSettings& camera = options.camera;
-    const std::string& address = options.server.address;
+std::string simulateGreeting(const Simulator::CameraServer& server, const std::string& address) {
+    const Simulator::CameraSettings& camera = server.settings();
     const Simulator::PictureSize size = camera.pictureSize();
     std::ostringstream text;
     text << "Simulated Korva camera " << printable(camera.model) << ", firmware "
          << printable(camera.firmware) << ", pictures of " << size.width << " x " << size.height
          << ", scene: " << printable(camera.scene.describe()) << "\n"
-         << "  binary protocol on TCP " << address << ":" << binaryPort << "\n"
-         << "  text language on TCP " << address << ":" << textPort << ", discovery on UDP " << address << ":"
-         << discoveryPort << " (held, not answered)\n";
+         << "  room " << printable(camera.room) << ", announced as " << camera.announcedAddress << ", serial "
+         << printable(camera.serialNumber) << ", hardware " << printable(camera.hardwareIdentifier())
+         << ", API " << printable(camera.api) << "\n"
+         << "  " << camera.networkProtocol << ", net mask " << camera.netMask << ", gateway "
+         << camera.gateway << "\n"
+         << serviceLine("binary protocol on TCP", camera.binary, address, server.binaryTcpPort()) << "\n"
+         << serviceLine("text language on TCP", camera.text, address, server.textTcpPort()) << "\n"
+         << serviceLine("discovery on UDP", camera.discovery, address, server.discoveryUdpPort());
+    for (const std::string& broadcast : server.broadcasts())
+        text << ", " << broadcast;
     for (const Simulator::Fault& fault : camera.faults)
-        text << "  fault: " << fault.describe() << "\n";
-    text << "Take a picture with: korva capture " << address;
-    if (binaryPort != Simulator::binaryPort)
-        text << " --port " << binaryPort;
-    text << (options.runTime ? "" : "\nCtrl-C ends it.");
+        text << "\n  fault: " << fault.describe();
+    text << "\nTake a picture with: korva capture " << address;
+    if (server.binaryTcpPort() != Simulator::binaryPort)
+        text << " --port " << server.binaryTcpPort();
     return text.str();
 }
 

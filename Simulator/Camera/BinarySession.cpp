@@ -1,5 +1,6 @@
 #include "Camera/BinarySession.h"
 
+#include "Camera/Delivery.h"
 #include "Camera/FaultedAnswer.h"
 
 #include <algorithm>
@@ -23,10 +24,6 @@ Reaction refuse(const std::string& request, ErrorCode code) {
 
 bool deliversPicture(const Request& request) {
     return request.kind == RequestKind::Get;
-}
-
-bool endsConnection(const Action& action) {
-    return std::holds_alternative<CloseConnection>(action) || std::holds_alternative<ResetConnection>(action);
 }
 
 } // namespace
@@ -96,7 +93,7 @@ Reaction BinarySession::grant(const Request& request) {
     if (const ErrorCode error = stateError(request.kind); error != ErrorCode::None)
         return refuse(request.describe(), error);
 
-    const std::optional<Fault> fault = m_camera.nextFault(request.kind);
+    const std::optional<Fault> fault = m_camera.nextFault(placeOf(request.kind));
     if (!fault || fault->kind != FaultKind::Error)
         carryOut(request);
     const SharedBytes answer = deliversPicture(request)

@@ -4,6 +4,7 @@
 #include "Camera/SgiWriter.h"
 
 #include <algorithm>
+#include <array>
 #include <cerrno>
 #include <fstream>
 #include <stdexcept>
@@ -41,6 +42,18 @@ void requireSize(PictureSize size) {
                                     std::to_string(size.height) + " pixels");
 }
 
+void requireShortTexts(const CameraSettings& settings) {
+    const std::array texts = {
+        settings.model,        settings.firmware,        settings.room,    settings.api,
+        settings.serialNumber, settings.networkProtocol, settings.netMask, settings.gateway,
+        settings.hardware,     settings.announcedAddress};
+    for (const std::string& text : texts)
+        if (text.size() > CameraSettings::longestText)
+            throw std::invalid_argument("No text of a camera has more than " +
+                                        std::to_string(CameraSettings::longestText) + " bytes, but \"" +
+                                        text.substr(0, 20) + "...\" has " + std::to_string(text.size()));
+}
+
 SharedBytes wrap(const Bytes& file) {
     return std::make_shared<const Bytes>(encodeAnswer(ArgumentCode::GetImage, file));
 }
@@ -49,6 +62,7 @@ SharedBytes wrap(const Bytes& file) {
 
 Camera::Camera(CameraSettings settings) : m_settings(std::move(settings)) {
     requireSize(m_settings.pictureSize());
+    requireShortTexts(m_settings);
     if (m_settings.scene.kind == SceneKind::File)
         m_fileAnswer = wrap(readFile(m_settings.scene.path));
 }
@@ -75,9 +89,9 @@ SharedBytes Camera::render(SceneKind scene, const Configuration& configuration) 
     return wrap(configuration.format == PictureFormat::Png ? writePng(picture) : writeSgi(picture));
 }
 
-std::optional<Fault> Camera::nextFault(RequestKind request) {
+std::optional<Fault> Camera::nextFault(Place place) {
     for (Fault& fault : m_settings.faults) {
-        if (!fault.hits(request) || fault.times == 0U)
+        if (!fault.hits(place) || fault.times == 0U)
             continue;
         const Fault hit = fault;
         if (fault.times)

@@ -3,6 +3,7 @@
 
 #include "Camera/Bytes.h"
 #include "Camera/CameraSettings.h"
+#include "Camera/Request.h"
 
 #include <deque>
 #include <memory>
@@ -27,8 +28,9 @@ public:
     /// As pictureAnswer, with every sample zero.
     SharedBytes blackPictureAnswer(const Configuration& configuration) const;
 
-    /// The fault that hits a request of this kind now, which counts as one of its times; or nothing.
-    std::optional<Fault> nextFault(RequestKind request);
+    /// The fault that hits the answer to a request or query now, which counts as one of its times; or
+    /// nothing.
+    std::optional<Fault> nextFault(Place place);
 
 private:
     struct KeptAnswer {

@@ -1,11 +1,59 @@
 #include "Camera/CameraSettings.h"
 
+#include <algorithm>
+#include <array>
+#include <charconv>
+#include <utility>
+
 namespace Simulator {
+
+namespace {
+
+constexpr std::array serviceNames = {
+    std::pair{Service::Answered, std::string_view("answered")},
+    std::pair{Service::Silent, std::string_view("silent")},
+    std::pair{Service::Refused, std::string_view("refused")},
+};
+
+std::optional<std::uint32_t> sideFromText(std::string_view text) {
+    constexpr std::uint32_t longestSide = 65535;
+    std::uint32_t side = 0;
+    const char* const end = text.data() + text.size();
+    const auto [stop, failure] = std::from_chars(text.data(), end, side);
+    if (failure != std::errc() || stop != end || side == 0 || side > longestSide)
+        return std::nullopt;
+    return side;
+}
+
+} // namespace
 
 PictureSize pictureSizeOfModel(std::string_view model) {
     if (model == "M615" || model == "M62")
         return {2748, 1836};
     return {1676, 1266};
+}
+
+std::optional<PictureSize> pictureSizeFromText(std::string_view text) {
+    const std::size_t cross = text.find('x');
+    if (cross == std::string_view::npos)
+        return std::nullopt;
+    const auto width = sideFromText(text.substr(0, cross));
+    const auto height = sideFromText(text.substr(cross + 1));
+    if (!width || !height)
+        return std::nullopt;
+    return PictureSize{*width, *height};
+}
+
+std::optional<Service> serviceFromText(std::string_view text) {
+    const auto* const row =
+        std::ranges::find(serviceNames, text, [](const auto& each) { return each.second; });
+    if (row == serviceNames.end())
+        return std::nullopt;
+    return row->first;
+}
+
+std::string_view describe(Service service) {
+    return std::ranges::find(serviceNames, service, [](const auto& each) { return each.first; })->second;
 }
 
 } // namespace Simulator

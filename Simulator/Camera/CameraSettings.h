@@ -6,14 +6,36 @@
 
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace Simulator {
 
+inline constexpr std::uint16_t textPort = 32768;   ///< TCP: queries, UDP: discovery
+inline constexpr std::uint16_t binaryPort = 32769; ///< TCP
+
+/// How the camera treats one of its three languages.
+enum class Service {
+    Answered,
+    Silent,  ///< the port is open and read, but nothing is ever answered
+    Refused, ///< the port is not open
+};
+
 /// The picture size of a model: 1676 x 1266 for M61 and any unknown model, 2748 x 1836 for M615 and M62.
 PictureSize pictureSizeOfModel(std::string_view model);
 
+/// "1676x1266" as a size. Nothing where the text is not two numbers from 1 to 65535 with an x between them.
+std::optional<PictureSize> pictureSizeFromText(std::string_view text);
+
+/// "answered", "silent" or "refused". Nothing for any other text.
+std::optional<Service> serviceFromText(std::string_view text);
+
+std::string_view describe(Service service);
+
+/// No text of it may have more than `longestText` bytes. Texts are said as they are, whatever is in them.
 struct CameraSettings {
+    static constexpr std::size_t longestText = 1024;
+
     std::string model = "M61";
     std::string firmware = "3.2.15";
     std::optional<PictureSize> size; ///< unset: the model's; each side from 1 to 65535 pixels
@@ -22,7 +44,21 @@ struct CameraSettings {
     bool waitExposure = false; ///< answer a take request only after the exposure time
     std::vector<Fault> faults; ///< of those that still apply to a request, the first hits it
 
+    std::string room = "Lab";
+    std::string announcedAddress; ///< written behind --IP; empty: the address served on
+    std::string hardware;         ///< hardware identifier; empty: the model
+    std::string api = "1.4";
+    std::string serialNumber = "1234";
+    std::string networkProtocol = "static"; ///< or "DHCP"
+    std::string netMask = "255.255.255.0";
+    std::string gateway = "0.0.0.0";
+
+    Service discovery = Service::Answered;
+    Service text = Service::Answered;
+    Service binary = Service::Answered;
+
     PictureSize pictureSize() const { return size.value_or(pictureSizeOfModel(model)); }
+    const std::string& hardwareIdentifier() const { return hardware.empty() ? model : hardware; }
 };
 
 } // namespace Simulator

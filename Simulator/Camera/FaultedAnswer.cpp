@@ -1,5 +1,6 @@
 #include "Camera/FaultedAnswer.h"
 
+#include "Camera/Delivery.h"
 #include "Camera/PngWriter.h"
 #include "Camera/Random.h"
 #include "Camera/SgiWriter.h"
@@ -79,21 +80,10 @@ std::vector<Action> send(Bytes message) {
     return {sendWhole(std::make_shared<const Bytes>(std::move(message)))};
 }
 
-Action sendBeginning(const Fault& fault, const SharedBytes& answer) {
-    const std::size_t wanted = fault.number ? *fault.number : answer->size() / 2;
-    return SendBytes{answer, std::min(wanted, answer->size()), 0, {}};
-}
-
 } // namespace
-
-Action sendWhole(SharedBytes answer) {
-    const std::size_t length = answer->size();
-    return SendBytes{std::move(answer), length, 0, {}};
-}
 
 std::vector<Action> faultedAnswer(const Fault& fault, const SharedBytes& answer, const Camera& camera,
                                   const Configuration& configuration) {
-    const std::chrono::milliseconds pause{fault.pauseMs};
     const auto length = static_cast<std::uint32_t>(answer->size());
     switch (fault.kind) {
     case FaultKind::Checksum:
@@ -118,28 +108,15 @@ std::vector<Action> faultedAnswer(const Fault& fault, const SharedBytes& answer,
         return send(withNumber(*answer, argumentLengthOffset, wrappingLength));
     case FaultKind::LongValue:
         return send(encodeAnswer(ArgumentCode::Done, Bytes(longValueBytes)));
-    case FaultKind::TruncateClose:
-        return {sendBeginning(fault, answer), CloseConnection{}};
-    case FaultKind::TruncateSilent:
-        return {sendBeginning(fault, answer)};
-    case FaultKind::Reset:
-        return {ResetConnection{}};
-    case FaultKind::Delay:
-        return {Pause{pause}, sendWhole(answer)};
-    case FaultKind::Drip:
-        return {SendBytes{answer, answer->size(), fault.number.value_or(1), pause}};
-    case FaultKind::Close:
-        return {CloseConnection{}};
-    case FaultKind::Silent:
-        return {};
     case FaultKind::GarbagePicture:
         return send(garbagePicture(camera.settings().seed));
     case FaultKind::EmptyPicture:
         return send(emptyPicture(configuration));
     case FaultKind::BlackPicture:
         return {sendWhole(camera.blackPictureAnswer(configuration))};
+    default:
+        return faultedDelivery(fault, answer).value_or(std::vector<Action>());
     }
-    return {};
 }
 
 } // namespace Simulator

@@ -10,7 +10,4 @@ namespace Simulator {
 std::vector<Action> faultedAnswer(const Fault& fault, const SharedBytes& answer, const Camera& camera,
                                   const Configuration& configuration);
 
-/// The action that sends the whole of `answer` at once.
-Action sendWhole(SharedBytes answer);
-
 } // namespace Simulator

@@ -78,6 +78,20 @@ std::string describeConfiguration(const Configuration& configuration) {
 
 } // namespace
 
+Place placeOf(RequestKind request) {
+    switch (request) {
+    case RequestKind::Configure:
+        return Place::Configure;
+    case RequestKind::Take:
+        return Place::Take;
+    case RequestKind::Get:
+        return Place::Get;
+    case RequestKind::Probe:
+        break;
+    }
+    return Place::Probe;
+}
+
 std::string Request::describe() const {
     switch (kind) {
     case RequestKind::Configure:

@@ -2,6 +2,7 @@
 // What a client asks of the camera, judged as strictly as the camera judges it.
 
 #include "Camera/MessageCodec.h"
+#include "Camera/Place.h"
 
 #include <string>
 
@@ -23,6 +24,9 @@ struct Configuration {
 };
 
 enum class RequestKind { Configure, Take, Get, Probe };
+
+/// Where a fault strikes that hits the answer to this request.
+Place placeOf(RequestKind request);
 
 struct Request {
     RequestKind kind = RequestKind::Probe;

@@ -1,6 +1,7 @@
 #include "Network/CameraServer.h"
 
 #include "Camera/BinarySession.h"
+#include "Camera/TextSession.h"
 
 #include <poll.h>
 #include <sys/socket.h>
@@ -18,7 +19,7 @@ namespace {
 constexpr std::size_t mostConnections = 64;
 constexpr int longestWaitMs = 60'000;
 
-/// A client of a language that the camera listens to without answering.
+/// A client of a language in which the camera is silent.
 class MuteSession : public Session {
 public:
     void append(ByteView) override {}
@@ -26,20 +27,35 @@ public:
     std::size_t waitingBytes() const override { return 0; }
 };
 
+/// Never ready where the socket is closed.
 pollfd waitFor(const Socket& socket) {
     return {socket.descriptor(), POLLIN, 0};
+}
+
+CameraSettings announcing(CameraSettings settings, const std::string& address) {
+    if (settings.announcedAddress.empty())
+        settings.announcedAddress = address;
+    return settings;
+}
+
+ServerOptions withLog(ServerOptions options) {
+    if (!options.log)
+        options.log = [](const std::string&) {};
+    return options;
+}
+
+Socket listenerOf(Service service, const std::string& address, std::uint16_t port) {
+    return service == Service::Refused ? Socket() : listenTcp(address, port);
 }
 
 } // namespace
 
 CameraServer::CameraServer(CameraSettings settings, ServerOptions options)
-    : m_camera(std::move(settings)), m_options(std::move(options)),
-      m_binaryListener(listenTcp(m_options.address, m_options.binaryTcpPort)),
-      m_textListener(listenTcp(m_options.address, m_options.textTcpPort)),
-      m_discovery(bindUdp(m_options.address, m_options.discoveryUdpPort)), m_wake(makePipe()) {
-    if (!m_options.log)
-        m_options.log = [](const std::string&) {};
-}
+    : m_camera(announcing(std::move(settings), options.address)), m_options(withLog(std::move(options))),
+      m_binaryListener(listenerOf(m_camera.settings().binary, m_options.address, m_options.binaryTcpPort)),
+      m_textListener(listenerOf(m_camera.settings().text, m_options.address, m_options.textTcpPort)),
+      m_discovery(m_camera, m_options.address, m_options.discoveryUdpPort, m_options.log),
+      m_wake(makePipe()) {}
 
 CameraServer::~CameraServer() {
     stop();
@@ -77,8 +93,9 @@ void CameraServer::stop() {
 }
 
 void CameraServer::serveOnce() {
-    std::vector<pollfd> waiting = {waitFor(m_wake.first), waitFor(m_binaryListener), waitFor(m_textListener),
-                                   waitFor(m_discovery)};
+    std::vector<pollfd> waiting = {waitFor(m_wake.first), waitFor(m_binaryListener), waitFor(m_textListener)};
+    for (const Socket& socket : m_discovery.sockets())
+        waiting.push_back(waitFor(socket));
     const std::size_t fixed = waiting.size();
     for (const Connection& connection : m_connections)
         waiting.push_back({connection.descriptor(), connection.wantedEvents(), 0});
@@ -98,8 +115,7 @@ void CameraServer::serveOnce() {
         acceptFrom(m_binaryListener, Language::Binary);
     if (waiting[2].revents != 0)
         acceptFrom(m_textListener, Language::Text);
-    if (waiting[3].revents != 0)
-        readDiscovery();
+    m_discovery.advance(now);
 }
 
 void CameraServer::advanceSafely(Connection& connection, short events, Clock::time_point now) {
@@ -114,7 +130,7 @@ void CameraServer::advanceSafely(Connection& connection, short events, Clock::ti
 }
 
 int CameraServer::waitMs() const {
-    std::optional<Clock::time_point> first;
+    std::optional<Clock::time_point> first = m_discovery.wakeTime();
     for (const Connection& connection : m_connections)
         if (const auto wake = connection.wakeTime(); wake && (!first || *wake < *first))
             first = wake;
@@ -137,16 +153,12 @@ void CameraServer::acceptFrom(const Socket& listener, Language language) {
 }
 
 std::unique_ptr<Session> CameraServer::makeSession(Language language) {
+    const CameraSettings& settings = m_camera.settings();
+    if ((language == Language::Binary ? settings.binary : settings.text) == Service::Silent)
+        return std::make_unique<MuteSession>();
     if (language == Language::Binary)
         return std::make_unique<BinarySession>(m_camera);
-    return std::make_unique<MuteSession>();
-}
-
-void CameraServer::readDiscovery() {
-    std::array<std::uint8_t, 512> datagram{};
-    const ssize_t count = recv(m_discovery.descriptor(), datagram.data(), datagram.size(), 0);
-    if (count >= 0)
-        m_options.log("datagram of " + std::to_string(count) + " bytes, not answered");
+    return std::make_unique<TextSession>(m_camera);
 }
 
 } // namespace Simulator

@@ -4,6 +4,7 @@
 
 #include "Camera/Camera.h"
 #include "Network/Connection.h"
+#include "Network/DiscoveryPort.h"
 
 #include <atomic>
 #include <list>
@@ -11,19 +12,16 @@
 
 namespace Simulator {
 
-inline constexpr std::uint16_t textPort = 32768;   ///< TCP: queries, UDP: discovery
-inline constexpr std::uint16_t binaryPort = 32769; ///< TCP
-
 /// Where to serve, and whom to tell. Port 0 lets the system choose.
 struct ServerOptions {
     std::string address = "127.0.0.1"; ///< dotted IPv4, one of this machine
     std::uint16_t binaryTcpPort = binaryPort;
     std::uint16_t textTcpPort = textPort;
     std::uint16_t discoveryUdpPort = textPort;
-    EventLog log; ///< may be empty; called on the thread that serves
+    EventLog log; ///< may be empty; called by the constructor and on the thread that serves
 };
 
-/// The ports of the text language are held and read, but nothing is answered there.
+/// A camera that leaves its announced address open announces the address that it is served on.
 class CameraServer {
 public:
     /// Takes the ports at once: clients may connect from here on and are answered once the server runs.
@@ -34,9 +32,15 @@ public:
     /// Stops a started server and ends its clients' connections.
     ~CameraServer();
 
+    /// The ports served; 0 for a language that the camera refuses.
     std::uint16_t binaryTcpPort() const { return portOf(m_binaryListener); }
     std::uint16_t textTcpPort() const { return portOf(m_textListener); }
-    std::uint16_t discoveryUdpPort() const { return portOf(m_discovery); }
+    std::uint16_t discoveryUdpPort() const { return m_discovery.port(); }
+
+    /// As DiscoveryPort::broadcasts.
+    const std::vector<std::string>& broadcasts() const { return m_discovery.broadcasts(); }
+
+    const CameraSettings& settings() const { return m_camera.settings(); }
 
     /// Serves on the calling thread until stop() is called, on whatever thread, before or meanwhile.
     void run();
@@ -55,7 +59,6 @@ private:
 
     void serveOnce();
     void acceptFrom(const Socket& listener, Language language);
-    void readDiscovery();
     std::unique_ptr<Session> makeSession(Language language);
     void advanceSafely(Connection& connection, short events, Clock::time_point now);
     int waitMs() const;
@@ -64,7 +67,7 @@ private:
     ServerOptions m_options;
     Socket m_binaryListener;
     Socket m_textListener;
-    Socket m_discovery;
+    DiscoveryPort m_discovery;
     std::pair<Socket, Socket> m_wake;
     std::list<Connection> m_connections;
     std::atomic<bool> m_stop = false;

@@ -39,13 +39,13 @@ sockaddr_in endpoint(const std::string& address, std::uint16_t port, const std::
     return result;
 }
 
-Socket bound(int type, const std::string& address, std::uint16_t port, const std::string& what) {
+Socket bound(int type, const std::string& address, std::uint16_t port, Sharing sharing,
+             const std::string& what) {
     const sockaddr_in local = endpoint(address, port, what);
     Socket socket(::socket(AF_INET, type, 0));
     if (!socket.isOpen() || !prepare(socket.descriptor()))
         fail(what);
-    // A port whose last connection has only just ended may be taken again at once.
-    if (type == SOCK_STREAM)
+    if (sharing == Sharing::Shared)
         switchOn(socket.descriptor(), SOL_SOCKET, SO_REUSEADDR);
     if (bind(socket.descriptor(), reinterpret_cast<const sockaddr*>(&local), sizeof local) != 0)
         fail(what);
@@ -65,14 +65,15 @@ Socket::~Socket() {
 
 Socket listenTcp(const std::string& address, std::uint16_t port) {
     const std::string what = nameOf("TCP", address, port);
-    Socket socket = bound(SOCK_STREAM, address, port, what);
+    // Of TCP, a port is shared only with connections that have just ended: it may be taken again at once.
+    Socket socket = bound(SOCK_STREAM, address, port, Sharing::Shared, what);
     if (listen(socket.descriptor(), waitingClients) != 0)
         fail(what);
     return socket;
 }
 
-Socket bindUdp(const std::string& address, std::uint16_t port) {
-    return bound(SOCK_DGRAM, address, port, nameOf("UDP", address, port));
+Socket bindUdp(const std::string& address, std::uint16_t port, Sharing sharing) {
+    return bound(SOCK_DGRAM, address, port, sharing, nameOf("UDP", address, port));
 }
 
 std::uint16_t portOf(const Socket& socket) {

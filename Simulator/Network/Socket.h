@@ -38,11 +38,14 @@ private:
 /// Throws ServerError.
 Socket listenTcp(const std::string& address, std::uint16_t port);
 
+/// Whether other sockets may be bound to the same address and port; then each gets every broadcast.
+enum class Sharing { Alone, Shared };
+
 /// A non-blocking bound UDP socket; port 0 lets the system choose. `address` is dotted IPv4.
 /// Throws ServerError.
-Socket bindUdp(const std::string& address, std::uint16_t port);
+Socket bindUdp(const std::string& address, std::uint16_t port, Sharing sharing = Sharing::Alone);
 
-/// The port that a socket is bound to.
+/// The port that a socket is bound to; 0 for a closed socket.
 std::uint16_t portOf(const Socket& socket);
 
 /// The next waiting client, non-blocking and without delay of small messages, and its "ADDRESS:PORT".

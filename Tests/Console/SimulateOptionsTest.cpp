@@ -7,8 +7,8 @@
 #include <string>
 #include <vector>
 
-using Console::pictureSizeFromText;
 using Console::SimulateOptions;
+using Simulator::pictureSizeFromText;
 
 namespace {
 

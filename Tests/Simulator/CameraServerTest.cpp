@@ -17,6 +17,7 @@ using namespace Testing;
 using ::testing::AllOf;
 using ::testing::EndsWith;
 using ::testing::HasSubstr;
+using ::testing::IsEmpty;
 using ::testing::StartsWith;
 
 namespace {
@@ -34,12 +35,13 @@ public:
         };
     }
 
-    /// Whether a line that contains `part` came within ten seconds.
-    bool saw(const std::string& part) {
+    /// Whether `count` lines that contain `part` came within ten seconds.
+    bool saw(const std::string& part, int count = 1) {
         std::unique_lock lock(m_mutex);
         return m_changed.wait_for(lock, std::chrono::seconds(10), [&] {
-            return std::ranges::any_of(
-                m_lines, [&](const std::string& line) { return line.find(part) != std::string::npos; });
+            return std::ranges::count_if(m_lines, [&](const std::string& line) {
+                       return line.find(part) != std::string::npos;
+                   }) >= count;
         });
     }
 
@@ -246,20 +248,166 @@ TEST_F(CameraServerTest, TurnsTheSixtyFifthClientAway) {
     EXPECT_EQ(next.ask(probeRequest), doneAnswer);
 }
 
-TEST_F(CameraServerTest, HoldsTheTextPortsWithoutAnswering) {
-    serve();
-    LoopbackClient text(server->textTcpPort());
-    text.giveUpReadingAfter(100);
-    text.send(bytesOf({'[', 'V', ']'}));
-    LoopbackClient discovery(server->discoveryUdpPort(), SOCK_DGRAM);
-    discovery.giveUpReadingAfter(100);
-    discovery.send(Bytes(23, '?'));
+TEST_F(CameraServerTest, AnswersTextQueriesSentTogether) {
+    LoopbackClient client(serve().textTcpPort());
+    client.send(bytesOfText("[SerialNumber --Camera][Version --SW]"));
+    EXPECT_EQ(textOfBytes(client.read(49)), "[SerialNumber --Camera 1234][Version --SW 3.2.15]");
+    EXPECT_TRUE(events.saw("(text) [Version --SW] -> [Version --SW 3.2.15]"));
+}
+
+TEST_F(CameraServerTest, AnswersATextQueryThatComesInPieces) {
+    LoopbackClient client(serve().textTcpPort());
+    client.send(bytesOfText("[SerialNumber "));
     EXPECT_TRUE(events.saw("(text) connected"));
-    EXPECT_TRUE(events.saw("datagram of 23 bytes, not answered"));
-    EXPECT_TRUE(discovery.read(1).empty());
-    EXPECT_EQ(discovery.end(), End::TimedOut);
-    EXPECT_TRUE(text.read(1).empty());
-    EXPECT_EQ(text.end(), End::TimedOut);
+    LoopbackClient other(server->textTcpPort());
+    other.send(bytesOfText("[SerialNumber]"));
+    EXPECT_EQ(textOfBytes(other.read(28)), "[SerialNumber --Camera 1234]");
+    client.send(bytesOfText("--Camera]"));
+    EXPECT_EQ(textOfBytes(client.read(28)), "[SerialNumber --Camera 1234]");
+}
+
+TEST_F(CameraServerTest, ClosesATextConnectionThatBringsNoQuery) {
+    LoopbackClient client(serve().textTcpPort());
+    client.send(Bytes(2000, 'x'));
+    EXPECT_THAT(client.read(1), IsEmpty());
+    EXPECT_EQ(client.end(), End::Closed);
+}
+
+TEST_F(CameraServerTest, ResetsATextConnection) {
+    LoopbackClient client(serveWith("version:reset").textTcpPort());
+    client.send(bytesOfText("[Version]"));
+    EXPECT_THAT(client.read(1), IsEmpty());
+    EXPECT_EQ(client.end(), End::Reset);
+}
+
+TEST_F(CameraServerTest, DripsATextReply) {
+    LoopbackClient client(serveWith("serial:drip=10/3").textTcpPort());
+    const auto before = Clock::now();
+    client.send(bytesOfText("[SerialNumber --Camera]"));
+    EXPECT_EQ(textOfBytes(client.read(28)), "[SerialNumber --Camera 1234]");
+    EXPECT_GE(Clock::now() - before, milliseconds(2 * 3)); // three pieces, two pauses
+}
+
+TEST_F(CameraServerTest, AnswersDiscoveryWithTheAddressThatItServes) {
+    LoopbackClient client(serve().discoveryUdpPort(), SOCK_DGRAM);
+    client.send(bytesOfText("AreThereAnyKorvaAround?"));
+    EXPECT_EQ(client.datagram(), "[Korva --Room Lab --IP 127.0.0.1 --NetMask 255.255.255.0]");
+    EXPECT_TRUE(events.saw("(discovery) AreThereAnyKorvaAround? -> [Korva --Room Lab --IP 127.0.0.1 "));
+    EXPECT_THAT(server->broadcasts(), IsEmpty()); // loopback has none
+}
+
+TEST_F(CameraServerTest, AnnouncesTheAddressThatItWasTold) {
+    CameraSettings settings = smallCamera();
+    settings.announcedAddress = "10.77.1.11";
+    LoopbackClient client(serve(settings).discoveryUdpPort(), SOCK_DGRAM);
+    client.send(bytesOfText("AreThereAnyKorvaAround?"));
+    EXPECT_EQ(client.datagram(), "[Korva --Room Lab --IP 10.77.1.11 --NetMask 255.255.255.0]");
+}
+
+TEST_F(CameraServerTest, AnswersEveryDiscoveryQueryAndNothingElse) {
+    LoopbackClient client(serve().discoveryUdpPort(), SOCK_DGRAM);
+    for (const char* datagram :
+         {"AreThereAnyKorvaAround", "AreThereAnyKorvaAround?", "hello", "AreThereAnyKorvaAround?"})
+        client.send(bytesOfText(datagram));
+    EXPECT_THAT(client.datagram(), StartsWith("[Korva "));
+    EXPECT_THAT(client.datagram(), StartsWith("[Korva "));
+    EXPECT_TRUE(events.saw("hello -> not answered"));
+    client.giveUpReadingAfter(100);
+    EXPECT_EQ(client.datagram(), "nothing came");
+}
+
+TEST_F(CameraServerTest, OutlivesEmptyAndLargeDatagrams) {
+    LoopbackClient client(serve().discoveryUdpPort(), SOCK_DGRAM);
+    ::send(client.descriptor(), nullptr, 0, 0);
+    client.send(Bytes(65507, '?'));
+    EXPECT_TRUE(events.saw("... (65507 bytes) -> not answered"));
+    client.send(bytesOfText("AreThereAnyKorvaAround?"));
+    EXPECT_THAT(client.datagram(), StartsWith("[Korva "));
+}
+
+TEST_F(CameraServerTest, SendsTwoDatagramsWhereAReplyComesTwice) {
+    LoopbackClient client(serveWith("discovery:twice").discoveryUdpPort(), SOCK_DGRAM);
+    client.send(bytesOfText("AreThereAnyKorvaAround?"));
+    EXPECT_THAT(client.datagram(), StartsWith("[Korva "));
+    EXPECT_THAT(client.datagram(), StartsWith("[Korva "));
+}
+
+TEST_F(CameraServerTest, SendsPiecesOfADiscoveryReplyAsDatagrams) {
+    LoopbackClient client(serveWith("discovery:drip=30/5").discoveryUdpPort(), SOCK_DGRAM);
+    const auto before = Clock::now();
+    client.send(bytesOfText("AreThereAnyKorvaAround?"));
+    EXPECT_EQ(client.datagram(), "[Korva --Room Lab --IP 127.0.0");
+    EXPECT_EQ(client.datagram(), ".1 --NetMask 255.255.255.0]");
+    EXPECT_GE(Clock::now() - before, milliseconds(5));
+}
+
+TEST_F(CameraServerTest, DelaysADiscoveryReplyWhileOthersAreAnswered) {
+    LoopbackClient slow(serveWith("discovery:delay=60*1").discoveryUdpPort(), SOCK_DGRAM);
+    LoopbackClient other(server->discoveryUdpPort(), SOCK_DGRAM);
+    const auto before = Clock::now();
+    slow.send(bytesOfText("AreThereAnyKorvaAround?"));
+    EXPECT_TRUE(events.saw("fault discovery:delay=60*1"));
+    other.send(bytesOfText("AreThereAnyKorvaAround?"));
+    EXPECT_THAT(other.datagram(), StartsWith("[Korva "));
+    EXPECT_THAT(slow.datagram(), StartsWith("[Korva "));
+    EXPECT_GE(Clock::now() - before, milliseconds(60));
+}
+
+TEST_F(CameraServerTest, SendsAnEmptyDatagram) {
+    LoopbackClient client(serveWith("discovery:empty").discoveryUdpPort(), SOCK_DGRAM);
+    client.send(bytesOfText("AreThereAnyKorvaAround?"));
+    EXPECT_EQ(client.datagram(), "");
+}
+
+TEST_F(CameraServerTest, BoundsTheRepliesThatWait) {
+    LoopbackClient client(serveWith("discovery:delay=3600000").discoveryUdpPort(), SOCK_DGRAM);
+    for (int sent = 0; sent < 1025; ++sent) {
+        client.send(bytesOfText("AreThereAnyKorvaAround?"));
+        if (sent % 100 == 99) { // lest the socket's own queue overflow
+            EXPECT_TRUE(events.saw("fault discovery:delay", sent + 1));
+        }
+    }
+    EXPECT_TRUE(events.saw("too many replies wait"));
+}
+
+TEST_F(CameraServerTest, SilentLanguagesAreHeardAndNotAnswered) {
+    CameraSettings settings = smallCamera();
+    settings.discovery = settings.text = settings.binary = Service::Silent;
+    serve(settings);
+    LoopbackClient text(server->textTcpPort());
+    LoopbackClient binary(server->binaryTcpPort());
+    LoopbackClient discovery(server->discoveryUdpPort(), SOCK_DGRAM);
+    text.send(bytesOfText("[Version]"));
+    binary.send(probeRequest);
+    discovery.send(bytesOfText("AreThereAnyKorvaAround?"));
+    EXPECT_TRUE(events.saw("(text) connected"));
+    EXPECT_TRUE(events.saw("(binary) connected"));
+    EXPECT_TRUE(events.saw("AreThereAnyKorvaAround? -> silent"));
+    for (LoopbackClient* client : {&text, &binary, &discovery}) {
+        client->giveUpReadingAfter(100);
+        EXPECT_TRUE(client->read(1).empty());
+        EXPECT_EQ(client->end(), End::TimedOut);
+    }
+}
+
+TEST_F(CameraServerTest, RefusedLanguagesHaveNoPort) {
+    CameraSettings settings = smallCamera();
+    settings.discovery = settings.text = Service::Refused;
+    serve(settings);
+    EXPECT_EQ(server->textTcpPort(), 0);
+    EXPECT_EQ(server->discoveryUdpPort(), 0);
+    LoopbackClient binary(server->binaryTcpPort());
+    EXPECT_EQ(binary.ask(probeRequest), doneAnswer);
+    settings.binary = Service::Refused;
+    EXPECT_EQ(CameraServer(settings, anyPorts()).binaryTcpPort(), 0);
+}
+
+TEST_F(CameraServerTest, FindsTheCameraWhoseConnectionsAreRefused) {
+    CameraSettings settings = smallCamera();
+    settings.text = settings.binary = Service::Refused;
+    LoopbackClient discovery(serve(settings).discoveryUdpPort(), SOCK_DGRAM);
+    discovery.send(bytesOfText("AreThereAnyKorvaAround?"));
+    EXPECT_THAT(discovery.datagram(), StartsWith("[Korva "));
 }
 
 TEST_F(CameraServerTest, TellsWhatHappensLineByLine) {

@@ -88,13 +88,13 @@ TEST(Camera, CountsHowOftenAFaultHits) {
     CameraSettings settings = smallCamera();
     settings.faults = {parseFault("take:close*2"), parseFault("any:silent*1"), parseFault("get:reset")};
     Camera camera(settings);
-    EXPECT_EQ(camera.nextFault(RequestKind::Take)->kind, FaultKind::Close);
-    EXPECT_EQ(camera.nextFault(RequestKind::Take)->kind, FaultKind::Close);
-    EXPECT_EQ(camera.nextFault(RequestKind::Take)->kind, FaultKind::Silent);
-    EXPECT_EQ(camera.nextFault(RequestKind::Take), std::nullopt);
+    EXPECT_EQ(camera.nextFault(Place::Take)->kind, FaultKind::Close);
+    EXPECT_EQ(camera.nextFault(Place::Take)->kind, FaultKind::Close);
+    EXPECT_EQ(camera.nextFault(Place::Take)->kind, FaultKind::Silent);
+    EXPECT_EQ(camera.nextFault(Place::Take), std::nullopt);
     for (int round = 0; round < 10; ++round)
-        EXPECT_EQ(camera.nextFault(RequestKind::Get)->kind, FaultKind::Reset);
-    EXPECT_EQ(camera.nextFault(RequestKind::Configure), std::nullopt);
+        EXPECT_EQ(camera.nextFault(Place::Get)->kind, FaultKind::Reset);
+    EXPECT_EQ(camera.nextFault(Place::Configure), std::nullopt);
 }
 
 } // namespace Simulator

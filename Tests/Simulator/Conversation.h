@@ -14,6 +14,14 @@ inline Bytes bytesOf(std::initializer_list<int> values) {
     return bytes;
 }
 
+inline Bytes bytesOfText(std::string_view text) {
+    return {text.begin(), text.end()};
+}
+
+inline std::string textOfBytes(const Bytes& bytes) {
+    return {bytes.begin(), bytes.end()};
+}
+
 inline const Bytes probeRequest = bytesOf({1, 0, 0, 0, 0x0E, 1, 4, 0, 0, 0, 1, 0, 0, 0x15});
 inline const Bytes takeRequest = bytesOf({1, 0, 0, 0, 0x0D, 1, 5, 0, 0, 0, 0, 0, 0x14});
 inline const Bytes getRequest = bytesOf({1, 0, 0, 0, 0x0D, 1, 6, 0, 0, 0, 0, 0, 0x15});

@@ -20,24 +20,24 @@ std::string refusalOf(std::string_view text) {
 } // namespace
 
 TEST(Fault, ReadsWhatItHits) {
-    EXPECT_EQ(parseFault("configure:checksum").request, RequestKind::Configure);
-    EXPECT_EQ(parseFault("take:checksum").request, RequestKind::Take);
-    EXPECT_EQ(parseFault("get:checksum").request, RequestKind::Get);
-    EXPECT_EQ(parseFault("probe:checksum").request, RequestKind::Probe);
-    EXPECT_EQ(parseFault("any:checksum").request, std::nullopt);
+    EXPECT_EQ(parseFault("configure:checksum").place, Place::Configure);
+    EXPECT_EQ(parseFault("take:checksum").place, Place::Take);
+    EXPECT_EQ(parseFault("get:checksum").place, Place::Get);
+    EXPECT_EQ(parseFault("probe:checksum").place, Place::Probe);
+    EXPECT_EQ(parseFault("any:checksum").place, Place::AnyBinary);
 }
 
 TEST(Fault, ReadsErrorThatHitsOnce) {
-    EXPECT_EQ(parseFault("take:error=7*1"), (Fault{FaultKind::Error, RequestKind::Take, 7, 0, 1}));
+    EXPECT_EQ(parseFault("take:error=7*1"), (Fault{FaultKind::Error, Place::Take, 7, 0, 1}));
 }
 
 TEST(Fault, ReadsDripThatHitsTwice) {
-    EXPECT_EQ(parseFault("get:drip=1000/5*2"), (Fault{FaultKind::Drip, RequestKind::Get, 1000, 5, 2}));
+    EXPECT_EQ(parseFault("get:drip=1000/5*2"), (Fault{FaultKind::Drip, Place::Get, 1000, 5, 2}));
 }
 
 TEST(Fault, ReadsDelay) {
     EXPECT_EQ(parseFault("any:delay=250"),
-              (Fault{FaultKind::Delay, std::nullopt, std::nullopt, 250, std::nullopt}));
+              (Fault{FaultKind::Delay, Place::AnyBinary, std::nullopt, 250, std::nullopt}));
 }
 
 TEST(Fault, ReadsTruncationWithAndWithoutACount) {
@@ -47,37 +47,116 @@ TEST(Fault, ReadsTruncationWithAndWithoutACount) {
 }
 
 TEST(Fault, WritesItselfAsItIsRead) {
-    for (const char* text : {"get:checksum",         "take:error=7*1",
-                             "any:wrong-response",   "configure:no-argument",
-                             "any:two-arguments",    "any:wrong-command",
-                             "any:unknown-code",     "any:length-large",
-                             "any:length-small",     "any:length-wrap",
-                             "any:long-value",       "get:truncate-close",
-                             "get:truncate-close=5", "get:truncate-silent=6*3",
-                             "probe:reset",          "take:delay=100",
-                             "get:drip=1000/5*2",    "any:close",
-                             "any:silent",           "get:garbage-picture",
-                             "get:empty-picture",    "any:black-picture*1"})
+    for (const char* text : {"get:checksum",
+                             "take:error=7*1",
+                             "any:wrong-response",
+                             "configure:no-argument",
+                             "any:two-arguments",
+                             "any:wrong-command",
+                             "any:unknown-code",
+                             "any:length-large",
+                             "any:length-small",
+                             "any:length-wrap",
+                             "any:long-value",
+                             "get:truncate-close",
+                             "get:truncate-close=5",
+                             "get:truncate-silent=6*3",
+                             "probe:reset",
+                             "take:delay=100",
+                             "get:drip=1000/5*2",
+                             "any:close",
+                             "any:silent",
+                             "get:garbage-picture",
+                             "get:empty-picture",
+                             "any:black-picture*1",
+                             "version:missing-key=--SW",
+                             "discovery:missing-key=--Room*2",
+                             "network:empty-value=--NetMask",
+                             "text:not-closed",
+                             "discovery:length=256",
+                             "serial:twice*1",
+                             "discovery:garbage",
+                             "text:empty",
+                             "discovery:other-marker",
+                             "version:hostile",
+                             "discovery:wrong-address=10.9.9.9",
+                             "discovery:delay=5",
+                             "discovery:drip=10/1",
+                             "discovery:silent",
+                             "text:reset",
+                             "serial:close",
+                             "network:truncate-close=7",
+                             "version:truncate-silent"})
         EXPECT_EQ(parseFault(text).describe(), text);
 }
 
 TEST(Fault, HitsTheRequestItNames) {
     const Fault fault = parseFault("take:close");
-    EXPECT_TRUE(fault.hits(RequestKind::Take));
-    EXPECT_FALSE(fault.hits(RequestKind::Get));
-    EXPECT_TRUE(parseFault("any:close").hits(RequestKind::Probe));
+    EXPECT_TRUE(fault.hits(Place::Take));
+    EXPECT_FALSE(fault.hits(Place::Get));
+    EXPECT_TRUE(parseFault("any:close").hits(Place::Probe));
+}
+
+TEST(Fault, ReadsThePlacesOfTheTextLanguage) {
+    EXPECT_EQ(parseFault("version:twice").place, Place::Version);
+    EXPECT_EQ(parseFault("serial:twice").place, Place::Serial);
+    EXPECT_EQ(parseFault("network:twice").place, Place::Network);
+    EXPECT_EQ(parseFault("text:twice").place, Place::AnyText);
+    EXPECT_EQ(parseFault("discovery:twice").place, Place::Discovery);
+}
+
+TEST(Fault, GroupsHitTheirOwnLanguageOnly) {
+    for (const Place place : {Place::Version, Place::Serial, Place::Network}) {
+        EXPECT_TRUE(parseFault("text:silent").hits(place));
+        EXPECT_FALSE(parseFault("any:silent").hits(place));
+        EXPECT_FALSE(parseFault("discovery:silent").hits(place));
+    }
+    EXPECT_FALSE(parseFault("text:silent").hits(Place::Get));
+    EXPECT_FALSE(parseFault("text:silent").hits(Place::Discovery));
+    EXPECT_FALSE(parseFault("any:silent").hits(Place::Discovery));
+    EXPECT_TRUE(parseFault("discovery:silent").hits(Place::Discovery));
+    EXPECT_FALSE(parseFault("version:silent").hits(Place::Serial));
+}
+
+TEST(Fault, RefusesWhatThePlaceDoesNotHave) {
+    EXPECT_THAT(refusalOf("get:not-closed"), HasSubstr("the binary protocol has no fault not-closed"));
+    EXPECT_THAT(refusalOf("version:checksum"), HasSubstr("the text language has no fault checksum"));
+    EXPECT_THAT(refusalOf("version:wrong-address=1.2.3.4"),
+                HasSubstr("the text language has no fault wrong-address"));
+    for (const char* text : {"discovery:close", "discovery:reset", "discovery:truncate-close"})
+        EXPECT_THAT(refusalOf(text), HasSubstr("discovery has no fault ")) << text;
+    EXPECT_THAT(refusalOf("version:black-picture"), HasSubstr("write get:black-picture"));
+}
+
+TEST(Fault, TakesOnlyKeysOfTheReplyThatItHits) {
+    EXPECT_EQ(parseFault("version:missing-key=--API").text, "--API");
+    EXPECT_EQ(parseFault("text:missing-key=--NetGateway").text, "--NetGateway");
+    EXPECT_EQ(refusalOf("version:missing-key=SW"),
+              "Fault \"version:missing-key=SW\": this reply has no key \"SW\", but --HW, --SW, --API");
+    EXPECT_THAT(refusalOf("discovery:empty-value=--HW"), HasSubstr("but --Room, --IP, --NetMask"));
+    EXPECT_THAT(refusalOf("text:missing-key=--Room"),
+                HasSubstr("but --HW, --SW, --API, --Camera, --NetworkProtocol, --NetMask, --NetGateway"));
+    EXPECT_THAT(refusalOf("version:missing-key"), HasSubstr("write missing-key=KEY"));
+}
+
+TEST(Fault, TakesOnlyAddresses) {
+    EXPECT_EQ(parseFault("discovery:wrong-address=10.9.9.9*1").text, "10.9.9.9");
+    EXPECT_THAT(refusalOf("discovery:wrong-address=there"), HasSubstr("\"there\" is no IPv4 address"));
+    EXPECT_THAT(refusalOf("discovery:wrong-address"), HasSubstr("write wrong-address=ADDRESS"));
 }
 
 TEST(Fault, SpoilsPicturesOnlyWhereThereAreSome) {
     const Fault fault = parseFault("any:black-picture");
-    EXPECT_TRUE(fault.hits(RequestKind::Get));
-    EXPECT_FALSE(fault.hits(RequestKind::Take));
+    EXPECT_TRUE(fault.hits(Place::Get));
+    EXPECT_FALSE(fault.hits(Place::Take));
     EXPECT_THAT(refusalOf("take:empty-picture"), HasSubstr("write get:empty-picture"));
 }
 
 TEST(Fault, SaysWhatIsWrongWithAText) {
-    EXPECT_THAT(refusalOf("checksum"), HasSubstr("Fault \"checksum\": write REQUEST:FAULT"));
-    EXPECT_THAT(refusalOf("put:checksum"), HasSubstr("one of configure, take, get, probe, any"));
+    EXPECT_THAT(refusalOf("checksum"), HasSubstr("Fault \"checksum\": write PLACE:FAULT"));
+    EXPECT_THAT(
+        refusalOf("put:checksum"),
+        HasSubstr("one of configure, take, get, probe, any, version, serial, network, text, discovery"));
     EXPECT_THAT(refusalOf("get:nonsense"),
                 HasSubstr("there is no fault \"nonsense\"; there are checksum, error,"));
     EXPECT_THAT(refusalOf("get:"), HasSubstr("there is no fault \"\""));
@@ -86,13 +165,14 @@ TEST(Fault, SaysWhatIsWrongWithAText) {
     EXPECT_THAT(refusalOf("get:delay"), HasSubstr("write delay=MS"));
     EXPECT_THAT(refusalOf("get:drip"), HasSubstr("write drip=BYTES/MS"));
     EXPECT_THAT(refusalOf("get:drip=10"), HasSubstr("write drip=BYTES/MS"));
+    EXPECT_THAT(refusalOf("text:length"), HasSubstr("write length=BYTES"));
 }
 
 TEST(Fault, RefusesNumbersThatAreNone) {
     for (const char* text :
          {"get:error=", "get:error=x", "get:error=7x", "get:error=-1", "get:error=4294967296", "get:drip=0/5",
           "get:drip=5/", "get:checksum*", "get:checksum*0", "get:checksum*2*2", "get:delay=3600001",
-          "get:truncate-close=half"})
+          "get:truncate-close=half", "text:length=0", "text:length=65508", "text:length="})
         EXPECT_THAT(refusalOf(text), HasSubstr("is a whole number from")) << text;
 }
 
@@ -118,7 +198,17 @@ TEST(Fault, HelpNamesEveryFaultWithItsValue) {
                               "  silent ",
                               "  garbage-picture ",
                               "  empty-picture ",
-                              "  black-picture "})
+                              "  black-picture ",
+                              "  missing-key=KEY ",
+                              "  empty-value=KEY ",
+                              "  not-closed ",
+                              "  length=BYTES ",
+                              "  twice ",
+                              "  garbage ",
+                              "  empty ",
+                              "  other-marker ",
+                              "  hostile ",
+                              "  wrong-address=ADDRESS "})
         EXPECT_THAT(help, HasSubstr(entry));
 }
 

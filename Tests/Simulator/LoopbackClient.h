@@ -10,6 +10,7 @@
 #include <sys/time.h>
 
 #include <cerrno>
+#include <string>
 #include <system_error>
 
 namespace Simulator::Testing {
@@ -80,6 +81,16 @@ public:
         const Bytes rest = read(read32(answer, 1) - 6);
         answer.insert(answer.end(), rest.begin(), rest.end());
         return answer;
+    }
+
+    /// The next datagram, or "nothing came".
+    std::string datagram() const {
+        std::string text(65536, '\0');
+        const ssize_t count = recv(descriptor(), text.data(), text.size(), 0);
+        if (count < 0)
+            return "nothing came";
+        text.resize(static_cast<std::size_t>(count));
+        return text;
     }
 
     End end() const { return m_end; }

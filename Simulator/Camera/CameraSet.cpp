@@ -1,0 +1,203 @@
+#include "Camera/CameraSet.h"
+
+#include "Camera/Ipv4.h"
+
+#include <nlohmann/json.hpp>
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <fstream>
+#include <limits>
+#include <system_error>
+
+namespace Simulator {
+
+namespace {
+
+using Json = nlohmann::json;
+
+constexpr std::size_t longestFile = std::size_t{1} << 20;
+constexpr std::size_t mostFaults = 256;
+
+/// What is wrong with one value; who reads it knows where it stands.
+class WrongValue : public std::runtime_error {
+public:
+    using std::runtime_error::runtime_error;
+};
+
+std::string textOf(const Json& value) {
+    if (!value.is_string())
+        throw WrongValue("a text is due, in quotation marks");
+    const auto& text = value.get_ref<const std::string&>();
+    if (text.size() > CameraSettings::longestText)
+        throw WrongValue("the text has more than " + std::to_string(CameraSettings::longestText) + " bytes");
+    return text;
+}
+
+std::uint64_t numberOf(const Json& value, std::uint64_t most) {
+    if (!value.is_number_unsigned() || value.get<std::uint64_t>() > most)
+        throw WrongValue("a whole number from 0 to " + std::to_string(most) + " is due");
+    return value.get<std::uint64_t>();
+}
+
+std::uint16_t portOf(const Json& value) {
+    return static_cast<std::uint16_t>(numberOf(value, std::numeric_limits<std::uint16_t>::max()));
+}
+
+bool flagOf(const Json& value) {
+    if (!value.is_boolean())
+        throw WrongValue("true or false is due");
+    return value.get<bool>();
+}
+
+std::string addressOf(const Json& value) {
+    std::string text = textOf(value);
+    if (!ipv4FromText(text))
+        throw WrongValue("\"" + text + "\" is no IPv4 address such as 10.77.1.11");
+    return text;
+}
+
+std::string netMaskOf(const Json& value) {
+    std::string text = textOf(value);
+    if (!netMaskFromText(text))
+        throw WrongValue("\"" + text + "\" is no net mask such as 255.255.255.0");
+    return text;
+}
+
+std::string protocolOf(const Json& value) {
+    std::string text = textOf(value);
+    if (text != "static" && text != "DHCP")
+        throw WrongValue("\"" + text + "\" is neither static nor DHCP");
+    return text;
+}
+
+PictureSize sizeOf(const Json& value) {
+    const std::string text = textOf(value);
+    const auto size = pictureSizeFromText(text);
+    if (!size)
+        throw WrongValue("\"" + text + "\" is not WIDTHxHEIGHT, 1 to 65535 each");
+    return *size;
+}
+
+Service serviceOf(const Json& value) {
+    const std::string text = textOf(value);
+    const auto service = serviceFromText(text);
+    if (!service)
+        throw WrongValue("\"" + text + "\" is none of answered, silent, refused");
+    return *service;
+}
+
+std::vector<Fault> faultsOf(const Json& value) {
+    if (!value.is_array() || value.size() > mostFaults)
+        throw WrongValue("an array of at most " + std::to_string(mostFaults) + " texts is due");
+    std::vector<Fault> faults;
+    for (const Json& each : value)
+        faults.push_back(parseFault(textOf(each)));
+    return faults;
+}
+
+struct Key {
+    std::string_view name;
+    void (*read)(CameraEntry&, const Json&);
+};
+
+constexpr std::array keys = {
+    Key{"address", [](CameraEntry& entry, const Json& value) { entry.address = addressOf(value); }},
+    Key{"announce",
+        [](CameraEntry& entry, const Json& value) { entry.settings.announcedAddress = addressOf(value); }},
+    Key{"api", [](CameraEntry& entry, const Json& value) { entry.settings.api = textOf(value); }},
+    Key{"binary", [](CameraEntry& entry, const Json& value) { entry.settings.binary = serviceOf(value); }},
+    Key{"discovery",
+        [](CameraEntry& entry, const Json& value) { entry.settings.discovery = serviceOf(value); }},
+    Key{"faults", [](CameraEntry& entry, const Json& value) { entry.settings.faults = faultsOf(value); }},
+    Key{"firmware", [](CameraEntry& entry, const Json& value) { entry.settings.firmware = textOf(value); }},
+    Key{"gateway", [](CameraEntry& entry, const Json& value) { entry.settings.gateway = addressOf(value); }},
+    Key{"hardware", [](CameraEntry& entry, const Json& value) { entry.settings.hardware = textOf(value); }},
+    Key{"model", [](CameraEntry& entry, const Json& value) { entry.settings.model = textOf(value); }},
+    Key{"netmask", [](CameraEntry& entry, const Json& value) { entry.settings.netMask = netMaskOf(value); }},
+    Key{"port", [](CameraEntry& entry, const Json& value) { entry.binaryTcpPort = portOf(value); }},
+    Key{"protocol",
+        [](CameraEntry& entry, const Json& value) { entry.settings.networkProtocol = protocolOf(value); }},
+    Key{"room", [](CameraEntry& entry, const Json& value) { entry.settings.room = textOf(value); }},
+    Key{"scene",
+        [](CameraEntry& entry, const Json& value) { entry.settings.scene = parseScene(textOf(value)); }},
+    Key{"seed",
+        [](CameraEntry& entry, const Json& value) {
+            entry.settings.seed = numberOf(value, std::numeric_limits<std::uint64_t>::max());
+        }},
+    Key{"serial", [](CameraEntry& entry, const Json& value) { entry.settings.serialNumber = textOf(value); }},
+    Key{"size", [](CameraEntry& entry, const Json& value) { entry.settings.size = sizeOf(value); }},
+    Key{"text", [](CameraEntry& entry, const Json& value) { entry.settings.text = serviceOf(value); }},
+    Key{"text-port", [](CameraEntry& entry, const Json& value) { entry.textTcpAndUdpPort = portOf(value); }},
+    Key{"wait-exposure",
+        [](CameraEntry& entry, const Json& value) { entry.settings.waitExposure = flagOf(value); }},
+};
+
+std::string knownKeys() {
+    std::string names;
+    for (const Key& key : keys)
+        names += (names.empty() ? "" : ", ") + std::string(key.name);
+    return names;
+}
+
+void readKey(CameraEntry& entry, const std::string& name, const Json& value, const std::string& camera) {
+    const auto* const key = std::ranges::find(keys, name, &Key::name);
+    if (key == keys.end())
+        throw CameraSetError(camera + ": there is no key \"" + name + "\"; there are " + knownKeys());
+    try {
+        key->read(entry, value);
+    } catch (const WrongValue& wrong) {
+        throw CameraSetError(camera + ", key \"" + name + "\": " + wrong.what());
+    } catch (const std::invalid_argument& wrong) {
+        throw CameraSetError(camera + ", key \"" + name + "\": " + wrong.what());
+    }
+}
+
+CameraEntry readCamera(const Json& description, const std::string& camera) {
+    if (!description.is_object())
+        throw CameraSetError(camera + ": an object {...} is due");
+    CameraEntry entry;
+    for (const auto& [name, value] : description.items())
+        readKey(entry, name, value, camera);
+    if (entry.address.empty())
+        throw CameraSetError(camera + ": the key \"address\" is missing");
+    return entry;
+}
+
+} // namespace
+
+std::vector<CameraEntry> parseCameraSet(std::string_view text, const std::string& name) {
+    Json document;
+    try {
+        document = Json::parse(text);
+    } catch (const Json::parse_error& error) {
+        throw CameraSetError(name + ": this is no JSON: " + error.what());
+    }
+    if (!document.is_object() || document.size() != 1 || !document.contains("cameras"))
+        throw CameraSetError(name + ": {\"cameras\": [...]} is due, with no other key");
+    const Json& cameras = document.at("cameras");
+    if (!cameras.is_array() || cameras.empty() || cameras.size() > mostCamerasOfSet)
+        throw CameraSetError(name + ", key \"cameras\": an array of 1 to " +
+                             std::to_string(mostCamerasOfSet) + " cameras is due");
+    std::vector<CameraEntry> entries;
+    for (const Json& description : cameras)
+        entries.push_back(readCamera(description, name + ", camera " + std::to_string(entries.size() + 1)));
+    return entries;
+}
+
+std::vector<CameraEntry> readCameraSet(const std::string& path) {
+    std::ifstream stream(path, std::ios::binary);
+    if (!stream)
+        throw CameraSetError(path + ": " + std::generic_category().message(errno));
+    std::string text(longestFile + 1, '\0');
+    stream.read(text.data(), static_cast<std::streamsize>(text.size()));
+    if (stream.bad())
+        throw CameraSetError(path + ": this is not a readable file");
+    if (static_cast<std::size_t>(stream.gcount()) > longestFile)
+        throw CameraSetError(path + ": the file has more than 1 MiB");
+    text.resize(static_cast<std::size_t>(stream.gcount()));
+    return parseCameraSet(text, path);
+}
+
+} // namespace Simulator

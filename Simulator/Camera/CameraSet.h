@@ -1,0 +1,38 @@
+#pragma once
+// A whole set of cameras, described in a JSON file.
+
+#include "Camera/CameraSettings.h"
+
+#include <stdexcept>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace Simulator {
+
+/// One camera of a set, and where it is served.
+struct CameraEntry {
+    std::string address; ///< dotted IPv4
+    std::uint16_t binaryTcpPort = binaryPort;
+    std::uint16_t textTcpAndUdpPort = textPort; ///< of the text language and of discovery
+    CameraSettings settings;
+};
+
+/// The message names the file, and the camera and the key where there are some.
+class CameraSetError : public std::runtime_error {
+public:
+    using std::runtime_error::runtime_error;
+};
+
+inline constexpr std::size_t mostCamerasOfSet = 256;
+
+/// Reads {"cameras": [{"address": "10.77.1.11", "model": "M615", ...}, ...]}. A camera's keys are the long
+/// options of `korva simulate` without their hyphens in front, and "faults", an array of texts; only
+/// "address" must be there. `name` names the text in messages. Throws CameraSetError where the text is not
+/// such a description, has no camera or more than `mostCamerasOfSet`, or says what a camera cannot be.
+std::vector<CameraEntry> parseCameraSet(std::string_view text, const std::string& name);
+
+/// As parseCameraSet, of a file of at most 1 MiB.
+std::vector<CameraEntry> readCameraSet(const std::string& path);
+
+} // namespace Simulator

@@ -1,0 +1,13 @@
+#pragma once
+// What the camera answers to a discovery datagram.
+
+#include "Camera/Session.h"
+
+namespace Simulator {
+
+/// The reaction to one datagram. Its actions are SendBytes, a datagram each to whoever asked (one for every
+/// piece, where it is to go in pieces), and Pauses before them; none unless the datagram is the discovery
+/// query to the byte.
+Reaction answerDiscovery(Camera& camera, ByteView datagram);
+
+} // namespace Simulator

@@ -1,0 +1,118 @@
+#include "Camera/TextLanguage.h"
+
+#include "Camera/Ipv4.h"
+#include "Camera/QuotedText.h"
+
+#include <gtest/gtest.h>
+
+#include <stdexcept>
+
+namespace Simulator {
+
+namespace {
+
+const Query& queryFor(Place place) {
+    for (const Query& query : queries)
+        if (query.place == place)
+            return query;
+    throw std::logic_error("no query of the text language");
+}
+
+std::string replyText(Place place, std::vector<std::string_view> keys, const CameraSettings& camera = {}) {
+    return replyTo(queryFor(place), keys, camera).text();
+}
+
+} // namespace
+
+TEST(TextLanguage, RepliesOfACameraAsItComes) {
+    CameraSettings camera;
+    camera.announcedAddress = "192.168.10.27";
+    EXPECT_EQ(replyText(Place::Version, {}, camera), "[Version --HW M61 --SW 3.2.15 --API 1.4]");
+    EXPECT_EQ(replyText(Place::Serial, {}, camera), "[SerialNumber --Camera 1234]");
+    EXPECT_EQ(replyText(Place::Network, {}, camera),
+              "[--Settings --NetworkProtocol static --NetMask 255.255.255.0 --NetGateway 0.0.0.0]");
+    EXPECT_EQ(replyText(Place::Discovery, {}, camera),
+              "[Korva --Room Lab --IP 192.168.10.27 --NetMask 255.255.255.0]");
+}
+
+TEST(TextLanguage, EveryTextCanBeChosen) {
+    CameraSettings camera;
+    camera.model = "M615";
+    camera.firmware = "4.0.1";
+    camera.api = "2.0";
+    camera.serialNumber = "K-77";
+    camera.networkProtocol = "DHCP";
+    camera.netMask = "255.255.0.0";
+    camera.gateway = "10.77.0.1";
+    camera.room = "Lab 2";
+    camera.announcedAddress = "10.77.1.11";
+    EXPECT_EQ(replyText(Place::Version, {}, camera), "[Version --HW M615 --SW 4.0.1 --API 2.0]");
+    camera.hardware = "XM61";
+    EXPECT_EQ(replyText(Place::Version, {}, camera), "[Version --HW XM61 --SW 4.0.1 --API 2.0]");
+    EXPECT_EQ(replyText(Place::Serial, {}, camera), "[SerialNumber --Camera K-77]");
+    EXPECT_EQ(replyText(Place::Network, {}, camera),
+              "[--Settings --NetworkProtocol DHCP --NetMask 255.255.0.0 --NetGateway 10.77.0.1]");
+    EXPECT_EQ(replyText(Place::Discovery, {}, camera),
+              "[Korva --Room Lab 2 --IP 10.77.1.11 --NetMask 255.255.0.0]");
+}
+
+TEST(TextLanguage, KeysComeInTheOrderInWhichTheyWereAsked) {
+    EXPECT_EQ(replyText(Place::Version, {"--API", "--HW"}), "[Version --API 1.4 --HW M61]");
+}
+
+TEST(TextLanguage, UnknownKeysAreLeftOut) {
+    EXPECT_EQ(replyText(Place::Version, {"--Lens", "--SW", "--Camera", "--sw"}), "[Version --SW 3.2.15]");
+    EXPECT_EQ(replyText(Place::Serial, {"--Spectro"}), "[SerialNumber]");
+}
+
+TEST(TextLanguage, EmptyValueKeepsTheBlankBehindItsKey) {
+    CameraSettings camera;
+    camera.room = "";
+    camera.api = "";
+    EXPECT_EQ(replyText(Place::Version, {}, camera), "[Version --HW M61 --SW 3.2.15 --API ]");
+    EXPECT_EQ(replyText(Place::Discovery, {}, camera), "[Korva --Room  --IP  --NetMask 255.255.255.0]");
+}
+
+TEST(TextLanguage, DiscoveryQueryIsTwentyThreeBytes) {
+    EXPECT_EQ(discoveryQuery, "AreThereAnyKorvaAround?");
+    EXPECT_EQ(discoveryQuery.size(), 23U);
+}
+
+TEST(Ipv4, ReadsFourNumbers) {
+    EXPECT_EQ(ipv4FromText("10.77.1.11"), 0x0A4D010BU);
+    EXPECT_EQ(ipv4FromText("0.0.0.0"), 0U);
+    EXPECT_EQ(ipv4FromText("255.255.255.255"), 0xFFFFFFFFU);
+    EXPECT_EQ(ipv4Text(0x0A4D01FFU), "10.77.1.255");
+    for (const char* text : {"", "1", "1.2.3", "1.2.3.4.5", "1.2.3.", ".1.2.3", "1..2.3", "256.1.1.1",
+                             "-1.1.1.1", "1.2.3.4 ", " 1.2.3.4", "1.2.3.a", "1.2.3.0004", "1.2.3.4."})
+        EXPECT_EQ(ipv4FromText(text), std::nullopt) << text;
+}
+
+TEST(Ipv4, NetMaskIsOnesAndThenZeros) {
+    EXPECT_EQ(netMaskFromText("255.255.255.0"), 0xFFFFFF00U);
+    EXPECT_EQ(netMaskFromText("255.255.255.255"), 0xFFFFFFFFU);
+    EXPECT_EQ(netMaskFromText("0.0.0.0"), 0U);
+    for (const char* text : {"255.0.255.0", "0.255.255.255", "255.255.255.1", "10.0.0.1", "mask"})
+        EXPECT_EQ(netMaskFromText(text), std::nullopt) << text;
+}
+
+TEST(QuotedText, EscapesWhatIsNoPrintableAscii) {
+    EXPECT_EQ(quotedText("a \"b\"\x1b[2J\n\\~\x7f\xc3\xa4"), "a \"b\"\\x1b[2J\\x0a\\x5c~\\x7f\\xc3\\xa4");
+    EXPECT_EQ(quotedText(std::string_view("\0", 1)), "\\x00");
+}
+
+TEST(QuotedText, ShowsNoMoreThanTheBeginning) {
+    EXPECT_EQ(quotedText(std::string(300, 'a')), std::string(300, 'a'));
+    EXPECT_EQ(quotedText(std::string(301, 'a')), std::string(300, 'a') + "... (301 bytes)");
+}
+
+TEST(CameraSettings, ReadsServices) {
+    for (const Service service : {Service::Answered, Service::Silent, Service::Refused})
+        EXPECT_EQ(serviceFromText(describe(service)), service);
+    EXPECT_EQ(describe(Service::Answered), "answered");
+    EXPECT_EQ(describe(Service::Silent), "silent");
+    EXPECT_EQ(describe(Service::Refused), "refused");
+    EXPECT_EQ(serviceFromText("dead"), std::nullopt);
+}
+
+} // namespace Simulator
