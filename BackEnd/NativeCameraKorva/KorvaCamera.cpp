@@ -16,7 +16,8 @@ using namespace Tolvane::DeviceFramework2::Device;
 
 KorvaCamera::KorvaCamera(Communicator* communicator, const CameraInfo& info)
     : NativeCamera(communicator, info) {
-    const auto internals = std::make_shared<KorvaInternals>(this);
+    // Apart from its count, which internals_ keeps: their memory goes when the interfaces go.
+    const std::shared_ptr<KorvaInternals> internals(new KorvaInternals(this));
     internals_ = internals;
     addInterface(new KorvaImagingInterface(*this, internals));
     addInterface(new KorvaImaging2Interface(*this, internals));
