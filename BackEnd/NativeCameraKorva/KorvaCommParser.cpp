@@ -52,10 +52,9 @@ CommParser::CommParser(CommParser&& other) noexcept
 CommParser& CommParser::operator=(const CommParser& other) = default;
 
 CommParser& CommParser::operator=(CommParser&& other) noexcept {
-    if (this != &other) {
-        parsed_ = other.parsed_;
-        entries_ = std::exchange(other.entries_, {});
-    }
+    parsed_ = other.parsed_;
+    // By way of a temporary, so that an object may be assigned to itself.
+    entries_ = std::exchange(other.entries_, {});
     return *this;
 }
 
