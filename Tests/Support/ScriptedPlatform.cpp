@@ -1,28 +1,26 @@
 #include "Support/ScriptedPlatform.h"
 
-#include <algorithm>
-#include <ctime>
-#include <filesystem>
-#include <string_view>
+#include "Utf.h"
 
+#include <ctime>
+#include <optional>
+
+using Platform::Utf::Malformed;
 using TestSupport::PlatformScript;
 
 namespace {
 
 DWORD lastError = ERROR_SUCCESS;
 
-/// Stores `converted` as the Windows converters do; `capacity` 0 asks for the size.
-template <typename Character>
-int store(const std::basic_string<Character>& converted, Character* destination, int capacity) {
-    const int needed = static_cast<int>(converted.size());
-    if (capacity == 0)
-        return needed;
-    if (capacity < needed) {
+/// What the Windows converters answer for that many units; `capacity` 0 asks for the size.
+int answerFor(std::optional<std::size_t> needed, int capacity) {
+    if (PlatformScript::current().conversionFails || !needed)
+        return 0;
+    if (capacity != 0 && *needed > static_cast<std::size_t>(capacity)) {
         lastError = ERROR_INSUFFICIENT_BUFFER;
         return 0;
     }
-    std::copy(converted.begin(), converted.end(), destination);
-    return needed;
+    return static_cast<int>(*needed);
 }
 
 } // namespace
@@ -60,19 +58,19 @@ void SetLastError(DWORD code) {
     lastError = code;
 }
 
-// Well-formed text only; the converters' own rules are the platform's tests' affair.
+// Counts and flags are the platform's tests' affair; here they are what Platform/Text.h passes.
 int MultiByteToWideChar(UINT, DWORD, LPCCH text, int textBytes, LPWSTR wide, int wideCount) {
-    if (PlatformScript::current().conversionFails)
-        return 0;
-    const std::string_view narrow(text, static_cast<std::size_t>(textBytes));
-    return store(std::filesystem::path(narrow).wstring(), wide, wideCount);
+    const auto capacity = static_cast<std::size_t>(wideCount);
+    return answerFor(Platform::Utf::wideFromUtf8(text, static_cast<std::size_t>(textBytes),
+                                                 Malformed::substitute, wide, capacity),
+                     wideCount);
 }
 
 int WideCharToMultiByte(UINT, DWORD, LPCWCH wide, int wideCount, LPSTR text, int textBytes, LPCCH, LPBOOL) {
-    if (PlatformScript::current().conversionFails)
-        return 0;
-    const std::wstring_view broad(wide, static_cast<std::size_t>(wideCount));
-    return store(std::filesystem::path(broad).string(), text, textBytes);
+    const auto capacity = static_cast<std::size_t>(textBytes);
+    return answerFor(Platform::Utf::utf8FromWide(wide, static_cast<std::size_t>(wideCount),
+                                                 Malformed::substitute, text, capacity),
+                     textBytes);
 }
 
 __time64_t _time64(__time64_t* now) {

@@ -1,0 +1,91 @@
+#include "Support/ScriptedHost.h"
+
+#include "ImagingLibrary/ImagingFactory.h"
+#include "VantrelCommon/PlenarDiagnostics.h"
+
+#include <stdexcept>
+#include <utility>
+
+namespace TestSupport {
+namespace {
+
+ScriptedHost* inForce = nullptr;
+
+} // namespace
+
+ScriptedImage::ScriptedImage(unsigned int width, unsigned int height, unsigned int bitsPerSample,
+                             unsigned int samplesPerPixel, std::vector<std::uint8_t> pixels)
+    : width_(width), height_(height), bitsPerSample_(bitsPerSample), samplesPerPixel_(samplesPerPixel),
+      pixels_(std::move(pixels)) {}
+
+ScriptedImaging::~ScriptedImaging() {
+    for (const Image* image : alive)
+        delete image;
+}
+
+Image* ScriptedImaging::createImage(unsigned int width, unsigned int height, unsigned int bitsPerSample,
+                                    unsigned int samplesPerPixel, const void* pixels, int flags) {
+    calls.emplace_back("create");
+    if (createException)
+        std::rethrow_exception(createException);
+    const auto* const bytes = static_cast<const std::uint8_t*>(pixels);
+    const std::size_t count = std::size_t{width} * height * samplesPerPixel;
+    creations.push_back(
+        {width, height, bitsPerSample, samplesPerPixel, flags,
+         count == 0 ? std::vector<std::uint8_t>() : std::vector<std::uint8_t>(bytes, bytes + count)});
+    Image* const image =
+        new ScriptedImage(width, height, bitsPerSample, samplesPerPixel, creations.back().pixels);
+    alive.insert(image);
+    return image;
+}
+
+void ScriptedImaging::releaseImage(Image* image) {
+    if (image != nullptr && alive.erase(image) == 0) {
+        calls.emplace_back("release of a dead image");
+        return;
+    }
+    calls.emplace_back("release");
+    delete image;
+}
+
+Image* ScriptedImaging::convertToGreyscale(Image* image) {
+    calls.emplace_back("convert");
+    if (convertException)
+        std::rethrow_exception(convertException);
+    if (image->getSamplesPerPixel() == 1)
+        return image;
+    const auto& colours = static_cast<const ScriptedImage*>(image)->pixels();
+    std::vector<std::uint8_t> grey;
+    for (std::size_t at = 0; at < colours.size(); at += image->getSamplesPerPixel())
+        grey.push_back(colours[at]);
+    Image* const converted = new ScriptedImage(image->getWidth(), image->getHeight(), 8, 1, std::move(grey));
+    alive.insert(converted);
+    return converted;
+}
+
+ScriptedHost::ScriptedHost() {
+    inForce = this;
+}
+
+ScriptedHost::~ScriptedHost() {
+    inForce = nullptr;
+}
+
+ScriptedHost& ScriptedHost::current() {
+    if (inForce == nullptr)
+        throw std::logic_error("no ScriptedHost is in force");
+    return *inForce;
+}
+
+} // namespace TestSupport
+
+ImagingLibrary* ImagingFactory::getInstance() {
+    return &TestSupport::ScriptedHost::current().imaging;
+}
+
+std::wstring PlenarDiagnostics::getImagesSubDirectory() {
+    const TestSupport::ScriptedHost& host = TestSupport::ScriptedHost::current();
+    if (host.imagesFolderException)
+        std::rethrow_exception(host.imagesFolderException);
+    return host.imagesFolder;
+}

@@ -1,0 +1,85 @@
+#pragma once
+// The host's imaging library and diagnostics folder as tests want them.
+//
+// The objects ScriptedHost define ImagingFactory::getInstance and PlenarDiagnostics::getImagesSubDirectory;
+// in a test program that links them they stand in for the reference host's. One thread.
+
+#include "ImagingLibrary/Image.h"
+#include "ImagingLibrary/ImagingLibrary.h"
+
+#include <cstdint>
+#include <exception>
+#include <set>
+#include <string>
+#include <vector>
+
+namespace TestSupport {
+
+/// Pixels as they were given.
+class ScriptedImage final : public Image {
+public:
+    ScriptedImage(unsigned int width, unsigned int height, unsigned int bitsPerSample,
+                  unsigned int samplesPerPixel, std::vector<std::uint8_t> pixels);
+
+    unsigned int getWidth() const override { return width_; }
+    unsigned int getHeight() const override { return height_; }
+    unsigned int getBitsPerSample() const override { return bitsPerSample_; }
+    unsigned int getSamplesPerPixel() const override { return samplesPerPixel_; }
+    void* getRawImageData() override { return pixels_.data(); }
+
+    const std::vector<std::uint8_t>& pixels() const { return pixels_; }
+
+private:
+    unsigned int width_;
+    unsigned int height_;
+    unsigned int bitsPerSample_;
+    unsigned int samplesPerPixel_;
+    std::vector<std::uint8_t> pixels_;
+};
+
+/// Converts a one-sample image to itself and any other to a new one of its pixels' first samples. Records its
+/// calls; releasing what is not alive is recorded as "release of a dead image".
+class ScriptedImaging final : public ImagingLibrary {
+public:
+    struct Creation {
+        unsigned int width = 0;
+        unsigned int height = 0;
+        unsigned int bitsPerSample = 0;
+        unsigned int samplesPerPixel = 0;
+        int flags = 0;
+        std::vector<std::uint8_t> pixels;
+
+        bool operator==(const Creation&) const = default;
+    };
+
+    ~ScriptedImaging() override;
+
+    /// "create", "convert", "release", in order.
+    std::vector<std::string> calls;
+    std::vector<Creation> creations;
+    std::set<Image*> alive;
+    std::exception_ptr createException;
+    std::exception_ptr convertException;
+
+    Image* createImage(unsigned int width, unsigned int height, unsigned int bitsPerSample,
+                       unsigned int samplesPerPixel, const void* pixels, int flags) override;
+    void releaseImage(Image* image) override;
+    Image* convertToGreyscale(Image* image) override;
+};
+
+/// What the host answers with. A test makes one, which is in force for its lifetime.
+class ScriptedHost {
+public:
+    ScriptedHost();
+    ScriptedHost(const ScriptedHost&) = delete;
+    ScriptedHost& operator=(const ScriptedHost&) = delete;
+    ~ScriptedHost();
+
+    static ScriptedHost& current();
+
+    ScriptedImaging imaging;
+    std::wstring imagesFolder;
+    std::exception_ptr imagesFolderException;
+};
+
+} // namespace TestSupport
