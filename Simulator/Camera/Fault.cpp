@@ -189,15 +189,15 @@ bool Fault::hits(RequestKind asked) const {
 std::string Fault::describe() const {
     std::string text(std::ranges::find(requestRows, request, &RequestRow::kind)->name);
     const FaultRow& row = rowOf(kind);
-    text += ":" + std::string(row.name);
+    text.append(":").append(row.name);
     if (row.form == ValueForm::Pause)
-        text += "=" + std::to_string(pauseMs);
+        text.append("=").append(std::to_string(pauseMs));
     else if (number)
-        text += "=" + std::to_string(*number);
+        text.append("=").append(std::to_string(*number));
     if (row.form == ValueForm::Drip)
-        text += "/" + std::to_string(pauseMs);
+        text.append("/").append(std::to_string(pauseMs));
     if (times)
-        text += "*" + std::to_string(*times);
+        text.append("*").append(std::to_string(*times));
     return text;
 }
 
