@@ -40,7 +40,8 @@ std::string nameBeside(const fs::path& target) {
     std::random_device random;
     std::array<char, 16> suffix{};
     std::snprintf(suffix.data(), suffix.size(), ".%08x.part", static_cast<unsigned int>(random()));
-    const std::string name = "." + utf8FromPath(target.filename()) + suffix.data();
+    std::string name = ".";
+    name.append(utf8FromPath(target.filename())).append(suffix.data());
     return utf8FromPath(target.parent_path() / pathFromUtf8(name));
 }
 

@@ -45,8 +45,9 @@ std::string progressText(std::uint64_t received, std::uint64_t expected, double 
     const double share =
         expected == 0 ? 0.0 : std::min(1.0, static_cast<double>(received) / static_cast<double>(expected));
     const auto filled = static_cast<std::size_t>(share * width);
-    return "[" + std::string(filled, '#') + std::string(static_cast<std::size_t>(width) - filled, '.') +
-           "] " + numbers;
+    std::string bar(static_cast<std::size_t>(width), '.');
+    std::fill_n(bar.begin(), filled, '#');
+    return std::string(1, '[') + bar + "] " + numbers;
 }
 
 ProgressBar::ProgressBar(std::FILE* stream) : stream_(stream), enabled_(Platform::isTerminal(stream)) {}

@@ -31,9 +31,9 @@ double CaptureStopwatch::elapsedMs() const {
     LARGE_INTEGER frequency{};
     QueryPerformanceFrequency(&frequency);
     const std::int64_t perSecond = frequency.QuadPart;
-    const auto wholeSeconds = static_cast<double>(lastCounts_ / perSecond);
+    const std::int64_t wholeSeconds = lastCounts_ / perSecond;
     const double remainder = static_cast<double>(lastCounts_ % perSecond) / static_cast<double>(perSecond);
-    return (wholeSeconds + remainder) * 1000.0;
+    return (static_cast<double>(wholeSeconds) + remainder) * 1000.0;
 }
 
 } // namespace Korva

@@ -61,17 +61,18 @@ bool Fault::hits(Place asked) const {
 
 std::string Fault::describe() const {
     const FaultRow& row = rowOf(kind);
-    std::string written = std::string(rowOf(place).name) + ":" + std::string(row.name);
+    std::string written(rowOf(place).name);
+    written.append(":").append(row.name);
     if (row.form == ValueForm::Pause)
-        written += "=" + std::to_string(pauseMs);
+        written.append("=").append(std::to_string(pauseMs));
     else if (row.form == ValueForm::Key || row.form == ValueForm::Address)
-        written += "=" + text;
+        written.append("=").append(text);
     else if (number)
-        written += "=" + std::to_string(*number);
+        written.append("=").append(std::to_string(*number));
     if (row.form == ValueForm::Drip)
-        written += "/" + std::to_string(pauseMs);
+        written.append("/").append(std::to_string(pauseMs));
     if (times)
-        written += "*" + std::to_string(*times);
+        written.append("*").append(std::to_string(*times));
     return written;
 }
 

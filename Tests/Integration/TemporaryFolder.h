@@ -1,49 +1,16 @@
 #pragma once
-// A folder of one test's own.
+// A folder of one test's own, and what the files in it hold.
 
-#include <algorithm>
+#include "Support/TemporaryFolder.h"
+
 #include <filesystem>
 #include <fstream>
 #include <iterator>
-#include <stdexcept>
-#include <stdlib.h>
-#include <string>
 #include <vector>
 
 namespace Integration {
 
-/// Empty at first, gone with all it holds at its end.
-class TemporaryFolder {
-public:
-    TemporaryFolder() {
-        std::string name = (std::filesystem::temp_directory_path() / "korva-test-XXXXXX").string();
-        if (mkdtemp(name.data()) == nullptr)
-            throw std::runtime_error("no temporary folder");
-        path_ = name;
-    }
-    TemporaryFolder(const TemporaryFolder&) = delete;
-    TemporaryFolder& operator=(const TemporaryFolder&) = delete;
-    ~TemporaryFolder() {
-        std::error_code ignored;
-        std::filesystem::permissions(path_, std::filesystem::perms::owner_all, ignored);
-        std::filesystem::remove_all(path_, ignored);
-    }
-
-    const std::filesystem::path& path() const { return path_; }
-    std::string file(const std::string& name) const { return (path_ / name).string(); }
-
-    /// The names in it, hidden ones included, sorted.
-    std::vector<std::string> names() const {
-        std::vector<std::string> all;
-        for (const auto& entry : std::filesystem::directory_iterator(path_))
-            all.push_back(entry.path().filename().string());
-        std::sort(all.begin(), all.end());
-        return all;
-    }
-
-private:
-    std::filesystem::path path_;
-};
+using TestSupport::TemporaryFolder;
 
 inline std::vector<unsigned char> fileBytes(const std::filesystem::path& path) {
     std::ifstream stream(path, std::ios::binary);

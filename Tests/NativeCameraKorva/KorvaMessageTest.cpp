@@ -44,7 +44,7 @@ TEST(MessageRecords, FullArgHoldsHeaderThenValueThenData) {
 TEST(MessageRecords, FullArgBeginsEmpty) {
     const FullArg arg;
     EXPECT_EQ(arg.header.type, 0);
-    EXPECT_EQ(arg.header.length, 0u);
+    EXPECT_EQ(bigEndian32(arg.header.length), 0u);
     EXPECT_EQ(arg.value, (std::array<std::uint8_t, 4>{}));
     EXPECT_EQ(arg.data, nullptr);
 }

@@ -75,7 +75,7 @@ TEST_F(MessageReader, ReadsADoneResponse) {
     EXPECT_EQ(header.argCount, 1);
     ASSERT_EQ(args.size(), 1u);
     EXPECT_EQ(args[0].header.type, done);
-    EXPECT_EQ(args[0].header.length, 0u);
+    EXPECT_EQ(bigEndian32(args[0].header.length), 0u);
     EXPECT_EQ(args[0].data, nullptr);
     EXPECT_THAT(communicator.reads(), ElementsAre(readOf(6), readOf(5), readOf(2, 4000)));
     EXPECT_TRUE(communicator.isExhausted());

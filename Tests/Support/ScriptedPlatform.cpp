@@ -1,21 +1,26 @@
 #include "Support/ScriptedPlatform.h"
 
-#include "posix/Utf.h"
+#include "Utf.h"
 
 #include <ctime>
+#include <optional>
 
+using Platform::Utf::Malformed;
 using TestSupport::PlatformScript;
 
 namespace {
 
 DWORD lastError = ERROR_SUCCESS;
 
-/// The converters' result where `needed` units are wanted; `capacity` 0 asks for that number.
-int resultOf(std::size_t needed, int capacity) {
-    if (capacity == 0 || needed <= static_cast<std::size_t>(capacity))
-        return static_cast<int>(needed);
-    lastError = ERROR_INSUFFICIENT_BUFFER;
-    return 0;
+/// What the Windows converters answer for that many units; `capacity` 0 asks for the size.
+int answerFor(std::optional<std::size_t> needed, int capacity) {
+    if (PlatformScript::current().conversionFails || !needed)
+        return 0;
+    if (capacity != 0 && *needed > static_cast<std::size_t>(capacity)) {
+        lastError = ERROR_INSUFFICIENT_BUFFER;
+        return 0;
+    }
+    return static_cast<int>(*needed);
 }
 
 } // namespace
@@ -53,23 +58,19 @@ void SetLastError(DWORD code) {
     lastError = code;
 }
 
-// As the real ones do for valid arguments; the converters' own rules are the platform's tests' affair.
+// Counts and flags are the platform's tests' affair; here they are what Platform/Text.h passes.
 int MultiByteToWideChar(UINT, DWORD, LPCCH text, int textBytes, LPWSTR wide, int wideCount) {
-    if (PlatformScript::current().conversionFails)
-        return 0;
-    const auto needed = Platform::Utf::wideFromUtf8(text, static_cast<std::size_t>(textBytes),
-                                                    Platform::Utf::Malformed::substitute, wide,
-                                                    static_cast<std::size_t>(wideCount));
-    return resultOf(needed.value(), wideCount);
+    const auto capacity = static_cast<std::size_t>(wideCount);
+    return answerFor(Platform::Utf::wideFromUtf8(text, static_cast<std::size_t>(textBytes),
+                                                 Malformed::substitute, wide, capacity),
+                     wideCount);
 }
 
 int WideCharToMultiByte(UINT, DWORD, LPCWCH wide, int wideCount, LPSTR text, int textBytes, LPCCH, LPBOOL) {
-    if (PlatformScript::current().conversionFails)
-        return 0;
-    const auto needed = Platform::Utf::utf8FromWide(wide, static_cast<std::size_t>(wideCount),
-                                                    Platform::Utf::Malformed::substitute, text,
-                                                    static_cast<std::size_t>(textBytes));
-    return resultOf(needed.value(), textBytes);
+    const auto capacity = static_cast<std::size_t>(textBytes);
+    return answerFor(Platform::Utf::utf8FromWide(wide, static_cast<std::size_t>(wideCount),
+                                                 Malformed::substitute, text, capacity),
+                     textBytes);
 }
 
 __time64_t _time64(__time64_t* now) {

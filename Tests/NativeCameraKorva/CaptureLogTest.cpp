@@ -1,0 +1,118 @@
+// What a capture says, and when.
+
+#include "CaptureFixture.h"
+
+namespace CaptureTests {
+namespace {
+
+using ::testing::ElementsAre;
+using TestSupport::PlatformScript;
+
+struct CaptureLog : Capture {
+    CaptureLog() { log.setLevel(log4cxx::Level::getDebug()); }
+};
+
+TEST_F(CaptureLog, TellsEachStepAndItsTime) {
+    answerGoodAttempt();
+    communicator.onWrite([](std::size_t index) {
+        PlatformScript::current().counter += 7 + static_cast<std::int64_t>(index); // 7, 8 and 9 ms
+    });
+    EXPECT_NE(capture(), nullptr);
+    EXPECT_THAT(
+        log.texts(),
+        ElementsAre(LogText{"DEBUG", "Before taking picture.. setting exposure = 6400 mode = 2 format "
+                                     "= 1 depth = 10 shift = 4"},
+                    LogText{"DEBUG", "Time to send / receive response on config message 7ms"},
+                    LogText{"DEBUG", "Now sending TakeImage request"},
+                    LogText{"DEBUG", "Time for Korva to take and process picture 8ms"},
+                    LogText{"DEBUG", "Now sending GetImage request"},
+                    LogText{"DEBUG", "Time to read image from Korva 9ms"},
+                    LogText{"INFO", "Pulled Korva image with resolution: 2 1"},
+                    LogText{"DEBUG", "Conversion to raw image: 0ms"}, LogText{"DEBUG", "bit reduction: 0ms"},
+                    LogText{"DEBUG", "color to greyscale: 0ms"}));
+}
+
+TEST_F(CaptureLog, MeasuresEachPhaseByItself) {
+    answerGoodAttempt();
+    PlatformScript::current().counterStep = 3; // from the query at a phase's start to the one at its end
+    PlatformScript::current().frequency = 2000;
+    EXPECT_NE(capture(), nullptr);
+    const auto texts = log.texts();
+    EXPECT_EQ(texts.at(1).message, "Time to send / receive response on config message 1.5ms");
+    EXPECT_EQ(texts.at(3).message, "Time for Korva to take and process picture 1.5ms");
+    EXPECT_EQ(texts.at(5).message, "Time to read image from Korva 1.5ms");
+    EXPECT_EQ(texts.at(7).message, "Conversion to raw image: 1.5ms");
+    EXPECT_EQ(texts.at(8).message, "bit reduction: 1.5ms");
+    EXPECT_EQ(texts.at(9).message, "color to greyscale: 1.5ms");
+}
+
+TEST_F(CaptureLog, DoesNotCountThePauseAsTimeOfTheTake) {
+    answerGoodAttempt();
+    EXPECT_NE(capture({.delayBeforeTake = true}), nullptr);
+    EXPECT_EQ(log.texts().at(2).message, "Inserting 10s of delay in between Take and Get");
+    EXPECT_EQ(log.texts().at(3).message, "Now sending TakeImage request");
+    EXPECT_EQ(log.texts().at(4).message, "Time for Korva to take and process picture 0ms");
+}
+
+TEST_F(CaptureLog, WritesTheConfigurationInHexadecimal) {
+    capture({.forceMode1 = true, .png = true, .exposure = 0xABCD});
+    EXPECT_EQ(log.texts().front().message,
+              "Before taking picture.. setting exposure = cdab mode = 1 format = 2 depth = 10 shift = 4");
+}
+
+TEST_F(CaptureLog, RightAlignsTheExposureInTwoColumns) {
+    capture({.monochrome = true, .exposure = 0x0500});
+    EXPECT_EQ(log.texts().front().message,
+              "Before taking picture.. setting exposure =  5 mode = 3 format = 1 depth = 10 shift = 4");
+}
+
+TEST_F(CaptureLog, WritesAResolutionInDecimal) {
+    answerAttempt(sgiFile(TestSupport::uniformSamples(300, 17, 3, 640)));
+    EXPECT_NE(capture(), nullptr);
+    EXPECT_EQ(log.texts().at(6), (LogText{"INFO", "Pulled Korva image with resolution: 300 17"}));
+}
+
+TEST_F(CaptureLog, AnnouncesARequestBeforeItIsSent) {
+    answerGoodAttempt();
+    std::vector<std::string> lastLines;
+    communicator.onWrite([&](std::size_t) { lastLines.push_back(log.texts().back().message); });
+    EXPECT_NE(capture(), nullptr);
+    EXPECT_THAT(lastLines, ElementsAre("Before taking picture.. setting exposure = 6400 mode = 2 format = 1 "
+                                       "depth = 10 shift = 4",
+                                       "Now sending TakeImage request", "Now sending GetImage request"));
+}
+
+TEST_F(CaptureLog, HasNoTimeForAnAnswerThatCouldNotBeRead) {
+    EXPECT_EQ(capture(), nullptr);
+    EXPECT_EQ(log.texts().at(1), (LogText{"ERROR", "parseIncomingMessage failed for image configuration"}));
+    EXPECT_EQ(log.texts().at(2), (LogText{"INFO", "First image grab attempt failed, re-trying image grab"}));
+}
+
+TEST_F(CaptureLog, HasATimeForAnAnswerThatIsRefused) {
+    answer(errorMessage());
+    EXPECT_EQ(capture(), nullptr);
+    EXPECT_EQ(log.texts().at(1).message, "Time to send / receive response on config message 0ms");
+}
+
+TEST_F(CaptureLog, TellsTheReductionsTimeBeforeItCallsThePictureBlack) {
+    answerAttempt(sgiFile(TestSupport::uniformSamples(2, 2, 3, 0)));
+    EXPECT_EQ(capture(), nullptr);
+    EXPECT_EQ(log.texts().at(8).message, "bit reduction: 0ms");
+    EXPECT_EQ(log.texts().at(9), (LogText{"ERROR", "All black image from Korva detected"}));
+}
+
+TEST_F(CaptureLog, StandsUnderItsLoggerWithItsLocation) {
+    answerAttempt(sgiFile(TestSupport::uniformSamples(2, 2, 3, 0)));
+    answerGoodAttempt();
+    EXPECT_NE(capture({.delayBeforeTake = true}), nullptr);
+    EXPECT_EQ(log.lines().size(), 23u);
+    for (const TestSupport::LogLine& line : log.lines()) {
+        EXPECT_EQ(line.logger, loggerName);
+        EXPECT_EQ(line.file, "BackEnd/NativeCameraKorva/KorvaHelper");
+        EXPECT_GT(line.line, 0);
+        EXPECT_FALSE(line.method.empty());
+    }
+}
+
+} // namespace
+} // namespace CaptureTests
