@@ -70,8 +70,8 @@ TEST(Lab, GivesEveryCameraAMachineOfItsOwn) {
         runScript({"--cameras", "2"}, "stat -Lc %i $KORVA_LAB/namespaces/{host,switch,camera-1,camera-2}"
                                       " | sort -u | wc -l; ps -C korva -o args= | sort");
     EXPECT_THAT(result.output, StartsWith("4\n"));
-    EXPECT_THAT(result.output, HasSubstr("korva simulate --address 10.77.1.11\n"));
-    EXPECT_THAT(result.output, HasSubstr("korva simulate --address 10.77.1.12\n"));
+    EXPECT_THAT(result.output, HasSubstr("korva simulate --address 10.77.1.11 "));
+    EXPECT_THAT(result.output, HasSubstr("korva simulate --address 10.77.1.12 "));
 }
 
 TEST(Lab, StartsTheCommandOnlyWhenAllCamerasServe) {
@@ -116,6 +116,18 @@ TEST(Lab, ShowsHostAndCamerasEachOther) {
                                                "address show net1 | grep -o 'inet.*brd [^ ]*'")
                   .output,
               "inet 10.77.1.11/24 brd 10.77.1.255\n");
+}
+
+TEST(Lab, TellsCamerasWhoTheyAreUnlessTheirArgumentsDo) {
+    const TemporaryFile set("1\n1,2 --room Hall --serial 7 --announce 10.77.2.12\n");
+    const LabResult result = runScript({"--networks", "2", "--set", set.path()},
+                                       "grep -hE '^  (room|static|disc)' $KORVA_LAB/*.log");
+    EXPECT_EQ(result.output, "  room Room 1, announced as 10.77.1.11, serial 1001, hardware M61, API 1.4\n"
+                             "  static, net mask 255.255.255.0, gateway 10.77.1.1\n"
+                             "  discovery on UDP 10.77.1.11:32768, 10.77.1.255, 255.255.255.255\n"
+                             "  room Hall, announced as 10.77.2.12, serial 7, hardware M61, API 1.4\n"
+                             "  static, net mask 255.255.255.0, gateway 10.77.1.1\n"
+                             "  discovery on UDP 0.0.0.0:32768\n");
 }
 
 TEST(Lab, HandsArgumentsToEveryCamera) {
