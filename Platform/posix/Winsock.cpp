@@ -136,7 +136,7 @@ ssize_t receiveBefore(const std::optional<steady_clock::time_point>& deadline, i
                       msghdr& message) {
     for (;;) {
         const ssize_t received = ::recvmsg(descriptor, &message, MSG_DONTWAIT);
-        if (received >= 0 || (errno != EAGAIN && errno != EINTR))
+        if (received >= 0 || errno != EAGAIN)
             return received;
         if (deadline && steady_clock::now() >= *deadline) {
             errno = ETIMEDOUT;
