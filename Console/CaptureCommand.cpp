@@ -1,171 +1,165 @@
 #include "CaptureCommand.h"
 
+#include "CameraHost.h"
+#include "CameraUse.h"
 #include "CaptureReport.h"
+#include "CommandRun.h"
 #include "FailureAdvice.h"
 #include "PictureFile.h"
 #include "Printable.h"
 #include "ProgressBar.h"
 #include "ToolLog.h"
 
-#include "Communicator/DeviceException.h"
-#include "Communicator/PosixEthernetCommunicator.h"
-#include "ImagingLibrary/Image.h"
-#include "ImagingLibrary/ImagingFactory.h"
-#include "ImagingLibrary/ImagingLibrary.h"
-#include "NativeCameraKorva/KorvaHelper.h"
 #include "Platform/Terminal.h"
 #include "Platform/Text.h"
 
 #include <chrono>
+#include <cstdint>
 #include <cstdio>
-#include <memory>
 #include <numeric>
+#include <set>
 #include <span>
-#include <stdexcept>
 #include <utility>
 
 namespace Console {
 
 namespace {
 
-/// The run ends; the message is the line for standard error, printable.
-class CaptureFailure : public std::runtime_error {
-public:
-    using std::runtime_error::runtime_error;
-};
+std::span<const unsigned char> pixelsOf(const image_t& picture) {
+    return {picture.pixels.get(), static_cast<std::size_t>(picture.width) * picture.height};
+}
 
-/// Ctrl-C was noticed while a read went on; leaves the plug-in's capture the way a transport's failure does.
-class Interrupted : public std::runtime_error {
-public:
-    Interrupted() : std::runtime_error("interrupted") {}
-};
+double meanOf(std::span<const unsigned char> pixels) {
+    return static_cast<double>(std::accumulate(pixels.begin(), pixels.end(), std::uint64_t{0})) /
+           static_cast<double>(pixels.size());
+}
 
-struct ReleaseImage {
-    void operator()(Image* image) const { ImagingFactory::getInstance()->releaseImage(image); }
-};
-using ImagePointer = std::unique_ptr<Image, ReleaseImage>;
+std::string addressOf(const NativeCamera& camera) {
+    return Platform::utf8FromWide(camera.getCameraInfo().getIpAddress());
+}
 
-std::string joined(const std::vector<std::string>& texts) {
+/// Each failure on a line of its own.
+std::string onLines(const std::vector<std::string>& failures) {
     std::string all;
-    for (const std::string& text : texts)
-        all += (all.empty() ? "" : "; ") + text;
+    for (const std::string& failure : failures)
+        all += (all.empty() ? "" : "\nkorva: ") + failure;
     return all;
 }
 
 /// One run of the command.
 class CaptureRun {
 public:
-    CaptureRun(const CaptureOptions& options, const LogOptions& log)
-        : options_(options), bar_(stderr), log_(log, &bar_),
-          camera_(Platform::wideFromUtf8(options.address), options.port, -1) {
-        camera_.setProgressObserver([this](std::size_t received, std::size_t expected) {
-            bar_.observe(received, expected);
-            if (Platform::interrupted())
-                throw Interrupted();
-        });
-    }
+    CaptureRun(const CaptureOptions& options, const LogOptions& log, CaptureReport& report)
+        : options_(options), report_(report), bar_(stderr), log_(log, &bar_), host_(options.camera, log_) {}
 
-    /// Adds to `report` picture by picture. Throws CaptureFailure, PictureFileError, and std::exception for
+    /// Adds to the report picture by picture. Throws CommandFailure, PictureFileError, and std::exception for
     /// what should not happen.
-    void takeAll(CaptureReport& report) {
-        checkWritable(pictureFileName(options_, 1));
-        for (int number = 1; number <= options_.count; ++number) {
-            report.pictures.push_back(takeOne(pictureFileName(options_, number)));
-            const std::vector<std::string> remarks = log_.takeRemarks();
-            report.remarks.insert(report.remarks.end(), remarks.begin(), remarks.end());
-            if (!options_.json)
-                std::printf("%s\n", pictureLine(report.pictures.back()).c_str());
-            std::fflush(stdout);
-        }
+    void takeAll() {
+        if (options_.camera.all)
+            return takeOfAllFound();
+        // Before the camera is asked anything, where the name is known.
+        if (!options_.output.empty() || !options_.camera.address.empty())
+            checkWritable(pictureFileName(options_, options_.camera.address, 1));
+        const CameraPointer camera = host_.cameraNamedBy(options_.camera);
+        takeOf(*camera);
     }
 
 private:
-    TakenPicture takeOne(const std::string& file) {
+    void takeOfAllFound() {
+        if (!options_.output.empty())
+            makeFolder(options_.output);
+        std::vector<CameraTemplatePointer> found;
+        host_.search([&found](CameraTemplatePointer camera) { found.push_back(std::move(camera)); });
+        keepRemarks("");
+        if (found.empty())
+            throw CommandFailure("no Korva camera found; try: korva capture ADDRESS");
+        for (CameraTemplatePointer& entry : found) {
+            try {
+                takeOf(*host_.cameraFrom(*entry));
+            } catch (const CommandFailure& failure) { // the next camera may do better
+                report_.failures.emplace_back(failure.what());
+            }
+            entry.reset();
+            if (Platform::interrupted())
+                return;
+        }
+    }
+
+    void takeOf(NativeCamera& camera) {
+        CameraUse use(camera, bar_);
+        use.setExposure(options_.exposureUnits);
+        const std::string address = addressOf(camera);
+        for (int number = 1; number <= options_.count; ++number) {
+            const std::string file = unusedName(pictureFileName(options_, address, number));
+            checkWritable(file);
+            report_.pictures.push_back(takeOne(use, placeOf(camera), file));
+            report_.pictures.back().address = address;
+            keepRemarks(printable(address) + ": ");
+            if (!options_.json)
+                say(pictureLine(report_.pictures.back()));
+        }
+    }
+
+    TakenPicture takeOne(CameraUse& use, const std::string& place, const std::string& file) {
         using Clock = std::chrono::steady_clock;
         const auto start = Clock::now();
-        const ImagePointer image = fetch();
+        const std::optional<image_t> image = use.takePicture();
+        bar_.erase();
         TakenPicture picture;
         picture.milliseconds = std::chrono::duration<double, std::milli>(Clock::now() - start).count();
+        if (Platform::interrupted())
+            throw CommandFailure("interrupted while a picture was taken from " + place +
+                                 "; nothing of it was kept");
+        if (!image) {
+            const std::string reason = reasonOf(log_.takeRemarks());
+            throw CommandFailure("no picture from " + place + ": " + reason + "; try: " + adviceFor(reason));
+        }
         picture.file = file;
-        picture.width = image->getWidth();
-        picture.height = image->getHeight();
-
-        const std::span pixels(static_cast<const unsigned char*>(image->getRawImageData()),
-                               std::size_t{picture.width} * picture.height);
-        picture.mean = static_cast<double>(std::accumulate(pixels.begin(), pixels.end(), std::uint64_t{0})) /
-                       static_cast<double>(pixels.size());
-        writeWholeFile(file, encodeGreyPng(picture.width, picture.height, pixels));
+        picture.width = static_cast<std::uint32_t>(image->width);
+        picture.height = image->height;
+        picture.mean = meanOf(pixelsOf(*image));
+        writeWholeFile(file, encodeGreyPng(picture.width, picture.height, pixelsOf(*image)));
         return picture;
     }
 
-    /// A grey picture of at least one pixel.
-    ImagePointer fetch() {
-        ImagePointer image;
-        try {
-            image.reset(Korva::capture(&camera_, false, false, false, options_.exposureUnits, false));
-        } catch (const Interrupted&) {
-            bar_.erase();
-        } catch (const DeviceException& error) {
-            bar_.erase();
-            fail("no picture: ", printable(error.what())); // which names the camera
-        }
-        bar_.erase();
-        if (Platform::interrupted())
-            throw CaptureFailure("interrupted while a picture was taken from " + where() +
-                                 "; nothing of it was kept");
-        if (image == nullptr)
-            fail(noPictureFromHere(), joined(log_.takeRemarks()));
-        if (image->getWidth() == 0 || image->getHeight() == 0)
-            fail(noPictureFromHere(), "the camera's answer holds no readable picture file");
-        return image;
+    /// Two cameras may call themselves alike.
+    std::string unusedName(std::string name) {
+        while (!names_.insert(name).second)
+            name.insert(name.size() - std::string(".png").size(), "_");
+        return name;
     }
 
-    [[noreturn]] static void fail(const std::string& what, const std::string& reason) {
-        const std::string known = reason.empty() ? "the plug-in gave no reason" : reason;
-        throw CaptureFailure(what + known + "; try: " + adviceFor(known));
+    void keepRemarks(const std::string& whose) {
+        for (const std::string& remark : log_.takeRemarks())
+            report_.remarks.push_back(whose + remark);
     }
-
-    std::string noPictureFromHere() const { return "no picture from " + where() + ": "; }
-
-    std::string where() const { return printable(options_.address) + ":" + std::to_string(options_.port); }
 
     const CaptureOptions& options_;
+    CaptureReport& report_;
     ProgressBar bar_;
     ToolLog log_;
-    PosixEthernetCommunicator camera_;
+    CameraHost host_;
+    std::set<std::string> names_;
 };
-
-/// Whatever was printed has really gone out: a full disk behind a redirection shows up here.
-bool standardOutputHolds() {
-    return std::fflush(stdout) == 0 && std::ferror(stdout) == 0;
-}
 
 } // namespace
 
 ExitStatus runCapture(const CaptureOptions& options, const CommonOptions& common) {
-    Platform::catchInterrupts();
-    CaptureReport report;
-    try {
-        applyToHost(common);
-        CaptureRun(options, common.log).takeAll(report);
-    } catch (const CaptureFailure& failure) {
-        report.failure = failure.what();
-    } catch (const std::exception& error) {
-        report.failure = printable(error.what());
-    }
-
-    for (const std::string& remark : report.remarks)
-        std::fprintf(stderr, "korva: warning from %s: %s\n", printable(options.address).c_str(),
-                     remark.c_str());
-    if (options.json)
-        std::printf("%s\n", jsonReport(options, report).c_str());
-    if (!report.failure.empty())
-        std::fprintf(stderr, "korva: %s\n", report.failure.c_str());
-    else if (!standardOutputHolds())
-        std::fprintf(stderr, "korva: standard output could not be written\n");
-    else
-        return ExitStatus::done;
-    return ExitStatus::failed;
+    return runCommand(common, [&] {
+        CaptureReport report;
+        try {
+            CaptureRun(options, common.log, report).takeAll();
+        } catch (const CommandFailure& failure) {
+            report.failures.emplace_back(failure.what());
+        } catch (const std::exception& error) {
+            report.failures.push_back(printable(error.what()));
+        }
+        warn(report.remarks);
+        if (options.json)
+            say(jsonReport(options, report));
+        if (!report.failures.empty())
+            throw CommandFailure(onLines(report.failures));
+    });
 }
 
 } // namespace Console

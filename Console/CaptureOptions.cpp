@@ -43,12 +43,7 @@ std::optional<int> exposureUnitsFromSeconds(std::string_view text) {
 }
 
 void addCaptureOptions(CLI::App& command, CaptureOptions& options) {
-    command.add_option("ADDRESS", options.address, "The camera's IPv4 address or host name")
-        ->option_text(" ")
-        ->required()
-        ->check([](const std::string& address) {
-            return address.empty() ? std::string("it is empty") : std::string();
-        });
+    addAnyCameras(command, options.camera);
     command
         .add_option_function<std::string>(
             "--exposure",
@@ -62,24 +57,27 @@ void addCaptureOptions(CLI::App& command, CaptureOptions& options) {
             "Exposure time, 0.1 to 360 in steps of 0.1; 1.5 unless given")
         ->option_text("SECONDS");
     command
-        .add_option("--count", options.count, "Take so many pictures, numbered name-1.png, name-2.png ...")
+        .add_option("--count", options.count,
+                    "Take so many pictures of each camera, numbered name-1.png, name-2.png ...")
         ->option_text("N")
         ->check(CLI::Range(1, mostPictures));
     command
-        .add_option(
-            "--output", options.output,
-            "The grey 8-bit PNG file to write, replacing an older one; korva-ADDRESS.png unless given")
-        ->option_text("FILE.png");
-    command.add_flag("--json", options.json, "Print one JSON object on standard output instead of words");
-    command.add_option("--port", options.port, "The camera's TCP port; 32769 unless given")
-        ->option_text("PORT")
-        ->check(CLI::Range(1, 65535));
+        .add_option("--output", options.output,
+                    "The grey 8-bit PNG file to write, replacing an older one; korva-ADDRESS.png unless "
+                    "given. With --all "
+                    "the folder for these files, made if it is missing; the current one unless given")
+        ->option_text("FILE.png|DIR");
+    command.add_flag("--json", options.json, "Print one JSON object on standard output instead of words")
+        ->option_text(" ");
+    addPluginOption(command, options.camera);
     command.footer("Exit status: 0 done; 1 the camera, the network or the disk failed, or Ctrl-C; 2 wrong "
                    "usage.");
 }
 
-std::string pictureFileName(const CaptureOptions& options, int number) {
-    std::string name = options.output.empty() ? defaultOutput(options.address) : options.output;
+std::string pictureFileName(const CaptureOptions& options, const std::string& address, int number) {
+    std::string name = options.output.empty() ? defaultOutput(address) : options.output;
+    if (options.camera.all && !options.output.empty())
+        name = options.output + (options.output.ends_with('/') ? "" : "/") + defaultOutput(address);
     if (options.count == 1)
         return name;
     const std::size_t nameStart = name.find_last_of('/') + 1; // npos + 1 is 0

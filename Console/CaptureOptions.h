@@ -1,6 +1,8 @@
 #pragma once
 // What the command line of `korva capture` says.
 
+#include "CameraOptions.h"
+
 #include <optional>
 #include <string>
 #include <string_view>
@@ -11,14 +13,11 @@ class App;
 
 namespace Console {
 
-inline constexpr int cameraPort = 32769;
-
 struct CaptureOptions {
-    std::string address;    ///< IPv4 address or host name
-    int port = cameraPort;  ///< the binary protocol's TCP port
+    CameraOptions camera;
     int exposureUnits = 15; ///< units of 100 ms, 1 to 3600
-    int count = 1;          ///< pictures to take, 1 to 9999
-    std::string output;     ///< UTF-8 path as given; empty: named after the address
+    int count = 1;          ///< pictures of each camera, 1 to 9999
+    std::string output;     ///< UTF-8 path of the file, of all cameras the folder; empty: not given
     bool json = false;
 };
 
@@ -29,8 +28,9 @@ void addCaptureOptions(CLI::App& command, CaptureOptions& options);
 /// below 0.1 or above 360, or lies between two steps.
 std::optional<int> exposureUnitsFromSeconds(std::string_view text);
 
-/// The file of picture `number` (from 1) of `count`: `output`, or "korva-ADDRESS.png" where that is empty. Of
-/// several pictures each file bears "-NUMBER" before its extension.
-std::string pictureFileName(const CaptureOptions& options, int number);
+/// The file of picture `number` (from 1) of the camera at `address`: options.output, or "korva-ADDRESS.png"
+/// where that is empty; of all cameras, that name in the folder options.output. Of several pictures of a
+/// camera each file bears "-NUMBER" before its extension. The address may be any text.
+std::string pictureFileName(const CaptureOptions& options, const std::string& address, int number);
 
 } // namespace Console

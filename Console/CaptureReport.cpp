@@ -27,13 +27,12 @@ std::string pictureLine(const TakenPicture& picture) {
 
 std::string jsonReport(const CaptureOptions& options, const CaptureReport& report) {
     nlohmann::ordered_json object;
-    object["address"] = options.address;
-    object["port"] = options.port;
     object["exposureSeconds"] = options.exposureUnits / 10.0;
     object["files"] = nlohmann::ordered_json::array();
     for (const TakenPicture& picture : report.pictures) {
         nlohmann::ordered_json file;
         file["file"] = picture.file;
+        file["address"] = picture.address;
         file["width"] = picture.width;
         file["height"] = picture.height;
         file["mean"] = roundedTo(picture.mean, 1000.0);
@@ -41,9 +40,12 @@ std::string jsonReport(const CaptureOptions& options, const CaptureReport& repor
         object["files"].push_back(std::move(file));
     }
     object["warnings"] = report.remarks;
-    if (!report.failure.empty())
-        object["error"] = report.failure;
-    return object.dump(-1, ' ', false, nlohmann::ordered_json::error_handler_t::replace);
+    std::string error;
+    for (const std::string& failure : report.failures)
+        error += (error.empty() ? "" : "\n") + failure;
+    if (!error.empty())
+        object["error"] = error;
+    return object.dump(-1, ' ', true, nlohmann::ordered_json::error_handler_t::replace);
 }
 
 } // namespace Console

@@ -1,7 +1,8 @@
 #include "FailureAdvice.h"
 
 #include <algorithm>
-#include <array>
+#include <cstddef>
+#include <set>
 #include <system_error>
 #include <vector>
 
@@ -34,6 +35,11 @@ const std::vector<Advice>& table() {
         {"closed", "take the picture again; if it stays so, restart the camera"},
         {"All black image", "open the lens cap, light the scene or use a longer --exposure"},
         {"Korva returned an error code", "use another --exposure; if it stays so, restart the camera"},
+        {"the camera's resolution is", "describe the camera anew with: korva describe ADDRESS"},
+        {"SW version at least", "update the camera's firmware"},
+        {"info from Korva device", "check that this is a Korva camera; restart it"},
+        {"determine its resolution", "open the lens cap, and light the scene"},
+        {"parseIncomingMessage failed", "check the cable and restart the camera"},
         {"image configuration", "restart the camera and check the cable"},
         {"take image request",
          "use a shorter --exposure (the camera has 10 s to answer) or restart the camera"},
@@ -50,7 +56,24 @@ std::string adviceFor(std::string_view reason) {
         if (reason.find(advice.sign) != std::string_view::npos)
             return advice.text;
     }
-    return "take the picture again with --log debug to see what the camera says";
+    return "try again with --log debug to see what the camera says";
+}
+
+std::string reasonOf(const std::vector<std::string>& remarks) {
+    static const std::set<std::string> sayNothing = {"DeviceException while determining camera info.",
+                                                     "Failed to capture Korva image"};
+    std::vector<std::string> reasons;
+    for (const std::string& remark : remarks) {
+        const std::size_t begin = std::min(remark.find_first_not_of(' '), remark.size());
+        const std::string reason = remark.substr(begin);
+        if (!sayNothing.contains(reason) &&
+            std::find(reasons.begin(), reasons.end(), reason) == reasons.end())
+            reasons.push_back(reason);
+    }
+    std::string all;
+    for (const std::string& reason : reasons)
+        all += (all.empty() ? "" : "; ") + reason;
+    return all.empty() ? "the plug-in gave no reason" : all;
 }
 
 } // namespace Console

@@ -137,4 +137,11 @@ void checkWritable(const std::string& utf8Path) {
     const PartFile part(utf8Path);
 }
 
+void makeFolder(const std::string& utf8Path) {
+    std::error_code code;
+    fs::create_directories(pathFromUtf8(utf8Path), code);
+    if (code)
+        throw PictureFileError("cannot make the folder " + utf8Path + ": " + code.message());
+}
+
 } // namespace Console

@@ -28,4 +28,7 @@ void writeWholeFile(const std::string& utf8Path, std::span<const unsigned char> 
 /// Throws PictureFileError where writeWholeFile could not even begin. Leaves nothing behind.
 void checkWritable(const std::string& utf8Path);
 
+/// Makes a folder, and those that hold it, where they are missing. Throws PictureFileError.
+void makeFolder(const std::string& utf8Path);
+
 } // namespace Console

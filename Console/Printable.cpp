@@ -72,4 +72,18 @@ std::string printable(std::string_view text) {
     return result;
 }
 
+std::string printableXml(std::string_view xml) {
+    std::string result;
+    result.reserve(xml.size());
+    while (!xml.empty()) {
+        const CodePoint point = firstCodePoint(xml);
+        if (point.bytes != 0 && steersTerminal(point.value) && point.value != '\n')
+            result += "&#" + std::to_string(point.value) + ";";
+        else
+            result += xml.substr(0, point.bytes);
+        xml.remove_prefix(point.bytes == 0 ? 1 : point.bytes);
+    }
+    return result;
+}
+
 } // namespace Console

@@ -12,4 +12,8 @@ namespace Console {
 /// UTF-8 that cannot steer a terminal.
 std::string printable(std::string_view text);
 
+/// A well-formed XML document with each of those characters as a character reference, but for the line feed:
+/// the same document, unable to steer a terminal. A byte that is not part of well-formed UTF-8 is left out.
+std::string printableXml(std::string_view xml);
+
 } // namespace Console

@@ -92,9 +92,10 @@ std::string simulateGreeting(const Simulator::CameraServer& server, const std::s
         text << ", " << broadcast;
     for (const Simulator::Fault& fault : camera.faults)
         text << "\n  fault: " << fault.describe();
-    text << "\nTake a picture with: korva capture " << address;
-    if (server.binaryTcpPort() != Simulator::binaryPort)
-        text << " --port " << server.binaryTcpPort();
+    const bool hasCamerasPorts =
+        server.binaryTcpPort() == Simulator::binaryPort && server.textTcpPort() == Simulator::textPort;
+    text << "\nTake a picture with: korva capture "
+         << (hasCamerasPorts ? address : "--from a description with this address and port");
     return text.str();
 }
 

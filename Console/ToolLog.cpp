@@ -37,6 +37,11 @@ public:
         return std::exchange(remarks_, {});
     }
 
+    std::vector<std::string> remarks() {
+        const std::lock_guard lock(mutex_);
+        return remarks_;
+    }
+
 protected:
     void append(const log4cxx::spi::LoggingEventPtr& event, log4cxx::helpers::Pool& /*pool*/) override {
         const std::string message = printable(event->getMessage());
@@ -89,6 +94,10 @@ ToolLog::~ToolLog() {
 
 std::vector<std::string> ToolLog::takeRemarks() {
     return appender_->takeRemarks();
+}
+
+std::vector<std::string> ToolLog::remarks() const {
+    return appender_->remarks();
 }
 
 } // namespace Console

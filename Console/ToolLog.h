@@ -30,6 +30,9 @@ public:
     /// printable text. At most 8; later ones are dropped.
     std::vector<std::string> takeRemarks();
 
+    /// The same, without forgetting them.
+    std::vector<std::string> remarks() const;
+
 private:
     class Appender;
     std::shared_ptr<Appender> appender_;

@@ -1,16 +1,21 @@
-// korva: takes pictures from a Korva camera, or plays one.
+// korva: finds Korva cameras, takes pictures with them, or plays them.
 
 #include "CaptureCommand.h"
 #include "CaptureOptions.h"
 #include "CommonOptions.h"
 #include "ExitStatus.h"
+#include "HealthCommand.h"
+#include "ListCommands.h"
 #include "SimulateCommand.h"
 #include "SimulateOptions.h"
 
 #include <CLI/CLI.hpp>
 
+#include <algorithm>
 #include <clocale>
 #include <cstdlib>
+#include <functional>
+#include <vector>
 
 namespace {
 
@@ -24,28 +29,50 @@ void useUtf8Locale() {
     std::setlocale(LC_NUMERIC, "C");
 }
 
-Console::ExitStatus run(int argc, char** argv) {
-    using Console::ExitStatus;
-    CLI::App app("Takes pictures from Korva network cameras.", "korva");
+using Console::ExitStatus;
+
+/// One command of the tool, with its options.
+struct Command {
+    CLI::App* app;
+    std::function<ExitStatus()> run;
+};
+
+ExitStatus run(int argc, char** argv) {
+    CLI::App app("Finds Korva network cameras and takes pictures with them.", "korva");
     app.require_subcommand(1);
     Console::CommonOptions common;
-    Console::CaptureOptions captureOptions;
-    Console::SimulateOptions simulateOptions;
     addCommonOptions(app, common);
-    CLI::App* const capture = app.add_subcommand("capture", "Take pictures from a camera");
-    addCaptureOptions(*capture, captureOptions);
-    addCommonOptions(*capture, common);
-    CLI::App* const simulate = app.add_subcommand("simulate", "Play a camera on the network");
-    addSimulateOptions(*simulate, simulateOptions);
-    addCommonOptions(*simulate, common);
+    std::vector<Command> commands;
+    const auto add = [&](const char* name, const char* help, const auto& addOptions, auto& options,
+                         const auto& runIt) {
+        CLI::App* const command = app.add_subcommand(name, help);
+        addOptions(*command, options);
+        addCommonOptions(*command, common);
+        commands.push_back({command, [&] { return runIt(options, common); }});
+    };
+    Console::IdentityOptions discover;
+    Console::IdentityOptions identify;
+    Console::IdentityOptions describe;
+    Console::CaptureOptions capture;
+    Console::HealthOptions health;
+    Console::SimulateOptions simulate;
+    add("discover", "Find the cameras on the local networks", Console::addDiscoverOptions, discover,
+        Console::runDiscover);
+    add("identify", "Say who a camera is", Console::addIdentifyOptions, identify, Console::runIdentify);
+    add("capture", "Take pictures", Console::addCaptureOptions, capture, Console::runCapture);
+    add("describe", "Print a camera's stored description (XML)", Console::addDescribeOptions, describe,
+        Console::runDescribe);
+    add("health", "Ask a camera whether it answers", Console::addHealthOptions, health, Console::runHealth);
+    add("simulate", "Play a camera on the network", Console::addSimulateOptions, simulate,
+        Console::runSimulate);
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError& error) {
         return app.exit(error) == 0 ? ExitStatus::done : ExitStatus::wrongUsage;
     }
-    if (*simulate)
-        return Console::runSimulate(simulateOptions, common);
-    return Console::runCapture(captureOptions, common);
+    const auto chosen = std::find_if(commands.begin(), commands.end(),
+                                     [](const Command& command) { return command.app->parsed(); });
+    return chosen->run();
 }
 
 } // namespace

@@ -2,6 +2,10 @@
 
 #include <dlfcn.h>
 
+std::string Platform::libraryFileName(const std::string& name) {
+    return "lib" + name + ".so";
+}
+
 Platform::DynamicLibrary::~DynamicLibrary() {
     unload();
 }

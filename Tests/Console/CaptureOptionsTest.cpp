@@ -23,7 +23,6 @@ CaptureOptions parsed(std::vector<std::string> arguments) {
 
 CaptureOptions named(const std::string& output, int count) {
     CaptureOptions options;
-    options.address = "10.0.0.7";
     options.output = output;
     options.count = count;
     return options;
@@ -64,23 +63,23 @@ TEST(CaptureOptions, RefuseExposureThatIsNoDecimalNumber) {
 
 TEST(CaptureOptions, DefaultsAreOnePictureOfOneAndAHalfSeconds) {
     const CaptureOptions options = parsed({"10.0.0.7"});
-    EXPECT_EQ(options.address, "10.0.0.7");
-    EXPECT_EQ(options.port, 32769);
+    EXPECT_EQ(options.camera.address, "10.0.0.7");
+    EXPECT_EQ(options.camera.pluginFile, "");
     EXPECT_EQ(options.exposureUnits, 15);
     EXPECT_EQ(options.count, 1);
-    EXPECT_EQ(pictureFileName(options, 1), "korva-10.0.0.7.png");
+    EXPECT_EQ(pictureFileName(options, "10.0.0.7", 1), "korva-10.0.0.7.png");
     EXPECT_FALSE(options.json);
 }
 
 TEST(CaptureOptions, TakeWhatTheCommandLineSays) {
-    const CaptureOptions options = parsed(
-        {"camera", "--exposure", "0.2", "--count", "3", "--output", "wall.png", "--json", "--port", "5000"});
-    EXPECT_EQ(options.address, "camera");
+    const CaptureOptions options = parsed({"camera", "--exposure", "0.2", "--count", "3", "--output",
+                                           "wall.png", "--json", "--plugin", "p.so"});
+    EXPECT_EQ(options.camera.address, "camera");
     EXPECT_EQ(options.exposureUnits, 2);
     EXPECT_EQ(options.count, 3);
     EXPECT_EQ(options.output, "wall.png");
     EXPECT_TRUE(options.json);
-    EXPECT_EQ(options.port, 5000);
+    EXPECT_EQ(options.camera.pluginFile, "p.so");
 }
 
 TEST(CaptureOptions, RefuseWrongUsage) {
@@ -93,29 +92,47 @@ TEST(CaptureOptions, RefuseWrongUsage) {
     EXPECT_THROW(parsed({"a", "--count", "0"}), CLI::ParseError);
     EXPECT_THROW(parsed({"a", "--count", "10000"}), CLI::ParseError);
     EXPECT_THROW(parsed({"a", "--count", "1.5"}), CLI::ParseError);
-    EXPECT_THROW(parsed({"a", "--port", "0"}), CLI::ParseError);
-    EXPECT_THROW(parsed({"a", "--port", "65536"}), CLI::ParseError);
+    EXPECT_THROW(parsed({"a", "--port", "32769"}), CLI::ParseError);
     EXPECT_THROW(parsed({"a", "--unknown"}), CLI::ParseError);
 }
 
 TEST(CaptureOptions, OnePictureKeepsTheNameGiven) {
-    EXPECT_EQ(pictureFileName(named("wall.png", 1), 1), "wall.png");
+    EXPECT_EQ(pictureFileName(named("wall.png", 1), "10.0.0.7", 1), "wall.png");
 }
 
 TEST(CaptureOptions, SeveralPicturesAreNumberedBeforeTheExtension) {
-    EXPECT_EQ(pictureFileName(named("wall.png", 2), 1), "wall-1.png");
-    EXPECT_EQ(pictureFileName(named("wall.png", 12), 12), "wall-12.png");
-    EXPECT_EQ(pictureFileName(named("", 2), 2), "korva-10.0.0.7-2.png");
+    EXPECT_EQ(pictureFileName(named("wall.png", 2), "10.0.0.7", 1), "wall-1.png");
+    EXPECT_EQ(pictureFileName(named("wall.png", 12), "10.0.0.7", 12), "wall-12.png");
+    EXPECT_EQ(pictureFileName(named("", 2), "10.0.0.7", 2), "korva-10.0.0.7-2.png");
 }
 
 TEST(CaptureOptions, DotsOutsideTheFileNamesExtensionAreNoExtension) {
-    EXPECT_EQ(pictureFileName(named("run.1/wall", 2), 1), "run.1/wall-1");
-    EXPECT_EQ(pictureFileName(named("run.1/.wall", 2), 1), "run.1/.wall-1");
-    EXPECT_EQ(pictureFileName(named("run.1/a.b.png", 2), 1), "run.1/a.b-1.png");
+    EXPECT_EQ(pictureFileName(named("run.1/wall", 2), "10.0.0.7", 1), "run.1/wall-1");
+    EXPECT_EQ(pictureFileName(named("run.1/.wall", 2), "10.0.0.7", 1), "run.1/.wall-1");
+    EXPECT_EQ(pictureFileName(named("run.1/a.b.png", 2), "10.0.0.7", 1), "run.1/a.b-1.png");
 }
 
 TEST(CaptureOptions, DefaultNameHoldsNothingThatAPathWouldMind) {
-    CaptureOptions options;
-    options.address = "../fe80::1%eth0\n";
-    EXPECT_EQ(pictureFileName(options, 1), "korva-.._fe80__1_eth0_.png");
+    const CaptureOptions options;
+    EXPECT_EQ(pictureFileName(options, "../fe80::1%eth0\n", 1), "korva-.._fe80__1_eth0_.png");
+}
+
+TEST(CaptureOptions, OfAllCamerasTheOutputIsAFolder) {
+    CaptureOptions options = named("wall", 1);
+    options.camera.all = true;
+    EXPECT_EQ(pictureFileName(options, "10.0.0.7", 1), "wall/korva-10.0.0.7.png");
+    options.output = "wall/";
+    options.count = 2;
+    EXPECT_EQ(pictureFileName(options, "../../evil", 2), "wall/korva-.._.._evil-2.png");
+    options.output = "";
+    EXPECT_EQ(pictureFileName(options, "10.0.0.7", 1), "korva-10.0.0.7-1.png");
+}
+
+TEST(CaptureOptions, NameTheCameraInExactlyOneWay) {
+    EXPECT_EQ(parsed({"--from", "camera.xml"}).camera.descriptionFile, "camera.xml");
+    EXPECT_TRUE(parsed({"--all"}).camera.all);
+    EXPECT_THROW(parsed({"a", "--all"}), CLI::ParseError);
+    EXPECT_THROW(parsed({"a", "--from", "camera.xml"}), CLI::ParseError);
+    EXPECT_THROW(parsed({"--all", "--from", "camera.xml"}), CLI::ParseError);
+    EXPECT_THROW(parsed({"--from", ""}), CLI::ParseError);
 }

@@ -7,6 +7,7 @@
 #include <system_error>
 
 using Console::adviceFor;
+using Console::reasonOf;
 
 TEST(FailureAdvice, DiffersForWhatDiffersToTheEngineer) {
     const std::set<std::string> advices = {
@@ -26,4 +27,16 @@ TEST(FailureAdvice, BlackPictureAsksForLight) {
 
 TEST(FailureAdvice, UnknownReasonAsksForTheLog) {
     EXPECT_NE(adviceFor("").find("--log debug"), std::string::npos);
+}
+
+TEST(FailureReason, SaysEachOnceAndNothingThatOnlySaysThereWasAFailure) {
+    EXPECT_EQ(reasonOf({"no version info", "DeviceException while determining camera info.",
+                        "    no version info"}),
+              "no version info");
+    EXPECT_EQ(reasonOf({"one", "two", "Failed to capture Korva image"}), "one; two");
+}
+
+TEST(FailureReason, AdmitsThatThereIsNone) {
+    EXPECT_EQ(reasonOf({}), "the plug-in gave no reason");
+    EXPECT_EQ(reasonOf({"Failed to capture Korva image"}), "the plug-in gave no reason");
 }

@@ -47,3 +47,13 @@ TEST(Printable, EscapesMalformedUtf8ByteByByte) {
     EXPECT_EQ(printable("\xED\xA0\x80"), "\\xed\\xa0\\x80");          // surrogate
     EXPECT_EQ(printable("\xF4\x90\x80\x80"), "\\xf4\\x90\\x80\\x80"); // above the last code point
 }
+
+TEST(PrintableXml, KeepsTheDocumentAndTakesItsPowerOverTerminals) {
+    EXPECT_EQ(Console::printableXml("<a>\n  \xC3\xA9</a>\n"), "<a>\n  \xC3\xA9</a>\n");
+    EXPECT_EQ(Console::printableXml("<a>\t\x7F\xC2\x9B[2J\xE2\x80\xAE</a>"),
+              "<a>&#9;&#127;&#155;[2J&#8238;</a>");
+}
+
+TEST(PrintableXml, LeavesOutWhatIsNoUtf8) {
+    EXPECT_EQ(Console::printableXml("<a>\xFF\xC2</a>"), "<a></a>");
+}

@@ -1,24 +1,151 @@
-// `korva simulate` at the ports that real cameras have.
+// The tool's commands by address alone, against cameras at the ports that real ones have.
 
 #include "TemporaryFolder.h"
 #include "ToolRun.h"
 
 #include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
 
+#include <csignal>
+#include <fstream>
 #include <string>
 #include <vector>
 
 using namespace Integration;
 
-TEST(ToolOnTheCamerasOwnPorts, FindsItWithoutNamingAPort) {
+namespace {
+
+bool contains(const std::string& text, const std::string& part) {
+    return text.find(part) != std::string::npos;
+}
+
+/// An address of its own within loopback, so that a camera somebody else plays is not in the way.
+const std::string address = "127.83.7.5";
+
+/// `korva simulate` there, from the moment it serves until destruction.
+class CameraAtItsPorts {
+public:
+    explicit CameraAtItsPorts(const std::vector<std::string>& options = {}) : process_(command(options)) {
+        EXPECT_TRUE(process_.waitForOutput("Take a picture with: "))
+            << process_.output() << process_.errors();
+    }
+
+    ChildProcess& process() { return process_; }
+
+private:
+    static std::vector<std::string> command(const std::vector<std::string>& options) {
+        std::vector<std::string> arguments = {"simulate", "--address", address, "--for", "120"};
+        arguments.insert(arguments.end(), options.begin(), options.end());
+        return toolCommand(arguments);
+    }
+
+    ChildProcess process_;
+};
+
+} // namespace
+
+TEST(ToolOnTheCamerasOwnPorts, TakesAPictureByAddress) {
     const TemporaryFolder folder;
-    // An address of its own within loopback, so that a camera somebody else plays is not in the way.
-    ChildProcess simulate(
-        toolCommand({"simulate", "--address", "127.83.7.5", "--size", "20x10", "--for", "60"}));
-    ASSERT_TRUE(simulate.waitForOutput("Take a picture with: korva capture 127.83.7.5"));
-    const ToolResult result = runTool({"capture", "127.83.7.5", "--output", folder.file("a.png")});
+    CameraAtItsPorts camera;
+    const ToolResult result = runTool({"capture", address, "--output", folder.file("a.png")});
     EXPECT_EQ(result.status, 0) << result.errors;
-    EXPECT_EQ(folder.names(), std::vector<std::string>{"a.png"});
-    EXPECT_NE(simulate.output().find("TCP 127.83.7.5:32769"), std::string::npos);
-    EXPECT_NE(simulate.output().find("UDP 127.83.7.5:32768"), std::string::npos);
+    const GreyPicture picture = readGreyPng(folder.file("a.png"));
+    EXPECT_EQ(picture.width, 1676u);
+    EXPECT_EQ(picture.height, 1266u);
+    EXPECT_TRUE(contains(camera.process().output(), "TCP 127.83.7.5:32769"));
+    EXPECT_TRUE(contains(camera.process().output(), "UDP 127.83.7.5:32768"));
+}
+
+TEST(ToolOnTheCamerasOwnPorts, ExposureReachesTheCamera) {
+    const TemporaryFolder folder;
+    CameraAtItsPorts camera;
+    for (const char* exposure : {"0.1", "1.5", "2.3", "360.0"})
+        EXPECT_EQ(
+            runTool({"capture", address, "--exposure", exposure, "--output", folder.file("a.png")}).status,
+            0);
+    camera.process().signal(SIGTERM);
+    EXPECT_EQ(camera.process().wait(), 0);
+    for (const char* exposure : {"0.1", "1.5", "2.3", "360.0"})
+        EXPECT_TRUE(
+            contains(camera.process().output(), std::string("configure: exposure ") + exposure + " s"))
+            << exposure << " is not in:\n"
+            << camera.process().output();
+}
+
+TEST(ToolOnTheCamerasOwnPorts, SizeOfAnUnknownModelComesFromAPicture) {
+    const TemporaryFolder folder;
+    const CameraAtItsPorts camera({"--hardware", "X900", "--size", "40x30"});
+    const auto json = nlohmann::json::parse(runTool({"identify", address, "--json"}).output);
+    EXPECT_EQ(json["resolution"], (nlohmann::json{{"x", 40}, {"y", 30}}));
+    EXPECT_EQ(runTool({"capture", address, "--output", folder.file("a.png")}).status, 0);
+    EXPECT_EQ(readGreyPng(folder.file("a.png")).pixels.size(), 40u * 30u);
+}
+
+TEST(ToolOnTheCamerasOwnPorts, IdentifySaysWhoItIs) {
+    const CameraAtItsPorts camera({"--model", "M615", "--firmware", "3.3.1", "--serial", "77", "--api", "2.0",
+                                   "--gateway", "127.0.0.1", "--netmask", "255.0.0.0"});
+    const ToolResult json = runTool({"identify", address, "--json"});
+    EXPECT_EQ(json.status, 0);
+    EXPECT_EQ(json.errors, "");
+    EXPECT_EQ(nlohmann::json::parse(json.output), nlohmann::json::parse(R"({"address": "127.83.7.5",
+        "macAddress": "", "model": "Korva Meridian M615", "serialNumber": "77", "firmware": "SW-3.3.1_API-2.0",
+        "subnetMask": "255.0.0.0", "defaultGateway": "127.0.0.1", "resolution": {"x": 2748, "y": 1836},
+        "cameraType": 6})"));
+    const ToolResult words = runTool({"identify", address});
+    EXPECT_EQ(words.status, 0);
+    for (const char* part :
+         {"127.83.7.5", "Korva Meridian M615", "77", "SW-3.3.1_API-2.0", "255.0.0.0", "2748 x 1836"})
+        EXPECT_TRUE(contains(words.output, part)) << words.output;
+}
+
+TEST(ToolOnTheCamerasOwnPorts, HostileTextsAreShownEscaped) {
+    const CameraAtItsPorts camera({"--fault", "text:hostile"});
+    for (const char* command : {"identify", "describe"}) {
+        const ToolResult result = runTool({command, address});
+        EXPECT_EQ(result.status, 0) << result.errors;
+        for (const char byte : result.output + result.errors)
+            EXPECT_TRUE(byte == '\n' || (byte & 0x60) != 0) << command << ": " << result.output;
+    }
+}
+
+TEST(ToolOnTheCamerasOwnPorts, DescriptionLeadsBackToTheCamera) {
+    const TemporaryFolder folder;
+    const CameraAtItsPorts camera;
+    const ToolResult description = runTool({"describe", address});
+    EXPECT_EQ(description.status, 0) << description.errors;
+    EXPECT_TRUE(description.output.starts_with("<Device>")) << description.output;
+    std::ofstream(folder.file("camera.xml")) << description.output;
+    const ToolResult result =
+        runTool({"capture", "--from", folder.file("camera.xml"), "--output", folder.file("a.png")});
+    EXPECT_EQ(result.status, 0) << result.errors;
+    EXPECT_EQ(readGreyPng(folder.file("a.png")).width, 1676u);
+}
+
+TEST(ToolOnTheCamerasOwnPorts, HealthByAddressIdentifiesFirst) {
+    const CameraAtItsPorts camera;
+    const ToolResult result = runTool({"health", address});
+    EXPECT_EQ(result.status, 0) << result.errors;
+    EXPECT_EQ(result.output, "127.83.7.5:32769: good, the camera answers\n");
+}
+
+TEST(ToolOnTheCamerasOwnPorts, UnidentifiableCameraIsNamedWithThePortAsked) {
+    const TemporaryFolder folder;
+    const CameraAtItsPorts camera({"--text", "refused"});
+    for (const char* command : {"capture", "identify", "describe", "health"}) {
+        const ToolResult result = runTool({command, address});
+        EXPECT_EQ(result.status, 1) << command;
+        EXPECT_EQ(result.output, "") << command;
+        EXPECT_EQ(lineCount(result.errors), 1u) << result.errors;
+        EXPECT_TRUE(contains(result.errors, "127.83.7.5:32768")) << result.errors;
+        EXPECT_TRUE(contains(result.errors, "Connection refused")) << result.errors;
+    }
+}
+
+TEST(ToolOnTheCamerasOwnPorts, FirmwareBelowTheFloorIsTheReason) {
+    const CameraAtItsPorts camera({"--firmware", "3.2.14"});
+    const ToolResult result = runTool({"identify", address});
+    EXPECT_EQ(result.status, 1);
+    EXPECT_TRUE(contains(result.errors, "requires Korva SW version at least 3.2.15 found 3.2.14"))
+        << result.errors;
+    EXPECT_TRUE(contains(result.errors, "; try: update the camera's firmware")) << result.errors;
 }

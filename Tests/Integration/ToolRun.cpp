@@ -3,6 +3,8 @@
 #include <png.h>
 
 #include <algorithm>
+#include <fstream>
+#include <regex>
 #include <stdexcept>
 
 namespace Integration {
@@ -37,15 +39,23 @@ std::size_t lineCount(const std::string& text) {
 
 SimulatedCamera::SimulatedCamera(const std::vector<std::string>& options)
     : process_(simulateArguments(options)) {
-    const std::string sign = "korva capture 127.0.0.1 --port ";
-    if (!process_.waitForOutput(sign) || !process_.waitForOutput("\n"))
+    if (!process_.waitForOutput("Take a picture with: "))
         throw std::runtime_error("korva simulate does not serve: " + process_.errors());
-    const std::size_t begin = process_.output().find(sign) + sign.size();
-    port_ = process_.output().substr(begin, process_.output().find('\n', begin) - begin);
+    std::smatch said;
+    static const std::regex greeting(
+        R"(pictures of (\d+) x (\d+),[^]*binary protocol on TCP 127\.0\.0\.1:(\d+))");
+    if (!std::regex_search(process_.output(), said, greeting))
+        throw std::runtime_error("korva simulate does not say what it serves: " + process_.output());
+    port_ = said[3];
+    std::ofstream(description()) << "<Device><CameraInfo><cameraTypeEnum>6</cameraTypeEnum><resolutionX>"
+                                 << said[1] << "</resolutionX><resolutionY>" << said[2]
+                                 << "</resolutionY><ipAddress>127.0.0.1</ipAddress></CameraInfo>"
+                                    "<connection><address>127.0.0.1</address><port>"
+                                 << port_ << "</port></connection></Device>\n";
 }
 
 std::vector<std::string> SimulatedCamera::captureArguments(const std::vector<std::string>& more) const {
-    std::vector<std::string> arguments = {"capture", "127.0.0.1", "--port", port_};
+    std::vector<std::string> arguments = {"capture", "--from", description()};
     arguments.insert(arguments.end(), more.begin(), more.end());
     return arguments;
 }

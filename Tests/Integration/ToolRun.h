@@ -2,6 +2,7 @@
 // Runs the built tool as its users do.
 
 #include "ChildProcess.h"
+#include "TemporaryFolder.h"
 
 #include <string>
 #include <vector>
@@ -32,10 +33,14 @@ public:
     const std::string& port() const { return port_; }
     ChildProcess& process() { return process_; }
 
-    /// The arguments of a capture of this camera, followed by `more`.
+    /// A stored description of this camera, with the size of its pictures.
+    std::string description() const { return folder_.file("camera.xml"); }
+
+    /// The arguments of a capture of this camera by its description, followed by `more`.
     std::vector<std::string> captureArguments(const std::vector<std::string>& more) const;
 
 private:
+    TemporaryFolder folder_;
     ChildProcess process_;
     std::string port_;
 };

@@ -95,7 +95,7 @@ TEST(ToolSimulate, ServesAPictureFileAsItIs) {
     for (int sample = 0; sample < 3 * 3; ++sample)
         file += {0, 64};
     std::ofstream(folder.file("scene.sgi"), std::ios::binary) << file;
-    const SimulatedCamera camera({"--scene", "file:" + folder.file("scene.sgi")});
+    const SimulatedCamera camera({"--size", "3x1", "--scene", "file:" + folder.file("scene.sgi")});
     EXPECT_EQ(runTool(camera.captureArguments({"--output", folder.file("a.png")})).status, 0);
     const GreyPicture picture = readGreyPng(folder.file("a.png"));
     EXPECT_EQ(picture.width, 3u);

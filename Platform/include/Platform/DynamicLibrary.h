@@ -5,6 +5,9 @@
 
 namespace Platform {
 
+/// The file name that this system gives a library called `name`: "libNAME.so".
+std::string libraryFileName(const std::string& name);
+
 /// One loaded library; used by one thread at a time. The system counts how often a file is loaded and
 /// unloads it when the last holder has gone. No operation throws but std::bad_alloc and what the library's
 /// own initialisation throws.

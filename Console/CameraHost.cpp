@@ -1,0 +1,167 @@
+#include "CameraHost.h"
+
+#include "CommandRun.h"
+#include "FailureAdvice.h"
+#include "Printable.h"
+#include "ToolLog.h"
+
+#include "Communicator/ClientFactory.h"
+#include "Communicator/EthernetCommunicator.h"
+#include "DeviceControl/BroadcastWorkerObserver.h"
+#include "DeviceControl/DeviceBuilder.h"
+#include "DeviceControl/DeviceFramework1Locator.h"
+#include "DeviceControl/DeviceType.h"
+#include "Platform/DynamicLibrary.h"
+#include "Platform/Program.h"
+#include "Platform/Terminal.h"
+#include "Platform/Text.h"
+#include "ReferenceHost/DeviceDescription.h"
+
+#include <algorithm>
+#include <array>
+#include <filesystem>
+#include <system_error>
+
+namespace Console {
+
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr int textLanguagePort = 32768;
+constexpr int hostsDefaultTimeout = -1;
+
+class Collector : public BroadcastWorkerObserver {
+public:
+    explicit Collector(const std::function<void(CameraTemplatePointer)>& found) : found_(found) {}
+
+    void deviceFound(DeviceTemplate* found, int /*reserved*/) override {
+        std::unique_ptr<DeviceTemplate> owned(found);
+        auto* const camera = dynamic_cast<NativeCameraTemplate*>(found);
+        if (camera == nullptr)
+            return;
+        static_cast<void>(owned.release());
+        found_(CameraTemplatePointer(camera));
+    }
+
+private:
+    const std::function<void(CameraTemplatePointer)>& found_;
+};
+
+/// Takes over what a builder made; null where that is no camera.
+CameraPointer cameraOrNull(Device* built) {
+    std::unique_ptr<Device> owned(built);
+    auto* const camera = dynamic_cast<NativeCamera*>(built);
+    if (camera != nullptr)
+        static_cast<void>(owned.release());
+    return CameraPointer(camera);
+}
+
+/// Whether the plug-in's remark says that there was no search at all. Error 232, no adapter with an address,
+/// is an empty network rather than a failure.
+bool saysNoSearch(const std::string& remark) {
+    constexpr std::array signs = {
+        "setsockopt failed", "Failed on call to GetAdaptersInfo ",
+        "Failed on second call to GetAdaptersInfo ",
+        "Korva Query - sendto call failed: ", "Unknown exception when trying to discover Korva devices."};
+    return !remark.ends_with("GetAdaptersInfo 232") &&
+           std::any_of(signs.begin(), signs.end(),
+                       [&remark](const char* sign) { return remark.starts_with(sign); });
+}
+
+void throwIfInterrupted() {
+    if (Platform::interrupted())
+        throw CommandFailure("interrupted");
+}
+
+} // namespace
+
+std::string pluginBeside(const std::string& folder) {
+    const std::string file = Platform::libraryFileName("NativeCameraKorva");
+    std::string places;
+    for (const char* const place : {".", "../lib", "../" KORVA_LIBRARY_FOLDER}) {
+        const fs::path candidate = (fs::path(folder) / place / file).lexically_normal();
+        std::error_code ignored;
+        if (fs::exists(candidate, ignored))
+            return candidate.string();
+        const std::string looked = candidate.parent_path().string();
+        if (places.find(looked) == std::string::npos || places.empty())
+            places += (places.empty() ? "" : ", ") + looked;
+    }
+    throw CommandFailure("the plug-in " + file + " is in none of " + printable(places) +
+                         "; try: --plugin FILE");
+}
+
+CameraHost::CameraHost(const CameraOptions& options, ToolLog& log) : log_(log) {
+    using ReferenceHost::PluginException;
+    const std::string file =
+        options.pluginFile.empty() ? pluginBeside(Platform::programFolder()) : options.pluginFile;
+    try {
+        plugin_ = std::make_unique<ReferenceHost::PluginLibrary>(file);
+        plugin_->initialize();
+    } catch (const PluginException& error) {
+        const bool versionRefused = error.getReason() == PluginException::Reason::versionRefused;
+        throw CommandFailure(printable(error.what()) + "; try: " +
+                             (versionRefused ? "a plug-in and a tool of the same release"
+                                             : "--plugin FILE with the plug-in's file"));
+    }
+    if (plugin_->getDeviceTypes().empty())
+        throw CommandFailure("The plug-in " + printable(file) +
+                             " registers no camera type; try: --plugin FILE with the plug-in's file");
+}
+
+void CameraHost::search(const std::function<void(CameraTemplatePointer)>& found) const {
+    Collector collector(found);
+    type().getLocator().broadcastObserverSearch(&collector, 0);
+    throwIfInterrupted();
+    for (const std::string& remark : log_.remarks())
+        if (saysNoSearch(remark))
+            throw CommandFailure(
+                "no search: " + remark +
+                "; try: check this computer's network adapters, or give the camera's address");
+}
+
+CameraPointer CameraHost::cameraAt(const std::string& address) const {
+    const std::unique_ptr<Communicator> connection(ClientFactory::createEthernetCommunicator(
+        Platform::wideFromUtf8(address), textLanguagePort, hostsDefaultTimeout));
+    CameraPointer camera = cameraOrNull(type().getBuilder().build(connection.get()));
+    throwIfInterrupted();
+    if (camera != nullptr)
+        return camera;
+    const std::string reason = reasonOf(log_.takeRemarks());
+    throw CommandFailure("no camera identified at " + printable(address) + ":" +
+                         std::to_string(textLanguagePort) + ": " + reason + "; try: " + adviceFor(reason));
+}
+
+CameraPointer CameraHost::cameraOf(const std::string& descriptionFile) const {
+    const fs::path file(std::u8string(descriptionFile.begin(), descriptionFile.end()));
+    const auto description = ReferenceHost::DeviceDescription::fromFile(file);
+    CameraPointer camera = cameraOrNull(type().getBuilder().build(description.root()));
+    if (camera == nullptr)
+        throw CommandFailure(printable(descriptionFile) +
+                             " describes no Korva camera; try: korva describe ADDRESS, which prints what a "
+                             "description holds");
+    return camera;
+}
+
+CameraPointer CameraHost::cameraFrom(const NativeCameraTemplate& found) const {
+    CameraPointer camera = cameraOrNull(type().getBuilder().build(found));
+    if (camera == nullptr)
+        throw CommandFailure("no device can be built of the camera at " +
+                             printable(Platform::utf8FromWide(found.getCameraInfo().getIpAddress())));
+    return camera;
+}
+
+CameraPointer CameraHost::cameraNamedBy(const CameraOptions& options) const {
+    return options.descriptionFile.empty() ? cameraAt(options.address) : cameraOf(options.descriptionFile);
+}
+
+std::string placeOf(const NativeCamera& camera) {
+    const auto* const connection = dynamic_cast<EthernetCommunicator*>(camera.getCommunicator());
+    if (connection == nullptr)
+        return "a camera without an address";
+    return printable(Platform::utf8FromWide(connection->getAddress())) + ":" +
+           std::to_string(connection->getPort());
+}
+
+} // namespace Console

@@ -1,0 +1,31 @@
+#pragma once
+// Which camera a command is about, and through which plug-in it is reached.
+
+#include <string>
+
+namespace CLI {
+class App;
+}
+
+namespace Console {
+
+struct CameraOptions {
+    std::string pluginFile;      ///< UTF-8; empty: found beside the tool
+    std::string address;         ///< IPv4 address or host name; empty: not given
+    std::string descriptionFile; ///< a stored description; empty: not given
+    bool all = false;            ///< every camera that a search finds
+};
+
+/// Adds --plugin.
+void addPluginOption(CLI::App& command, CameraOptions& options);
+
+/// Adds ADDRESS, which must be given.
+void addAddress(CLI::App& command, CameraOptions& options);
+
+/// Adds ADDRESS and --from, one of which must be given.
+void addAddressOrDescription(CLI::App& command, CameraOptions& options);
+
+/// Adds ADDRESS, --from and --all, one of which must be given.
+void addAnyCameras(CLI::App& command, CameraOptions& options);
+
+} // namespace Console

@@ -1,0 +1,50 @@
+#include "CommandRun.h"
+
+#include "Printable.h"
+
+#include "Platform/Terminal.h"
+
+#include <cstdio>
+#include <exception>
+
+namespace Console {
+
+namespace {
+
+ExitStatus failed(const std::string& reason) {
+    std::fflush(stdout); // in the order in which it happened, where both go to one place
+    std::fprintf(stderr, "korva: %s\n", reason.c_str());
+    return ExitStatus::failed;
+}
+
+/// Whatever was printed has really gone out: a full disk behind a redirection shows up here.
+bool standardOutputHolds() {
+    return std::fflush(stdout) == 0 && std::ferror(stdout) == 0;
+}
+
+} // namespace
+
+ExitStatus runCommand(const CommonOptions& common, const std::function<void()>& work) {
+    Platform::catchInterrupts();
+    try {
+        applyToHost(common);
+        work();
+    } catch (const CommandFailure& failure) {
+        return failed(failure.what());
+    } catch (const std::exception& error) {
+        return failed(printable(error.what()));
+    }
+    return standardOutputHolds() ? ExitStatus::done : failed("standard output could not be written");
+}
+
+void say(const std::string& line) {
+    std::printf("%s\n", line.c_str());
+    std::fflush(stdout); // whoever waits for a line in a pipe gets it now
+}
+
+void warn(const std::vector<std::string>& texts) {
+    for (const std::string& text : texts)
+        std::fprintf(stderr, "korva: warning: %s\n", text.c_str());
+}
+
+} // namespace Console

@@ -1,0 +1,98 @@
+#include "ListCommands.h"
+
+#include "CameraHost.h"
+#include "CameraText.h"
+#include "CommandRun.h"
+#include "Printable.h"
+#include "ToolLog.h"
+
+#include <CLI/CLI.hpp>
+
+#include <cstdio>
+
+namespace Console {
+
+namespace {
+
+constexpr auto exitStatusHelp =
+    "Exit status: 0 done; 1 the plug-in, the camera or the network failed, or Ctrl-C; 2 wrong usage.";
+
+void addJson(CLI::App& command, IdentityOptions& options, const std::string& help) {
+    command.add_flag("--json", options.json, help)->option_text(" ");
+}
+
+void addEnd(CLI::App& command, IdentityOptions& options) {
+    addPluginOption(command, options.camera);
+    command.footer(exitStatusHelp);
+}
+
+void showFound(const CameraInfo& camera, bool isFirst, bool json) {
+    std::FILE* const stream = json ? stderr : stdout;
+    if (isFirst && !json)
+        std::fprintf(stream, "%s\n", cameraTableHead().c_str());
+    std::fprintf(stream, "%s\n", cameraRow(camera).c_str());
+    std::fflush(stream); // a search goes on for a while
+}
+
+std::string summary(std::size_t count) {
+    if (count == 0)
+        return "No Korva camera answered.";
+    return std::to_string(count) + (count == 1 ? " camera found." : " cameras found.");
+}
+
+} // namespace
+
+void addDiscoverOptions(CLI::App& command, IdentityOptions& options) {
+    addJson(command, options,
+            "Print one JSON object on standard output; the line for each camera goes to standard error then");
+    addEnd(command, options);
+}
+
+void addIdentifyOptions(CLI::App& command, IdentityOptions& options) {
+    addAddress(command, options.camera);
+    addJson(command, options, "Print one JSON object on standard output instead of words");
+    addEnd(command, options);
+}
+
+void addDescribeOptions(CLI::App& command, IdentityOptions& options) {
+    addAddress(command, options.camera);
+    addEnd(command, options);
+}
+
+ExitStatus runDiscover(const IdentityOptions& options, const CommonOptions& common) {
+    return runCommand(common, [&] {
+        ToolLog log(common.log, nullptr);
+        const CameraHost host(options.camera, log);
+        std::vector<CameraInfo> cameras;
+        host.search([&](const CameraTemplatePointer& found) {
+            cameras.push_back(found->getCameraInfo());
+            showFound(cameras.back(), cameras.size() == 1, options.json);
+        });
+        warn(log.takeRemarks());
+        std::fprintf(options.json ? stderr : stdout, "%s\n", summary(cameras.size()).c_str());
+        if (options.json)
+            say(camerasJson(cameras));
+    });
+}
+
+ExitStatus runIdentify(const IdentityOptions& options, const CommonOptions& common) {
+    return runCommand(common, [&] {
+        ToolLog log(common.log, nullptr);
+        const CameraHost host(options.camera, log);
+        const CameraInfo camera = host.cameraAt(options.camera.address)->getCameraInfo();
+        warn(log.takeRemarks());
+        say(options.json ? cameraJson(camera) : cameraDetails(camera));
+    });
+}
+
+ExitStatus runDescribe(const IdentityOptions& options, const CommonOptions& common) {
+    return runCommand(common, [&] {
+        ToolLog log(common.log, nullptr);
+        const CameraHost host(options.camera, log);
+        const std::string description = host.cameraAt(options.camera.address)->toXml();
+        warn(log.takeRemarks());
+        std::fputs(printableXml(description).c_str(), stdout);
+    });
+}
+
+} // namespace Console
