@@ -111,7 +111,7 @@ struct PosixEthernetCommunicator::State {
 
 PosixEthernetCommunicator::PosixEthernetCommunicator(const std::wstring& address, int port,
                                                      int connectTimeoutMs)
-    : state_(std::make_unique<State>()) {
+    : EthernetCommunicator(connectTimeoutMs), state_(std::make_unique<State>()) {
     state_->address = address;
     state_->port = port;
     State::note("construct " + state_->place() + " " + std::to_string(connectTimeoutMs));

@@ -1,0 +1,322 @@
+// The broadcast query: what is asked on which adapter, and what becomes of a search that cannot ask.
+
+#include "LocatorFixture.h"
+
+#include <log4cxx/appenderskeleton.h>
+#include <log4cxx/helpers/transcoder.h>
+#include <stdexcept>
+#include <utility>
+
+using namespace LocatorTests;
+using ::testing::ElementsAre;
+using ::testing::IsEmpty;
+using ::testing::IsSupersetOf;
+using ::testing::SizeIs;
+
+namespace {
+
+const char query[] = "\"AreThereAnyKorvaAround?\"";
+
+std::string sendTo(const std::string& address) {
+    return std::string("sendto 1, ") + query + ", 0, 2 " + address + ":32768, 16";
+}
+
+struct LocatorQuery : LocatorSearch {
+    /// The search ended with the query: the socket is closed, the library is still started, nobody was heard.
+    void expectNoSearch() const {
+        EXPECT_THAT(network.openSockets, IsEmpty());
+        EXPECT_EQ(network.startups, 1);
+        EXPECT_THAT(network.callsOf("WSACleanup"), IsEmpty());
+        EXPECT_THAT(network.callsOf("recvfrom"), IsEmpty());
+        EXPECT_THAT(observer.found, IsEmpty());
+    }
+};
+
+TEST_F(LocatorQuery, ReportsNobodyWhereNoCameraAnswers) {
+    search();
+    EXPECT_THAT(network.calls,
+                ElementsAre("WSAStartup 0x0202", "socket 2, 2, 17", "setsockopt 1, 65535, 32, <79>",
+                            "GetAdaptersInfo null, 0",
+                            "GetAdaptersInfo buffer, " + std::to_string(sizeof(IP_ADAPTER_INFO)),
+                            "inet_pton 2, 10.0.0.1", "inet_pton 2, 255.255.255.0",
+                            "inet_ntop 2, 10.0.0.255, 64", sendTo("10.0.0.255"),
+                            "setsockopt 1, 65535, 4102, <e8030000>", "recvfrom 1, 256, 0, null, null",
+                            "WSAGetLastError", "closesocket 1", "WSACleanup"));
+    EXPECT_THAT(log.texts(), ElementsAre(LogText{"INFO", "broadcastObserverSearch.."},
+                                         LogText{"INFO", "IP on network adapter: 10.0.0.1"},
+                                         LogText{"INFO", "Mask on network adapter: 255.255.255.0"},
+                                         LogText{"INFO", "UDP broadcasting Korva Discovery on: 10.0.0.255"},
+                                         LogText{"INFO", "Last recv returned: -1 WSAError: 10060"}));
+    EXPECT_THAT(observer.found, IsEmpty());
+    EXPECT_EQ(network.startups, 0);
+}
+
+TEST_F(LocatorQuery, LogsItsLinesAsTheLocators) {
+    search();
+    for (const TestSupport::LogLine& line : log.lines())
+        EXPECT_EQ(line.file, "BackEnd/NativeCameraKorva/KorvaCameraLocator");
+    EXPECT_EQ(log.lines().front().method, "broadcastObserverSearch");
+}
+
+TEST_F(LocatorQuery, DependsOnNoLogging) {
+    log.setLevel(log4cxx::Level::getOff());
+    addCamera("Lab", "10.0.0.5");
+    search();
+    EXPECT_THAT(network.callsOf("inet_ntop"), SizeIs(1));
+    EXPECT_THAT(observer.found, SizeIs(1));
+    EXPECT_THAT(log.texts(), IsEmpty());
+}
+
+TEST_F(LocatorQuery, GoesToEveryAdapterInOrderByItsFirstAddress) {
+    network.adapters = {{"eth1", {{"192.168.10.27", "255.255.255.0"}, {"172.16.0.9", "255.255.0.0"}}},
+                        {"eth0", {{"10.1.2.3", "255.255.0.0"}}},
+                        {"eth2", {{"10.20.30.40", "255.255.255.240"}}}};
+    search();
+    EXPECT_THAT(network.callsOf("sendto"),
+                ElementsAre(sendTo("192.168.10.255"), sendTo("10.1.255.255"), sendTo("10.20.30.47")));
+    EXPECT_THAT(linesOf("UDP"),
+                ElementsAre(LogText{"INFO", "UDP broadcasting Korva Discovery on: 192.168.10.255"},
+                            LogText{"INFO", "UDP broadcasting Korva Discovery on: 10.1.255.255"},
+                            LogText{"INFO", "UDP broadcasting Korva Discovery on: 10.20.30.47"}));
+}
+
+TEST_F(LocatorQuery, GoesToTheWholeNetworkFromAnAdapterWithoutAddress) {
+    network.adapters = {{"eth0", {}}};
+    search();
+    EXPECT_THAT(network.callsOf("sendto"), ElementsAre(sendTo("255.255.255.255")));
+    EXPECT_THAT(log.texts(), IsSupersetOf({LogText{"INFO", "IP on network adapter: 0.0.0.0"},
+                                           LogText{"INFO", "Mask on network adapter: 0.0.0.0"}}));
+}
+
+TEST_F(LocatorQuery, CountsTextsThatAreNoAddressAsZero) {
+    network.adapters = {{"eth0", {{"10.0.0.1", "garbage"}}}, {"eth1", {{"", "255.255.255.0"}}}};
+    search();
+    EXPECT_THAT(network.callsOf("sendto"), ElementsAre(sendTo("255.255.255.255"), sendTo("0.0.0.255")));
+    EXPECT_THAT(log.texts(), IsSupersetOf({LogText{"INFO", "Mask on network adapter: garbage"},
+                                           LogText{"INFO", "IP on network adapter: "}}));
+}
+
+TEST_F(LocatorQuery, LogsNoAddressThatCannotBeFormatted) {
+    network.fail("inet_ntop", 87);
+    search();
+    EXPECT_THAT(network.callsOf("sendto"), ElementsAre(sendTo("10.0.0.255")));
+    EXPECT_THAT(linesOf("UDP"), ElementsAre(LogText{"INFO", "UDP broadcasting Korva Discovery on: "}));
+}
+
+TEST_F(LocatorQuery, EndsWhereBroadcastCannotBeEnabled) {
+    network.fail("setsockopt", WSAENOPROTOOPT);
+    search();
+    expectNoSearch();
+    EXPECT_THAT(network.calls, ElementsAre("WSAStartup 0x0202", "socket 2, 2, 17",
+                                           "setsockopt 1, 65535, 32, <79>", "closesocket 1"));
+    EXPECT_THAT(log.texts(), ElementsAre(LogText{"INFO", "broadcastObserverSearch.."},
+                                         LogText{"WARN", "setsockopt failed"}));
+}
+
+TEST_F(LocatorQuery, EndsWhereThereIsNoSocket) {
+    network.fail("socket", WSAEMFILE);
+    search();
+    expectNoSearch();
+    EXPECT_THAT(log.textsFrom(log4cxx::Level::getWarn()), ElementsAre(LogText{"WARN", "setsockopt failed"}));
+}
+
+TEST_F(LocatorQuery, EndsWhereTheSocketsDoNotStart) {
+    network.fail("WSAStartup", 10091);
+    search();
+    EXPECT_THAT(log.textsFrom(log4cxx::Level::getWarn()), ElementsAre(LogText{"WARN", "setsockopt failed"}));
+    EXPECT_THAT(network.callsOf("WSACleanup"), IsEmpty());
+}
+
+TEST_F(LocatorQuery, EndsWhereThereIsNoAdapter) {
+    network.adapters.clear();
+    search();
+    expectNoSearch();
+    EXPECT_THAT(network.callsOf("GetAdaptersInfo"), ElementsAre("GetAdaptersInfo null, 0"));
+    EXPECT_THAT(log.textsFrom(log4cxx::Level::getWarn()),
+                ElementsAre(LogText{"ERROR", "Failed on call to GetAdaptersInfo 232"}));
+}
+
+TEST_F(LocatorQuery, EndsWhereTheListHasNoSizeToAskFor) {
+    network.fail("GetAdaptersInfo", 0);
+    search();
+    expectNoSearch();
+    EXPECT_THAT(log.textsFrom(log4cxx::Level::getWarn()),
+                ElementsAre(LogText{"ERROR", "Failed on call to GetAdaptersInfo 0"}));
+}
+
+TEST_F(LocatorQuery, EndsWhereTheListCannotBeRead) {
+    network.fail("GetAdaptersInfo", 31, 2);
+    search();
+    expectNoSearch();
+    EXPECT_EQ(network.calls.back(), "closesocket 1");
+    EXPECT_THAT(log.textsFrom(log4cxx::Level::getWarn()),
+                ElementsAre(LogText{"ERROR", "Failed on second call to GetAdaptersInfo 31"}));
+}
+
+TEST_F(LocatorQuery, SurvivesAListOfNoBytes) {
+    // The code that asks for more memory, and a size that stays 0.
+    network.fail("GetAdaptersInfo", 111);
+    search();
+    expectNoSearch();
+    EXPECT_THAT(network.callsOf("GetAdaptersInfo"),
+                ElementsAre("GetAdaptersInfo null, 0", "GetAdaptersInfo buffer, 0"));
+    EXPECT_THAT(log.textsFrom(log4cxx::Level::getWarn()),
+                ElementsAre(LogText{"ERROR", "Failed on second call to GetAdaptersInfo 111"}));
+}
+
+TEST_F(LocatorQuery, LeavesTheOtherAdaptersWhereASendFails) {
+    network.adapters.push_back({"eth1", {{"10.0.1.1", "255.255.255.0"}}});
+    network.adapters.push_back({"eth2", {{"10.0.2.1", "255.255.255.0"}}});
+    network.fail("sendto", WSAENETUNREACH, 2);
+    search();
+    expectNoSearch();
+    EXPECT_THAT(network.callsOf("sendto"), ElementsAre(sendTo("10.0.0.255"), sendTo("10.0.1.255")));
+    EXPECT_THAT(
+        log.textsFrom(log4cxx::Level::getWarn()),
+        ElementsAre(LogText{"WARN", "Korva Query - sendto call failed: sendReturn = -1 WSAError = 10051"}));
+}
+
+TEST_F(LocatorQuery, TellsTheSendsErrorAndNotTheClosings) {
+    network.fail("sendto", WSAEACCES);
+    network.fail("closesocket", WSAENOTSOCK);
+    search();
+    EXPECT_THAT(
+        log.textsFrom(log4cxx::Level::getWarn()),
+        ElementsAre(LogText{"WARN", "Korva Query - sendto call failed: sendReturn = -1 WSAError = 10013"}));
+    network.openSockets.clear();
+}
+
+TEST_F(LocatorQuery, DoesNotMindATimeOutThatCannotBeSet) {
+    network.fail("setsockopt", WSAENOPROTOOPT, 2);
+    addCamera("Lab", "10.0.0.5");
+    search();
+    EXPECT_THAT(observer.found, SizeIs(1));
+    EXPECT_THAT(log.textsFrom(log4cxx::Level::getWarn()), IsEmpty());
+}
+
+TEST_F(LocatorQuery, StartsAndEndsTheSocketsAtEverySearch) {
+    search();
+    search();
+    EXPECT_THAT(network.callsOf("WSAStartup"), SizeIs(2));
+    EXPECT_THAT(network.callsOf("WSACleanup"), SizeIs(2));
+    EXPECT_THAT(network.callsOf("closesocket"), ElementsAre("closesocket 1", "closesocket 2"));
+}
+
+/// A search in which one of the system's functions throws at its n-th call.
+struct LocatorFailure : LocatorSearch {
+    void throwAt(const std::string& function, int occurrence = 1) {
+        network.onCall = [this, function, occurrence](const std::string& call) {
+            if (call.starts_with(function) && network.occurrences[function] == occurrence)
+                throw std::runtime_error("unexpected");
+        };
+    }
+
+    /// One error line, everything closed and cleaned up once, no camera contacted.
+    void expectCleanEnd() const {
+        EXPECT_THAT(
+            log.textsFrom(log4cxx::Level::getWarn()),
+            ElementsAre(LogText{"ERROR", "Unknown exception when trying to discover Korva devices."}));
+        EXPECT_THAT(network.callsOf("closesocket"), ElementsAre("closesocket 1"));
+        EXPECT_THAT(network.callsOf("WSACleanup"), SizeIs(1));
+        EXPECT_EQ(network.startups, 0);
+        EXPECT_THAT(network.callsOf("SendARP"), IsEmpty());
+        EXPECT_THAT(observer.found, IsEmpty());
+    }
+};
+
+TEST_F(LocatorFailure, EndsTheSearchAndClosesWhereverItIsThrown) {
+    const std::vector<std::pair<std::string, int>> places{
+        {"setsockopt", 1}, {"GetAdaptersInfo", 1}, {"GetAdaptersInfo", 2}, {"inet_pton", 1},
+        {"inet_ntop", 1},  {"sendto", 1},          {"setsockopt", 2},      {"recvfrom", 1},
+        {"recvfrom", 2},   {"WSAGetLastError", 1}};
+    for (const auto& [function, occurrence] : places) {
+        SCOPED_TRACE(function + " " + std::to_string(occurrence));
+        network = {};
+        network.adapters = {{"eth0", {{"10.0.0.1", "255.255.255.0"}}}};
+        network.datagrams = {replyOf("Lab", "10.0.0.5")};
+        throwAt(function, occurrence);
+        const TestSupport::LogCapture ownLog("Plenar.KorvaCamera.KorvaCameraLocator");
+        EXPECT_NO_THROW(search());
+        EXPECT_THAT(
+            ownLog.textsFrom(log4cxx::Level::getWarn()),
+            ElementsAre(LogText{"ERROR", "Unknown exception when trying to discover Korva devices."}));
+        EXPECT_THAT(network.callsOf("closesocket"), ElementsAre("closesocket 1"));
+        EXPECT_THAT(network.callsOf("WSACleanup"), SizeIs(1));
+        EXPECT_EQ(network.startups, 0);
+        EXPECT_THAT(network.callsOf("SendARP"), IsEmpty());
+        EXPECT_THAT(observer.found, IsEmpty());
+    }
+}
+
+TEST_F(LocatorFailure, IsCaughtWhateverItsClass) {
+    network.onCall = [](const std::string& call) {
+        if (call.starts_with("sendto"))
+            throw 42; // no std::exception
+    };
+    EXPECT_NO_THROW(search());
+    expectCleanEnd();
+}
+
+/// Throws at the line that begins with `text`.
+class ThrowingAppender final : public log4cxx::AppenderSkeleton {
+public:
+    explicit ThrowingAppender(std::string text) : text_(std::move(text)) {}
+    void close() override {}
+    bool requiresLayout() const override { return false; }
+    void append(const log4cxx::spi::LoggingEventPtr& event, log4cxx::helpers::Pool& /*pool*/) override {
+        std::string message;
+        log4cxx::helpers::Transcoder::encodeUTF8(event->getMessage(), message);
+        if (message.starts_with(text_))
+            throw std::runtime_error("no room for a line");
+    }
+
+private:
+    std::string text_;
+};
+
+/// The locator's logger with such an appender.
+class ThrowingLog {
+public:
+    explicit ThrowingLog(const std::string& text)
+        : logger_(log4cxx::Logger::getLogger("Plenar.KorvaCamera.KorvaCameraLocator")),
+          appender_(std::make_shared<ThrowingAppender>(text)) {
+        logger_->addAppender(appender_);
+    }
+    ThrowingLog(const ThrowingLog&) = delete;
+    ThrowingLog& operator=(const ThrowingLog&) = delete;
+    ~ThrowingLog() { logger_->removeAppender(appender_); }
+
+private:
+    log4cxx::LoggerPtr logger_;
+    log4cxx::AppenderPtr appender_;
+};
+
+TEST_F(LocatorFailure, ClosesTheSocketOnceWhereTheFailureCannotBeLogged) {
+    const ThrowingLog throwing("setsockopt failed");
+    network.fail("setsockopt", WSAENOPROTOOPT);
+    EXPECT_NO_THROW(search());
+    EXPECT_THAT(network.callsOf("closesocket"), ElementsAre("closesocket 1"));
+    EXPECT_EQ(network.startups, 0);
+}
+
+TEST_F(LocatorFailure, ClosesTheSocketWhereNotEvenTheLastLineCanBeLogged) {
+    const ThrowingLog throwing("Unknown exception");
+    throwAt("sendto");
+    EXPECT_NO_THROW(search());
+    EXPECT_THAT(network.callsOf("closesocket"), ElementsAre("closesocket 1"));
+    EXPECT_EQ(network.startups, 0);
+}
+
+TEST(Locator, SearchesNothingButByBroadcast) {
+    NetworkScript::current() = {};
+    KorvaCameraLocator locator;
+    DeviceFramework1Locator& base = locator;
+    RecordingObserver observer;
+    base.serialObserverSearch(&observer);
+    base.rangeObserverSearch(&observer);
+    EXPECT_FALSE(base.supportsRangeSearch());
+    EXPECT_THAT(observer.found, IsEmpty());
+    EXPECT_THAT(NetworkScript::current().calls, IsEmpty());
+}
+
+} // namespace
