@@ -86,10 +86,10 @@ TEST(AdapterList, EndsWhereALinkLeavesItsMemory) {
 }
 
 TEST(AdapterList, EndsWhereALinkLeadsToTheRestOfItsMemory) {
-    onAsk = [](IP_ADAPTER_INFO* adapters, ULONG) { return chain(adapters, 2, adapters + 2); };
+    onAsk = [](IP_ADAPTER_INFO* adapters, ULONG) { return chain(adapters, 1, adapters + 2); };
     AdapterList list(3 * oneAdapter - 8);
     EXPECT_EQ(list.fill(), NO_ERROR);
-    EXPECT_EQ(walk(list), "1 2 ");
+    EXPECT_EQ(walk(list), "1 ");
 }
 
 TEST(AdapterList, EndsWhereALinkIsNotAligned) {

@@ -340,11 +340,24 @@ TEST_F(BuilderFromConnection, WarnsWhereThereIsNone) {
     EXPECT_EQ(line.line, 37);
 }
 
+/// A network connection that is not the host's TCP client.
+struct OtherEthernetCommunicator final : EthernetCommunicator {
+    std::wstring getAddress() const override { return L"10.0.0.5"; }
+    int getPort() const override { return 32768; }
+    void writeBytes(const void*, unsigned int, bool, int) override {}
+    int readBytes(void*, unsigned int, int, unsigned int) override { return 0; }
+    bool isConnected() const override { return true; }
+    void connect() override {}
+    void disconnect() noexcept override {}
+};
+
 TEST_F(BuilderFromConnection, WarnsWhereItIsOfAnotherKind) {
     TestSupport::ScriptedCommunicator other;
+    OtherEthernetCommunicator otherEthernet;
     EXPECT_EQ(build(&other), nullptr);
-    EXPECT_THAT(log.texts(),
-                ElementsAre(LogText{"WARN", "Ethernet communicator needed to build Korva camera"}));
+    EXPECT_EQ(build(&otherEthernet), nullptr);
+    const LogText warning{"WARN", "Ethernet communicator needed to build Korva camera"};
+    EXPECT_THAT(log.texts(), ElementsAre(warning, warning));
     EXPECT_THAT(transport.calls(), IsEmpty());
 }
 
