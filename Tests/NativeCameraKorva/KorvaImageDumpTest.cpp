@@ -78,6 +78,12 @@ TEST_F(ImageDump, PadsTheDayWithABlank) {
     EXPECT_THAT(folder.names(), ElementsAre("KorvaImage Thu Jan  1 00-00-00 1970.png"));
 }
 
+TEST_F(ImageDump, ReplacesEveryStarAndColonAndDropsTheLastCharacter) {
+    PlatformScript::current().timeText = "*Mon* :02::10*\n";
+    dumpImage(true, picture);
+    EXPECT_THAT(folder.names(), ElementsAre("KorvaImage -Mon- -02--10-.png"));
+}
+
 TEST_F(ImageDump, TracesTheNameWithoutFolderAndExtension) {
     dumpImage(true, picture);
     EXPECT_THAT(log.texts(), ElementsAre(LogText{

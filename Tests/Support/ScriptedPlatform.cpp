@@ -81,8 +81,11 @@ __time64_t _time64(__time64_t* now) {
 }
 
 char* _ctime64(const __time64_t* when) {
-    if (PlatformScript::current().timeTextFails)
+    PlatformScript& script = PlatformScript::current();
+    if (script.timeTextFails)
         return nullptr;
+    if (!script.timeText.empty())
+        return script.timeText.data();
     static char text[32];
     const std::time_t seconds = *when;
     std::tm broken{};

@@ -29,6 +29,7 @@ struct PlatformScript {
 
     std::int64_t secondsSince1970 = 0; ///< what _time64 answers; local time is UTC
     bool timeTextFails = false;        ///< _ctime64 answers null
+    std::string timeText;              ///< what _ctime64 answers instead of the time, unless empty
 
     bool conversionFails = false; ///< both text conversions answer 0
 
