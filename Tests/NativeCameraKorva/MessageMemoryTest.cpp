@@ -45,6 +45,14 @@ TEST_F(MessageMemory, OfAnImageIsFreedOnceWithTheArguments) {
     EXPECT_EQ(counter.count(), 1);
 }
 
+TEST_F(MessageMemory, OfAnImageIsNotClearedBeforeItsBytesArrive) {
+    communicator.deliver({0x01, 0x00, 0x00, 0x00, 0x12, 0x01, 0x06, 0x00, 0x00, 0x00, 0x05});
+    communicator.answerReadWith(5); // which stores nothing
+    EXPECT_TRUE(parse());
+    const std::uint8_t* const bytes = args.at(0).data.get();
+    EXPECT_THAT(std::vector<std::uint8_t>(bytes, bytes + 5), ::testing::Each(Support::freshByte));
+}
+
 TEST_F(MessageMemory, ThatCannotBeHadRefusesTheMessage) {
     communicator.deliver(wireMessage({{6, {1, 2, 3, 4, 5, 6, 7}}}));
     const Support::ArrayShortage shortage;

@@ -19,9 +19,11 @@ namespace TestSupport {
 struct PlatformScript {
     static PlatformScript& current();
 
-    // The performance counter. Sleep moves it by its duration, each query by counterStep, after answering.
+    // The performance counter. Sleep moves it by its duration, each query by counterStep, after answering;
+    // the step then grows, so that no two intervals are alike.
     std::int64_t counter = 0;
     std::int64_t counterStep = 0;
+    std::int64_t counterStepGrowth = 0;
     std::int64_t frequency = 10'000'000;
 
     std::vector<DWORD> sleeps;          ///< milliseconds, in order
