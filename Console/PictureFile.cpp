@@ -28,7 +28,7 @@ std::string utf8FromPath(const fs::path& path) {
 }
 
 [[noreturn]] void fail(const std::string& file, const std::string& reason) {
-    throw PictureFileError("cannot write " + file + ": " + reason);
+    throw PictureFileError("cannot write " + file + ": " + reason + "; try: another --output");
 }
 
 std::string systemReason(int code) {

@@ -9,7 +9,7 @@
 
 namespace Console {
 
-/// A file could not be written. The message names the file and the system's reason.
+/// A file could not be written. The message names the file, the system's reason and what to try.
 class PictureFileError : public std::runtime_error {
 public:
     using std::runtime_error::runtime_error;

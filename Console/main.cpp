@@ -15,9 +15,20 @@
 #include <clocale>
 #include <cstdlib>
 #include <functional>
+#include <string>
 #include <vector>
 
 namespace {
+
+/// Says what is wrong with the command line, or gives the help that was asked for; returns the library's exit
+/// code. Of a word that is no command the library by itself says only that a command is missing.
+int answerTo(const CLI::App& app, const CLI::ParseError& error) {
+    const std::vector<std::string> unknown = app.remaining();
+    const bool missesCommand = error.get_exit_code() == static_cast<int>(CLI::ExitCodes::RequiredError);
+    if (missesCommand && app.get_subcommands().empty() && !unknown.empty())
+        return app.exit(CLI::ExtrasError(app.get_name(), unknown));
+    return app.exit(error);
+}
 
 /// Under a locale without UTF-8 the logging library turns every byte above 127 into a question mark.
 void useUtf8Locale() {
@@ -68,7 +79,7 @@ ExitStatus run(int argc, char** argv) {
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError& error) {
-        return app.exit(error) == 0 ? ExitStatus::done : ExitStatus::wrongUsage;
+        return answerTo(app, error) == 0 ? ExitStatus::done : ExitStatus::wrongUsage;
     }
     const auto chosen = std::find_if(commands.begin(), commands.end(),
                                      [](const Command& command) { return command.app->parsed(); });

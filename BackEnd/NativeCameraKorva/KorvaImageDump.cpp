@@ -5,6 +5,7 @@
 #include "Platform/Text.h"
 #include "VantrelCommon/PlenarDiagnostics.h"
 
+#include <cstddef>
 #include <filesystem>
 #include <regex>
 #include <string>
@@ -28,24 +29,27 @@ std::string timeText() {
     return std::regex_replace(text, std::regex("\\*|:"), "-");
 }
 
-void writeFile(const std::string& path, const Binary::FullArg& picture) {
+void writeFile(const std::string& path, const void* bytes, std::size_t count) {
     std::FILE* const file = Platform::fopen(path.c_str(), "wb");
     if (file == nullptr)
         return;
     // Nothing is reported, so neither result is looked at.
-    static_cast<void>(
-        Platform::fwrite(picture.data.get(), Binary::bigEndian32(picture.header.length), 1, file));
+    static_cast<void>(Platform::fwrite(bytes, count, 1, file));
     static_cast<void>(Platform::fclose(file));
 }
 
 void writeDump(bool png, const Binary::FullArg& picture) {
+    const std::size_t count = Binary::bigEndian32(picture.header.length);
+    const bool isMissing = count != 0 && picture.data == nullptr; // a value that is not an image's
     const std::string time = timeText();
-    if (time.empty() || picture.data == nullptr)
+    if (time.empty() || isMissing)
         return;
     const std::string name = "KorvaImage " + time;
     KORVA_LOG(logger, Trace, "KorvaHelper", "Dumping Korva picture to " << name);
     const std::string folder = Platform::utf8FromWide(PlenarDiagnostics::getImagesSubDirectory());
-    writeFile(folder + separator + name + (png ? ".png" : ".sgi"), picture);
+    // Nothing to write is not handed on as a null pointer, which the C library need not take.
+    const void* const bytes = count == 0 ? "" : static_cast<const void*>(picture.data.get());
+    writeFile(folder + separator + name + (png ? ".png" : ".sgi"), bytes, count);
 }
 
 } // namespace

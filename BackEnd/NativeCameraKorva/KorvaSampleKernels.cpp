@@ -137,8 +137,9 @@ Progress reduceGreyVectors(unsigned char* samples, std::size_t pixels) {
 constexpr std::size_t pixelsOfARound = 32;
 constexpr std::size_t samplesOfARound = 3 * pixelsOfARound;
 
-/// A bit for each sample of a round, set where the sample is zero.
-using ZeroBits = std::array<std::uint8_t, samplesOfARound / 8>;
+/// A bit for each sample of a round, set where the sample is zero. Behind them is room for what a vector's
+/// bits may be stored with: the library asks for eight bytes wherever it stores some.
+using ZeroBits = std::array<std::uint8_t, samplesOfARound / 8 + sizeof(std::uint64_t)>;
 
 std::size_t blackPixels(const ZeroBits& zeros) {
     std::uint64_t low = 0;

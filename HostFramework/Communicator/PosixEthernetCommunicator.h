@@ -41,8 +41,7 @@ public:
 
     /// Sets or, with an empty function, removes the observer. It runs on the reading thread, about every
     /// 64 KiB, every 100 ms while nothing comes, and at the end of a read. What it throws ends the read and
-    /// reaches the caller. It must
-    /// not set the observer.
+    /// reaches the caller. It must not set the observer.
     void setProgressObserver(ProgressObserver observer);
 
 protected:

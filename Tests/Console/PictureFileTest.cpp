@@ -169,15 +169,18 @@ TEST_F(PictureFile, FullDiskLeavesTheOlderFileAlone) {
 
 TEST_F(PictureFile, MissingFolderIsNamedWithTheReason) {
     const std::string file = path("missing/a.png");
-    EXPECT_EQ(messageOf(file, Bytes{1}), "cannot write " + file + ": No such file or directory");
+    EXPECT_EQ(messageOf(file, Bytes{1}),
+              "cannot write " + file + ": No such file or directory; try: another --output");
 }
 
 TEST_F(PictureFile, FolderAndWhatIsNoOrdinaryFileAreNotReplaced) {
-    EXPECT_EQ(messageOf(folder_.string(), Bytes{1}), "cannot write " + folder_.string() + ": Is a directory");
+    EXPECT_EQ(messageOf(folder_.string(), Bytes{1}),
+              "cannot write " + folder_.string() + ": Is a directory; try: another --output");
     // Stands for /dev/null and the like, which a user with the right to would replace by a file.
     const std::string pipe = path("pipe");
     ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
-    EXPECT_EQ(messageOf(pipe, Bytes{1}), "cannot write " + pipe + ": it exists and is not an ordinary file");
+    EXPECT_EQ(messageOf(pipe, Bytes{1}),
+              "cannot write " + pipe + ": it exists and is not an ordinary file; try: another --output");
     EXPECT_TRUE(fs::is_fifo(pipe));
 }
 

@@ -183,7 +183,8 @@ TEST(ToolCapture, ReadOnlyFolderIsNoticedBeforeThePictureIsTaken) {
     SimulatedCamera camera;
     const ToolResult result = runTool(camera.captureArguments({"--output", folder.file("a.png")}));
     EXPECT_EQ(result.status, 1);
-    EXPECT_EQ(result.errors, "korva: cannot write " + folder.file("a.png") + ": Permission denied\n");
+    EXPECT_EQ(result.errors,
+              "korva: cannot write " + folder.file("a.png") + ": Permission denied; try: another --output\n");
     EXPECT_EQ(result.output, "");
     EXPECT_EQ(folder.names(), Names{});
     camera.process().signal(SIGTERM);

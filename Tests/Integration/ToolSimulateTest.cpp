@@ -112,3 +112,9 @@ TEST(ToolSimulate, WaitsTheExposureWhenToldTo) {
     EXPECT_EQ(result.status, 0);
     EXPECT_GE(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(800));
 }
+
+TEST(ToolUsage, NamesAWordThatIsNoCommand) {
+    const ToolResult result = runTool({"frobnicate"});
+    EXPECT_EQ(result.status, 2);
+    EXPECT_NE(result.errors.find("not expected: frobnicate"), std::string::npos) << result.errors;
+}

@@ -34,16 +34,19 @@ TEST_F(CaptureLog, TellsEachStepAndItsTime) {
 
 TEST_F(CaptureLog, MeasuresEachPhaseByItself) {
     answerGoodAttempt();
-    PlatformScript::current().counterStep = 3; // from the query at a phase's start to the one at its end
+    // From the query at a phase's start to the one at its end 3 counts, from there to the next start 4, and
+    // so on: 3, 5, 7, 9, 11 and 13 counts of half a millisecond.
+    PlatformScript::current().counterStep = 3;
+    PlatformScript::current().counterStepGrowth = 1;
     PlatformScript::current().frequency = 2000;
     EXPECT_NE(capture(), nullptr);
     const auto texts = log.texts();
     EXPECT_EQ(texts.at(1).message, "Time to send / receive response on config message 1.5ms");
-    EXPECT_EQ(texts.at(3).message, "Time for Korva to take and process picture 1.5ms");
-    EXPECT_EQ(texts.at(5).message, "Time to read image from Korva 1.5ms");
-    EXPECT_EQ(texts.at(7).message, "Conversion to raw image: 1.5ms");
-    EXPECT_EQ(texts.at(8).message, "bit reduction: 1.5ms");
-    EXPECT_EQ(texts.at(9).message, "color to greyscale: 1.5ms");
+    EXPECT_EQ(texts.at(3).message, "Time for Korva to take and process picture 2.5ms");
+    EXPECT_EQ(texts.at(5).message, "Time to read image from Korva 3.5ms");
+    EXPECT_EQ(texts.at(7).message, "Conversion to raw image: 4.5ms");
+    EXPECT_EQ(texts.at(8).message, "bit reduction: 5.5ms");
+    EXPECT_EQ(texts.at(9).message, "color to greyscale: 6.5ms");
 }
 
 TEST_F(CaptureLog, DoesNotCountThePauseAsTimeOfTheTake) {
@@ -110,6 +113,7 @@ TEST_F(CaptureLog, StandsUnderItsLoggerWithItsLocation) {
         EXPECT_EQ(line.logger, loggerName);
         EXPECT_EQ(line.file, "BackEnd/NativeCameraKorva/KorvaHelper");
         EXPECT_GT(line.line, 0);
+        EXPECT_TRUE(line.scope.starts_with("Korva")) << line.scope;
         EXPECT_FALSE(line.method.empty());
     }
 }

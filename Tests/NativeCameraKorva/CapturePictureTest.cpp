@@ -168,7 +168,7 @@ TEST_F(CapturePicture, IsDumpedAsItCameWhereTraceIsEnabled) {
     log.setLevel(log4cxx::Level::getTrace());
     answerGoodAttempt();
     EXPECT_NE(capture(), nullptr);
-    const auto file = folder.path() / "KorvaImage Thu Jan  1 00-00-00 1970.sgi";
+    const auto file = folder.path() / "KorvaImage Thu Jan 01 00-00-00 1970.sgi";
     EXPECT_EQ(std::filesystem::file_size(file), sgiFile(colours).size());
     EXPECT_EQ(PlatformScript::current().fileCalls.size(), 3u);
 }
@@ -177,7 +177,7 @@ TEST_F(CapturePicture, IsDumpedUnderThePngNameWhereItIsPng) {
     log.setLevel(log4cxx::Level::getTrace());
     answerAttempt(pngFile(uniformSamples(2, 2, 1, 99)));
     EXPECT_NE(capture(greyPng), nullptr);
-    EXPECT_TRUE(std::filesystem::exists(folder.path() / "KorvaImage Thu Jan  1 00-00-00 1970.png"));
+    EXPECT_TRUE(std::filesystem::exists(folder.path() / "KorvaImage Thu Jan 01 00-00-00 1970.png"));
 }
 
 TEST_F(CapturePicture, IsDumpedBetweenFetchingAndDecoding) {

@@ -72,10 +72,16 @@ TEST_F(ImageDump, OpensWritesOneElementAndCloses) {
                             "fwrite 10 1", "fclose"));
 }
 
-TEST_F(ImageDump, PadsTheDayWithABlank) {
-    PlatformScript::current().secondsSince1970 = 0;
+TEST_F(ImageDump, KeepsTheBlanksOfTheTime) {
+    PlatformScript::current().timeText = "Thu Jan  1 00:00:00 1970\n";
     dumpImage(true, picture);
     EXPECT_THAT(folder.names(), ElementsAre("KorvaImage Thu Jan  1 00-00-00 1970.png"));
+}
+
+TEST_F(ImageDump, ReplacesEveryStarAndColonAndDropsTheLastCharacter) {
+    PlatformScript::current().timeText = "*Mon* :02::10*\n";
+    dumpImage(true, picture);
+    EXPECT_THAT(folder.names(), ElementsAre("KorvaImage -Mon- -02--10-.png"));
 }
 
 TEST_F(ImageDump, TracesTheNameWithoutFolderAndExtension) {
@@ -121,6 +127,21 @@ TEST_F(ImageDump, MakesAnEmptyFileOfAnEmptyArgument) {
     dumpImage(true, empty);
     EXPECT_EQ(std::filesystem::file_size(folder.path() / "KorvaImage Mon Nov 16 02-10-00 2026.png"), 0u);
     EXPECT_EQ(PlatformScript::current().fileCalls.at(1), "fwrite 0 1");
+}
+
+TEST_F(ImageDump, MakesAnEmptyFileOfAnArgumentOfLengthZeroWithoutData) {
+    FullArg empty;
+    dumpImage(false, empty);
+    EXPECT_EQ(std::filesystem::file_size(folder.path() / "KorvaImage Mon Nov 16 02-10-00 2026.sgi"), 0u);
+    EXPECT_EQ(PlatformScript::current().fileCalls.size(), 3u);
+}
+
+TEST_F(ImageDump, TakesAFolderWhoseNameCannotBeConvertedForEmpty) {
+    PlatformScript::current().conversionFails = true;
+    PlatformScript::current().openFails = true;
+    dumpImage(true, picture);
+    EXPECT_THAT(PlatformScript::current().fileCalls,
+                ElementsAre("fopen /KorvaImage Mon Nov 16 02-10-00 2026.png wb"));
 }
 
 TEST_F(ImageDump, WritesNothingToAFileThatFailedToOpen) {

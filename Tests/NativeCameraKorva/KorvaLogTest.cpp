@@ -46,6 +46,16 @@ TEST_F(Log, StartsEachMessageWithAFreshStream) {
     EXPECT_THAT(log.texts(), ElementsAre(LogText{"INFO", "ff"}, LogText{"INFO", "255"}));
 }
 
+struct Speaker {
+    static void say(const log4cxx::LoggerPtr& logger) { KORVA_LOG(logger, Info, "KorvaThing", "text"); }
+};
+
+TEST_F(Log, NamesTheFunctionByItsFullSignature) {
+    Speaker::say(logger);
+    EXPECT_EQ(log.lines().at(0).scope, "{anonymous}::Speaker"); // which the bare name does not hold
+    EXPECT_EQ(log.lines().at(0).method, "say");
+}
+
 TEST_F(Log, NamesFileFunctionAndLine) {
     const int before = __LINE__;
     KORVA_LOG(logger, Info, "KorvaThing", "text");

@@ -432,6 +432,7 @@ TEST_F(MessageReader, LogsUnderItsLoggerWithItsLocation) {
         EXPECT_EQ(line.logger, loggerName);
         EXPECT_EQ(line.file, "BackEnd/NativeCameraKorva/KorvaBinaryCommunication");
         EXPECT_GT(line.line, 0);
+        EXPECT_TRUE(line.scope.starts_with("Korva::Binary")) << line.scope;
         EXPECT_FALSE(line.method.empty());
     }
     EXPECT_LT(log.lines()[0].line, log.lines()[1].line);

@@ -205,6 +205,7 @@ TEST_F(RequestSender, LogsUnderItsLoggerWithItsLocation) {
     ASSERT_EQ(log.lines().size(), 1u);
     EXPECT_EQ(log.lines()[0].logger, loggerName);
     EXPECT_EQ(log.lines()[0].file, "BackEnd/NativeCameraKorva/KorvaBinaryCommunication");
+    EXPECT_EQ(log.lines()[0].scope, "Korva::Binary");
     EXPECT_EQ(log.lines()[0].method, "createAndSendMessage");
     EXPECT_GT(log.lines()[0].line, 0);
 }

@@ -103,10 +103,11 @@ TEST_F(ResponseValidation, WarnsOfMoreThanOneArgumentAndGoesOn) {
                                          LogText{"DEBUG", "Korva Response: DONE"}));
 }
 
-TEST_F(ResponseValidation, LooksOnlyAtTheFirstArgument) {
+TEST_F(ResponseValidation, LooksOnlyAtTheFirstArgumentAndWarnsOfTheSecond) {
     header.argCount = 2;
     args.emplace_back().header.type = 1;
     EXPECT_TRUE(validate(false));
+    EXPECT_EQ(log.texts().at(1), (LogText{"WARN", "Korva returned more arguments than expected: \x02"}));
 }
 
 TEST_F(ResponseValidation, RefusesAResponseWithoutArguments) {

@@ -22,6 +22,7 @@ protected:
         line.message = event->getMessage();
         line.logger = event->getLoggerName();
         line.file = location.getFileName();
+        line.scope = location.getClassName();
         line.method = location.getMethodName();
         line.line = location.getLineNumber();
         lines.push_back(std::move(line));

@@ -16,6 +16,7 @@ struct LogLine {
     std::string message; ///< the bytes that the event carries
     std::string logger;
     std::string file;   ///< of the location
+    std::string scope;  ///< of the location: the function's namespaces and class, from its full signature
     std::string method; ///< of the location: the function's name alone
     int line = 0;       ///< of the location
 };

@@ -42,6 +42,7 @@ BOOL QueryPerformanceCounter(LARGE_INTEGER* count) {
     PlatformScript& script = PlatformScript::current();
     count->QuadPart = script.counter;
     script.counter += script.counterStep;
+    script.counterStep += script.counterStepGrowth;
     return 1;
 }
 
@@ -81,13 +82,16 @@ __time64_t _time64(__time64_t* now) {
 }
 
 char* _ctime64(const __time64_t* when) {
-    if (PlatformScript::current().timeTextFails)
+    PlatformScript& script = PlatformScript::current();
+    if (script.timeTextFails)
         return nullptr;
+    if (!script.timeText.empty())
+        return script.timeText.data();
     static char text[32];
     const std::time_t seconds = *when;
     std::tm broken{};
     gmtime_r(&seconds, &broken);
-    std::strftime(text, sizeof text, "%a %b %e %H:%M:%S %Y\n", &broken);
+    std::strftime(text, sizeof text, "%a %b %d %H:%M:%S %Y\n", &broken);
     return text;
 }
 

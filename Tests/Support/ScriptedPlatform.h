@@ -19,9 +19,11 @@ namespace TestSupport {
 struct PlatformScript {
     static PlatformScript& current();
 
-    // The performance counter. Sleep moves it by its duration, each query by counterStep, after answering.
+    // The performance counter. Sleep moves it by its duration, each query by counterStep, after answering;
+    // the step then grows, so that no two intervals are alike.
     std::int64_t counter = 0;
     std::int64_t counterStep = 0;
+    std::int64_t counterStepGrowth = 0;
     std::int64_t frequency = 10'000'000;
 
     std::vector<DWORD> sleeps;          ///< milliseconds, in order
@@ -29,6 +31,7 @@ struct PlatformScript {
 
     std::int64_t secondsSince1970 = 0; ///< what _time64 answers; local time is UTC
     bool timeTextFails = false;        ///< _ctime64 answers null
+    std::string timeText;              ///< what _ctime64 answers instead of the time, unless empty
 
     bool conversionFails = false; ///< both text conversions answer 0
 
