@@ -16,9 +16,11 @@
 #include <chrono>
 #include <cstdint>
 #include <cstdio>
+#include <iterator>
 #include <numeric>
 #include <set>
 #include <span>
+#include <string_view>
 #include <utility>
 
 namespace Console {
@@ -124,8 +126,9 @@ private:
 
     /// Two cameras may call themselves alike.
     std::string unusedName(std::string name) {
+        constexpr std::string_view extension = ".png";
         while (!names_.insert(name).second)
-            name.insert(name.size() - std::string(".png").size(), "_");
+            name.insert(name.end() - std::ssize(extension), '_');
         return name;
     }
 

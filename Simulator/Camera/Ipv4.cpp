@@ -38,8 +38,11 @@ std::optional<std::uint32_t> netMaskFromText(std::string_view text) {
 
 std::string ipv4Text(std::uint32_t address) {
     std::string text;
-    for (int shift = 24; shift >= 0; shift -= 8)
-        text += (text.empty() ? "" : ".") + std::to_string(address >> shift & 255U);
+    for (int shift = 24; shift >= 0; shift -= 8) {
+        if (!text.empty())
+            text += '.';
+        text += std::to_string(address >> shift & 255U);
+    }
     return text;
 }
 
