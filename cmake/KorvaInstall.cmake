@@ -17,6 +17,8 @@ install(DIRECTORY "${PROJECT_SOURCE_DIR}/ReferenceHost/include/"
   DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}/ReferenceHost" FILES_MATCHING PATTERN "*.h")
 install(FILES
   "${PROJECT_SOURCE_DIR}/BackEnd/NativeCameraKorva/KorvaBinaryCommunication.h"
+  "${PROJECT_SOURCE_DIR}/BackEnd/NativeCameraKorva/KorvaCameraLoader.h"
+  "${PROJECT_SOURCE_DIR}/BackEnd/NativeCameraKorva/KorvaCommParser.h"
   "${PROJECT_SOURCE_DIR}/BackEnd/NativeCameraKorva/KorvaHelper.h"
   "${PROJECT_SOURCE_DIR}/BackEnd/NativeCameraKorva/KorvaMessage.h"
   "${PROJECT_BINARY_DIR}/BackEnd/NativeCameraKorva/include/NativeCameraKorva/KorvaExport.h"
