@@ -4,6 +4,7 @@
 #include "CameraUse.h"
 #include "CaptureReport.h"
 #include "CommandRun.h"
+#include "ContactSheet.h"
 #include "FailureAdvice.h"
 #include "PictureFile.h"
 #include "Printable.h"
@@ -13,14 +14,15 @@
 #include "Platform/Terminal.h"
 #include "Platform/Text.h"
 
+#include <algorithm>
 #include <chrono>
+#include <cmath>
 #include <cstdint>
 #include <cstdio>
-#include <iterator>
 #include <numeric>
 #include <set>
 #include <span>
-#include <string_view>
+#include <sstream>
 #include <utility>
 
 namespace Console {
@@ -57,8 +59,20 @@ public:
     /// Adds to the report picture by picture. Throws CommandFailure, PictureFileError, and std::exception for
     /// what should not happen.
     void takeAll() {
+        if (options_.camera.all && !options_.output.empty())
+            makeFolder(options_.output);
+        if (!options_.contactSheet.empty())
+            checkWritable(options_.contactSheet);
         if (options_.camera.all)
-            return takeOfAllFound();
+            takeOfAllFound();
+        else
+            takeOfTheOneNamed();
+        if (const GreySheet sheet = sheet_.layOut(); !sheet.pixels.empty() && !options_.contactSheet.empty())
+            writeWholeFile(options_.contactSheet, encodeGreyPng(sheet.width, sheet.height, sheet.pixels));
+    }
+
+private:
+    void takeOfTheOneNamed() {
         // Before the camera is asked anything, where the name is known.
         if (!options_.output.empty() || !options_.camera.address.empty())
             checkWritable(pictureFileName(options_, options_.camera.address, 1));
@@ -66,10 +80,7 @@ public:
         takeOf(*camera);
     }
 
-private:
     void takeOfAllFound() {
-        if (!options_.output.empty())
-            makeFolder(options_.output);
         std::vector<CameraTemplatePointer> found;
         host_.search([&found](CameraTemplatePointer camera) { found.push_back(std::move(camera)); });
         keepRemarks("");
@@ -94,7 +105,7 @@ private:
         for (int number = 1; number <= options_.count; ++number) {
             const std::string file = unusedName(pictureFileName(options_, address, number));
             checkWritable(file);
-            report_.pictures.push_back(takeOne(use, placeOf(camera), file));
+            report_.pictures.push_back(takeOne(use, camera, file));
             report_.pictures.back().address = address;
             keepRemarks(printable(address) + ": ");
             if (!options_.json)
@@ -102,13 +113,14 @@ private:
         }
     }
 
-    TakenPicture takeOne(CameraUse& use, const std::string& place, const std::string& file) {
+    TakenPicture takeOne(CameraUse& use, const NativeCamera& camera, const std::string& file) {
         using Clock = std::chrono::steady_clock;
         const auto start = Clock::now();
         const std::optional<image_t> image = use.takePicture();
         bar_.erase();
         TakenPicture picture;
         picture.milliseconds = std::chrono::duration<double, std::milli>(Clock::now() - start).count();
+        const std::string place = placeOf(camera);
         if (Platform::interrupted())
             throw CommandFailure("interrupted while a picture was taken from " + place +
                                  "; nothing of it was kept");
@@ -121,15 +133,25 @@ private:
         picture.height = image->height;
         picture.mean = meanOf(pixelsOf(*image));
         writeWholeFile(file, encodeGreyPng(picture.width, picture.height, pixelsOf(*image)));
+        if (!options_.contactSheet.empty())
+            sheet_.add(picture.width, picture.height, pixelsOf(*image), captionOf(camera, picture));
         return picture;
     }
 
+    std::vector<std::string> captionOf(const NativeCamera& camera, const TakenPicture& picture) const {
+        std::ostringstream numbers;
+        numbers << picture.width << " x " << picture.height << "  " << options_.exposureUnits / 10 << '.'
+                << options_.exposureUnits % 10 << " s  mean " << std::lround(picture.mean);
+        return {Platform::utf8FromWide(camera.getModel()) + "  " + addressOf(camera), numbers.str()};
+    }
+
     /// Two cameras may call themselves alike.
-    std::string unusedName(std::string name) {
-        constexpr std::string_view extension = ".png";
-        while (!names_.insert(name).second)
-            name.insert(name.end() - std::ssize(extension), '_');
-        return name;
+    std::string unusedName(const std::string& name) {
+        const std::size_t stemEnd = std::min(name.rfind('.'), name.size());
+        std::string unused = name;
+        for (int copy = 2; !names_.insert(unused).second; ++copy)
+            unused = name.substr(0, stemEnd) + "_" + std::to_string(copy) + name.substr(stemEnd);
+        return unused;
     }
 
     void keepRemarks(const std::string& whose) {
@@ -143,6 +165,7 @@ private:
     ToolLog log_;
     CameraHost host_;
     std::set<std::string> names_;
+    ContactSheet sheet_;
 };
 
 } // namespace

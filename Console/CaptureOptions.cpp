@@ -67,6 +67,10 @@ void addCaptureOptions(CLI::App& command, CaptureOptions& options) {
                     "given. With --all "
                     "the folder for these files, made if it is missing; the current one unless given")
         ->option_text("FILE.png|DIR");
+    command
+        .add_option("--contact-sheet", options.contactSheet,
+                    "Write a PNG file too that shows the pictures side by side, small, the first 100 of them")
+        ->option_text("FILE.png");
     command.add_flag("--json", options.json, "Print one JSON object on standard output instead of words")
         ->option_text(" ");
     addPluginOption(command, options.camera);

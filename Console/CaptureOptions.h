@@ -15,9 +15,10 @@ namespace Console {
 
 struct CaptureOptions {
     CameraOptions camera;
-    int exposureUnits = 15; ///< units of 100 ms, 1 to 3600
-    int count = 1;          ///< pictures of each camera, 1 to 9999
-    std::string output;     ///< UTF-8 path of the file, of all cameras the folder; empty: not given
+    int exposureUnits = 15;   ///< units of 100 ms, 1 to 3600
+    int count = 1;            ///< pictures of each camera, 1 to 9999
+    std::string output;       ///< UTF-8 path of the file, of all cameras the folder; empty: not given
+    std::string contactSheet; ///< UTF-8 path; empty: none
     bool json = false;
 };
 
