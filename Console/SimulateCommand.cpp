@@ -80,9 +80,10 @@ std::string simulateGreeting(const Simulator::CameraServer& server, const std::s
     text << "Simulated Korva camera " << printable(camera.model) << ", firmware "
          << printable(camera.firmware) << ", pictures of " << size.width << " x " << size.height
          << ", scene: " << printable(camera.scene.describe()) << "\n"
-         << "  room " << printable(camera.room) << ", announced as " << camera.announcedAddress << ", serial "
-         << printable(camera.serialNumber) << ", hardware " << printable(camera.hardwareIdentifier())
-         << ", API " << printable(camera.api) << "\n"
+         << "  room " << printable(camera.room)
+         << (camera.announcedAddress.empty() ? "" : ", announced as " + camera.announcedAddress)
+         << ", serial " << printable(camera.serialNumber) << ", hardware "
+         << printable(camera.hardwareIdentifier()) << ", API " << printable(camera.api) << "\n"
          << "  " << camera.networkProtocol << ", net mask " << camera.netMask << ", gateway "
          << camera.gateway << "\n"
          << serviceLine("binary protocol on TCP", camera.binary, address, server.binaryTcpPort()) << "\n"

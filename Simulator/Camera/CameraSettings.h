@@ -45,7 +45,7 @@ struct CameraSettings {
     std::vector<Fault> faults; ///< of those that still apply to a request, the first hits it
 
     std::string room = "Lab";
-    std::string announcedAddress; ///< written behind --IP; empty: the address served on
+    std::string announcedAddress; ///< written behind --IP; empty: the address asked at
     std::string hardware;         ///< hardware identifier; empty: the model
     std::string api = "1.4";
     std::string serialNumber = "1234";

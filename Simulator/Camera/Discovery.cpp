@@ -8,10 +8,13 @@
 
 namespace Simulator {
 
-Reaction answerDiscovery(Camera& camera, ByteView datagram) {
+Reaction answerDiscovery(Camera& camera, ByteView datagram, const std::string& servedAddress) {
     if (!std::ranges::equal(datagram, discoveryQuery))
         return {{}, {quotedText(datagram) + " -> not answered: this is not the discovery query"}};
-    const TextReply reply = replyTo(queries.back(), {}, camera.settings());
+    CameraSettings settings = camera.settings();
+    if (settings.announcedAddress.empty())
+        settings.announcedAddress = servedAddress;
+    const TextReply reply = replyTo(queries.back(), {}, settings);
     Reaction reaction{{}, {quotedText(datagram) + " -> " + quotedText(reply.text())}};
     const std::optional<Fault> fault = camera.nextFault(Place::Discovery);
     if (!fault) {
@@ -19,7 +22,7 @@ Reaction answerDiscovery(Camera& camera, ByteView datagram) {
         return reaction;
     }
     reaction.events.push_back("fault " + fault->describe());
-    reaction.actions = faultedReply(*fault, reply, camera.settings().seed);
+    reaction.actions = faultedReply(*fault, reply, settings.seed);
     return reaction;
 }
 

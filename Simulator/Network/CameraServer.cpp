@@ -32,12 +32,6 @@ pollfd waitFor(const Socket& socket) {
     return {socket.descriptor(), POLLIN, 0};
 }
 
-CameraSettings announcing(CameraSettings settings, const std::string& address) {
-    if (settings.announcedAddress.empty())
-        settings.announcedAddress = address;
-    return settings;
-}
-
 ServerOptions withLog(ServerOptions options) {
     if (!options.log)
         options.log = [](const std::string&) {};
@@ -51,7 +45,7 @@ Socket listenerOf(Service service, const std::string& address, std::uint16_t por
 } // namespace
 
 CameraServer::CameraServer(CameraSettings settings, ServerOptions options)
-    : m_camera(announcing(std::move(settings), options.address)), m_options(withLog(std::move(options))),
+    : m_camera(std::move(settings)), m_options(withLog(std::move(options))),
       m_binaryListener(listenerOf(m_camera.settings().binary, m_options.address, m_options.binaryTcpPort)),
       m_textListener(listenerOf(m_camera.settings().text, m_options.address, m_options.textTcpPort)),
       m_discovery(m_camera, m_options.address, m_options.discoveryUdpPort, m_options.log),

@@ -21,7 +21,6 @@ struct ServerOptions {
     EventLog log; ///< may be empty; called by the constructor and on the thread that serves
 };
 
-/// A camera that leaves its announced address open announces the address that it is served on.
 class CameraServer {
 public:
     /// Takes the ports at once: clients may connect from here on and are answered once the server runs.

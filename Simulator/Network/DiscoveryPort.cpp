@@ -7,6 +7,8 @@
 #include <sys/socket.h>
 
 #include <algorithm>
+#include <array>
+#include <cstring>
 
 namespace Simulator {
 
@@ -23,25 +25,37 @@ std::string nameOf(const sockaddr_in& peer) {
            " (discovery) ";
 }
 
+/// This machine's own address at which a datagram came in, also where it was sent to everybody; 0 if unknown.
+std::uint32_t addressAskedAt(msghdr& message) {
+    for (cmsghdr* each = CMSG_FIRSTHDR(&message); each != nullptr; each = CMSG_NXTHDR(&message, each)) {
+        if (each->cmsg_level != IPPROTO_IP || each->cmsg_type != IP_PKTINFO)
+            continue;
+        in_pktinfo info{};
+        std::memcpy(&info, CMSG_DATA(each), sizeof info);
+        return ntohl(info.ipi_spec_dst.s_addr);
+    }
+    return 0;
+}
+
 } // namespace
 
 DiscoveryPort::DiscoveryPort(Camera& camera, const std::string& address, std::uint16_t port,
                              const EventLog& log)
-    : m_camera(camera), m_log(log) {
+    : m_camera(camera), m_log(log), m_address(ipv4FromText(address).value_or(0)) {
     if (camera.settings().discovery == Service::Refused)
         return;
     m_sockets.push_back(bindUdp(address, port));
-    hearBroadcasts(address);
+    if (m_address == 0)
+        switchOn(m_sockets.front().descriptor(), IPPROTO_IP, IP_PKTINFO);
+    else if (m_address >> 24 != loopbackNetwork)
+        hearBroadcasts();
 }
 
-void DiscoveryPort::hearBroadcasts(const std::string& address) {
-    const std::uint32_t own = ipv4FromText(address).value_or(0);
+void DiscoveryPort::hearBroadcasts() {
     const auto mask = netMaskFromText(m_camera.settings().netMask);
-    if (own == 0 || own >> 24 == loopbackNetwork)
-        return;
     std::vector<std::string> wanted{std::string(limitedBroadcast)};
-    if (mask && (own | ~*mask) != own)
-        wanted.insert(wanted.begin(), ipv4Text(own | ~*mask));
+    if (mask && (m_address | ~*mask) != m_address)
+        wanted.insert(wanted.begin(), ipv4Text(m_address | ~*mask));
     for (const std::string& broadcast : wanted) {
         try {
             m_sockets.push_back(bindUdp(broadcast, port(), Sharing::Shared));
@@ -70,21 +84,31 @@ void DiscoveryPort::advance(Clock::time_point now) {
 
 bool DiscoveryPort::readOne(const Socket& socket, Clock::time_point now) {
     sockaddr_in sender{};
-    socklen_t size = sizeof sender;
-    const ssize_t count = recvfrom(socket.descriptor(), m_datagram.data(), m_datagram.size(), 0,
-                                   reinterpret_cast<sockaddr*>(&sender), &size);
+    iovec place{m_datagram.data(), m_datagram.size()};
+    alignas(cmsghdr) std::array<char, 256> control{};
+    msghdr message{};
+    message.msg_name = &sender;
+    message.msg_namelen = sizeof sender;
+    message.msg_iov = &place;
+    message.msg_iovlen = 1;
+    message.msg_control = control.data();
+    message.msg_controllen = control.size();
+    const ssize_t count = recvmsg(socket.descriptor(), &message, 0);
     if (count < 0)
         return false;
-    const ByteView received = ByteView(m_datagram).first(static_cast<std::size_t>(count));
-    if (m_camera.settings().discovery == Service::Silent) {
-        m_log(nameOf(sender) + quotedText(received) + " -> silent");
-        return true;
-    }
-    const Reaction reaction = answerDiscovery(m_camera, received);
+    const std::uint32_t asked = m_address == 0 ? addressAskedAt(message) : m_address;
+    answer(ByteView(m_datagram).first(static_cast<std::size_t>(count)), sender, ipv4Text(asked), now);
+    return true;
+}
+
+void DiscoveryPort::answer(ByteView datagram, const sockaddr_in& sender, const std::string& asked,
+                           Clock::time_point now) {
+    if (m_camera.settings().discovery == Service::Silent)
+        return m_log(nameOf(sender) + quotedText(datagram) + " -> silent");
+    const Reaction reaction = answerDiscovery(m_camera, datagram, asked);
     for (const std::string& event : reaction.events)
         m_log(nameOf(sender) + event);
     schedule(reaction.actions, sender, now);
-    return true;
 }
 
 void DiscoveryPort::schedule(const std::vector<Action>& actions, const sockaddr_in& receiver,

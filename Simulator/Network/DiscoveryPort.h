@@ -15,7 +15,8 @@ namespace Simulator {
 /// broadcast address of its network (own address and net mask) and one for 255.255.255.255. Those two share
 /// their address and port, so that several cameras of one machine hear the same query. 255.255.255.255
 /// carries no network: every camera of the machine hears it. A camera on a loopback address has no such
-/// sockets and hears no network; one on 0.0.0.0 needs none, and hears everything.
+/// sockets and hears no network; one on 0.0.0.0 needs none, hears everything, and announces the address of
+/// the adapter at which it was asked.
 class DiscoveryPort {
 public:
     /// Takes the port, unless the camera refuses discovery. A broadcast address that the machine does not
@@ -47,13 +48,16 @@ private:
         std::size_t length;
     };
 
-    void hearBroadcasts(const std::string& address);
+    void hearBroadcasts();
     bool readOne(const Socket& socket, Clock::time_point now);
+    void answer(ByteView datagram, const sockaddr_in& sender, const std::string& asked,
+                Clock::time_point now);
     void schedule(const std::vector<Action>& actions, const sockaddr_in& receiver, Clock::time_point now);
     void send(const Reply& reply) const;
 
     Camera& m_camera;
     const EventLog& m_log;
+    std::uint32_t m_address;       ///< 0: every address of this machine
     std::vector<Socket> m_sockets; ///< the first is bound to the camera's address
     std::vector<std::string> m_broadcasts;
     std::deque<Reply> m_replies;

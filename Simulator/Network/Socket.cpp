@@ -25,11 +25,6 @@ bool prepare(int descriptor) {
     return fcntl(descriptor, F_SETFL, O_NONBLOCK) == 0 && fcntl(descriptor, F_SETFD, FD_CLOEXEC) == 0;
 }
 
-void switchOn(int descriptor, int level, int option) {
-    const int on = 1;
-    setsockopt(descriptor, level, option, &on, sizeof on);
-}
-
 sockaddr_in endpoint(const std::string& address, std::uint16_t port, const std::string& what) {
     sockaddr_in result{};
     result.sin_family = AF_INET;
@@ -57,6 +52,11 @@ std::string nameOf(const std::string& protocol, const std::string& address, std:
 }
 
 } // namespace
+
+void switchOn(int descriptor, int level, int option) {
+    const int on = 1;
+    setsockopt(descriptor, level, option, &on, sizeof on);
+}
 
 Socket::~Socket() {
     if (isOpen())

@@ -45,6 +45,9 @@ enum class Sharing { Alone, Shared };
 /// Throws ServerError.
 Socket bindUdp(const std::string& address, std::uint16_t port, Sharing sharing = Sharing::Alone);
 
+/// Sets a socket option of the kind on and off.
+void switchOn(int descriptor, int level, int option);
+
 /// The port that a socket is bound to; 0 for a closed socket.
 std::uint16_t portOf(const Socket& socket);
 

@@ -3,6 +3,9 @@
 #include "TemporaryFolder.h"
 #include "ToolRun.h"
 
+#include "Communicator/Connector.h"
+#include "Communicator/PosixEthernetCommunicator.h"
+
 #include <gtest/gtest.h>
 
 #include <csignal>
@@ -111,6 +114,51 @@ TEST(ToolSimulate, WaitsTheExposureWhenToldTo) {
         runTool(camera.captureArguments({"--exposure", "0.8", "--output", folder.file("a.png")}));
     EXPECT_EQ(result.status, 0);
     EXPECT_GE(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(800));
+}
+
+TEST(ToolSimulate, ServesASetOfCamerasFromAFile) {
+    const TemporaryFolder folder;
+    std::ofstream(folder.file("set.json")) << R"({"cameras": [
+        {"address": "127.0.0.31", "port": 0, "text-port": 0, "room": "Lab 2\u001b[2J", "model": "M615",
+         "announce": "10.77.1.11", "faults": ["version:missing-key=--SW*1"]},
+        {"address": "127.0.0.32", "port": 0, "text-port": 0, "serial": "K-7", "text": "refused",
+         "discovery": "silent"}]})";
+    ChildProcess process(toolCommand({"simulate", "--config", folder.file("set.json"), "--for", "60"}));
+    ASSERT_TRUE(process.waitForOutput("korva capture 127.0.0.32 --port ")) << process.errors();
+    process.signal(SIGINT);
+    EXPECT_EQ(process.wait(), 0);
+    for (const char* part :
+         {"room Lab 2\\x1b[2J, announced as 10.77.1.11, serial 1234, hardware M615, API 1.4\n",
+          "static, net mask 255.255.255.0, gateway 0.0.0.0\n",
+          "  text language on TCP 127.0.0.31:", "  fault: version:missing-key=--SW*1\n",
+          "korva capture 127.0.0.31 --port ", "  room Lab, serial K-7", "  text language on TCP refused\n",
+          " (silent)\n", "The simulated cameras have stopped."})
+        EXPECT_TRUE(contains(process.output(), part)) << part << " is not in:\n" << process.output();
+}
+
+TEST(ToolSimulate, SetThatCannotBeReadIsAFailureThatSaysWhy) {
+    const TemporaryFolder folder;
+    std::ofstream(folder.file("set.json")) << R"({"cameras": [{"address": "127.0.0.31", "romo": "A"}]})";
+    const ToolResult result = runTool({"simulate", "--config", folder.file("set.json"), "--for", "5"});
+    EXPECT_EQ(result.status, 1);
+    EXPECT_EQ(result.output, "");
+    EXPECT_EQ(lineCount(result.errors), 1u) << result.errors;
+    EXPECT_TRUE(contains(result.errors, "set.json, camera 1: there is no key \"romo\"")) << result.errors;
+    EXPECT_EQ(runTool({"simulate", "--config", "/no/such.json"}).status, 1);
+    EXPECT_EQ(runTool({"simulate", "--config", folder.file("set.json"), "--model", "M61"}).status, 2);
+}
+
+TEST(ToolSimulate, TellsOfTextQueriesWithTheirControlCharactersEscaped) {
+    SimulatedCamera camera;
+    const std::string sign = "text language on TCP 127.0.0.1:";
+    const std::string& said = camera.process().output();
+    const std::size_t begin = said.find(sign) + sign.size();
+    PosixEthernetCommunicator client(L"127.0.0.1", std::stoi(said.substr(begin)), -1);
+    const Connector connector(client);
+    const std::string query = "[SerialNumber \x07 --Camera]";
+    client.writeBytes(query.data(), static_cast<unsigned>(query.size()), true, 1);
+    EXPECT_TRUE(camera.process().waitForOutput(
+        "(text) [SerialNumber \\x07 --Camera] -> [SerialNumber --Camera 1234]\n"));
 }
 
 TEST(ToolUsage, NamesAWordThatIsNoCommand) {

@@ -5,6 +5,9 @@
 
 #include <gtest/gtest.h>
 
+#include <fstream>
+#include <iterator>
+#include <sstream>
 #include <stdexcept>
 
 namespace Simulator {
@@ -20,6 +23,29 @@ const Query& queryFor(Place place) {
 
 std::string replyText(Place place, std::vector<std::string_view> keys, const CameraSettings& camera = {}) {
     return replyTo(queryFor(place), keys, camera).text();
+}
+
+/// The query that asks for all keys, in their order.
+std::string queryText(Place place) {
+    std::string text = "[" + std::string(queryFor(place).word);
+    for (const std::string_view key : queryFor(place).keys)
+        text.append(" ").append(key);
+    return text + "]";
+}
+
+/// In a document, the text of the indented hexadecimal bytes under the line that is `example`.
+std::string bytesShownBelow(const std::string& example, const std::string& document) {
+    const std::size_t line = document.find("\n" + example + "\n  ");
+    if (line == std::string::npos)
+        return "not in the document";
+    std::istringstream below(document.substr(line + example.size() + 2));
+    std::string text;
+    for (std::string bytes; std::getline(below, bytes) && bytes.starts_with("  ");) {
+        std::istringstream words(bytes);
+        for (std::string word; words >> word;)
+            text += static_cast<char>(std::stoi(word, nullptr, 16));
+    }
+    return text;
 }
 
 } // namespace
@@ -76,6 +102,19 @@ TEST(TextLanguage, EmptyValueKeepsTheBlankBehindItsKey) {
 TEST(TextLanguage, DiscoveryQueryIsTwentyThreeBytes) {
     EXPECT_EQ(discoveryQuery, "AreThereAnyKorvaAround?");
     EXPECT_EQ(discoveryQuery.size(), 23U);
+}
+
+TEST(TextLanguage, SaysWhatTheProtocolDocumentShowsByteForByte) {
+    std::ifstream stream(KORVA_SOURCE_DIR "/Docs/Protocol.md");
+    const std::string document((std::istreambuf_iterator<char>(stream)), {});
+    CameraSettings camera;
+    camera.room = "Lab 2";
+    camera.announcedAddress = "192.168.10.27";
+    for (const std::string& text :
+         {std::string(discoveryQuery), replyText(Place::Discovery, {}, camera), replyText(Place::Version, {}),
+          replyText(Place::Serial, {}), replyText(Place::Network, {}), queryText(Place::Version),
+          queryText(Place::Serial), queryText(Place::Network)})
+        EXPECT_EQ(bytesShownBelow(text, document), text);
 }
 
 TEST(Ipv4, ReadsFourNumbers) {

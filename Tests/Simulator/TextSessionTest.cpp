@@ -58,7 +58,7 @@ std::string askWithFault(std::string_view fault, std::string_view query) {
 }
 
 Reaction discover(Camera& camera, std::string_view datagram = "AreThereAnyKorvaAround?") {
-    return answerDiscovery(camera, bytesOfText(datagram));
+    return answerDiscovery(camera, bytesOfText(datagram), "10.0.0.1");
 }
 
 std::string discoverWithFault(std::string_view fault) {
@@ -321,6 +321,12 @@ TEST(Discovery, AnswersTheQuery) {
     const Reaction reaction = discover(camera);
     EXPECT_EQ(textOfBytes(sentBytes(reaction.actions)), discoveryReply);
     EXPECT_THAT(reaction.events, ElementsAre("AreThereAnyKorvaAround? -> " + discoveryReply));
+}
+
+TEST(Discovery, AnnouncesTheAddressServedUnlessToldAnother) {
+    Camera camera(smallCamera());
+    EXPECT_EQ(textOfBytes(sentBytes(discover(camera).actions)),
+              "[Korva --Room Lab --IP 10.0.0.1 --NetMask 255.255.255.0]");
 }
 
 TEST(Discovery, AnswersNothingElse) {

@@ -1,0 +1,202 @@
+#include "Camera/CameraSet.h"
+
+#include <gmock/gmock.h>
+
+#include <cstdio>
+#include <fstream>
+
+namespace Simulator {
+
+using ::testing::EndsWith;
+using ::testing::HasSubstr;
+using ::testing::StartsWith;
+
+namespace {
+
+std::vector<CameraEntry> parsed(const std::string& text) {
+    return parseCameraSet(text, "lab.json");
+}
+
+/// The only camera of a set that says this about it, beside its address.
+CameraEntry cameraWith(const std::string& keys) {
+    return parsed(R"({"cameras": [{"address": "10.77.1.11", )" + keys + "}]}").at(0);
+}
+
+template <typename Read>
+std::string complaintOf(Read read) {
+    try {
+        read();
+    } catch (const CameraSetError& refusal) {
+        return refusal.what();
+    }
+    return "accepted";
+}
+
+std::string refusalOf(const std::string& text) {
+    return complaintOf([&] { parsed(text); });
+}
+
+std::string refusalOfCamera(const std::string& keys) {
+    return refusalOf(R"({"cameras": [{"address": "10.77.1.10"}, {"address": "10.77.1.11", )" + keys + "}]}");
+}
+
+/// A file of this test, gone with it.
+class SetFile {
+public:
+    explicit SetFile(const std::string& text) { std::ofstream(path, std::ios::binary) << text; }
+    SetFile(const SetFile&) = delete;
+    SetFile& operator=(const SetFile&) = delete;
+    ~SetFile() { std::remove(path.c_str()); }
+
+    const std::string path = ::testing::TempDir() + "camera-set-test.json";
+};
+
+std::string refusalOfFile(const std::string& path) {
+    return complaintOf([&] { readCameraSet(path); });
+}
+
+} // namespace
+
+TEST(CameraSet, ReadsEveryKey) {
+    const std::vector<CameraEntry> cameras = parsed(R"({"cameras": [{
+        "address": "10.77.1.11", "announce": "10.77.1.12", "api": "2.0", "binary": "silent",
+        "discovery": "refused", "faults": ["version:missing-key=--SW", "get:checksum*1"],
+        "firmware": "4.0.0", "gateway": "10.77.1.1", "hardware": "XM61", "model": "M615",
+        "netmask": "255.255.0.0", "port": 5001, "protocol": "DHCP", "room": "Lab 2", "scene": "ramp",
+        "seed": 18446744073709551615, "serial": "K-7", "size": "64x48", "text": "answered",
+        "text-port": 0, "wait-exposure": true}]})");
+    ASSERT_EQ(cameras.size(), 1U);
+    EXPECT_EQ(cameras[0].address, "10.77.1.11");
+    EXPECT_EQ(cameras[0].binaryTcpPort, 5001);
+    EXPECT_EQ(cameras[0].textTcpAndUdpPort, 0);
+    const CameraSettings& settings = cameras[0].settings;
+    EXPECT_EQ(settings.announcedAddress, "10.77.1.12");
+    EXPECT_EQ(settings.api, "2.0");
+    EXPECT_EQ(settings.binary, Service::Silent);
+    EXPECT_EQ(settings.discovery, Service::Refused);
+    EXPECT_EQ(settings.text, Service::Answered);
+    ASSERT_EQ(settings.faults.size(), 2U);
+    EXPECT_EQ(settings.faults[0].describe(), "version:missing-key=--SW");
+    EXPECT_EQ(settings.faults[1].describe(), "get:checksum*1");
+    EXPECT_EQ(settings.firmware, "4.0.0");
+    EXPECT_EQ(settings.gateway, "10.77.1.1");
+    EXPECT_EQ(settings.hardware, "XM61");
+    EXPECT_EQ(settings.model, "M615");
+    EXPECT_EQ(settings.netMask, "255.255.0.0");
+    EXPECT_EQ(settings.networkProtocol, "DHCP");
+    EXPECT_EQ(settings.room, "Lab 2");
+    EXPECT_EQ(settings.scene.kind, SceneKind::Ramp);
+    EXPECT_EQ(settings.seed, 18446744073709551615U);
+    EXPECT_EQ(settings.serialNumber, "K-7");
+    EXPECT_EQ(settings.size, (PictureSize{64, 48}));
+    EXPECT_TRUE(settings.waitExposure);
+}
+
+TEST(CameraSet, CameraWithAnAddressAloneIsTheUsualOne) {
+    const CameraEntry camera = parsed(R"({"cameras": [{"address": "10.77.1.11"}]})").at(0);
+    EXPECT_EQ(camera.binaryTcpPort, 32769);
+    EXPECT_EQ(camera.textTcpAndUdpPort, 32768);
+    EXPECT_EQ(camera.settings.model, "M61");
+    EXPECT_EQ(camera.settings.room, "Lab");
+    EXPECT_EQ(camera.settings.text, Service::Answered);
+    EXPECT_TRUE(camera.settings.faults.empty());
+}
+
+TEST(CameraSet, KeepsTheOrderOfTheFile) {
+    const auto cameras = parsed(R"({"cameras": [{"address": "10.77.2.9"}, {"address": "10.77.1.1"}]})");
+    ASSERT_EQ(cameras.size(), 2U);
+    EXPECT_EQ(cameras[0].address, "10.77.2.9");
+    EXPECT_EQ(cameras[1].address, "10.77.1.1");
+}
+
+TEST(CameraSet, NamesFileCameraAndKeyOfWhatItRefuses) {
+    EXPECT_EQ(refusalOfCamera(R"("seed": "1")"),
+              "lab.json, camera 2, key \"seed\": a whole number from 0 to 18446744073709551615 is due");
+    EXPECT_THAT(
+        refusalOfCamera(R"("romo": "Lab")"),
+        StartsWith("lab.json, camera 2: there is no key \"romo\"; there are address, announce, api, "));
+}
+
+TEST(CameraSet, RefusesValuesOfTheWrongKind) {
+    for (const char* keys :
+         {R"("model": 1)", R"("room": null)", R"("serial": ["1"])", R"("firmware": true)", R"("api": 1.4)",
+          R"("hardware": {})", R"("announce": 1)", R"("gateway": 1)", R"("netmask": 24)", R"("protocol": 1)",
+          R"("scene": 1)", R"("size": 640)", R"("text": true)", R"("binary": 0)", R"("discovery": {})"})
+        EXPECT_THAT(refusalOfCamera(keys), EndsWith(": a text is due, in quotation marks")) << keys;
+    for (const char* keys : {R"("port": "1")", R"("port": -1)", R"("port": 1.5)", R"("text-port": 65536)"})
+        EXPECT_THAT(refusalOfCamera(keys), EndsWith(": a whole number from 0 to 65535 is due")) << keys;
+    EXPECT_THAT(refusalOfCamera(R"("wait-exposure": 1)"), EndsWith("true or false is due"));
+    EXPECT_THAT(refusalOfCamera(R"("faults": "any:close")"),
+                EndsWith("an array of at most 256 texts is due"));
+    EXPECT_THAT(refusalOfCamera(R"("faults": [1])"), EndsWith("a text is due, in quotation marks"));
+}
+
+TEST(CameraSet, RefusesTextsThatSayNothing) {
+    EXPECT_THAT(refusalOfCamera(R"("announce": "here")"),
+                EndsWith("\"here\" is no IPv4 address such as 10.77.1.11"));
+    EXPECT_THAT(refusalOfCamera(R"("gateway": "10.0.0")"),
+                EndsWith("\"10.0.0\" is no IPv4 address such as 10.77.1.11"));
+    EXPECT_THAT(refusalOfCamera(R"("netmask": "255.0.255.0")"),
+                EndsWith("is no net mask such as 255.255.255.0"));
+    EXPECT_THAT(refusalOfCamera(R"("protocol": "dhcp")"), EndsWith("\"dhcp\" is neither static nor DHCP"));
+    EXPECT_THAT(refusalOfCamera(R"("size": "0x1")"),
+                EndsWith("\"0x1\" is not WIDTHxHEIGHT, 1 to 65535 each"));
+    EXPECT_THAT(refusalOfCamera(R"("text": "dead")"),
+                EndsWith("\"dead\" is none of answered, silent, refused"));
+    EXPECT_THAT(refusalOfCamera(R"("scene": "sunset")"),
+                HasSubstr("key \"scene\": Scene \"sunset\": write grid"));
+    EXPECT_THAT(refusalOfCamera(R"("faults": ["get:gremlins"])"),
+                HasSubstr("key \"faults\": Fault \"get:gremlins\": there is no fault \"gremlins\""));
+}
+
+TEST(CameraSet, BoundsTextsAndCounts) {
+    EXPECT_EQ(cameraWith(R"("room": ")" + std::string(1024, 'r') + "\"").settings.room.size(), 1024U);
+    EXPECT_THAT(refusalOfCamera(R"("room": ")" + std::string(1025, 'r') + "\""),
+                EndsWith("the text has more than 1024 bytes"));
+    const auto repeated = [](const std::string& text, int count) {
+        std::string all = text;
+        for (int index = 1; index < count; ++index)
+            all += "," + text;
+        return all;
+    };
+    EXPECT_EQ(cameraWith("\"faults\": [" + repeated("\"any:close\"", 256) + "]").settings.faults.size(),
+              256U);
+    EXPECT_THAT(refusalOfCamera("\"faults\": [" + repeated("\"any:close\"", 257) + "]"),
+                HasSubstr("at most 256"));
+    const std::string camera = R"({"address": "10.77.1.11"})";
+    EXPECT_EQ(parsed("{\"cameras\": [" + repeated(camera, 256) + "]}").size(), 256U);
+    EXPECT_THAT(refusalOf("{\"cameras\": [" + repeated(camera, 257) + "]}"),
+                EndsWith("an array of 1 to 256 cameras is due"));
+}
+
+TEST(CameraSet, RefusesWhatIsNoSet) {
+    for (const char* text : {"", "{", "[1,", "\"\xFF\"", "{\"cameras\": [}"})
+        EXPECT_THAT(refusalOf(text), StartsWith("lab.json: this is no JSON: ")) << text;
+    for (const char* text : {"1", "[]", "{}", R"({"camera": []})", R"({"cameras": [], "more": 1})"})
+        EXPECT_THAT(refusalOf(text), StartsWith("lab.json: {\"cameras\": [...]} is due")) << text;
+    for (const char* text : {R"({"cameras": []})", R"({"cameras": {}})", R"({"cameras": 1})"})
+        EXPECT_THAT(refusalOf(text), EndsWith("an array of 1 to 256 cameras is due")) << text;
+    EXPECT_EQ(refusalOf(R"({"cameras": ["10.77.1.11"]})"), "lab.json, camera 1: an object {...} is due");
+    EXPECT_EQ(refusalOf(R"({"cameras": [{"model": "M61"}]})"),
+              "lab.json, camera 1: the key \"address\" is missing");
+}
+
+TEST(CameraSet, OutlivesDeepNesting) {
+    EXPECT_THAT(refusalOf(std::string(1 << 20, '[')), HasSubstr("this is no JSON"));
+    const std::string deep = std::string(1 << 18, '[') + std::string(1 << 18, ']');
+    EXPECT_THAT(refusalOf(deep), HasSubstr("is due"));
+}
+
+TEST(CameraSet, ReadsAFile) {
+    const SetFile file(R"({"cameras": [{"address": "10.77.1.11"}]})");
+    EXPECT_EQ(readCameraSet(file.path).at(0).address, "10.77.1.11");
+}
+
+TEST(CameraSet, NamesAFileThatItCannotRead) {
+    EXPECT_EQ(refusalOfFile("/no/such.json"), "/no/such.json: No such file or directory");
+    EXPECT_THAT(refusalOfFile("/"), StartsWith("/: "));
+    const SetFile large(std::string((1 << 20) + 1, ' '));
+    EXPECT_EQ(refusalOfFile(large.path), large.path + ": the file has more than 1 MiB");
+}
+
+} // namespace Simulator
