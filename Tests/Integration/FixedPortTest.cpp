@@ -9,6 +9,7 @@
 #include <csignal>
 #include <fstream>
 #include <string>
+#include <unistd.h>
 #include <vector>
 
 using namespace Integration;
@@ -19,8 +20,13 @@ bool contains(const std::string& text, const std::string& part) {
     return text.find(part) != std::string::npos;
 }
 
-/// An address of its own within loopback, so that a camera somebody else plays is not in the way.
-const std::string address = "127.83.7.5";
+/// An address of this process's own within loopback, so that neither a camera somebody else plays nor another
+/// run of these tests is in the way.
+const std::string address = [] {
+    const auto process = static_cast<unsigned>(getpid());
+    return "127." + std::to_string(64 + (process >> 16 & 63)) + "." + std::to_string(process >> 8 & 255) +
+           "." + std::to_string(process & 255);
+}();
 
 /// `korva simulate` there, from the moment it serves until destruction.
 class CameraAtItsPorts {
@@ -52,8 +58,8 @@ TEST(ToolOnTheCamerasOwnPorts, TakesAPictureByAddress) {
     const GreyPicture picture = readGreyPng(folder.file("a.png"));
     EXPECT_EQ(picture.width, 1676u);
     EXPECT_EQ(picture.height, 1266u);
-    EXPECT_TRUE(contains(camera.process().output(), "TCP 127.83.7.5:32769"));
-    EXPECT_TRUE(contains(camera.process().output(), "UDP 127.83.7.5:32768"));
+    EXPECT_TRUE(contains(camera.process().output(), "TCP " + address + ":32769"));
+    EXPECT_TRUE(contains(camera.process().output(), "UDP " + address + ":32768"));
 }
 
 TEST(ToolOnTheCamerasOwnPorts, ExposureReachesTheCamera) {
@@ -87,14 +93,14 @@ TEST(ToolOnTheCamerasOwnPorts, IdentifySaysWhoItIs) {
     const ToolResult json = runTool({"identify", address, "--json"});
     EXPECT_EQ(json.status, 0);
     EXPECT_EQ(json.errors, "");
-    EXPECT_EQ(nlohmann::json::parse(json.output), nlohmann::json::parse(R"({"address": "127.83.7.5",
+    EXPECT_EQ(nlohmann::json::parse(json.output), nlohmann::json::parse("{\"address\": \"" + address + R"(",
         "macAddress": "", "model": "Korva Meridian M615", "serialNumber": "77", "firmware": "SW-3.3.1_API-2.0",
         "subnetMask": "255.0.0.0", "defaultGateway": "127.0.0.1", "resolution": {"x": 2748, "y": 1836},
         "cameraType": 6})"));
     const ToolResult words = runTool({"identify", address});
     EXPECT_EQ(words.status, 0);
     for (const char* part :
-         {"127.83.7.5", "Korva Meridian M615", "77", "SW-3.3.1_API-2.0", "255.0.0.0", "2748 x 1836"})
+         {address.c_str(), "Korva Meridian M615", "77", "SW-3.3.1_API-2.0", "255.0.0.0", "2748 x 1836"})
         EXPECT_TRUE(contains(words.output, part)) << words.output;
 }
 
@@ -125,7 +131,7 @@ TEST(ToolOnTheCamerasOwnPorts, HealthByAddressIdentifiesFirst) {
     const CameraAtItsPorts camera;
     const ToolResult result = runTool({"health", address});
     EXPECT_EQ(result.status, 0) << result.errors;
-    EXPECT_EQ(result.output, "127.83.7.5:32769: good, the camera answers\n");
+    EXPECT_EQ(result.output, address + ":32769: good, the camera answers\n");
 }
 
 TEST(ToolOnTheCamerasOwnPorts, UnidentifiableCameraIsNamedWithThePortAsked) {
@@ -136,7 +142,7 @@ TEST(ToolOnTheCamerasOwnPorts, UnidentifiableCameraIsNamedWithThePortAsked) {
         EXPECT_EQ(result.status, 1) << command;
         EXPECT_EQ(result.output, "") << command;
         EXPECT_EQ(lineCount(result.errors), 1u) << result.errors;
-        EXPECT_TRUE(contains(result.errors, "127.83.7.5:32768")) << result.errors;
+        EXPECT_TRUE(contains(result.errors, address + ":32768")) << result.errors;
         EXPECT_TRUE(contains(result.errors, "Connection refused")) << result.errors;
     }
 }
