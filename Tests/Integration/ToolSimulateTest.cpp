@@ -124,15 +124,14 @@ TEST(ToolSimulate, ServesASetOfCamerasFromAFile) {
         {"address": "127.0.0.32", "port": 0, "text-port": 0, "serial": "K-7", "text": "refused",
          "discovery": "silent"}]})";
     ChildProcess process(toolCommand({"simulate", "--config", folder.file("set.json"), "--for", "60"}));
-    ASSERT_TRUE(process.waitForOutput("korva capture 127.0.0.32 --port ")) << process.errors();
+    ASSERT_TRUE(process.waitForOutput("  discovery on UDP 127.0.0.32:")) << process.errors();
     process.signal(SIGINT);
     EXPECT_EQ(process.wait(), 0);
     for (const char* part :
          {"room Lab 2\\x1b[2J, announced as 10.77.1.11, serial 1234, hardware M615, API 1.4\n",
-          "static, net mask 255.255.255.0, gateway 0.0.0.0\n",
-          "  text language on TCP 127.0.0.31:", "  fault: version:missing-key=--SW*1\n",
-          "korva capture 127.0.0.31 --port ", "  room Lab, serial K-7", "  text language on TCP refused\n",
-          " (silent)\n", "The simulated cameras have stopped."})
+          "static, net mask 255.255.255.0, gateway 0.0.0.0\n", "  text language on TCP 127.0.0.31:",
+          "  fault: version:missing-key=--SW*1\n", "  room Lab, serial K-7",
+          "  text language on TCP refused\n", " (silent)\n", "The simulated cameras have stopped."})
         EXPECT_TRUE(contains(process.output(), part)) << part << " is not in:\n" << process.output();
 }
 
