@@ -9,7 +9,6 @@
 #include <csignal>
 #include <fstream>
 #include <string>
-#include <unistd.h>
 #include <vector>
 
 using namespace Integration;
@@ -20,13 +19,7 @@ bool contains(const std::string& text, const std::string& part) {
     return text.find(part) != std::string::npos;
 }
 
-/// An address of this process's own within loopback, so that neither a camera somebody else plays nor another
-/// run of these tests is in the way.
-const std::string address = [] {
-    const auto process = static_cast<unsigned>(getpid());
-    return "127." + std::to_string(64 + (process >> 16 & 63)) + "." + std::to_string(process >> 8 & 255) +
-           "." + std::to_string(process & 255);
-}();
+const std::string address = addressOfThisProcess();
 
 /// `korva simulate` there, from the moment it serves until destruction.
 class CameraAtItsPorts {

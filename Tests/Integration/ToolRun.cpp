@@ -6,6 +6,7 @@
 #include <fstream>
 #include <regex>
 #include <stdexcept>
+#include <unistd.h>
 
 namespace Integration {
 
@@ -31,6 +32,12 @@ ToolResult runTool(const std::vector<std::string>& arguments) {
     return {status, process.output(), process.errors()};
 }
 
+std::string addressOfThisProcess() {
+    const auto process = static_cast<unsigned>(getpid());
+    return "127." + std::to_string(64 + (process >> 16 & 63)) + "." + std::to_string(process >> 8 & 255) +
+           "." + std::to_string(process & 255);
+}
+
 std::size_t lineCount(const std::string& text) {
     const auto ends = std::count(text.begin(), text.end(), '\n');
     const bool unended = !text.empty() && text.back() != '\n';
@@ -43,10 +50,11 @@ SimulatedCamera::SimulatedCamera(const std::vector<std::string>& options)
         throw std::runtime_error("korva simulate does not serve: " + process_.errors());
     std::smatch said;
     static const std::regex greeting(
-        R"(pictures of (\d+) x (\d+),[^]*binary protocol on TCP 127\.0\.0\.1:(\d+))");
+        R"(pictures of (\d+) x (\d+),[^]*on TCP 127\.0\.0\.1:(\d+)[^]*on TCP 127\.0\.0\.1:(\d+))");
     if (!std::regex_search(process_.output(), said, greeting))
         throw std::runtime_error("korva simulate does not say what it serves: " + process_.output());
     port_ = said[3];
+    textPort_ = said[4];
     std::ofstream(description()) << "<Device><CameraInfo><cameraTypeEnum>6</cameraTypeEnum><resolutionX>"
                                  << said[1] << "</resolutionX><resolutionY>" << said[2]
                                  << "</resolutionY><ipAddress>127.0.0.1</ipAddress></CameraInfo>"

@@ -21,6 +21,10 @@ struct ToolResult {
 /// Runs the tool to its end.
 ToolResult runTool(const std::vector<std::string>& arguments);
 
+/// An address of this process's own within loopback, so that neither a camera somebody else plays nor another
+/// run of these tests is in the way.
+std::string addressOfThisProcess();
+
 /// The number of lines in a text; what follows the last line end counts as one too.
 std::size_t lineCount(const std::string& text);
 
@@ -31,6 +35,7 @@ public:
     explicit SimulatedCamera(const std::vector<std::string>& options = {"--size", "120x80"});
 
     const std::string& port() const { return port_; }
+    const std::string& textPort() const { return textPort_; }
     ChildProcess& process() { return process_; }
 
     /// A stored description of this camera, with the size of its pictures.
@@ -43,6 +48,7 @@ private:
     TemporaryFolder folder_;
     ChildProcess process_;
     std::string port_;
+    std::string textPort_;
 };
 
 /// A grey picture file, read back with libpng.

@@ -12,7 +12,7 @@ using Integration::toolCommand;
 
 namespace {
 
-const std::string address = "127.83.7.6";
+const std::string address = Integration::addressOfThisProcess();
 
 std::string textOf(const std::string& file) {
     std::ifstream stream(std::string(KORVA_SOURCE_DIR) + "/" + file, std::ios::binary);
