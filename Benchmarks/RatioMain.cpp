@@ -2,6 +2,7 @@
 // median beside the median of what it is measured against. With --check the exit status is 1 where a ratio is
 // more than 15 % over its bound; a noisy machine needs that slack. Google Benchmark's own options work too.
 
+#include "Platform/Memory.h"
 #include "Rows.h"
 
 #include <benchmark/benchmark.h>
@@ -73,6 +74,7 @@ Outcome print(const Rounds& rounds) {
 } // namespace
 
 int main(int argc, char** argv) {
+    Platform::keepFreedMemory(std::size_t{128} << 20); // as a host does that takes many pictures
     bool check = false;
     // What stands first can be overruled by what the user gives.
     std::string repetitions = "--benchmark_repetitions=21";

@@ -9,6 +9,8 @@
 #include "SimulateCommand.h"
 #include "SimulateOptions.h"
 
+#include "Platform/Memory.h"
+
 #include <CLI/CLI.hpp>
 
 #include <algorithm>
@@ -41,6 +43,9 @@ void useUtf8Locale() {
 }
 
 using Console::ExitStatus;
+
+/// A picture passes through some 80 MB of buffers; the next one uses the same pages.
+constexpr std::size_t keptBytes = std::size_t{128} << 20;
 
 /// One command of the tool, with its options.
 struct Command {
@@ -90,5 +95,6 @@ ExitStatus run(int argc, char** argv) {
 
 int main(int argc, char** argv) {
     useUtf8Locale();
+    Platform::keepFreedMemory(keptBytes);
     return static_cast<int>(run(argc, argv));
 }

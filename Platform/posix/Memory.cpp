@@ -1,0 +1,20 @@
+#include "Platform/Memory.h"
+
+#include <algorithm>
+#include <limits>
+
+#if defined(__GLIBC__)
+#include <malloc.h>
+#endif
+
+void Platform::keepFreedMemory(std::size_t bytes) noexcept {
+#if defined(__GLIBC__)
+    // Blocks above glibc's own limit for this setting are mapped and unmapped one by one in any case.
+    constexpr int largestHeapBlock = 32 << 20;
+    constexpr auto most = static_cast<std::size_t>(std::numeric_limits<int>::max());
+    mallopt(M_MMAP_THRESHOLD, largestHeapBlock);
+    mallopt(M_TRIM_THRESHOLD, static_cast<int>(std::min(bytes, most)));
+#else
+    static_cast<void>(bytes);
+#endif
+}
