@@ -16,6 +16,8 @@ void appendEntries(const std::string& text, std::vector<std::string>& entries) {
     std::istringstream words(text);
     // What separates words does not depend on the host's locale.
     words.imbue(std::locale::classic());
+    // Else the stream would keep a failed allocation to itself, and the text would end there.
+    words.exceptions(std::ios::badbit);
     bool hasKey = false;
     std::string value;
     std::string word;

@@ -81,7 +81,9 @@ void* KorvaInternals::takePicture() {
                                              exposureUnits_, delayBeforeTake));
     if (picture == nullptr || !keepPixels(*picture))
         return nullptr;
-    picture.reset();
+    // By hand: what the host throws here is a failed capture, and a smart pointer's own release must not
+    // throw.
+    ImagingFactory::getInstance()->releaseImage(picture.release());
     report(NetworkHealth::pictureCaptured);
     return pixels_.get();
 }
@@ -147,14 +149,14 @@ bool KorvaInternals::probe() {
 }
 
 void KorvaInternals::setNetworkHealthCallback(NetworkHealthCallback callback) {
-    networkHealthCallback_ = std::move(callback);
+    networkHealthCallback_ = std::make_shared<const NetworkHealthCallback>(std::move(callback));
 }
 
 void KorvaInternals::report(int code) const {
-    // A copy, as it may replace itself while it runs.
-    const NetworkHealthCallback callback = networkHealthCallback_;
-    if (callback)
-        callback(NetworkHealth(code));
+    // Held, as it may replace itself while it runs; not copied, as it may count.
+    const std::shared_ptr<const NetworkHealthCallback> callback = networkHealthCallback_;
+    if (callback != nullptr && *callback)
+        (*callback)(NetworkHealth(code));
 }
 
 void KorvaInternals::reportFailure(int code) const noexcept {

@@ -54,7 +54,7 @@ private:
     void reportFailure(int code) const noexcept;
 
     KorvaCamera* camera_;
-    NetworkHealthCallback networkHealthCallback_;
+    std::shared_ptr<const NetworkHealthCallback> networkHealthCallback_; ///< null or empty for nobody
     std::unique_ptr<unsigned char[]> pixels_;
     std::uint16_t exposureUnits_ = 1; ///< of 100 ms
     std::int32_t exposureTime_ = 0;

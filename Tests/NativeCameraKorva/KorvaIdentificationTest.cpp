@@ -111,7 +111,6 @@ TEST_F(Identification, LeavesEmptyWhatTheCameraLeavesOut) {
     answerText(text(), "[Version --HW XM62]");
     answerText(text(), "[SerialNumber]");
     answerText(text(), "[--Settings --NetMask 255.0.0.0]");
-    answerGrab(binary(), samplePng(2, 2));
     const CameraInfo info = identify();
     EXPECT_EQ(info.getFW(), L"SW-_API-");
     EXPECT_EQ(info.getSerialNumber(), L"");

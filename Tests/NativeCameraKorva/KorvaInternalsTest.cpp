@@ -489,6 +489,15 @@ TEST_F(KorvaInternalsTest, LetACallbackReplaceItselfWhileItRuns) {
     EXPECT_EQ(token.use_count(), 1);
 }
 
+TEST_F(KorvaInternalsTest, CallTheCallbackItselfSoThatItMayCount) {
+    Bench bench;
+    bench.internals.setNetworkHealthCallback(
+        [&bench, calls = 0](NetworkHealth) mutable { bench.reports.push_back(++calls); });
+    EXPECT_FALSE(bench.internals.validateConnection());
+    EXPECT_FALSE(bench.internals.validateConnection());
+    EXPECT_THAT(bench.reports, ElementsAre(1, 2));
+}
+
 TEST_F(KorvaInternalsTest, LetNoExceptionOfTheCallbackOut) {
     Bench bench;
     bench.internals.setNetworkHealthCallback([](NetworkHealth) { throw std::runtime_error("host"); });
