@@ -36,7 +36,7 @@ std::string formatMac(std::span<const std::uint8_t> bytes) {
 } // namespace
 
 std::string
-getKorvaMacAddress(const std::string ip) { // NOLINT(performance-unnecessary-value-param): signature
+getKorvaMacAddress(const std::string ip) { // NOLINT(performance-unnecessary-value-param): by contract
     in_addr destination{};
     // An address that is none stays zero, and ARP then finds nobody.
     static_cast<void>(inet_pton(AF_INET, ip.c_str(), &destination));

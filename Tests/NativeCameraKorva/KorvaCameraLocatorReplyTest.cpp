@@ -4,6 +4,7 @@
 
 using namespace LocatorTests;
 using ::testing::ElementsAre;
+using ::testing::ElementsAreArray;
 using ::testing::IsEmpty;
 using ::testing::SizeIs;
 
@@ -64,6 +65,15 @@ TEST_F(LocatorReplies, ThatAreShortenedShowTheTailOfTheOneBefore) {
     network.datagrams = {"a long message of no camera", "short"};
     search();
     EXPECT_THAT(others(), ElementsAre("a long message of no camera", "shortg message of no camera"));
+}
+
+TEST_F(LocatorReplies, WithoutRoomAddressOrMarkAreLoggedAsNotParsed) {
+    const std::vector<std::string> texts{"[Korva --IP 10.0.0.5]", "[Korva --Room Lab --IP 10.0.0.5",
+                                         "[korva --Room Lab --IP 10.0.0.50]"};
+    network.datagrams.assign(texts.begin(), texts.end());
+    search();
+    EXPECT_THAT(recognised(), IsEmpty());
+    EXPECT_THAT(others(), ElementsAreArray(texts));
 }
 
 TEST_F(LocatorReplies, AreReadByTheirOwnBytesAlone) {
