@@ -1,6 +1,8 @@
 #pragma once
 // A simulated camera on loopback, and what a capture of it should give.
 
+#include "ExpectedPixels.h"
+
 #include "Camera/CameraSettings.h"
 #include "Network/CameraServer.h"
 
@@ -16,8 +18,6 @@
 #include <vector>
 
 namespace Integration {
-
-using Bytes = std::vector<unsigned char>;
 
 /// Serves from construction to stop() or destruction, at ports the system chose or `binaryPort`.
 class ServedCamera {
@@ -57,22 +57,10 @@ struct ReleaseImage {
 };
 using ImagePointer = std::unique_ptr<Image, ReleaseImage>;
 
-/// The arguments of Korva::capture that a test chooses.
-struct CaptureKind {
-    bool forceMode1 = false;
-    bool png = false;
-    bool monochrome = false;
-};
-
 /// Korva::capture without the pause.
 ImagePointer captureFrom(Communicator& communicator, const CaptureKind& kind, int exposureUnits);
 
 /// The grey pixels of an image; empty for null.
 Bytes pixelsOf(Image* image);
-
-/// The grey pixels that a capture of the camera's scene must give, worked out from the scene's samples
-/// without a line of the plug-in: divided by 64 and cut off at 255, then 0.299 R + 0.587 G + 0.114 B,
-/// rounded.
-Bytes expectedPixels(const Simulator::CameraSettings& settings, const CaptureKind& kind, int exposureUnits);
 
 } // namespace Integration
