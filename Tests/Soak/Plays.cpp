@@ -1,0 +1,152 @@
+#include "Plays.h"
+
+#include <chrono>
+#include <thread>
+
+namespace Soak {
+
+namespace {
+
+using Play = void (*)(const Stage&);
+
+void captureAFewTimes(const Stage& stage) {
+    stage.camera.serve();
+    for (std::size_t left = 1 + stage.camera.random().below(3); left > 0; --left)
+        stage.camera.capture(Expect::picture, "without a fault");
+    stage.camera.probe(true, "without a fault");
+}
+
+void playFault(SoakedCamera& camera, Tally& tally, const FaultRow& row) {
+    camera.serve(row.fault);
+    camera.capture(row.expect, row.fault);
+    tally.checksumLines += row.checksumLines;
+    demandPicture(camera, std::string("after ") + row.fault);
+}
+
+void captureWithAFault(const Stage& stage) {
+    playFault(stage.camera, stage.tally, stage.camera.random().of(captureFaults()));
+}
+
+void captureFromASilentCamera(const Stage& stage) {
+    playFault(stage.camera, stage.tally, stage.camera.random().of(silentFaults()));
+}
+
+void probeWithAFault(const Stage& stage) {
+    const FaultRow& row = stage.camera.random().of(probeFaults());
+    stage.camera.serve(row.fault);
+    stage.camera.probe(row.expect == Expect::picture, row.fault);
+    stage.tally.checksumLines += row.checksumLines;
+    stage.camera.serve();
+    stage.camera.probe(true, std::string("after ") + row.fault);
+    stage.camera.capture(Expect::picture, std::string("after ") + row.fault);
+}
+
+void stopAndStart(const Stage& stage) {
+    stage.camera.leave();
+    ++stage.tally.pulls;
+    stage.camera.capture(Expect::nothing, "camera away");
+    stage.camera.probe(false, "camera away");
+    demandPicture(stage.camera, "camera back");
+}
+
+/// The connection breaks at whatever point of a capture, or just behind it.
+void stopDuringACapture(const Stage& stage) {
+    stage.camera.serve("get:drip=20000/1");
+    ++stage.tally.pulls;
+    const std::chrono::microseconds delay(stage.camera.random().below(40'000));
+    {
+        const std::jthread puller([&camera = stage.camera, delay] {
+            std::this_thread::sleep_for(delay);
+            camera.leaveMeanwhile();
+        });
+        stage.camera.capture(Expect::either, "stopped meanwhile");
+    }
+    demandPicture(stage.camera, "after a stop during a capture");
+}
+
+void pullTheCable(const Stage& stage) {
+    if (!stage.networks.areOwn())
+        return stopAndStart(stage);
+    stage.networks.pullCable(stage.index);
+    ++stage.tally.pulls;
+    stage.camera.capture(Expect::nothing, "cable pulled");
+    stage.camera.probe(false, "cable pulled");
+    stage.networks.mendCable(stage.index);
+    demandPicture(stage.camera, "cable mended");
+}
+
+void pullTheCableDuringACapture(const Stage& stage) {
+    if (!stage.networks.areOwn())
+        return captureFromASilentCamera(stage);
+    stage.camera.serve("get:drip=20000/1");
+    ++stage.tally.pulls;
+    const std::chrono::microseconds delay(stage.camera.random().below(40'000));
+    {
+        const std::jthread puller([&stage, delay] {
+            std::this_thread::sleep_for(delay);
+            stage.networks.pullCable(stage.index);
+        });
+        stage.camera.capture(Expect::either, "cable pulled meanwhile");
+    }
+    stage.networks.mendCable(stage.index);
+    demandPicture(stage.camera, "cable mended after a capture");
+}
+
+void buildAnew(const Stage& stage) {
+    stage.camera.serve();
+    const std::size_t source = stage.camera.random().below(3);
+    if (source == 0)
+        stage.camera.buildFromConnection(stage.type, true, "build from a connection");
+    else if (source == 1 && stage.camera.hasTemplate())
+        stage.camera.buildFromTemplate(stage.type);
+    else
+        stage.camera.buildFromDescription(stage.type);
+    stage.camera.probe(true, "built anew");
+    stage.camera.capture(Expect::picture, "built anew");
+}
+
+void buildFromAFaultyCamera(const Stage& stage) {
+    const std::string fault = stage.camera.random().of(identificationFaults());
+    stage.camera.serve(fault);
+    stage.camera.buildFromConnection(stage.type, false, fault);
+    stage.camera.serve();
+    stage.camera.buildFromConnection(stage.type, true, "after " + fault);
+    stage.camera.capture(Expect::picture, "after " + fault);
+}
+
+void probeASilentCamera(const Stage& stage) {
+    stage.camera.serve("probe:silent");
+    stage.camera.probe(false, "probe:silent");
+    demandPicture(stage.camera, "after probe:silent");
+}
+
+// As often as it stands here, so likely.
+constexpr Play quickPlays[] = {
+    captureAFewTimes,  captureAFewTimes,  captureAFewTimes,   captureWithAFault,  captureWithAFault,
+    captureWithAFault, captureWithAFault, captureWithAFault,  probeWithAFault,    stopAndStart,
+    pullTheCable,      buildAnew,         stopDuringACapture, stopDuringACapture, buildFromAFaultyCamera,
+};
+
+constexpr Play slowPlays[] = {
+    captureFromASilentCamera,
+    captureFromASilentCamera,
+    pullTheCableDuringACapture,
+    probeASilentCamera,
+};
+
+} // namespace
+
+void demandPicture(SoakedCamera& camera, const std::string& circumstance) {
+    camera.serve();
+    camera.capture(Expect::picture, circumstance);
+}
+
+void playQuickly(const Stage& stage) {
+    stage.camera.random().of(quickPlays)(stage);
+}
+
+void playSlowly(const Stage& stage) {
+    stage.camera.random().of(slowPlays)(stage);
+}
+
+} // namespace Soak
