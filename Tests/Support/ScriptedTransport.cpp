@@ -10,6 +10,7 @@
 #include <iterator>
 #include <memory>
 #include <stdexcept>
+#include <utility>
 
 namespace TestSupport {
 namespace {
@@ -29,8 +30,10 @@ std::string describe(const void* data, unsigned int count) {
 struct TransportRecorder {
     static void countAlive(int change) { ScriptedTransport::current().alive_ += change; }
 
-    static std::shared_ptr<ScriptedCommunicator> scriptOf(const std::wstring& address, int port) {
+    static std::shared_ptr<Communicator> scriptOf(const std::wstring& address, int port) {
         ScriptedTransport& transport = ScriptedTransport::current();
+        if (const auto line = transport.lines_.find({address, port}); line != transport.lines_.end())
+            return line->second;
         const auto found = transport.scripts_.find({address, port});
         if (found != transport.scripts_.end())
             return found->second;
@@ -64,6 +67,11 @@ ScriptedCommunicator& ScriptedTransport::at(const std::wstring& address, int por
     return *script;
 }
 
+void ScriptedTransport::answerWith(const std::wstring& address, int port,
+                                   std::shared_ptr<Communicator> line) {
+    lines_[{address, port}] = std::move(line);
+}
+
 std::vector<std::string> ScriptedTransport::calls(const std::string& word) const {
     std::vector<std::string> found;
     std::copy_if(calls_.begin(), calls_.end(), std::back_inserter(found),
@@ -95,12 +103,12 @@ using TestSupport::TransportRecorder;
 struct PosixEthernetCommunicator::State {
     std::wstring address;
     int port = 0;
-    std::shared_ptr<TestSupport::ScriptedCommunicator> script; ///< from the first connect on
-    std::unique_ptr<Connector> connection;                     ///< holds the script connected
+    std::shared_ptr<Communicator> script;  ///< from the first connect on
+    std::unique_ptr<Connector> connection; ///< holds the script connected
 
     std::string place() const { return Platform::utf8FromWide(address) + ":" + std::to_string(port); }
 
-    TestSupport::ScriptedCommunicator& connectedScript() const {
+    Communicator& connectedScript() const {
         if (connection == nullptr)
             throw DeviceException(L"not connected");
         return *script;

@@ -37,6 +37,8 @@ public:
     ScriptedCommunicator& at(const std::wstring& address, int port);
     /// What answers at that port of every address that has no script of its own for it.
     ScriptedCommunicator& atPort(int port) { return at({}, port); }
+    /// `line` answers at that port of that address, instead of a script.
+    void answerWith(const std::wstring& address, int port, std::shared_ptr<Communicator> line);
 
     /// What ClientFactory::buildCommunicator does; where it is empty, makes a communicator of builtAddress,
     /// builtPort and -1.
@@ -72,6 +74,7 @@ private:
     friend struct TransportRecorder;
     using Script = std::shared_ptr<ScriptedCommunicator>;
     std::map<std::pair<std::wstring, int>, Script> scripts_;
+    std::map<std::pair<std::wstring, int>, std::shared_ptr<Communicator>> lines_;
     std::vector<std::string> calls_;
     int alive_ = 0;
 };
