@@ -30,12 +30,14 @@ function(korva_room target)
     INSTALL_RPATH "$ORIGIN;$ORIGIN/../${CMAKE_INSTALL_LIBDIR}")
 endfunction()
 
-# korva_test(NAME SOURCES file... LIBRARIES target... [LABELS label] [LOCK resource] [PRIVATE_NETWORKS])
-# A GoogleTest program whose cases ctest lists one by one; no two with the same LOCK run at a time. With
+# korva_test(NAME SOURCES file... LIBRARIES target... [LABELS label] [LOCK resource] [PRIVATE_NETWORKS]
+#   [ONE_ENTRY])
+# A GoogleTest program whose cases ctest lists one by one, or with ONE_ENTRY as one: for many short ones, which a
+# process each would make slow. No two with the same LOCK run at a time. With
 # PRIVATE_NETWORKS it has the right to make TestSupport::NetworkNamespace, or its cases count as skipped where the
 # system grants that to nobody.
 function(korva_test name)
-  cmake_parse_arguments(arg "PRIVATE_NETWORKS" "LOCK" "SOURCES;LIBRARIES;LABELS" ${ARGN})
+  cmake_parse_arguments(arg "PRIVATE_NETWORKS;ONE_ENTRY" "LOCK" "SOURCES;LIBRARIES;LABELS" ${ARGN})
   add_executable(${name} ${arg_SOURCES})
   if(arg_PRIVATE_NETWORKS)
     target_sources(${name} PRIVATE "${PROJECT_SOURCE_DIR}/Tests/Support/NamespaceMain.cpp")
@@ -47,6 +49,11 @@ function(korva_test name)
   set(lock)
   if(arg_LOCK)
     set(lock RESOURCE_LOCK ${arg_LOCK})
+  endif()
+  if(arg_ONE_ENTRY)
+    add_test(NAME ${name} COMMAND ${name})
+    set_tests_properties(${name} PROPERTIES TIMEOUT 300 LABELS "${arg_LABELS}")
+    return()
   endif()
   gtest_discover_tests(${name}
     DISCOVERY_TIMEOUT 60
