@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <functional>
+#include <ostream>
 #include <stdexcept>
 
 namespace CaptureTests {
@@ -25,6 +26,10 @@ struct Failure {
     std::vector<LogText> lines; ///< of the capture logger, info and above
     std::size_t writes;
 };
+
+void PrintTo(const Failure& failure, std::ostream* stream) {
+    *stream << failure.name;
+}
 
 const Failure failures[] = {
     {"configuration not answered",
