@@ -247,7 +247,8 @@ void KorvaCameraLocator::processAndQueryFoundKorva(const FoundKorva& found,
         const CommunicatorTemplate communicatorTemplate(communicator.get());
         auto korva = std::make_unique<KorvaCameraTemplate>(getKorvaCameraType(), info, communicatorTemplate);
         // It passes with the call, whatever the observer does then.
-        observer->deviceFound(korva.release(), observerArgument);
+        if (observer != nullptr)
+            observer->deviceFound(korva.release(), observerArgument);
     } catch (const DeviceException& failure) {
         KORVA_LOG(logger, Error, "KorvaCameraLocator", "DeviceException while determining camera info.");
         KORVA_LOG(logger, Error, "KorvaCameraLocator",

@@ -27,7 +27,8 @@ public:
 
     /// Asks on every adapter, gathers replies until one second passes without any, and identifies each camera
     /// in turn on the calling thread; `observer` gets a template of each, with 0. A camera is known by its
-    /// MAC address and told of once. `reserved` is not used.
+    /// MAC address and told of once. Where `observer` is null, the log alone tells of them. `reserved` is not
+    /// used.
     ///
     /// A camera that cannot be identified is skipped, with its log lines, as is one for which the observer
     /// throws; the template belongs to the observer then too. Throws nothing for what the network, the

@@ -94,6 +94,15 @@ TEST_F(LocatorCameras, AreReportedInTheOrderOfTheirReplies) {
     EXPECT_EQ(observer.infoOf(1).getSerialNumber(), L"K-Lab");
 }
 
+TEST_F(LocatorCameras, AreToldOfByTheLogAloneWhereThereIsNoObserver) {
+    addCamera("Roof", "10.0.0.6", secondHardware);
+    addCamera("Lab", "10.0.0.5", firstHardware);
+    locator.broadcastObserverSearch(nullptr, 0);
+    EXPECT_THAT(linesOf("Found"), ElementsAre(LogText{"INFO", "Found Korva with MAC 00-1a-2b-3c-4d-5f"},
+                                              LogText{"INFO", "Found Korva with MAC 00-1a-2b-3c-4d-5e"}));
+    EXPECT_THAT(troubles(), IsEmpty());
+}
+
 TEST_F(LocatorCameras, ThatAnswerOnTwoAdaptersAreReportedOnce) {
     addCamera("Lab", "10.0.0.5", firstHardware);
     addCamera("Lab", "10.0.1.5", firstHardware);
