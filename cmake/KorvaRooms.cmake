@@ -18,9 +18,11 @@ endif()
 if(KORVA_FUZZING)
   target_compile_options(KorvaBuildFlags INTERFACE -fsanitize=fuzzer-no-link)
 endif()
+include(KorvaHardening)
 
 function(korva_room target)
   target_link_libraries(${target} PRIVATE $<BUILD_INTERFACE:KorvaBuildFlags>)
+  korva_harden(${target})
   set_target_properties(${target} PROPERTIES
     CXX_EXTENSIONS OFF
     CXX_VISIBILITY_PRESET hidden

@@ -1,0 +1,82 @@
+// The defences that the built files carry, read from the files themselves.
+
+#include "ElfFile.h"
+
+#include <algorithm>
+#include <cctype>
+#include <gtest/gtest.h>
+#include <string>
+#include <string_view>
+
+using Structure::ElfFile;
+using Structure::readElf;
+
+namespace {
+
+/// Whether it calls one of the C library's functions that check the size of what they write to.
+bool importsACheckingFunction(const ElfFile& elf) {
+    return std::any_of(elf.imports.begin(), elf.imports.end(), [](std::string_view name) {
+        return name.starts_with("__") && name.ends_with("_chk");
+    });
+}
+
+class BuiltFile : public testing::TestWithParam<const char*> {
+protected:
+    void SetUp() override {
+        if (!KORVA_HARDENED)
+            GTEST_SKIP() << "An instrumented build does without these defences.";
+    }
+
+    const ElfFile elf = readElf(GetParam());
+};
+
+class BuiltProgram : public BuiltFile {};
+
+std::string nameOf(const testing::TestParamInfo<const char*>& file) {
+    const std::string_view path = file.param;
+    std::string name(path.substr(path.rfind('/') + 1));
+    std::erase_if(name, [](char c) { return std::isalnum(static_cast<unsigned char>(c)) == 0; });
+    return name;
+}
+
+} // namespace
+
+TEST_P(BuiltFile, IsReadOnlyWhereTheLoaderHasBoundIt) {
+    EXPECT_TRUE(elf.hasRelro);
+    EXPECT_TRUE(elf.bindsNow);
+}
+
+TEST_P(BuiltFile, HasNoExecutableStack) {
+    EXPECT_TRUE(elf.namesStack);
+    EXPECT_FALSE(elf.stackIsExecutable);
+}
+
+TEST_P(BuiltFile, GuardsTheReturnAddressesOnItsStack) {
+    EXPECT_TRUE(elf.imports.contains("__stack_chk_fail"));
+}
+
+TEST_P(BuiltFile, HasTheCLibraryCheckSizes) {
+#ifndef __OPTIMIZE__
+    GTEST_SKIP() << "The C library checks sizes in optimised builds only.";
+#endif
+    EXPECT_TRUE(importsACheckingFunction(elf)) << testing::PrintToString(elf.imports);
+}
+
+TEST_P(BuiltFile, IsLoadedAnywhere) {
+    EXPECT_TRUE(elf.isPositionIndependent);
+}
+
+TEST_P(BuiltProgram, IsAProgramThatIsLoadedAnywhere) {
+    EXPECT_TRUE(elf.hasInterpreter);
+    EXPECT_TRUE(elf.isPositionIndependent);
+    EXPECT_TRUE(elf.saysPie);
+}
+
+INSTANTIATE_TEST_SUITE_P(Hardening, BuiltFile, testing::Values(KORVA_TOOL, KORVA_PLUGIN, KORVA_HOST_LIBRARY),
+                         nameOf);
+INSTANTIATE_TEST_SUITE_P(Hardening, BuiltProgram, testing::Values(KORVA_TOOL, KORVA_A_TEST_PROGRAM), nameOf);
+
+TEST(ElfFile, OfAFileOfAnotherKindIsRefused) {
+    EXPECT_THROW(readElf(KORVA_SOURCE_DIR "/README.md"), Structure::NotElf);
+    EXPECT_THROW(readElf(KORVA_SOURCE_DIR "/no-such-file"), Structure::NotElf);
+}

@@ -1,0 +1,29 @@
+# Defences in the built files against what a mistake in the code could be used for. Not where the code is
+# instrumented: sanitizers and fuzzers find such mistakes themselves, and see less behind these.
+#
+# -fcf-protection is left out: the loader heeds it only where every part of a program has it, and the start
+# files of g++ here have not.
+
+include(CheckPIESupported)
+# Else executables whose objects are position-independent would depend on the compiler's habits in linking.
+check_pie_supported(LANGUAGES CXX)
+
+set(KORVA_HARDENED ON)
+if(KORVA_SANITIZERS OR KORVA_FUZZING OR KORVA_COVERAGE OR NOT CMAKE_SYSTEM_NAME STREQUAL "Linux")
+  set(KORVA_HARDENED OFF)
+endif()
+
+add_library(KorvaHardening INTERFACE)
+target_compile_options(KorvaHardening INTERFACE
+  -fstack-protector-strong
+  # The C library's checks need an optimised build, and say so in a warning otherwise.
+  $<$<CONFIG:Release,RelWithDebInfo,MinSizeRel>:-U_FORTIFY_SOURCE>
+  $<$<CONFIG:Release,RelWithDebInfo,MinSizeRel>:-D_FORTIFY_SOURCE=2>)
+target_link_options(KorvaHardening INTERFACE "LINKER:-z,relro" "LINKER:-z,now" "LINKER:-z,noexecstack")
+
+# For what is installed; the programs of tests, fuzzers and benchmarks do without, all but what they link of it.
+function(korva_harden target)
+  if(KORVA_HARDENED AND NOT CMAKE_CURRENT_SOURCE_DIR MATCHES "^${PROJECT_SOURCE_DIR}/(Tests|Fuzz|Benchmarks)")
+    target_link_libraries(${target} PRIVATE $<BUILD_INTERFACE:KorvaHardening>)
+  endif()
+endfunction()
