@@ -2,10 +2,15 @@
 
 #include "Communicator/DeviceException.h"
 
+#include <arpa/inet.h>
 #include <filesystem>
 #include <fstream>
 #include <gtest/gtest.h>
+#include <netinet/in.h>
+#include <poll.h>
 #include <string>
+#include <sys/socket.h>
+#include <unistd.h>
 #include <utility>
 
 using ReferenceHost::DeviceDescription;
@@ -46,6 +51,48 @@ std::string withAttributes(int count) {
     for (int i = 0; i < count; ++i)
         xml += " b" + std::to_string(i) + "=''";
     return xml + "/>";
+}
+
+/// A TCP port of loopback that notices who knocks.
+class WatchedPort {
+public:
+    WatchedPort() {
+        address_.sin_family = AF_INET;
+        address_.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+        socklen_t size = sizeof address_;
+        auto* const generic = reinterpret_cast<sockaddr*>(&address_);
+        EXPECT_EQ(bind(listener_, generic, size), 0);
+        EXPECT_EQ(listen(listener_, 8), 0);
+        EXPECT_EQ(getsockname(listener_, generic, &size), 0);
+    }
+    WatchedPort(const WatchedPort&) = delete;
+    WatchedPort& operator=(const WatchedPort&) = delete;
+    ~WatchedPort() { close(listener_); }
+
+    std::string url(const std::string& file) const {
+        return "http://127.0.0.1:" + std::to_string(ntohs(address_.sin_port)) + "/" + file;
+    }
+    bool wasKnockedAt() const {
+        pollfd watched{listener_, POLLIN, 0};
+        return poll(&watched, 1, 0) != 0;
+    }
+    void knock() const {
+        const int knocker = socket(AF_INET, SOCK_STREAM, 0);
+        EXPECT_EQ(connect(knocker, reinterpret_cast<const sockaddr*>(&address_), sizeof address_), 0);
+        close(knocker);
+    }
+
+private:
+    int listener_ = socket(AF_INET, SOCK_STREAM, 0);
+    sockaddr_in address_{};
+};
+
+/// ASCII as UTF-16, the most significant byte first, with its mark.
+std::string utf16(const std::string& ascii) {
+    std::string wide = "\xFE\xFF";
+    for (const char letter : ascii)
+        wide += {'\0', letter};
+    return wide;
 }
 
 /// A file that goes with the test.
@@ -139,6 +186,36 @@ TEST(DeviceDescription, IncludesNothing) {
                                         "<xi:include href='file:///etc/hostname' parse='text'/></a>");
     EXPECT_EQ(description.root()->getTextContent(), std::u16string());
     EXPECT_EQ(description.root()->getFirstChild()->getNodeName(), std::u16string(u"xi:include"));
+}
+
+TEST(DeviceDescription, AsksNobodyOnTheNetwork) {
+    const WatchedPort port;
+    const std::string url = "'" + port.url("a") + "'";
+    for (const std::string& xml : {
+             "<!DOCTYPE a SYSTEM " + url + "><a/>",
+             "<!DOCTYPE a PUBLIC 'a' " + url + "><a/>",
+             "<!DOCTYPE a [<!ENTITY x SYSTEM " + url + ">]><a>&x;</a>",
+             "<!DOCTYPE a [<!ENTITY % x SYSTEM " + url + "> %x;]><a/>",
+             "<?xml-stylesheet type='text/xsl' href=" + url + "?><a/>",
+             "<a xmlns:xi='http://www.w3.org/2001/XInclude'><xi:include href=" + url + "/></a>",
+             "<a xmlns:i='http://www.w3.org/2001/XMLSchema-instance' i:noNamespaceSchemaLocation=" + url +
+                 "/>",
+             "<a xmlns:i='http://www.w3.org/2001/XMLSchema-instance' i:schemaLocation='a " + port.url("b") +
+                 "' xmlns='a'/>",
+         }) {
+        static_cast<void>(reasonFor(xml));
+        EXPECT_FALSE(port.wasKnockedAt()) << xml;
+    }
+    port.knock();
+    EXPECT_TRUE(port.wasKnockedAt()) << "the test would not notice";
+}
+
+TEST(DeviceDescription, RefusesADocumentTypeInEveryEncoding) {
+    const std::wstring reason = L"it has a document type";
+    EXPECT_TRUE(isRefusedFor(utf16("<!DOCTYPE a [<!ENTITY x 'y'>]><a>&x;</a>"), reason));
+    EXPECT_TRUE(isRefusedFor(
+        "<?xml version='1.0' encoding='ISO-8859-1'?><!DOCTYPE a [<!ENTITY x 'y'>]><a>&x;</a>", reason));
+    EXPECT_EQ(rootTextOf(utf16("<a>b</a>")), u"b");
 }
 
 TEST(DeviceDescription, BoundsItsSize) {
