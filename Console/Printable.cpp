@@ -1,7 +1,9 @@
 #include "Printable.h"
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
+#include <iterator>
 
 namespace Console {
 
@@ -37,12 +39,21 @@ CodePoint firstCodePoint(std::string_view text) {
     return {value, bytes};
 }
 
-bool steersTerminal(std::uint32_t value) {
-    const bool control = value < 0x20 || (value >= 0x7F && value <= 0x9F);
-    const bool separator = value == 0x2028 || value == 0x2029;
-    const bool direction = value == 0x061C || value == 0x200E || value == 0x200F ||
-                           (value >= 0x202A && value <= 0x202E) || (value >= 0x2066 && value <= 0x2069);
-    return control || separator || direction;
+struct Range {
+    std::uint32_t first;
+    std::uint32_t last;
+};
+
+/// Controls, separators of lines, and what is itself not seen but turns, joins, hides or tags what is.
+constexpr Range unseen[] = {
+    {0x00, 0x1F},     {0x7F, 0x9F},     {0xAD, 0xAD},       {0x034F, 0x034F},   {0x061C, 0x061C},
+    {0x180E, 0x180E}, {0x200B, 0x200F}, {0x2028, 0x202E},   {0x2060, 0x206F},   {0xFEFF, 0xFEFF},
+    {0xFFF9, 0xFFFB}, {0xFFFE, 0xFFFF}, {0x1BCA0, 0x1BCA3}, {0x1D173, 0x1D17A}, {0xE0000, 0xE007F},
+};
+
+bool isUnseen(std::uint32_t value) {
+    return std::any_of(std::begin(unseen), std::end(unseen),
+                       [value](const Range& range) { return range.first <= value && value <= range.last; });
 }
 
 void appendEscaped(std::string& result, std::string_view bytes) {
@@ -63,7 +74,7 @@ std::string printable(std::string_view text) {
     while (!text.empty()) {
         const CodePoint point = firstCodePoint(text);
         const std::string_view bytes = text.substr(0, point.bytes == 0 ? 1 : point.bytes);
-        if (point.bytes == 0 || steersTerminal(point.value))
+        if (point.bytes == 0 || isUnseen(point.value))
             appendEscaped(result, bytes);
         else
             result += bytes;
@@ -77,7 +88,7 @@ std::string printableXml(std::string_view xml) {
     result.reserve(xml.size());
     while (!xml.empty()) {
         const CodePoint point = firstCodePoint(xml);
-        if (point.bytes != 0 && steersTerminal(point.value) && point.value != '\n')
+        if (point.bytes != 0 && isUnseen(point.value) && point.value != '\n')
             result += "&#" + std::to_string(point.value) + ";";
         else
             result += xml.substr(0, point.bytes);

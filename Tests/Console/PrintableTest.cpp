@@ -33,6 +33,19 @@ TEST(Printable, EscapesLineSeparatorsAndDirectionMarks) {
     EXPECT_EQ(printable("\xE2\x80\xA7"), "\xE2\x80\xA7");
 }
 
+TEST(Printable, EscapesWhatIsNotSeen) {
+    EXPECT_EQ(printable("M\xE2\x80\x8B"
+                        "61"),
+              "M\\xe2\\x80\\x8b"
+              "61");                                                              // zero-width space
+    EXPECT_EQ(printable("\xEF\xBB\xBF"), "\\xef\\xbb\\xbf");                      // byte order mark
+    EXPECT_EQ(printable("\xC2\xAD"), "\\xc2\\xad");                               // soft hyphen
+    EXPECT_EQ(printable("\xE2\x81\xA0"), "\\xe2\\x81\\xa0");                      // word joiner
+    EXPECT_EQ(printable("\xF3\xA0\x81\x81"), "\\xf3\\xa0\\x81\\x81");             // a tag
+    EXPECT_EQ(printable("\xE2\x80\x8A\xE2\x80\x90"), "\xE2\x80\x8A\xE2\x80\x90"); // their neighbours
+    EXPECT_EQ(printable("\xEF\xBF\xBD"), "\xEF\xBF\xBD");                         // the replacement character
+}
+
 TEST(Printable, ShowsTheRawByte255) {
     EXPECT_EQ(printable("300 > \xff"), "300 > \\xff");
 }

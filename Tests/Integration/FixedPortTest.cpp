@@ -21,26 +21,6 @@ bool contains(const std::string& text, const std::string& part) {
 
 const std::string address = addressOfThisProcess();
 
-/// `korva simulate` there, from the moment it serves until destruction.
-class CameraAtItsPorts {
-public:
-    explicit CameraAtItsPorts(const std::vector<std::string>& options = {}) : process_(command(options)) {
-        EXPECT_TRUE(process_.waitForOutput("Take a picture with: "))
-            << process_.output() << process_.errors();
-    }
-
-    ChildProcess& process() { return process_; }
-
-private:
-    static std::vector<std::string> command(const std::vector<std::string>& options) {
-        std::vector<std::string> arguments = {"simulate", "--address", address, "--for", "120"};
-        arguments.insert(arguments.end(), options.begin(), options.end());
-        return toolCommand(arguments);
-    }
-
-    ChildProcess process_;
-};
-
 } // namespace
 
 TEST(ToolOnTheCamerasOwnPorts, TakesAPictureByAddress) {

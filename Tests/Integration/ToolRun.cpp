@@ -12,10 +12,16 @@ namespace Integration {
 
 namespace {
 
-std::vector<std::string> simulateArguments(const std::vector<std::string>& options) {
-    std::vector<std::string> arguments = {"simulate", "--port", "0", "--text-port", "0", "--for", "240"};
-    arguments.insert(arguments.end(), options.begin(), options.end());
-    return toolCommand(arguments);
+std::vector<std::string> simulateCommand(std::vector<std::string> place,
+                                         const std::vector<std::string>& options) {
+    place.insert(place.begin(), "simulate");
+    place.insert(place.end(), options.begin(), options.end());
+    return toolCommand(place);
+}
+
+void requireService(ChildProcess& camera) {
+    if (!camera.waitForOutput("Take a picture with: "))
+        throw std::runtime_error("korva simulate does not serve: " + camera.output() + camera.errors());
 }
 
 } // namespace
@@ -45,9 +51,8 @@ std::size_t lineCount(const std::string& text) {
 }
 
 SimulatedCamera::SimulatedCamera(const std::vector<std::string>& options)
-    : process_(simulateArguments(options)) {
-    if (!process_.waitForOutput("Take a picture with: "))
-        throw std::runtime_error("korva simulate does not serve: " + process_.errors());
+    : process_(simulateCommand({"--port", "0", "--text-port", "0", "--for", "240"}, options)) {
+    requireService(process_);
     std::smatch said;
     static const std::regex greeting(
         R"(pictures of (\d+) x (\d+),[^]*on TCP 127\.0\.0\.1:(\d+)[^]*on TCP 127\.0\.0\.1:(\d+))");
@@ -66,6 +71,11 @@ std::vector<std::string> SimulatedCamera::captureArguments(const std::vector<std
     std::vector<std::string> arguments = {"capture", "--from", description()};
     arguments.insert(arguments.end(), more.begin(), more.end());
     return arguments;
+}
+
+CameraAtItsPorts::CameraAtItsPorts(const std::vector<std::string>& options)
+    : process_(simulateCommand({"--address", addressOfThisProcess(), "--for", "120"}, options)) {
+    requireService(process_);
 }
 
 GreyPicture readGreyPng(const std::string& path) {

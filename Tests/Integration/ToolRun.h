@@ -51,6 +51,19 @@ private:
     std::string textPort_;
 };
 
+/// `korva simulate` at the ports that real cameras have, at addressOfThisProcess(), from the moment it serves
+/// until destruction.
+class CameraAtItsPorts {
+public:
+    /// `options` beyond address and run time. Throws std::runtime_error where it does not serve.
+    explicit CameraAtItsPorts(const std::vector<std::string>& options = {});
+
+    ChildProcess& process() { return process_; }
+
+private:
+    ChildProcess process_;
+};
+
 /// A grey picture file, read back with libpng.
 struct GreyPicture {
     unsigned width = 0;
