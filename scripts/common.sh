@@ -6,6 +6,9 @@ root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
 cd "$root"
 jobs=$(nproc)
 
+# What goes into a file begins with when it was run and how.
+[ -t 1 ] || printf 'run: %s: %s\n' "$(date -u '+%Y-%m-%d %H:%M UTC')" "scripts/$(basename "$0")${*:+ $*}"
+
 say() { printf '\n== %s\n' "$*"; }
 fail() {
   printf '%s: %s\n' "$(basename "$0")" "$*" >&2
