@@ -16,7 +16,7 @@ fail() {
 }
 
 build_packages="g++ cmake ninja-build pkg-config liblog4cxx-dev libpng-dev libxerces-c-dev libhwy-dev libcli11-dev nlohmann-json3-dev"
-test_packages="git libgtest-dev libgmock-dev clang-format clang-tidy imagemagick netpbm binutils iproute2 procps"
+test_packages="git libgtest-dev libgmock-dev clang-format clang-tidy imagemagick netpbm binutils iproute2 procps python3"
 lab_packages="iproute2 mount"
 bench_packages="libbenchmark-dev"
 fuzz_packages="clang libclang-rt-dev llvm"
@@ -46,13 +46,14 @@ Ask an administrator to run: apt-get install ${missing[*]}"
     fail "apt-get install failed for: ${missing[*]}"
 }
 
-# build_preset NAME: configures where that has not been done, and builds what changed.
+# build_preset NAME [TARGET...]: configures where that has not been done, and builds what changed.
 build_preset() {
   local preset=$1 log="build/$1-configure.log"
+  shift
   mkdir -p build
   if ! cmake --preset "$preset" >"$log" 2>&1; then
     cat "$log" >&2
     fail "configuring the preset $preset failed"
   fi
-  cmake --build --preset "$preset" -j "$jobs"
+  cmake --build --preset "$preset" -j "$jobs" ${*:+--target "$@"}
 }
