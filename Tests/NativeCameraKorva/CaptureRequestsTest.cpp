@@ -99,6 +99,14 @@ TEST_F(CaptureRequests, PauseTenSecondsBetweenConfigurationAndTake) {
                 ElementsAre(LogText{"INFO", "Inserting 10s of delay in between Take and Get"}));
 }
 
+TEST_F(CaptureRequests, PauseWithoutLoggingToo) {
+    log.setLevel(log4cxx::Level::getOff());
+    answerGoodAttempt();
+    EXPECT_NE(capture({.delayBeforeTake = true}), nullptr);
+    EXPECT_THAT(PlatformScript::current().sleeps, ElementsAre(10000u));
+    EXPECT_THAT(log.lines(), IsEmpty());
+}
+
 TEST_F(CaptureRequests, PauseAgainInTheSecondAttempt) {
     answer(doneMessage());
     answer(errorMessage());
@@ -132,6 +140,9 @@ TEST_F(CaptureRequests, AreNotSentWhereTheConnectionFails) {
 TEST_F(CaptureRequests, NeedACommunicator) {
     EXPECT_EQ(Korva::capture(nullptr, false, false, false, 1, false), nullptr);
     EXPECT_THAT(log.texts(), ElementsAre(LogText{"ERROR", "No communicator to capture with"}));
+    log.setLevel(log4cxx::Level::getOff());
+    EXPECT_EQ(Korva::capture(nullptr, false, false, false, 1, false), nullptr);
+    EXPECT_EQ(log.lines().size(), 1u);
 }
 
 } // namespace

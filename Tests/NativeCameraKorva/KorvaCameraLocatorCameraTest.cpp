@@ -186,10 +186,7 @@ TEST_F(LocatorCameras, WhoseConnectionCannotBeMadeAreSkipped) {
 TEST_F(LocatorCameras, AreIndependentOfWhatAnotherThrows) {
     addCamera("Bad", "10.0.0.9", secondHardware);
     addCamera("Lab", "10.0.0.5", firstHardware);
-    transport.onCall = [](const std::string& call) {
-        if (call == "connect 10.0.0.9:32768")
-            throw std::runtime_error("unexpected");
-    };
+    breakConnectionTo("10.0.0.9");
     search();
     ASSERT_THAT(observer.found, SizeIs(1));
     EXPECT_EQ(observer.infoOf(0).getSerialNumber(), L"K-Lab");
@@ -218,6 +215,21 @@ TEST_F(LocatorCameras, WhoseAddressLookUpThrowsAreGuardedToo) {
     EXPECT_THAT(observer.found, SizeIs(1));
     EXPECT_THAT(troubles(), ElementsAre(LogText{
                                 "WARN", "Unknown exception processing Korva in room: Bad at IP: 10.0.0.9"}));
+}
+
+TEST_F(LocatorCameras, AreFoundAndSkippedWithoutLoggingToo) {
+    log.setLevel(log4cxx::Level::getOff());
+    identificationLog.setLevel(log4cxx::Level::getOff());
+    network.datagrams = {"no camera", replyOf("Dead", "10.0.0.8")};
+    network.arp["10.0.0.8"].hardwareAddress = std::string("\x00\x1a\x2b\x3c\x4d\x60", 6);
+    addCamera("Bad", "10.0.0.9", secondHardware);
+    addCamera("Lab", "10.0.0.5", firstHardware);
+    addCamera("Lab", "10.0.1.5", firstHardware);
+    breakConnectionTo("10.0.0.9");
+    search();
+    ASSERT_THAT(observer.found, SizeIs(1));
+    EXPECT_EQ(observer.infoOf(0).getSerialNumber(), L"K-Lab");
+    EXPECT_THAT(log.texts(), IsEmpty());
 }
 
 TEST_F(LocatorCameras, BelongToAnObserverThatThrows) {

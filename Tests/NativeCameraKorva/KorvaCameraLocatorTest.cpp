@@ -176,6 +176,28 @@ TEST_F(LocatorQuery, LeavesTheOtherAdaptersWhereASendFails) {
         ElementsAre(LogText{"WARN", "Korva Query - sendto call failed: sendReturn = -1 WSAError = 10051"}));
 }
 
+TEST_F(LocatorQuery, EndsInTheSamePlacesWithoutLogging) {
+    log.setLevel(log4cxx::Level::getOff());
+    const struct {
+        const char* function;
+        int code;
+        int occurrence;
+    } failures[] = {{"setsockopt", WSAENOPROTOOPT, 1},
+                    {"GetAdaptersInfo", 232, 1},
+                    {"GetAdaptersInfo", 31, 2},
+                    {"sendto", WSAENETUNREACH, 1}};
+    for (const auto& failure : failures) {
+        SCOPED_TRACE(std::string(failure.function) + " " + std::to_string(failure.occurrence));
+        network = {};
+        network.adapters = {{"eth0", {{"10.0.0.1", "255.255.255.0"}}}};
+        addCamera("Lab", "10.0.0.5");
+        network.fail(failure.function, failure.code, failure.occurrence);
+        search();
+        expectNoSearch();
+    }
+    EXPECT_THAT(log.texts(), IsEmpty());
+}
+
 TEST_F(LocatorQuery, TellsTheSendsErrorAndNotTheClosings) {
     network.fail("sendto", WSAEACCES);
     network.fail("closesocket", WSAENOTSOCK);
@@ -298,6 +320,25 @@ TEST_F(LocatorFailure, ClosesTheSocketWhereNotEvenTheLastLineCanBeLogged) {
     EXPECT_NO_THROW(search());
     EXPECT_THAT(network.callsOf("closesocket"), ElementsAre("closesocket 1"));
     EXPECT_EQ(network.startups, 0);
+}
+
+TEST_F(LocatorFailure, ClosesTheSocketWithoutLoggingToo) {
+    log.setLevel(log4cxx::Level::getOff());
+    throwAt("sendto");
+    EXPECT_NO_THROW(search());
+    EXPECT_THAT(network.callsOf("closesocket"), ElementsAre("closesocket 1"));
+    EXPECT_EQ(network.startups, 0);
+    EXPECT_THAT(log.texts(), IsEmpty());
+}
+
+TEST_F(LocatorFailure, SkipsACameraAlsoWhereThatCannotBeLogged) {
+    const ThrowingLog throwing("Unknown exception processing");
+    addCamera("Bad", "10.0.0.9", std::string("\x00\x1a\x2b\x3c\x4d\x5f", 6));
+    addCamera("Lab", "10.0.0.5");
+    breakConnectionTo("10.0.0.9");
+    EXPECT_NO_THROW(search());
+    ASSERT_THAT(observer.found, SizeIs(1));
+    EXPECT_EQ(observer.infoOf(0).getSerialNumber(), L"K-Lab");
 }
 
 TEST(Locator, SearchesNothingButByBroadcast) {

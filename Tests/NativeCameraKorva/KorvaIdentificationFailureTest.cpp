@@ -109,6 +109,16 @@ TEST_F(Identification, RejectsACameraWithoutResolution) {
                 ElementsAre("destroy 10.0.0.5:32769", "disconnect 10.0.0.5:32768"));
 }
 
+TEST_F(Identification, RejectsTheSameWithoutLogging) {
+    log.setLevel(log4cxx::Level::getOff());
+    answerText(text(), "[Version --HW M61 --SW 3.2.14 --API 7]");
+    EXPECT_EQ(messageOf([this] { identify(); }),
+              L"Rejecting Korva camera, Vantrel requires Korva SW version at least 3.2.15 found 3.2.14");
+    answerQueries("unknown");
+    EXPECT_EQ(messageOf([this] { identify(); }), L"Found Korva, but couldn't determine its resolution");
+    EXPECT_THAT(log.lines(), IsEmpty());
+}
+
 struct OneSided : Identification, ::testing::WithParamInterface<std::pair<unsigned int, unsigned int>> {};
 
 TEST_P(OneSided, ResolutionIsAccepted) {

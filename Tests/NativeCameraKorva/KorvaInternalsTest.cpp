@@ -498,6 +498,27 @@ TEST_F(KorvaInternalsTest, CallTheCallbackItselfSoThatItMayCount) {
     EXPECT_THAT(bench.reports, ElementsAre(1, 2));
 }
 
+TEST_F(KorvaInternalsTest, ReportTheSameFailuresWithoutLogging) {
+    const LogCapture log(loggerName, log4cxx::Level::getOff());
+    for (const std::exception_ptr& thrown : {std::exception_ptr(), deviceFailure(), otherFailure()}) {
+        Bench bench; // whose camera answers nothing
+        if (thrown != nullptr)
+            bench.transport.throwOnConnect(thrown);
+        EXPECT_EQ(bench.internals.getImaging1Image(), nullptr);
+        if (thrown != nullptr)
+            bench.transport.throwOnConnect(thrown);
+        EXPECT_FALSE(bench.internals.validateConnection());
+        EXPECT_THAT(bench.reports, ElementsAre(1032, 2056));
+    }
+    Bench larger;
+    answerCapture(larger.transport, greyFile(5, 4));
+    EXPECT_NE(larger.internals.getImaging1Image(), nullptr);
+    EXPECT_THAT(larger.reports, ElementsAre(2));
+    larger.internals.setNetworkHealthCallback([](NetworkHealth) { throw std::runtime_error("host"); });
+    EXPECT_NO_THROW(EXPECT_FALSE(larger.internals.validateConnection()));
+    EXPECT_THAT(log.lines(), IsEmpty());
+}
+
 TEST_F(KorvaInternalsTest, LetNoExceptionOfTheCallbackOut) {
     Bench bench;
     bench.internals.setNetworkHealthCallback([](NetworkHealth) { throw std::runtime_error("host"); });

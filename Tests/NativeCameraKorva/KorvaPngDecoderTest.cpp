@@ -3,6 +3,7 @@
 
 #include "Support/ArrayAllocations.h"
 #include "Support/DecodedPicture.h"
+#include "Support/LibpngShortage.h"
 #include "Support/PictureFiles.h"
 
 #include <gtest/gtest.h>
@@ -278,6 +279,17 @@ TEST(PngDecoder, GivesAnEmptyImageWhereMemoryIsShort) {
     const Bytes file = greyFile();
     const Support::ArrayShortage shortage;
     EXPECT_EQ(decoded(file).picture, noPicture);
+}
+
+TEST(PngDecoder, GivesAnEmptyImageWhereLibpngHasNoMemoryToBeginWith) {
+    using Support::LibpngStep;
+    const Bytes file = greyFile();
+    for (const LibpngStep step :
+         {LibpngStep::readStructure, LibpngStep::infoStructure, LibpngStep::errorReturn}) {
+        const Support::LibpngShortage shortage(step);
+        EXPECT_EQ(decoded(file).picture, noPicture) << static_cast<int>(step);
+    }
+    EXPECT_EQ(decoded(file).picture, greyPicture);
 }
 
 TEST(PngDecoder, RefusesATransparencyChunkThatAddsAChannel) {

@@ -196,6 +196,12 @@ TEST_F(ThrownInGrab, IsNotNamedWhereItIsAnyOther) {
     EXPECT_THAT(errorsWhere(std::make_exception_ptr(7)), ElementsAre(unknown, unknown));
 }
 
+TEST_F(ThrownInGrab, LeavesTheResolutionUnknownWithoutLoggingToo) {
+    log.setLevel(log4cxx::Level::getOff());
+    EXPECT_THAT(errorsWhere(std::make_exception_ptr(DeviceException(L"no camera"))), IsEmpty());
+    EXPECT_THAT(errorsWhere(std::make_exception_ptr(7)), IsEmpty());
+}
+
 TEST_F(ThrownInGrab, LeavesNoPictureBehindWhereTheImagingThrows) {
     answerGrab(camera, samplePng(2, 2));
     host.imaging.convertException = std::make_exception_ptr(std::runtime_error("x"));

@@ -14,6 +14,7 @@
 
 #include <functional>
 #include <memory>
+#include <stdexcept>
 #include <string>
 #include <vector>
 
@@ -78,6 +79,14 @@ struct LocatorSearch : ::testing::Test {
         answerText(camera, "[SerialNumber --Camera K-" + room + "]");
         answerText(camera, "[--Settings --NetworkProtocol DHCP --NetMask 255.255.255.0 "
                            "--NetGateway 10.0.0.254]");
+    }
+
+    /// Identifying the camera there ends with an exception that is no DeviceException.
+    void breakConnectionTo(const std::string& ip) {
+        transport.onCall = [ip](const std::string& call) {
+            if (call == "connect " + ip + ":32768")
+                throw std::runtime_error("unexpected");
+        };
     }
 
     /// The log lines that begin with `text`.

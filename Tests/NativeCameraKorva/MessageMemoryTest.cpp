@@ -62,6 +62,16 @@ TEST_F(MessageMemory, ThatCannotBeHadRefusesTheMessage) {
     EXPECT_EQ(communicator.reads().size(), 2u);
 }
 
+TEST_F(MessageMemory, ThatCannotBeHadRefusesTheMessageWithoutLoggingToo) {
+    log.setLevel(log4cxx::Level::getOff());
+    communicator.deliver(wireMessage({{6, {1, 2, 3, 4, 5, 6, 7}}}));
+    const Support::ArrayShortage shortage;
+    EXPECT_FALSE(parse());
+    EXPECT_TRUE(args.empty());
+    EXPECT_THAT(log.lines(), ::testing::IsEmpty());
+    EXPECT_EQ(communicator.reads().size(), 2u);
+}
+
 TEST_F(MessageMemory, IsNotAskedForWhereTheImageIsAboveTheLimit) {
     forgetLastArray();
     setImageByteLimit(6);

@@ -421,6 +421,35 @@ TEST_F(MessageReader, GivesTheSameResultsWithoutLogging) {
     EXPECT_THAT(log.lines(), IsEmpty());
 }
 
+TEST_F(MessageReader, RefusesTheSameWithoutLogging) {
+    log.setLevel(log4cxx::Level::getOff());
+    setImageByteLimit(100);
+    const auto messageWith = [](std::uint32_t length, std::uint8_t type, std::uint32_t valueBytes) {
+        Bytes bytes = messageHead(length, 1);
+        appendArgHeader(bytes, type, valueBytes);
+        return bytes;
+    };
+    const struct {
+        const char* what;
+        Bytes bytes;
+        std::size_t reads;
+    } cases[] = {
+        {"the argument's header is missing", messageHead(100, 1), 2},
+        {"the value runs past the message", messageWith(12, 4, 2), 2},
+        {"the value is too large", messageWith(100, error, 5), 2},
+        {"the image is too large", messageWith(1000, image, 101), 2},
+        {"the value is missing", messageWith(100, image, 10), 3},
+    };
+    for (const auto& refused : cases) {
+        ScriptedCommunicator fresh;
+        fresh.deliver(refused.bytes);
+        EXPECT_FALSE(parseIncomingMessage(&fresh, header, args)) << refused.what;
+        EXPECT_EQ(fresh.reads().size(), refused.reads) << refused.what;
+    }
+    EXPECT_THAT(args, IsEmpty());
+    EXPECT_THAT(log.lines(), IsEmpty());
+}
+
 TEST_F(MessageReader, LogsUnderItsLoggerWithItsLocation) {
     Bytes bytes = messageHead(14, 1);
     appendArgHeader(bytes, 4, 1);

@@ -141,8 +141,13 @@ TEST_F(ResponseValidation, GivesTheSameResultsWithoutLogging) {
     EXPECT_TRUE(validateCode(6, true));
     EXPECT_FALSE(validateCode(6, false));
     EXPECT_FALSE(validateCode(7, true));
+    header.argCount = 2;
+    EXPECT_TRUE(validateCode(0, false));
     header.command = 2;
     EXPECT_FALSE(validateCode(0, false));
+    header.command = 1;
+    args.clear();
+    EXPECT_FALSE(validate(false));
     EXPECT_THAT(log.lines(), IsEmpty());
 }
 
