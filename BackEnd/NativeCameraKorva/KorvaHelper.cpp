@@ -169,9 +169,10 @@ std::size_t pixelCount(const image_t& picture) {
     return static_cast<std::size_t>(picture.width) * picture.height;
 }
 
+/// Of a picture that has pixels, and so a format that has channels.
 std::string describeSamples(std::uint32_t format) {
     const std::uint32_t channels = image_t::channels(format);
-    const std::uint32_t bits = channels == 0 ? 0 : image_t::bytesPerPixel(format) / channels * 8;
+    const std::uint32_t bits = image_t::bytesPerPixel(format) / channels * 8;
     return std::to_string(channels) + " of " + std::to_string(bits) + " bits";
 }
 

@@ -93,7 +93,7 @@ std::size_t interleaveWholeVectors(const unsigned char* const* planes, std::size
     } else if (channels == 3) {
         for (; i + lanes <= pixels; i += lanes)
             hn::StoreInterleaved3(load(0, i), load(1, i), load(2, i), u16, out + 3 * i);
-    } else if (channels == 4) {
+    } else {
         for (; i + lanes <= pixels; i += lanes)
             hn::StoreInterleaved4(load(0, i), load(1, i), load(2, i), load(3, i), u16, out + 4 * i);
     }
