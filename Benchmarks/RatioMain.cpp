@@ -71,6 +71,17 @@ Outcome print(const Rounds& rounds) {
     return outcome;
 }
 
+/// The same once more for programs that collect figures.
+void printFigures(const Rounds& rounds) {
+    for (const Benchmarks::Row& row : Benchmarks::rows()) {
+        const auto stage = rounds.median(row.stageBenchmark());
+        const auto beside = rounds.median(row.besideBenchmark());
+        if (stage && beside)
+            std::printf("figure: %s: ratio %.2f to %s, at most %.2f\n", row.name().c_str(), *stage / *beside,
+                        row.besideName().c_str(), row.atMost());
+    }
+}
+
 } // namespace
 
 int main(int argc, char** argv) {
@@ -94,6 +105,7 @@ int main(int argc, char** argv) {
     Rounds rounds;
     benchmark::RunSpecifiedBenchmarks(&rounds);
     const Outcome outcome = print(rounds);
+    printFigures(rounds);
     benchmark::Shutdown();
     if (outcome.measured == 0) {
         std::fputs("No row was measured.\n", stderr);
