@@ -1,0 +1,209 @@
+"""Runs the programs that measure and writes Docs/Reliability.md; scripts/scoreboard calls it.
+
+A program prints a line `figure: CLAIM: VALUE` for each claim; the last colon counts. What it prints else goes to
+build/scoreboard/.
+"""
+
+import argparse
+import datetime
+import os
+import platform
+import re
+import subprocess
+import sys
+from dataclasses import dataclass, field
+
+DOCUMENT = "Docs/Reliability.md"
+LOGS = "build/scoreboard"
+FIGURE = re.compile(r"^(?:\d+: )?figure: (.+): (.+)$")  # ctest puts a test's number before its lines
+RUN = re.compile(r"^run: ([^:]+:\d\d UTC): (\S.*)$")
+
+
+@dataclass
+class Program:
+    """What is run for a part of the document, and what it must have something to say about."""
+
+    title: str
+    name: str
+    command: list
+    claims: list  # regular expressions, each of which a claim or its figure must match
+    before: list = field(default_factory=list)  # commands whose time and output do not count
+    figures: list = field(default_factory=list)
+    problems: list = field(default_factory=list)
+
+    def repeat(self):
+        return " ".join(self.command)
+
+
+def ctest(title, name, preset, options, claims):
+    """The tests of a preset, which is built before."""
+    return Program(
+        title,
+        name,
+        ["ctest", "--preset", preset, *options, "-j", str(os.cpu_count()), "--verbose"],
+        ["tests passed", *claims],
+        before=[["cmake", "--preset", preset], ["cmake", "--build", "--preset", preset]],
+    )
+
+
+def programs(minutes):
+    """All that is run. Of MINUTES the soak gets two fifths and fuzzing two fifths, shared by its targets, of which one
+    runs on each core; both in whole minutes, at least one. The others have one size and take the rest."""
+    share = minutes * 2 // 5
+    targets = len(os.listdir("Fuzz/Corpus"))
+    fuzz_runs = os.path.join(LOGS, "fuzz")  # of their own, so that the figures are this run's alone
+    return [
+        ctest(
+            "Faults, failures one by one, memory, many cameras",
+            "tests",
+            "dev",
+            [],
+            ["fault matrix", "failed once in turn", "threw once in turn", "peak memory", "64 cameras"],
+        ),
+        ctest("Threads, under the thread sanitizer", "tsan", "tsan", ["-L", "threads"], []),
+        Program("Soak", "soak", ["scripts/soak", "--minutes", str(max(1, share))], ["soak"]),
+        Program(
+            "Fuzzing",
+            "fuzz",
+            ["env", f"RUNS={fuzz_runs}", "scripts/fuzz", str(max(1, share * os.cpu_count() // targets))],
+            [f"fuzzing {target}:" for target in sorted(os.listdir("Fuzz/Corpus"))],
+            before=[["rm", "-rf", fuzz_runs]],
+        ),
+        Program("Benchmarks", "bench", ["scripts/bench", "--check"], ["whole capture"]),
+        Program("Coverage", "coverage", ["scripts/coverage"], ["line coverage", "branch coverage", "readers"]),
+    ]
+
+
+def figures_in(lines):
+    """Claim and value of every figure, in the order in which the claims came; of one said again, the last."""
+    found = {}
+    for line in lines:
+        figure = FIGURE.match(line.rstrip())
+        if figure:
+            found[figure[1]] = figure[2]
+    return list(found.items())
+
+
+def passed_tests(lines):
+    """ctest's own count, as a figure; skipped ones are not passed ones."""
+    text = "".join(lines)
+    result = re.search(r"\d+% tests passed, (\d+) tests? failed out of (\d+)", text)
+    if not result:
+        return []
+    failed, all_tests = int(result[1]), int(result[2])
+    skipped = len(re.findall(r"\*\*\*Skipped", text))
+    said = f", {skipped} skipped on this system" if skipped else ""
+    return [("tests passed", f"{all_tests - failed - skipped} of {all_tests}{said}")]
+
+
+def run(program):
+    log = os.path.join(LOGS, program.name + ".log")
+    print(f"== {program.title}: {program.repeat()}", flush=True)
+    with open(log, "w", encoding="utf-8") as output:
+        for command in [*program.before, program.command]:
+            try:
+                status = subprocess.run(command, stdout=output, stderr=subprocess.STDOUT, check=False).returncode
+            except OSError as error:
+                program.problems.append(f"cannot be run: {error.strerror}")
+                return
+            if status != 0:
+                program.problems.append(f"`{' '.join(command)}` failed with exit status {status}")
+                break
+    with open(log, encoding="utf-8", errors="replace") as output:
+        lines = output.readlines()
+    program.figures = passed_tests(lines) + figures_in(lines)
+
+
+def check_claims(program):
+    for claim in program.claims:
+        if not any(re.search(claim, f"{name}: {value}", re.IGNORECASE) for name, value in program.figures):
+            program.problems.append(f"no figure for '{claim}'")
+
+
+@dataclass
+class SavedRun:
+    """A log that a script of this repository left."""
+
+    date: str
+    command: str
+    figures: list
+
+
+def read_log(path):
+    with open(path, encoding="utf-8", errors="replace") as text:
+        lines = text.readlines()
+    head = next((match for match in map(RUN.match, lines) if match), None)
+    if head is None:
+        raise ValueError(f"{path} does not say when and how it was run")
+    figures = figures_in(lines)
+    if not figures:
+        raise ValueError(f"{path} has no figures; did its run come to an end?")
+    return SavedRun(head[1], head[2], figures)
+
+
+def machine():
+    """In general words."""
+    memory = 0
+    with open("/proc/meminfo", encoding="ascii") as text:
+        memory = int(re.search(r"MemTotal: +(\d+)", text.read())[1])
+    system = platform.freedesktop_os_release().get("PRETTY_NAME", platform.system())
+    return f"{os.cpu_count()} cores, {round(memory / 2**20)} GiB of memory, {system} on {platform.machine()}"
+
+
+def row(*cells):
+    return "| " + " | ".join(cell.replace("|", "\\|") for cell in cells) + " |\n"
+
+
+def table_of(program):
+    text = row("Claim", "Figure", "Repeated by") + row("---", "---", "---")
+    for name, value in program.figures:
+        text += row(name, value, f"`{program.repeat()}`")
+    for problem in program.problems:
+        text += row("**not shown**", problem, f"`{program.repeat()}`")
+    return text
+
+
+def document(date, command, done, saved):
+    text = "# Reliability\n\n"
+    text += "Written by `scripts/scoreboard`, and not by hand: each figure was printed by the run that is named.\n\n"
+    text += row("Date", "Command", "Machine") + row("---", "---", "---") + row(date, f"`{command}`", machine())
+    for program in done:
+        text += f"\n## {program.title}\n\n" + table_of(program)
+    if saved:
+        text += "\n## Longer runs\n\nEach at its own date and size, as its log says.\n"
+    for past in saved:
+        text += f"\n`{past.command}`, {past.date}:\n\n" + row("Claim", "Figure") + row("---", "---")
+        text += "".join(row(name, value) for name, value in past.figures)
+    return text
+
+
+def main():
+    parser = argparse.ArgumentParser(prog="scripts/scoreboard")
+    parser.add_argument("minutes", nargs="?", type=int, default=10, metavar="MINUTES")
+    parser.add_argument("--from", dest="logs", nargs="+", default=[], metavar="LOG")
+    arguments = parser.parse_args()
+    if arguments.minutes < 1:
+        parser.error("MINUTES must be at least 1")
+    try:
+        saved = [read_log(path) for path in arguments.logs]
+    except (OSError, ValueError) as error:
+        parser.error(str(error))
+
+    os.makedirs(LOGS, exist_ok=True)
+    date = datetime.datetime.now(datetime.timezone.utc).strftime("%Y-%m-%d %H:%M UTC")
+    done = programs(arguments.minutes)
+    for program in done:
+        run(program)
+        check_claims(program)
+    with open(DOCUMENT, "w", encoding="utf-8") as output:
+        output.write(document(date, f"scripts/scoreboard {arguments.minutes}", done, saved))
+
+    problems = [f"{program.title}: {problem}" for program in done for problem in program.problems]
+    for problem in problems:
+        print(f"scoreboard: {problem}", file=sys.stderr)
+    print(f"{DOCUMENT} is written")
+    return 1 if problems else 0
+
+
+if __name__ == "__main__":
+    sys.exit(main())
