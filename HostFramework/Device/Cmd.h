@@ -7,7 +7,6 @@
 #include <functional>
 #include <memory>
 #include <string>
-#include <type_traits>
 #include <utility>
 
 namespace Tolvane::DeviceFramework2::Device {
@@ -38,8 +37,8 @@ public:
         : Cmd(std::move(key)), value_(std::forward<Value>(value)) {}
 
     /// The value; for a reference, what it refers to, which its owner keeps alive until the command is done.
-    const Value& getValue() const requires(!std::is_reference_v<Value>) { return value_; }
-    Value getValue() const requires(std::is_reference_v<Value>) { return value_; }
+    /// Where Value is a reference, the const applies to the reference, so this is a plain Value.
+    const Value& getValue() const { return value_; }
 
 private:
     Value value_;
