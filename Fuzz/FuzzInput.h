@@ -3,8 +3,6 @@
 
 #include "Support/WireMessages.h"
 
-#include <log4cxx/logger.h>
-
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
@@ -14,7 +12,7 @@
 namespace Fuzz {
 
 using TestSupport::Bytes;
-using TestSupport::WireArg;
+using View = std::span<const std::uint8_t>;
 
 class Input {
 public:
@@ -31,24 +29,26 @@ public:
         return value;
     }
 
-    /// The next `count` bytes, or those that are left.
-    Bytes bytes(std::size_t count) {
-        const auto taken = rest_.first(std::min(count, rest_.size()));
+    /// The next `count` bytes, or those that are left, where they lie in the fuzzer's memory.
+    View view(std::size_t count) {
+        const View taken = rest_.first(std::min(count, rest_.size()));
         rest_ = rest_.subspan(taken.size());
-        return {taken.begin(), taken.end()};
+        return taken;
     }
 
-    Bytes rest() { return bytes(rest_.size()); }
+    /// The bytes up to the next `separator`, which is taken too, or all that are left.
+    View viewUpTo(std::uint8_t separator) {
+        const auto end = std::find(rest_.begin(), rest_.end(), separator);
+        const View taken = view(static_cast<std::size_t>(end - rest_.begin()));
+        byte();
+        return taken;
+    }
+
+    View rest() { return view(rest_.size()); }
 
 private:
-    std::span<const std::uint8_t> rest_;
+    View rest_;
 };
-
-/// Has every log message built, or none.
-inline void setLogging(bool enabled) {
-    log4cxx::Logger::getRootLogger()->setLevel(enabled ? log4cxx::Level::getTrace()
-                                                       : log4cxx::Level::getOff());
-}
 
 /// Ends the run, as a finding, where the code under test broke a promise.
 inline void require(bool kept) {

@@ -2,6 +2,7 @@
 // wanted one.
 
 #include "FuzzInput.h"
+#include "FuzzLogging.h"
 
 #include "NativeCameraKorva/KorvaBinaryCommunication.h"
 
@@ -13,17 +14,16 @@ using namespace Korva::Binary;
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     Fuzz::Input input(data, size);
-    const unsigned int settings = input.byte();
-    const bool expectImage = (settings & 1) != 0;
-    Fuzz::setLogging((settings & 2) != 0);
+    Fuzz::setLogging(false); // slow; Capture has these lines built
+    const bool expectImage = (input.byte() & 1) != 0;
     Header header;
-    const Fuzz::Bytes headerWire = input.bytes(headerBytes);
+    const Fuzz::View headerWire = input.view(headerBytes);
     std::copy(headerWire.begin(), headerWire.end(), reinterpret_cast<std::uint8_t*>(&header));
     std::vector<FullArg> args;
     while (!input.isEmpty() && args.size() < maximumArgCount) {
         FullArg& arg = args.emplace_back();
         arg.header.type = input.byte();
-        const Fuzz::Bytes value = input.bytes(inlineValueBytes);
+        const Fuzz::View value = input.view(inlineValueBytes);
         std::copy(value.begin(), value.end(), arg.value.begin());
     }
     const std::size_t argCount = args.size();

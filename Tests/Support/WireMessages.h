@@ -1,8 +1,10 @@
 #pragma once
 // Writes the binary protocol's messages byte by byte, without the plug-in's code.
 
+#include <cstddef>
 #include <cstdint>
 #include <numeric>
+#include <utility>
 #include <vector>
 
 namespace TestSupport {
@@ -27,20 +29,27 @@ inline Bytes withChecksum(Bytes bytes) {
     return bytes;
 }
 
-/// A correct message with those arguments.
-inline Bytes wireMessage(const std::vector<WireArg>& args, std::uint8_t command = 1) {
-    std::uint32_t length = 8;
-    for (const WireArg& arg : args)
-        length += 5 + static_cast<std::uint32_t>(arg.value.size());
-    Bytes bytes{command};
-    appendBig32(bytes, length);
+/// A correct message with those arguments. An Arg has a `type` and a `value`, as WireArg does.
+template <class Arg>
+Bytes messageOf(const std::vector<Arg>& args, std::uint8_t command) {
+    std::size_t length = 8;
+    for (const Arg& arg : args)
+        length += 5 + arg.value.size();
+    Bytes bytes;
+    bytes.reserve(length);
+    bytes.push_back(command);
+    appendBig32(bytes, static_cast<std::uint32_t>(length));
     bytes.push_back(static_cast<std::uint8_t>(args.size()));
-    for (const WireArg& arg : args) {
+    for (const Arg& arg : args) {
         bytes.push_back(arg.type);
         appendBig32(bytes, static_cast<std::uint32_t>(arg.value.size()));
         bytes.insert(bytes.end(), arg.value.begin(), arg.value.end());
     }
     return withChecksum(std::move(bytes));
+}
+
+inline Bytes wireMessage(const std::vector<WireArg>& args, std::uint8_t command = 1) {
+    return messageOf(args, command);
 }
 
 } // namespace TestSupport
