@@ -13,6 +13,7 @@
 #include <gtest/gtest.h>
 
 #include <optional>
+#include <ostream>
 #include <string>
 #include <thread>
 
@@ -33,6 +34,10 @@ struct KindCase {
     const char* name;
     CaptureKind kind;
 };
+
+void PrintTo(const KindCase& each, std::ostream* stream) {
+    *stream << each.name;
+}
 
 class CaptureOfEveryKind : public testing::TestWithParam<KindCase> {};
 
