@@ -4,6 +4,7 @@
 #include "Camera/FaultedAnswer.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace Simulator {
 
@@ -100,6 +101,8 @@ Reaction BinarySession::grant(const Request& request) {
                                    ? m_picture
                                    : std::make_shared<const Bytes>(encodeAnswer(ArgumentCode::Done));
 
+    const SharedBytes before = std::exchange(m_before, answer);
+
     Reaction reaction;
     if (request.kind == RequestKind::Take && m_camera.settings().waitExposure)
         reaction.actions.emplace_back(Pause{std::chrono::milliseconds{100} * m_configuration->exposureUnits});
@@ -112,6 +115,8 @@ Reaction BinarySession::grant(const Request& request) {
         return reaction;
     }
     reaction.events.push_back("fault " + fault->describe());
+    if (fault->kind == FaultKind::Stale && before)
+        reaction.actions.push_back(sendWhole(before));
     for (Action& action : faultedAnswer(*fault, answer, m_camera, m_configuration.value_or(Configuration())))
         reaction.actions.push_back(std::move(action));
     return reaction;

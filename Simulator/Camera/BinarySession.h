@@ -28,6 +28,7 @@ private:
 
     Camera& m_camera;
     Bytes m_input;
+    SharedBytes m_before; ///< what was due to the message before; null to the first
     bool m_closed = false;
     std::optional<Configuration> m_configuration;
     SharedBytes m_picture; ///< the answer to a get request; null until a picture was taken

@@ -9,7 +9,8 @@ namespace Simulator {
 Action sendWhole(SharedBytes answer);
 
 /// The actions that deliver `answer` with `fault`; nothing where `fault` is not one of delivery.
-std::optional<std::vector<Action>> faultedDelivery(const Fault& fault, const SharedBytes& answer);
+std::optional<std::vector<Action>> faultedDelivery(const Fault& fault, const SharedBytes& answer,
+                                                   std::uint64_t seed);
 
 /// Whether nothing can follow on the connection.
 bool endsConnection(const Action& action);

@@ -37,6 +37,8 @@ std::string_view syntaxOf(ValueForm form) {
         return "";
     case ValueForm::Code:
         return "=CODE";
+    case ValueForm::Bit:
+        return "=BIT";
     case ValueForm::OptionalBytes:
         return "[=BYTES]";
     case ValueForm::Bytes:

@@ -23,10 +23,18 @@ enum class FaultKind {
     LengthSmall,    ///< the message announces half its length
     LengthWrap,     ///< an argument length that makes a 32-bit sum of lengths wrap to zero
     LongValue,      ///< `Done` with 8 value bytes
+    ManyArguments,  ///< the due argument and 254 `Done` behind it
+    HugeImage,      ///< a `GetImage` that announces 2 GiB, and nothing behind
     GarbagePicture, ///< a picture file of 4096 meaningless bytes
     EmptyPicture,   ///< a picture file of 0 x 0 pixels
     BlackPicture,   ///< a picture whose samples are all zero
     // Of a delivery: on TCP, and those that need no connection also of discovery replies.
+    Flip,    ///< bit `number` of the answer, counted from the first byte's lowest, is the other way round
+    Garbage, ///< 64 meaningless bytes instead of the answer
+    Twice,   ///< the answer comes a second time
+    Stale,   ///< the answer to the message before on this connection; the first message gets none
+    Scatter, ///< pieces of random size, up to `pauseMs` between them; of discovery: a datagram each
+    Endless, ///< the byte 'U' instead of the answer, for as long as the client stays
     TruncateClose,  ///< the first `number` bytes (unset: half of them), then the connection is closed
     TruncateSilent, ///< the first `number` bytes (unset: half of them), and the rest never comes
     Reset,          ///< the connection is reset
@@ -39,8 +47,6 @@ enum class FaultKind {
     EmptyValue,   ///< the key `text` has no value
     NotClosed,    ///< the closing bracket is left out
     Length,       ///< `number` bytes in all: filled up within the brackets, or cut off
-    Twice,        ///< the reply comes a second time
-    Garbage,      ///< 64 meaningless bytes instead of the reply
     Empty,        ///< "[]"; of discovery: a datagram of no bytes
     OtherMarker,  ///< the reply's first word in lower case ("[korva")
     Hostile,      ///< values of control characters, terminal escapes, quotes and markup; addresses stay

@@ -68,6 +68,9 @@ private:
         case ValueForm::Code:
             fault.number = number(value, 0, anyNumber, "the error code");
             return;
+        case ValueForm::Bit:
+            fault.number = number(value, 0, anyNumber, "the number of the bit");
+            return;
         case ValueForm::OptionalBytes:
             fault.number = number(value, 0, anyNumber, "the count of bytes");
             return;

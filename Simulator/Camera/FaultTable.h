@@ -8,7 +8,7 @@
 namespace Simulator {
 
 /// What stands behind the equals sign of a fault's text.
-enum class ValueForm { None, Code, OptionalBytes, Bytes, Pause, Drip, Key, Address };
+enum class ValueForm { None, Code, Bit, OptionalBytes, Bytes, Pause, Drip, Key, Address };
 
 /// How it is written for the user: "=BYTES/MS".
 std::string_view syntaxOf(ValueForm form);
@@ -57,6 +57,10 @@ inline constexpr std::array faultRows = {
     FaultRow{"length-wrap", FaultKind::LengthWrap, ValueForm::None, inBinary,
              "an argument length that wraps 32 bits"},
     FaultRow{"long-value", FaultKind::LongValue, ValueForm::None, inBinary, "Done with 8 value bytes"},
+    FaultRow{"many-arguments", FaultKind::ManyArguments, ValueForm::None, inBinary,
+             "254 further Done behind the answer"},
+    FaultRow{"huge-image", FaultKind::HugeImage, ValueForm::None, inBinary,
+             "a GetImage of 2 GiB announced, nothing behind"},
     FaultRow{"garbage-picture", FaultKind::GarbagePicture, ValueForm::None, inPictures,
              "a file of meaningless bytes"},
     FaultRow{"empty-picture", FaultKind::EmptyPicture, ValueForm::None, inPictures,
@@ -73,14 +77,19 @@ inline constexpr std::array faultRows = {
     FaultRow{"drip", FaultKind::Drip, ValueForm::Drip, everywhere,
              "pieces of BYTES with a pause of MS between them"},
     FaultRow{"silent", FaultKind::Silent, ValueForm::None, everywhere, "no answer"},
+    FaultRow{"flip", FaultKind::Flip, ValueForm::Bit, everywhere, "this bit the other way round"},
+    FaultRow{"garbage", FaultKind::Garbage, ValueForm::None, everywhere, "64 meaningless bytes"},
+    FaultRow{"twice", FaultKind::Twice, ValueForm::None, everywhere, "the answer comes a second time"},
+    FaultRow{"stale", FaultKind::Stale, ValueForm::None, inConnections, "the answer to the message before"},
+    FaultRow{"scatter", FaultKind::Scatter, ValueForm::Pause, everywhere,
+             "random pieces, pauses of up to MS between them"},
+    FaultRow{"endless", FaultKind::Endless, ValueForm::None, inConnections, "bytes without end"},
     FaultRow{"missing-key", FaultKind::MissingKey, ValueForm::Key, inReplies,
              "the key and its value left out"},
     FaultRow{"empty-value", FaultKind::EmptyValue, ValueForm::Key, inReplies, "the key without a value"},
     FaultRow{"not-closed", FaultKind::NotClosed, ValueForm::None, inReplies, "no closing bracket"},
     FaultRow{"length", FaultKind::Length, ValueForm::Bytes, inReplies,
              "so many bytes in all, filled up or cut off"},
-    FaultRow{"twice", FaultKind::Twice, ValueForm::None, inReplies, "the reply comes a second time"},
-    FaultRow{"garbage", FaultKind::Garbage, ValueForm::None, inReplies, "64 meaningless bytes"},
     FaultRow{"empty", FaultKind::Empty, ValueForm::None, inReplies, "[], or a datagram of no bytes"},
     FaultRow{"other-marker", FaultKind::OtherMarker, ValueForm::None, inReplies,
              "the first word in lower case"},

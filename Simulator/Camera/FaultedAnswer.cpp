@@ -6,7 +6,7 @@
 #include "Camera/SgiWriter.h"
 
 #include <algorithm>
-#include <array>
+#include <limits>
 #include <utility>
 
 namespace Simulator {
@@ -16,6 +16,8 @@ namespace {
 constexpr std::uint8_t wrongCommand = 2;
 constexpr std::uint8_t unknownCode = 99;
 constexpr std::size_t longValueBytes = 8;
+constexpr std::size_t mostArguments = 255;
+constexpr std::uint32_t hugeImageBytes = 0x7FFFFFFF;
 constexpr std::size_t garbageBytes = 4096;
 constexpr std::size_t valueOffset = headerBytes + argumentHeaderBytes;
 constexpr std::size_t lengthOffset = 1;
@@ -42,9 +44,20 @@ Bytes withWrongChecksum(ByteView answer) {
     return changed;
 }
 
-Bytes withSecondArgument(ByteView answer) {
-    const std::array both = {onlyArgument(answer), argument(ArgumentCode::Done)};
-    return encodeMessage(cameraCommand, both);
+/// The due argument and as many `Done` behind it as make `count`.
+Bytes withArguments(ByteView answer, std::size_t count) {
+    std::vector<Argument> all(count, argument(ArgumentCode::Done));
+    all.front() = onlyArgument(answer);
+    return encodeMessage(cameraCommand, all);
+}
+
+Bytes hugeImage() {
+    Bytes beginning{cameraCommand};
+    append32(beginning, std::numeric_limits<std::uint32_t>::max());
+    beginning.push_back(1);
+    beginning.push_back(static_cast<std::uint8_t>(ArgumentCode::GetImage));
+    append32(beginning, hugeImageBytes);
+    return beginning;
 }
 
 Bytes withOtherCommand(ByteView answer) {
@@ -95,7 +108,11 @@ std::vector<Action> faultedAnswer(const Fault& fault, const SharedBytes& answer,
     case FaultKind::NoArgument:
         return send(encodeMessage(cameraCommand, {}));
     case FaultKind::TwoArguments:
-        return send(withSecondArgument(*answer));
+        return send(withArguments(*answer, 2));
+    case FaultKind::ManyArguments:
+        return send(withArguments(*answer, mostArguments));
+    case FaultKind::HugeImage:
+        return send(hugeImage());
     case FaultKind::WrongCommand:
         return send(withOtherCommand(*answer));
     case FaultKind::UnknownCode:
@@ -115,7 +132,7 @@ std::vector<Action> faultedAnswer(const Fault& fault, const SharedBytes& answer,
     case FaultKind::BlackPicture:
         return {sendWhole(camera.blackPictureAnswer(configuration))};
     default:
-        return faultedDelivery(fault, answer).value_or(std::vector<Action>());
+        return faultedDelivery(fault, answer, camera.settings().seed).value_or(std::vector<Action>());
     }
 }
 

@@ -1,15 +1,12 @@
 #include "Camera/FaultedReply.h"
 
 #include "Camera/Delivery.h"
-#include "Camera/Random.h"
 
 #include <algorithm>
 
 namespace Simulator {
 
 namespace {
-
-constexpr std::size_t garbageBytes = 64;
 
 // A room or a model may be called anything. No blank and no bracket that closes: it is one word of the reply.
 constexpr std::string_view hostileText =
@@ -58,14 +55,6 @@ std::string filledUp(std::string text, std::size_t length) {
     return text.insert(text.size() - 1, std::string(key) + std::string(missing - key.size(), 'x'));
 }
 
-SharedBytes garbage(std::uint64_t seed) {
-    Bytes bytes(garbageBytes);
-    for (std::size_t index = 0; index < bytes.size(); ++index)
-        bytes[index] = static_cast<std::uint8_t>(randomBits(seed, index));
-    bytes.front() = 0xAA; // no reply begins so, whatever the seed
-    return std::make_shared<const Bytes>(std::move(bytes));
-}
-
 } // namespace
 
 SharedBytes bytesOf(const TextReply& reply) {
@@ -95,14 +84,10 @@ std::vector<Action> faultedReply(const Fault& fault, TextReply reply, std::uint6
     }
     case FaultKind::Length:
         return {sendWhole(shared(filledUp(reply.text(), fault.number.value_or(1))))};
-    case FaultKind::Twice:
-        return {sendWhole(bytesOf(reply)), sendWhole(bytesOf(reply))};
-    case FaultKind::Garbage:
-        return {sendWhole(garbage(seed))};
     case FaultKind::Empty:
         return {sendWhole(shared(reply.word == queries.back().word ? "" : "[]"))};
     default:
-        return faultedDelivery(fault, bytesOf(reply)).value_or(std::vector<Action>());
+        return faultedDelivery(fault, bytesOf(reply), seed).value_or(std::vector<Action>());
     }
     return {sendWhole(bytesOf(reply))};
 }

@@ -9,12 +9,14 @@
 
 namespace Simulator {
 
-/// Send `length` bytes of `bytes` from their front: all at once, or in pieces with a pause between them.
+/// Send `length` bytes of `bytes` from their front: all at once, or in pieces with a pause between them;
+/// once, or again and again until the client goes.
 struct SendBytes {
     SharedBytes bytes;
     std::size_t length = 0;
     std::size_t pieceBytes = 0; ///< 0: all at once
     std::chrono::milliseconds pause{0};
+    bool endless = false;
 };
 
 struct Pause {

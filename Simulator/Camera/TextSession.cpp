@@ -5,6 +5,7 @@
 #include "Camera/QuotedText.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace Simulator {
 
@@ -73,6 +74,7 @@ Reaction TextSession::answer(std::string_view text) {
                                 ? replyTo(*query, std::span(words).subspan(1), m_camera.settings())
                                 : TextReply{"Unknown", {}};
     Reaction reaction{{}, {quotedText(text) + " -> " + quotedText(reply.text())}};
+    const SharedBytes before = std::exchange(m_before, bytesOf(reply));
     const std::optional<Fault> fault = query != nullptr ? m_camera.nextFault(query->place) : std::nullopt;
     if (!fault) {
         reaction.actions.push_back(sendWhole(bytesOf(reply)));
@@ -80,6 +82,8 @@ Reaction TextSession::answer(std::string_view text) {
     }
     reaction.events.push_back("fault " + fault->describe());
     reaction.actions = faultedReply(*fault, reply, m_camera.settings().seed);
+    if (fault->kind == FaultKind::Stale && before)
+        reaction.actions.push_back(sendWhole(before));
     return reaction;
 }
 

@@ -26,6 +26,7 @@ private:
 
     Camera& m_camera;
     std::string m_input;
+    SharedBytes m_before; ///< what was due to the message before; null to the first
     bool m_closed = false;
 };
 

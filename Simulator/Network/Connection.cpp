@@ -107,9 +107,9 @@ Connection::Step Connection::carryOut(Action& action, Clock::time_point now) {
 }
 
 Connection::Step Connection::send(SendBytes& sending, Clock::time_point now) {
-    const std::size_t turnEnd = m_sent + mostBytesPerTurn;
+    std::size_t sentInTurn = 0;
     while (m_sent < sending.length) {
-        if (m_sent >= turnEnd)
+        if (sentInTurn >= mostBytesPerTurn)
             return Step::Wait;
         const std::size_t left = sending.length - m_sent;
         const std::size_t pieceLeft =
@@ -121,6 +121,9 @@ Connection::Step Connection::send(SendBytes& sending, Clock::time_point now) {
         if (count < 0)
             return Step::Wait;
         m_sent += static_cast<std::size_t>(count);
+        sentInTurn += static_cast<std::size_t>(count);
+        if (sending.endless)
+            m_sent %= sending.length;
         const bool pieceDone = sending.pieceBytes != 0 && m_sent % sending.pieceBytes == 0;
         if (pieceDone && m_sent < sending.length && sending.pause.count() > 0) {
             m_pausedUntil = now + sending.pause;

@@ -108,6 +108,37 @@ std::vector<FaultCase> faultCases() {
         {"take:long-value", nothing, 2,
          twice({{"ERROR", "Korva has sent an argument that is too large: code 0 argSize 8 limit 4"}}),
          twice({takeUnread})},
+        {"configure:many-arguments",
+         picture,
+         1,
+         {{"WARN", "Korva returned more arguments than expected: \xFF"}},
+         {}},
+        {"get:huge-image", nothing, 2,
+         twice({{"ERROR", "Korva has sent an image that is too large: argSize 2147483647 limit 1073741824"}}),
+         twice({pictureUnread})},
+        // The highest bit of the last byte: 15 becomes 143, which the log shows byte-swapped.
+        {"take:flip=103*1",
+         picture,
+         2,
+         {{"WARN", "Korva Response failed chksum: sent 36608 : calculated 15"}},
+         {takeUnread}},
+        // The simulator's meaningless bytes begin AA 67 5E 0B B9 80 A5 75 A8 96 61 for the seed 1.
+        {"configure:garbage", nothing, 2,
+         twice({{"ERROR", "Korva has formulated an inconsistent message: args will exceed expected message "
+                          "length: argSize 1973982817 totalBytesRead 11expected message size 1734216633"}}),
+         twice({configurationUnread})},
+        {"any:twice", picture, 1, {}, {}},
+        {"take:stale", picture, 1, {}, {}},
+        {"get:stale", nothing, 2, twice({{"ERROR", "Expected GetImage response, got Done"}}), {}},
+        {"get:scatter=15", picture, 1, {}, {}},
+        {"take:endless",
+         nothing,
+         2,
+         {{"ERROR", "Korva has formulated an inconsistent message: args will exceed expected message "
+                    "length: argSize 1431655765 totalBytesRead 11expected message size 1431655765"},
+          {"ERROR", "Korva has formulated an inconsistent message: args will exceed expected message "
+                    "length: argSize 1431655765 totalBytesRead 11expected message size 1431655765"}},
+         {takeUnread, configurationUnread}},
         {"get:truncate-close=1000", exception, 1, {}, {}},
         {"get:truncate-silent=1011*1",
          picture,
@@ -221,5 +252,5 @@ TEST(CaptureFromFaultyCamera, EveryFaultOfTheBinaryProtocolIsAmongThese) {
         EXPECT_NE(all.find(":" + name), std::string::npos) << name;
         ++seen;
     }
-    EXPECT_EQ(seen, 21u);
+    EXPECT_EQ(seen, 29u);
 }

@@ -28,6 +28,7 @@ public:
     ServedCamera& operator=(const ServedCamera&) = delete;
 
     int port() const { return server_.binaryTcpPort(); }
+    int textPort() const { return server_.textTcpPort(); }
 
     /// Stops the camera and returns how many of its events speak of `text`.
     std::size_t stopAndCount(const std::string& text);

@@ -52,9 +52,11 @@ public:
     }
 
 private:
+    std::wstring textEndpoint() const { return camera_.address + L":" + std::to_wstring(camera_.textPort); }
+
     bool ask(std::size_t query, const std::string& what) {
         if (state_ == Afterwards::broken)
-            return fail(failureOf(camera_.address + L":32768", L"send", reason_));
+            return fail(failureOf(textEndpoint(), L"send", reason_));
         ReplyReading reading{ReplyReading::What::replied, camera_.replies.at(query)};
         if (state_ == Afterwards::flooded)
             reading = readingOfFlood();
@@ -62,7 +64,7 @@ private:
             reading = camera_.faulty->second;
         outcome_.waited += reading.waited;
         if (reading.what == ReplyReading::What::thrown)
-            return fail(failureOf(camera_.address + L":32768", L"receive", reading.reason));
+            return fail(failureOf(textEndpoint(), L"receive", reading.reason));
         if (reading.what == ReplyReading::What::nothing)
             return failLogged("Couldn't get any " + what + " info from Korva device at: " +
                               Platform::utf8FromWide(camera_.address) + ".. ignore it");

@@ -60,6 +60,7 @@ struct Identified {
     /// The message that is faulty where sample pictures are taken.
     std::optional<Struck> struck = std::nullopt;
     Size sampleSize; ///< of a sample picture
+    int textPort = 32768;
 };
 
 IdentityOutcome identify(const Identified& camera);

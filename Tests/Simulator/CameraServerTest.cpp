@@ -161,6 +161,20 @@ TEST_F(CameraServerTest, ClosesTheConnection) {
     EXPECT_EQ(next.ask(probeRequest), doneAnswer);
 }
 
+TEST_F(CameraServerTest, SendsWithoutEndAndStillServesOthers) {
+    LoopbackClient flooded(serveWith("probe:endless*1").binaryTcpPort());
+    flooded.send(probeRequest);
+    constexpr std::size_t plenty = std::size_t{8} << 20;
+    EXPECT_EQ(flooded.read(plenty), Bytes(plenty, 'U'));
+    LoopbackClient next(server->binaryTcpPort());
+    EXPECT_EQ(next.ask(probeRequest), doneAnswer);
+}
+
+TEST_F(CameraServerTest, ScattersAnAnswer) {
+    LoopbackClient client(serveWith("probe:scatter=3").binaryTcpPort());
+    EXPECT_EQ(client.ask(probeRequest), doneAnswer);
+}
+
 TEST_F(CameraServerTest, ClosesBehindATruncatedAnswer) {
     LoopbackClient client(serveWith("probe:truncate-close=5").binaryTcpPort());
     client.send(probeRequest);

@@ -86,7 +86,19 @@ TEST(Fault, WritesItselfAsItIsRead) {
                              "text:reset",
                              "serial:close",
                              "network:truncate-close=7",
-                             "version:truncate-silent"})
+                             "version:truncate-silent",
+                             "configure:many-arguments",
+                             "get:huge-image*1",
+                             "take:flip=103",
+                             "discovery:flip=0",
+                             "any:garbage",
+                             "get:twice*1",
+                             "take:stale",
+                             "serial:stale*2",
+                             "get:scatter=15",
+                             "discovery:scatter=2",
+                             "probe:endless",
+                             "text:endless*1"})
         EXPECT_EQ(parseFault(text).describe(), text);
 }
 

@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include <set>
 #include <string_view>
 
 namespace Simulator {
@@ -111,6 +112,73 @@ TEST(FaultedAnswer, LengthWrapMakesTheSumZero) {
 TEST(FaultedAnswer, LongValueIsDoneWith8Bytes) {
     EXPECT_EQ(sentBytes(getWith("get:long-value")),
               bytesOf({1, 0, 0, 0, 0x15, 1, 0, 0, 0, 0, 8, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0x1F}));
+}
+
+TEST(FaultedAnswer, ManyArgumentsAdd254Dones) {
+    const Bytes answer = sentBytes(takeWith("take:many-arguments"));
+    ASSERT_EQ(answer.size(), 8U + 255 * 5);
+    EXPECT_EQ(answer[5], 255);
+    EXPECT_EQ(read32(answer, 1), answer.size());
+    EXPECT_EQ(Bytes(answer.begin() + 6, answer.end() - 2), Bytes(255 * 5));
+    EXPECT_EQ(read16(answer, answer.size() - 2), checksumOf(ByteView(answer).first(answer.size() - 2)));
+}
+
+TEST(FaultedAnswer, HugeImageAnnouncesTwoGibibytesAndEnds) {
+    EXPECT_EQ(sentBytes(getWith("get:huge-image")),
+              bytesOf({1, 0xFF, 0xFF, 0xFF, 0xFF, 1, 6, 0x7F, 0xFF, 0xFF, 0xFF}));
+}
+
+TEST(FaultedAnswer, FlipTurnsOneBitAndNoneBehindTheEnd) {
+    EXPECT_EQ(sentBytes(takeWith("take:flip=0")), bytesOf({0, 0, 0, 0, 0x0D, 1, 0, 0, 0, 0, 0, 0, 0x0F}));
+    EXPECT_EQ(sentBytes(takeWith("take:flip=103")), bytesOf({1, 0, 0, 0, 0x0D, 1, 0, 0, 0, 0, 0, 0, 0x8F}));
+    EXPECT_EQ(sentBytes(takeWith("take:flip=104")), doneAnswer);
+}
+
+TEST(FaultedAnswer, GarbageIs64BytesThatNoAnswerBeginsWith) {
+    const Bytes garbage = sentBytes(takeWith("take:garbage"));
+    ASSERT_EQ(garbage.size(), 64U);
+    EXPECT_EQ(garbage[0], 0xAA);
+    EXPECT_EQ(garbage, sentBytes(getWith("get:garbage")));
+}
+
+TEST(FaultedAnswer, TwiceIsTheSameAnswerAgain) {
+    EXPECT_EQ(sentBytes(takeWith("take:twice")), joined({doneAnswer, doneAnswer}));
+}
+
+TEST(FaultedAnswer, StaleIsTheAnswerToTheMessageBefore) {
+    EXPECT_EQ(sentBytes(getWith("get:stale")), doneAnswer);
+    CameraSettings settings = smallCamera();
+    settings.faults = {parseFault("configure:stale")};
+    Camera camera(settings);
+    BinarySession session(camera);
+    EXPECT_TRUE(reactionTo(session, configureRequest).actions.empty());
+    reactionTo(session, takeRequest);
+    const Bytes picture = answerTo(session, getRequest);
+    EXPECT_EQ(answerTo(session, configureRequest), picture);
+}
+
+TEST(FaultedAnswer, ScatterSendsTheRightAnswerInPiecesOfManySizes) {
+    const auto actions = getWith("get:scatter=15");
+    EXPECT_EQ(sentBytes(actions), rightPicture());
+    std::set<std::size_t> sizes;
+    std::set<std::int64_t> pauses;
+    for (const Action& action : actions) {
+        if (const auto* const piece = std::get_if<SendBytes>(&action))
+            sizes.insert(piece->length);
+        else
+            pauses.insert(std::get<Pause>(action).length.count());
+    }
+    EXPECT_GT(sizes.size(), 5U);
+    EXPECT_GT(pauses.size(), 3U);
+    EXPECT_LE(*pauses.rbegin(), 15);
+}
+
+TEST(FaultedAnswer, EndlessSendsTheSameByteAgainAndAgain) {
+    const auto actions = takeWith("take:endless");
+    ASSERT_EQ(actions.size(), 1U);
+    const auto& sending = std::get<SendBytes>(actions[0]);
+    EXPECT_TRUE(sending.endless);
+    EXPECT_EQ(*sending.bytes, Bytes(sending.length, 'U'));
 }
 
 TEST(FaultedAnswer, TruncateCloseSendsSoManyBytesAndCloses) {

@@ -359,4 +359,16 @@ TEST(Camera, RefusesTextsOfMoreThan1024Bytes) {
     EXPECT_THROW(Camera{settings}, std::invalid_argument);
 }
 
+TEST(TextSession, StaleReplyIsThatToTheQueryBefore) {
+    TextConversation conversation({"serial:stale", "version:stale"});
+    EXPECT_EQ(conversation.ask(versionQuery), "");
+    EXPECT_EQ(conversation.ask(serialQuery), versionReply);
+    EXPECT_EQ(conversation.ask(networkQuery), networkReply);
+    EXPECT_EQ(conversation.ask(versionQuery), networkReply);
+}
+
+TEST(TextSession, FlipTurnsOneBitOfAReply) {
+    EXPECT_EQ(askWithFault("serial:flip=0", serialQuery), "Z" + serialReply.substr(1));
+}
+
 } // namespace Simulator
