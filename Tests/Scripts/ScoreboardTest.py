@@ -4,6 +4,7 @@ import os
 import sys
 import tempfile
 import unittest
+import unittest.mock
 
 sys.path.insert(0, sys.argv.pop())
 import scoreboard
@@ -63,6 +64,22 @@ class Programs(unittest.TestCase):
         self.assertIn("| b | 1 |", text)
         self.assertIn("| **not shown** | `sh -c echo 'figure: b: 1'; exit 3` failed with exit status 3 |", text)
         self.assertIn("| **not shown** | no figure for 'a' |", text)
+
+    def test_are_in_the_document_as_soon_as_they_have_run(self):
+        self.addCleanup(os.chdir, os.getcwd())
+        os.chdir(self.folder)
+        os.mkdir("Docs")
+        first = scoreboard.Program("First", "first", ["sh", "-c", "echo 'figure: a: 1'"], ["a"])
+        second = scoreboard.Program("Second", "second", ["sh", "-c", "cat Docs/Reliability.md"], [])
+        with unittest.mock.patch.object(scoreboard, "programs", lambda minutes: [first, second]):
+            with unittest.mock.patch.object(sys, "argv", ["scoreboard", "1"]):
+                self.assertEqual(scoreboard.main(), 0)
+        with open(os.path.join(self.folder, "second.log"), encoding="utf-8") as log:
+            seen = log.read()
+        self.assertIn("| a | 1 |", seen)
+        self.assertIn("| **not shown** | not run |", seen)
+        with open("Docs/Reliability.md", encoding="utf-8") as final:
+            self.assertNotIn("not shown", final.read())
 
     def test_divide_the_minutes(self):
         self.addCleanup(os.chdir, os.getcwd())
