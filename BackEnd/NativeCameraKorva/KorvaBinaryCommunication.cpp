@@ -90,13 +90,14 @@ public:
 
 private:
     bool isConsistent(std::uint32_t valueBytes) const;
-    static unsigned char* valueStore(FullArg& arg, std::uint32_t valueBytes);
+    unsigned char* valueStore(FullArg& arg, std::uint32_t valueBytes);
     bool readValue(unsigned char* value, std::uint32_t valueBytes);
     void count(const void* bytes, std::size_t byteCount);
 
     Communicator& communicator_;
     std::uint32_t expectedBytes_ = 0;
     std::uint64_t totalBytesRead_ = 0; // wide enough that no announced length wraps it
+    std::uint64_t imageBytes_ = 0;     // of all the message's images: they share one limit
     std::uint16_t sum_ = 0;
 };
 
@@ -161,7 +162,8 @@ unsigned char* MessageReader::valueStore(FullArg& arg, std::uint32_t valueBytes)
         return nullptr;
     }
     const std::uint32_t limit = imageByteLimit;
-    if (valueBytes > limit) {
+    imageBytes_ += valueBytes;
+    if (imageBytes_ > limit) {
         KORVA_LOG(logger, Error, "KorvaBinaryCommunication",
                   "Korva has sent an image that is too large: argSize " << valueBytes << " limit " << limit);
         return nullptr;

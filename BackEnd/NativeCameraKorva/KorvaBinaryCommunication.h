@@ -12,7 +12,7 @@ class Communicator;
 
 namespace Korva::Binary {
 
-/// The most value bytes that a received GetImage argument may announce: 1 GiB.
+/// The most value bytes that the GetImage arguments of a received message may announce together: 1 GiB.
 inline constexpr std::uint32_t defaultImageByteLimit = std::uint32_t{1} << 30;
 
 /// Lowers (tests, fuzzers) or restores the limit that parseIncomingMessage applies. Process-wide, any thread.
@@ -41,8 +41,8 @@ KORVA_EXPORT bool createAndSendMessage(Command command, std::vector<FullArg>& ar
 /// message whose first argument is a GetImage does not. False, with an error or warn line, where bytes are
 /// missing, where the transport answers a read with more than was asked or less than nothing, where an
 /// argument runs past the announced length, where an argument other than GetImage announces more than 4 value
-/// bytes, and where a GetImage value is above the limit or its memory cannot be had. On failure arguments
-/// already read stay in `args`. What the transport throws passes to the caller.
+/// bytes, and where a GetImage value takes the message's images above the limit or its memory cannot be had.
+/// On failure arguments already read stay in `args`. What the transport throws passes to the caller.
 KORVA_EXPORT bool parseIncomingMessage(Communicator* communicator, Header& header,
                                        std::vector<FullArg>& args);
 

@@ -264,6 +264,16 @@ TEST_F(MessageReader, RefusesAnImageAboveOneGibibyteBeforeReadingIt) {
     EXPECT_THAT(communicator.reads(), ElementsAre(readOf(6), readOf(5)));
 }
 
+TEST_F(MessageReader, RefusesImagesThatAreTogetherAboveTheLimit) {
+    setImageByteLimit(6);
+    communicator.deliver(wireMessage({{6, {1, 2, 3}}, {6, {1, 2, 3}}, {6, {1}}}));
+    EXPECT_FALSE(parse());
+    EXPECT_EQ(args.size(), 2u);
+    EXPECT_THAT(
+        log.textsFrom(log4cxx::Level::getWarn()),
+        ElementsAre(LogText{"ERROR", "Korva has sent an image that is too large: argSize 1 limit 6"}));
+}
+
 TEST_F(MessageReader, HasAnImageLimitThatCanBeLowered) {
     setImageByteLimit(3);
     communicator.deliver(wireMessage({{image, {1, 2, 3}}}));
