@@ -3,6 +3,7 @@
 #include "ServedCamera.h"
 
 #include "Camera/SgiWriter.h"
+#include "Support/OperatorNew.h"
 
 #include <gtest/gtest.h>
 #include <malloc.h>
@@ -10,7 +11,6 @@
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>
-#include <new>
 
 namespace {
 
@@ -22,7 +22,9 @@ struct HeapCount {
 };
 thread_local HeapCount heap;
 
-void* allocate(std::size_t bytes, std::size_t alignment) {
+} // namespace
+
+void* Support::allocate(std::size_t bytes, std::size_t alignment) noexcept {
     void* const memory = alignment == 0
                              ? std::malloc(bytes)
                              : std::aligned_alloc(alignment, (bytes + alignment - 1) / alignment * alignment);
@@ -33,63 +35,10 @@ void* allocate(std::size_t bytes, std::size_t alignment) {
     return memory;
 }
 
-void release(void* memory) {
+void Support::release(void* memory) noexcept {
     if (memory != nullptr && heap.counting)
         heap.now -= static_cast<long long>(malloc_usable_size(memory));
     std::free(memory);
-}
-
-void* allocateOrThrow(std::size_t bytes, std::size_t alignment) {
-    void* const memory = allocate(bytes, alignment);
-    if (memory == nullptr)
-        throw std::bad_alloc();
-    return memory;
-}
-
-} // namespace
-
-// Every library of the process allocates through these.
-void* operator new(std::size_t bytes) {
-    return allocateOrThrow(bytes, 0);
-}
-void* operator new[](std::size_t bytes) {
-    return allocateOrThrow(bytes, 0);
-}
-void* operator new(std::size_t bytes, const std::nothrow_t&) noexcept {
-    return allocate(bytes, 0);
-}
-void* operator new[](std::size_t bytes, const std::nothrow_t&) noexcept {
-    return allocate(bytes, 0);
-}
-void* operator new(std::size_t bytes, std::align_val_t alignment) {
-    return allocateOrThrow(bytes, static_cast<std::size_t>(alignment));
-}
-void* operator new[](std::size_t bytes, std::align_val_t alignment) {
-    return allocateOrThrow(bytes, static_cast<std::size_t>(alignment));
-}
-void operator delete(void* memory) noexcept {
-    release(memory);
-}
-void operator delete[](void* memory) noexcept {
-    release(memory);
-}
-void operator delete(void* memory, std::size_t) noexcept {
-    release(memory);
-}
-void operator delete[](void* memory, std::size_t) noexcept {
-    release(memory);
-}
-void operator delete(void* memory, std::align_val_t) noexcept {
-    release(memory);
-}
-void operator delete[](void* memory, std::align_val_t) noexcept {
-    release(memory);
-}
-void operator delete(void* memory, std::size_t, std::align_val_t) noexcept {
-    release(memory);
-}
-void operator delete[](void* memory, std::size_t, std::align_val_t) noexcept {
-    release(memory);
 }
 
 using namespace Integration;

@@ -1,5 +1,7 @@
 #include "Support/LogCapture.h"
 
+#include "Support/OutsidePlugin.h"
+
 #include <log4cxx/appenderskeleton.h>
 #include <log4cxx/spi/loggingevent.h>
 
@@ -16,6 +18,7 @@ public:
 
 protected:
     void append(const log4cxx::spi::LoggingEventPtr& event, log4cxx::helpers::Pool&) override {
+        const OutsidePlugin outside;
         const log4cxx::spi::LocationInfo& location = event->getLocationInformation();
         LogLine line;
         line.level = event->getLevel()->toString();

@@ -1,5 +1,7 @@
 #include "Support/ScriptedCommunicator.h"
 
+#include "Support/OutsidePlugin.h"
+
 #include <algorithm>
 #include <cstring>
 #include <utility>
@@ -107,6 +109,7 @@ std::vector<ScriptedCommunicator::Kind> ScriptedCommunicator::kinds() const {
 
 void ScriptedCommunicator::writeBytes(const void* data, unsigned int count, bool discardUnread,
                                       int reserved) {
+    const OutsidePlugin outside;
     const auto* const bytes = static_cast<const std::uint8_t*>(data);
     Call call;
     call.kind = Kind::write;
@@ -132,6 +135,7 @@ void ScriptedCommunicator::openNextExchange() {
 }
 
 int ScriptedCommunicator::readBytes(void* data, unsigned int count, int reserved, unsigned int timeoutMs) {
+    const OutsidePlugin outside;
     Call call;
     call.kind = Kind::read;
     call.count = count;
@@ -163,6 +167,7 @@ int ScriptedCommunicator::readBytes(void* data, unsigned int count, int reserved
 }
 
 void ScriptedCommunicator::connect() {
+    const OutsidePlugin outside;
     Call call;
     call.kind = Kind::connect;
     calls_.push_back(std::move(call));
@@ -172,6 +177,7 @@ void ScriptedCommunicator::connect() {
 }
 
 void ScriptedCommunicator::disconnect() noexcept {
+    const OutsidePlugin outside;
     Call call;
     call.kind = Kind::disconnect;
     calls_.push_back(std::move(call));

@@ -1,6 +1,8 @@
 #include "Support/ScriptedHost.h"
 
 #include "ImagingLibrary/ImagingFactory.h"
+#include "Support/OutsidePlugin.h"
+#include "Support/ScriptedFailures.h"
 #include "VantrelCommon/PlenarDiagnostics.h"
 
 #include <stdexcept>
@@ -10,6 +12,11 @@ namespace TestSupport {
 namespace {
 
 ScriptedHost* inForce = nullptr;
+
+void tell(const std::string& call) {
+    if (const auto& observer = onScriptedHostCall())
+        observer(call);
+}
 
 } // namespace
 
@@ -25,7 +32,9 @@ ScriptedImaging::~ScriptedImaging() {
 
 Image* ScriptedImaging::createImage(unsigned int width, unsigned int height, unsigned int bitsPerSample,
                                     unsigned int samplesPerPixel, const void* pixels, int flags) {
+    const OutsidePlugin outside;
     calls.emplace_back("create");
+    tell("create");
     if (createException)
         std::rethrow_exception(createException);
     const auto* const bytes = static_cast<const std::uint8_t*>(pixels);
@@ -40,16 +49,21 @@ Image* ScriptedImaging::createImage(unsigned int width, unsigned int height, uns
 }
 
 void ScriptedImaging::releaseImage(Image* image) {
+    const OutsidePlugin outside;
     if (image != nullptr && alive.erase(image) == 0) {
         calls.emplace_back("release of a dead image");
         return;
     }
-    calls.emplace_back("release");
+    // The image is gone, even where this call fails.
     delete image;
+    calls.emplace_back("release");
+    tell("release");
 }
 
 Image* ScriptedImaging::convertToGreyscale(Image* image) {
+    const OutsidePlugin outside;
     calls.emplace_back("convert");
+    tell("convert");
     if (convertException)
         std::rethrow_exception(convertException);
     if (onConvert)
@@ -65,12 +79,18 @@ Image* ScriptedImaging::convertToGreyscale(Image* image) {
     return converted;
 }
 
+std::function<void(const std::string&)>& onScriptedHostCall() {
+    static std::function<void(const std::string&)> observer;
+    return observer;
+}
+
 ScriptedHost::ScriptedHost() {
     inForce = this;
 }
 
 ScriptedHost::~ScriptedHost() {
     inForce = nullptr;
+    onScriptedHostCall() = nullptr;
 }
 
 ScriptedHost& ScriptedHost::current() {
@@ -86,7 +106,9 @@ ImagingLibrary* ImagingFactory::getInstance() {
 }
 
 std::wstring PlenarDiagnostics::getImagesSubDirectory() {
+    const TestSupport::OutsidePlugin outside;
     const TestSupport::ScriptedHost& host = TestSupport::ScriptedHost::current();
+    TestSupport::tell("images folder");
     if (host.imagesFolderException)
         std::rethrow_exception(host.imagesFolderException);
     return host.imagesFolder;

@@ -1,5 +1,7 @@
 #include "Support/ScriptedNetwork.h"
 
+#include "Support/OutsidePlugin.h"
+
 #include <algorithm>
 #include <array>
 #include <charconv>
@@ -7,6 +9,7 @@
 #include <cstring>
 
 using TestSupport::NetworkScript;
+using TestSupport::OutsidePlugin;
 using TestSupport::ScriptedAdapter;
 using TestSupport::ScriptedArp;
 
@@ -130,6 +133,7 @@ std::vector<std::string> NetworkScript::callsOf(std::string_view function) const
 namespace Platform::Winsock {
 
 int WSAStartup(WORD version, WSADATA* data) {
+    const OutsidePlugin outside;
     char text[8];
     std::snprintf(text, sizeof text, "0x%04x", version);
     if (const auto code = enter("WSAStartup", text))
@@ -142,6 +146,7 @@ int WSAStartup(WORD version, WSADATA* data) {
 }
 
 int WSACleanup() {
+    const OutsidePlugin outside;
     if (const auto code = enter("WSACleanup"))
         return failWith(*code);
     if (NetworkScript::current().startups == 0)
@@ -151,11 +156,13 @@ int WSACleanup() {
 }
 
 int WSAGetLastError() {
+    const OutsidePlugin outside;
     const auto code = enter("WSAGetLastError");
     return code ? *code : static_cast<int>(GetLastError());
 }
 
 SOCKET socket(int family, int type, int protocol) {
+    const OutsidePlugin outside;
     const auto code = enter("socket", std::to_string(family) + ", " + std::to_string(type) + ", " +
                                           std::to_string(protocol));
     NetworkScript& script = NetworkScript::current();
@@ -168,6 +175,7 @@ SOCKET socket(int family, int type, int protocol) {
 }
 
 int setsockopt(SOCKET socket, int level, int name, const char* value, int length) {
+    const OutsidePlugin outside;
     const auto code =
         enter("setsockopt", std::to_string(socket) + ", " + std::to_string(level) + ", " +
                                 std::to_string(name) + ", " + hexOf(value, static_cast<std::size_t>(length)));
@@ -177,6 +185,7 @@ int setsockopt(SOCKET socket, int level, int name, const char* value, int length
 }
 
 int sendto(SOCKET socket, const char* data, int length, int flags, const sockaddr* to, int toLength) {
+    const OutsidePlugin outside;
     sockaddr_in address{};
     std::memcpy(&address, to, std::min(sizeof address, static_cast<std::size_t>(toLength)));
     const auto code = enter(
@@ -190,12 +199,14 @@ int sendto(SOCKET socket, const char* data, int length, int flags, const sockadd
 }
 
 int closesocket(SOCKET socket) {
+    const OutsidePlugin outside;
     if (const auto code = enter("closesocket", std::to_string(socket)))
         return failWith(*code);
     return NetworkScript::current().openSockets.erase(socket) == 1 ? 0 : failWith(WSAENOTSOCK);
 }
 
 int inet_pton(int family, const char* text, void* address) {
+    const OutsidePlugin outside;
     if (const auto code = enter("inet_pton", std::to_string(family) + ", " + text))
         return failWith(*code);
     const auto bytes = addressOf(text);
@@ -206,6 +217,7 @@ int inet_pton(int family, const char* text, void* address) {
 }
 
 const char* inet_ntop(int family, const void* address, char* text, std::size_t textBytes) {
+    const OutsidePlugin outside;
     const auto code = enter("inet_ntop", std::to_string(family) + ", " + dotted(address) + ", " +
                                              std::to_string(textBytes));
     if (code) {
@@ -220,6 +232,7 @@ const char* inet_ntop(int family, const void* address, char* text, std::size_t t
 
 int Platform::recvfrom(SOCKET socket, char* buffer, int length, int flags, Winsock::sockaddr* from,
                        int* fromLength) {
+    const OutsidePlugin outside;
     const auto code = enter("recvfrom", std::to_string(socket) + ", " + std::to_string(length) + ", " +
                                             std::to_string(flags) + ", " + presence(from, "address") + ", " +
                                             presence(fromLength, "length"));
@@ -238,6 +251,7 @@ int Platform::recvfrom(SOCKET socket, char* buffer, int length, int flags, Winso
 }
 
 DWORD GetAdaptersInfo(IP_ADAPTER_INFO* adapters, ULONG* bytes) {
+    const OutsidePlugin outside;
     const auto code = enter("GetAdaptersInfo", presence(adapters, "buffer") + ", " + std::to_string(*bytes));
     if (code)
         return static_cast<DWORD>(*code);
@@ -262,6 +276,7 @@ DWORD GetAdaptersInfo(IP_ADAPTER_INFO* adapters, ULONG* bytes) {
 }
 
 DWORD SendARP(IPAddr destination, IPAddr source, void* mac, ULONG* macBytes) {
+    const OutsidePlugin outside;
     const auto code =
         enter("SendARP", dotted(&destination) + ", " + dotted(&source) + ", " + hexOf(mac, *macBytes));
     if (code)

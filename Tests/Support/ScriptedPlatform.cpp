@@ -1,11 +1,15 @@
 #include "Support/ScriptedPlatform.h"
 
+#include "Support/OutsidePlugin.h"
+#include "Support/ScriptedFailures.h"
 #include "Utf.h"
 
 #include <ctime>
 #include <optional>
 
 using Platform::Utf::Malformed;
+using TestSupport::OutsidePlugin;
+using TestSupport::PlatformFailures;
 using TestSupport::PlatformScript;
 
 namespace {
@@ -23,6 +27,13 @@ int answerFor(std::optional<std::size_t> needed, int capacity) {
     return static_cast<int>(*needed);
 }
 
+/// Counts a call of `function`; true where it is to fail.
+bool failsNow(const char* function) {
+    PlatformFailures& script = PlatformFailures::current();
+    const int occurrence = ++script.occurrences[function];
+    return script.failures[function].contains(occurrence);
+}
+
 } // namespace
 
 PlatformScript& PlatformScript::current() {
@@ -30,7 +41,13 @@ PlatformScript& PlatformScript::current() {
     return script;
 }
 
+PlatformFailures& PlatformFailures::current() {
+    static PlatformFailures failures;
+    return failures;
+}
+
 void Sleep(DWORD milliseconds) {
+    const OutsidePlugin outside;
     PlatformScript& script = PlatformScript::current();
     if (script.onSleep)
         script.onSleep(milliseconds);
@@ -39,6 +56,9 @@ void Sleep(DWORD milliseconds) {
 }
 
 BOOL QueryPerformanceCounter(LARGE_INTEGER* count) {
+    const OutsidePlugin outside;
+    if (failsNow("QueryPerformanceCounter"))
+        return 0;
     PlatformScript& script = PlatformScript::current();
     count->QuadPart = script.counter;
     script.counter += script.counterStep;
@@ -47,6 +67,9 @@ BOOL QueryPerformanceCounter(LARGE_INTEGER* count) {
 }
 
 BOOL QueryPerformanceFrequency(LARGE_INTEGER* frequency) {
+    const OutsidePlugin outside;
+    if (failsNow("QueryPerformanceFrequency"))
+        return 0;
     frequency->QuadPart = PlatformScript::current().frequency;
     return 1;
 }
@@ -75,15 +98,17 @@ int WideCharToMultiByte(UINT, DWORD, LPCWCH wide, int wideCount, LPSTR text, int
 }
 
 __time64_t _time64(__time64_t* now) {
-    const __time64_t seconds = PlatformScript::current().secondsSince1970;
+    const OutsidePlugin outside;
+    const __time64_t seconds = failsNow("_time64") ? -1 : PlatformScript::current().secondsSince1970;
     if (now != nullptr)
         *now = seconds;
     return seconds;
 }
 
 char* _ctime64(const __time64_t* when) {
+    const OutsidePlugin outside;
     PlatformScript& script = PlatformScript::current();
-    if (script.timeTextFails)
+    if (failsNow("_ctime64") || script.timeTextFails)
         return nullptr;
     if (!script.timeText.empty())
         return script.timeText.data();
@@ -96,21 +121,27 @@ char* _ctime64(const __time64_t* when) {
 }
 
 std::FILE* Platform::fopen(const char* utf8Path, const char* mode) {
+    const OutsidePlugin outside;
     PlatformScript& script = PlatformScript::current();
     script.fileCalls.push_back(std::string("fopen ") + utf8Path + " " + mode);
-    return script.openFails ? nullptr : std::fopen(utf8Path, mode);
+    std::FILE* const file = failsNow("fopen") || script.openFails ? nullptr : std::fopen(utf8Path, mode);
+    PlatformFailures::current().openFiles += file == nullptr ? 0 : 1;
+    return file;
 }
 
 std::size_t Platform::fwrite(const void* elements, std::size_t elementSize, std::size_t count,
                              std::FILE* file) {
+    const OutsidePlugin outside;
     PlatformScript& script = PlatformScript::current();
     script.fileCalls.push_back("fwrite " + std::to_string(elementSize) + " " + std::to_string(count));
-    return script.writeFails ? 0 : std::fwrite(elements, elementSize, count, file);
+    return failsNow("fwrite") || script.writeFails ? 0 : std::fwrite(elements, elementSize, count, file);
 }
 
 int Platform::fclose(std::FILE* file) {
+    const OutsidePlugin outside;
     PlatformScript& script = PlatformScript::current();
     script.fileCalls.emplace_back("fclose");
     const int result = std::fclose(file);
-    return script.closeFails ? EOF : result;
+    --PlatformFailures::current().openFiles;
+    return failsNow("fclose") || script.closeFails ? EOF : result;
 }

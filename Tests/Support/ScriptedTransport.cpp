@@ -5,6 +5,7 @@
 #include "Communicator/DeviceException.h"
 #include "Communicator/PosixEthernetCommunicator.h"
 #include "Platform/Text.h"
+#include "Support/OutsidePlugin.h"
 
 #include <algorithm>
 #include <iterator>
@@ -97,6 +98,7 @@ extern "C" const char* __asan_default_options() {
     return "detect_odr_violation=0";
 }
 
+using TestSupport::OutsidePlugin;
 using TestSupport::ScriptedTransport;
 using TestSupport::TransportRecorder;
 
@@ -120,6 +122,7 @@ struct PosixEthernetCommunicator::State {
 PosixEthernetCommunicator::PosixEthernetCommunicator(const std::wstring& address, int port,
                                                      int connectTimeoutMs)
     : EthernetCommunicator(connectTimeoutMs), state_(std::make_unique<State>()) {
+    const OutsidePlugin outside;
     state_->address = address;
     state_->port = port;
     State::note("construct " + state_->place() + " " + std::to_string(connectTimeoutMs));
@@ -127,6 +130,7 @@ PosixEthernetCommunicator::PosixEthernetCommunicator(const std::wstring& address
 }
 
 PosixEthernetCommunicator::~PosixEthernetCommunicator() {
+    const OutsidePlugin outside;
     if (!ScriptedTransport::isInForce())
         return;
     State::note("destroy " + state_->place());
@@ -143,6 +147,7 @@ int PosixEthernetCommunicator::getPort() const {
 
 void PosixEthernetCommunicator::writeBytes(const void* data, unsigned int count, bool discardUnread,
                                            int reserved) {
+    const OutsidePlugin outside;
     State::note("write " + state_->place() + " " + TestSupport::describe(data, count) +
                 (discardUnread ? " true " : " false ") + std::to_string(reserved));
     state_->connectedScript().writeBytes(data, count, discardUnread, reserved);
@@ -150,6 +155,7 @@ void PosixEthernetCommunicator::writeBytes(const void* data, unsigned int count,
 
 int PosixEthernetCommunicator::readBytes(void* data, unsigned int count, int reserved,
                                          unsigned int timeoutMs) {
+    const OutsidePlugin outside;
     State::note("read " + state_->place() + " " + std::to_string(count) + " " + std::to_string(reserved) +
                 " " + std::to_string(timeoutMs));
     return state_->connectedScript().readBytes(data, count, reserved, timeoutMs);
@@ -162,6 +168,7 @@ bool PosixEthernetCommunicator::isConnected() const {
 void PosixEthernetCommunicator::setProgressObserver(ProgressObserver) {}
 
 void PosixEthernetCommunicator::connect() {
+    const OutsidePlugin outside;
     State::note("connect " + state_->place());
     if (state_->script == nullptr)
         state_->script = TransportRecorder::scriptOf(state_->address, state_->port);
@@ -169,6 +176,7 @@ void PosixEthernetCommunicator::connect() {
 }
 
 void PosixEthernetCommunicator::disconnect() noexcept {
+    const OutsidePlugin outside;
     if (state_->connection == nullptr)
         return;
     state_->connection.reset();
@@ -178,12 +186,14 @@ void PosixEthernetCommunicator::disconnect() noexcept {
 
 EthernetCommunicator* ClientFactory::createEthernetCommunicator(const std::wstring& address, int port,
                                                                 int timeoutMs) {
+    const OutsidePlugin outside;
     ScriptedTransport::current().note("create " + Platform::utf8FromWide(address) + ":" +
                                       std::to_string(port) + " " + std::to_string(timeoutMs));
     return new PosixEthernetCommunicator(address, port, timeoutMs);
 }
 
 Communicator* ClientFactory::buildCommunicator(xercesc::DOMNode* element) {
+    const OutsidePlugin outside;
     ScriptedTransport& transport = ScriptedTransport::current();
     transport.note("build");
     if (transport.onBuild)
