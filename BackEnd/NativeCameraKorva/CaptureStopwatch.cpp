@@ -31,6 +31,8 @@ double CaptureStopwatch::elapsedMs() const {
     LARGE_INTEGER frequency{};
     QueryPerformanceFrequency(&frequency);
     const std::int64_t perSecond = frequency.QuadPart;
+    if (perSecond <= 0)
+        return 0; // a counter whose frequency nobody knows tells no time
     const std::int64_t wholeSeconds = lastCounts_ / perSecond;
     const double remainder = static_cast<double>(lastCounts_ % perSecond) / static_cast<double>(perSecond);
     return (static_cast<double>(wholeSeconds) + remainder) * 1000.0;

@@ -16,7 +16,7 @@ public:
     void stop();
 
     /// The last interval in milliseconds: the counts divided by the frequency as whole seconds plus the
-    /// remainder over the frequency in double, times 1000.0.
+    /// remainder over the frequency in double, times 1000.0. 0 where the frequency cannot be had.
     double elapsedMs() const;
 
     bool running() const { return running_; }

@@ -1,5 +1,6 @@
 #include "NativeCameraKorva/CaptureStopwatch.h"
 
+#include "Support/ScriptedFailures.h"
 #include "Support/ScriptedPlatform.h"
 
 #include <gtest/gtest.h>
@@ -98,6 +99,17 @@ TEST_F(Stopwatch, KeepsTheFractionOfLongIntervals) {
     watch.stop();
     EXPECT_EQ(watch.elapsedMs(), 2000.0);
     EXPECT_EQ(watch.lastCounts(), (std::int64_t{1} << 53) * 2 + 1);
+}
+
+TEST_F(Stopwatch, TellsNoTimeWhereTheFrequencyCannotBeHad) {
+    watch.start();
+    pass(5);
+    watch.stop();
+    TestSupport::PlatformFailures::current() = {};
+    TestSupport::PlatformFailures::current().fail("QueryPerformanceFrequency");
+    EXPECT_EQ(watch.elapsedMs(), 0.0);
+    PlatformScript::current().frequency = 0;
+    EXPECT_EQ(watch.elapsedMs(), 0.0);
 }
 
 } // namespace
