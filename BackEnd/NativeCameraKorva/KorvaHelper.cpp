@@ -230,6 +230,9 @@ Image* convert(const image_t& picture, unsigned int samplesPerPixel, CaptureStop
         static_cast<void>(created.release());
     watch.stop();
     logTiming("color to greyscale: ", watch);
+    // By hand, so that a failure reaches the caller.
+    if (created != nullptr)
+        imaging.releaseImage(created.release());
     return grey.release();
 }
 

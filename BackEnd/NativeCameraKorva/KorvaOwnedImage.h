@@ -10,7 +10,13 @@
 namespace Korva {
 
 struct ImageReleaser {
-    void operator()(Image* image) const { ImagingFactory::getInstance()->releaseImage(image); }
+    void operator()(Image* image) const noexcept {
+        try {
+            ImagingFactory::getInstance()->releaseImage(image);
+        } catch (...) {
+            // A destructor has nobody to tell. Whoever wants to know releases by hand.
+        }
+    }
 };
 
 /// Owns an image that the imaging library made.

@@ -1,6 +1,7 @@
 // Which failures end an attempt, what they log, and what the second attempt makes of them.
 
 #include "CaptureFixture.h"
+#include "Support/ScriptedFailures.h"
 
 #include <algorithm>
 #include <functional>
@@ -188,6 +189,28 @@ TEST_F(CaptureExceptions, PassFromTheImagingLibraryAndLeaveNoImage) {
             EXPECT_EQ(camera.kinds().back(), ScriptedCommunicator::Kind::disconnect);
         }
     }
+}
+
+TEST_F(CaptureExceptions, PassFromTheReleaseAndLeaveNoImage) {
+    TestSupport::onScriptedHostCall() = [this](const std::string& call) {
+        if (call == "release" && host.imaging.calls.size() == 3)
+            std::rethrow_exception(broken);
+    };
+    answerGoodAttempt();
+    EXPECT_THROW(capture(), std::runtime_error);
+    EXPECT_THAT(imaging().calls, ::testing::ElementsAre("create", "convert", "release", "release"));
+    EXPECT_THAT(imaging().alive, IsEmpty());
+}
+
+TEST_F(CaptureExceptions, AreTheFirstOneWhereTheReleaseThrowsToo) {
+    host.imaging.convertException = broken;
+    TestSupport::onScriptedHostCall() = [](const std::string& call) {
+        if (call == "release")
+            throw 42;
+    };
+    answerGoodAttempt();
+    EXPECT_THROW(capture(), std::runtime_error);
+    EXPECT_THAT(imaging().alive, IsEmpty());
 }
 
 } // namespace
