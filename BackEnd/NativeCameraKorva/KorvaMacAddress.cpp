@@ -24,6 +24,8 @@ constexpr MacBuffer unansweredMac{0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF};
 
 std::string formatMac(std::span<const std::uint8_t> bytes) {
     std::ostringstream text;
+    // Else the stream would keep a failed allocation to itself, and the text would be cut.
+    text.exceptions(std::ios::badbit);
     text << std::hex << std::setfill('0');
     const char* separator = "";
     for (const unsigned int byte : bytes) {

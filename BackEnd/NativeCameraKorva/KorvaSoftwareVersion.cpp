@@ -24,6 +24,8 @@ std::uint8_t lowByte(const std::string& piece) {
 // NOLINTNEXTLINE(performance-unnecessary-value-param): part of the exported signature
 bool checkSoftwareVersion(std::string version) {
     std::istringstream stream(version);
+    // Else the stream would keep a failed allocation to itself, and the firmware would pass for an old one.
+    stream.exceptions(std::ios::badbit);
     std::vector<std::uint8_t> parts;
     std::string piece;
     while (std::getline(stream, piece, '.'))
