@@ -1,6 +1,7 @@
 #include "NativeCameraKorva/KorvaCommParser.h"
 
 #include <algorithm>
+#include <cstddef>
 #include <iterator>
 #include <locale>
 #include <sstream>
@@ -64,8 +65,15 @@ CommParser::~CommParser() = default;
 
 void CommParser::parse(char* text) {
     parsed_ = false;
-    if (text != nullptr)
-        appendEntries(text, entries_);
+    const std::size_t entriesBefore = entries_.size();
+    try {
+        if (text != nullptr)
+            appendEntries(text, entries_);
+    } catch (...) {
+        // Half a reply would answer for the whole of the next one.
+        entries_.resize(entriesBefore);
+        throw;
+    }
     parsed_ = true;
 }
 

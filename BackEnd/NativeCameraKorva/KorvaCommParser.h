@@ -25,7 +25,8 @@ public:
     /// Appends the keys and values of a zero-terminated text (null counts as empty) behind those that are
     /// there. Words before the first key are dropped. A value word that ends with "]" ends its value, without
     /// that bracket, and the text; a bracket at the end of a key does not. A key without value words leaves
-    /// no value entry, and a last value that no bracket closes is dropped. Malformed text is no error.
+    /// no value entry, and a last value that no bracket closes is dropped. Malformed text is no error. Throws
+    /// std::bad_alloc, and then the entries are those from before.
     void parse(char* text);
 
     /// True once a parse has run to its end.
