@@ -28,6 +28,8 @@ constexpr WORD socketsVersion = 0x0202;
 constexpr DWORD receiveTimeoutMs = 1000;
 constexpr std::size_t replyBytes = 256;
 constexpr std::size_t addressTextBytes = 64;
+/// More than any network has cameras and ways to them; what a flood of replies may cost is bounded by it.
+constexpr std::size_t mostReplies = 16'384;
 constexpr int observerArgument = 0;
 
 /// Deliberately one character and not an integer.
@@ -110,7 +112,11 @@ bool KorvaCameraLocator::supportsRangeSearch() const {
 
 void KorvaCameraLocator::broadcastObserverSearch(BroadcastWorkerObserver* observer,
                                                  unsigned int /*reserved*/) {
-    KORVA_LOG(logger, Info, "KorvaCameraLocator", "broadcastObserverSearch..");
+    try {
+        KORVA_LOG(logger, Info, "KorvaCameraLocator", "broadcastObserverSearch..");
+    } catch (...) {
+        // As below: the search goes on without its first line.
+    }
     std::vector<FoundKorva> found;
     if (!discover(found))
         return;
@@ -182,7 +188,7 @@ bool KorvaCameraLocator::sendDiscoveryQuery(SOCKET& socket) {
     return true;
 }
 
-/// Receives replies until the socket times out. Always true.
+/// Receives replies until the socket times out, and keeps the first of them. Always true.
 bool KorvaCameraLocator::gatherDiscoveryResponses(SOCKET socket, std::vector<FoundKorva>& found) {
     // A time-out that cannot be set is deliberately no failure.
     setsockopt(socket, SOL_SOCKET, SO_RCVTIMEO, reinterpret_cast<const char*>(&receiveTimeoutMs),
@@ -193,6 +199,7 @@ bool KorvaCameraLocator::gatherDiscoveryResponses(SOCKET socket, std::vector<Fou
         return Platform::recvfrom(socket, buffer.data(), static_cast<int>(buffer.size()), 0, nullptr,
                                   nullptr);
     };
+    bool isFull = false;
     int received = receive();
     for (; received > 0; received = receive()) {
         const std::string text(buffer.data(), static_cast<std::size_t>(received));
@@ -200,7 +207,12 @@ bool KorvaCameraLocator::gatherDiscoveryResponses(SOCKET socket, std::vector<Fou
         if (parseDiscoveryReply(text.c_str(), korva.room, korva.ip)) {
             KORVA_LOG(logger, Info, "KorvaCameraLocator",
                       "Message from Korva device: " << korva.room << " " << korva.ip);
-            found.push_back(std::move(korva));
+            if (found.size() < mostReplies) {
+                found.push_back(std::move(korva));
+            } else if (!std::exchange(isFull, true)) {
+                KORVA_LOG(logger, Warn, "KorvaCameraLocator",
+                          "More than " << mostReplies << " replies from Korva devices, ignoring the rest..");
+            }
         } else {
             KORVA_LOG(logger, Info, "KorvaCameraLocator",
                       "Got message that wasn't parsed as a Korva response: "

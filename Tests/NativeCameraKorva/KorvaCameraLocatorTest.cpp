@@ -353,4 +353,17 @@ TEST(Locator, SearchesNothingButByBroadcast) {
     EXPECT_THAT(NetworkScript::current().calls, IsEmpty());
 }
 
+TEST_F(LocatorQuery, KeepsTheFirst16384RepliesOfAFlood) {
+    addCamera("Lab", "10.0.0.5");
+    network.datagrams.insert(network.datagrams.end(), 16'386, network.datagrams.front());
+    network.onCall = [this](const std::string&) { network.calls.clear(); };
+    search();
+    EXPECT_THAT(observer.found, SizeIs(1));
+    EXPECT_THAT(linesOf("Message from Korva device:"), SizeIs(16'387));
+    EXPECT_THAT(linesOf("Found Korva with MAC 00-1a-2b-3c-4d-5e more than once"), SizeIs(16'383));
+    EXPECT_THAT(
+        log.textsFrom(log4cxx::Level::getWarn()),
+        ElementsAre(LogText{"WARN", "More than 16384 replies from Korva devices, ignoring the rest.."}));
+}
+
 } // namespace
