@@ -5,7 +5,7 @@
 #include <cstring>
 #include <elf.h>
 #include <fstream>
-#include <system_error>
+#include <iterator>
 #include <vector>
 
 namespace Structure {
@@ -15,10 +15,8 @@ namespace {
 class Image {
 public:
     explicit Image(const std::filesystem::path& file) {
-        std::error_code missing;
-        bytes_.resize(std::filesystem::exists(file, missing) ? std::filesystem::file_size(file) : 0);
-        std::ifstream(file, std::ios::binary)
-            .read(bytes_.data(), static_cast<std::streamsize>(bytes_.size()));
+        std::ifstream stream(file, std::ios::binary);
+        bytes_.assign(std::istreambuf_iterator<char>(stream), {});
     }
 
     /// `count` records from `offset` on.

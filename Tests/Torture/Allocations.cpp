@@ -1,0 +1,94 @@
+#include "Allocations.h"
+
+#include "Support/OperatorNew.h"
+#include "Support/OutsidePlugin.h"
+
+#include <cstddef>
+#include <cstdlib>
+
+namespace {
+
+long live = 0;
+int atWork = 0;
+long asked = 0;
+long failing = 0;
+
+/// True where the allocation that is now asked for is to fail.
+bool failsNow() {
+    return atWork != 0 && !TestSupport::OutsidePlugin::isOutside() && ++asked == failing;
+}
+
+} // namespace
+
+namespace Torture {
+
+PluginAtWork::PluginAtWork() {
+    ++atWork;
+}
+PluginAtWork::~PluginAtWork() {
+    --atWork;
+}
+
+bool PluginAtWork::isNow() {
+    return atWork != 0;
+}
+
+AllocationFailure::AllocationFailure(long number) {
+    asked = 0;
+    failing = number;
+}
+AllocationFailure::~AllocationFailure() {
+    failing = 0;
+}
+
+bool AllocationFailure::wasReached() const {
+    return asked >= failing;
+}
+
+long liveAllocations() {
+    return live;
+}
+
+} // namespace Torture
+
+// The linker's --wrap=malloc and --wrap=free lead here what the program's own objects call, the plug-in's
+// among them: libpng's memory comes that way.
+extern "C" {
+void* __real_malloc(std::size_t bytes);
+void __real_free(void* memory);
+void* __wrap_malloc(std::size_t bytes);
+void __wrap_free(void* memory);
+
+void* __wrap_malloc(std::size_t bytes) {
+    return failsNow() ? nullptr : __real_malloc(bytes);
+}
+
+void __wrap_free(void* memory) {
+    __real_free(memory);
+}
+
+// The first of libpng's two structures comes from its own malloc, before the plug-in's is in force.
+void* __real_png_create_read_struct(const char* version, void* context, void* error, void* warning);
+void* __wrap_png_create_read_struct(const char* version, void* context, void* error, void* warning);
+
+void* __wrap_png_create_read_struct(const char* version, void* context, void* error, void* warning) {
+    return failsNow() ? nullptr : __real_png_create_read_struct(version, context, error, warning);
+}
+}
+
+void* Support::allocate(std::size_t bytes, std::size_t alignment) noexcept {
+    if (failsNow())
+        return nullptr;
+    void* const memory = alignment == 0
+                             ? __real_malloc(bytes == 0 ? 1 : bytes)
+                             : std::aligned_alloc(alignment, (bytes + alignment - 1) / alignment * alignment);
+    if (memory != nullptr)
+        ++live;
+    return memory;
+}
+
+void Support::release(void* memory) noexcept {
+    if (memory != nullptr)
+        --live;
+    __real_free(memory);
+}

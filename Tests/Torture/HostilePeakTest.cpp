@@ -1,0 +1,383 @@
+// How much memory the process holds at its peak where a camera, or a file, announces or sends too much. Each
+// case runs in a child process of its own, whose peak is counted from when the case begins.
+
+#include "NativeCameraKorva/DeviceFixture.h"
+#include "NativeCameraKorva/KorvaBinaryCommunication.h"
+#include "NativeCameraKorva/KorvaCameraLocator.h"
+#include "NativeCameraKorva/KorvaHelper.h"
+#include "NativeCameraKorva/KorvaIdentification.h"
+#include "NativeCameraKorva/KorvaMemoryStream.h"
+#include "NativeCameraKorva/KorvaPictureDecoding.h"
+
+#include "Communicator/DeviceException.h"
+#include "Communicator/PosixEthernetCommunicator.h"
+#include "DeviceControl/BroadcastWorkerObserver.h"
+#include "DeviceControl/DeviceTemplate.h"
+#include "ReferenceHost/DeviceDescription.h"
+#include "Support/LogCapture.h"
+#include "Support/PictureFiles.h"
+#include "Support/SamplePictures.h"
+#include "Support/ScriptedNetwork.h"
+#include "Support/ScriptedPlatform.h"
+#include "Support/ScriptedTransport.h"
+#include "Support/WireMessages.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdio>
+#include <fstream>
+#include <functional>
+#include <malloc.h>
+#include <memory>
+#include <stdexcept>
+#include <string>
+#include <sys/mman.h>
+#include <sys/wait.h>
+#include <unistd.h>
+#include <vector>
+#include <zlib.h>
+
+namespace {
+
+using Support::operator+;
+using TestSupport::Bytes;
+using TestSupport::ScriptedCommunicator;
+
+constexpr double mebi = 1024.0 * 1024.0;
+constexpr std::uint32_t gibi = std::uint32_t{1} << 30;
+
+/// What small things cost: buffers, libpng, the first use of a library's code.
+constexpr double small = 4;
+
+/// Of the kernel's account of this process, in MiB: "VmRSS" now, "VmHWM" the peak.
+double memoryOf(const std::string& field) {
+    std::ifstream status("/proc/self/status");
+    for (std::string line; std::getline(status, line);)
+        if (line.starts_with(field + ":"))
+            return std::stod(line.substr(field.size() + 1)) / 1024;
+    return -1;
+}
+
+/// The growth of the memory that a child process holds at the peak of `work`, in MiB; -1 where it did not end
+/// well.
+double peakOf(const std::function<bool()>& work) {
+    int channel[2];
+    if (pipe(channel) != 0)
+        return -1;
+    const pid_t child = fork();
+    if (child == 0) {
+        malloc_trim(0);                              // what is free would serve unseen
+        std::ofstream("/proc/self/clear_refs") << 5; // the peak is now
+        const double before = memoryOf("VmRSS");
+        const bool went = work();
+        const double growth = memoryOf("VmHWM") - before;
+        const bool told = write(channel[1], &growth, sizeof growth) == sizeof growth;
+        _exit(went && told ? 0 : 1);
+    }
+    close(channel[1]);
+    double growth = -1;
+    const bool heard = read(channel[0], &growth, sizeof growth) == sizeof growth;
+    close(channel[0]);
+    int status = 1;
+    waitpid(child, &status, 0);
+    return heard && status == 0 ? growth : -1;
+}
+
+/// Prints what the case took and holds it against its bound, in MiB.
+void expectPeak(const char* name, double bound, const std::function<bool()>& work) {
+    const double growth = peakOf(work);
+    std::printf("figure: peak memory, %s: %.1f MB\n", name, growth);
+    EXPECT_GE(growth, 0) << "the child failed";
+    EXPECT_LE(growth, bound);
+}
+
+struct HostilePeak : ::testing::Test {
+    TestSupport::LogCapture log{"Plenar", log4cxx::Level::getOff()};
+    TestSupport::ScriptedTransport transport;
+
+    HostilePeak() {
+        TestSupport::PlatformScript::current() = {};
+        TestSupport::NetworkScript::current() = {};
+    }
+};
+
+// The counting itself.
+
+TEST_F(HostilePeak, SeesWhatIsHeldForAMoment) {
+    // Some of what is freed before may serve again.
+    const double growth = peakOf([] {
+        const std::vector<char> held(32 << 20, 'x');
+        return held.back() == 'x';
+    });
+    EXPECT_NEAR(growth, 32, 2);
+}
+
+// Messages.
+
+/// The beginning of a message whose arguments are images of those lengths; the first one's bytes follow.
+Bytes announcement(std::uint32_t messageBytes, std::uint8_t argCount, std::uint32_t imageBytes) {
+    Bytes bytes{1};
+    TestSupport::appendBig32(bytes, messageBytes);
+    bytes.push_back(argCount);
+    bytes.push_back(6);
+    TestSupport::appendBig32(bytes, imageBytes);
+    return bytes;
+}
+
+/// A capture that ends without a picture, of a camera that twice answers the get request as `answer` says.
+bool captureOf(const std::function<void(ScriptedCommunicator&)>& answer) {
+    ScriptedCommunicator camera;
+    for (int attempt = 0; attempt < 2; ++attempt) {
+        camera.afterNextWrite().deliver(DeviceFixture::doneMessage());
+        camera.afterNextWrite().deliver(DeviceFixture::doneMessage());
+        camera.afterNextWrite();
+        answer(camera);
+    }
+    return Korva::capture(&camera, false, false, false, 1, false) == nullptr;
+}
+
+void expectPeakOfAnnouncement(const char* name, std::uint32_t imageBytes) {
+    const std::uint32_t messageBytes = imageBytes > 0xFFFFFFF0 ? imageBytes : imageBytes + 13;
+    expectPeak(name, small, [=] {
+        return captureOf(
+            [=](ScriptedCommunicator& camera) { camera.deliver(announcement(messageBytes, 1, imageBytes)); });
+    });
+}
+
+TEST_F(HostilePeak, OfAnnouncedImagesThatDoNotCome) {
+    expectPeakOfAnnouncement("image announced as 1 GiB, then silence", gibi);
+    expectPeakOfAnnouncement("image announced as 1 GiB and 1 byte", gibi + 1);
+    expectPeakOfAnnouncement("image announced as 4 GiB", 0xFFFFFFFF);
+}
+
+/// Zeros that cost nothing to read.
+class Zeros {
+public:
+    explicit Zeros(std::size_t bytes)
+        : bytes_(bytes), memory_(mmap(nullptr, bytes, PROT_READ, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0)) {}
+    Zeros(const Zeros&) = delete;
+    Zeros& operator=(const Zeros&) = delete;
+    ~Zeros() { munmap(memory_, bytes_); }
+
+    std::span<const std::uint8_t> view() const { return {static_cast<std::uint8_t*>(memory_), bytes_}; }
+
+private:
+    std::size_t bytes_;
+    void* memory_;
+};
+
+TEST_F(HostilePeak, OfAnImageThatStopsOnTheWay) {
+    const Zeros part(64 << 20);
+    expectPeak("image announced as 1 GiB, silent after 64 MiB", 64 + small, [&] {
+        return captureOf([&](ScriptedCommunicator& camera) {
+            camera.deliver(announcement(gibi + 13, 1, gibi)).deliverView(part.view());
+        });
+    });
+}
+
+TEST_F(HostilePeak, OfThreeImagesInOneMessage) {
+    const Zeros image(gibi);
+    expectPeak("three images of 1 GiB in one message", 1024 + small, [&] {
+        ScriptedCommunicator camera;
+        const Bytes next = announcement(0, 0, gibi);
+        camera.deliver(announcement(0xFFFFFFFF, 3, gibi)).deliverView(image.view());
+        camera.deliver(Bytes(next.begin() + 6, next.end())).deliverView(image.view());
+        Korva::Binary::Header header;
+        std::vector<Korva::Binary::FullArg> args;
+        return !Korva::Binary::parseIncomingMessage(&camera, header, args) && args.size() == 1;
+    });
+}
+
+TEST_F(HostilePeak, Of255Arguments) {
+    const std::vector<TestSupport::WireArg> args(255, {8, {1, 2, 3, 4}});
+    const Bytes message = TestSupport::wireMessage(args);
+    expectPeak("255 arguments", small,
+               [&] { return captureOf([&](ScriptedCommunicator& camera) { camera.deliver(message); }); });
+}
+
+// Pictures.
+
+/// Decodes `file`; the decoder gives a picture or none, as `isPicture` says.
+void expectPeakOfPicture(const char* name, double bound, const Bytes& file, bool isPicture) {
+    expectPeak(name, bound, [&] {
+        Korva::mybuf buffer(file.data(), file.size());
+        std::istream stream(&buffer);
+        std::string text;
+        const image_t picture =
+            file.front() == 0x89 ? Korva::decodePng(stream, text) : Korva::decodeSgi(stream);
+        return (picture.pixels != nullptr) == isPicture;
+    });
+}
+
+Bytes pngOf(std::uint32_t width, std::uint32_t height, const Bytes& chunks) {
+    return Support::pngSignature() + Support::pngHeader(width, height, 16, Support::PngColour::grey) +
+           chunks + Support::pngEnd();
+}
+
+/// A picture of 2 x 2 with that chunk before its pixels, as often as that.
+Bytes pngWith(const Bytes& chunk, int count = 1) {
+    Bytes chunks;
+    for (int i = 0; i < count; ++i)
+        chunks.insert(chunks.end(), chunk.begin(), chunk.end());
+    return pngOf(2, 2, chunks + Support::pngPixels(Bytes(10, 0)));
+}
+
+/// `bytes` packed, without an end: what follows the first two bytes may be repeated, and unpacks again.
+Bytes packedUntilFlush(const Bytes& bytes) {
+    z_stream stream{};
+    if (deflateInit(&stream, Z_BEST_COMPRESSION) != Z_OK)
+        throw std::runtime_error("cannot compress");
+    Bytes result(deflateBound(&stream, bytes.size()) + 64);
+    stream.next_in = const_cast<Bytef*>(bytes.data());
+    stream.avail_in = static_cast<uInt>(bytes.size());
+    stream.next_out = result.data();
+    stream.avail_out = static_cast<uInt>(result.size());
+    deflate(&stream, Z_FULL_FLUSH);
+    result.resize(stream.total_out);
+    deflateEnd(&stream);
+    return result;
+}
+
+/// A deflate stream of `count` MiB of zeros: the same flushed piece over and over.
+Bytes packedZeros(std::size_t count) {
+    constexpr std::size_t pieceBytes = 1 << 20;
+    Bytes stream = packedUntilFlush(Bytes(pieceBytes, 0));
+    const Bytes piece(stream.begin() + 2, stream.end()); // behind zlib's own two bytes
+    for (std::size_t i = 1; i < count; ++i)
+        stream.insert(stream.end(), piece.begin(), piece.end());
+    // An empty last block; zeros leave the checksum's lower half at 1 and count in the upper one.
+    Bytes end{3, 0};
+    TestSupport::appendBig32(end, static_cast<std::uint32_t>(count * pieceBytes % 65521) << 16 | 1);
+    return stream + end;
+}
+
+TEST_F(HostilePeak, OfPngFilesThatAnnounceTooMuch) {
+    const Bytes pixels = Support::pngPixels(Bytes(100, 0));
+    expectPeakOfPicture("PNG of 2147483647 x 2147483647", small, pngOf(0x7FFFFFFF, 0x7FFFFFFF, pixels),
+                        false);
+    expectPeakOfPicture("PNG of 32768 x 16385, one row above the limit", small, pngOf(32768, 16385, pixels),
+                        false);
+    expectPeakOfPicture("PNG of 32768 x 16384, cut off", small, pngOf(32768, 16384, pixels), false);
+    expectPeakOfPicture("PNG palette of 30 MB", small,
+                        pngWith(Support::pngChunk("PLTE", Bytes(30'000'000, 0))), true);
+}
+
+TEST_F(HostilePeak, OfAPngFileThatUnpacksToTheLimit) {
+    // Rows of zeros, each behind a filter byte of zero: what is above the last row is not looked at.
+    expectPeakOfPicture("PNG of 1 GiB of pixels in a file of 1 MB", 1024 + small,
+                        pngOf(32768, 16384, Support::pngChunk("IDAT", packedZeros(1025))), true);
+}
+
+TEST_F(HostilePeak, OfPngTexts) {
+    const Bytes key{'k', 0};
+    const Bytes packedKey{'k', 0, 0};
+    const Bytes internationalKey{'k', 0, 1, 0, 0, 0};
+    const Bytes bomb = packedZeros(64);
+    const Bytes fitting = Support::packed(Bytes(7 << 20, 'x'));
+    constexpr int many = 100;
+    // Up to 8 MB are unpacked of what is then passed over.
+    expectPeakOfPicture("PNG with 100 texts that unpack to 64 MiB each", 2 * 8 + small,
+                        pngWith(Support::pngChunk("zTXt", packedKey + bomb), many), true);
+    expectPeakOfPicture("PNG with 100 international texts that unpack to 64 MiB each", 2 * 8 + small,
+                        pngWith(Support::pngChunk("iTXt", internationalKey + bomb), many), true);
+    expectPeakOfPicture("PNG with a profile that unpacks to 64 MiB", 2 * 8 + small,
+                        pngWith(Support::pngChunk("iCCP", packedKey + bomb)), true);
+    // libpng keeps 32 chunks of at most 8 MB.
+    expectPeakOfPicture("PNG with 100 texts that unpack to 7 MiB each", 32 * 8 + small,
+                        pngWith(Support::pngChunk("zTXt", packedKey + fitting), many), true);
+    expectPeakOfPicture("PNG text of 30 MB", small,
+                        pngWith(Support::pngChunk("tEXt", key + Bytes(30'000'000, 'x'))), false);
+}
+
+TEST_F(HostilePeak, OfSgiFilesThatAnnounceTooMuch) {
+    expectPeakOfPicture("SGI of 65535 x 65535 x 4", small, TestSupport::sgiHeader(65535, 65535, 4, 2), false);
+    expectPeakOfPicture("SGI of 1 GiB of pixels in a file of 512 bytes", 1024 + small,
+                        TestSupport::sgiHeader(13377, 13377, 3, 2), true);
+}
+
+// Discovery and text.
+
+struct CountingObserver final : BroadcastWorkerObserver {
+    int found = 0;
+    void deviceFound(DeviceTemplate* deviceTemplate, int /*reserved*/) override {
+        delete deviceTemplate;
+        ++found;
+    }
+};
+
+/// A search that `count` replies answer, each as long as a reply is read.
+bool searchFlooded(int count) {
+    auto& network = TestSupport::NetworkScript::current();
+    network.adapters = {{"eth0", {{"10.0.0.1", "255.255.255.0"}}}};
+    int left = count;
+    // One by one, and the calls not kept, so that the test itself takes no memory.
+    network.onCall = [&](const std::string& call) {
+        network.calls.clear();
+        if (call.starts_with("recvfrom") && left-- > 0)
+            network.datagrams.push_back("[Korva --Room " + std::string(210, 'r') + std::to_string(left) +
+                                        " --IP 10.0.0.5]");
+    };
+    CountingObserver observer;
+    KorvaCameraLocator locator;
+    locator.broadcastObserverSearch(&observer, 0);
+    network.onCall = nullptr;
+    return observer.found == 0 && left < 0;
+}
+
+TEST_F(HostilePeak, OfAFloodOfReplies) {
+    // 16384 replies are kept, each of two texts of together less than 256 bytes.
+    constexpr double bound = 16384 * (256 + 128) / mebi + small;
+    expectPeak("discovery, 10,000 replies", bound, [] { return searchFlooded(10'000); });
+    expectPeak("discovery, 100,000 replies", bound, [] { return searchFlooded(100'000); });
+}
+
+TEST_F(HostilePeak, OfEndlessTextReplies) {
+    const Zeros zeros(256 << 20);
+    const Bytes words(64 << 20, 'x');
+    expectPeak("text replies without end", small, [&] {
+        for (const auto view : {zeros.view(), std::span<const std::uint8_t>(words)}) {
+            ScriptedCommunicator& script = transport.atPort(32768);
+            for (int query = 0; query < 3; ++query)
+                script.afterNextWrite().deliverView(view);
+            PosixEthernetCommunicator camera(L"10.0.0.5", 32768, -1);
+            try {
+                Korva::determineCameraInfo(&camera, "00-00-00-00-00-00");
+                return false;
+            } catch (const DeviceException&) {
+                // It has no resolution.
+            }
+        }
+        return true;
+    });
+}
+
+// Stored descriptions.
+
+TEST_F(HostilePeak, OfADescriptionAtItsLimits) {
+    using ReferenceHost::DeviceDescription;
+    std::string elements = "<Device>";
+    while (elements.size() < DeviceDescription::mostBytes - 400)
+        elements += "<a" + std::string(80, 'x') + ">&#65;</a" + std::string(80, 'x') + ">";
+    elements += "</Device>";
+    std::string attributes = "<Device";
+    for (int i = 0; i < DeviceDescription::mostAttributes; ++i)
+        attributes += " a" + std::to_string(i) + "='" + std::string(1000, 'v') + "'";
+    attributes += "/>";
+    // Xerces holds a document's text two bytes a unit, and while it reads it in pieces that it doubles.
+    constexpr double bound = 32;
+    expectPeak("description of 1 MiB of elements", bound,
+               [&] { return DeviceDescription(elements).root() != nullptr; });
+    expectPeak("description of 1 MiB of attributes", bound,
+               [&] { return DeviceDescription(attributes).root() != nullptr; });
+    const std::string large(64 << 20, ' ');
+    expectPeak("description of 64 MiB", small, [&] {
+        try {
+            const DeviceDescription refused(large);
+            return false;
+        } catch (const DeviceException&) {
+            return true;
+        }
+    });
+}
+
+} // namespace
