@@ -124,19 +124,33 @@ TEST(LabDiscovery, HostileCameraCannotSteerTheTerminal) {
 
 class LabDiscoveryOf : public testing::TestWithParam<int> {};
 
+constexpr int adaptersOfMany = 8;
+
+/// Where Lab/run puts so many cameras.
+std::vector<std::string> addressesOfMany(int count) {
+    std::vector<std::string> addresses;
+    for (int camera = 1; camera <= count; ++camera)
+        addresses.push_back("10.77." + std::to_string((camera - 1) % adaptersOfMany + 1) + "." +
+                            std::to_string(10 + camera));
+    return addresses;
+}
+
 TEST_P(LabDiscoveryOf, SoManyCamerasFindsThemAll) {
     const int count = GetParam();
-    const LabResult result =
-        runScript({"--networks", "4", "--cameras", std::to_string(count), "--start-within", "50"},
-                  "begin=$(date +%s%N); korva discover --json; end=$(date +%s%N);"
-                  "echo \"elapsed $(((end - begin) / 1000000)) ms\" >&2");
-    EXPECT_EQ(addressesOf(result).size(), static_cast<std::size_t>(count));
+    const LabResult result = runScript({"--networks", std::to_string(adaptersOfMany), "--cameras",
+                                        std::to_string(count), "--start-within", "50"},
+                                       "begin=$(date +%s%N); korva discover --json; end=$(date +%s%N);"
+                                       "echo \"elapsed $(((end - begin) / 1000000)) ms\" >&2");
+    // Each of them, and each once.
+    EXPECT_THAT(addressesOf(result), testing::UnorderedElementsAreArray(addressesOfMany(count)));
     const std::size_t at = result.errors.find("elapsed ");
     ASSERT_NE(at, std::string::npos);
     const long elapsed = std::stol(result.errors.substr(at + 8));
     const long expected = 1000 + 150L * count;
     RecordProperty("elapsedMs", std::to_string(elapsed));
-    std::printf("%d cameras: %ld ms, expected at most %ld ms on an idle machine\n", count, elapsed, expected);
+    std::printf(
+        "figure: search of %d cameras on %d adapters: %ld.%03ld s, at most %ld.%03ld s on an idle machine\n",
+        count, adaptersOfMany, elapsed / 1000, elapsed % 1000, expected / 1000, expected % 1000);
     EXPECT_GE(elapsed, 1000); // a second after the last reply
     constexpr long slackOfABusyMachine = 10000;
     EXPECT_LE(elapsed, expected + slackOfABusyMachine);

@@ -25,6 +25,7 @@ constexpr std::optional<Simulator::PictureSize> sizes[] = {
 
 constexpr auto roundTime = 500ms;
 constexpr auto slowPlayTime = 30s;
+constexpr int capturesBeforeASearch = 6; ///< which most likely use all of the few exposures
 constexpr int mostCapturesBesideASearch = 200;
 constexpr int fewCapturesBesideASearch = 5; ///< of a camera that refuses them, which takes no time
 constexpr auto longestAnswerTime = 900ms;
@@ -60,6 +61,13 @@ std::string addressOf(const DeviceTemplate& found) {
     const std::wstring address =
         dynamic_cast<const NativeCameraTemplate&>(found).getCameraInfo().getIpAddress();
     return {address.begin(), address.end()};
+}
+
+std::string linesOf(const TestSupport::LogCapture& log) {
+    std::string lines;
+    for (const auto& [level, message] : log.texts())
+        lines.append("\n    ").append(level).append(" ").append(message);
+    return lines;
 }
 
 /// Counts the warnings of wrong checksums while it lives.
@@ -144,7 +152,12 @@ void Run::searchRound() {
         faults.emplace_back(row.fault);
         isFound.push_back(row.isFound);
         camera.serve(row.fault);
+        camera.useExposures(SoakedCamera::fewExposures);
     }
+    onAll(cameras_, [](SoakedCamera& camera, std::size_t) {
+        for (int left = capturesBeforeASearch; left > 0; --left)
+            camera.capture(Expect::picture, "before a search");
+    });
     const bool oneIsAway = random_.oneIn(3);
     if (oneIsAway) {
         const std::size_t away = random_.below(cameras_.size());
@@ -165,12 +178,15 @@ void Run::searchRound() {
         search(isFound, faults);
         searching = false;
     }
-    for (SoakedCamera& camera : cameras_)
+    for (SoakedCamera& camera : cameras_) {
+        camera.useExposures(SoakedCamera::allExposures);
         demandPicture(camera, "after a search");
+    }
 }
 
 void Run::search(const std::vector<bool>& isFound, const std::vector<std::string>& faults) {
     Finder finder;
+    const TestSupport::LogCapture log("Plenar.KorvaCamera.KorvaCameraLocator", log4cxx::Level::getInfo());
     const auto asked = Clock::now();
     type().getLocator().broadcastObserverSearch(&finder, 0);
     ++tally_.searches;
@@ -182,7 +198,8 @@ void Run::search(const std::vector<bool>& isFound, const std::vector<std::string
         if (times == 0 && isFound[index] && camera.answersLaterThan(asked + longestAnswerTime))
             ++tally_.lateAnswers;
         else if (times != (isFound[index] ? 1 : 0))
-            camera.find("found " + std::to_string(times) + " times", "a search, " + faults[index]);
+            camera.find("found " + std::to_string(times) + " times; the log:" + linesOf(log),
+                        "a search, fault: " + faults[index]);
         tally_.camerasFound += static_cast<std::uint64_t>(times);
     }
     // Kept only now, as one may belong to a camera that is at work.

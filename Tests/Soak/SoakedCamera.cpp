@@ -24,8 +24,8 @@ using Integration::Bytes;
 
 constexpr std::chrono::steady_clock::duration noAnswer{};
 constexpr int textPort = 32768;
-constexpr unsigned brightestUnits = 24;
-constexpr int timePerUnit = 10000; // a device counts 10 us, a camera 100 ms
+constexpr unsigned shortestExposure = 3; // units of 100 ms
+constexpr int timePerUnit = 10000;       // a device counts 10 us, a camera 100 ms
 
 std::wstring wide(const std::string& text) {
     return {text.begin(), text.end()};
@@ -95,7 +95,7 @@ NativeCamera& SoakedCamera::camera() const {
 void SoakedCamera::setExposure() {
     const unsigned before = exposureUnits_;
     while (exposureUnits_ == before)
-        exposureUnits_ = 3 + static_cast<unsigned>(random_.below(brightestUnits - 2));
+        exposureUnits_ = shortestExposure + static_cast<unsigned>(random_.below(exposures_));
     camera().setExposureTime(static_cast<int>(exposureUnits_) * timePerUnit);
 }
 

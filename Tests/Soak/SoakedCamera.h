@@ -44,6 +44,12 @@ public:
     /// leave(), from another thread while this one captures.
     void leaveMeanwhile() { server_->stop(); }
 
+    /// From now on capture() draws from so many exposures, at least 2. A simulated camera keeps its last 4
+    /// pictures and is deaf while it makes a new one, which takes long where the machine is busy.
+    void useExposures(unsigned count) { exposures_ = count; }
+    static constexpr unsigned fewExposures = 3;
+    static constexpr unsigned allExposures = 22;
+
     /// Takes a picture, by one of the host's three ways, and judges it.
     void capture(Expect expect, const std::string& circumstance);
     /// Checks the connection, and judges what comes out.
@@ -80,6 +86,7 @@ private:
     Random random_;
     Simulator::CameraSettings settings_;
     std::uint64_t scenes_ = 0;
+    unsigned exposures_ = allExposures;
     unsigned exposureUnits_ = 0;
     std::atomic<std::chrono::steady_clock::duration> answered_{};
     std::unique_ptr<Simulator::CameraServer> server_;

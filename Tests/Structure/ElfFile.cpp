@@ -5,7 +5,7 @@
 #include <cstring>
 #include <elf.h>
 #include <fstream>
-#include <iterator>
+#include <system_error>
 #include <vector>
 
 namespace Structure {
@@ -15,8 +15,10 @@ namespace {
 class Image {
 public:
     explicit Image(const std::filesystem::path& file) {
-        std::ifstream stream(file, std::ios::binary);
-        bytes_.assign(std::istreambuf_iterator<char>(stream), {});
+        std::error_code missing;
+        bytes_.resize(std::filesystem::exists(file, missing) ? std::filesystem::file_size(file) : 0);
+        std::ifstream(file, std::ios::binary)
+            .read(bytes_.data(), static_cast<std::streamsize>(bytes_.size()));
     }
 
     /// `count` records from `offset` on.

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cctype>
+#include <cstdio>
 #include <gtest/gtest.h>
 #include <string>
 #include <string_view>
@@ -18,6 +19,14 @@ bool importsACheckingFunction(const ElfFile& elf) {
     return std::any_of(elf.imports.begin(), elf.imports.end(), [](std::string_view name) {
         return name.starts_with("__") && name.ends_with("_chk");
     });
+}
+
+/// How many of the five that every file has: relocations that are read-only, a stack that is not code,
+/// guarded returns, checked sizes, no fixed place.
+int defencesOf(const ElfFile& elf) {
+    return (elf.hasRelro && elf.bindsNow ? 1 : 0) + (elf.namesStack && !elf.stackIsExecutable ? 1 : 0) +
+           (elf.imports.contains("__stack_chk_fail") ? 1 : 0) + (importsACheckingFunction(elf) ? 1 : 0) +
+           (elf.isPositionIndependent ? 1 : 0);
 }
 
 class BuiltFile : public testing::TestWithParam<const char*> {
@@ -75,6 +84,21 @@ TEST_P(BuiltProgram, IsAProgramThatIsLoadedAnywhere) {
 INSTANTIATE_TEST_SUITE_P(Hardening, BuiltFile, testing::Values(KORVA_TOOL, KORVA_PLUGIN, KORVA_HOST_LIBRARY),
                          nameOf);
 INSTANTIATE_TEST_SUITE_P(Hardening, BuiltProgram, testing::Values(KORVA_TOOL, KORVA_A_TEST_PROGRAM), nameOf);
+
+TEST(Hardening, IsCountedForTheScoreboard) {
+#ifdef __OPTIMIZE__
+    if (!KORVA_HARDENED)
+        GTEST_SKIP() << "An instrumented build does without these defences.";
+    int found = 0;
+    for (const char* file : {KORVA_TOOL, KORVA_PLUGIN, KORVA_HOST_LIBRARY})
+        found += defencesOf(readElf(file));
+    EXPECT_EQ(found, 3 * 5);
+    std::printf("figure: defences read from the built tool, plug-in and host library: %d of %d\n", found,
+                3 * 5);
+#else
+    GTEST_SKIP() << "The C library checks sizes in optimised builds only.";
+#endif
+}
 
 TEST(ElfFile, OfAFileOfAnotherKindIsRefused) {
     EXPECT_THROW(readElf(KORVA_SOURCE_DIR "/README.md"), Structure::NotElf);
