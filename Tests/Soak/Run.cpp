@@ -187,6 +187,9 @@ void Run::searchRound() {
 void Run::search(const std::vector<bool>& isFound, const std::vector<std::string>& faults) {
     Finder finder;
     const TestSupport::LogCapture log("Plenar.KorvaCamera.KorvaCameraLocator", log4cxx::Level::getInfo());
+    std::vector<ProcessorWait> waits;
+    for (const SoakedCamera& camera : cameras_)
+        waits.push_back(camera.startWait());
     const auto asked = Clock::now();
     type().getLocator().broadcastObserverSearch(&finder, 0);
     ++tally_.searches;
@@ -195,11 +198,14 @@ void Run::search(const std::vector<bool>& isFound, const std::vector<std::string
         const auto times = std::ranges::count_if(finder.templates, [&](const auto& found) {
             return found && addressOf(*found) == camera.address();
         });
+        const std::string what = "found " + std::to_string(times) + " times; the log:" + linesOf(log);
+        const std::string circumstance = "a search, fault: " + faults[index];
         if (times == 0 && isFound[index] && camera.answersLaterThan(asked + longestAnswerTime))
             ++tally_.lateAnswers;
+        else if (times == 0 && isFound[index])
+            camera.miss(what, circumstance, waits[index]);
         else if (times != (isFound[index] ? 1 : 0))
-            camera.find("found " + std::to_string(times) + " times; the log:" + linesOf(log),
-                        "a search, fault: " + faults[index]);
+            camera.find(what, circumstance);
         tally_.camerasFound += static_cast<std::uint64_t>(times);
     }
     // Kept only now, as one may belong to a camera that is at work.

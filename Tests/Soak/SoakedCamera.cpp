@@ -10,6 +10,7 @@
 #include "ReferenceHost/DeviceDescription.h"
 
 #include <algorithm>
+#include <cstdio>
 #include <stdexcept>
 #include <thread>
 
@@ -23,6 +24,7 @@ namespace {
 using Integration::Bytes;
 
 constexpr std::chrono::steady_clock::duration noAnswer{};
+constexpr auto busyWait = 500ms;
 constexpr int textPort = 32768;
 constexpr unsigned shortestExposure = 3; // units of 100 ms
 constexpr int timePerUnit = 10000;       // a device counts 10 us, a camera 100 ms
@@ -72,6 +74,7 @@ void SoakedCamera::serve(const std::string& fault) {
         settings_.faults.push_back(Simulator::parseFault(fault));
     answered_ = noAnswer;
     server_ = networks_.serve(index_, settings_, [this](const std::string& event) {
+        serverThread_ = thisThread();
         if (event.find("(discovery)") != std::string::npos)
             answered_ = std::chrono::steady_clock::now().time_since_epoch();
     });
@@ -132,10 +135,12 @@ SoakedCamera::Shot SoakedCamera::shoot() {
 
 void SoakedCamera::capture(Expect expect, const std::string& circumstance) {
     setExposure();
-    judge(shoot(), expect, circumstance);
+    const ProcessorWait wait = startWait();
+    judge(shoot(), expect, circumstance, wait);
 }
 
-void SoakedCamera::judge(const Shot& shot, Expect expect, const std::string& circumstance) {
+void SoakedCamera::judge(const Shot& shot, Expect expect, const std::string& circumstance,
+                         const ProcessorWait& wait) {
     const bool good = shot.health == std::vector{NetworkHealth::pictureCaptured};
     const bool failed = shot.health == std::vector{NetworkHealth::captureFailed};
     if (!good && !failed)
@@ -147,16 +152,19 @@ void SoakedCamera::judge(const Shot& shot, Expect expect, const std::string& cir
     if (failed && std::ranges::any_of(shot.pixels, [](unsigned char pixel) { return pixel != 0; }))
         return find("pixels from a failed capture", circumstance);
     if (failed && expect == Expect::picture)
-        return find("good picture lost", circumstance);
+        return miss("good picture lost", circumstance, wait);
     ++(good ? tally_.good : tally_.expectedFailures);
 }
 
 void SoakedCamera::probe(bool answers, const std::string& circumstance) {
     Shot shot;
     listen(shot);
+    const ProcessorWait wait = startWait();
     const bool alive = device_->isAlive();
     deafen();
     const auto reports = answers ? std::vector<int>() : std::vector{NetworkHealth::connectionCheckFailed};
+    if (answers && shot.health == std::vector{NetworkHealth::connectionCheckFailed} && !alive)
+        return miss("connection check failed", circumstance, wait);
     if (alive != answers || shot.health != reports)
         return find(std::string("connection check: ") + (alive ? "true" : "false") +
                         ", health reported: " + words(shot.health),
@@ -168,9 +176,12 @@ void SoakedCamera::buildFromConnection(const DeviceType& type, bool succeeds,
                                        const std::string& circumstance) {
     const std::unique_ptr<Communicator> connection(
         ClientFactory::createEthernetCommunicator(wide(address()), textPort, -1));
+    const ProcessorWait wait = startWait();
     std::unique_ptr<Device> built(type.getBuilder().build(connection.get()));
-    if ((built != nullptr) != succeeds)
-        return find(succeeds ? "no device" : "a device where there could be none", circumstance);
+    if (succeeds && built == nullptr && device_ != nullptr)
+        return miss("no device", circumstance, wait);
+    if (!succeeds && built != nullptr)
+        return find("a device where there could be none", circumstance);
     if (succeeds)
         adopt(built.release(), circumstance);
     else
@@ -207,6 +218,15 @@ void SoakedCamera::adopt(Device* device, const std::string& circumstance) {
 void SoakedCamera::forgetDevice() {
     device_.reset();
     template_.reset();
+}
+
+void SoakedCamera::miss(const std::string& what, const std::string& circumstance, const ProcessorWait& wait) {
+    const auto waited = wait.soFar(serverThread_);
+    if (waited < busyWait)
+        return find(what, circumstance);
+    ++tally_.notJudged;
+    std::printf("not judged: camera %zu, %s: %s, as its threads waited %.1f s for a processor\n", index_ + 1,
+                circumstance.c_str(), what.c_str(), std::chrono::duration<double>(waited).count());
 }
 
 void SoakedCamera::find(const std::string& what, const std::string& circumstance) {

@@ -3,6 +3,7 @@
 
 #include "CameraNetworks.h"
 #include "Faults.h"
+#include "ProcessorWait.h"
 #include "Random.h"
 #include "Tally.h"
 
@@ -64,6 +65,11 @@ public:
     void forgetDevice();
 
     void find(const std::string& what, const std::string& circumstance);
+    /// The same of what came too late or not at all. Where the threads of host and camera have had to wait
+    /// half a second or more for a processor since `wait` began, time-outs say nothing, and it only counts as
+    /// not judged.
+    void miss(const std::string& what, const std::string& circumstance, const ProcessorWait& wait);
+    ProcessorWait startWait() const { return ProcessorWait(serverThread_); }
 
 private:
     /// What a capture gave.
@@ -77,7 +83,7 @@ private:
     void listen(Shot& shot);
     void deafen();
     Shot shoot();
-    void judge(const Shot& shot, Expect expect, const std::string& circumstance);
+    void judge(const Shot& shot, Expect expect, const std::string& circumstance, const ProcessorWait& wait);
     NativeCamera& camera() const;
 
     std::size_t index_;
@@ -89,6 +95,7 @@ private:
     unsigned exposures_ = allExposures;
     unsigned exposureUnits_ = 0;
     std::atomic<std::chrono::steady_clock::duration> answered_{};
+    std::atomic<int> serverThread_{};
     std::unique_ptr<Simulator::CameraServer> server_;
     std::unique_ptr<Device> device_;
     std::unique_ptr<DeviceTemplate> template_;

@@ -23,6 +23,7 @@ struct Tally {
     Count searches = 0;
     Count camerasFound = 0;
     Count lateAnswers = 0;   ///< of cameras to searches, which therefore did not find them
+    Count notJudged = 0;     ///< what came late or not at all while the machine was busy
     Count loads = 0;         ///< of the plug-in
     Count pulls = 0;         ///< cameras stopped and cables pulled
     Count checksumLines = 0; ///< warn lines that wrong checksums must have caused
@@ -49,6 +50,7 @@ struct Tally {
                 {"cameras found by searches", camerasFound},
                 {"answers too late for a search", lateAnswers},
                 {"loads of the plug-in", loads},
+                {"not judged, as the machine was busy", notJudged},
                 {"findings", findings}};
     }
 
