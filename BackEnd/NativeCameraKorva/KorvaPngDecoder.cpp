@@ -24,11 +24,14 @@ constexpr png_alloc_size_t mostAllocatedBytes = png_alloc_size_t{16} << 20;
 constexpr png_alloc_size_t mostUnpackedTextBytes = 8'000'000;
 constexpr png_uint_32 mostKeptChunks = 32;
 
-/// libpng's read callback. What does not come is zero, so that the end of a cut-off file does not decode from
-/// what memory happens to hold: libpng's checks of chunk types and checksums end it.
+/// libpng's read callback. What is missing of the last bytes is zero, so that the end of a cut-off file does
+/// not decode from what memory happens to hold; behind the end reading fails, lest libpng passes over the 2
+/// GiB that a chunk of a few bytes may announce. The failure jumps: nothing here has anything to destroy.
 void readForLibpng(png_structp png, png_bytep bytes, std::size_t count) noexcept {
     auto& file = *static_cast<std::istream*>(png_get_io_ptr(png));
     const std::size_t came = readBytes(file, bytes, count);
+    if (came == 0 && count != 0)
+        png_error(png, "the file has ended");
     std::memset(bytes + came, 0, count - came);
 }
 

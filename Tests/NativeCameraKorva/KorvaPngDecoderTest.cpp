@@ -189,6 +189,17 @@ TEST(PngDecoder, TakesNoMemoryForATextThatIsOnlyAnnounced) {
     EXPECT_LT(after.ru_maxrss - before.ru_maxrss, 64 * 1024); // in KiB
 }
 
+TEST(PngDecoder, DoesNotReadOnBehindTheEndOfAFileWhoseChunkIsOnlyAnnounced) {
+    for (const char* type : {"prIv", "tEXt"}) {
+        Bytes chunk = pngChunk(type, "some");
+        chunk[0] = 0x7F; // 2 GiB, which libpng would read to the last byte to pass over them
+        testing::internal::CaptureStderr();
+        EXPECT_EQ(decoded(greyFile(chunk)).picture, noPicture) << type;
+        EXPECT_NE(testing::internal::GetCapturedStderr().find("the file has ended"), std::string::npos)
+            << type;
+    }
+}
+
 TEST(PngDecoder, PassesOverATextThatUnpacksToMoreThanEightMillionBytes) {
     const auto packedText = [](std::size_t length) {
         const Bytes keyAndMethod{'K', 0, 0};
