@@ -6,6 +6,7 @@
 #include "FuzzLogging.h"
 #include "FuzzMessages.h"
 #include "FuzzedDevice.h"
+#include "PngChunks.h"
 
 #include "ImagingLibrary/Image.h"
 #include "ImagingLibrary/ImagingFactory.h"
@@ -30,7 +31,7 @@ using Fuzz::require;
 using Fuzz::View;
 using TestSupport::wireMessage;
 
-constexpr std::size_t byteLimit = std::size_t{1} << 20;
+constexpr std::size_t byteLimit = std::size_t{1} << 16;
 constexpr std::size_t requestsOfTwoAttempts = 6;
 constexpr std::size_t mostArguments = 4;
 constexpr std::size_t piece = 1000;
@@ -41,9 +42,10 @@ constexpr unsigned int png = 2;
 constexpr unsigned int monochrome = 4;
 constexpr unsigned int delayBeforeTake = 8;
 constexpr unsigned int inPieces = 16;
-constexpr unsigned int logged = 0xE0;     // all of them set
-constexpr unsigned int deviceBits = 0xC0; // a device's capture where they are
-constexpr unsigned int withDevice = 0x40; // this
+constexpr unsigned int logged = 0xE0;      // all of them set
+constexpr unsigned int deviceBits = 0xC0;  // a device's capture where they are
+constexpr unsigned int withDevice = 0x40;  // this
+constexpr unsigned int rightChunks = 0x80; // with png, the file's chunk checksums are made right where this
 
 // Choices beyond the ones of answerTo().
 constexpr std::uint8_t mendedMessage = 8;
@@ -98,20 +100,31 @@ Bytes answerIn(Fuzz::Input& input, std::uint8_t choice) {
     return {raw.begin(), raw.end()};
 }
 
+Bytes fileFrom(View rest, unsigned int settings) {
+    Bytes file(rest.begin(), rest.end());
+    if ((settings & png) != 0) {
+        Fuzz::shortenCutChunk(file);
+        if ((settings & deviceBits) == rightChunks)
+            Fuzz::writeRightChecksums(file);
+    }
+    return file;
+}
+
 /// What the camera sends to each request: the choices, then the answers that stand in the input, then the
 /// picture file.
 struct Conversation {
     std::array<Bytes, requestsOfTwoAttempts> wires;
     std::vector<Answer> answers;
 
-    Conversation(Fuzz::Input& input, std::size_t pieceBytes) {
+    Conversation(Fuzz::Input& input, unsigned int settings) {
         std::array<std::uint8_t, requestsOfTwoAttempts> choices{};
         for (std::uint8_t& choice : choices)
             choice = input.byte();
         for (std::size_t i = 0; i < choices.size(); ++i)
             if (isInInput(choices[i]))
                 wires[i] = answerIn(input, choices[i]);
-        const View file = input.rest();
+        const Bytes file = fileFrom(input.rest(), settings);
+        const std::size_t pieceBytes = (settings & inPieces) != 0 ? piece : byteLimit;
         for (std::size_t i = 0; i < choices.size(); ++i) {
             if (!isInInput(choices[i]))
                 wires[i] = answerTo(i, choices[i], file);
@@ -185,7 +198,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     Fuzz::Input input(data, size);
     const unsigned int settings = input.byte();
     Fuzz::setLogging((settings & logged) == logged);
-    const Conversation conversation(input, (settings & inPieces) != 0 ? piece : byteLimit);
+    const Conversation conversation(input, settings);
     if ((settings & deviceBits) == withDevice)
         captureWithDevice(conversation.answers);
     else

@@ -19,7 +19,7 @@ namespace {
 using TestSupport::Bytes;
 using TestSupport::ScriptedCommunicator;
 
-constexpr std::size_t byteLimit = std::size_t{1} << 20;
+constexpr std::size_t byteLimit = std::size_t{1} << 16;
 constexpr std::uint8_t recordSeparator = 0x1E;
 constexpr int korvaCameraType = 6;
 constexpr std::uint8_t doneCode = 0;

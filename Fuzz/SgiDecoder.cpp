@@ -13,7 +13,7 @@
 
 namespace {
 
-constexpr std::size_t byteLimit = std::size_t{1} << 20;
+constexpr std::size_t byteLimit = std::size_t{1} << 16;
 
 bool isSame(const image_t& left, const image_t& right) {
     if (left.format != right.format || left.width != right.width || left.height != right.height)
