@@ -1,6 +1,8 @@
 // A whole identification over a scripted transport. The input is the camera's three text replies, each ended
 // by a record separator (0x1E) and none where it is empty, and then the file of its sample picture.
 
+#include "PngChunks.h"
+
 #include "Communicator/DeviceException.h"
 #include "ImagingLibrary/image_t.h"
 #include "NativeCameraKorva/KorvaIdentification.h"
@@ -62,6 +64,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     Bytes rest(data, data + size);
     for (int query = 0; query < 3; ++query)
         answer(transport.atPort(32768), nextRecord(rest));
+    Fuzz::shortenCutChunk(rest);
     ScriptedCommunicator& binary = transport.atPort(32769);
     answer(binary, TestSupport::wireMessage({{doneCode, {}}}));
     answer(binary, TestSupport::wireMessage({{doneCode, {}}}));

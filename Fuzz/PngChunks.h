@@ -30,11 +30,20 @@ std::size_t visitChunks(Bytes& file, Visit visit) {
     return at;
 }
 
+/// Where the chunk starts that the file does not hold whole.
+inline std::size_t cutChunkOf(Bytes& file) {
+    return visitChunks(file, [](std::size_t, std::size_t) {});
+}
+
 /// A cut chunk announces less than 64 KiB: a run shall not be spent on the checksum of a gigabyte of nothing.
 inline void shortenCutChunk(Bytes& file) {
-    const std::size_t cut = visitChunks(file, [](std::size_t, std::size_t) {});
-    if (cut + 2 <= file.size())
+    std::size_t shortened = 0;
+    // One that the file now holds has another one behind it.
+    for (std::size_t cut = cutChunkOf(file); cut != shortened && cut + 2 <= file.size();
+         cut = cutChunkOf(file)) {
         file[cut] = file[cut + 1] = 0;
+        shortened = cut;
+    }
 }
 
 inline void writeRightChecksums(Bytes& file) {
