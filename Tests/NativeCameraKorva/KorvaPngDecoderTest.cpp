@@ -190,14 +190,11 @@ TEST(PngDecoder, TakesNoMemoryForATextThatIsOnlyAnnounced) {
 }
 
 TEST(PngDecoder, DoesNotReadOnBehindTheEndOfAFileWhoseChunkIsOnlyAnnounced) {
-    for (const char* type : {"prIv", "tEXt"}) {
-        Bytes chunk = pngChunk(type, "some");
-        chunk[0] = 0x7F; // 2 GiB, which libpng would read to the last byte to pass over them
-        testing::internal::CaptureStderr();
-        EXPECT_EQ(decoded(greyFile(chunk)).picture, noPicture) << type;
-        EXPECT_NE(testing::internal::GetCapturedStderr().find("the file has ended"), std::string::npos)
-            << type;
-    }
+    Bytes chunk = pngChunk("prIv", "some"); // of a kind that libpng does not know and passes over
+    chunk[0] = 0x7F;                        // 2 GiB
+    testing::internal::CaptureStderr();
+    EXPECT_EQ(decoded(greyFile(chunk)).picture, noPicture);
+    EXPECT_NE(testing::internal::GetCapturedStderr().find("the file has ended"), std::string::npos);
 }
 
 TEST(PngDecoder, PassesOverATextThatUnpacksToMoreThanEightMillionBytes) {
