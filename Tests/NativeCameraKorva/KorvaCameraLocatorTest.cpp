@@ -366,4 +366,20 @@ TEST_F(LocatorQuery, KeepsTheFirst16384RepliesOfAFlood) {
         ElementsAre(LogText{"WARN", "More than 16384 replies from Korva devices, ignoring the rest.."}));
 }
 
+TEST_F(LocatorQuery, KeepsAsManyRepliesOfAFloodWithoutLogging) {
+    log.setLevel(log4cxx::Level::getOff());
+    identificationLog.setLevel(log4cxx::Level::getOff());
+    addCamera("Lab", "10.0.0.5");
+    network.datagrams.insert(network.datagrams.end(), 16'386, network.datagrams.front());
+    int lookedUp = 0;
+    network.onCall = [this, &lookedUp](const std::string& call) {
+        network.calls.clear();
+        lookedUp += call.starts_with("SendARP") ? 1 : 0;
+    };
+    search();
+    EXPECT_THAT(observer.found, SizeIs(1));
+    EXPECT_EQ(lookedUp, 16'384);
+    EXPECT_THAT(log.lines(), IsEmpty());
+}
+
 } // namespace
