@@ -69,7 +69,7 @@ def programs(minutes):
             [f"fuzzing {target}:" for target in sorted(os.listdir("Fuzz/Corpus"))],
             before=[["rm", "-rf", fuzz_runs]],
         ),
-        Program("Benchmarks", "bench", ["scripts/bench", "--check"], ["whole capture"]),
+        Program("Benchmarks", "bench", ["scripts/bench", "--check"], ["whole capture", "hung one"]),
         Program("Coverage", "coverage", ["scripts/coverage"], ["line coverage", "branch coverage", "readers"]),
         ctest("Threads, under the thread sanitizer", "tsan", "tsan", ["-L", "threads"], []),
     ]
