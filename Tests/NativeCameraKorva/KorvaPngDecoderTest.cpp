@@ -132,6 +132,12 @@ TEST(PngDecoder, GivesAnEmptyText) {
     EXPECT_EQ(decoded(greyFile(pngChunk("tEXt", "Title\0"sv))).text, "");
 }
 
+TEST(PngDecoder, DoesNotTakeAChunkOfNoBytesForTheEndOfTheFile) {
+    const Decoded result = decodedSilently(greyFile(pngChunk("tEXt", ""sv)));
+    EXPECT_EQ(result.picture, greyPicture);
+    EXPECT_EQ(result.text, "");
+}
+
 TEST(PngDecoder, GivesAnInternationalText) {
     EXPECT_EQ(decoded(greyFile(pngChunk("iTXt", "Title\0\0\0de\0Titel\0Gr\xC3\xBC\xC3\x9F"sv))).text,
               "Gr\xC3\xBC\xC3\x9F");
