@@ -118,6 +118,14 @@ void Run::buildFirstDevices() {
     }
 }
 
+/// One of each kind of round: what is made at first use is there before the first look at what is held.
+void Run::warmUp() {
+    reloadPlugin();
+    if (networks_.areOwn())
+        searchRound();
+    playRound();
+}
+
 void Run::reloadPlugin() {
     for (SoakedCamera& camera : cameras_)
         camera.forgetDevice();
@@ -287,6 +295,7 @@ bool Run::toItsEnd() {
                 options_.minutes, cameras_.size(),
                 options_.ownNetworks ? " on networks of their own"
                                      : " on loopback: no networks may be made here, so no searches");
+    warmUp();
     while (Clock::now() < end_ || needsMoreRounds()) {
         oneRound();
         takeStock();

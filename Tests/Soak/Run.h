@@ -42,6 +42,7 @@ private:
 
     void loadPlugin();
     void buildFirstDevices();
+    void warmUp();
     void reloadPlugin();
     void playRound();
     void searchRound();
