@@ -32,7 +32,7 @@ std::string dotted(const void* address) {
     const auto* bytes = static_cast<const unsigned char*>(address);
     std::string text = std::to_string(bytes[0]);
     for (int at = 1; at < 4; ++at)
-        text += "." + std::to_string(bytes[at]);
+        text.append(1, '.').append(std::to_string(bytes[at]));
     return text;
 }
 
