@@ -74,7 +74,9 @@ TEST(SoakVerdict, SeesWhatThisProcessHolds) {
     const Holding before = Holding::now();
     const std::vector<char> block(10'000'000, 'x');
     const Holding after = Holding::now();
+#ifndef KORVA_SANITIZED
     EXPECT_GE(after.heapBytes, before.heapBytes + block.size());
+#endif
     EXPECT_GE(before.descriptors, 3u);
     EXPECT_GE(before.threads, 1u);
     EXPECT_GT(after.residentBytes, before.residentBytes + block.size() / 2);
