@@ -32,6 +32,9 @@ function(korva_room target)
     INSTALL_RPATH "$ORIGIN;$ORIGIN/../${CMAKE_INSTALL_LIBDIR}")
 endfunction()
 
+# The test programs that have threads, for the thread sanitizer.
+add_custom_target(ThreadTests)
+
 # korva_test(NAME SOURCES file... LIBRARIES target... [LABELS label] [LOCK resource] [PRIVATE_NETWORKS]
 #   [ONE_ENTRY])
 # A GoogleTest program whose cases ctest lists one by one, or with ONE_ENTRY as one: for many short ones, which a
@@ -48,6 +51,9 @@ function(korva_test name)
   korva_room(${name})
   set_target_properties(${name} PROPERTIES RUNTIME_OUTPUT_DIRECTORY "${CMAKE_BINARY_DIR}/tests")
   target_link_libraries(${name} PRIVATE ${arg_LIBRARIES} TestMain GTest::gmock)
+  if(arg_LABELS MATCHES "threads")
+    add_dependencies(ThreadTests ${name})
+  endif()
   set(lock)
   if(arg_LOCK)
     set(lock RESOURCE_LOCK ${arg_LOCK})
