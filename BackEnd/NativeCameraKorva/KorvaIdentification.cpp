@@ -147,7 +147,7 @@ void logSummary(const CameraInfo& info, const std::string& hardwareId) {
 
 } // namespace
 
-// NOLINTNEXTLINE(performance-unnecessary-value-param): part of the exported signature
+// NOLINTNEXTLINE(performance-unnecessary-value-param): a reference would rename the exported symbol
 CameraInfo determineCameraInfo(Communicator* communicator, const std::string macAddress) {
     auto* const camera = dynamic_cast<EthernetCommunicator*>(communicator);
     if (camera == nullptr)

@@ -26,7 +26,8 @@
     do {                                                                                                     \
         if ((logger)->is##LevelName##Enabled()) {                                                            \
             Stream korvaLogStream;                                                                           \
-            korvaLogStream << message; /* NOLINT(bugprone-macro-parentheses): a chain of insertions */       \
+            /* NOLINTNEXTLINE(bugprone-macro-parentheses): parentheses would make a chain of `<<` a shift */ \
+            korvaLogStream << message;                                                                       \
             (logger)->forcedLog(log4cxx::Level::get##LevelName(), korvaLogStream.str(),                      \
                                 log4cxx::spi::LocationInfo("BackEnd/NativeCameraKorva/" file, file,          \
                                                            __LOG4CXX_FUNC__, line));                         \

@@ -105,7 +105,7 @@ void requestTransformations(png_structp png, int colourType, int bitDepth) {
 
 /// Reads all that stands before the pixels. False where the file is broken or its picture too large.
 bool readForm(const PngReader& reader, std::istream& file, PictureForm& form) {
-    if (setjmp(reader.errorReturn()) != 0) // NOLINT(cert-err52-cpp): libpng's way to report an error
+    if (setjmp(reader.errorReturn()) != 0)
         return false;
     const png_structp png = reader.png();
     png_set_read_fn(png, &file, readForLibpng);
@@ -127,7 +127,7 @@ bool readForm(const PngReader& reader, std::istream& file, PictureForm& form) {
 }
 
 bool readRows(const PngReader& reader, png_bytepp rows) {
-    if (setjmp(reader.errorReturn()) != 0) // NOLINT(cert-err52-cpp): libpng's way to report an error
+    if (setjmp(reader.errorReturn()) != 0)
         return false;
     png_read_image(reader.png(), rows);
     return true;

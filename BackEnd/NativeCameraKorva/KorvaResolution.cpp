@@ -37,12 +37,12 @@ Point<int, 2> resolutionOfSample(Communicator* communicator) {
 
 } // namespace
 
-// NOLINTNEXTLINE(performance-unnecessary-value-param): part of the signature
+// NOLINTNEXTLINE(performance-unnecessary-value-param): both texts are declared by value, callers keep theirs
 bool endsWith(std::string text, std::string suffix) {
     return text.rfind(suffix) == text.size() - suffix.size();
 }
 
-// NOLINTNEXTLINE(performance-unnecessary-value-param): part of the signature
+// NOLINTNEXTLINE(performance-unnecessary-value-param): declared by value, the caller goes on with its own
 Point<int, 2> getKorvaResolution(std::string hardwareId, Communicator* imageCommunicator) {
     for (const std::string& known : knownHardwareIds) {
         if (!endsWith(hardwareId, known))

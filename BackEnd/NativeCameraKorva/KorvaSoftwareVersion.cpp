@@ -5,6 +5,7 @@
 #include <cstdlib>
 #include <limits>
 #include <sstream>
+#include <utility>
 #include <vector>
 
 namespace Korva {
@@ -21,9 +22,8 @@ std::uint8_t lowByte(const std::string& piece) {
 
 } // namespace
 
-// NOLINTNEXTLINE(performance-unnecessary-value-param): part of the exported signature
 bool checkSoftwareVersion(std::string version) {
-    std::istringstream stream(version);
+    std::istringstream stream(std::move(version));
     // Else the stream would keep a failed allocation to itself, and the firmware would pass for an old one.
     stream.exceptions(std::ios::badbit);
     std::vector<std::uint8_t> parts;

@@ -24,7 +24,7 @@ public:
         if (result.status != notAllowed)
             return;
         std::fputs(result.errors.c_str(), stderr);
-        std::exit(notAllowed); // NOLINT(concurrency-mt-unsafe): nothing else runs
+        std::exit(notAllowed);
     }
 };
 

@@ -234,14 +234,14 @@ TEST(CommParser, MovesItsEntriesAndKeepsItsFlag) {
     CommParser moved(std::move(source));
     EXPECT_TRUE(moved.isParsed());
     EXPECT_EQ(moved.getValue("--A"), "x");
-    EXPECT_TRUE(source.isParsed()); // NOLINT(bugprone-use-after-move): the flag stays behind
+    EXPECT_TRUE(source.isParsed());
     EXPECT_EQ(source.getValue("--A"), "");
 
     CommParser assigned = parsed("--C z]");
     assigned = std::move(moved);
     EXPECT_EQ(assigned.getValue("--A"), "x");
     EXPECT_EQ(assigned.getValue("--C"), "");
-    EXPECT_TRUE(moved.isParsed()); // NOLINT(bugprone-use-after-move): the flag stays behind
+    EXPECT_TRUE(moved.isParsed());
     EXPECT_EQ(moved.getValue("--A"), "");
     EXPECT_EQ(moved.getValue("--C"), "");
 }

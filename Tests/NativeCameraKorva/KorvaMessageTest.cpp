@@ -58,8 +58,7 @@ TEST(MessageRecords, MovingAFullArgTransfersItsDataAndItCannotBeCopied) {
     const std::uint8_t* const bytes = from.data.get();
     std::vector<FullArg> args;
     args.push_back(std::move(from));
-    EXPECT_EQ(from.data,
-              nullptr); // NOLINT(bugprone-use-after-move): what a move leaves behind is the subject
+    EXPECT_EQ(from.data, nullptr);
     EXPECT_EQ(args.front().data.get(), bytes);
     EXPECT_EQ(args.front().header.type, 6);
 }

@@ -31,7 +31,7 @@ protected:
     }
 
 private:
-    std::mt19937 random_{20}; // NOLINT(cert-msc51-cpp): the same bytes in every run
+    std::mt19937 random_{20}; // the same bytes in every run
 };
 
 /// `count` bytes that lie `offset` bytes behind an aligned address and end where their memory ends.

@@ -273,12 +273,12 @@ TEST(Image, HandsItsBufferOnWhenMoved) {
         image_t second(std::move(first));
         expectForm(second, 1, 3, 2);
         EXPECT_EQ(second.pixels.get(), pixels);
-        EXPECT_EQ(first.pixels, nullptr); // NOLINT(bugprone-use-after-move): what a moved-from picture holds
+        EXPECT_EQ(first.pixels, nullptr);
         image_t third(3, 9, 9, nullptr, copy);
         third = std::move(second);
         expectForm(third, 1, 3, 2);
         EXPECT_EQ(third.pixels.get(), pixels);
-        EXPECT_EQ(second.pixels, nullptr); // NOLINT(bugprone-use-after-move): as above
+        EXPECT_EQ(second.pixels, nullptr);
         EXPECT_EQ(frees.count(), 0);
     }
     EXPECT_EQ(frees.count(), 1);
