@@ -1,6 +1,7 @@
 // Which failures end an attempt, what they log, and what the second attempt makes of them.
 
 #include "CaptureFixture.h"
+#include "Support/Beginning.h"
 #include "Support/ScriptedFailures.h"
 
 #include <algorithm>
@@ -13,6 +14,7 @@ namespace {
 
 using ::testing::ElementsAreArray;
 using ::testing::IsEmpty;
+using TestSupport::beginningOf;
 using TestSupport::ScriptedCommunicator;
 using TestSupport::uniformSamples;
 
@@ -161,8 +163,7 @@ TEST_F(CaptureExceptions, PassFromTheReadsOfEveryAnswerAndTheConnectionIsRelease
                 camera.afterNextWrite().deliver(answers[i]);
             camera.afterNextWrite();
             if (before != 0)
-                camera.deliver(Bytes(answers[failing].begin(),
-                                     answers[failing].begin() + static_cast<std::ptrdiff_t>(before)));
+                camera.deliver(beginningOf(answers[failing], before));
             camera.throwOnRead(broken);
             EXPECT_THROW(Korva::capture(&camera, false, false, false, 1, false), std::runtime_error);
             EXPECT_EQ(camera.writes().size(), failing + 1);

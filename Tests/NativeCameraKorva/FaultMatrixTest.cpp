@@ -51,6 +51,14 @@ void expectTimely(Milliseconds took, Milliseconds waited, const Dripping& drippi
     EXPECT_LE(took, longest + 1000ms);
 }
 
+/// The fault came, nothing waited longer than it may, and the same device takes a good picture now.
+void expectMendedInTime(DeviceBench& bench, const DeviceOutcome& expected, const Dripping& dripping) {
+    EXPECT_TRUE(bench.camera.hasStruck());
+    expectTimely(bench.clock.now, expected.waited, dripping, {&bench.line()});
+    bench.expectAtRest();
+    bench.expectMended();
+}
+
 struct CaptureCells : ::testing::TestWithParam<Cell> {};
 
 TEST_P(CaptureCells, EndAsTheTableSays) {
@@ -66,12 +74,9 @@ TEST_P(CaptureCells, EndAsTheTableSays) {
         EXPECT_EQ(bench.picture(), expected.good ? pictureOf() : Bytes{});
         EXPECT_EQ(said.matching(expected.lines), expected.lines);
     }
-    EXPECT_TRUE(bench.camera.hasStruck());
     EXPECT_EQ(bench.reports, std::vector{expected.health});
     EXPECT_EQ(bench.camera.configurations(), expected.configurations);
-    expectTimely(bench.clock.now, expected.waited, dripping, {&bench.line()});
-    bench.expectAtRest();
-    bench.expectMended();
+    expectMendedInTime(bench, expected, dripping);
 }
 
 struct HealthCells : ::testing::TestWithParam<Cell> {};
@@ -88,11 +93,8 @@ TEST_P(HealthCells, EndAsTheTableSays) {
         EXPECT_EQ(bench.isAlive(), expected.good);
         EXPECT_EQ(said.matching(expected.lines), expected.lines);
     }
-    EXPECT_TRUE(bench.camera.hasStruck());
     EXPECT_EQ(bench.reports, expected.good ? std::vector<int>{} : std::vector{expected.health});
-    expectTimely(bench.clock.now, expected.waited, dripping, {&bench.line()});
-    bench.expectAtRest();
-    bench.expectMended();
+    expectMendedInTime(bench, expected, dripping);
 }
 
 struct IdentificationCells : ::testing::TestWithParam<Cell> {

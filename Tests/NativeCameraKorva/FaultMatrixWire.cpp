@@ -1,5 +1,6 @@
 #include "FaultMatrixWire.h"
 
+#include "Support/Beginning.h"
 #include "Support/WireMessages.h"
 
 #include <algorithm>
@@ -12,6 +13,7 @@ using namespace std::chrono_literals;
 namespace FaultMatrix {
 namespace {
 
+using TestSupport::beginningOf;
 using TestSupport::WireArg;
 using TestSupport::wireMessage;
 using What = Arrival::What;
@@ -31,10 +33,6 @@ Arrival arrival(Bytes bytes, std::chrono::milliseconds after = 0ms) {
 
 Arrival endless(std::uint8_t byte) {
     return {What::endless, Bytes(endlessBlock, byte), 0ms};
-}
-
-Bytes first(const Bytes& bytes, std::size_t count) {
-    return Bytes(bytes.begin(), bytes.begin() + static_cast<std::ptrdiff_t>(count));
 }
 
 Bytes bytesOf(const std::string& text) {
@@ -76,7 +74,7 @@ Bytes withDones(const Bytes& message, std::size_t count) {
 Bytes withNumber(const Bytes& message, std::size_t offset, std::uint32_t number) {
     Bytes digits;
     TestSupport::appendBig32(digits, number);
-    Bytes changed = first(message, message.size() - checksumBytes);
+    Bytes changed = beginningOf(message, message.size() - checksumBytes);
     std::copy(digits.begin(), digits.end(), changed.begin() + static_cast<std::ptrdiff_t>(offset));
     return TestSupport::withChecksum(std::move(changed));
 }
@@ -180,9 +178,9 @@ Arrivals faultyMessage(Kind kind, const Bytes& due, const Bytes& before) {
         return *delivery;
     switch (kind) {
     case Kind::truncatedThenClosed:
-        return {arrival(first(due, cutBeforeClosing)), {What::closed, {}, 0ms}};
+        return {arrival(beginningOf(due, cutBeforeClosing)), {What::closed, {}, 0ms}};
     case Kind::truncatedThenSilent:
-        return whole(first(due, cutBeforeSilence));
+        return whole(beginningOf(due, cutBeforeSilence));
     case Kind::drippedInRandomPieces:
         return inRandomPieces(due, 40ms);
     case Kind::endlessDataBehindTheAnswer:

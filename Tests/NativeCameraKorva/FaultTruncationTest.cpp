@@ -3,6 +3,8 @@
 #include "FaultMatrixBench.h"
 #include "FaultMatrixReader.h"
 
+#include "Support/Beginning.h"
+
 #include <gtest/gtest.h>
 
 #include <cstdio>
@@ -10,6 +12,8 @@
 
 namespace FaultMatrix {
 namespace {
+
+using TestSupport::beginningOf;
 
 /// An answer's first bytes and what follows them.
 struct Cut {
@@ -21,8 +25,7 @@ struct Cut {
                (ending == Ending::closed ? " bytes, then closed" : " bytes, then silence");
     }
     Fault fault(const Bytes& due) const {
-        const Bytes beginning(due.begin(), due.begin() + static_cast<std::ptrdiff_t>(count));
-        return sending(beginning,
+        return sending(beginningOf(due, count),
                        ending == Ending::closed ? std::optional(Arrival::What::closed) : std::nullopt);
     }
 };
@@ -33,10 +36,6 @@ std::vector<Cut> cutsOf(std::size_t bytes) {
         for (const Ending ending : {Ending::silence, Ending::closed})
             cuts.push_back({count, ending});
     return cuts;
-}
-
-Bytes beginning(const Bytes& bytes, std::size_t count) {
-    return Bytes(bytes.begin(), bytes.begin() + static_cast<std::ptrdiff_t>(count));
 }
 
 std::string nameOfPlace(const ::testing::TestParamInfo<Place>& info) {
@@ -51,7 +50,7 @@ TEST_P(TruncatedInACapture, EndsAsTheProtocolSays) {
     const Bytes due = cameraOf().dueOf(place.exchange, false);
     for (const Cut& cut : cutsOf(due.size())) {
         SCOPED_TRACE(cut.text());
-        const Received received = FaultMatrix::received(beginning(due, cut.count), cut.ending, isPicture);
+        const Received received = FaultMatrix::received(beginningOf(due, cut.count), cut.ending, isPicture);
         const DeviceOutcome expected = pictureRequest(cameraEndpoint, {place, received.reading, isPicture});
         DeviceBench bench;
         bench.camera.strike(place, cut.fault(due));
@@ -77,7 +76,7 @@ TEST(TruncatedProbe, EndsAsTheProtocolSays) {
     for (const Cut& cut : cutsOf(due.size())) {
         SCOPED_TRACE(cut.text());
         const DeviceOutcome expected =
-            connectionCheck(cameraEndpoint, received(beginning(due, cut.count), cut.ending, false).reading);
+            connectionCheck(cameraEndpoint, received(beginningOf(due, cut.count), cut.ending, false).reading);
         DeviceBench bench;
         bench.camera.strike({Exchange::probe, 1}, cut.fault(due));
         {
@@ -106,7 +105,7 @@ TEST_P(TruncatedInAnIdentification, EndsAsTheProtocolSays) {
     const bool isPicture = place.exchange == Exchange::get;
     for (const Cut& cut : cutsOf(due.size())) {
         SCOPED_TRACE(cut.text());
-        const Bytes came = beginning(due, cut.count);
+        const Bytes came = beginningOf(due, cut.count);
         Identified identified = identifiedOf(sample);
         if (isText(place.exchange))
             identified.faulty = {static_cast<std::size_t>(place.exchange) - 1,

@@ -4,6 +4,7 @@
 #include "NativeCameraKorva/KorvaMemoryStream.h"
 #include "NativeCameraKorva/KorvaPictureDecoding.h"
 
+#include "Support/Beginning.h"
 #include "Support/DecodedPicture.h"
 #include "Support/PictureFiles.h"
 
@@ -20,6 +21,7 @@ namespace {
 
 using Support::Bytes;
 using Support::noPicture;
+using TestSupport::beginningOf;
 using Picture = Support::DecodedPicture;
 
 constexpr std::int32_t width = 19;
@@ -27,10 +29,6 @@ constexpr std::uint32_t height = 13;
 constexpr std::size_t channelsOfReference = 4;
 
 const std::filesystem::path folder = KORVA_TEST_PICTURES;
-
-Bytes first(const Bytes& file, std::size_t length) {
-    return {file.begin(), file.begin() + static_cast<std::ptrdiff_t>(length)};
-}
 
 Picture decodedPng(const Bytes& file, std::string& text) {
     Korva::mybuf memory(file.data(), file.size());
@@ -133,11 +131,12 @@ TEST_P(ForeignPng, CutAtAChunkIsEmptyUnlessOnlyTheLastChunkIsMissing) {
     ASSERT_EQ(boundaries.back(), file.size());
     const std::size_t endOfPixels = boundaries[boundaries.size() - 2];
     for (const std::size_t boundary : boundaries) {
-        EXPECT_EQ(decodedPng(first(file, boundary)), boundary >= endOfPixels ? whole : noPicture) << boundary;
+        EXPECT_EQ(decodedPng(beginningOf(file, boundary)), boundary >= endOfPixels ? whole : noPicture)
+            << boundary;
         // Within the chunk that starts there: its type is cut, or its first bytes.
         for (const std::size_t more : {1, 6, 9}) {
             const std::size_t length = std::min(boundary + more, endOfPixels - 1);
-            EXPECT_EQ(decodedPng(first(file, length)), noPicture) << length;
+            EXPECT_EQ(decodedPng(beginningOf(file, length)), noPicture) << length;
         }
     }
 }
@@ -189,9 +188,9 @@ TEST_P(ForeignSgi, CutAnywhereKeepsTheSamplesThatItHolds) {
     Bytes file = Support::readFile(folder / GetParam().name);
     ASSERT_EQ(file.size(), 512 + image_t::byteCount(GetParam().format, width, height));
     for (std::size_t length = 512; length < file.size(); length += 37) {
-        Bytes filledUp = first(file, length - length % 2);
+        Bytes filledUp = beginningOf(file, length - length % 2);
         filledUp.resize(file.size());
-        EXPECT_EQ(decodedSgi(first(file, length)), decodedSgi(filledUp)) << length;
+        EXPECT_EQ(decodedSgi(beginningOf(file, length)), decodedSgi(filledUp)) << length;
     }
 }
 

@@ -2,6 +2,7 @@
 #include "NativeCameraKorva/KorvaPictureDecoding.h"
 
 #include "Support/ArrayAllocations.h"
+#include "Support/Beginning.h"
 #include "Support/DecodedPicture.h"
 #include "Support/LibpngShortage.h"
 #include "Support/PictureFiles.h"
@@ -28,6 +29,7 @@ using Support::pngHeader;
 using Support::pngPixels;
 using Support::pngSignature;
 using Support::operator+;
+using TestSupport::beginningOf;
 using Picture = Support::DecodedPicture;
 
 const std::string untouchedText = "left alone";
@@ -232,7 +234,7 @@ TEST(PngDecoder, RefusesEveryWrongSignature) {
 TEST(PngDecoder, GivesAPictureOnlyOnceTheLastOfItsPixelsIsChecked) {
     const Bytes file = greyFile(pngChunk("tEXt", "Title\0t"sv));
     for (std::size_t length = 0; length < file.size(); ++length) {
-        const Bytes cut(file.begin(), file.begin() + static_cast<std::ptrdiff_t>(length));
+        const Bytes cut = beginningOf(file, length);
         const bool holdsPixels = length >= file.size() - pngEnd().size();
         const Decoded result = decodedSilently(cut);
         EXPECT_EQ(result.picture, holdsPixels ? greyPicture : noPicture) << length;
@@ -326,7 +328,7 @@ TEST(PngDecoder, KeepsTheExceptionsOfAStreamToItself) {
     const Bytes file = greyFile();
     testing::internal::CaptureStderr();
     for (std::size_t length = 0; length < file.size(); ++length) {
-        const Bytes cut(file.begin(), file.begin() + static_cast<std::ptrdiff_t>(length));
+        const Bytes cut = beginningOf(file, length);
         Korva::mybuf memory(cut.data(), cut.size());
         const Picture expected = decodeFrom(memory).picture;
         PiecewiseBuffer pieces(cut, 7);
@@ -342,7 +344,7 @@ TEST(PngDecoder, TakesAStreamBufferThatThrowsForTheEndOfTheFile) {
     const Bytes file = greyFile();
     testing::internal::CaptureStderr();
     for (std::size_t length = 0; length < file.size(); ++length) {
-        const Bytes cut(file.begin(), file.begin() + static_cast<std::ptrdiff_t>(length));
+        const Bytes cut = beginningOf(file, length);
         PiecewiseBuffer pieces(cut, 7, PiecewiseBuffer::AtEnd::throwException);
         const bool holdsPixels = length >= file.size() - pngEnd().size();
         EXPECT_EQ(decodeFrom(pieces).picture, holdsPixels ? greyPicture : noPicture) << length;

@@ -2,6 +2,7 @@
 #include "NativeCameraKorva/KorvaPictureDecoding.h"
 
 #include "Support/ArrayAllocations.h"
+#include "Support/Beginning.h"
 #include "Support/DecodedPicture.h"
 #include "Support/PictureFiles.h"
 
@@ -22,6 +23,7 @@ using Support::pictureOf;
 using Support::PiecewiseBuffer;
 using Support::SgiHeader;
 using Support::operator+;
+using TestSupport::beginningOf;
 using Picture = Support::DecodedPicture;
 
 Picture decodeFrom(std::streambuf& buffer) {
@@ -198,9 +200,7 @@ TEST(SgiDecoder, DoesNotReadThePixelsOfAnEightBitFile) {
 TEST(SgiDecoder, RefusesEveryCutHeader) {
     const Bytes header = colourHeader().bytes();
     for (std::size_t length = 0; length < header.size(); ++length)
-        EXPECT_EQ(decoded(Bytes(header.begin(), header.begin() + static_cast<std::ptrdiff_t>(length))),
-                  noPicture)
-            << length;
+        EXPECT_EQ(decoded(beginningOf(header, length)), noPicture) << length;
 }
 
 TEST(SgiDecoder, ZeroesEverySampleThatACutFileDoesNotHoldWhole) {

@@ -1,5 +1,6 @@
 #include "NativeCameraKorva/KorvaBinaryCommunication.h"
 
+#include "Support/Beginning.h"
 #include "Support/LogCapture.h"
 #include "Support/ScriptedCommunicator.h"
 #include "Support/WireMessages.h"
@@ -16,6 +17,7 @@ using namespace Korva::Binary;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 using TestSupport::appendBig32;
+using TestSupport::beginningOf;
 using TestSupport::Bytes;
 using TestSupport::LogCapture;
 using TestSupport::LogText;
@@ -412,7 +414,7 @@ TEST_F(MessageReader, PassesTheTransportsExceptionOnFromEveryRead) {
     for (const std::size_t before : {0u, 6u, 11u, 16u, 18u, 20u}) {
         ScriptedCommunicator fresh;
         if (before != 0)
-            fresh.deliver(Bytes(message.begin(), message.begin() + static_cast<std::ptrdiff_t>(before)));
+            fresh.deliver(beginningOf(message, before));
         fresh.throwOnRead(broken);
         std::vector<FullArg> received;
         EXPECT_THROW(parseIncomingMessage(&fresh, header, received), std::runtime_error) << before;
