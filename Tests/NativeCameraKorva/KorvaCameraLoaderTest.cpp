@@ -94,6 +94,15 @@ TEST(EntryPoint, SaysThatItInitialises) {
     EXPECT_EQ(line.line, 49);
 }
 
+TEST(EntryPoint, SaysThatItInitialisesBeforeItRegisters) {
+    const Plugin plugin;
+    LogCapture log(loaderLogger);
+    log.onLine([](const LogLine&) { EXPECT_THAT(registeredTypes(), IsEmpty()); });
+    plugin.initialize(1);
+    EXPECT_EQ(log.lines().size(), 1u);
+    EXPECT_EQ(registeredTypes().size(), 1u);
+}
+
 TEST(EntryPoint, SaysNothingAboveInfo) {
     const LogCapture log(loaderLogger, log4cxx::Level::getWarn());
     const Plugin plugin;

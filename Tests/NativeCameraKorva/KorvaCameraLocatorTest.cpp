@@ -2,8 +2,6 @@
 
 #include "LocatorFixture.h"
 
-#include <log4cxx/appenderskeleton.h>
-#include <log4cxx/helpers/transcoder.h>
 #include <stdexcept>
 #include <utility>
 
@@ -176,6 +174,26 @@ TEST_F(LocatorQuery, LeavesTheOtherAdaptersWhereASendFails) {
         ElementsAre(LogText{"WARN", "Korva Query - sendto call failed: sendReturn = -1 WSAError = 10051"}));
 }
 
+TEST_F(LocatorQuery, ClosesItsSocketBeforeItSaysWhyItEnds) {
+    const std::vector<std::pair<std::string, int>> failures{
+        {"setsockopt", 1}, {"GetAdaptersInfo", 1}, {"GetAdaptersInfo", 2}, {"sendto", 1}};
+    for (const auto& [function, occurrence] : failures) {
+        SCOPED_TRACE(function + " " + std::to_string(occurrence));
+        network = {};
+        network.adapters = {{"eth0", {{"10.0.0.1", "255.255.255.0"}}}};
+        network.fail(function, 31, occurrence);
+        int reasons = 0;
+        log.onLine([&](const TestSupport::LogLine& line) {
+            if (line.level == "INFO")
+                return;
+            ++reasons;
+            EXPECT_THAT(network.openSockets, IsEmpty()) << line.message;
+        });
+        search();
+        EXPECT_EQ(reasons, 1);
+    }
+}
+
 TEST_F(LocatorQuery, EndsInTheSamePlacesWithoutLogging) {
     log.setLevel(log4cxx::Level::getOff());
     const struct {
@@ -233,6 +251,14 @@ struct LocatorFailure : LocatorSearch {
         };
     }
 
+    /// The line that begins with `text` cannot be logged.
+    void failToLog(const std::string& text) {
+        log.onLine([text](const TestSupport::LogLine& line) {
+            if (line.message.starts_with(text))
+                throw std::runtime_error("no room for a line");
+        });
+    }
+
     /// One error line, everything closed and cleaned up once, no camera contacted.
     void expectCleanEnd(const TestSupport::LogCapture& heard) const {
         EXPECT_THAT(
@@ -272,42 +298,8 @@ TEST_F(LocatorFailure, IsCaughtWhateverItsClass) {
     expectCleanEnd(log);
 }
 
-/// Throws at the line that begins with `text`.
-class ThrowingAppender final : public log4cxx::AppenderSkeleton {
-public:
-    explicit ThrowingAppender(std::string text) : text_(std::move(text)) {}
-    void close() override {}
-    bool requiresLayout() const override { return false; }
-    void append(const log4cxx::spi::LoggingEventPtr& event, log4cxx::helpers::Pool& /*pool*/) override {
-        std::string message;
-        log4cxx::helpers::Transcoder::encodeUTF8(event->getMessage(), message);
-        if (message.starts_with(text_))
-            throw std::runtime_error("no room for a line");
-    }
-
-private:
-    std::string text_;
-};
-
-/// The locator's logger with such an appender.
-class ThrowingLog {
-public:
-    explicit ThrowingLog(const std::string& text)
-        : logger_(log4cxx::Logger::getLogger("Plenar.KorvaCamera.KorvaCameraLocator")),
-          appender_(std::make_shared<ThrowingAppender>(text)) {
-        logger_->addAppender(appender_);
-    }
-    ThrowingLog(const ThrowingLog&) = delete;
-    ThrowingLog& operator=(const ThrowingLog&) = delete;
-    ~ThrowingLog() { logger_->removeAppender(appender_); }
-
-private:
-    log4cxx::LoggerPtr logger_;
-    log4cxx::AppenderPtr appender_;
-};
-
 TEST_F(LocatorFailure, ClosesTheSocketOnceWhereTheFailureCannotBeLogged) {
-    const ThrowingLog throwing("setsockopt failed");
+    failToLog("setsockopt failed");
     network.fail("setsockopt", WSAENOPROTOOPT);
     EXPECT_NO_THROW(search());
     EXPECT_THAT(network.callsOf("closesocket"), ElementsAre("closesocket 1"));
@@ -315,7 +307,7 @@ TEST_F(LocatorFailure, ClosesTheSocketOnceWhereTheFailureCannotBeLogged) {
 }
 
 TEST_F(LocatorFailure, ClosesTheSocketWhereNotEvenTheLastLineCanBeLogged) {
-    const ThrowingLog throwing("Unknown exception");
+    failToLog("Unknown exception");
     throwAt("sendto");
     EXPECT_NO_THROW(search());
     EXPECT_THAT(network.callsOf("closesocket"), ElementsAre("closesocket 1"));
@@ -332,7 +324,7 @@ TEST_F(LocatorFailure, ClosesTheSocketWithoutLoggingToo) {
 }
 
 TEST_F(LocatorFailure, SkipsACameraAlsoWhereThatCannotBeLogged) {
-    const ThrowingLog throwing("Unknown exception processing");
+    failToLog("Unknown exception processing");
     addCamera("Bad", "10.0.0.9", std::string("\x00\x1a\x2b\x3c\x4d\x5f", 6));
     addCamera("Lab", "10.0.0.5");
     breakConnectionTo("10.0.0.9");

@@ -6,6 +6,7 @@
 #include <log4cxx/spi/loggingevent.h>
 
 #include <ostream>
+#include <utility>
 
 namespace TestSupport {
 
@@ -15,6 +16,7 @@ public:
     bool requiresLayout() const override { return false; }
 
     std::vector<LogLine> lines;
+    std::function<void(const LogLine&)> observer;
 
 protected:
     void append(const log4cxx::spi::LoggingEventPtr& event, log4cxx::helpers::Pool&) override {
@@ -28,7 +30,9 @@ protected:
         line.scope = location.getClassName();
         line.method = location.getMethodName();
         line.line = location.getLineNumber();
-        lines.push_back(std::move(line));
+        lines.push_back(line);
+        if (observer)
+            observer(line);
     }
 };
 
@@ -52,6 +56,10 @@ LogCapture::~LogCapture() {
 
 void LogCapture::setLevel(const log4cxx::LevelPtr& level) {
     logger_->setLevel(level);
+}
+
+void LogCapture::onLine(std::function<void(const LogLine&)> observer) {
+    recorder_->observer = std::move(observer);
 }
 
 const std::vector<LogLine>& LogCapture::lines() const {

@@ -3,6 +3,7 @@
 
 #include <log4cxx/logger.h>
 
+#include <functional>
 #include <iosfwd>
 #include <memory>
 #include <string>
@@ -42,6 +43,9 @@ public:
 
     /// For the rest of this object's life, or until the next call.
     void setLevel(const log4cxx::LevelPtr& level);
+
+    /// Calls `observer` with each further event once it is recorded. What it throws, the logging call throws.
+    void onLine(std::function<void(const LogLine&)> observer);
 
     const std::vector<LogLine>& lines() const;
 
