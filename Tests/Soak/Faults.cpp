@@ -18,6 +18,15 @@ constexpr FaultRow captureRows[] = {
     {"configure:drip=1/1", picture},
     {"take:drip=5/2", picture},
     {"get:drip=100000/1", picture},
+    {"configure:scatter=2", picture},
+    {"get:scatter=2", picture},
+    {"get:twice", picture},
+    {"get:many-arguments", picture},
+    {"take:flip=0*1", picture, 1},
+    {"take:garbage*1", picture},
+    {"get:garbage*1", picture},
+    {"get:stale*1", picture},
+    {"get:huge-image*1", picture},
     {"configure:checksum*1", picture, 1},
     {"configure:error=3*1", picture},
     {"take:error=7*1", picture},
@@ -35,6 +44,9 @@ constexpr FaultRow captureRows[] = {
     {"take:error=7", nothing},
     {"get:wrong-response", nothing},
     {"get:no-argument", nothing},
+    {"get:stale", nothing},
+    {"get:garbage", nothing},
+    {"configure:flip=0", nothing, 2},
     {"take:wrong-command", nothing},
     {"configure:unknown-code", nothing},
     {"get:length-small", nothing},
@@ -63,13 +75,15 @@ constexpr FaultRow silentRows[] = {
     {"get:truncate-silent=1011*1", picture},
     {"get:truncate-silent", nothing},
     {"take:silent", nothing},
+    {"take:endless", nothing},
 };
 
 constexpr FaultRow probeRows[] = {
     {"probe:close", nothing},         {"probe:reset", nothing},    {"probe:truncate-close=7", nothing},
     {"probe:checksum", nothing, 1},   {"probe:delay=40", picture}, {"probe:drip=1/1", picture},
     {"probe:error=3", picture}, // an answer that can be read is an answer
-    {"probe:two-arguments", picture},
+    {"probe:two-arguments", picture}, {"probe:twice", picture},    {"probe:scatter=2", picture},
+    {"probe:garbage", nothing},
 };
 
 constexpr const char* identificationRows[] = {
@@ -88,6 +102,8 @@ constexpr SearchRow searchRows[] = {
     {"discovery:twice", true},
     {"discovery:silent", false},
     {"discovery:garbage", false},
+    {"discovery:scatter=1", false},
+    {"discovery:flip=0", false},
     {"discovery:other-marker", false},
     {"discovery:missing-key=--Room", false},
     {"version:close", false},

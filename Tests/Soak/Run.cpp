@@ -201,6 +201,7 @@ void Run::search(const std::vector<bool>& isFound, const std::vector<std::string
     const auto asked = Clock::now();
     type().getLocator().broadcastObserverSearch(&finder, 0);
     ++tally_.searches;
+    std::ptrdiff_t known = 0;
     for (std::size_t index = 0; index < cameras_.size(); ++index) {
         SoakedCamera& camera = cameras_[index];
         const auto times = std::ranges::count_if(finder.templates, [&](const auto& found) {
@@ -214,8 +215,11 @@ void Run::search(const std::vector<bool>& isFound, const std::vector<std::string
             camera.miss(what, circumstance, waits[index]);
         else if (times != (isFound[index] ? 1 : 0))
             camera.find(what, circumstance);
-        tally_.camerasFound += static_cast<std::uint64_t>(times);
+        known += times;
     }
+    tally_.camerasFound += static_cast<std::uint64_t>(known);
+    if (known != std::ssize(finder.templates))
+        tally_.find("a search that found what is no camera:" + linesOf(log));
     // Kept only now, as one may belong to a camera that is at work.
     for (auto& found : finder.templates)
         for (SoakedCamera& camera : cameras_)
