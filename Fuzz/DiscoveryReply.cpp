@@ -1,5 +1,4 @@
-// The parser of text replies on any bytes, alone and behind an earlier text, and what a search recognises as
-// a camera's reply.
+// The parser of text replies on any bytes, alone and behind an earlier text.
 
 #include "FuzzInput.h"
 
