@@ -4,6 +4,7 @@
 #include "NativeCameraKorva/KorvaHelper.h"
 
 #include "Support/LogCapture.h"
+#include "Support/LogLocation.h"
 #include "Support/SamplePictures.h"
 #include "Support/ScriptedCommunicator.h"
 #include "Support/ScriptedHost.h"
@@ -59,6 +60,7 @@ struct Capture : ::testing::Test {
         TestSupport::PlatformScript::current().frequency = 1000;
         host.imagesFolder = folder.path().wstring();
     }
+    ~Capture() override { TestSupport::expectFrom(log, "KorvaHelper"); }
 
     Image* capture(const Settings& settings = {}) {
         return Korva::capture(&communicator, settings.forceMode1, settings.png, settings.monochrome,

@@ -8,6 +8,7 @@
 #include "Communicator/DeviceException.h"
 #include "Communicator/PosixEthernetCommunicator.h"
 #include "Support/LogCapture.h"
+#include "Support/LogLocation.h"
 #include "Support/PictureFiles.h"
 #include "Support/ScriptedHost.h"
 #include "Support/ScriptedNetwork.h"
@@ -85,6 +86,7 @@ struct Identification : ::testing::Test {
         };
     }
     ~Identification() override {
+        TestSupport::expectFrom(log, "KorvaHelper");
         EXPECT_EQ(transport.alive(), 1);
         EXPECT_FALSE(camera.isConnected());
         EXPECT_TRUE(host.imaging.alive.empty());

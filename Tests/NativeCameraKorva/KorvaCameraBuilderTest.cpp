@@ -8,6 +8,7 @@
 #include "NativeCameraKorva/KorvaCameraLoader.h"
 #include "ReferenceHost/DeviceDescription.h"
 #include "Support/LogCapture.h"
+#include "Support/LogLocation.h"
 #include "Support/ScriptedNetwork.h"
 #include "Support/ScriptedPlatform.h"
 #include "Support/ScriptedTransport.h"
@@ -44,7 +45,11 @@ struct CameraBuilder : ::testing::Test {
         TestSupport::PlatformScript::current() = {};
         TestSupport::NetworkScript::current() = {};
     }
-    ~CameraBuilder() override { EXPECT_EQ(transport.alive(), 0); }
+    ~CameraBuilder() override {
+        TestSupport::expectFrom(log, "KorvaCameraBuilder");
+        TestSupport::expectFrom(identificationLog, "KorvaHelper");
+        EXPECT_EQ(transport.alive(), 0);
+    }
 
     const EthernetCommunicator& communicatorOf(const Device& device) const {
         return dynamic_cast<const EthernetCommunicator&>(*device.getCommunicator());

@@ -4,6 +4,7 @@
 #include "DeviceFixture.h"
 #include "ReferenceHost/HostControl.h"
 #include "Support/LogCapture.h"
+#include "Support/LogLocation.h"
 #include "Support/ScriptedPlatform.h"
 
 #include <gmock/gmock.h>
@@ -44,8 +45,13 @@ struct Bench {
 };
 
 struct KorvaInternalsTest : ::testing::Test {
+    LogCapture everything{loggerName};
+
     KorvaInternalsTest() { TestSupport::PlatformScript::current() = {}; }
-    ~KorvaInternalsTest() override { EXPECT_EQ(ReferenceHost::liveImageCount(), 0u); }
+    ~KorvaInternalsTest() override {
+        TestSupport::expectFrom(everything, "KorvaInternals");
+        EXPECT_EQ(ReferenceHost::liveImageCount(), 0u);
+    }
 };
 
 Bytes bytesAt(const void* pixels, std::size_t count) {

@@ -1,6 +1,7 @@
 #include "NativeCameraKorva/KorvaIdentification.h"
 
 #include "Support/LogCapture.h"
+#include "Support/LogLocation.h"
 #include "Support/ScriptedNetwork.h"
 
 #include <gmock/gmock.h>
@@ -16,7 +17,10 @@ struct MacAddress : ::testing::Test {
     TestSupport::LogCapture log{"Plenar.KorvaCamera.KorvaCapture", log4cxx::Level::getInfo()};
 
     MacAddress() { NetworkScript::current() = {}; }
-    ~MacAddress() override { NetworkScript::current() = {}; }
+    ~MacAddress() override {
+        TestSupport::expectFrom(log, "KorvaHelper");
+        NetworkScript::current() = {};
+    }
 
     static void answer(std::string bytes) { NetworkScript::current().arp["10.0.0.5"] = {std::move(bytes)}; }
     static void answer(std::string bytes, ULONG length) {

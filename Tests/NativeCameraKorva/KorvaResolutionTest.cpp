@@ -46,6 +46,7 @@ struct Resolution : ::testing::Test {
 
     Resolution() { PlatformScript::current() = {}; }
     ~Resolution() override {
+        TestSupport::expectFrom(log, "KorvaHelper");
         EXPECT_TRUE(host.imaging.alive.empty());
         EXPECT_FALSE(camera.isConnected());
     }

@@ -6,6 +6,7 @@
 #include "DeviceControl/BroadcastWorkerObserver.h"
 #include "NativeCameraControl/NativeCameraTemplate.h"
 #include "Support/LogCapture.h"
+#include "Support/LogLocation.h"
 #include "Support/ScriptedNetwork.h"
 #include "Support/ScriptedPlatform.h"
 #include "Support/ScriptedTransport.h"
@@ -62,6 +63,8 @@ struct LocatorSearch : ::testing::Test {
         network.adapters = {{"eth0", {{"10.0.0.1", "255.255.255.0"}}}};
     }
     ~LocatorSearch() override {
+        TestSupport::expectFrom(log, "KorvaCameraLocator");
+        TestSupport::expectFrom(identificationLog, "KorvaHelper");
         EXPECT_TRUE(network.openSockets.empty());
         EXPECT_EQ(transport.alive(), 0);
         network = {};

@@ -2,6 +2,7 @@
 
 #include "Support/ArrayAllocations.h"
 #include "Support/LogCapture.h"
+#include "Support/LogLocation.h"
 #include "Support/ScriptedCommunicator.h"
 #include "Support/WireMessages.h"
 
@@ -22,7 +23,10 @@ struct MessageMemory : ::testing::Test {
     Header header;
     std::vector<FullArg> args;
 
-    ~MessageMemory() override { setImageByteLimit(defaultImageByteLimit); }
+    ~MessageMemory() override {
+        TestSupport::expectFrom(log, "KorvaBinaryCommunication");
+        setImageByteLimit(defaultImageByteLimit);
+    }
 
     /// Gives lastArrayLength() a value that no picture here has.
     static void forgetLastArray() { delete[] new (std::nothrow) unsigned char[4711]; }

@@ -2,6 +2,7 @@
 
 #include "Support/Beginning.h"
 #include "Support/LogCapture.h"
+#include "Support/LogLocation.h"
 #include "Support/ScriptedCommunicator.h"
 #include "Support/WireMessages.h"
 
@@ -58,7 +59,10 @@ struct MessageReader : ::testing::Test {
     Header header;
     std::vector<FullArg> args;
 
-    ~MessageReader() override { setImageByteLimit(defaultImageByteLimit); }
+    ~MessageReader() override {
+        TestSupport::expectFrom(log, "KorvaBinaryCommunication");
+        setImageByteLimit(defaultImageByteLimit);
+    }
 
     bool parse() { return parseIncomingMessage(&communicator, header, args); }
     std::vector<LogText> warnings() const { return log.textsFrom(log4cxx::Level::getWarn()); }

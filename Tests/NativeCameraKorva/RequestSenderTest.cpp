@@ -1,6 +1,7 @@
 #include "NativeCameraKorva/KorvaBinaryCommunication.h"
 
 #include "Support/LogCapture.h"
+#include "Support/LogLocation.h"
 #include "Support/ScriptedCommunicator.h"
 
 #include <gmock/gmock.h>
@@ -51,6 +52,8 @@ std::vector<FullArg> emptyArgs(std::size_t count) {
 struct RequestSender : ::testing::Test {
     ScriptedCommunicator communicator;
     LogCapture log{loggerName};
+
+    ~RequestSender() override { TestSupport::expectFrom(log, "KorvaBinaryCommunication"); }
 
     bool send(std::vector<FullArg>& args) {
         return createAndSendMessage(Command::Camera, args, &communicator);

@@ -1,6 +1,7 @@
 #include "NativeCameraKorva/KorvaBinaryCommunication.h"
 
 #include "Support/LogCapture.h"
+#include "Support/LogLocation.h"
 
 #include <gmock/gmock.h>
 
@@ -20,6 +21,8 @@ struct ResponseValidation : ::testing::Test {
     LogCapture log{loggerName};
     Header header{1, bigEndian32(13), 1};
     std::vector<FullArg> args{1};
+
+    ~ResponseValidation() override { TestSupport::expectFrom(log, "KorvaBinaryCommunication"); }
 
     bool validate(bool expectImage) { return validateCommandResponse(header, args, expectImage); }
     bool validateCode(std::uint8_t code, bool expectImage) {
