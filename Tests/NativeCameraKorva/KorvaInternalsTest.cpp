@@ -397,6 +397,20 @@ TEST_F(KorvaInternalsTest, AcceptsAnAnswerToTheProbeWhateverItSays) {
     EXPECT_THAT(bench.reports, IsEmpty());
 }
 
+TEST_F(KorvaInternalsTest, AcceptsAPictureWithAWrongSumForAnAnswerToTheProbe) {
+    Bench bench;
+    Bytes wrongSum = TestSupport::wireMessage({{6, {1, 2}}});
+    ++wrongSum.back();
+    bench.transport.afterNextWrite().deliver(wrongSum);
+    const LogCapture log(loggerName);
+    const LogCapture protocolLog("Plenar.KorvaCamera.KorvaInternalsComm", log4cxx::Level::getWarn());
+    EXPECT_TRUE(bench.internals.validateConnection());
+    EXPECT_THAT(bench.reports, IsEmpty());
+    EXPECT_THAT(log.texts(), IsEmpty());
+    EXPECT_THAT(protocolLog.texts(),
+                ElementsAre(LogText{"WARN", "Korva Response failed chksum: sent 7424 : calculated 28"}));
+}
+
 TEST_F(KorvaInternalsTest, ReportsAProbeWithoutAReadableAnswer) {
     Bench bench;
     Bytes wrongSum = doneMessage();
