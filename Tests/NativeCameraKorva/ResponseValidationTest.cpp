@@ -98,6 +98,15 @@ TEST_F(ResponseValidation, RefusesAnotherCommandThanTheCamerasAndWritesItAsOneBy
     }
 }
 
+TEST_F(ResponseValidation, SaysNothingOfTheArgumentsOfAnotherCommand) {
+    header = {2, bigEndian32(18), 2};
+    args.emplace_back();
+    EXPECT_FALSE(validate(false));
+    EXPECT_THAT(log.texts(),
+                ElementsAre(LogText{"DEBUG", "Korva Response Header:  2 0 0 0 12 2"},
+                            LogText{"ERROR", "Korva didn't receive our Camera command: returned \x02"}));
+}
+
 TEST_F(ResponseValidation, WarnsOfMoreThanOneArgumentAndGoesOn) {
     header.argCount = 'B';
     EXPECT_TRUE(validate(false));
