@@ -2,6 +2,8 @@
 
 #include "CaptureFixture.h"
 
+#include "Support/ScriptedFailures.h"
+
 namespace CaptureTests {
 namespace {
 
@@ -47,6 +49,17 @@ TEST_F(CaptureLog, MeasuresEachPhaseByItself) {
     EXPECT_EQ(texts.at(7).message, "Conversion to raw image: 4.5ms");
     EXPECT_EQ(texts.at(8).message, "bit reduction: 5.5ms");
     EXPECT_EQ(texts.at(9).message, "color to greyscale: 6.5ms");
+}
+
+TEST_F(CaptureLog, TimesTheConversionBeforeTheColoursAreGivenBack) {
+    std::vector<std::string> lastLines;
+    TestSupport::onScriptedHostCall() = [&](const std::string& call) {
+        lastLines.push_back(call + " after " + log.texts().back().message);
+    };
+    answerGoodAttempt();
+    EXPECT_NE(capture(), nullptr);
+    EXPECT_THAT(lastLines, ElementsAre("create after bit reduction: 0ms", "convert after bit reduction: 0ms",
+                                       "release after color to greyscale: 0ms"));
 }
 
 TEST_F(CaptureLog, DoesNotCountThePauseAsTimeOfTheTake) {

@@ -1,6 +1,7 @@
 #include "IdentificationFixture.h"
 
 #include "Communicator/TolvaneException.h"
+#include "Support/ScriptedFailures.h"
 
 #include <stdexcept>
 
@@ -119,6 +120,30 @@ TEST_P(UnknownResolution, IsThatOfASamplePicture) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Ids, UnknownResolution, ::testing::Values("M616", "", "X", "M61 ", "M615x"));
+
+TEST_F(Resolution, IsThatOfAnEmptySampleTooAndSaidToBe) {
+    Support::Bytes noPicture = samplePng(5, 3);
+    noPicture.front() = 0;
+    answerGrab(camera, noPicture);
+    EXPECT_EQ(resolutionOf("unknown"), Size(0, 0));
+    EXPECT_THAT(ownLines(),
+                ElementsAre(LogText{"INFO", "HWid lookup failed, don't recognize unknown"},
+                            LogText{"INFO", "Determine resolution from image grab"},
+                            LogText{"INFO", "Sample image has resolution: 0x0. Setting camera info."}));
+    EXPECT_THAT(host.imaging.calls, ElementsAre("create", "convert", "release"));
+    EXPECT_THAT(camera.writes(), SizeIs(3)); // it is a picture: no second grab
+}
+
+TEST_F(Resolution, IsSaidBeforeTheSampleIsGivenBack) {
+    std::string lastLine;
+    TestSupport::onScriptedHostCall() = [&](const std::string& call) {
+        if (call == "release")
+            lastLine = log.texts().back().message;
+    };
+    answerGrab(camera, samplePng(5, 3));
+    EXPECT_EQ(resolutionOf("unknown"), Size(5, 3));
+    EXPECT_EQ(lastLine, "Sample image has resolution: 5x3. Setting camera info.");
+}
 
 // Deliberate: the three-character rule makes a row for "M62" alone, but a longer one has its own.
 TEST_F(Resolution, HasARowForALongerM62) {
