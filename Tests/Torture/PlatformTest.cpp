@@ -54,19 +54,25 @@ Row rowOf(const std::string& operation, const Call& call) {
     return {operation.c_str(), call.name.c_str(), each, "good", ""};
 }
 
-struct PlatformTorture : ::testing::TestWithParam<Operation> {};
+struct PlatformTorture : ::testing::TestWithParam<Operation> {
+    static void failOnce(const Call& call) {
+        SCOPED_TRACE(::testing::Message() << call);
+        const Row expected = rowOf(GetParam().name, call);
+        const auto scene = GetParam().make();
+        scene->failPlatform(call);
+        EXPECT_EQ(scene->run(), expected.outcome);
+        EXPECT_EQ(scene->residue(), expected.residue);
+        EXPECT_EQ(scene->run(), "good") << "afterwards";
+        EXPECT_EQ(scene->residue(), expected.residue);
+    }
+};
 
 TEST_P(PlatformTorture, EachFailsOnce) {
     const std::string& name = GetParam().name;
     const std::vector<Call> calls = callsOf(GetParam(), &Scene::platformCalls);
     for (const Call& call : calls) {
-        const Row expected = rowOf(name, call);
-        const auto scene = GetParam().make();
-        scene->failPlatform(call);
-        EXPECT_EQ(scene->run(), expected.outcome) << call;
-        EXPECT_EQ(scene->residue(), expected.residue) << call;
-        EXPECT_EQ(scene->run(), "good") << "after " << call;
-        EXPECT_EQ(scene->residue(), expected.residue) << "after " << call;
+        failOnce(call);
+        EXPECT_EQ(leakOf([&] { failOnce(call); }), 0) << call;
     }
     std::printf("figure: system calls failed once in turn, %s: %zu\n", name.c_str(), calls.size());
 }
