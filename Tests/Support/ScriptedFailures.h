@@ -28,8 +28,9 @@ struct PlatformFailures {
     std::map<std::string, std::set<int>> failures;
 };
 
-/// Where it is set, called with "create", "convert" and "release" of the scripted imaging library and with
-/// "images folder"; may throw, as that call's failure.
+/// Where it is set, called with "create", "convert" and "release" of the scripted imaging library, with
+/// "width", "height" and "pixels" of its pictures and with "images folder"; may throw, as that call's
+/// failure.
 std::function<void(const std::string&)>& onScriptedHostCall();
 
 } // namespace TestSupport

@@ -18,12 +18,35 @@ void tell(const std::string& call) {
         observer(call);
 }
 
+/// Where it is the plug-in that asks, and not the scripted library itself.
+void tellOfAPicture(const std::string& call) {
+    if (OutsidePlugin::isOutside())
+        return;
+    const OutsidePlugin outside;
+    tell(call);
+}
+
 } // namespace
 
 ScriptedImage::ScriptedImage(unsigned int width, unsigned int height, unsigned int bitsPerSample,
                              unsigned int samplesPerPixel, std::vector<std::uint8_t> pixels)
     : width_(width), height_(height), bitsPerSample_(bitsPerSample), samplesPerPixel_(samplesPerPixel),
       pixels_(std::move(pixels)) {}
+
+unsigned int ScriptedImage::getWidth() const {
+    tellOfAPicture("width");
+    return width_;
+}
+
+unsigned int ScriptedImage::getHeight() const {
+    tellOfAPicture("height");
+    return height_;
+}
+
+void* ScriptedImage::getRawImageData() {
+    tellOfAPicture("pixels");
+    return pixels_.data();
+}
 
 ScriptedImaging::~ScriptedImaging() {
     for (const Image* image : alive)

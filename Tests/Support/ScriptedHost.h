@@ -22,11 +22,11 @@ public:
     ScriptedImage(unsigned int width, unsigned int height, unsigned int bitsPerSample,
                   unsigned int samplesPerPixel, std::vector<std::uint8_t> pixels);
 
-    unsigned int getWidth() const override { return width_; }
-    unsigned int getHeight() const override { return height_; }
+    unsigned int getWidth() const override;
+    unsigned int getHeight() const override;
     unsigned int getBitsPerSample() const override { return bitsPerSample_; }
     unsigned int getSamplesPerPixel() const override { return samplesPerPixel_; }
-    void* getRawImageData() override { return pixels_.data(); }
+    void* getRawImageData() override;
 
     const std::vector<std::uint8_t>& pixels() const { return pixels_; }
 

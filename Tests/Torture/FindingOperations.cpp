@@ -134,8 +134,9 @@ struct BuildFromDescription final : Build {
         transport.builtAddress = L"10.0.0.5";
         const CameraInfo info = DeviceFixture::describedAs(1676, 1266);
         expected = textOf(info);
-        description = std::make_unique<ReferenceHost::DeviceDescription>("<Device>" + info.toXml() +
-                                                                         "<connection/></Device>");
+        // The connection first, so that it is there where the description cannot be read.
+        description = std::make_unique<ReferenceHost::DeviceDescription>("<Device><connection/>" +
+                                                                         info.toXml() + "</Device>");
     }
     std::string operate() override { return buildFrom(description->root()); }
 };

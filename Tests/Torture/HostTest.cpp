@@ -1,5 +1,5 @@
-// Every call of the host's that an operation makes throws once: transport, imaging, settings, observer,
-// health callback, diagnostics folder.
+// Calls of the host's that an operation makes throw once each: transport, imaging and its pictures, settings,
+// observer, health callback, diagnostics folder, and what descriptions, templates and devices are made of.
 
 #include "Scene.h"
 
@@ -36,6 +36,8 @@ constexpr Row rows[] = {
     {"identification with a grab", "create", noResolution},
     {"identification with a grab", "convert", noResolution},
     {"identification with a grab", "release", noResolution},
+    {"identification with a grab", "width", noResolution},
+    {"identification with a grab", "height", noResolution},
     {"identification with a grab", any, passes},
     {"capture of colours", any, passes},
     {"capture of grey", any, passes},
