@@ -1,6 +1,7 @@
 // Every answer of the camera with each of its bits the other way round.
 
 #include "FaultMatrixBench.h"
+#include "FaultMatrixChecks.h"
 #include "FaultMatrixReader.h"
 
 #include <gtest/gtest.h>
@@ -96,8 +97,7 @@ TEST_P(FlippedInACapture, EndsAsTheProtocolSays) {
         EXPECT_FALSE(expected.outcome.lines.empty());
         EXPECT_EQ(bench.reports, std::vector{expected.outcome.health});
         EXPECT_EQ(bench.camera.configurations(), expected.outcome.configurations);
-        bench.expectAtRest();
-        bench.expectMended();
+        expectMendedInTime(bench, expected.outcome, {});
     });
 }
 
@@ -111,11 +111,7 @@ TEST(FlippedProbe, EndsAsTheProtocolSays) {
             connectionCheck(cameraEndpoint, received(flipped, Ending::silence, false).reading);
         DeviceBench bench;
         bench.camera.strike({Exchange::probe, 1}, sending(flipped, std::nullopt));
-        const Said said;
-        EXPECT_EQ(bench.isAlive(), expected.good);
-        EXPECT_EQ(said.matching(expected.lines), expected.lines);
-        EXPECT_EQ(bench.reports, expected.good ? std::vector<int>{} : std::vector{expected.health});
-        bench.expectAtRest();
+        expectConnectionCheck(bench, expected);
     });
 }
 
@@ -134,16 +130,7 @@ TEST_P(FlippedReply, IsReadByTheGrammar) {
         const IdentityOutcome expected = identify(identified);
         IdentityBench bench;
         bench.camera.strike({GetParam(), 1}, sending(flipped, std::nullopt));
-        {
-            const Said said;
-            const auto identity =
-                expected.identity ? std::optional(asTheHostReads(*expected.identity)) : std::nullopt;
-            EXPECT_EQ(bench.identify(), identity);
-            EXPECT_EQ(said.matching(expected.lines), expected.lines);
-        }
-        EXPECT_EQ(bench.exception(), expected.exception);
-        bench.expectAtRest();
-        bench.expectMended(Operation::identify);
+        expectIdentification(bench, expected);
     });
 }
 
@@ -219,6 +206,7 @@ TEST(FlippedDiscoveryReply, IsReadByTheGrammar) {
             EXPECT_EQ(lines[2], locatorError("DeviceException while determining camera info."));
             EXPECT_EQ(lines[3], locatorError("    " + lines[1].message));
         }
+        expectTimely(bench.clock.now, gatheringTime, {}, {&bench.text(), &bench.binary()});
         bench.expectAtRest();
         bench.expectMended(Operation::discover);
     });

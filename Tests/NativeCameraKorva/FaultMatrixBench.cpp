@@ -25,7 +25,6 @@ namespace FaultMatrix {
 namespace {
 
 constexpr unsigned int mendedSeed = 50;
-constexpr auto gatheringTime = 1000ms;
 constexpr char knownMac[] = "00-1a-2b-3c-4d-5e";
 const std::string hardwareAddress("\x00\x1a\x2b\x3c\x4d\x5e", 6);
 

@@ -9,6 +9,7 @@
 #include "Support/ScriptedTransport.h"
 #include "Support/TimedLine.h"
 
+#include <chrono>
 #include <memory>
 #include <optional>
 #include <string>
@@ -21,6 +22,8 @@ inline constexpr int pictureHeight = 3;
 inline constexpr std::size_t picturePixels = 12;
 inline constexpr wchar_t cameraAddress[] = L"10.0.0.5";
 inline constexpr wchar_t cameraEndpoint[] = L"10.0.0.5:32769";
+/// A search waits so long for further replies.
+inline constexpr std::chrono::milliseconds gatheringTime{1000};
 inline constexpr char discoveryReply[] = "[Korva --Room Lab --IP 10.0.0.5]";
 
 /// Sends 4 x 3 pixels that depend on the seed.
