@@ -1,7 +1,9 @@
 #include "FaultMatrixReader.h"
 
 #include <algorithm>
+#include <iterator>
 #include <span>
+#include <string_view>
 
 using namespace std::chrono_literals;
 
@@ -170,6 +172,36 @@ private:
     std::uint8_t announced_ = 0;
 };
 
+/// A PNG file's checksum, bit by bit.
+std::uint32_t crcOf(std::span<const std::uint8_t> bytes) {
+    std::uint32_t crc = 0xFFFFFFFF;
+    for (const std::uint8_t byte : bytes) {
+        crc ^= byte;
+        for (int bit = 0; bit < 8; ++bit)
+            crc = crc >> 1 ^ (crc % 2 == 0 ? 0 : 0xEDB88320);
+    }
+    return ~crc;
+}
+
+/// The data of the chunk that the bytes begin with, and the bytes behind the chunk.
+struct Chunk {
+    std::span<const std::uint8_t> data;
+    std::span<const std::uint8_t> behind;
+};
+
+/// None where it is of another type, cut off, or has a wrong checksum.
+std::optional<Chunk> chunkOf(std::span<const std::uint8_t> bytes, std::string_view type) {
+    constexpr std::size_t besideTheData = 12;
+    if (bytes.size() < besideTheData || bytes.size() - besideTheData < big32(bytes))
+        return std::nullopt;
+    const std::size_t length = big32(bytes);
+    const auto summed = bytes.subspan(4, 4 + length);
+    const bool isOfTheType = std::equal(type.begin(), type.end(), summed.begin());
+    if (!isOfTheType || crcOf(summed) != big32(bytes.subspan(8 + length)))
+        return std::nullopt;
+    return Chunk{summed.subspan(4), bytes.subspan(besideTheData + length)};
+}
+
 unsigned int big16(const Bytes& file, std::size_t offset) {
     return static_cast<unsigned int>(file.at(offset)) << 8 | file.at(offset + 1);
 }
@@ -216,6 +248,18 @@ SgiPicture decodedSgi(const Bytes& file) {
                 picture.samples.at((row * picture.width + x) * picture.channels + channel) = big16(file, at);
             }
     return picture;
+}
+
+Size sizeOfPng(const Bytes& file) {
+    constexpr std::uint8_t signature[] = {0x89, 'P', 'N', 'G', '\r', '\n', 0x1A, '\n'};
+    constexpr std::size_t headerBytes = 13;
+    if (file.size() < sizeof signature ||
+        !std::equal(std::begin(signature), std::end(signature), file.begin()))
+        return {0, 0};
+    const auto header = chunkOf(std::span(file).subspan(sizeof signature), "IHDR");
+    if (!header || header->data.size() != headerBytes || !chunkOf(header->behind, "IDAT"))
+        return {0, 0};
+    return {static_cast<int>(big32(header->data)), static_cast<int>(big32(header->data.subspan(4)))};
 }
 
 /// Three samples make a pixel, also where the file has a fourth, whose samples then shift the rest.

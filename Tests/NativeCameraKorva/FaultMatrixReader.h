@@ -2,6 +2,7 @@
 // The protocol's rules for any bytes at all, read from Docs/Protocol.md: for the cells whose bytes are too
 // many to be written into the table.
 
+#include "FaultMatrixIdentity.h"
 #include "FaultMatrixRules.h"
 
 #include <optional>
@@ -33,6 +34,10 @@ struct SgiPicture {
     std::size_t pixels() const { return std::size_t{width} * height; }
 };
 SgiPicture decodedSgi(const Bytes& file);
+
+/// The size of a PNG file's picture whose pixels stand in one chunk, right behind the header; 0 x 0 where the
+/// signature, one of the two chunks or a checksum is not right. What stands behind them counts for nothing.
+Size sizeOfPng(const Bytes& file);
 
 /// The first `count` pixels in grey, as the host gets them of three channels or more.
 Bytes greyOf(const SgiPicture& picture, std::size_t count);
