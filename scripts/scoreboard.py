@@ -62,7 +62,16 @@ def programs(minutes):
             "tests",
             "dev",
             [],
-            ["fault matrix", "failed once in turn", "threw once in turn", "peak memory", "64 cameras"],
+            [
+                "fault matrix",
+                "over real sockets",
+                "time bound",
+                "failed once in turn",
+                "threw once in turn",
+                "threw at the registration",
+                "peak memory",
+                "64 cameras",
+            ],
         ),
         Program("Soak", "soak", ["scripts/soak", "--minutes", str(max(1, share))], ["soak"]),
         Program(

@@ -19,6 +19,7 @@
 
 #include <algorithm>
 #include <cctype>
+#include <cstdio>
 #include <ostream>
 #include <string>
 
@@ -207,6 +208,14 @@ struct ServedDevice {
     KorvaCamera camera;
 };
 
+std::size_t checked = 0;
+
+/// Tells the number at the end, when all cells have run.
+struct Count : testing::Environment {
+    void TearDown() override { std::printf("figure: fault cells checked over real sockets: %zu\n", checked); }
+};
+const testing::Environment* const count = testing::AddGlobalTestEnvironment(new Count);
+
 std::string nameOfCell(const testing::TestParamInfo<SocketCell>& info) {
     std::string name;
     for (const char c : std::string(info.param.fault))
@@ -235,6 +244,7 @@ TEST_P(PictureOverSockets, EndsAsTheTableSays) {
     // A camera that sends without end listens no more. One further configuration is the mended camera's.
     const int seen = GetParam().kind == Kind::endlessData ? GetParam().attempt : expected.configurations;
     EXPECT_EQ(served.stopAndCount("configure: exposure"), static_cast<std::size_t>(seen) + 1);
+    ++checked;
 }
 
 INSTANTIATE_TEST_SUITE_P(capture, PictureOverSockets, testing::ValuesIn(pictureCells), nameOfCell);
@@ -254,6 +264,7 @@ TEST_P(ProbeOverSockets, EndsAsTheTableSays) {
     }
     EXPECT_EQ(device.reports, expected.good ? std::vector<int>{} : std::vector{expected.health});
     device.expectMended(Integration::expectedPixels(settings, {}, exposureUnits));
+    ++checked;
 }
 
 INSTANTIATE_TEST_SUITE_P(health, ProbeOverSockets, testing::ValuesIn(probeCells), nameOfCell);
@@ -311,6 +322,7 @@ TEST_P(ReplyOverSockets, EndsAsTheTableSays) {
     const ServedCamera served(settingsOf(GetParam()));
     expectIdentified(faultyCamera(served.textPort()));
     expectIdentified(goodCamera(served.textPort()));
+    ++checked;
 }
 
 INSTANTIATE_TEST_SUITE_P(identify, ReplyOverSockets, testing::ValuesIn(replyCells), nameOfCell);
