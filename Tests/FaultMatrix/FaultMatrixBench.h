@@ -1,9 +1,9 @@
 #pragma once
 // What the cells of the fault matrix run on: a device, or a search, over lines in virtual time.
 
-#include "DeviceFixture.h"
 #include "FaultMatrixCamera.h"
 #include "FaultMatrixIdentity.h"
+#include "NativeCameraKorva/DeviceFixture.h"
 #include "NativeCameraKorva/KorvaCamera.h"
 #include "Support/LogCapture.h"
 #include "Support/ScriptedTransport.h"
