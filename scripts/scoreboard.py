@@ -17,6 +17,21 @@ DOCUMENT = "Docs/Reliability.md"
 LOGS = "build/scoreboard"
 NOT_RUN = "not run"
 FIGURE = re.compile(r"^(?:\d+: )?figure: (.+): (.+)$")  # ctest puts a test's number before its lines
+FAILED_IN_TURN = ["allocations failed once in turn", "system calls failed once in turn", "host calls that threw once in turn"]
+OPERATIONS = [
+    "search",
+    "identification",
+    "identification with a grab",
+    "build from description",
+    "build from template",
+    "build from connection",
+    "capture of colours",
+    "capture of grey",
+    "picture",
+    "picture command",
+    "probe",
+    "dump",
+]
 RUN = re.compile(r"^run: ([^:]+:\d\d UTC): (\S.*)$")
 
 
@@ -66,8 +81,8 @@ def programs(minutes):
                 "fault matrix",
                 "over real sockets",
                 "time bound",
-                "failed once in turn",
-                "threw once in turn",
+                *[f"{failure}, {operation}:" for failure in FAILED_IN_TURN for operation in OPERATIONS],
+                f"{FAILED_IN_TURN[0]}, registration:",
                 "threw at the registration",
                 "peak memory",
                 "64 cameras",
