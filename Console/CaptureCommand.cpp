@@ -11,6 +11,7 @@
 #include "ProgressBar.h"
 #include "ToolLog.h"
 
+#include "Platform/StandardError.h"
 #include "Platform/Terminal.h"
 #include "Platform/Text.h"
 
@@ -54,7 +55,8 @@ std::string onLines(const std::vector<std::string>& failures) {
 class CaptureRun {
 public:
     CaptureRun(const CaptureOptions& options, const LogOptions& log, CaptureReport& report)
-        : options_(options), report_(report), bar_(stderr), log_(log, &bar_), host_(options.camera, log_) {}
+        : options_(options), report_(report), bar_(Platform::standardError()), log_(log, &bar_),
+          host_(options.camera, log_) {}
 
     /// Adds to the report picture by picture. Throws CommandFailure, PictureFileError, and std::exception for
     /// what should not happen.

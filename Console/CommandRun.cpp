@@ -1,11 +1,14 @@
 #include "CommandRun.h"
 
+#include "LibraryLines.h"
 #include "Printable.h"
 
+#include "Platform/StandardError.h"
 #include "Platform/Terminal.h"
 
 #include <cstdio>
 #include <exception>
+#include <string_view>
 
 namespace Console {
 
@@ -13,7 +16,7 @@ namespace {
 
 ExitStatus failed(const std::string& reason) {
     std::fflush(stdout); // in the order in which it happened, where both go to one place
-    std::fprintf(stderr, "korva: %s\n", reason.c_str());
+    std::fprintf(Platform::standardError(), "korva: %s\n", reason.c_str());
     return ExitStatus::failed;
 }
 
@@ -26,7 +29,9 @@ bool standardOutputHolds() {
 
 ExitStatus runCommand(const CommonOptions& common, const std::function<void()>& work) {
     Platform::catchInterrupts();
+    LibraryLines libraryLines;
     try {
+        const Platform::LibraryErrors guard([&](std::string_view line) { libraryLines.show(line); });
         applyToHost(common);
         work();
     } catch (const CommandFailure& failure) {
@@ -44,7 +49,7 @@ void say(const std::string& line) {
 
 void warn(const std::vector<std::string>& texts) {
     for (const std::string& text : texts)
-        std::fprintf(stderr, "korva: warning: %s\n", text.c_str());
+        std::fprintf(Platform::standardError(), "korva: warning: %s\n", text.c_str());
 }
 
 } // namespace Console

@@ -25,7 +25,7 @@ public:
 
 /// Hands the common options on to the host and does the work. What that throws is one line on standard error
 /// and ExitStatus::failed, as is a standard output that could not be written. From its begin on Ctrl-C sets
-/// Platform::interrupted(). Never throws.
+/// Platform::interrupted(), and what libraries write to `stderr` is shown by LibraryLines. Never throws.
 ExitStatus runCommand(const CommonOptions& common, const std::function<void()>& work);
 
 /// Prints a line on standard output at once.

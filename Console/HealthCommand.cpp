@@ -8,6 +8,7 @@
 #include "ToolLog.h"
 
 #include "Platform/Kernel.h"
+#include "Platform/StandardError.h"
 #include "Platform/Terminal.h"
 #include "Platform/Text.h"
 
@@ -83,7 +84,7 @@ std::string healthLine(const std::string& place, const std::optional<NetworkHeal
 
 ExitStatus runHealth(const HealthOptions& options, const CommonOptions& common) {
     return runCommand(common, [&] {
-        ProgressBar bar(stderr);
+        ProgressBar bar(Platform::standardError());
         ToolLog log(common.log, &bar);
         const CameraHost host(options.camera, log);
         const CameraPointer camera = host.cameraNamedBy(options.camera);

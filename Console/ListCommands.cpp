@@ -6,6 +6,8 @@
 #include "Printable.h"
 #include "ToolLog.h"
 
+#include "Platform/StandardError.h"
+
 #include <CLI/CLI.hpp>
 
 #include <cstdio>
@@ -27,7 +29,7 @@ void addEnd(CLI::App& command, IdentityOptions& options) {
 }
 
 void showFound(const CameraInfo& camera, bool isFirst, bool json) {
-    std::FILE* const stream = json ? stderr : stdout;
+    std::FILE* const stream = json ? Platform::standardError() : stdout;
     if (isFirst && !json)
         std::fprintf(stream, "%s\n", cameraTableHead().c_str());
     std::fprintf(stream, "%s\n", cameraRow(camera).c_str());
@@ -69,7 +71,8 @@ ExitStatus runDiscover(const IdentityOptions& options, const CommonOptions& comm
             showFound(cameras.back(), cameras.size() == 1, options.json);
         });
         warn(log.takeRemarks());
-        std::fprintf(options.json ? stderr : stdout, "%s\n", summary(cameras.size()).c_str());
+        std::fprintf(options.json ? Platform::standardError() : stdout, "%s\n",
+                     summary(cameras.size()).c_str());
         if (options.json)
             say(camerasJson(cameras));
     });

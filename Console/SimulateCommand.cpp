@@ -4,6 +4,7 @@
 #include "ToolLog.h"
 
 #include "Platform/Kernel.h"
+#include "Platform/StandardError.h"
 #include "Platform/Terminal.h"
 
 #include <chrono>
@@ -67,7 +68,7 @@ std::string serviceLine(const std::string& language, Simulator::Service service,
 }
 
 ExitStatus failed(const std::string& reason) {
-    std::fprintf(stderr, "korva: %s\n", printable(reason).c_str());
+    std::fprintf(Platform::standardError(), "korva: %s\n", printable(reason).c_str());
     return ExitStatus::failed;
 }
 

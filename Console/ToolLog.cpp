@@ -1,7 +1,10 @@
 #include "ToolLog.h"
 
+#include "ConsoleAppenders.h"
 #include "Printable.h"
 #include "ProgressBar.h"
+
+#include "Platform/StandardError.h"
 
 #include <log4cxx/appenderskeleton.h>
 #include <log4cxx/basicconfigurator.h>
@@ -50,7 +53,7 @@ protected:
                                      " - " + message + "\n";
             if (bar_ != nullptr)
                 bar_->erase();
-            std::fputs(line.c_str(), stderr);
+            std::fputs(line.c_str(), Platform::standardError());
         }
         if (event->getLevel()->isGreaterOrEqual(log4cxx::Level::getWarn()))
             remember(message);
@@ -83,6 +86,7 @@ ToolLog::ToolLog(const LogOptions& options, ProgressBar* bar) {
         log4cxx::xml::DOMConfigurator::configure(options.configFile);
     else
         log4cxx::PropertyConfigurator::configure(options.configFile);
+    keepConsoleAppendersOnStandardError();
 
     appender_ = std::make_shared<Appender>(shownFrom, bar);
     root->addAppender(appender_);

@@ -1,11 +1,15 @@
 #include "Console/ToolLog.h"
 
+#include "Platform/StandardError.h"
+
 #include <gtest/gtest.h>
+#include <log4cxx/basicconfigurator.h>
 #include <log4cxx/level.h>
 #include <log4cxx/logger.h>
 
 #include <fstream>
 #include <string>
+#include <string_view>
 
 using Console::LogOptions;
 using Console::ToolLog;
@@ -30,6 +34,26 @@ std::string shownWith(const LogOptions& options) {
         const ToolLog log(options, nullptr);
         logOnEveryLevel();
     }
+    return testing::internal::GetCapturedStderr();
+}
+
+std::string consoleAppender(const std::string& name, const std::string& pattern) {
+    const std::string key = "log4j.appender." + name;
+    return key + "=org.apache.log4j.ConsoleAppender\n" + key + ".Target=System.err\n" + key +
+           ".layout=org.apache.log4j.PatternLayout\n" + key + ".layout.ConversionPattern=" + pattern + "\n";
+}
+
+/// What `config` makes of an error, and nothing of it looks like a library's line.
+std::string shownApartFromLibraries(const std::string& config) {
+    std::string fromLibraries;
+    testing::internal::CaptureStderr();
+    {
+        const Platform::LibraryErrors guard([&](std::string_view line) { fromLibraries += line; });
+        const ToolLog log({"error", config}, nullptr);
+        logger()->forcedLog(log4cxx::Level::getError(), std::string("caf\xC3\xA9"));
+        log4cxx::BasicConfigurator::resetConfiguration(); // which waits for what is still under way
+    }
+    EXPECT_EQ(fromLibraries, "");
     return testing::internal::GetCapturedStderr();
 }
 
@@ -100,4 +124,25 @@ TEST(ToolLog, FollowsAConfigurationFile) {
     std::ifstream lines(target);
     const std::string text{std::istreambuf_iterator<char>(lines), {}};
     EXPECT_EQ(text, "INFO|one\nWARN|one\nERROR|one\n");
+}
+
+TEST(ToolLog, LooksAsItsConfigurationSaysWhileLibrariesAreKeptApart) {
+    const std::string config = testing::TempDir() + "korva-tool-log-console.properties";
+    std::ofstream(config) << "log4j.rootLogger=INFO, A\n"
+                          << "log4j.logger.Plenar.Test=INFO, B\n"
+                          << consoleAppender("A", "root|%p|%m%n") << consoleAppender("B", "own|%p|%m%n");
+    EXPECT_EQ(shownApartFromLibraries(config),
+              "own|ERROR|caf\xC3\xA9\nroot|ERROR|caf\xC3\xA9\nERROR Plenar.Test - caf\xC3\xA9\n");
+}
+
+TEST(ToolLog, LooksAsItsConfigurationSaysBehindAnAsynchronousAppender) {
+    const std::string config = testing::TempDir() + "korva-tool-log-console.xml";
+    std::ofstream(config) << R"(<log4j:configuration xmlns:log4j="http://jakarta.apache.org/log4j/">
+        <appender name="A" class="org.apache.log4j.ConsoleAppender"><param name="Target" value="System.err"/>
+            <layout class="org.apache.log4j.PatternLayout"><param name="ConversionPattern" value="%p|%m%n"/>
+            </layout></appender>
+        <appender name="B" class="org.apache.log4j.AsyncAppender"><appender-ref ref="A"/></appender>
+        <root><priority value="info"/><appender-ref ref="B"/></root></log4j:configuration>)";
+    const std::string shown = shownApartFromLibraries(config);
+    EXPECT_NE(shown.find("ERROR|caf\xC3\xA9\n"), std::string::npos) << shown;
 }

@@ -6,19 +6,25 @@
 
 #include "Platform/Text.h"
 #include "ReferenceHost/DeviceDescription.h"
+#include "Support/PictureFiles.h"
 #include "VantrelCommon/CameraInfo.h"
 
+#include <algorithm>
 #include <fstream>
 #include <gtest/gtest.h>
+#include <iterator>
 #include <nlohmann/json.hpp>
 #include <ostream>
+#include <random>
 #include <regex>
 #include <sstream>
 #include <stdexcept>
 #include <string>
+#include <utility>
 #include <vector>
 
 using namespace Integration;
+using Support::operator+;
 
 namespace {
 
@@ -178,4 +184,61 @@ TEST(HostileText, IsNoticedByTheseTests) {
         EXPECT_NE(whatSteersATerminal(std::string("a") + text), "") << testing::PrintToString(text);
     EXPECT_NE(whatSteersATerminal(std::string("a\0", 2)), "");
     EXPECT_EQ(whatSteersATerminal("caf\xC3\xA9 \\x1b\n\xEF\xBF\xBD"), "");
+}
+
+namespace {
+
+/// A colour profile's chunk that the picture library complains of, with the profile's name in the complaint.
+Support::Bytes brokenProfile(const std::string& name) {
+    Support::Bytes unpacked = {0, 0, 1, 0}; // the length that the profile says of itself: not its own
+    std::minstd_rand random;                // what packs well is refused before it is looked at
+    std::generate_n(std::back_inserter(unpacked), 300,
+                    [&random] { return static_cast<unsigned char>(random() >> 8); });
+    Support::Bytes chunk(name.begin(), name.end());
+    chunk.insert(chunk.end(), {0, 0}); // the name's end, and the one way of packing
+    return Support::pngChunk("iCCP", chunk + Support::packed(unpacked));
+}
+
+/// What the tool says of a camera of an unknown model, whose sample picture has these chunks before its
+/// pixels.
+ToolResult identifyWithChunks(const Support::Bytes& chunks) {
+    using Support::PngColour;
+    const TemporaryFolder folder;
+    const Support::Bytes picture = Support::pngSignature() + Support::pngHeader(2, 1, 16, PngColour::grey) +
+                                   chunks + Support::pngPixels({0, 100, 0, 200, 0}) + Support::pngEnd();
+    std::ofstream(folder.file("sample.png"), std::ios::binary)
+        .write(reinterpret_cast<const char*>(picture.data()), static_cast<std::streamsize>(picture.size()));
+    const CameraAtItsPorts camera({"--hardware", "X900", "--scene", "file:" + folder.file("sample.png")});
+    const ToolResult result = runTool({"identify", address});
+    EXPECT_EQ(result.status, 0) << result.errors;
+    EXPECT_NE(result.output.find("2 x 1"), std::string::npos) << result.output;
+    EXPECT_EQ(whatSteersATerminal(result.output + result.errors), "") << result.errors;
+    return result;
+}
+
+} // namespace
+
+TEST(ASamplePicture, CannotSteerTheTerminalThroughThePictureLibrary) {
+    const ToolResult result = identifyWithChunks(brokenProfile("\x1B]0;PWN\a\x1B[31mFAKE\n"
+                                                               "korva: warning: forged\r\x9B"
+                                                               "2J"));
+    std::istringstream stream(result.errors);
+    std::size_t lines = 0;
+    for (std::string line; std::getline(stream, line); ++lines)
+        EXPECT_TRUE(line.starts_with("korva: from a library: ")) << result.errors;
+    EXPECT_GE(lines, 2u) << result.errors;
+    EXPECT_NE(result.errors.find("\\x1b]0;PWN\\x07\\x1b[31mFAKE\n"), std::string::npos) << result.errors;
+    EXPECT_NE(result.errors.find("korva: from a library: korva: warning: forged\\x0d\\x9b2J"),
+              std::string::npos)
+        << result.errors;
+}
+
+TEST(ASamplePicture, CannotFloodTheTerminalThroughThePictureLibrary) {
+    Support::Bytes chunks;
+    for (int i = 0; i < 1000; ++i)
+        chunks = std::move(chunks) + Support::pngChunk("iCCP", "none");
+    const ToolResult result = identifyWithChunks(chunks);
+    EXPECT_EQ(lineCount(result.errors), 21u) << result.errors;
+    EXPECT_TRUE(result.errors.ends_with("\nkorva: further lines from libraries are left out\n"))
+        << result.errors;
 }
