@@ -89,14 +89,24 @@ private:
         if (found.empty())
             throw CommandFailure("no Korva camera found; try: korva capture ADDRESS");
         for (CameraTemplatePointer& entry : found) {
-            try {
-                takeOf(*host_.cameraFrom(*entry));
-            } catch (const CommandFailure& failure) { // the next camera may do better
-                report_.failures.emplace_back(failure.what());
-            }
+            takeOfFound(*entry);
             entry.reset();
             if (Platform::interrupted())
                 return;
+        }
+    }
+
+    /// Whatever goes wrong with it is its own failure: the next camera may do better.
+    void takeOfFound(const NativeCameraTemplate& entry) {
+        try {
+            takeOf(*host_.cameraFrom(entry));
+        } catch (const CommandFailure& failure) {
+            report_.failures.emplace_back(failure.what());
+        } catch (const Interrupted&) {
+            throw;
+        } catch (const std::exception& error) {
+            const std::string address = Platform::utf8FromWide(entry.getCameraInfo().getIpAddress());
+            report_.failures.push_back(printable(address + ": " + error.what()));
         }
     }
 

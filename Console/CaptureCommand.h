@@ -9,8 +9,9 @@ namespace Console {
 
 /// Takes options.count pictures through the plug-in and writes each as it comes. A picture's line, or the one
 /// JSON object, goes to standard output; everything else to standard error, a failure as one line that says
-/// what failed, where, and what to try. Ends early with ExitStatus::failed on the first failure and on
-/// Ctrl-C; files of pictures taken before stay. Never throws.
+/// what failed, where, and what to try. Ends with ExitStatus::failed on a camera's first failure, or with the
+/// others' pictures where it takes those of all cameras, and on Ctrl-C; files of pictures taken before stay.
+/// Never throws.
 ExitStatus runCapture(const CaptureOptions& options, const CommonOptions& common);
 
 } // namespace Console

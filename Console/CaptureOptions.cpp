@@ -15,10 +15,13 @@ constexpr int fewestUnits = 1;
 constexpr int mostUnits = 3600;
 constexpr int mostPictures = 9999;
 
+/// Longer than any address but one that somebody made up; no name of a file may be longer than 255 bytes.
+constexpr std::size_t mostAddressInName = 64;
+
 std::string defaultOutput(const std::string& address) {
     static constexpr std::string_view kept =
         "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789.-";
-    std::string name = address;
+    std::string name = address.substr(0, mostAddressInName);
     std::replace_if(
         name.begin(), name.end(), [](char c) { return kept.find(c) == std::string_view::npos; }, '_');
     return "korva-" + name + ".png";

@@ -31,7 +31,8 @@ std::optional<int> exposureUnitsFromSeconds(std::string_view text);
 
 /// The file of picture `number` (from 1) of the camera at `address`: options.output, or "korva-ADDRESS.png"
 /// where that is empty; of all cameras, that name in the folder options.output. Of several pictures of a
-/// camera each file bears "-NUMBER" before its extension. The address may be any text.
+/// camera each file bears "-NUMBER" before its extension. The address may be any text; of a long one the name
+/// holds the first 64 bytes, so that two cameras' may be the same.
 std::string pictureFileName(const CaptureOptions& options, const std::string& address, int number);
 
 } // namespace Console

@@ -117,6 +117,16 @@ TEST(CaptureOptions, DefaultNameHoldsNothingThatAPathWouldMind) {
     EXPECT_EQ(pictureFileName(options, "../fe80::1%eth0\n", 1), "korva-.._fe80__1_eth0_.png");
 }
 
+TEST(CaptureOptions, DefaultNameIsBoundedWhateverTheAddress) {
+    CaptureOptions options;
+    const std::string longest(64, 'a');
+    EXPECT_EQ(pictureFileName(options, longest, 1), "korva-" + longest + ".png");
+    EXPECT_EQ(pictureFileName(options, longest + std::string(170, 'b'), 1), "korva-" + longest + ".png");
+    options.camera.all = true;
+    options.output = "wall";
+    EXPECT_EQ(pictureFileName(options, longest + "b", 1), "wall/korva-" + longest + ".png");
+}
+
 TEST(CaptureOptions, OfAllCamerasTheOutputIsAFolder) {
     CaptureOptions options = named("wall", 1);
     options.camera.all = true;

@@ -34,8 +34,8 @@ constexpr const char* cameras = R"json({"cameras": [
 ]
 })json";
 
-LabResult inTheirMidst(const std::string& script) {
-    const TemporaryFile config(cameras);
+LabResult inTheirMidst(const std::string& script, const std::string& configuration = cameras) {
+    const TemporaryFile config(configuration);
     std::string set;
     for (const char* number : {"1", "2", "3"})
         set += std::string("1 ! korva simulate --config ") + config.path() + " --camera " + number + "\n";
@@ -84,4 +84,17 @@ TEST(LabHostileText, NamesNoFile) {
     EXPECT_EQ(nlohmann::json::parse(result.output)["files"].size(), 1u);
     EXPECT_THAT(folder.names(), ElementsAre("all", "dumps"));
     EXPECT_THAT(result.errors, testing::EndsWith(".:\nall\ndumps\n\nall:\nkorva-10.77.1.13.png\n"));
+}
+
+TEST(LabHostileText, OfAnyLengthLeavesEveryCameraItsPicture) {
+    const TemporaryFolder folder;
+    // An address written as a number with so many zeros that no file could be named after all of it.
+    const std::string room = "a --IP " + std::string(220, '0') + "1223200413";
+    const LabResult result =
+        inTheirMidst("cd " + folder.path().string() + "; korva capture --all",
+                     R"({"cameras": [{"address": "10.77.1.11", "room": ")" + room +
+                         R"("}, {"address": "10.77.1.12"}, {"address": "10.77.1.13"}]})");
+    EXPECT_EQ(result.status, 0) << result.errors;
+    EXPECT_THAT(folder.names(), ElementsAre("korva-" + std::string(64, '0') + ".png", "korva-10.77.1.12.png",
+                                            "korva-10.77.1.13.png"));
 }

@@ -7,6 +7,7 @@
 #include "ToolRun.h"
 
 #include <chrono>
+#include <filesystem>
 #include <gmock/gmock.h>
 #include <nlohmann/json.hpp>
 
@@ -206,6 +207,23 @@ TEST(LabCapture, OneFailedCameraOfAllDoesNotKeepTheOthersFromTheirPictures) {
     ASSERT_EQ(json["files"].size(), 1u);
     EXPECT_EQ(json["files"][0]["address"], "10.77.2.12");
     EXPECT_THAT(json["error"].get<std::string>(), HasSubstr("no picture from 10.77.1.11:32769: "));
+}
+
+TEST(LabCapture, OneFileOfAllThatCannotBeWrittenDoesNotKeepTheOthersFromTheirs) {
+    const TemporaryFolder folder;
+    // A folder in the file's place. Two of them, so that one comes before another camera.
+    std::filesystem::create_directories(folder.file("all/korva-10.77.1.11.png"));
+    std::filesystem::create_directories(folder.file("all/korva-10.77.1.12.png"));
+    const LabResult result =
+        discover("1\n1\n1\n", "korva capture --all --json --output " + folder.file("all"));
+    EXPECT_EQ(result.status, 1);
+    const auto json = nlohmann::json::parse(result.output);
+    ASSERT_EQ(json["files"].size(), 1u);
+    EXPECT_EQ(json["files"][0]["address"], "10.77.1.13");
+    EXPECT_EQ(readGreyPng(folder.file("all/korva-10.77.1.13.png")).width, 1676u);
+    for (const char* address : {"10.77.1.11", "10.77.1.12"})
+        EXPECT_THAT(result.errors, HasSubstr("korva: " + std::string(address) + ": cannot write " +
+                                             folder.file("all/korva-") + address + ".png: Is a directory"));
 }
 
 TEST(LabHealth, FollowsACableThatIsPulledAndPutBack) {
