@@ -183,7 +183,7 @@ private:
 } // namespace
 
 ExitStatus runCapture(const CaptureOptions& options, const CommonOptions& common) {
-    return runCommand(common, [&] {
+    return runCommand(common, OnInterrupt::note, [&] {
         CaptureReport report;
         try {
             CaptureRun(options, common.log, report).takeAll();

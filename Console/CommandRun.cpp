@@ -27,8 +27,12 @@ bool standardOutputHolds() {
 
 } // namespace
 
-ExitStatus runCommand(const CommonOptions& common, const std::function<void()>& work) {
-    Platform::catchInterrupts();
+ExitStatus runCommand(const CommonOptions& common, OnInterrupt onInterrupt,
+                      const std::function<void()>& work) {
+    if (onInterrupt == OnInterrupt::note)
+        Platform::catchInterrupts();
+    else
+        Platform::endAtInterrupts("korva: interrupted\n", static_cast<int>(ExitStatus::failed));
     LibraryLines libraryLines;
     try {
         const Platform::LibraryErrors guard([&](std::string_view line) { libraryLines.show(line); });

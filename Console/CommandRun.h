@@ -23,10 +23,17 @@ public:
     Interrupted() : std::runtime_error("interrupted") {}
 };
 
+/// What Ctrl-C does to a command.
+enum class OnInterrupt {
+    note, ///< sets Platform::interrupted(): the command has something to bring to an end or to clean up
+    end   ///< ends the process at once, with one line and ExitStatus::failed: nothing is lost but an answer
+};
+
 /// Hands the common options on to the host and does the work. What that throws is one line on standard error
-/// and ExitStatus::failed, as is a standard output that could not be written. From its begin on Ctrl-C sets
-/// Platform::interrupted(), and what libraries write to `stderr` is shown by LibraryLines. Never throws.
-ExitStatus runCommand(const CommonOptions& common, const std::function<void()>& work);
+/// and ExitStatus::failed, as is a standard output that could not be written. What libraries write to
+/// `stderr` is shown by LibraryLines. Never throws.
+ExitStatus runCommand(const CommonOptions& common, OnInterrupt onInterrupt,
+                      const std::function<void()>& work);
 
 /// Prints a line on standard output at once.
 void say(const std::string& line);

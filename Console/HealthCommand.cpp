@@ -83,12 +83,14 @@ std::string healthLine(const std::string& place, const std::optional<NetworkHeal
 }
 
 ExitStatus runHealth(const HealthOptions& options, const CommonOptions& common) {
-    return runCommand(common, [&] {
+    return runCommand(common, OnInterrupt::end, [&] {
         ProgressBar bar(Platform::standardError());
         ToolLog log(common.log, &bar);
         const CameraHost host(options.camera, log);
         const CameraPointer camera = host.cameraNamedBy(options.camera);
         warn(log.takeRemarks());
+        // The probes can be interrupted, unlike an identification.
+        Platform::catchInterrupts();
         Watch watch(*camera, log, bar);
         watch.probe();
         while (options.watch && !Platform::interrupted()) {

@@ -62,7 +62,7 @@ void addDescribeOptions(CLI::App& command, IdentityOptions& options) {
 }
 
 ExitStatus runDiscover(const IdentityOptions& options, const CommonOptions& common) {
-    return runCommand(common, [&] {
+    return runCommand(common, OnInterrupt::end, [&] {
         ToolLog log(common.log, nullptr);
         const CameraHost host(options.camera, log);
         std::vector<CameraInfo> cameras;
@@ -79,7 +79,7 @@ ExitStatus runDiscover(const IdentityOptions& options, const CommonOptions& comm
 }
 
 ExitStatus runIdentify(const IdentityOptions& options, const CommonOptions& common) {
-    return runCommand(common, [&] {
+    return runCommand(common, OnInterrupt::end, [&] {
         ToolLog log(common.log, nullptr);
         const CameraHost host(options.camera, log);
         const CameraInfo camera = host.cameraAt(options.camera.address)->getCameraInfo();
@@ -89,7 +89,7 @@ ExitStatus runIdentify(const IdentityOptions& options, const CommonOptions& comm
 }
 
 ExitStatus runDescribe(const IdentityOptions& options, const CommonOptions& common) {
-    return runCommand(common, [&] {
+    return runCommand(common, OnInterrupt::end, [&] {
         ToolLog log(common.log, nullptr);
         const CameraHost host(options.camera, log);
         const std::string description = host.cameraAt(options.camera.address)->toXml();

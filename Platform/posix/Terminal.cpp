@@ -3,6 +3,7 @@
 #include <atomic>
 #include <cerrno>
 #include <csignal>
+#include <cstring>
 #include <sys/ioctl.h>
 #include <unistd.h>
 
@@ -28,6 +29,17 @@ extern "C" void noteInterrupt(int) {
     errno = errorBefore;
 }
 
+std::atomic<const char*> lastWordsAtEnd{nullptr};
+std::atomic<int> statusAtEnd{0};
+static_assert(std::atomic<const char*>::is_always_lock_free && std::atomic<int>::is_always_lock_free,
+              "a signal handler reads them");
+
+extern "C" void endProcess(int) {
+    const char* const words = lastWordsAtEnd;
+    [[maybe_unused]] const ssize_t written = write(STDERR_FILENO, words, std::strlen(words));
+    _exit(statusAtEnd);
+}
+
 } // namespace
 
 bool Platform::isTerminal(std::FILE* stream) {
@@ -43,6 +55,12 @@ int Platform::terminalColumns(std::FILE* stream) {
 
 void Platform::catchInterrupts() {
     setHandler(noteInterrupt);
+}
+
+void Platform::endAtInterrupts(const char* lastWords, int status) {
+    lastWordsAtEnd = lastWords;
+    statusAtEnd = status;
+    setHandler(endProcess);
 }
 
 bool Platform::interrupted() {

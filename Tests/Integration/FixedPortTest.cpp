@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
+#include <chrono>
 #include <csignal>
 #include <fstream>
 #include <string>
@@ -98,6 +99,26 @@ TEST(ToolOnTheCamerasOwnPorts, DescriptionLeadsBackToTheCamera) {
         runTool({"capture", "--from", folder.file("camera.xml"), "--output", folder.file("a.png")});
     EXPECT_EQ(result.status, 0) << result.errors;
     EXPECT_EQ(readGreyPng(folder.file("a.png")).width, 1676u);
+}
+
+TEST(ToolOnTheCamerasOwnPorts, OneInterruptEndsAnIdentificationThatTheCameraHolds) {
+    struct Interrupted {
+        const char* command;
+        int signal;
+    };
+    for (const auto& [command, signal] :
+         {Interrupted{"identify", SIGINT}, {"describe", SIGTERM}, {"health", SIGINT}}) {
+        // A byte every 200 ms, of a sample picture of some hundred.
+        CameraAtItsPorts camera({"--hardware", "X900", "--size", "40x30", "--fault", "get:drip=1/200"});
+        ChildProcess tool(toolCommand({command, address}));
+        EXPECT_TRUE(camera.process().waitForOutput("fault get:drip")) << camera.process().output();
+        const auto sent = std::chrono::steady_clock::now();
+        tool.signal(signal);
+        EXPECT_EQ(tool.wait(), 1) << command;
+        EXPECT_LT(std::chrono::steady_clock::now() - sent, std::chrono::seconds(5)) << command;
+        EXPECT_EQ(tool.output(), "") << command;
+        EXPECT_EQ(tool.errors(), "korva: interrupted\n") << command;
+    }
 }
 
 TEST(ToolOnTheCamerasOwnPorts, HealthByAddressIdentifiesFirst) {

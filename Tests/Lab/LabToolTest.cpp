@@ -123,6 +123,16 @@ TEST(LabDiscovery, HostileCameraCannotSteerTheTerminal) {
         ASSERT_TRUE(byte == '\n' || (byte & 0x60) != 0) << result.output << result.errors;
 }
 
+TEST(LabDiscovery, OneInterruptEndsItWhileACameraHoldsIt) {
+    const LabResult result = discover(
+        "1 --hardware X900 --size 40x30 --fault get:drip=1/200\n",
+        "korva discover & search=$!; for i in {1..300}; do"
+        " grep -q 'fault get:drip' $KORVA_LAB/camera-1.log && break; sleep 0.05; done;"
+        "kill -INT $search; begin=$SECONDS; wait $search; echo status $? after $((SECONDS - begin < 5))");
+    EXPECT_EQ(result.output, "status 1 after 1\n");
+    EXPECT_EQ(result.errors, "korva: interrupted\n");
+}
+
 class LabDiscoveryOf : public testing::TestWithParam<int> {};
 
 constexpr int adaptersOfMany = 8;

@@ -90,6 +90,27 @@ TEST(InterruptsDeathTest, EndTheProcessTheSecondTime) {
     EXPECT_EXIT(child(SIGINT, SIGTERM), ::testing::KilledBySignal(SIGTERM), "");
 }
 
+TEST(InterruptsDeathTest, EndTheProcessAtOnceWhereThatIsAskedFor) {
+    for (const int interrupt : {SIGINT, SIGTERM}) {
+        const auto child = [interrupt] {
+            Platform::endAtInterrupts("last words\n", 7);
+            std::raise(interrupt);
+            std::_Exit(0);
+        };
+        EXPECT_EXIT(child(), ::testing::ExitedWithCode(7), "^last words\n$") << interrupt;
+    }
+}
+
+TEST(InterruptsDeathTest, AreNotedOnceTheProcessNoLongerEndsAtOnce) {
+    const auto child = [] {
+        Platform::endAtInterrupts("last words\n", 7);
+        Platform::catchInterrupts();
+        std::raise(SIGINT);
+        std::_Exit(Platform::interrupted() ? 0 : 1);
+    };
+    EXPECT_EXIT(child(), ::testing::ExitedWithCode(0), "^$");
+}
+
 TEST(FlushToDevice, TellsWhetherTheBytesWereTaken) {
     const Stream file(std::tmpfile());
     std::fputs("abc", file.get());

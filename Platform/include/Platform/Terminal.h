@@ -15,6 +15,11 @@ int terminalColumns(std::FILE* stream);
 /// ends the process at once.
 void catchInterrupts();
 
+/// From now on, until catchInterrupts(), Ctrl-C and a polite request to end do end the process, whatever it
+/// waits for: `lastWords`, which must stay valid, go to standard error, and `status` is its exit status.
+/// Nothing is flushed or cleaned up.
+void endAtInterrupts(const char* lastWords, int status);
+
 /// True once an interrupt came after catchInterrupts(). Any thread.
 bool interrupted();
 
