@@ -46,6 +46,33 @@ TEST(Printable, EscapesWhatIsNotSeen) {
     EXPECT_EQ(printable("\xEF\xBF\xBD"), "\xEF\xBF\xBD");                         // the replacement character
 }
 
+TEST(Printable, EscapesFillersAndSelectors) {
+    struct Unseen {
+        const char* first;
+        const char* last;
+        const char* before; ///< seen, as is what comes after
+        const char* after;
+    };
+    const Unseen ranges[] = {
+        {"\u115F", "\u1160", "\u115E", "\u1161"},                 // fillers of Korean
+        {"\u17B4", "\u17B5", "\u17B3", "\u17B6"},                 // inherent vowels
+        {"\u180B", "\u180F", "\u180A", "\u1810"},                 // Mongolian selectors
+        {"\u2800", "\u2800", "\u27FF", "\u2801"},                 // blank Braille
+        {"\u3164", "\u3164", "\u3163", "\u3165"},                 // a filler of Korean
+        {"\uFE00", "\uFE0F", "\uFDFF", "\uFE10"},                 // selectors
+        {"\uFFA0", "\uFFA0", "\uFF9F", "\uFFA1"},                 // a filler, of half width
+        {"\uFFF0", "\uFFFB", "\uFFEF", "\uFFFC"},                 // not given away, and annotations
+        {"\U000E0000", "\U000E0FFF", "\U000DFFFF", "\U000E1000"}, // tags, more selectors
+    };
+    for (const Unseen& range : ranges) {
+        EXPECT_TRUE(printable(range.first).starts_with("\\x")) << range.first;
+        EXPECT_TRUE(printable(range.last).starts_with("\\x")) << range.last;
+        EXPECT_EQ(printable(range.before), range.before);
+        EXPECT_EQ(printable(range.after), range.after);
+    }
+    EXPECT_EQ(printable("\u3164"), "\\xe3\\x85\\xa4");
+}
+
 TEST(Printable, ShowsTheRawByte255) {
     EXPECT_EQ(printable("300 > \xff"), "300 > \\xff");
 }

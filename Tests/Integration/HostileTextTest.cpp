@@ -52,7 +52,7 @@ const HostileText hostileTexts[] = {
                          "16M\xE2\x81\xA6\xE2\x80\x8F\xD8\x9C"},
     {"NoWidth", "M\xE2\x80\x8B"
                 "6\xE2\x81\xA0"
-                "1\xEF\xBB\xBF\xC2\xAD\xF3\xA0\x81\x81"},
+                "1\xEF\xBB\xBF\xC2\xAD\xF3\xA0\x81\x81\xE3\x85\xA4\xEF\xB8\x8F\xF3\xA0\x84\x80"},
     {"Path", "../../../../tmp/x"},
     {"Long", std::string(900, 'L')},
 };
