@@ -21,13 +21,12 @@
 #define KORVA_LOG_WIDE(logger, LevelName, file, message)                                                     \
     KORVA_LOG_THROUGH(std::wostringstream, logger, LevelName, file, __LINE__, message)
 
-/// What the others have in common: `Stream` builds the message.
-#define KORVA_LOG_THROUGH(Stream, logger, LevelName, file, line, message)                                    \
+/// What the others have in common: `Stream` builds the message, which stands last.
+#define KORVA_LOG_THROUGH(Stream, logger, LevelName, file, line, ...)                                        \
     do {                                                                                                     \
         if ((logger)->is##LevelName##Enabled()) {                                                            \
             Stream korvaLogStream;                                                                           \
-            /* NOLINTNEXTLINE(bugprone-macro-parentheses): parentheses would make a chain of `<<` a shift */ \
-            korvaLogStream << message;                                                                       \
+            korvaLogStream << __VA_ARGS__;                                                                   \
             (logger)->forcedLog(log4cxx::Level::get##LevelName(), korvaLogStream.str(),                      \
                                 log4cxx::spi::LocationInfo("BackEnd/NativeCameraKorva/" file, file,          \
                                                            __LOG4CXX_FUNC__, line));                         \
