@@ -60,7 +60,7 @@ function(korva_test name)
   endif()
   if(arg_ONE_ENTRY)
     add_test(NAME ${name} COMMAND ${name})
-    set_tests_properties(${name} PROPERTIES TIMEOUT 300 LABELS "${arg_LABELS}")
+    set_tests_properties(${name} PROPERTIES TIMEOUT 300 SKIP_RETURN_CODE 77 LABELS "${arg_LABELS}" ${lock})
     return()
   endif()
   gtest_discover_tests(${name}

@@ -79,7 +79,8 @@ def programs(minutes):
             [],
             [
                 "fault matrix",
-                "over real sockets",
+                "fault cells checked over real sockets",
+                "fault cells of searches and sample pictures checked over real sockets",
                 "time bound",
                 *[f"{failure}, {operation}:" for failure in FAILED_IN_TURN for operation in OPERATIONS],
                 f"{FAILED_IN_TURN[0]}, registration:",

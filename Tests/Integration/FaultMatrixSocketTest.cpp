@@ -1,51 +1,26 @@
 // Chosen cells of the fault matrix against the simulated camera over real sockets, held to the same table.
 
 #include "ServedCamera.h"
+#include "SocketCells.h"
 
-#include "Camera/Camera.h"
-#include "Camera/Random.h"
 #include "Communicator/DeviceException.h"
-#include "FaultMatrixIdentity.h"
-#include "FaultMatrixReader.h"
 #include "NativeCameraControl/ImagingInterface.h"
 #include "NativeCameraKorva/KorvaCamera.h"
 #include "NativeCameraKorva/KorvaHelper.h"
-#include "Platform/Text.h"
 #include "ReferenceHost/HostControl.h"
-#include "Support/LogCapture.h"
-#include "Support/WireMessages.h"
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
-#include <cctype>
 #include <cstdio>
-#include <ostream>
 #include <string>
 
 using namespace FaultMatrix;
-using Integration::ImpatientCommunicator;
-using Integration::ServedCamera;
+using namespace Integration;
 
 namespace {
 
-constexpr Simulator::PictureSize pictureSize{8, 4};
 constexpr unsigned int exposureUnits = 15; ///< a device's own
-constexpr std::size_t garbageLength = 64;
 constexpr wchar_t loopback[] = L"127.0.0.1";
-
-/// A cell, and the fault as the simulator is told of it. Each strikes once, so that the camera is mended
-/// then.
-struct SocketCell {
-    Exchange exchange;
-    int attempt;
-    Kind kind;
-    const char* fault;
-};
-
-std::ostream& operator<<(std::ostream& stream, const SocketCell& cell) {
-    return stream << cell.fault;
-}
 
 const SocketCell pictureCells[] = {
     {Exchange::configure, 1, Kind::closedAtOnce, "configure:close*1"},
@@ -115,64 +90,17 @@ const SocketCell replyCells[] = {
     {Exchange::network, 1, Kind::endlessData, "network:endless*1"},
 };
 
-Simulator::CameraSettings settingsOf(const SocketCell& cell) {
-    Simulator::CameraSettings settings;
-    settings.scene.kind = Simulator::SceneKind::Noise;
-    settings.size = pictureSize;
-    if (cell.attempt == 2)
-        settings.faults.push_back(
-            Simulator::parseFault("configure:error=" + std::to_string(refusalCode) + "*1"));
-    settings.faults.push_back(Simulator::parseFault(cell.fault));
-    return settings;
-}
-
-/// The simulator's meaningless bytes: drawn from its seed, but for the first.
-Bytes garbageOf(const Simulator::CameraSettings& settings) {
-    Bytes bytes(garbageLength);
-    for (std::size_t index = 0; index < bytes.size(); ++index)
-        bytes[index] = static_cast<std::uint8_t>(Simulator::randomBits(settings.seed, index));
-    bytes.front() = 0xAA;
-    return bytes;
-}
-
-Bytes pictureAnswerOf(const Simulator::CameraSettings& settings) {
-    Simulator::Configuration configuration;
-    configuration.exposureUnits = exposureUnits;
-    configuration.mode = 2;
-    configuration.format = Simulator::PictureFormat::Sgi;
-    return *Simulator::Camera(settings).pictureAnswer(configuration);
-}
-
-Struck struckBy(const SocketCell& cell, const Simulator::CameraSettings& settings) {
-    const Place place{cell.exchange, cell.attempt};
-    const bool isPicture = cell.exchange == Exchange::get;
-    if (cell.kind == Kind::garbage)
-        return {place, received(garbageOf(settings), Ending::silence, isPicture).reading, isPicture};
-    return FaultMatrix::struckBy(cell.kind, place, TestSupport::wireMessage({{0, {}}}),
-                                 pictureAnswerOf(settings));
-}
+/// As a device asks for its pictures.
+constexpr Simulator::Configuration deviceConfiguration{exposureUnits, 2, Simulator::PictureFormat::Sgi};
 
 std::wstring endpointOf(int port) {
     return std::wstring(loopback) + L":" + std::to_wstring(port);
 }
 
-/// Level and message of what the plug-in says at warn and above.
-std::vector<TestSupport::LogText> textsOf(const Lines& lines) {
-    std::vector<TestSupport::LogText> texts;
-    for (const Line& line : lines)
-        texts.push_back({line.level, line.message});
-    return texts;
-}
-
-class PluginLog : public TestSupport::LogCapture {
-public:
-    PluginLog() : LogCapture("Plenar.KorvaCamera", log4cxx::Level::getWarn()) {}
-};
-
 CameraInfo describedBySize() {
     CameraInfo info;
-    info.setResolutionX(static_cast<int>(pictureSize.width));
-    info.setResolutionY(static_cast<int>(pictureSize.height));
+    info.setResolutionX(static_cast<int>(cellPictureSize.width));
+    info.setResolutionY(static_cast<int>(cellPictureSize.height));
     return info;
 }
 
@@ -188,7 +116,7 @@ struct ServedDevice {
         auto* const imaging =
             dynamic_cast<ImagingInterface*>(camera.getInterface(ImagingInterface::interfaceTypeName));
         const auto* const pixels = static_cast<const std::uint8_t*>(imaging->getImage());
-        constexpr std::size_t count = std::size_t{pictureSize.width} * pictureSize.height;
+        constexpr std::size_t count = std::size_t{cellPictureSize.width} * cellPictureSize.height;
         return pixels == nullptr ? Bytes{} : Bytes(pixels, pixels + count);
     }
 
@@ -216,13 +144,6 @@ struct Count : testing::Environment {
 };
 const testing::Environment* const count = testing::AddGlobalTestEnvironment(new Count);
 
-std::string nameOfCell(const testing::TestParamInfo<SocketCell>& info) {
-    std::string name;
-    for (const char c : std::string(info.param.fault))
-        name += std::isalnum(static_cast<unsigned char>(c)) != 0 ? c : '_';
-    return name + "_attempt_" + std::to_string(info.param.attempt);
-}
-
 } // namespace
 
 class PictureOverSockets : public testing::TestWithParam<SocketCell> {};
@@ -231,8 +152,9 @@ TEST_P(PictureOverSockets, EndsAsTheTableSays) {
     const Simulator::CameraSettings settings = settingsOf(GetParam());
     ServedCamera served(settings);
     ServedDevice device(served.port());
-    const DeviceOutcome expected = pictureRequest(endpointOf(served.port()), struckBy(GetParam(), settings));
-    const Bytes good = Integration::expectedPixels(settings, {}, exposureUnits);
+    const DeviceOutcome expected =
+        pictureRequest(endpointOf(served.port()), struckBy(GetParam(), deviceConfiguration));
+    const Bytes good = expectedPixels(settings, {}, exposureUnits);
     {
         const PluginLog log;
         EXPECT_EQ(device.picture(), expected.good ? good : Bytes{});
@@ -256,14 +178,14 @@ TEST_P(ProbeOverSockets, EndsAsTheTableSays) {
     ServedCamera served(settings);
     ServedDevice device(served.port());
     const DeviceOutcome expected =
-        connectionCheck(endpointOf(served.port()), struckBy(GetParam(), settings).reading);
+        connectionCheck(endpointOf(served.port()), struckBy(GetParam(), deviceConfiguration).reading);
     {
         const PluginLog log;
         EXPECT_EQ(device.camera.isAlive(), expected.good);
         EXPECT_EQ(log.texts(), textsOf(expected.lines));
     }
     EXPECT_EQ(device.reports, expected.good ? std::vector<int>{} : std::vector{expected.health});
-    device.expectMended(Integration::expectedPixels(settings, {}, exposureUnits));
+    device.expectMended(expectedPixels(settings, {}, exposureUnits));
     ++checked;
 }
 
@@ -271,27 +193,9 @@ INSTANTIATE_TEST_SUITE_P(health, ProbeOverSockets, testing::ValuesIn(probeCells)
 
 class ReplyOverSockets : public testing::TestWithParam<SocketCell> {
 protected:
-    static constexpr std::size_t query(Exchange exchange) { return static_cast<std::size_t>(exchange) - 1; }
-
-    static Identified goodCamera(int port) {
-        return {loopback,
-                {"[Version --HW M61 --SW 3.2.15 --API 1.4]", "[SerialNumber --Camera 1234]",
-                 "[--Settings --NetworkProtocol static --NetMask 255.255.255.0 --NetGateway 0.0.0.0]"},
-                std::nullopt,
-                std::nullopt,
-                {0, 0},
-                port};
-    }
-
-    static Identified faultyCamera(int port) {
-        const SocketCell& cell = GetParam();
-        Identified camera = goodCamera(port);
-        const std::size_t at = query(cell.exchange);
-        const Bytes noise = garbageOf(settingsOf(cell));
-        camera.faulty = {
-            at, cell.kind == Kind::garbage
-                    ? receivedReply(std::string(noise.begin(), noise.end()), Ending::silence)
-                    : replyReadingOf(cell.kind, camera.replies.at(at), camera.replies.at((at + 2) % 3))};
+    /// At the ports that the system chose.
+    static Identified at(int textPort, Identified camera) {
+        camera.textPort = textPort;
         return camera;
     }
 
@@ -302,13 +206,7 @@ protected:
         try {
             const CameraInfo info = Korva::determineCameraInfo(&communicator, "00-00-00-00-00-01");
             ASSERT_TRUE(expected.identity);
-            const Identity& its = *expected.identity;
-            EXPECT_EQ(info.getFW(), Platform::wideFromUtf8("SW-" + its.software + "_API-" + its.api));
-            EXPECT_EQ(info.getSerialNumber(), Platform::wideFromUtf8(its.serial));
-            EXPECT_EQ(info.getSubnetMask(), Platform::wideFromUtf8(its.netMask));
-            EXPECT_EQ(info.getDefaultGateway(), Platform::wideFromUtf8(its.gateway));
-            EXPECT_EQ(info.getResolutionX(), its.size.first);
-            EXPECT_EQ(info.getResolutionY(), its.size.second);
+            expectSame(info, *expected.identity);
         } catch (const DeviceException& exception) {
             EXPECT_FALSE(expected.identity);
             EXPECT_EQ(exception.getMessage(), expected.exception);
@@ -320,8 +218,8 @@ protected:
 
 TEST_P(ReplyOverSockets, EndsAsTheTableSays) {
     const ServedCamera served(settingsOf(GetParam()));
-    expectIdentified(faultyCamera(served.textPort()));
-    expectIdentified(goodCamera(served.textPort()));
+    expectIdentified(at(served.textPort(), faultyCamera(GetParam(), loopback)));
+    expectIdentified(at(served.textPort(), goodCamera(GetParam(), loopback)));
     ++checked;
 }
 

@@ -49,7 +49,7 @@ protected:
     }
 
     Tally tally_; ///< prints what is wrong
-    const CameraNetworks networks_;
+    const Integration::CameraNetworks networks_;
     ReferenceHost::PluginLibrary plugin_{KORVA_PLUGIN};
     std::deque<SoakedCamera> cameras_;
 };

@@ -10,7 +10,7 @@ namespace Soak {
 struct Stage {
     SoakedCamera& camera;
     std::size_t index; ///< of the camera
-    const CameraNetworks& networks;
+    const Integration::CameraNetworks& networks;
     const DeviceType& type;
     Tally& tally;
 };

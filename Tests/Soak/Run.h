@@ -57,7 +57,7 @@ private:
     Clock::time_point start_ = Clock::now();
     Clock::time_point end_;
     Tally tally_;
-    CameraNetworks networks_;
+    Integration::CameraNetworks networks_;
     Random random_;
     std::optional<ReferenceHost::PluginLibrary> plugin_;
     std::deque<SoakedCamera> cameras_; ///< behind the plug-in, whose devices they hold

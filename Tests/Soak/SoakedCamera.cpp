@@ -53,7 +53,7 @@ std::size_t pixelsOf(const Point<int, 2>& resolution) {
 
 } // namespace
 
-SoakedCamera::SoakedCamera(std::size_t index, const CameraNetworks& networks, Tally& tally,
+SoakedCamera::SoakedCamera(std::size_t index, const Integration::CameraNetworks& networks, Tally& tally,
                            std::uint64_t seed, std::optional<Simulator::PictureSize> size)
     : index_(index), networks_(networks), tally_(tally), random_(seed) {
     settings_.serialNumber = std::to_string(5000 + index);

@@ -28,8 +28,8 @@ namespace Soak {
 class SoakedCamera {
 public:
     /// `size`: of its pictures; where unset the camera is a known model, else one that a picture is asked of.
-    SoakedCamera(std::size_t index, const CameraNetworks& networks, Tally& tally, std::uint64_t seed,
-                 std::optional<Simulator::PictureSize> size);
+    SoakedCamera(std::size_t index, const Integration::CameraNetworks& networks, Tally& tally,
+                 std::uint64_t seed, std::optional<Simulator::PictureSize> size);
     ~SoakedCamera();
 
     Random& random() { return random_; }
@@ -87,7 +87,7 @@ private:
     NativeCamera& camera() const;
 
     std::size_t index_;
-    const CameraNetworks& networks_;
+    const Integration::CameraNetworks& networks_;
     Tally& tally_;
     Random random_;
     Simulator::CameraSettings settings_;

@@ -2,6 +2,7 @@
 // that.
 
 #include "Support/PrivateNetworks.h"
+#include "Support/TestLocale.h"
 
 #include <cstdio>
 #include <gtest/gtest.h>
@@ -15,6 +16,8 @@ constexpr int notAllowed = 77;
 
 int main(int argc, char** argv) {
     const std::vector<char*> arguments(argv, argv + argc); // before GoogleTest takes its own away
+    if (!TestSupport::setTestLocale())
+        return 2;
     ::testing::InitGoogleTest(&argc, argv);
     const bool onlyLists = GTEST_FLAG_GET(list_tests);
     if (onlyLists || TestSupport::hasPrivateNetworks())

@@ -12,7 +12,7 @@
 
 using namespace std::chrono_literals;
 
-namespace Soak {
+namespace Integration {
 
 namespace {
 
@@ -136,4 +136,4 @@ void CameraNetworks::mendCable(std::size_t camera) const {
     }
 }
 
-} // namespace Soak
+} // namespace Integration

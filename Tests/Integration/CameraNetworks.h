@@ -9,7 +9,7 @@
 #include <string>
 #include <vector>
 
-namespace Soak {
+namespace Integration {
 
 /// Its operations may be called on any thread that came into being after it; such a thread is in the host's
 /// network. What fails throws std::runtime_error.
@@ -40,4 +40,4 @@ private:
     std::unique_ptr<TestSupport::NetworkNamespace> host_;
 };
 
-} // namespace Soak
+} // namespace Integration
