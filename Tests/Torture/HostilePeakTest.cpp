@@ -49,6 +49,13 @@ constexpr std::uint32_t gibi = std::uint32_t{1} << 30;
 /// What small things cost: buffers, libpng, the first use of a library's code.
 constexpr double small = 4;
 
+/// A sanitizer's own memory hides what a case holds; there the cases are run for what it reports.
+#ifdef KORVA_SANITIZED
+constexpr bool peakIsCounted = false;
+#else
+constexpr bool peakIsCounted = true;
+#endif
+
 /// Of the kernel's account of this process, in MiB: "VmRSS" now, "VmHWM" the peak.
 double memoryOf(const std::string& field) {
     std::ifstream status("/proc/self/status");
@@ -83,12 +90,15 @@ double peakOf(const std::function<bool()>& work) {
     return heard && status == 0 ? growth : -1;
 }
 
-/// Prints what the case took and holds it against its bound, in MiB.
+/// Expects the case to end well. Prints what it took and holds it against its bound, in MiB, where that
+/// counts.
 void expectPeak(const char* name, double bound, const std::function<bool()>& work) {
     const double growth = peakOf(work);
-    std::printf("figure: peak memory, %s: %.1f MB\n", name, growth);
     EXPECT_GE(growth, 0) << "the child failed";
-    EXPECT_LE(growth, bound);
+    if constexpr (peakIsCounted) {
+        std::printf("figure: peak memory, %s: %.1f MB\n", name, growth);
+        EXPECT_LE(growth, bound);
+    }
 }
 
 struct HostilePeak : ::testing::Test {
@@ -101,6 +111,7 @@ struct HostilePeak : ::testing::Test {
     }
 };
 
+#ifndef KORVA_SANITIZED
 // The counting itself.
 
 TEST_F(HostilePeak, SeesWhatIsHeldForAMoment) {
@@ -111,6 +122,7 @@ TEST_F(HostilePeak, SeesWhatIsHeldForAMoment) {
     });
     EXPECT_NEAR(growth, 32, 2);
 }
+#endif
 
 // Messages.
 
