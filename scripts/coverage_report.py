@@ -87,7 +87,7 @@ class Source:
             if self.text[line["line_number"] - 1] != "}":
                 self.lines[line["line_number"]] += line["count"]
             if line["branches"]:
-                self._add_branches(document["file"], line, functions, graphs)
+                self._add_branches(os.path.normpath(document["file"]), line, functions, graphs)
 
     def _add_branches(self, file, line, functions, graphs):
         number, branches = line["line_number"], line["branches"]

@@ -4,6 +4,7 @@ gcov's own output does not tell code that only an exception reaches from other c
 """
 
 import collections
+import os
 import struct
 
 FUNCTION, BLOCKS, ARCS, LINES = 0x01000000, 0x01410000, 0x01430000, 0x01450000
@@ -115,4 +116,5 @@ def _read_lines(reader, end, function):
             if former is None or former[0] != file or former[1] < line:
                 function.lines[block] = (file, line)
         else:
-            file = reader.text() or file
+            name = reader.text()
+            file = os.path.normpath(name) if name else file  # as a compiler cache may leave a/../b

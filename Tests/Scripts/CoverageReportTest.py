@@ -56,13 +56,13 @@ class Reports(unittest.TestCase):
             text.write(self.CODE)
         self.source = coverage_report.Source(self.path)
 
-    def count(self, taken, not_taken, name="f", column=1):
+    def count(self, taken, not_taken, name="f", column=1, file="f.cpp"):
         ran = taken + not_taken
         function = {"name": name, "start_line": 1, "start_column": column, "execution_count": ran}
         lines = [(1, ran, []), (2, ran, branches(taken, not_taken)), (3, taken, []), (4, not_taken, [])]
         self.source.add(
             {
-                "file": "f.cpp",
+                "file": file,
                 "functions": [function],
                 "lines": [
                     {"line_number": number, "count": count, "branches": ways, "function_name": name}
@@ -91,6 +91,10 @@ class Reports(unittest.TestCase):
         self.assertEqual(self.check(), [])
         self.assertIn("figure: line coverage of the plug-in: 100.0 %", self.output.getvalue())
         self.assertIn("figure: branch coverage of the plug-in: 100.0 %", self.output.getvalue())
+
+    def test_knows_a_file_by_any_of_its_names(self):
+        self.count(1, 0, file="folder/../f.cpp")
+        self.assertEqual(self.source.missing(), {2: [0, 1], 4: [1, 0]})
 
     def test_counts_the_copies_of_a_function_as_one(self):
         self.count(1, 0, "f<int>")
