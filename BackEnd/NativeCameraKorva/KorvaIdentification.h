@@ -5,6 +5,7 @@
 #include "VantrelCommon/Point.h"
 
 #include <string>
+#include <string_view>
 
 class Communicator;
 
@@ -16,7 +17,7 @@ inline constexpr char unknownMacAddress[] = "00-00-00-00-00-00";
 /// True where the last occurrence of `suffix` in `text` starts at (length of text - length of suffix),
 /// computed as unsigned sizes with "not found" as the largest one. So an empty suffix always matches and,
 /// deliberately, so does every suffix that is one character longer than the text.
-bool endsWith(std::string text, std::string suffix);
+bool endsWith(std::string_view text, std::string_view suffix);
 
 /// The resolution of a camera by its hardware identifier, or, where that is unknown, the size of a sample
 /// picture taken over `imageCommunicator` (not owned; used only then; at most two grabs). (0, 0) where

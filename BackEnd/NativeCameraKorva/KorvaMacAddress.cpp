@@ -37,7 +37,7 @@ std::string formatMac(std::span<const std::uint8_t> bytes) {
 
 } // namespace
 
-// NOLINTNEXTLINE(performance-unnecessary-value-param): declared by value, the caller goes on with its own
+// NOLINTNEXTLINE(performance-unnecessary-value-param): the interface takes a copy of the text
 std::string getKorvaMacAddress(const std::string ip) {
     in_addr destination{};
     // An address that is none stays zero, and ARP then finds nobody.

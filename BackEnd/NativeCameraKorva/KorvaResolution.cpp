@@ -37,12 +37,11 @@ Point<int, 2> resolutionOfSample(Communicator* communicator) {
 
 } // namespace
 
-// NOLINTNEXTLINE(performance-unnecessary-value-param): both texts are declared by value, callers keep theirs
-bool endsWith(std::string text, std::string suffix) {
+bool endsWith(std::string_view text, std::string_view suffix) {
     return text.rfind(suffix) == text.size() - suffix.size();
 }
 
-// NOLINTNEXTLINE(performance-unnecessary-value-param): declared by value, the caller goes on with its own
+// NOLINTNEXTLINE(performance-unnecessary-value-param): the interface takes a copy of the text
 Point<int, 2> getKorvaResolution(std::string hardwareId, Communicator* imageCommunicator) {
     for (const std::string& known : knownHardwareIds) {
         if (!endsWith(hardwareId, known))

@@ -132,7 +132,7 @@ void CameraNetworks::mendCable(std::size_t camera) const {
     while (!adapter.isRunning()) {
         if (std::chrono::steady_clock::now() > deadline)
             throw std::runtime_error("an adapter stays down");
-        std::this_thread::sleep_for(1ms);
+        std::this_thread::sleep_for(1ms); // the kernel sets it going up to a second after, by itself
     }
 }
 

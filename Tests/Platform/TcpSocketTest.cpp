@@ -148,7 +148,7 @@ TEST(TcpSocket, SendsAllToAPeerThatTakesItLate) {
     const std::string sent(4 * megabyte, 'x');
     {
         const LoopbackPeer peer([&](PeerConnection& client) {
-            std::this_thread::sleep_for(30ms); // until the send waits for room, which nothing tells
+            client.keepQuiet(30ms); // until the send waits for room, which nothing tells
             received = client.receive(sent.size());
         });
         TcpSocket socket;
@@ -293,7 +293,7 @@ TEST(TcpSocket, DiscardsTheTailThatIsStillOnItsWay) {
     const LoopbackPeer peer([&](PeerConnection& client) {
         client.send("stale");
         begun.set_value();
-        std::this_thread::sleep_for(30ms); // the quiet within which the tail is still awaited
+        client.keepQuiet(30ms); // the quiet within which the tail is still awaited
         client.send("tail");
     });
     TcpSocket socket;

@@ -87,11 +87,15 @@ void PeerConnection::send(std::string_view bytes) {
     }
 }
 
+void PeerConnection::keepQuiet(std::chrono::milliseconds duration) {
+    std::this_thread::sleep_for(duration); // a quiet line is what is asked for
+}
+
 void PeerConnection::drip(std::string_view piece, int times, std::chrono::milliseconds pause) {
     for (int drop = 0; drop < times; ++drop) {
         if (::send(descriptor_, piece.data(), piece.size(), MSG_NOSIGNAL) < 0)
             return;
-        std::this_thread::sleep_for(pause);
+        keepQuiet(pause);
     }
 }
 

@@ -24,6 +24,9 @@ public:
     /// Sends all of `bytes`.
     void send(std::string_view bytes);
 
+    /// Sends and takes nothing for so long.
+    void keepQuiet(std::chrono::milliseconds duration);
+
     /// Sends `piece` `times` times, `pause` apart; ends early where the other end is gone.
     void drip(std::string_view piece, int times, std::chrono::milliseconds pause);
 
