@@ -1,15 +1,13 @@
 #include "PictureFile.h"
 
-#include "Platform/CRuntime.h"
-#include "Platform/Terminal.h"
+#include "Printable.h"
+
+#include "Platform/WholeFile.h"
 
 #include <png.h>
 
-#include <array>
 #include <cerrno>
-#include <cstdio>
 #include <filesystem>
-#include <random>
 #include <system_error>
 
 namespace Console {
@@ -28,83 +26,31 @@ std::string utf8FromPath(const fs::path& path) {
 }
 
 [[noreturn]] void fail(const std::string& file, const std::string& reason) {
-    throw PictureFileError("cannot write " + file + ": " + reason + "; try: another --output");
+    throw PictureFileError("cannot write " + printable(file) + ": " + reason + "; try: another --output");
 }
 
 std::string systemReason(int code) {
     return std::generic_category().message(code);
 }
 
-/// A name that no other writer has. Hidden, so that nobody picks it up before it is whole.
-std::string nameBeside(const fs::path& target) {
-    std::random_device random;
-    std::array<char, 16> suffix{};
-    std::snprintf(suffix.data(), suffix.size(), ".%08x.part", static_cast<unsigned int>(random()));
-    std::string name = ".";
-    name.append(utf8FromPath(target.filename())).append(suffix.data());
-    return utf8FromPath(target.parent_path() / pathFromUtf8(name));
+/// The file that a path stands for, links followed. Throws where it is nothing that a file may replace.
+std::string fileBehind(const std::string& utf8Path) {
+    const fs::path path = pathFromUtf8(utf8Path);
+    std::error_code code;
+    const fs::file_status status = fs::status(path, code);
+    if (status.type() == fs::file_type::none)
+        fail(utf8Path, code.message());
+    if (fs::is_directory(status))
+        fail(utf8Path, systemReason(EISDIR));
+    if (!fs::exists(status))
+        return utf8Path;
+    if (!fs::is_regular_file(status))
+        fail(utf8Path, "it exists and is not an ordinary file");
+    const fs::path target = fs::canonical(path, code);
+    if (code)
+        fail(utf8Path, code.message());
+    return utf8FromPath(target);
 }
-
-/// The file under its temporary name, removed unless it was kept.
-class PartFile {
-public:
-    explicit PartFile(const std::string& utf8Path) : requested_(utf8Path), target_(pathFromUtf8(utf8Path)) {
-        std::error_code code;
-        const fs::file_status status = fs::status(target_, code);
-        if (fs::is_directory(status))
-            fail(requested_, systemReason(EISDIR));
-        if (fs::exists(status) && !fs::is_regular_file(status))
-            fail(requested_, "it exists and is not an ordinary file");
-        if (fs::exists(status))
-            target_ = fs::canonical(target_, code);
-        if (code && fs::exists(status))
-            fail(requested_, code.message());
-
-        partName_ = nameBeside(target_);
-        errno = 0;
-        // Exclusive: a file of that name, however unlikely, is somebody else's.
-        file_ = Platform::fopen(partName_.c_str(), "wbx");
-        if (file_ == nullptr)
-            fail(requested_, systemReason(errno));
-    }
-    PartFile(const PartFile&) = delete;
-    PartFile& operator=(const PartFile&) = delete;
-
-    ~PartFile() {
-        if (file_ != nullptr)
-            Platform::fclose(file_);
-        std::error_code ignored;
-        if (!kept_)
-            fs::remove(pathFromUtf8(partName_), ignored);
-    }
-
-    void write(std::span<const unsigned char> bytes) {
-        errno = 0;
-        if (Platform::fwrite(bytes.data(), 1, bytes.size(), file_) != bytes.size() ||
-            !Platform::flushToDevice(file_))
-            fail(requested_, systemReason(errno));
-    }
-
-    void keep() {
-        errno = 0;
-        const int closed = Platform::fclose(file_);
-        file_ = nullptr;
-        if (closed != 0)
-            fail(requested_, systemReason(errno));
-        std::error_code code;
-        fs::rename(pathFromUtf8(partName_), target_, code);
-        if (code)
-            fail(requested_, code.message());
-        kept_ = true;
-    }
-
-private:
-    std::string requested_;
-    fs::path target_;
-    std::string partName_;
-    std::FILE* file_ = nullptr;
-    bool kept_ = false;
-};
 
 } // namespace
 
@@ -128,20 +74,20 @@ std::vector<unsigned char> encodeGreyPng(std::uint32_t width, std::uint32_t heig
 }
 
 void writeWholeFile(const std::string& utf8Path, std::span<const unsigned char> bytes) {
-    PartFile part(utf8Path);
-    part.write(bytes);
-    part.keep();
+    if (const std::error_code failure = Platform::writeWholeFile(fileBehind(utf8Path), bytes))
+        fail(utf8Path, failure.message());
 }
 
 void checkWritable(const std::string& utf8Path) {
-    const PartFile part(utf8Path);
+    if (const std::error_code failure = Platform::checkWholeFile(fileBehind(utf8Path)))
+        fail(utf8Path, failure.message());
 }
 
 void makeFolder(const std::string& utf8Path) {
     std::error_code code;
     fs::create_directories(pathFromUtf8(utf8Path), code);
     if (code)
-        throw PictureFileError("cannot make the folder " + utf8Path + ": " + code.message());
+        throw PictureFileError("cannot make the folder " + printable(utf8Path) + ": " + code.message());
 }
 
 } // namespace Console

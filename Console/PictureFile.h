@@ -9,7 +9,7 @@
 
 namespace Console {
 
-/// A file could not be written. The message names the file, the system's reason and what to try.
+/// A file could not be written. The message, printable, names the file, the system's reason and what to try.
 class PictureFileError : public std::runtime_error {
 public:
     using std::runtime_error::runtime_error;
@@ -20,12 +20,13 @@ public:
 std::vector<unsigned char> encodeGreyPng(std::uint32_t width, std::uint32_t height,
                                          std::span<const unsigned char> pixels);
 
-/// Writes `bytes` to a new file beside `utf8Path`, flushes it to the device and renames it to `utf8Path`,
-/// where an ordinary file is replaced. Throws PictureFileError where any step fails, and then leaves nothing
-/// behind and an older file untouched. A symbolic link is followed.
+/// Writes `bytes` to the file `utf8Path` as Platform::writeWholeFile does: where an ordinary file is
+/// replaced, with its permissions kept. Throws PictureFileError where any step fails, and then leaves nothing
+/// behind and an older file untouched. A symbolic link to a file is followed.
 void writeWholeFile(const std::string& utf8Path, std::span<const unsigned char> bytes);
 
-/// Throws PictureFileError where writeWholeFile could not even begin. Leaves nothing behind.
+/// Throws PictureFileError where writeWholeFile could not even begin. Leaves nothing behind and touches no
+/// file that exists.
 void checkWritable(const std::string& utf8Path);
 
 /// Makes a folder, and those that hold it, where they are missing. Throws PictureFileError.

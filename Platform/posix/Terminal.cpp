@@ -66,14 +66,3 @@ void Platform::endAtInterrupts(const char* lastWords, int status) {
 bool Platform::interrupted() {
     return interruptCame;
 }
-
-bool Platform::flushToDevice(std::FILE* file) {
-    if (std::fflush(file) != 0)
-        return false;
-    int result = 0;
-    do {
-        result = fsync(fileno(file));
-    } while (result != 0 && errno == EINTR);
-    // A pipe or a device without a cache has nothing to flush.
-    return result == 0 || errno == EINVAL || errno == EROFS || errno == ENOTSUP;
-}

@@ -1,14 +1,14 @@
 #include "Console/PictureFile.h"
 
+#include "Support/FileSizeLimit.h"
+
 #include <gtest/gtest.h>
 #include <png.h>
 
-#include <csignal>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
 #include <string>
-#include <sys/resource.h>
 #include <sys/stat.h>
 #include <vector>
 
@@ -16,6 +16,7 @@ using Console::checkWritable;
 using Console::encodeGreyPng;
 using Console::PictureFileError;
 using Console::writeWholeFile;
+using TestSupport::FileSizeLimit;
 
 namespace fs = std::filesystem;
 
@@ -59,25 +60,6 @@ std::string messageOf(const std::string& path, const Bytes& bytes) {
     }
     return "no error";
 }
-
-/// While it lives this process writes no file beyond `bytes`, as if the disk were full.
-class FileSizeLimit {
-public:
-    explicit FileSizeLimit(rlim_t bytes) : oldHandler_(std::signal(SIGXFSZ, SIG_IGN)) {
-        getrlimit(RLIMIT_FSIZE, &old_);
-        rlimit limit = old_;
-        limit.rlim_cur = bytes;
-        setrlimit(RLIMIT_FSIZE, &limit);
-    }
-    ~FileSizeLimit() {
-        setrlimit(RLIMIT_FSIZE, &old_);
-        std::signal(SIGXFSZ, oldHandler_);
-    }
-
-private:
-    rlimit old_{};
-    void (*oldHandler_)(int);
-};
 
 } // namespace
 
@@ -143,7 +125,7 @@ TEST_F(PictureFile, FullDiskLeavesNothingBehind) {
         const FileSizeLimit limit(4096);
         message = messageOf(path("a.png"), Bytes(100'000, 7));
     }
-    EXPECT_NE(message.find("cannot write " + path("a.png") + ": "), std::string::npos) << message;
+    EXPECT_EQ(message, "cannot write " + path("a.png") + ": File too large; try: another --output");
     EXPECT_TRUE(names().empty());
 }
 
@@ -173,6 +155,27 @@ TEST_F(PictureFile, MissingFolderIsNamedWithTheReason) {
               "cannot write " + file + ": No such file or directory; try: another --output");
 }
 
+TEST_F(PictureFile, NameThatCannotBeOneIsRefusedBeforeTheWriting) {
+    const std::string file = path(std::string(256, 'a').c_str());
+    EXPECT_EQ(messageOf(file, Bytes{1}),
+              "cannot write " + file + ": File name too long; try: another --output");
+    EXPECT_THROW(checkWritable(file), PictureFileError);
+    fs::create_symlink("b", path("a"));
+    fs::create_symlink("a", path("b"));
+    EXPECT_THROW(checkWritable(path("a")), PictureFileError);
+}
+
+TEST_F(PictureFile, NamesInErrorsCannotSteerATerminal) {
+    EXPECT_EQ(messageOf("/missing/\x1B[2J", Bytes{1}),
+              "cannot write /missing/\\x1b[2J: No such file or directory; try: another --output");
+    try {
+        Console::makeFolder("/dev/null/\x1B[2J");
+        FAIL() << "no exception";
+    } catch (const PictureFileError& error) {
+        EXPECT_STREQ(error.what(), "cannot make the folder /dev/null/\\x1b[2J: Not a directory");
+    }
+}
+
 TEST_F(PictureFile, FolderAndWhatIsNoOrdinaryFileAreNotReplaced) {
     EXPECT_EQ(messageOf(folder_.string(), Bytes{1}),
               "cannot write " + folder_.string() + ": Is a directory; try: another --output");
@@ -184,8 +187,11 @@ TEST_F(PictureFile, FolderAndWhatIsNoOrdinaryFileAreNotReplaced) {
     EXPECT_TRUE(fs::is_fifo(pipe));
 }
 
-TEST_F(PictureFile, CheckLeavesNothingBehind) {
+TEST_F(PictureFile, CheckLeavesNothingBehindAndTouchesNothing) {
     checkWritable(path("a.png"));
     EXPECT_TRUE(names().empty());
+    writeWholeFile(path("a.png"), Bytes{1});
+    checkWritable(path("a.png"));
+    EXPECT_EQ(fileBytes(path("a.png")), Bytes{1});
     EXPECT_THROW(checkWritable(path("missing/a.png")), PictureFileError);
 }

@@ -110,22 +110,3 @@ TEST(InterruptsDeathTest, AreNotedOnceTheProcessNoLongerEndsAtOnce) {
     };
     EXPECT_EXIT(child(), ::testing::ExitedWithCode(0), "^$");
 }
-
-TEST(FlushToDevice, TellsWhetherTheBytesWereTaken) {
-    const Stream file(std::tmpfile());
-    std::fputs("abc", file.get());
-    EXPECT_TRUE(Platform::flushToDevice(file.get()));
-
-    const Stream full(std::fopen("/dev/full", "wb"));
-    std::fputs("abc", full.get());
-    EXPECT_FALSE(Platform::flushToDevice(full.get()));
-}
-
-TEST(FlushToDevice, TakesAPipeThatHasNothingToFlush) {
-    int ends[2] = {-1, -1};
-    ASSERT_EQ(pipe(ends), 0);
-    const Stream reading(fdopen(ends[0], "rb"));
-    const Stream writing(fdopen(ends[1], "wb"));
-    std::fputs("abc", writing.get());
-    EXPECT_TRUE(Platform::flushToDevice(writing.get()));
-}

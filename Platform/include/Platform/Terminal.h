@@ -23,7 +23,4 @@ void endAtInterrupts(const char* lastWords, int status);
 /// True once an interrupt came after catchInterrupts(). Any thread.
 bool interrupted();
 
-/// Flushes the file's bytes to the device. False where that fails (a full disk shows up here).
-bool flushToDevice(std::FILE* file);
-
 } // namespace Platform
