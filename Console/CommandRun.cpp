@@ -36,7 +36,8 @@ ExitStatus runCommand(const CommonOptions& common, OnInterrupt onInterrupt,
     LibraryLines libraryLines;
     try {
         const Platform::LibraryErrors guard([&](std::string_view line) { libraryLines.show(line); });
-        applyToHost(common);
+        if (const std::string remark = applyToHost(common); !remark.empty())
+            std::fprintf(Platform::standardError(), "korva: %s\n", remark.c_str());
         work();
     } catch (const CommandFailure& failure) {
         return failed(failure.what());

@@ -1,5 +1,7 @@
 #include "CommonOptions.h"
 
+#include "Printable.h"
+
 #include "Platform/Text.h"
 #include "ReferenceHost/HostControl.h"
 #include "VantrelCommon/PlenarDiagnostics.h"
@@ -23,6 +25,26 @@ std::pair<std::string, std::string> splitSetting(const std::string& text) {
     return {text.substr(0, equals), text.substr(equals + 1)};
 }
 
+/// The folder is as the host names it from now on, which is text whatever the name was.
+void useFolder(const std::string& name) {
+    ReferenceHost::setImagesSubDirectory(Platform::wideFromUtf8(name));
+    const std::string folder = Platform::utf8FromWide(PlenarDiagnostics::getImagesSubDirectory());
+    std::error_code code;
+    std::filesystem::create_directories(std::filesystem::path(std::u8string(folder.begin(), folder.end())),
+                                        code);
+    if (code)
+        throw std::runtime_error("cannot make the diagnostics folder " + printable(folder) + ": " +
+                                 code.message());
+}
+
+std::string whereDumpsGo() {
+    const ReferenceHost::OwnImagesFolder own = ReferenceHost::makeOwnImagesFolder();
+    if (own.complaint.empty())
+        return "fetched picture files are dumped into " + printable(own.name);
+    return "warning: fetched picture files are not dumped: " + printable(own.name) + " " + own.complaint +
+           "; try: --diagnostics DIR";
+}
+
 } // namespace
 
 void addCommonOptions(CLI::App& app, CommonOptions& options) {
@@ -43,7 +65,8 @@ void addCommonOptions(CLI::App& app, CommonOptions& options) {
         ->check(CLI::ExistingFile)
         ->group(group);
     app.add_option("--diagnostics", options.diagnosticsFolder,
-                   "Folder for dumped picture files; made if it is missing")
+                   "Folder for dumped picture files, made if it is missing; by default korva-diagnostics, "
+                   "closed to other users, in $XDG_STATE_HOME or ~/.local/state")
         ->option_text("DIR")
         ->group(group);
     app.add_option_function<std::vector<std::string>>(
@@ -58,21 +81,14 @@ void addCommonOptions(CLI::App& app, CommonOptions& options) {
         ->group(group);
 }
 
-void applyToHost(const CommonOptions& options) {
+std::string applyToHost(const CommonOptions& options) {
     for (const auto& [name, value] : options.settings)
         ReferenceHost::setDeveloperSetting(name, value);
-    if (!options.diagnosticsFolder.empty())
-        ReferenceHost::setImagesSubDirectory(Platform::wideFromUtf8(options.diagnosticsFolder));
-
-    const bool dumps = options.log.level == "trace";
-    if (!dumps && options.diagnosticsFolder.empty())
-        return;
-    const std::string folder = Platform::utf8FromWide(PlenarDiagnostics::getImagesSubDirectory());
-    std::error_code code;
-    std::filesystem::create_directories(std::filesystem::path(std::u8string(folder.begin(), folder.end())),
-                                        code);
-    if (code)
-        throw std::runtime_error("cannot make the diagnostics folder " + folder + ": " + code.message());
+    if (!options.diagnosticsFolder.empty()) {
+        useFolder(options.diagnosticsFolder);
+        return {};
+    }
+    return options.log.level == "trace" ? whereDumpsGo() : std::string();
 }
 
 } // namespace Console

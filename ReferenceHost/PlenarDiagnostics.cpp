@@ -1,41 +1,45 @@
 #include "VantrelCommon/PlenarDiagnostics.h"
 
+#include "Platform/PrivateFolder.h"
 #include "Platform/Text.h"
 #include "ReferenceHost/HostControl.h"
 
-#include <filesystem>
 #include <mutex>
-#include <system_error>
 
 namespace {
 
-std::wstring defaultFolder() {
-    std::error_code none;
-    const std::filesystem::path folder = std::filesystem::temp_directory_path(none) / "korva-diagnostics";
-    const std::u8string text = folder.u8string();
-    return Platform::wideFromUtf8({reinterpret_cast<const char*>(text.data()), text.size()});
-}
-
-struct ImagesFolder {
+struct NamedFolder {
     std::mutex mutex;
-    std::wstring name = defaultFolder();
+    std::wstring name; ///< empty: the host's own
 };
 
-ImagesFolder& imagesFolder() {
-    static ImagesFolder instance;
+NamedFolder& namedFolder() {
+    static NamedFolder instance;
     return instance;
+}
+
+std::wstring nameOfFolder() {
+    NamedFolder& folder = namedFolder();
+    const std::scoped_lock lock(folder.mutex);
+    return folder.name;
 }
 
 } // namespace
 
 std::wstring PlenarDiagnostics::getImagesSubDirectory() {
-    ImagesFolder& folder = imagesFolder();
-    const std::scoped_lock lock(folder.mutex);
-    return folder.name;
+    if (const std::wstring named = nameOfFolder(); !named.empty())
+        return named;
+    const ReferenceHost::OwnImagesFolder own = ReferenceHost::makeOwnImagesFolder();
+    return Platform::wideFromUtf8(own.complaint.empty() ? own.name : Platform::noFolder);
 }
 
 void ReferenceHost::setImagesSubDirectory(const std::wstring& name) {
-    ImagesFolder& folder = imagesFolder();
+    NamedFolder& folder = namedFolder();
     const std::scoped_lock lock(folder.mutex);
     folder.name = name;
+}
+
+ReferenceHost::OwnImagesFolder ReferenceHost::makeOwnImagesFolder() {
+    const std::string name = Platform::stateFolder("korva-diagnostics");
+    return {name, Platform::makePrivateFolder(name)};
 }

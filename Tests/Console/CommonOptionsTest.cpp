@@ -2,6 +2,8 @@
 
 #include "Platform/Text.h"
 #include "ReferenceHost/HostControl.h"
+#include "Support/Environment.h"
+#include "Support/TemporaryFolder.h"
 #include "VantrelCommon/PlenarDiagnostics.h"
 
 #include <CLI/CLI.hpp>
@@ -74,19 +76,40 @@ TEST(CommonOptions, SettingsReachTheHost) {
 
 TEST(CommonOptions, DiagnosticsFolderReachesTheHostAndIsMade) {
     CommonOptions options;
+    options.log.level = "trace";
     options.diagnosticsFolder = freshFolder("korva-diagnostics-\xC3\xA9/deep");
-    applyToHost(options);
+    EXPECT_EQ(applyToHost(options), "");
     EXPECT_EQ(PlenarDiagnostics::getImagesSubDirectory(), Platform::wideFromUtf8(options.diagnosticsFolder));
     EXPECT_TRUE(std::filesystem::is_directory(options.diagnosticsFolder));
 }
 
 TEST(CommonOptions, FolderThatCannotBeMadeIsNamed) {
     CommonOptions options;
-    options.diagnosticsFolder = "/dev/null/korva";
+    options.diagnosticsFolder = "/dev/null/\x1B[2J";
     try {
         applyToHost(options);
         FAIL() << "no exception";
     } catch (const std::runtime_error& error) {
-        EXPECT_NE(std::string(error.what()).find("/dev/null/korva"), std::string::npos) << error.what();
+        EXPECT_STREQ(error.what(), "cannot make the diagnostics folder /dev/null/\\x1b[2J: Not a directory");
     }
+}
+
+TEST(CommonOptions, HostsOwnFolderIsMadeReadyAndNamedWherePicturesAreDumped) {
+    const TestSupport::TemporaryFolder folder;
+    const TestSupport::Variable state("XDG_STATE_HOME", folder.file("\x1B[2J"));
+    const std::string shown = folder.file("\\x1b[2J/korva-diagnostics");
+    ReferenceHost::setImagesSubDirectory(L"");
+    CommonOptions options;
+    options.log.level = "debug";
+    EXPECT_EQ(applyToHost(options), "");
+    EXPECT_TRUE(folder.names().empty());
+
+    options.log.level = "trace";
+    EXPECT_EQ(applyToHost(options), "fetched picture files are dumped into " + shown);
+    const std::filesystem::path own = folder.file("\x1B[2J/korva-diagnostics");
+    EXPECT_TRUE(std::filesystem::is_directory(own));
+
+    std::filesystem::permissions(own, std::filesystem::perms::all);
+    EXPECT_EQ(applyToHost(options), "warning: fetched picture files are not dumped: " + shown +
+                                        " is open to others; try: --diagnostics DIR");
 }

@@ -1,6 +1,7 @@
 // `korva capture` as its users see it: exit status, outputs, files.
 
 #include "ServedCamera.h"
+#include "Support/Environment.h"
 #include "TemporaryFolder.h"
 #include "ToolRun.h"
 
@@ -291,6 +292,30 @@ TEST(ToolCapture, TraceDumpsTheFetchedFileIntoTheDiagnosticsFolder) {
     ASSERT_EQ(dumps.size(), 1u);
     EXPECT_EQ(dumps[0].extension(), ".sgi");
     EXPECT_EQ(std::filesystem::file_size(dumps[0]), 512u + 120u * 80u * 3u * 2u);
+}
+
+TEST(ToolCapture, TraceDumpsIntoTheUsersOwnFolderAndSaysWhichThatIs) {
+    const TemporaryFolder folder;
+    const TestSupport::Variable state("XDG_STATE_HOME", folder.file("state"));
+    const std::string own = folder.file("state/korva-diagnostics");
+    const SimulatedCamera camera;
+    const std::vector<std::string> command =
+        camera.captureArguments({"--log", "trace", "--output", folder.file("a.png")});
+    const ToolResult result = runTool(command);
+    EXPECT_EQ(result.status, 0);
+    EXPECT_TRUE(result.errors.starts_with("korva: fetched picture files are dumped into " + own + "\n"))
+        << result.errors;
+    EXPECT_EQ(std::distance(std::filesystem::directory_iterator(own), {}), 1);
+
+    // Somebody else's link leads to another folder.
+    std::filesystem::remove_all(own);
+    std::filesystem::create_directory_symlink("..", own);
+    const ToolResult warned = runTool(command);
+    EXPECT_EQ(warned.status, 0);
+    EXPECT_TRUE(warned.errors.starts_with("korva: warning: fetched picture files are not dumped: " + own +
+                                          " is a symbolic link; try: --diagnostics DIR\n"))
+        << warned.errors;
+    EXPECT_EQ(folder.names(), (std::vector<std::string>{"a.png", "state"}));
 }
 
 TEST(ToolCapture, CameraCannotSteerTheTerminalThroughTheLog) {

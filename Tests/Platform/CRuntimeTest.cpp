@@ -1,13 +1,24 @@
 #include "Platform/CRuntime.h"
 
+#include "Support/FileSizeLimit.h"
+#include "Support/TemporaryFolder.h"
+
 #include <cstdlib>
+#include <cstring>
 #include <ctime>
+#include <fcntl.h>
 #include <filesystem>
+#include <fstream>
 #include <gtest/gtest.h>
 #include <string>
+#include <sys/stat.h>
 #include <thread>
+#include <unistd.h>
 
 namespace {
+
+namespace fs = std::filesystem;
+using TestSupport::TemporaryFolder;
 
 /// The process' time zone for the length of a test.
 class ZoneOfTest {
@@ -97,11 +108,64 @@ TEST(Files, HavePathsInUtf8) {
 
 TEST(Files, ThatCannotBeOpenedAreNull) {
     EXPECT_EQ(Platform::fopen("/no such folder/file", "wb"), nullptr);
+    const TemporaryFolder folder;
+    for (const char* mode : {"w", "ab", "rb", "wbx", ""})
+        EXPECT_EQ(Platform::fopen(folder.file("a").c_str(), mode), nullptr) << mode;
+    EXPECT_EQ(folder.names().size(), 0u);
 }
 
 TEST(Files, TellAtTheLatestWhenClosedThatTheDiskIsFull) {
-    std::FILE* const file = Platform::fopen("/dev/full", "wb");
-    ASSERT_NE(file, nullptr);
-    Platform::fwrite("abc", 3, 1, file);
-    EXPECT_EQ(Platform::fclose(file), EOF);
+    const TemporaryFolder folder;
+    const std::string more(1 << 20, 'a'); // than a stream keeps
+    for (const std::string& text : {std::string("abc"), more}) {
+        const TestSupport::FileSizeLimit limit(1);
+        std::FILE* const file = Platform::fopen(folder.file("a").c_str(), "wb");
+        ASSERT_NE(file, nullptr);
+        const bool isWritten = Platform::fwrite(text.data(), text.size(), 1, file) == 1;
+        EXPECT_TRUE(Platform::fclose(file) == EOF || !isWritten);
+    }
+}
+
+TEST(Files, OfTheUsersOwnAreOverwrittenAndNewOnesFollowTheUmask) {
+    const TemporaryFolder folder;
+    const mode_t before = umask(027);
+    for (const char* text : {"longer", "short"}) {
+        std::FILE* const file = Platform::fopen(folder.file("a").c_str(), "wb");
+        ASSERT_NE(file, nullptr);
+        Platform::fwrite(text, std::strlen(text), 1, file);
+        Platform::fclose(file);
+        EXPECT_EQ(fs::file_size(folder.file("a")), std::strlen(text));
+    }
+    umask(before);
+    EXPECT_EQ(fs::status(folder.file("a")).permissions(), static_cast<fs::perms>(0640));
+}
+
+// What another user may have put where a file is expected.
+TEST(Files, AreNotWrittenThroughLinksPipesAndDevices) {
+    const TemporaryFolder folder;
+    std::ofstream(folder.file("kept")) << "kept";
+    fs::create_symlink("kept", folder.file("link"));
+    fs::create_symlink("missing", folder.file("dangling"));
+    ASSERT_EQ(mkfifo(folder.file("pipe").c_str(), 0600), 0);
+    ASSERT_EQ(mkfifo(folder.file("read pipe").c_str(), 0600), 0);
+    const int reader = open(folder.file("read pipe").c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
+    std::ofstream(folder.file("first name")) << "kept";
+    fs::create_hard_link(folder.file("first name"), folder.file("second name"));
+    for (const std::string& path :
+         {folder.file("link"), folder.file("dangling"), folder.file("pipe"), folder.file("read pipe"),
+          folder.file("second name"), folder.file("."), std::string("/dev/null")})
+        EXPECT_EQ(Platform::fopen(path.c_str(), "wb"), nullptr) << path;
+    close(reader);
+    for (const char* name : {"kept", "first name"})
+        EXPECT_EQ(fs::file_size(folder.file(name)), 4u) << name;
+    EXPECT_FALSE(fs::exists(folder.file("missing")));
+}
+
+TEST(Files, OfSomebodyElseAreNotOverwritten) {
+    const TemporaryFolder folder;
+    std::ofstream(folder.file("a")) << "kept";
+    if (chown(folder.file("a").c_str(), 12345, 12345) != 0)
+        GTEST_SKIP() << "only root gives files away";
+    EXPECT_EQ(Platform::fopen(folder.file("a").c_str(), "wb"), nullptr);
+    EXPECT_EQ(fs::file_size(folder.file("a")), 4u);
 }

@@ -1,0 +1,137 @@
+#include "Platform/PrivateFolder.h"
+
+#include "Platform/CRuntime.h"
+#include "Support/Environment.h"
+#include "Support/TemporaryFolder.h"
+
+#include <filesystem>
+#include <fstream>
+#include <functional>
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+using TestSupport::Variable;
+
+namespace {
+
+namespace fs = std::filesystem;
+
+fs::perms permissionsOf(const fs::path& path) {
+    return fs::symlink_status(path).permissions();
+}
+
+/// Something that stands where the folder should, in a folder of its own; false where it cannot be made here.
+struct Obstacle {
+    const char* name;
+    std::function<bool(const fs::path&)> make;
+    std::string complaint;
+};
+
+bool makeFolder(const fs::path& path, unsigned mode) {
+    fs::create_directory(path);
+    fs::permissions(path, static_cast<fs::perms>(mode));
+    return true;
+}
+
+const Obstacle obstacles[] = {
+    {"ALinkToAFolder",
+     [](const fs::path& path) {
+         makeFolder(path.parent_path() / "private", 0700);
+         fs::create_directory_symlink("private", path);
+         return true;
+     },
+     "is a symbolic link"},
+    {"ALinkToNothing",
+     [](const fs::path& path) {
+         fs::create_symlink("missing", path);
+         return true;
+     },
+     "is a symbolic link"},
+    {"AFile", [](const fs::path& path) { return std::ofstream(path).good(); }, "is not a folder"},
+    {"AFolderThatOthersRead", [](const fs::path& path) { return makeFolder(path, 0704); },
+     "is open to others"},
+    {"AFolderThatAGroupEnters", [](const fs::path& path) { return makeFolder(path, 0710); },
+     "is open to others"},
+    {"SomebodyElsesFolder",
+     [](const fs::path& path) { return makeFolder(path, 0700) && chown(path.c_str(), 12345, 12345) == 0; },
+     "belongs to somebody else"},
+    {"AFolderThatOthersMayReplace",
+     [](const fs::path& path) { return makeFolder(path, 0700) && makeFolder(path.parent_path(), 0777); },
+     "is where others may put another folder in its place"},
+    {"AFolderThatSomebodyElseMayReplace",
+     [](const fs::path& path) {
+         return makeFolder(path, 0700) && chown(path.parent_path().c_str(), 12345, 12345) == 0;
+     },
+     "is where others may put another folder in its place"},
+};
+
+class PrivateFolderThatMeets : public testing::TestWithParam<Obstacle> {
+protected:
+    TestSupport::TemporaryFolder folder;
+};
+
+/// What the environment says, and which folder that makes.
+struct State {
+    std::optional<std::string> state, home, temporary;
+    std::string folder;
+};
+
+} // namespace
+
+INSTANTIATE_TEST_SUITE_P(Obstacles, PrivateFolderThatMeets, testing::ValuesIn(obstacles),
+                         [](const auto& obstacle) { return std::string(obstacle.param.name); });
+
+TEST_P(PrivateFolderThatMeets, IsNone) {
+    const fs::path path = folder.path() / "p";
+    if (!GetParam().make(path))
+        GTEST_SKIP() << "only root gives folders away";
+    EXPECT_EQ(Platform::makePrivateFolder(path), GetParam().complaint);
+    EXPECT_EQ(fs::exists(folder.path() / "missing"), false);
+}
+
+TEST(PrivateFolder, IsClosedToOthersAsAreThoseMadeForIt) {
+    const TestSupport::TemporaryFolder folder;
+    const fs::path path = folder.path() / "a" / "b" / "p";
+    const mode_t before = umask(0);
+    for (int time = 0; time < 2; ++time)
+        EXPECT_EQ(Platform::makePrivateFolder(path), "");
+    umask(before);
+    for (const fs::path& made : {path, path.parent_path(), path.parent_path().parent_path()})
+        EXPECT_EQ(permissionsOf(made), fs::perms::owner_all) << made;
+}
+
+TEST(PrivateFolder, MayLieWhereAllWriteAndNobodyReplaces) {
+    const TestSupport::TemporaryFolder folder;
+    makeFolder(folder.path(), 01777);
+    EXPECT_EQ(Platform::makePrivateFolder(folder.file("p")), "");
+}
+
+TEST(PrivateFolder, ThatCannotBeMadeTellsTheReason) {
+    for (const char* path : {"/dev/null/a", "/dev/null/a/b"})
+        EXPECT_EQ(Platform::makePrivateFolder(path), "cannot be made: Not a directory");
+    EXPECT_EQ(Platform::makePrivateFolder("/proc/a"), "cannot be made: No such file or directory");
+}
+
+TEST(StateFolder, IsNamedByTheEnvironment) {
+    const std::string user = std::to_string(geteuid());
+    const State states[] = {
+        {"/state", "/home", "/temporary", "/state/korva"},
+        {{}, "/home", "/temporary", "/home/.local/state/korva"},
+        {"", "/home", "/temporary", "/home/.local/state/korva"},
+        {"relative", "/home", "/temporary", "/home/.local/state/korva"},
+        {{}, {}, "/temporary", "/temporary/korva-" + user},
+        {{}, "relative", "relative", "/tmp/korva-" + user},
+        {{}, {}, {}, "/tmp/korva-" + user},
+    };
+    for (const State& state : states) {
+        const Variable variables[] = {
+            {"XDG_STATE_HOME", state.state}, {"HOME", state.home}, {"TMPDIR", state.temporary}};
+        EXPECT_EQ(Platform::stateFolder("korva"), state.folder);
+    }
+}
+
+TEST(NoFolder, HoldsNothing) {
+    EXPECT_EQ(Platform::fopen((std::string(Platform::noFolder) + "/a").c_str(), "wb"), nullptr);
+    EXPECT_FALSE(fs::is_directory(Platform::noFolder));
+}
