@@ -10,7 +10,7 @@
 using TestSupport::FileScript;
 
 FileScript& FileScript::current() {
-    static FileScript script;
+    static thread_local FileScript script;
     return script;
 }
 
@@ -35,6 +35,7 @@ extern "C" int open(const char* path, int flags, ...) {
     const bool makes = (flags & O_CREAT) != 0 || (flags & O_TMPFILE) == O_TMPFILE;
     const mode_t mode = makes ? va_arg(rest, mode_t) : 0;
     va_end(rest);
+    FileScript::current().opened = path;
     const bool hasName = (flags & O_TMPFILE) != O_TMPFILE;
     return systemOr<int(const char*, int, ...)>(hasName ? 0 : FileScript::current().openWithoutName, "open",
                                                 path, flags, mode);

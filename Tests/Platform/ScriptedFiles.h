@@ -2,10 +2,11 @@
 // Steps of writing a file that fail, or during which something happens, when a test says so.
 
 #include <functional>
+#include <string>
 
 namespace TestSupport {
 
-/// Set it, run the code. A test gets a fresh one by FileScript::current() = {}. One thread.
+/// Set it, run the code. A test gets a fresh one by FileScript::current() = {}. Each thread has its own.
 struct FileScript {
     static FileScript& current();
 
@@ -14,6 +15,8 @@ struct FileScript {
     int link = 0;            ///< of linkat()
     int changeOwner = 0;     ///< of fchown()
     int flush = 0;           ///< of fsync()
+
+    std::string opened = {}; ///< the path of the last open()
 
     std::function<void()> onFlush = {};  ///< called at the beginning of each fsync()
     std::function<void()> onRename = {}; ///< called at the beginning of each rename()
