@@ -42,9 +42,11 @@ std::optional<Reaction> BinarySession::next() {
         return loseFraming();
     if (!length || m_input.size() < *length)
         return std::nullopt;
-    Reaction reaction = answerMessage(ByteView(m_input).first(*length));
+    std::optional<Reaction> reaction = answerMessage(ByteView(m_input).first(*length));
+    if (!reaction)
+        return std::nullopt;
     m_input.erase(m_input.begin(), m_input.begin() + static_cast<std::ptrdiff_t>(*length));
-    if (std::ranges::any_of(reaction.actions, endsConnection))
+    if (std::ranges::any_of(reaction->actions, endsConnection))
         stopListening();
     return reaction;
 }
@@ -62,7 +64,7 @@ void BinarySession::stopListening() {
     m_input.clear();
 }
 
-Reaction BinarySession::answerMessage(ByteView bytes) {
+std::optional<Reaction> BinarySession::answerMessage(ByteView bytes) {
     const std::string anyRequest = "request of " + std::to_string(bytes.size()) + " bytes";
     const auto message = decodeRequest(bytes);
     if (const auto* const error = std::get_if<ErrorCode>(&message))
@@ -76,31 +78,59 @@ Reaction BinarySession::answerMessage(ByteView bytes) {
 ErrorCode BinarySession::stateError(RequestKind request) const {
     if (request == RequestKind::Take && !m_configuration)
         return ErrorCode::NotConfigured;
-    if (request == RequestKind::Get && !m_picture)
+    if (request == RequestKind::Get && !m_taken)
         return ErrorCode::NoPicture;
     return ErrorCode::None;
 }
 
-void BinarySession::carryOut(const Request& request) {
-    if (request.kind == RequestKind::Configure) {
+BinarySession::UnderWay BinarySession::begin(const Request& request) {
+    UnderWay underWay{m_camera.nextFault(placeOf(request.kind)), nullptr};
+    const bool carriedOut = !underWay.fault || underWay.fault->kind != FaultKind::Error;
+    if (carriedOut && request.kind == RequestKind::Configure) {
         m_configuration = request.configuration;
+        m_taken.reset();
         m_picture.reset();
-    } else if (request.kind == RequestKind::Take) {
-        m_picture = m_camera.pictureAnswer(*m_configuration);
+    } else if (carriedOut && request.kind == RequestKind::Take) {
+        m_taken = m_configuration;
+        m_picture.reset();
+    } else if (deliversPicture(request)) {
+        if (!m_picture)
+            m_picture = m_camera.orderPicture(*m_taken);
+        if (underWay.fault && underWay.fault->kind == FaultKind::BlackPicture)
+            underWay.black = m_camera.orderBlackPicture(*m_taken);
     }
+    return underWay;
 }
 
-Reaction BinarySession::grant(const Request& request) {
+bool BinarySession::hasPictures(const UnderWay& underWay) {
+    for (const SharedOrder& due : {m_picture, underWay.black}) {
+        if (!due)
+            continue;
+        if (!due->isDone())
+            m_camera.work();
+        if (!due->isDone())
+            return false;
+        if (due->failure)
+            std::rethrow_exception(due->failure);
+    }
+    return true;
+}
+
+SharedBytes BinarySession::answerTo(const Request& request) const {
+    return deliversPicture(request) ? m_picture->answer
+                                    : std::make_shared<const Bytes>(encodeAnswer(ArgumentCode::Done));
+}
+
+std::optional<Reaction> BinarySession::grant(const Request& request) {
     if (const ErrorCode error = stateError(request.kind); error != ErrorCode::None)
         return refuse(request.describe(), error);
 
-    const std::optional<Fault> fault = m_camera.nextFault(placeOf(request.kind));
-    if (!fault || fault->kind != FaultKind::Error)
-        carryOut(request);
-    const SharedBytes answer = deliversPicture(request)
-                                   ? m_picture
-                                   : std::make_shared<const Bytes>(encodeAnswer(ArgumentCode::Done));
-
+    if (!m_underWay)
+        m_underWay = begin(request);
+    if (deliversPicture(request) && !hasPictures(*m_underWay))
+        return std::nullopt;
+    const std::optional<Fault> fault = std::exchange(m_underWay, std::nullopt)->fault;
+    const SharedBytes answer = answerTo(request);
     const SharedBytes before = std::exchange(m_before, answer);
 
     Reaction reaction;

@@ -1,11 +1,9 @@
 #include "Camera/Camera.h"
 
-#include "Camera/PngWriter.h"
-#include "Camera/SgiWriter.h"
-
 #include <algorithm>
 #include <array>
 #include <cerrno>
+#include <filesystem>
 #include <fstream>
 #include <stdexcept>
 #include <system_error>
@@ -14,12 +12,20 @@ namespace Simulator {
 
 namespace {
 
-constexpr std::size_t keptAnswers = 4;
-constexpr std::uint32_t longestSide = 65535;
-constexpr std::uint64_t mostPixels = std::uint64_t{1} << 26;
 constexpr std::uint64_t largestFile = std::uint64_t{1} << 30;
 
+/// Asked before it is opened: to open a FIFO is to wait for whoever writes into it.
+void requireRegularFile(const std::string& path) {
+    std::error_code failure;
+    const std::filesystem::file_type type = std::filesystem::status(path, failure).type();
+    if (type == std::filesystem::file_type::regular)
+        return;
+    const std::string reason = failure ? failure.message() : "it is no regular file";
+    throw std::runtime_error("Cannot read the scene " + path + ": " + reason);
+}
+
 Bytes readFile(const std::string& path) {
+    requireRegularFile(path);
     std::ifstream stream(path, std::ios::binary | std::ios::ate);
     const auto size = static_cast<std::int64_t>(stream.tellg());
     if (!stream || size < 0)
@@ -34,14 +40,6 @@ Bytes readFile(const std::string& path) {
     return file;
 }
 
-void requireSize(PictureSize size) {
-    const bool possible = size.width >= 1 && size.width <= longestSide && size.height >= 1 &&
-                          size.height <= longestSide && std::uint64_t{size.width} * size.height <= mostPixels;
-    if (!possible)
-        throw std::invalid_argument("No camera takes pictures of " + std::to_string(size.width) + " x " +
-                                    std::to_string(size.height) + " pixels");
-}
-
 void requireShortTexts(const CameraSettings& settings) {
     const std::array texts = {
         settings.model,        settings.firmware,        settings.room,    settings.api,
@@ -54,39 +52,36 @@ void requireShortTexts(const CameraSettings& settings) {
                                         text.substr(0, 20) + "...\" has " + std::to_string(text.size()));
 }
 
-SharedBytes wrap(const Bytes& file) {
-    return std::make_shared<const Bytes>(encodeAnswer(ArgumentCode::GetImage, file));
+SharedOrder wrap(const Bytes& file) {
+    PictureOrder picture;
+    picture.answer = std::make_shared<const Bytes>(encodeAnswer(ArgumentCode::GetImage, file));
+    return std::make_shared<const PictureOrder>(std::move(picture));
 }
 
 } // namespace
 
-Camera::Camera(CameraSettings settings) : m_settings(std::move(settings)) {
-    requireSize(m_settings.pictureSize());
+Camera::Camera(CameraSettings settings)
+    : m_settings(std::move(settings)), m_darkroom(m_settings.pictureSize(), m_settings.seed) {
+    requirePictureSize(m_settings.pictureSize());
     requireShortTexts(m_settings);
     if (m_settings.scene.kind == SceneKind::File)
-        m_fileAnswer = wrap(readFile(m_settings.scene.path));
+        m_filePicture = wrap(readFile(m_settings.scene.path));
+}
+
+SharedOrder Camera::orderPicture(const Configuration& configuration) {
+    return m_filePicture ? m_filePicture : m_darkroom.order(m_settings.scene.kind, configuration);
+}
+
+SharedOrder Camera::orderBlackPicture(const Configuration& configuration) {
+    return m_darkroom.order(SceneKind::Black, configuration);
 }
 
 SharedBytes Camera::pictureAnswer(const Configuration& configuration) {
-    if (m_fileAnswer)
-        return m_fileAnswer;
-    const auto kept = std::ranges::find(m_kept, configuration, &KeptAnswer::configuration);
-    if (kept != m_kept.end())
-        return kept->answer;
-    if (m_kept.size() == keptAnswers)
-        m_kept.pop_front();
-    m_kept.push_back({configuration, render(m_settings.scene.kind, configuration)});
-    return m_kept.back().answer;
+    return m_darkroom.finish(orderPicture(configuration));
 }
 
-SharedBytes Camera::blackPictureAnswer(const Configuration& configuration) const {
-    return render(SceneKind::Black, configuration);
-}
-
-SharedBytes Camera::render(SceneKind scene, const Configuration& configuration) const {
-    const Picture picture = renderScene(scene, m_settings.pictureSize(), configuration.channels(),
-                                        configuration.exposureUnits, m_settings.seed);
-    return wrap(configuration.format == PictureFormat::Png ? writePng(picture) : writeSgi(picture));
+SharedBytes Camera::blackPictureAnswer(const Configuration& configuration) {
+    return m_darkroom.finish(orderBlackPicture(configuration));
 }
 
 std::optional<Fault> Camera::nextFault(Place place) {

@@ -1,17 +1,10 @@
 #pragma once
 // The simulated camera itself: what it looks at, the pictures it gives, the faults that are still to hit.
 
-#include "Camera/Bytes.h"
 #include "Camera/CameraSettings.h"
-#include "Camera/Request.h"
-
-#include <deque>
-#include <memory>
+#include "Camera/Darkroom.h"
 
 namespace Simulator {
-
-/// Shared, because a picture of 30 MB is sent to several clients without being copied.
-using SharedBytes = std::shared_ptr<const Bytes>;
 
 /// Used by one thread. Sessions keep a reference to it and must not outlive it.
 class Camera {
@@ -22,27 +15,30 @@ public:
 
     const CameraSettings& settings() const { return m_settings; }
 
-    /// The whole answer to a get request after a capture with `configuration`; the last few are kept.
+    /// Asks for the picture of a capture with `configuration`, which work() renders.
+    SharedOrder orderPicture(const Configuration& configuration);
+
+    /// As orderPicture, with every sample zero.
+    SharedOrder orderBlackPicture(const Configuration& configuration);
+
+    /// Renders a piece of what was asked for, as Darkroom::work.
+    void work() { m_darkroom.work(); }
+
+    /// The whole answer to a get request after a capture with `configuration`, rendered at once unless it was
+    /// already. Throws what the rendering throws.
     SharedBytes pictureAnswer(const Configuration& configuration);
 
     /// As pictureAnswer, with every sample zero.
-    SharedBytes blackPictureAnswer(const Configuration& configuration) const;
+    SharedBytes blackPictureAnswer(const Configuration& configuration);
 
     /// The fault that hits the answer to a request or query now, which counts as one of its times; or
     /// nothing.
     std::optional<Fault> nextFault(Place place);
 
 private:
-    struct KeptAnswer {
-        Configuration configuration;
-        SharedBytes answer;
-    };
-
-    SharedBytes render(SceneKind scene, const Configuration& configuration) const;
-
     CameraSettings m_settings;
-    SharedBytes m_fileAnswer; ///< of a scene from a file
-    std::deque<KeptAnswer> m_kept;
+    Darkroom m_darkroom;
+    SharedOrder m_filePicture; ///< of a scene from a file; null otherwise
 };
 
 } // namespace Simulator

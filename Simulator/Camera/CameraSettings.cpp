@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <array>
 #include <charconv>
+#include <stdexcept>
+#include <string>
 #include <utility>
 
 namespace Simulator {
@@ -15,8 +17,10 @@ constexpr std::array serviceNames = {
     std::pair{Service::Refused, std::string_view("refused")},
 };
 
+constexpr std::uint32_t longestSide = 65535;
+constexpr std::uint64_t mostPixels = std::uint64_t{1} << 26;
+
 std::optional<std::uint32_t> sideFromText(std::string_view text) {
-    constexpr std::uint32_t longestSide = 65535;
     std::uint32_t side = 0;
     const char* const end = text.data() + text.size();
     const auto [stop, failure] = std::from_chars(text.data(), end, side);
@@ -42,6 +46,14 @@ std::optional<PictureSize> pictureSizeFromText(std::string_view text) {
     if (!width || !height)
         return std::nullopt;
     return PictureSize{*width, *height};
+}
+
+void requirePictureSize(PictureSize size) {
+    const bool possible = size.width >= 1 && size.width <= longestSide && size.height >= 1 &&
+                          size.height <= longestSide && std::uint64_t{size.width} * size.height <= mostPixels;
+    if (!possible)
+        throw std::invalid_argument("No camera takes pictures of " + std::to_string(size.width) + " x " +
+                                    std::to_string(size.height) + " pixels");
 }
 
 std::optional<Service> serviceFromText(std::string_view text) {

@@ -27,6 +27,10 @@ PictureSize pictureSizeOfModel(std::string_view model);
 /// "1676x1266" as a size. Nothing where the text is not two numbers from 1 to 65535 with an x between them.
 std::optional<PictureSize> pictureSizeFromText(std::string_view text);
 
+/// Throws std::invalid_argument where no camera takes pictures of this size: sides of 1 to 65535, 64 Mi
+/// pixels in all.
+void requirePictureSize(PictureSize size);
+
 /// "answered", "silent" or "refused". Nothing for any other text.
 std::optional<Service> serviceFromText(std::string_view text);
 

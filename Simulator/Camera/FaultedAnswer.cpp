@@ -95,7 +95,7 @@ std::vector<Action> send(Bytes message) {
 
 } // namespace
 
-std::vector<Action> faultedAnswer(const Fault& fault, const SharedBytes& answer, const Camera& camera,
+std::vector<Action> faultedAnswer(const Fault& fault, const SharedBytes& answer, Camera& camera,
                                   const Configuration& configuration) {
     const auto length = static_cast<std::uint32_t>(answer->size());
     switch (fault.kind) {

@@ -1,5 +1,6 @@
 #include "Camera/MessageCodec.h"
 
+#include <algorithm>
 #include <limits>
 #include <numeric>
 #include <stdexcept>
@@ -21,13 +22,21 @@ void seal(Bytes& message) {
     message[summed + 1] = static_cast<std::uint8_t>(sum);
 }
 
+namespace {
+
+void requireWritable(std::size_t length, std::size_t arguments) {
+    if (length > std::numeric_limits<std::uint32_t>::max() || arguments > 255)
+        throw std::length_error("A message of " + std::to_string(length) + " bytes and " +
+                                std::to_string(arguments) + " arguments cannot be written");
+}
+
+} // namespace
+
 Bytes encodeMessage(std::uint8_t command, std::span<const Argument> arguments) {
     std::size_t length = smallestMessageBytes;
     for (const Argument& each : arguments)
         length += argumentHeaderBytes + each.value.size();
-    if (length > std::numeric_limits<std::uint32_t>::max() || arguments.size() > 255)
-        throw std::length_error("A message of " + std::to_string(length) + " bytes and " +
-                                std::to_string(arguments.size()) + " arguments cannot be written");
+    requireWritable(length, arguments.size());
 
     Bytes message;
     message.reserve(length);
@@ -46,6 +55,21 @@ Bytes encodeMessage(std::uint8_t command, std::span<const Argument> arguments) {
 Bytes encodeAnswer(ArgumentCode code, ByteView value) {
     const Argument only = argument(code, value);
     return encodeMessage(cameraCommand, {&only, 1});
+}
+
+Bytes encodeImageAnswer(Bytes framed) {
+    const std::size_t fileBytes = framed.size() - answerHeadBytes;
+    const std::size_t length = framed.size() + checksumBytes;
+    requireWritable(length, 1);
+    Bytes head{cameraCommand};
+    append32(head, static_cast<std::uint32_t>(length));
+    head.push_back(1);
+    head.push_back(static_cast<std::uint8_t>(ArgumentCode::GetImage));
+    append32(head, static_cast<std::uint32_t>(fileBytes));
+    std::ranges::copy(head, framed.begin());
+    framed.resize(length);
+    seal(framed);
+    return framed;
 }
 
 Bytes encodeErrorAnswer(std::uint32_t code) {

@@ -27,6 +27,8 @@ enum class ArgumentCode : std::uint8_t {
 inline constexpr std::size_t headerBytes = 6;         ///< command u8, length u32, argument count u8
 inline constexpr std::size_t argumentHeaderBytes = 5; ///< code u8, length u32
 inline constexpr std::size_t checksumBytes = 2;
+inline constexpr std::size_t answerHeadBytes =
+    headerBytes + argumentHeaderBytes; ///< before an answer's value
 inline constexpr std::size_t smallestMessageBytes = headerBytes + checksumBytes;
 
 /// Longest request the camera listens to: 255 arguments of four value bytes are 2303. A longer announcement
@@ -58,6 +60,10 @@ Bytes encodeMessage(std::uint8_t command, std::span<const Argument> arguments);
 
 /// A message of one argument that answers a camera command.
 Bytes encodeAnswer(ArgumentCode code, ByteView value = {});
+
+/// As encodeAnswer(ArgumentCode::GetImage, file), and copies nothing: the file stands in `framed` behind
+/// answerHeadBytes bytes of any value. Throws as encodeMessage.
+Bytes encodeImageAnswer(Bytes framed);
 
 /// An `Error` answer with `code` as its value.
 Bytes encodeErrorAnswer(std::uint32_t code);

@@ -7,6 +7,7 @@
 #include <exception>
 #include <memory>
 #include <stdexcept>
+#include <utility>
 
 namespace Simulator {
 
@@ -42,6 +43,13 @@ struct WriterDeleter {
 };
 using Writer = std::unique_ptr<png_struct, WriterDeleter>;
 
+struct InfoDeleter {
+    const Writer& writer;
+
+    void operator()(png_info* info) const { png_destroy_info_struct(writer.get(), &info); }
+};
+using Info = std::unique_ptr<png_info, InfoDeleter>;
+
 Writer makeWriter(Bytes& file) {
     Writer writer(png_create_write_struct(PNG_LIBPNG_VER_STRING, nullptr, jumpOut, keepQuiet));
     if (!writer)
@@ -50,22 +58,32 @@ Writer makeWriter(Bytes& file) {
     return writer;
 }
 
-// libpng leaves these two functions by a jump: nothing in their frames may need destruction.
+// libpng leaves these functions by a jump: nothing in their frames may need destruction.
 
-bool writeRows(png_struct* png, png_info* info, const Picture& picture) {
+bool writeHead(png_struct* png, png_info* info, PictureSize size, unsigned channels) {
     if (setjmp(png_jmpbuf(png)) != 0)
         return false;
-    png_set_IHDR(png, info, picture.size.width, picture.size.height, bitsPerSample,
-                 picture.channels == 1 ? PNG_COLOR_TYPE_GRAY : PNG_COLOR_TYPE_RGB, PNG_INTERLACE_NONE,
+    png_set_IHDR(png, info, size.width, size.height, bitsPerSample,
+                 channels == 1 ? PNG_COLOR_TYPE_GRAY : PNG_COLOR_TYPE_RGB, PNG_INTERLACE_NONE,
                  PNG_COMPRESSION_TYPE_DEFAULT, PNG_FILTER_TYPE_DEFAULT);
     png_set_compression_level(png, fastCompression);
     png_set_filter(png, PNG_FILTER_TYPE_BASE, PNG_FILTER_SUB);
     png_write_info(png, info);
     if constexpr (std::endian::native == std::endian::little)
         png_set_swap(png);
-    const std::size_t samplesPerRow = std::size_t{picture.size.width} * picture.channels;
-    for (std::size_t row = 0; row < picture.size.height; ++row)
-        png_write_row(png, reinterpret_cast<png_const_bytep>(picture.samples.data() + row * samplesPerRow));
+    return true;
+}
+
+bool writeRow(png_struct* png, const std::uint16_t* samples) {
+    if (setjmp(png_jmpbuf(png)) != 0)
+        return false;
+    png_write_row(png, reinterpret_cast<png_const_bytep>(samples));
+    return true;
+}
+
+bool writeEnd(png_struct* png, png_info* info) {
+    if (setjmp(png_jmpbuf(png)) != 0)
+        return false;
     png_write_end(png, info);
     return true;
 }
@@ -80,21 +98,49 @@ bool writeEmptyChunks(png_struct* png) {
     return true;
 }
 
+class PngFile : public PictureFile {
+public:
+    PngFile(PictureSize size, unsigned channels, Bytes before) : m_size(size), m_file(std::move(before)) {
+        m_file.reserve(m_file.size() + std::size_t{size.width} * size.height * channels * 2);
+        m_writer = makeWriter(m_file);
+        m_info.reset(png_create_info_struct(m_writer.get()));
+        if (!m_info)
+            throw std::bad_alloc();
+        require(writeHead(m_writer.get(), m_info.get(), size, channels));
+    }
+
+    void addRow(std::span<const std::uint16_t> samples) override {
+        require(writeRow(m_writer.get(), samples.data()));
+    }
+
+    Bytes finish() override {
+        require(writeEnd(m_writer.get(), m_info.get()));
+        return std::move(m_file);
+    }
+
+private:
+    void require(bool written) const {
+        if (!written)
+            throw std::runtime_error("libpng does not write a picture of " + std::to_string(m_size.width) +
+                                     " x " + std::to_string(m_size.height) + " pixels");
+    }
+
+    PictureSize m_size;
+    Bytes m_file;
+    Writer m_writer;
+    Info m_info{nullptr, InfoDeleter{m_writer}};
+};
+
 } // namespace
 
+std::unique_ptr<PictureFile> beginPng(PictureSize size, unsigned channels, Bytes before) {
+    return std::make_unique<PngFile>(size, channels, std::move(before));
+}
+
 Bytes writePng(const Picture& picture) {
-    Bytes file;
-    file.reserve(picture.samples.size() * sizeof(std::uint16_t));
-    const Writer writer = makeWriter(file);
-    png_info* info = png_create_info_struct(writer.get());
-    if (info == nullptr)
-        throw std::bad_alloc();
-    const bool written = writeRows(writer.get(), info, picture);
-    png_destroy_info_struct(writer.get(), &info);
-    if (!written)
-        throw std::runtime_error("libpng does not write a picture of " + std::to_string(picture.size.width) +
-                                 " x " + std::to_string(picture.size.height) + " pixels");
-    return file;
+    PngFile file(picture.size, picture.channels, {});
+    addRows(file, picture);
+    return file.finish();
 }
 
 Bytes writeEmptyPng() {

@@ -27,18 +27,24 @@ std::uint16_t exposed(std::uint64_t brightness, unsigned exposureUnits) {
         std::min<std::uint64_t>(brightness * exposureUnits / fittingExposureUnits, saturatedSample));
 }
 
-void renderRamp(Picture& picture, unsigned exposureUnits) {
-    const std::uint64_t last = std::max<std::uint64_t>(picture.size.width - 1, 1);
-    auto sample = picture.samples.begin();
-    for (std::uint32_t row = 0; row < picture.size.height; ++row)
-        for (std::uint32_t column = 0; column < picture.size.width; ++column)
-            sample = std::fill_n(sample, picture.channels,
-                                 exposed(column * std::uint64_t{saturatedSample} / last, exposureUnits));
+RowRenderer rowsOfRamp(PictureSize size, unsigned channels, unsigned exposureUnits) {
+    const std::uint64_t last = std::max<std::uint64_t>(size.width - 1, 1);
+    return [=](std::uint32_t, std::span<std::uint16_t> samples) {
+        for (std::size_t index = 0; index < samples.size(); ++index)
+            samples[index] = exposed(index / channels * std::uint64_t{saturatedSample} / last, exposureUnits);
+    };
 }
 
-void renderNoise(Picture& picture, unsigned exposureUnits, std::uint64_t seed) {
-    for (std::size_t index = 0; index < picture.samples.size(); ++index)
-        picture.samples[index] = exposed(randomBits(seed, index) % (saturatedSample + 1U), exposureUnits);
+RowRenderer rowsOfNoise(unsigned exposureUnits, std::uint64_t seed) {
+    return [=](std::uint32_t row, std::span<std::uint16_t> samples) {
+        std::uint64_t draw = row * std::uint64_t{samples.size()};
+        for (std::uint16_t& sample : samples)
+            sample = exposed(randomBits(seed, draw++) % (saturatedSample + 1U), exposureUnits);
+    };
+}
+
+RowRenderer evenRows(std::uint16_t level) {
+    return [=](std::uint32_t, std::span<std::uint16_t> samples) { std::ranges::fill(samples, level); };
 }
 
 } // namespace
@@ -59,17 +65,29 @@ Scene parseScene(std::string_view text) {
     return {row->kind, {}};
 }
 
+RowRenderer rowsOfScene(SceneKind scene, PictureSize size, unsigned channels, unsigned exposureUnits,
+                        std::uint64_t seed) {
+    switch (scene) {
+    case SceneKind::Grid:
+        return rowsOfGrid(size, channels, exposureUnits, seed);
+    case SceneKind::Ramp:
+        return rowsOfRamp(size, channels, exposureUnits);
+    case SceneKind::Noise:
+        return rowsOfNoise(exposureUnits, seed);
+    case SceneKind::White:
+        return evenRows(saturatedSample);
+    default:
+        return evenRows(0);
+    }
+}
+
 Picture renderScene(SceneKind scene, PictureSize size, unsigned channels, unsigned exposureUnits,
                     std::uint64_t seed) {
-    if (scene == SceneKind::Grid)
-        return renderGrid(size, channels, exposureUnits, seed);
-    const std::uint16_t background = scene == SceneKind::White ? saturatedSample : 0;
-    Picture picture{size, channels, {}};
-    picture.samples.assign(std::size_t{size.width} * size.height * channels, background);
-    if (scene == SceneKind::Ramp)
-        renderRamp(picture, exposureUnits);
-    else if (scene == SceneKind::Noise)
-        renderNoise(picture, exposureUnits, seed);
+    const RowRenderer render = rowsOfScene(scene, size, channels, exposureUnits, seed);
+    const std::size_t samplesPerRow = std::size_t{size.width} * channels;
+    Picture picture{size, channels, std::vector<std::uint16_t>(samplesPerRow * size.height)};
+    for (std::uint32_t row = 0; row < size.height; ++row)
+        render(row, std::span(picture.samples).subspan(row * samplesPerRow, samplesPerRow));
     return picture;
 }
 

@@ -3,6 +3,8 @@
 
 #include "Camera/Picture.h"
 
+#include <functional>
+#include <span>
 #include <string>
 #include <string_view>
 
@@ -32,8 +34,15 @@ Scene parseScene(std::string_view text);
 /// The exposure at which grid and ramp just use the whole range of the sensor, in units of 100 ms.
 inline constexpr unsigned fittingExposureUnits = 15;
 
-/// Renders a scene other than a File. Grid, ramp and noise grow brighter with `exposureUnits` until they
-/// saturate. The same arguments give the same picture. `channels` is 1 or 3.
+/// Renders one row of a picture, counted from the top, into all the row's samples.
+using RowRenderer = std::function<void(std::uint32_t row, std::span<std::uint16_t> samples)>;
+
+/// What renders the rows of a scene other than a File, in any order. Grid, ramp and noise grow brighter with
+/// `exposureUnits` until they saturate. The same arguments give the same rows. `channels` is 1 or 3.
+RowRenderer rowsOfScene(SceneKind scene, PictureSize size, unsigned channels, unsigned exposureUnits,
+                        std::uint64_t seed);
+
+/// All rows of rowsOfScene at once.
 Picture renderScene(SceneKind scene, PictureSize size, unsigned channels, unsigned exposureUnits,
                     std::uint64_t seed);
 

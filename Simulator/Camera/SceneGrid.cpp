@@ -2,7 +2,6 @@
 
 #include "Camera/Random.h"
 #include "Camera/Room.h"
-#include "Camera/Scene.h"
 
 #include <algorithm>
 
@@ -70,24 +69,25 @@ std::uint16_t sense(float light, std::uint64_t bits) {
     return static_cast<std::uint16_t>(std::clamp(noisy + 0.5F, 0.0F, float{saturatedSample}));
 }
 
+/// The same for every picture, and not quickly lit.
+const Room& theRoom() {
+    static const Room room;
+    return room;
+}
+
 } // namespace
 
-Picture renderGrid(PictureSize size, unsigned channels, unsigned exposureUnits, std::uint64_t seed) {
-    const Room room;
-    const Lens lens(size);
+RowRenderer rowsOfGrid(PictureSize size, unsigned channels, unsigned exposureUnits, std::uint64_t seed) {
     const float gain =
         whiteLevel * static_cast<float>(exposureUnits) / static_cast<float>(fittingExposureUnits);
-    const Vector3 luma{0.299F, 0.587F, 0.114F};
-
-    Picture picture{size, channels, {}};
-    picture.samples.resize(std::size_t{size.width} * size.height * channels);
-    std::uint16_t* sample = picture.samples.data();
-    std::uint64_t pixel = 0;
-    for (std::uint32_t row = 0; row < size.height; ++row)
+    return [=, lens = Lens(size)](std::uint32_t row, std::span<std::uint16_t> samples) {
+        const Vector3 luma{0.299F, 0.587F, 0.114F};
+        std::uint16_t* sample = samples.data();
+        std::uint64_t pixel = row * std::uint64_t{size.width};
         for (std::uint32_t column = 0; column < size.width; ++column, ++pixel) {
             const Lens::Ray ray = lens.at(column, row);
-            const Vector3 light =
-                room.lightFrom(cameraPlace, ray.direction, lens.pixelAngle()) * (gain * ray.transmission);
+            const Vector3 light = theRoom().lightFrom(cameraPlace, ray.direction, lens.pixelAngle()) *
+                                  (gain * ray.transmission);
             const std::uint64_t bits = randomBits(seed, pixel);
             if (channels == 1) {
                 *sample++ = sense(dot(light, luma), bits);
@@ -97,7 +97,7 @@ Picture renderGrid(PictureSize size, unsigned channels, unsigned exposureUnits, 
             *sample++ = sense(light.y, bits >> 21);
             *sample++ = sense(light.z, bits >> 42);
         }
-    return picture;
+    };
 }
 
 } // namespace Simulator

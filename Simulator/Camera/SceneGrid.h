@@ -2,11 +2,11 @@
 // The default scene: a projector throws a calibration grid onto a screen in a dark room, and the camera looks
 // at it from the side.
 
-#include "Camera/Picture.h"
+#include "Camera/Scene.h"
 
 namespace Simulator {
 
-/// Arguments as renderScene. Lens distortion, vignetting, shot noise and read noise included.
-Picture renderGrid(PictureSize size, unsigned channels, unsigned exposureUnits, std::uint64_t seed);
+/// Arguments as rowsOfScene. Lens distortion, vignetting, shot noise and read noise included.
+RowRenderer rowsOfGrid(PictureSize size, unsigned channels, unsigned exposureUnits, std::uint64_t seed);
 
 } // namespace Simulator

@@ -48,9 +48,14 @@ public:
     /// Adds bytes that the client sent. After a session closed its connection they are dropped.
     virtual void append(ByteView input) = 0;
 
-    /// Answers the next whole request among the bytes so far; nothing if there is none. Asked again only once
-    /// the actions of the last reaction are done, so that one client cannot pile up answers.
+    /// Answers the next whole request among the bytes so far; nothing if there is none, or if its answer
+    /// takes more work (isWorking). Asked again only once the actions of the last reaction are done, so that
+    /// one client cannot pile up answers.
     virtual std::optional<Reaction> next() = 0;
+
+    /// True where a call of next() brings an answer on without further bytes: each does only so much of the
+    /// work.
+    virtual bool isWorking() const { return false; }
 
     /// Bytes that wait for next(); the owner stops reading from a client that runs ahead.
     virtual std::size_t waitingBytes() const = 0;

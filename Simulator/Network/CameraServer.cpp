@@ -3,7 +3,6 @@
 #include "Camera/BinarySession.h"
 #include "Camera/TextSession.h"
 
-#include <poll.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
@@ -11,6 +10,7 @@
 #include <array>
 #include <cerrno>
 #include <system_error>
+#include <utility>
 
 namespace Simulator {
 
@@ -18,6 +18,8 @@ namespace {
 
 constexpr std::size_t mostConnections = 64;
 constexpr int longestWaitMs = 60'000;
+// A client for whom there is no descriptor keeps its listener readable: to wait for that would be to spin.
+constexpr std::chrono::milliseconds pauseAfterShortage{100};
 
 /// A client of a language in which the camera is silent.
 class MuteSession : public Session {
@@ -87,7 +89,9 @@ void CameraServer::stop() {
 }
 
 void CameraServer::serveOnce() {
-    std::vector<pollfd> waiting = {waitFor(m_wake.first), waitFor(m_binaryListener), waitFor(m_textListener)};
+    const Socket nothing;
+    std::vector<pollfd> waiting = {waitFor(m_wake.first), waitFor(m_acceptAgain ? nothing : m_binaryListener),
+                                   waitFor(m_acceptAgain ? nothing : m_textListener)};
     for (const Socket& socket : m_discovery.sockets())
         waiting.push_back(waitFor(socket));
     const std::size_t fixed = waiting.size();
@@ -96,20 +100,27 @@ void CameraServer::serveOnce() {
 
     if (poll(waiting.data(), waiting.size(), waitMs()) < 0 && errno != EINTR)
         throw std::system_error(errno, std::generic_category(), "Waiting for clients");
-    if (m_stop)
-        return;
 
     const Clock::time_point now = Clock::now();
-    auto connection = m_connections.begin();
-    for (std::size_t index = fixed; index < waiting.size(); ++index, ++connection)
-        advanceSafely(*connection, waiting[index].revents, now);
-    m_connections.remove_if([](const Connection& each) { return each.isOver(); });
-
+    advanceAll(std::span(waiting).subspan(fixed), now);
+    if (m_acceptAgain && now >= *m_acceptAgain)
+        m_acceptAgain.reset();
     if (waiting[1].revents != 0)
         acceptFrom(m_binaryListener, Language::Binary);
     if (waiting[2].revents != 0)
         acceptFrom(m_textListener, Language::Text);
     m_discovery.advance(now);
+}
+
+void CameraServer::advanceAll(std::span<const pollfd> waited, Clock::time_point now) {
+    auto connection = m_connections.begin();
+    for (const pollfd& each : waited) {
+        if (m_stop)
+            return;
+        advanceSafely(*connection++, each.revents, now);
+    }
+    if (m_connections.remove_if([](const Connection& each) { return each.isOver(); }) > 0)
+        m_acceptAgain.reset(); // that freed a descriptor
 }
 
 void CameraServer::advanceSafely(Connection& connection, short events, Clock::time_point now) {
@@ -125,25 +136,42 @@ void CameraServer::advanceSafely(Connection& connection, short events, Clock::ti
 
 int CameraServer::waitMs() const {
     std::optional<Clock::time_point> first = m_discovery.wakeTime();
+    if (m_acceptAgain && (!first || *m_acceptAgain < *first))
+        first = m_acceptAgain;
     for (const Connection& connection : m_connections)
         if (const auto wake = connection.wakeTime(); wake && (!first || *wake < *first))
             first = wake;
     if (!first)
         return -1;
-    const auto left = std::chrono::ceil<std::chrono::milliseconds>(*first - Clock::now()).count();
-    return static_cast<int>(std::clamp<std::int64_t>(left, 0, longestWaitMs));
+    const Clock::time_point now = Clock::now();
+    if (*first <= now)
+        return 0;
+    const auto left = std::chrono::ceil<std::chrono::milliseconds>(*first - now).count();
+    return static_cast<int>(std::min<std::int64_t>(left, longestWaitMs));
 }
 
 void CameraServer::acceptFrom(const Socket& listener, Language language) {
-    auto [socket, name] = acceptClient(listener);
+    auto [socket, name] = acceptIfPossible(listener);
     if (!socket.isOpen())
         return;
+    m_toldOfShortage = false;
     name += language == Language::Binary ? " (binary)" : " (text)";
     if (m_connections.size() >= mostConnections) {
         m_options.log(name + " turned away: " + std::to_string(mostConnections) + " clients are connected");
         return;
     }
     m_connections.emplace_back(std::move(socket), std::move(name), makeSession(language), m_options.log);
+}
+
+std::pair<Socket, std::string> CameraServer::acceptIfPossible(const Socket& listener) {
+    try {
+        return acceptClient(listener);
+    } catch (const NothingLeft& shortage) {
+        m_acceptAgain = Clock::now() + pauseAfterShortage;
+        if (!std::exchange(m_toldOfShortage, true))
+            m_options.log(std::string("a client waits: ") + shortage.what());
+        return {};
+    }
 }
 
 std::unique_ptr<Session> CameraServer::makeSession(Language language) {

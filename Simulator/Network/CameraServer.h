@@ -6,8 +6,11 @@
 #include "Network/Connection.h"
 #include "Network/DiscoveryPort.h"
 
+#include <poll.h>
+
 #include <atomic>
 #include <list>
+#include <span>
 #include <thread>
 
 namespace Simulator {
@@ -30,6 +33,9 @@ public:
     CameraServer& operator=(const CameraServer&) = delete;
     /// Stops a started server and ends its clients' connections.
     ~CameraServer();
+
+    /// Where it serves, as it was told.
+    const std::string& address() const { return m_options.address; }
 
     /// The ports served; 0 for a language that the camera refuses.
     std::uint16_t binaryTcpPort() const { return portOf(m_binaryListener); }
@@ -57,7 +63,9 @@ private:
     enum class Language { Text, Binary };
 
     void serveOnce();
+    void advanceAll(std::span<const pollfd> waited, Clock::time_point now);
     void acceptFrom(const Socket& listener, Language language);
+    std::pair<Socket, std::string> acceptIfPossible(const Socket& listener);
     std::unique_ptr<Session> makeSession(Language language);
     void advanceSafely(Connection& connection, short events, Clock::time_point now);
     int waitMs() const;
@@ -69,6 +77,8 @@ private:
     DiscoveryPort m_discovery;
     std::pair<Socket, Socket> m_wake;
     std::list<Connection> m_connections;
+    std::optional<Clock::time_point> m_acceptAgain; ///< set where a client waits for a descriptor
+    bool m_toldOfShortage = false;
     std::atomic<bool> m_stop = false;
     std::thread m_thread;
 };

@@ -12,9 +12,6 @@ namespace Simulator {
 
 namespace {
 
-// Large enough for few calls per picture, small enough that the other clients get their turn.
-constexpr std::size_t mostBytesPerTurn = std::size_t{8} << 20;
-
 bool triedAgainLater() {
     return errno == EAGAIN || errno == EWOULDBLOCK || errno == EINTR;
 }
@@ -47,6 +44,7 @@ void Connection::advance(short events, Clock::time_point now) {
         readInput();
     if (m_pausedUntil && now >= *m_pausedUntil)
         m_pausedUntil.reset();
+    m_hasMore = false;
     if (!m_over && !m_pausedUntil)
         work(now);
 }
@@ -63,24 +61,36 @@ void Connection::readInput() {
 }
 
 void Connection::work(Clock::time_point now) {
-    while (!m_over) {
-        if (!m_actions.empty()) {
-            if (carryOut(m_actions.front(), now) == Step::Wait)
-                return;
-            m_actions.pop_front();
-            m_sent = 0;
-            continue;
-        }
-        std::optional<Reaction> reaction = m_session->next();
-        if (!reaction) {
-            if (m_inputEnded)
-                end("disconnected");
+    m_left = {};
+    while (!m_over && m_left.steps > 0) {
+        --m_left.steps;
+        const Step step = m_actions.empty() ? answerNext() : carryOutFirst(now);
+        if (step == Step::Wait)
             return;
-        }
-        for (const std::string& event : reaction->events)
-            m_log(m_name + " " + event);
-        std::ranges::move(reaction->actions, std::back_inserter(m_actions));
     }
+    m_hasMore = !m_over;
+}
+
+Connection::Step Connection::answerNext() {
+    const std::optional<Reaction> reaction = m_session->next();
+    if (!reaction) {
+        m_hasMore = m_session->isWorking();
+        if (m_inputEnded && !m_hasMore)
+            end("disconnected");
+        return Step::Wait;
+    }
+    for (const std::string& event : reaction->events)
+        m_log(m_name + " " + event);
+    std::ranges::copy(reaction->actions, std::back_inserter(m_actions));
+    return Step::Done;
+}
+
+Connection::Step Connection::carryOutFirst(Clock::time_point now) {
+    if (carryOut(m_actions.front(), now) == Step::Wait)
+        return Step::Wait;
+    m_actions.pop_front();
+    m_sent = 0;
+    return Step::Done;
 }
 
 Connection::Step Connection::carryOut(Action& action, Clock::time_point now) {
@@ -107,11 +117,10 @@ Connection::Step Connection::carryOut(Action& action, Clock::time_point now) {
 }
 
 Connection::Step Connection::send(SendBytes& sending, Clock::time_point now) {
-    std::size_t sentInTurn = 0;
-    while (m_sent < sending.length) {
-        if (sentInTurn >= mostBytesPerTurn)
-            return Step::Wait;
-        const std::size_t left = sending.length - m_sent;
+    for (; m_sent < sending.length; --m_left.steps) {
+        if (m_left.steps <= 0 || m_left.bytes == 0)
+            return Step::Wait; // until the next turn, which comes as the client can take more
+        const std::size_t left = std::min(sending.length - m_sent, m_left.bytes);
         const std::size_t pieceLeft =
             sending.pieceBytes == 0 ? left : sending.pieceBytes - m_sent % sending.pieceBytes;
         const ssize_t count =
@@ -121,7 +130,7 @@ Connection::Step Connection::send(SendBytes& sending, Clock::time_point now) {
         if (count < 0)
             return Step::Wait;
         m_sent += static_cast<std::size_t>(count);
-        sentInTurn += static_cast<std::size_t>(count);
+        m_left.bytes -= static_cast<std::size_t>(count);
         if (sending.endless)
             m_sent %= sending.length;
         const bool pieceDone = sending.pieceBytes != 0 && m_sent % sending.pieceBytes == 0;

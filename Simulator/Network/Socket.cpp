@@ -47,6 +47,10 @@ Socket bound(int type, const std::string& address, std::uint16_t port, Sharing s
     return socket;
 }
 
+bool isShortage(int error) {
+    return error == EMFILE || error == ENFILE || error == ENOBUFS || error == ENOMEM;
+}
+
 std::string nameOf(const std::string& protocol, const std::string& address, std::uint16_t port) {
     return "Cannot serve " + protocol + " port " + std::to_string(port) + " of " + address;
 }
@@ -87,6 +91,8 @@ std::pair<Socket, std::string> acceptClient(const Socket& listener) {
     sockaddr_in peer{};
     socklen_t size = sizeof peer;
     Socket client(accept(listener.descriptor(), reinterpret_cast<sockaddr*>(&peer), &size));
+    if (!client.isOpen() && isShortage(errno))
+        throw NothingLeft(std::generic_category().message(errno));
     if (!client.isOpen() || !prepare(client.descriptor()))
         return {};
     switchOn(client.descriptor(), IPPROTO_TCP, TCP_NODELAY);

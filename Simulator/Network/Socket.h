@@ -51,8 +51,14 @@ void switchOn(int descriptor, int level, int option);
 /// The port that a socket is bound to; 0 for a closed socket.
 std::uint16_t portOf(const Socket& socket);
 
+/// A client waits, and there is no descriptor or memory left for its connection.
+class NothingLeft : public std::runtime_error {
+public:
+    using std::runtime_error::runtime_error;
+};
+
 /// The next waiting client, non-blocking and without delay of small messages, and its "ADDRESS:PORT".
-/// A closed socket if none waits.
+/// A closed socket if none waits. Throws NothingLeft, which leaves the client waiting.
 std::pair<Socket, std::string> acceptClient(const Socket& listener);
 
 /// Both ends of a pipe, non-blocking: the reading end first. Throws ServerError.

@@ -94,6 +94,50 @@ TEST_F(BinarySessionTest, GivesThePictureAsConfigured) {
     EXPECT_EQ(answerTo(session, getRequest).size(), 13U + 512 + 8 * 3 * 3 * 2);
 }
 
+TEST(BinarySession, RendersWhereAPictureIsFetchedAndNotWhereItIsTaken) {
+    CameraSettings settings = smallCamera();
+    settings.size = PictureSize{64, 256};
+    Camera camera(settings);
+    BinarySession session(camera);
+    for (int exposure = 1; exposure <= 1000; ++exposure)
+        session.append(joined({configureWith(exposure, 2, 1), takeRequest}));
+    EXPECT_EQ(reactionsOf(session).size(), 2000U);
+    const SharedOrder last = camera.orderPicture({1000, 2, PictureFormat::Sgi});
+    EXPECT_FALSE(last->isDone());
+
+    session.append(getRequest);
+    int asked = 0;
+    std::optional<Reaction> reaction;
+    for (; !reaction && asked < 100; ++asked) {
+        EXPECT_EQ(session.isWorking(), asked > 0);
+        reaction = session.next();
+    }
+    EXPECT_EQ(asked, 4); // so many pieces of such a picture
+    EXPECT_FALSE(session.isWorking());
+    EXPECT_EQ(sentBytes(reaction.value_or(Reaction()).actions), *last->answer);
+}
+
+TEST_F(BinarySessionTest, GivesThePictureOfTheSettingsAtTheTake) {
+    answerTo(session, configureWith(15, 2, 1));
+    answerTo(session, takeRequest);
+    EXPECT_EQ(answerTo(session, configureWith(0, 3, 1)), errorAnswer(ErrorCode::ValueOutOfRange));
+    EXPECT_EQ(answerTo(session, getRequest), *camera.pictureAnswer({15, 2, PictureFormat::Sgi}));
+}
+
+TEST(BinarySession, DrawsAFaultOnceHoweverLongThePictureTakes) {
+    CameraSettings settings = smallCamera();
+    settings.size = PictureSize{64, 256};
+    settings.faults = {parseFault("get:black-picture*1")};
+    Camera camera(settings);
+    BinarySession session(camera);
+    session.append(joined({configureRequest, takeRequest, getRequest, getRequest}));
+    const std::vector<Reaction> reactions = reactionsOf(session);
+    ASSERT_EQ(reactions.size(), 4U);
+    const Configuration configured{100, 2, PictureFormat::Sgi};
+    EXPECT_EQ(sentBytes(reactions[2].actions), *camera.blackPictureAnswer(configured));
+    EXPECT_EQ(sentBytes(reactions[3].actions), *camera.pictureAnswer(configured));
+}
+
 TEST_F(BinarySessionTest, SaysEachRequestInWords) {
     EXPECT_THAT(reactionTo(session, probeRequest).events, ElementsAre("probe: format 0 -> Done"));
     EXPECT_THAT(reactionTo(session, takeRequest).events, ElementsAre("take -> Error 8 (not configured)"));

@@ -8,8 +8,25 @@
 #include <netinet/tcp.h>
 
 #include <algorithm>
+#include <atomic>
 #include <condition_variable>
 #include <mutex>
+
+namespace {
+
+/// So many clients find no descriptor from now on.
+std::atomic<int> acceptsToFail = 0;
+
+} // namespace
+
+/// In place of the system's, for the whole program.
+extern "C" int accept(int listener, sockaddr* address, socklen_t* length) {
+    if (acceptsToFail == 0)
+        return accept4(listener, address, length, 0);
+    --acceptsToFail;
+    errno = EMFILE;
+    return -1;
+}
 
 namespace Simulator {
 
@@ -43,6 +60,17 @@ public:
                        return line.find(part) != std::string::npos;
                    }) >= count;
         });
+    }
+
+    /// How many lines with `part` came before the first one with `end`.
+    int countBefore(const std::string& part, const std::string& end) {
+        EXPECT_TRUE(saw(end));
+        const auto contains = [](const std::string& text) {
+            return [&](const std::string& line) { return line.find(text) != std::string::npos; };
+        };
+        const std::lock_guard lock(m_mutex);
+        const auto found = std::ranges::find_if(m_lines, contains(end));
+        return static_cast<int>(std::count_if(m_lines.begin(), found, contains(part)));
     }
 
     std::vector<std::string> lines() {
@@ -244,6 +272,55 @@ TEST_F(CameraServerTest, ReadsNoMoreFromAClientThatTakesNoAnswers) {
     EXPECT_LT(greedy.send(many), many.size());
     LoopbackClient other(server->binaryTcpPort());
     EXPECT_EQ(other.ask(probeRequest), doneAnswer);
+}
+
+TEST_F(CameraServerTest, AnswersAnotherClientAmidstManyRequestsOfOne) {
+    server.emplace(smallCamera(), anyPorts(events.log()));
+    LoopbackClient busy(server->binaryTcpPort());
+    busy.send(repeated(probeRequest, 1000));
+    LoopbackClient other(server->binaryTcpPort());
+    other.send(getRequest);
+    server->start();
+    EXPECT_EQ(other.read(17), errorAnswer(ErrorCode::NoPicture));
+    // Not all of one client's before the other's turn, which comes with the one after its connection.
+    EXPECT_LT(events.countBefore("probe", "get -> "), 3 * Connection::mostStepsPerTurn);
+}
+
+TEST_F(CameraServerTest, AnswersAnotherClientWhileAPictureIsRendered) {
+    CameraSettings settings;
+    settings.scene.kind = SceneKind::Noise;
+    server.emplace(settings, anyPorts(events.log()));
+    LoopbackClient busy(server->binaryTcpPort());
+    for (int exposure = 1; exposure <= 250; ++exposure)
+        busy.send(joined({configureWith(exposure, 2, 2), takeRequest, getRequest}));
+    LoopbackClient other(server->binaryTcpPort());
+    other.send(probeRequest);
+    server->start();
+    EXPECT_EQ(other.read(13), doneAnswer);
+    EXPECT_EQ(events.countBefore("GetImage", "probe"), 0);
+    server->stop();
+}
+
+TEST_F(CameraServerTest, TriesAgainAfterAWhileWhereThereIsNoDescriptorForAClient) {
+    acceptsToFail = 3;
+    const auto before = Clock::now();
+    LoopbackClient client(serve().binaryTcpPort());
+    EXPECT_EQ(client.ask(probeRequest), doneAnswer);
+    EXPECT_GE(Clock::now() - before, milliseconds(3 * 100));
+    EXPECT_EQ(acceptsToFail, 0);
+    EXPECT_EQ(events.countBefore("a client waits: Too many open files", "connected"), 1);
+}
+
+TEST_F(CameraServerTest, TakesAWaitingClientAsSoonAsAnotherOneGoes) {
+    serve();
+    std::optional<LoopbackClient> leaving(server->binaryTcpPort());
+    EXPECT_EQ(leaving->ask(probeRequest), doneAnswer);
+    acceptsToFail = 1'000'000;
+    LoopbackClient waiting(server->binaryTcpPort());
+    EXPECT_TRUE(events.saw("a client waits"));
+    acceptsToFail = 0;
+    leaving.reset();
+    EXPECT_EQ(waiting.ask(probeRequest), doneAnswer);
 }
 
 TEST_F(CameraServerTest, TurnsTheSixtyFifthClientAway) {

@@ -1,9 +1,10 @@
 #include "Camera/Camera.h"
 
 #include "Conversation.h"
+#include "Support/TemporaryFolder.h"
 
 #include <gtest/gtest.h>
-
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <cstdio>
@@ -78,10 +79,19 @@ TEST(Camera, SaysWhichFileItCannotRead) {
     }
 }
 
-TEST(Camera, RefusesAFolderAsAScene) {
-    CameraSettings settings;
-    settings.scene = parseScene("file:" + ::testing::TempDir());
-    EXPECT_THROW(Camera{settings}, std::runtime_error);
+TEST(Camera, ServesNothingButARegularFile) {
+    const TestSupport::TemporaryFolder folder;
+    ASSERT_EQ(mkfifo(folder.file("fifo").c_str(), 0600), 0);
+    for (const std::string& path : {folder.path().string(), folder.file("fifo"), std::string("/dev/zero")}) {
+        CameraSettings settings;
+        settings.scene = parseScene("file:" + path);
+        try {
+            Camera camera(settings);
+            ADD_FAILURE() << "accepted " << path;
+        } catch (const std::runtime_error& failure) {
+            EXPECT_EQ(failure.what(), "Cannot read the scene " + path + ": it is no regular file");
+        }
+    }
 }
 
 TEST(Camera, CountsHowOftenAFaultHits) {

@@ -52,6 +52,13 @@ inline Bytes joined(std::initializer_list<Bytes> requests) {
     return all;
 }
 
+inline Bytes repeated(const Bytes& request, int count) {
+    Bytes all;
+    while (count-- > 0)
+        all.insert(all.end(), request.begin(), request.end());
+    return all;
+}
+
 /// An `Error` answer as it travels.
 inline Bytes errorAnswer(ErrorCode code) {
     return sealed(bytesOf({1, 0, 0, 0, 0x11, 1, 1, 0, 0, 0, 4, 0, 0, 0, static_cast<int>(code)}));
@@ -65,17 +72,25 @@ inline CameraSettings smallCamera(SceneKind scene = SceneKind::Ramp) {
     return settings;
 }
 
+/// The session's next reaction, however often it must be asked for it.
+inline std::optional<Reaction> nextReaction(Session& session) {
+    std::optional<Reaction> reaction = session.next();
+    while (!reaction && session.isWorking())
+        reaction = session.next();
+    return reaction;
+}
+
 /// All reactions to what the session has received so far.
 inline std::vector<Reaction> reactionsOf(Session& session) {
     std::vector<Reaction> reactions;
-    while (std::optional<Reaction> reaction = session.next())
+    while (std::optional<Reaction> reaction = nextReaction(session))
         reactions.push_back(std::move(*reaction));
     return reactions;
 }
 
 inline Reaction reactionTo(Session& session, const Bytes& request) {
     session.append(request);
-    return session.next().value_or(Reaction());
+    return nextReaction(session).value_or(Reaction());
 }
 
 /// What the actions send, pieces joined.
