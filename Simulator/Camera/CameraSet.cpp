@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
+#include <filesystem>
 #include <fstream>
 #include <limits>
 #include <system_error>
@@ -16,6 +17,7 @@ namespace Simulator {
 namespace {
 
 using Json = nlohmann::json;
+namespace fs = std::filesystem;
 
 constexpr std::size_t longestFile = std::size_t{1} << 20;
 constexpr std::size_t mostFaults = 256;
@@ -77,6 +79,7 @@ PictureSize sizeOf(const Json& value) {
     const auto size = pictureSizeFromText(text);
     if (!size)
         throw WrongValue("\"" + text + "\" is not WIDTHxHEIGHT, 1 to 65535 each");
+    requirePictureSize(*size);
     return *size;
 }
 
@@ -141,39 +144,87 @@ std::string knownKeys() {
     return names;
 }
 
-void readKey(CameraEntry& entry, const std::string& name, const Json& value, const std::string& camera) {
+/// Whoever wrote a set need not be whoever serves it: it reaches no picture but those beside it.
+void keepBeside(const std::string& file, Scene& scene) {
+    std::error_code failure;
+    const fs::path folder = fs::canonical(fs::absolute(file).parent_path(), failure);
+    const fs::path path = failure ? fs::path() : fs::canonical(folder / scene.path, failure);
+    if (failure)
+        throw WrongValue("cannot read the picture " + scene.path + ": " + failure.message());
+    if (std::ranges::mismatch(folder, path).in1 != folder.end())
+        throw WrongValue("the picture " + scene.path + " is neither in the folder of this file nor below it");
+    if (!fs::is_regular_file(path, failure))
+        throw WrongValue("the picture " + scene.path + " is no regular file");
+    scene.path = path.string();
+}
+
+/// One camera of a set, for messages and paths.
+struct CameraPlace {
+    const std::string& file;
+    std::string camera;
+};
+
+std::string cameraPlace(const std::string& file, std::size_t number) {
+    return file + ", camera " + std::to_string(number);
+}
+
+std::string keyWords(const std::string& key) {
+    return ", key \"" + key + "\"";
+}
+
+void readKey(CameraEntry& entry, const std::string& name, const Json& value, const CameraPlace& place) {
     const auto* const key = std::ranges::find(keys, name, &Key::name);
     if (key == keys.end())
-        throw CameraSetError(camera + ": there is no key \"" + name + "\"; there are " + knownKeys());
+        throw CameraSetError(place.camera + ": there is no key \"" + name + "\"; there are " + knownKeys());
     try {
         key->read(entry, value);
+        if (entry.settings.scene.kind == SceneKind::File && key->name == "scene")
+            keepBeside(place.file, entry.settings.scene);
     } catch (const WrongValue& wrong) {
-        throw CameraSetError(camera + ", key \"" + name + "\": " + wrong.what());
+        throw CameraSetError(place.camera + keyWords(name) + ": " + wrong.what());
     } catch (const std::invalid_argument& wrong) {
-        throw CameraSetError(camera + ", key \"" + name + "\": " + wrong.what());
+        throw CameraSetError(place.camera + keyWords(name) + ": " + wrong.what());
     }
 }
 
-CameraEntry readCamera(const Json& description, const std::string& camera) {
+CameraEntry readCamera(const Json& description, const CameraPlace& place) {
     if (!description.is_object())
-        throw CameraSetError(camera + ": an object {...} is due");
+        throw CameraSetError(place.camera + ": an object {...} is due");
     CameraEntry entry;
     for (const auto& [name, value] : description.items())
-        readKey(entry, name, value, camera);
+        readKey(entry, name, value, place);
     if (entry.address.empty())
-        throw CameraSetError(camera + ": the key \"address\" is missing");
+        throw CameraSetError(place.camera + ": the key \"address\" is missing");
     return entry;
+}
+
+/// Of a number that no JSON reader can hold, the library knows neither camera nor key.
+Json readJson(std::string_view text, const std::string& name) {
+    constexpr int ofCamera = 2; // depth, within the array of the outer object
+    std::string place = name;
+    std::size_t cameras = 0;
+    const auto follow = [&](int depth, Json::parse_event_t event, const Json& parsed) {
+        if (depth == ofCamera && event == Json::parse_event_t::object_start)
+            ++cameras;
+        else if (depth == ofCamera && event == Json::parse_event_t::object_end)
+            place = name;
+        else if (depth == ofCamera + 1 && event == Json::parse_event_t::key)
+            place = cameraPlace(name, cameras) + keyWords(parsed.get<std::string>());
+        return true;
+    };
+    try {
+        return Json::parse(text, follow);
+    } catch (const Json::parse_error& error) {
+        throw CameraSetError(name + ": this is no JSON: " + error.what());
+    } catch (const Json::out_of_range&) {
+        throw CameraSetError(place + ": the number is larger than any number can be");
+    }
 }
 
 } // namespace
 
 std::vector<CameraEntry> parseCameraSet(std::string_view text, const std::string& name) {
-    Json document;
-    try {
-        document = Json::parse(text);
-    } catch (const Json::parse_error& error) {
-        throw CameraSetError(name + ": this is no JSON: " + error.what());
-    }
+    const Json document = readJson(text, name);
     if (!document.is_object() || document.size() != 1 || !document.contains("cameras"))
         throw CameraSetError(name + ": {\"cameras\": [...]} is due, with no other key");
     const Json& cameras = document.at("cameras");
@@ -182,7 +233,7 @@ std::vector<CameraEntry> parseCameraSet(std::string_view text, const std::string
                              std::to_string(mostCamerasOfSet) + " cameras is due");
     std::vector<CameraEntry> entries;
     for (const Json& description : cameras)
-        entries.push_back(readCamera(description, name + ", camera " + std::to_string(entries.size() + 1)));
+        entries.push_back(readCamera(description, {name, cameraPlace(name, entries.size() + 1)}));
     return entries;
 }
 

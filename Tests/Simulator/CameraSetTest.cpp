@@ -1,8 +1,12 @@
 #include "Camera/CameraSet.h"
 
+#include "Support/TemporaryFolder.h"
+
 #include <gmock/gmock.h>
+#include <sys/stat.h>
 
 #include <cstdio>
+#include <filesystem>
 #include <fstream>
 
 namespace Simulator {
@@ -12,6 +16,8 @@ using ::testing::HasSubstr;
 using ::testing::StartsWith;
 
 namespace {
+
+namespace fs = std::filesystem;
 
 std::vector<CameraEntry> parsed(const std::string& text) {
     return parseCameraSet(text, "lab.json");
@@ -54,6 +60,38 @@ public:
 std::string refusalOfFile(const std::string& path) {
     return complaintOf([&] { readCameraSet(path); });
 }
+
+/// A set's folder `set` with pictures, and what lies around it.
+class SceneOfASet : public ::testing::Test {
+protected:
+    SceneOfASet() {
+        for (const char* each : {"set/below", "set-2"})
+            fs::create_directories(folder.file(each));
+        for (const char* each : {"set/a.png", "set/below/b.png", "set-2/c.png", "outside.png"})
+            std::ofstream(folder.file(each)) << "picture";
+        fs::create_symlink("below/b.png", folder.file("set/inner"));
+        fs::create_symlink("../outside.png", folder.file("set/outer"));
+        fs::create_symlink("../set-2", folder.file("set/outer-folder"));
+        fs::create_symlink("circle", folder.file("set/circle"));
+        mkfifo(folder.file("set/fifo").c_str(), 0600);
+    }
+
+    Scene sceneOf(const std::string& path) const {
+        return parseCameraSet(R"({"cameras": [{"address": "10.77.1.11", "scene": "file:)" + path + "\"}]}",
+                              folder.file("set/set.json"))
+            .at(0)
+            .settings.scene;
+    }
+
+    /// Without the place, which is the same for all.
+    std::string refusalOfScene(const std::string& path) const {
+        const std::string place = folder.file("set/set.json") + ", camera 1, key \"scene\": ";
+        const std::string complaint = complaintOf([&] { sceneOf(path); });
+        return complaint.starts_with(place) ? complaint.substr(place.size()) : complaint;
+    }
+
+    const TestSupport::TemporaryFolder folder;
+};
 
 } // namespace
 
@@ -185,6 +223,44 @@ TEST(CameraSet, OutlivesDeepNesting) {
     EXPECT_THAT(refusalOf(std::string(1 << 20, '[')), HasSubstr("this is no JSON"));
     const std::string deep = std::string(1 << 18, '[') + std::string(1 << 18, ']');
     EXPECT_THAT(refusalOf(deep), HasSubstr("is due"));
+}
+
+TEST(CameraSet, NamesThePlaceOfANumberBeyondAllNumbers) {
+    EXPECT_EQ(refusalOfCamera(R"("seed": 1e999)"),
+              "lab.json, camera 2, key \"seed\": the number is larger than any number can be");
+    EXPECT_EQ(refusalOf(R"({"cameras": [{"faults": [{"a": 1e999}]}]})"),
+              "lab.json, camera 1, key \"faults\": the number is larger than any number can be");
+    EXPECT_EQ(refusalOf(R"({"cameras": [{"seed": 1}], "more": -1e999})"),
+              "lab.json: the number is larger than any number can be");
+}
+
+TEST(CameraSet, RefusesASizeThatNoCameraHas) {
+    EXPECT_EQ(refusalOfCamera(R"("size": "65535x65535")"),
+              "lab.json, camera 2, key \"size\": No camera takes pictures of 65535 x 65535 pixels");
+}
+
+TEST_F(SceneOfASet, IsAFileBesideItOrBelow) {
+    for (const char* path : {"a.png", "below/b.png", "below/../a.png", "./a.png", "inner"})
+        EXPECT_EQ(refusalOfScene(path), "accepted") << path;
+    EXPECT_EQ(refusalOfScene(folder.file("set/a.png")), "accepted");
+    EXPECT_EQ(sceneOf("below/../a.png").path, fs::canonical(folder.file("set/a.png")));
+    EXPECT_EQ(sceneOf("inner").path, fs::canonical(folder.file("set/below/b.png")));
+}
+
+TEST_F(SceneOfASet, IsNotElsewhere) {
+    for (const std::string& path :
+         {std::string("../outside.png"), std::string("below/../../outside.png"), folder.file("outside.png"),
+          folder.file("set-2/c.png"), std::string("../set-2/c.png"), std::string("outer"),
+          std::string("outer-folder/c.png"), std::string("/dev/zero")})
+        EXPECT_EQ(refusalOfScene(path),
+                  "the picture " + path + " is neither in the folder of this file nor below it");
+}
+
+TEST_F(SceneOfASet, IsARegularFile) {
+    for (const char* path : {"below", ".", "fifo"})
+        EXPECT_EQ(refusalOfScene(path), "the picture " + std::string(path) + " is no regular file");
+    EXPECT_EQ(refusalOfScene("none.png"), "cannot read the picture none.png: No such file or directory");
+    EXPECT_EQ(refusalOfScene("circle"), "cannot read the picture circle: Too many levels of symbolic links");
 }
 
 TEST(CameraSet, ReadsAFile) {
