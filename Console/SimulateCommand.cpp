@@ -10,9 +10,13 @@
 #include <chrono>
 #include <cstdint>
 #include <cstdio>
+#include <cstdlib>
 #include <exception>
+#include <future>
 #include <list>
 #include <sstream>
+#include <thread>
+#include <utility>
 
 namespace Console {
 
@@ -22,6 +26,9 @@ using Clock = std::chrono::steady_clock;
 
 /// How soon Ctrl-C is noticed.
 constexpr DWORD pollMs = 50;
+
+/// How long the servers have for their end, so that with what is above it takes less than half a second.
+constexpr std::chrono::milliseconds longestFarewell{300};
 
 void say(const std::string& line) {
     std::printf("%s\n", line.c_str());
@@ -40,13 +47,34 @@ std::list<Simulator::CameraServer> serversOf(const SimulateOptions& options) {
         const std::string prefix = cameras.size() > 1 ? server.address + ": " : "";
         server.log = [prefix](const std::string& event) { say(printable(prefix + event)); };
         servers.emplace_back(camera.settings, server);
-        say(simulateGreeting(servers.back(), server.address));
     }
     return servers;
 }
 
+/// Ends the process where the servers do not end in time, most likely because nobody reads what they say.
+void stop(std::list<Simulator::CameraServer> servers) {
+    for (Simulator::CameraServer& server : servers)
+        server.requestStop();
+    std::packaged_task<void()> farewell([&] {
+        const bool one = servers.size() == 1;
+        servers.clear();
+        say(one ? "The simulated camera has stopped." : "The simulated cameras have stopped.");
+    });
+    const std::future<void> stopped = farewell.get_future();
+    std::thread thread(std::move(farewell));
+    if (stopped.wait_for(longestFarewell) != std::future_status::ready)
+        std::_Exit(static_cast<int>(ExitStatus::done));
+    thread.join();
+}
+
 void serve(const SimulateOptions& options) {
+    // While files are read and ports are taken, there is nothing that Ctrl-C would have to wait for.
+    Platform::endAtInterrupts("", static_cast<int>(ExitStatus::done));
     std::list<Simulator::CameraServer> servers = serversOf(options);
+    Platform::catchInterrupts();
+    for (const Simulator::CameraServer& server : servers)
+        if (!Platform::interrupted())
+            say(simulateGreeting(server));
     if (!options.runTime)
         say("Ctrl-C ends it.");
     const auto start = Clock::now();
@@ -54,9 +82,7 @@ void serve(const SimulateOptions& options) {
         server.start();
     while (!isOver(options, start))
         Sleep(pollMs);
-    const bool one = servers.size() == 1;
-    servers.clear();
-    say(one ? "The simulated camera has stopped." : "The simulated cameras have stopped.");
+    stop(std::move(servers));
 }
 
 std::string serviceLine(const std::string& language, Simulator::Service service, const std::string& address,
@@ -74,7 +100,8 @@ ExitStatus failed(const std::string& reason) {
 
 } // namespace
 
-std::string simulateGreeting(const Simulator::CameraServer& server, const std::string& address) {
+std::string simulateGreeting(const Simulator::CameraServer& server) {
+    const std::string& address = server.address();
     const Simulator::CameraSettings& camera = server.settings();
     const Simulator::PictureSize size = camera.pictureSize();
     std::ostringstream text;
@@ -102,7 +129,6 @@ std::string simulateGreeting(const Simulator::CameraServer& server, const std::s
 }
 
 ExitStatus runSimulate(const SimulateOptions& options, const CommonOptions& common) {
-    Platform::catchInterrupts();
     try {
         applyToHost(common);
         const ToolLog log(common.log, nullptr);
