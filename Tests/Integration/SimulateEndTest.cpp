@@ -134,7 +134,7 @@ TEST(ASetOfSimulators, EndsPromptlyWhileAllOfThemRender) {
     expectPromptEnd(process, SIGTERM);
 }
 
-TEST(ASimulatorWithoutDescriptors, RestsUntilItEnds) {
+TEST(ASimulatorWithoutDescriptors, EndsPromptly) {
     ChildProcess process({"/bin/sh", "-c", "ulimit -n 12; exec \"$0\" \"$@\"", KORVA_TOOL, "simulate",
                           "--port", "0", "--text-port", "0", "--for", "60"});
     ASSERT_TRUE(process.waitForOutput("Take a picture with: ")) << process.errors();
