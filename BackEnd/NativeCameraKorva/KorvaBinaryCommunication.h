@@ -12,8 +12,9 @@ class Communicator;
 
 namespace Korva::Binary {
 
-/// The most value bytes that the GetImage arguments of a received message may announce together: 1 GiB.
-inline constexpr std::uint32_t defaultImageByteLimit = std::uint32_t{1} << 30;
+/// The most value bytes that the GetImage arguments of a received message may announce together: 256 MiB.
+/// The largest real picture has 30 MB.
+inline constexpr std::uint32_t defaultImageByteLimit = std::uint32_t{256} << 20;
 
 /// Lowers (tests, fuzzers) or restores the limit that parseIncomingMessage applies. Process-wide, any thread.
 void setImageByteLimit(std::uint32_t bytes) noexcept;

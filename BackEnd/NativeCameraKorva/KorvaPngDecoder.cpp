@@ -21,7 +21,7 @@ constexpr std::size_t jumpBufferSize = 256;
 // A few bytes of a file may announce a text of any length, or unpack to one, and libpng, which only warns of
 // it, would keep 1000 of them. The longest row that it decodes takes half of the allocation allowed here.
 constexpr png_alloc_size_t mostAllocatedBytes = png_alloc_size_t{16} << 20;
-constexpr png_alloc_size_t mostUnpackedTextBytes = 8'000'000;
+constexpr png_alloc_size_t mostUnpackedTextBytes = 1'000'000;
 constexpr png_uint_32 mostKeptChunks = 32;
 
 /// libpng's read callback. What is missing of the last bytes is zero, so that the end of a cut-off file does

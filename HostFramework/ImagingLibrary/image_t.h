@@ -33,8 +33,8 @@ public:
     static constexpr std::uint32_t layoutMask = 15;
     static constexpr std::uint32_t depth16 = 16;
 
-    /// The most bytes that an image allocates for itself, unless setByteLimit says otherwise: 1 GiB.
-    static constexpr std::size_t defaultByteLimit = std::size_t{1} << 30;
+    /// The most bytes that an image allocates for itself, unless setByteLimit says otherwise: 256 MiB.
+    static constexpr std::size_t defaultByteLimit = std::size_t{256} << 20;
 
     /// An empty image: no picture.
     image_t() noexcept;

@@ -84,7 +84,7 @@ std::vector<Row> rowsOf(const Numbers& its) {
     const std::string tooLargeGarbage =
         "Korva has sent an argument that is too large: code 34 argSize 860116326 limit 4";
     const std::string tooLargeImage =
-        "Korva has sent an image that is too large: argSize 2147483647 limit 1073741824";
+        "Korva has sent an image that is too large: argSize 2147483647 limit 268435456";
     const std::string halfLength = its.value + " totalBytesRead 11expected message size " + its.half;
     const std::string wrapped = "4294967285 totalBytesRead 11expected message size " + its.length;
     const std::string flood = "1431655765 totalBytesRead 11expected message size 1431655765";

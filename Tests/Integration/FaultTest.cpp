@@ -114,7 +114,7 @@ std::vector<FaultCase> faultCases() {
          {{"WARN", "Korva returned more arguments than expected: \xFF"}},
          {}},
         {"get:huge-image", nothing, 2,
-         twice({{"ERROR", "Korva has sent an image that is too large: argSize 2147483647 limit 1073741824"}}),
+         twice({{"ERROR", "Korva has sent an image that is too large: argSize 2147483647 limit 268435456"}}),
          twice({pictureUnread})},
         // The highest bit of the last byte: 15 becomes 143, which the log shows byte-swapped.
         {"take:flip=103*1",

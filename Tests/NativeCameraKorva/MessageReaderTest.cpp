@@ -262,11 +262,11 @@ TEST_F(MessageReader, RefusesAValueOfMoreThanFourBytesThatIsNoImage) {
     EXPECT_THAT(communicator.reads(), ElementsAre(readOf(6), readOf(5)));
 }
 
-TEST_F(MessageReader, RefusesAnImageAboveOneGibibyteBeforeReadingIt) {
+TEST_F(MessageReader, RefusesAnImageAbove256MebibytesBeforeReadingIt) {
     Bytes bytes = messageHead(0xFFFFFFFFu, 1);
-    appendArgHeader(bytes, image, (1u << 30) + 1);
+    appendArgHeader(bytes, image, (256u << 20) + 1);
     communicator.deliver(bytes).deliver(Bytes(64, 0));
-    expectRefusal("Korva has sent an image that is too large: argSize 1073741825 limit 1073741824");
+    expectRefusal("Korva has sent an image that is too large: argSize 268435457 limit 268435456");
     EXPECT_THAT(communicator.reads(), ElementsAre(readOf(6), readOf(5)));
 }
 

@@ -226,13 +226,13 @@ TEST(Image, OfRefusedSizeStillAdoptsTheBuffer) {
     EXPECT_EQ(frees.count(), 1);
 }
 
-TEST(Image, AllocatesAtMostOneGibibyte) {
-    EXPECT_EQ(image_t::byteLimit(), std::size_t{1} << 30);
-    EXPECT_TRUE(image_t::isAllocatable(3, 1 << 15, 1 << 15));
-    EXPECT_FALSE(image_t::isAllocatable(3, 1 << 15, (1 << 15) + 1));
+TEST(Image, AllocatesAtMost256Mebibytes) {
+    EXPECT_EQ(image_t::byteLimit(), std::size_t{256} << 20);
+    EXPECT_TRUE(image_t::isAllocatable(3, 1 << 14, 1 << 14));
+    EXPECT_FALSE(image_t::isAllocatable(3, 1 << 14, (1 << 14) + 1));
     EXPECT_FALSE(image_t::isAllocatable(3, -1, 1));
     EXPECT_FALSE(image_t::isAllocatable(0, 1, 1));
-    expectEmpty(image_t(3, 1 << 15, (1 << 15) + 1, nullptr, copy));
+    expectEmpty(image_t(3, 1 << 14, (1 << 14) + 1, nullptr, copy));
 }
 
 TEST(Image, AllocatesAtMostTheBytesOfALoweredLimit) {

@@ -13,6 +13,9 @@
 #include "Communicator/PosixEthernetCommunicator.h"
 #include "DeviceControl/BroadcastWorkerObserver.h"
 #include "DeviceControl/DeviceTemplate.h"
+#include "ImagingLibrary/Image.h"
+#include "ImagingLibrary/ImagingFactory.h"
+#include "ImagingLibrary/ImagingLibrary.h"
 #include "ReferenceHost/DeviceDescription.h"
 #include "Support/LogCapture.h"
 #include "Support/PictureFiles.h"
@@ -44,7 +47,9 @@ using TestSupport::Bytes;
 using TestSupport::ScriptedCommunicator;
 
 constexpr double mebi = 1024.0 * 1024.0;
-constexpr std::uint32_t gibi = std::uint32_t{1} << 30;
+/// The limits, of the announced pictures and of the decoded pixels.
+constexpr double limitMebi = 256;
+constexpr std::uint32_t limit = std::uint32_t{256} << 20;
 
 /// What small things cost: buffers, libpng, the first use of a library's code.
 constexpr double small = 4;
@@ -157,8 +162,8 @@ void expectPeakOfAnnouncement(const char* name, std::uint32_t imageBytes) {
 }
 
 TEST_F(HostilePeak, OfAnnouncedImagesThatDoNotCome) {
-    expectPeakOfAnnouncement("image announced as 1 GiB, then silence", gibi);
-    expectPeakOfAnnouncement("image announced as 1 GiB and 1 byte", gibi + 1);
+    expectPeakOfAnnouncement("image announced as 256 MiB, then silence", limit);
+    expectPeakOfAnnouncement("image announced as 256 MiB and 1 byte", limit + 1);
     expectPeakOfAnnouncement("image announced as 4 GiB", 0xFFFFFFFF);
 }
 
@@ -180,19 +185,19 @@ private:
 
 TEST_F(HostilePeak, OfAnImageThatStopsOnTheWay) {
     const Zeros part(64 << 20);
-    expectPeak("image announced as 1 GiB, silent after 64 MiB", 64 + small, [&] {
+    expectPeak("image announced as 256 MiB, silent after 64 MiB", 64 + small, [&] {
         return captureOf([&](ScriptedCommunicator& camera) {
-            camera.deliver(announcement(gibi + 13, 1, gibi)).deliverView(part.view());
+            camera.deliver(announcement(limit + 13, 1, limit)).deliverView(part.view());
         });
     });
 }
 
 TEST_F(HostilePeak, OfThreeImagesInOneMessage) {
-    const Zeros image(gibi);
-    expectPeak("three images of 1 GiB in one message", 1024 + small, [&] {
+    const Zeros image(limit);
+    expectPeak("three images of 256 MiB in one message", limitMebi + small, [&] {
         ScriptedCommunicator camera;
-        const Bytes next = announcement(0, 0, gibi);
-        camera.deliver(announcement(0xFFFFFFFF, 3, gibi)).deliverView(image.view());
+        const Bytes next = announcement(0, 0, limit);
+        camera.deliver(announcement(0xFFFFFFFF, 3, limit)).deliverView(image.view());
         camera.deliver(Bytes(next.begin() + 6, next.end())).deliverView(image.view());
         Korva::Binary::Header header;
         std::vector<Korva::Binary::FullArg> args;
@@ -221,9 +226,10 @@ void expectPeakOfPicture(const char* name, double bound, const Bytes& file, bool
     });
 }
 
-Bytes pngOf(std::uint32_t width, std::uint32_t height, const Bytes& chunks) {
-    return Support::pngSignature() + Support::pngHeader(width, height, 16, Support::PngColour::grey) +
-           chunks + Support::pngEnd();
+Bytes pngOf(std::uint32_t width, std::uint32_t height, const Bytes& chunks,
+            Support::PngColour colour = Support::PngColour::grey) {
+    return Support::pngSignature() + Support::pngHeader(width, height, 16, colour) + chunks +
+           Support::pngEnd();
 }
 
 /// A picture of 2 x 2 with that chunk before its pixels, as often as that.
@@ -250,16 +256,18 @@ Bytes packedUntilFlush(const Bytes& bytes) {
     return result;
 }
 
-/// A deflate stream of `count` MiB of zeros: the same flushed piece over and over.
-Bytes packedZeros(std::size_t count) {
-    constexpr std::size_t pieceBytes = 1 << 20;
-    Bytes stream = packedUntilFlush(Bytes(pieceBytes, 0));
+/// A deflate stream of `count` MiB of one value: the same flushed piece over and over.
+Bytes packedMebibytes(std::size_t count, unsigned char value = 0) {
+    const Bytes unpacked(1 << 20, value);
+    Bytes stream = packedUntilFlush(unpacked);
     const Bytes piece(stream.begin() + 2, stream.end()); // behind zlib's own two bytes
-    for (std::size_t i = 1; i < count; ++i)
+    uLong checksum = adler32(1, unpacked.data(), static_cast<uInt>(unpacked.size()));
+    for (std::size_t i = 1; i < count; ++i) {
         stream.insert(stream.end(), piece.begin(), piece.end());
-    // An empty last block; zeros leave the checksum's lower half at 1 and count in the upper one.
-    Bytes end{3, 0};
-    TestSupport::appendBig32(end, static_cast<std::uint32_t>(count * pieceBytes % 65521) << 16 | 1);
+        checksum = adler32(checksum, unpacked.data(), static_cast<uInt>(unpacked.size()));
+    }
+    Bytes end{3, 0}; // an empty last block
+    TestSupport::appendBig32(end, static_cast<std::uint32_t>(checksum));
     return stream + end;
 }
 
@@ -267,35 +275,35 @@ TEST_F(HostilePeak, OfPngFilesThatAnnounceTooMuch) {
     const Bytes pixels = Support::pngPixels(Bytes(100, 0));
     expectPeakOfPicture("PNG of 2147483647 x 2147483647", small, pngOf(0x7FFFFFFF, 0x7FFFFFFF, pixels),
                         false);
-    expectPeakOfPicture("PNG of 32768 x 16385, one row above the limit", small, pngOf(32768, 16385, pixels),
+    expectPeakOfPicture("PNG of 16384 x 8193, one row above the limit", small, pngOf(16384, 8193, pixels),
                         false);
-    expectPeakOfPicture("PNG of 32768 x 16384, cut off", small, pngOf(32768, 16384, pixels), false);
+    expectPeakOfPicture("PNG of 16384 x 8192, cut off", small, pngOf(16384, 8192, pixels), false);
     expectPeakOfPicture("PNG palette of 30 MB", small,
                         pngWith(Support::pngChunk("PLTE", Bytes(30'000'000, 0))), true);
 }
 
 TEST_F(HostilePeak, OfAPngFileThatUnpacksToTheLimit) {
     // Rows of zeros, each behind a filter byte of zero: what is above the last row is not looked at.
-    expectPeakOfPicture("PNG of 1 GiB of pixels in a file of 1 MB", 1024 + small,
-                        pngOf(32768, 16384, Support::pngChunk("IDAT", packedZeros(1025))), true);
+    expectPeakOfPicture("PNG of 256 MiB of pixels in a file of 0.3 MB", limitMebi + small,
+                        pngOf(16384, 8192, Support::pngChunk("IDAT", packedMebibytes(257))), true);
 }
 
 TEST_F(HostilePeak, OfPngTexts) {
     const Bytes key{'k', 0};
     const Bytes packedKey{'k', 0, 0};
     const Bytes internationalKey{'k', 0, 1, 0, 0, 0};
-    const Bytes bomb = packedZeros(64);
-    const Bytes fitting = Support::packed(Bytes(7 << 20, 'x'));
+    const Bytes bomb = packedMebibytes(64);
+    const Bytes fitting = Support::packed(Bytes(900'000, 'x'));
     constexpr int many = 100;
-    // Up to 8 MB are unpacked of what is then passed over.
-    expectPeakOfPicture("PNG with 100 texts that unpack to 64 MiB each", 2 * 8 + small,
+    // Up to 1 MB is unpacked of what is then passed over.
+    expectPeakOfPicture("PNG with 100 texts that unpack to 64 MiB each", 2 + small,
                         pngWith(Support::pngChunk("zTXt", packedKey + bomb), many), true);
-    expectPeakOfPicture("PNG with 100 international texts that unpack to 64 MiB each", 2 * 8 + small,
+    expectPeakOfPicture("PNG with 100 international texts that unpack to 64 MiB each", 2 + small,
                         pngWith(Support::pngChunk("iTXt", internationalKey + bomb), many), true);
-    expectPeakOfPicture("PNG with a profile that unpacks to 64 MiB", 2 * 8 + small,
+    expectPeakOfPicture("PNG with a profile that unpacks to 64 MiB", 2 + small,
                         pngWith(Support::pngChunk("iCCP", packedKey + bomb)), true);
-    // libpng keeps 32 chunks of at most 8 MB.
-    expectPeakOfPicture("PNG with 100 texts that unpack to 7 MiB each", 32 * 8 + small,
+    // libpng keeps 32 chunks of at most 1 MB.
+    expectPeakOfPicture("PNG with 100 texts that unpack to 0.9 MB each", 32 + small,
                         pngWith(Support::pngChunk("zTXt", packedKey + fitting), many), true);
     expectPeakOfPicture("PNG text of 30 MB", small,
                         pngWith(Support::pngChunk("tEXt", key + Bytes(30'000'000, 'x'))), false);
@@ -303,8 +311,33 @@ TEST_F(HostilePeak, OfPngTexts) {
 
 TEST_F(HostilePeak, OfSgiFilesThatAnnounceTooMuch) {
     expectPeakOfPicture("SGI of 65535 x 65535 x 4", small, TestSupport::sgiHeader(65535, 65535, 4, 2), false);
-    expectPeakOfPicture("SGI of 1 GiB of pixels in a file of 512 bytes", 1024 + small,
-                        TestSupport::sgiHeader(13377, 13377, 3, 2), true);
+    expectPeakOfPicture("SGI of 256 MiB of pixels in a file of 512 bytes", limitMebi + small,
+                        TestSupport::sgiHeader(6688, 6688, 3, 2), true);
+}
+
+/// A capture of `file`, which gives an image: the file, its 16-bit samples, and of these half as much in the
+/// host's image of 8-bit samples and a sixth in its grey one.
+void expectPeakOfCapture(const char* name, bool png, const Bytes& file) {
+    const Bytes answer = TestSupport::wireMessage({{6, file}});
+    expectPeak(name, limitMebi * (1 + 1. / 2 + 1. / 6) + small, [&] {
+        ScriptedCommunicator camera;
+        camera.afterNextWrite().deliver(DeviceFixture::doneMessage());
+        camera.afterNextWrite().deliver(DeviceFixture::doneMessage());
+        camera.afterNextWrite().deliverView(answer);
+        Image* const image = Korva::capture(&camera, false, png, false, 1, false);
+        if (image != nullptr)
+            ImagingFactory::getInstance()->releaseImage(image);
+        return image != nullptr;
+    });
+}
+
+TEST_F(HostilePeak, OfACaptureOfASmallFileOfTheLargestPicture) {
+    // Light enough that the picture is not black: of the SGI file a thousand samples, of the PNG file all.
+    expectPeakOfCapture("capture, SGI of 256 MiB of pixels in a file of 3 KB", false,
+                        TestSupport::sgiHeader(6688, 6688, 3, 2) + Bytes(2000, 0x3F));
+    expectPeakOfCapture(
+        "capture, PNG of 256 MiB of pixels in a file of 0.3 MB", true,
+        pngOf(6688, 6688, Support::pngChunk("IDAT", packedMebibytes(257, 1)), Support::PngColour::rgb));
 }
 
 // Discovery and text.
