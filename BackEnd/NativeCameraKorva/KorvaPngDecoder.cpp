@@ -3,6 +3,7 @@
 
 #include <png.h>
 
+#include <algorithm>
 #include <array>
 #include <csetjmp>
 #include <cstddef>
@@ -23,13 +24,44 @@ constexpr std::size_t jumpBufferSize = 256;
 constexpr png_alloc_size_t mostAllocatedBytes = png_alloc_size_t{16} << 20;
 constexpr png_alloc_size_t mostUnpackedTextBytes = 1'000'000;
 constexpr png_uint_32 mostKeptChunks = 32;
+// A file may hold any number of chunks of no bytes, each of which takes libpng's time and may take a line of
+// its own on standard error. A sound one has a few kilobytes before its pixels, the signature counted.
+constexpr std::size_t mostBytesBeforePixels = std::size_t{1} << 20;
+// Behind the last row libpng unpacks until the compressed data end, and a thousandfold. A sound file has a
+// checksum there, and perhaps the frame of a chunk.
+constexpr std::size_t mostBytesBehindRows = std::size_t{64} << 10;
 
-/// libpng's read callback. What is missing of the last bytes is zero, so that the end of a cut-off file does
-/// not decode from what memory happens to hold; behind the end reading fails, lest libpng passes over the 2
-/// GiB that a chunk of a few bytes may announce. The failure jumps: nothing here has anything to destroy.
+/// Packed pixels are hardly longer than the pixels; the rest are the frames of chunks of any length, and the
+/// filters of narrow rows.
+std::size_t mostBytesOfPixels(std::size_t pictureBytes) {
+    return 2 * pictureBytes + (std::size_t{1} << 20);
+}
+
+/// The file, and how much of it libpng may still read before it has come further.
+struct Source {
+    std::istream& file;
+    std::size_t bytesLeft = mostBytesBeforePixels;
+    png_uint_32 height = PNG_UINT_31_MAX; ///< of the picture, once that is known
+
+    bool areRowsRead(png_structp png) const {
+        constexpr int passesOfInterlacing = 7;
+        return png_get_current_row_number(png) >= height ||
+               png_get_current_pass_number(png) >= passesOfInterlacing;
+    }
+};
+
+/// libpng's read callback. A file of more bytes than a picture needs fails here. What is missing of the last
+/// bytes is zero, so that the end of a cut-off file does not decode from what memory happens to hold; behind
+/// the end reading fails, lest libpng passes over the 2 GiB that a chunk of a few bytes may announce.
+/// Failures jump: nothing here has anything to destroy.
 void readForLibpng(png_structp png, png_bytep bytes, std::size_t count) noexcept {
-    auto& file = *static_cast<std::istream*>(png_get_io_ptr(png));
-    const std::size_t came = readBytes(file, bytes, count);
+    auto& source = *static_cast<Source*>(png_get_io_ptr(png));
+    if (source.areRowsRead(png))
+        source.bytesLeft = std::min(source.bytesLeft, mostBytesBehindRows);
+    if (count > source.bytesLeft)
+        png_error(png, "the file has more bytes than its picture needs");
+    source.bytesLeft -= count;
+    const std::size_t came = readBytes(source.file, bytes, count);
     if (came == 0 && count != 0)
         png_error(png, "the file has ended");
     std::memset(bytes + came, 0, count - came);
@@ -104,11 +136,11 @@ void requestTransformations(png_structp png, int colourType, int bitDepth) {
 // callback have anything to destroy, and what must be freed belongs to their caller.
 
 /// Reads all that stands before the pixels. False where the file is broken or its picture too large.
-bool readForm(const PngReader& reader, std::istream& file, PictureForm& form) {
+bool readForm(const PngReader& reader, Source& source, PictureForm& form) {
     if (setjmp(reader.errorReturn()) != 0)
         return false;
     const png_structp png = reader.png();
-    png_set_read_fn(png, &file, readForLibpng);
+    png_set_read_fn(png, &source, readForLibpng);
     png_set_sig_bytes(png, signatureLength);
     png_read_info(png, reader.info());
 
@@ -156,15 +188,20 @@ image_t decode(std::istream& file, std::string& text) {
     if (png_sig_cmp(signature.data(), 0, signature.size()) != 0)
         return {};
 
+    // What it counts ends with the 8 bytes that begin the pixels' chunk: as many as the signature, read
+    // above.
+    Source source{file};
     const PngReader reader;
     PictureForm form;
-    if (!reader.isReady() || !readForm(reader, file, form))
+    if (!reader.isReady() || !readForm(reader, source, form))
         return {};
 
     image_t picture(form.format, form.width, form.height, nullptr, static_cast<int>(PixelBufferMode::copy));
     // A transparency chunk adds a channel that the format does not have.
     if (picture.pixels == nullptr || png_get_rowbytes(reader.png(), reader.info()) != picture.bytesPerRow())
         return {};
+    source.height = picture.height;
+    source.bytesLeft = mostBytesOfPixels(picture.bytesPerRow() * picture.height);
     if (!readRows(reader, rowsOf(picture).data()))
         return {};
     readFirstText(reader, text);

@@ -11,10 +11,15 @@
 
 #include <sys/resource.h>
 
+#include <algorithm>
 #include <cstdint>
+#include <functional>
 #include <istream>
+#include <iterator>
+#include <random>
 #include <sstream>
 #include <string>
+#include <utility>
 
 namespace {
 
@@ -64,6 +69,28 @@ Decoded decodedSilently(const Bytes& file) {
     Decoded result = decoded(file);
     testing::internal::GetCapturedStderr();
     return result;
+}
+
+struct Stopped {
+    Picture picture;
+    std::size_t bytesRead;
+    std::size_t complaintBytes;
+};
+
+/// How far the decoder comes with `file`, and how long libpng's complaints are.
+Stopped decodedUntilItStops(const Bytes& file) {
+    Korva::mybuf memory(file.data(), file.size());
+    testing::internal::CaptureStderr();
+    Picture picture = decodeFrom(memory).picture;
+    return {std::move(picture), file.size() - memory.unread().size(),
+            testing::internal::GetCapturedStderr().size()};
+}
+
+Bytes repeated(const Bytes& chunk, std::size_t count) {
+    Bytes all;
+    for (std::size_t i = 0; i < count; ++i)
+        all.insert(all.end(), chunk.begin(), chunk.end());
+    return all;
 }
 
 /// A 2 x 1 16-bit grey picture with the chunks in between.
@@ -174,16 +201,56 @@ TEST(PngDecoder, KeepsFewOfManyTextsAndStillGivesTheFirst) {
     EXPECT_EQ(result.picture, greyPicture);
 }
 
-TEST(PngDecoder, RefusesATextThatIsLongerThanSixteenMebibytes) {
-    constexpr std::size_t mostBytes = std::size_t{16} << 20;
-    const std::string nearlyLongest(mostBytes - 16, 'x'); // beside its key and what libpng stores with them
-    const Decoded below = decodedSilently(greyFile(pngChunk("tEXt", "Title\0"s + nearlyLongest)));
-    EXPECT_EQ(below.picture, greyPicture);
-    EXPECT_TRUE(below.text == nearlyLongest);
-    const Decoded above =
-        decodedSilently(greyFile(pngChunk("tEXt", "Title\0"s + std::string(mostBytes, 'x'))));
+constexpr std::size_t mebi = std::size_t{1} << 20;
+const std::size_t headBytes = (pngSignature() + pngHeader(2, 1, 16, PngColour::grey)).size();
+
+TEST(PngDecoder, TakesAMebibyteBeforeThePixelsAndNotAByteMore) {
+    const std::string longest(mebi - headBytes - pngChunk("tEXt", "Title\0"sv).size(), 'x');
+    const Decoded most = decodedSilently(greyFile(pngChunk("tEXt", "Title\0"s + longest)));
+    EXPECT_EQ(most.picture, greyPicture);
+    EXPECT_TRUE(most.text == longest);
+    const Decoded above = decodedSilently(greyFile(pngChunk("tEXt", "Title\0"s + longest + 'x')));
     EXPECT_EQ(above.picture, noPicture);
-    EXPECT_TRUE(above.text == untouchedText);
+    EXPECT_EQ(above.text, untouchedText);
+}
+
+TEST(PngDecoder, ReadsNoMoreThanAMebibyteOfChunksBeforeThePixels) {
+    for (const char* const type : {"prIv", "hIST"}) { // passed over, and with the longest complaint of each
+        const Bytes chunk = pngChunk(type, ""sv);
+        const Stopped stopped = decodedUntilItStops(greyFile(repeated(chunk, 4 * mebi / chunk.size())));
+        EXPECT_EQ(stopped.picture, noPicture) << type;
+        EXPECT_LE(stopped.bytesRead, mebi + 8) << type;
+        EXPECT_LE(stopped.complaintBytes, 3 * mebi) << type;
+    }
+}
+
+TEST(PngDecoder, ReadsAMebibyteOfChunksBesideThePixelsOfASmallPicture) {
+    const Bytes empty = pngChunk("IDAT", ""sv);
+    EXPECT_EQ(decoded(greyFile(repeated(empty, 80'000))).picture, greyPicture);
+    const Stopped stopped = decodedUntilItStops(greyFile(repeated(empty, 4 * mebi / empty.size())));
+    EXPECT_EQ(stopped.picture, noPicture);
+    EXPECT_LE(stopped.bytesRead, headBytes + mebi + 2 * 4 + 8);
+}
+
+TEST(PngDecoder, UnpacksNoMoreThan64KibibytesBehindTheLastRow) {
+    const Bytes header = pngHeader(2, 1, 16, PngColour::grey);
+    Bytes interlaced(header.begin() + 8, header.end() - 4);
+    interlaced.back() = 1;
+    const Bytes rows{0, 0x12, 0x34, 0x3F, 0xFF};
+    const Bytes rowsOfPasses{0, 0x12, 0x34, 0, 0x3F, 0xFF};
+    for (const auto& [head, pixels] :
+         {std::pair{header, rows}, std::pair{pngChunk("IHDR", interlaced), rowsOfPasses}}) {
+        const auto file = [&](std::size_t excess) {
+            Bytes unpacked = pixels;
+            std::minstd_rand noise; // which cannot be packed
+            std::generate_n(std::back_inserter(unpacked), excess, std::ref(noise));
+            return pngSignature() + head + pngPixels(unpacked) + pngEnd();
+        };
+        EXPECT_EQ(decodedSilently(file(64'000)).picture, greyPicture);
+        const Stopped stopped = decodedUntilItStops(file(200'000));
+        EXPECT_EQ(stopped.picture, noPicture);
+        EXPECT_LE(stopped.bytesRead, headBytes + 8 + 8192 + 65536);
+    }
 }
 
 TEST(PngDecoder, TakesNoMemoryForATextThatIsOnlyAnnounced) {

@@ -279,7 +279,7 @@ TEST_F(HostilePeak, OfPngFilesThatAnnounceTooMuch) {
                         false);
     expectPeakOfPicture("PNG of 16384 x 8192, cut off", small, pngOf(16384, 8192, pixels), false);
     expectPeakOfPicture("PNG palette of 30 MB", small,
-                        pngWith(Support::pngChunk("PLTE", Bytes(30'000'000, 0))), true);
+                        pngWith(Support::pngChunk("PLTE", Bytes(30'000'000, 0))), false);
 }
 
 TEST_F(HostilePeak, OfAPngFileThatUnpacksToTheLimit) {
@@ -292,15 +292,15 @@ TEST_F(HostilePeak, OfPngTexts) {
     const Bytes key{'k', 0};
     const Bytes packedKey{'k', 0, 0};
     const Bytes internationalKey{'k', 0, 1, 0, 0, 0};
-    const Bytes bomb = packedMebibytes(64);
+    const Bytes bomb = packedMebibytes(8);
     const Bytes fitting = Support::packed(Bytes(900'000, 'x'));
     constexpr int many = 100;
     // Up to 1 MB is unpacked of what is then passed over.
-    expectPeakOfPicture("PNG with 100 texts that unpack to 64 MiB each", 2 + small,
+    expectPeakOfPicture("PNG with 100 texts that unpack to 8 MiB each", 2 + small,
                         pngWith(Support::pngChunk("zTXt", packedKey + bomb), many), true);
-    expectPeakOfPicture("PNG with 100 international texts that unpack to 64 MiB each", 2 + small,
+    expectPeakOfPicture("PNG with 100 international texts that unpack to 8 MiB each", 2 + small,
                         pngWith(Support::pngChunk("iTXt", internationalKey + bomb), many), true);
-    expectPeakOfPicture("PNG with a profile that unpacks to 64 MiB", 2 + small,
+    expectPeakOfPicture("PNG with a profile that unpacks to 8 MiB", 2 + small,
                         pngWith(Support::pngChunk("iCCP", packedKey + bomb)), true);
     // libpng keeps 32 chunks of at most 1 MB.
     expectPeakOfPicture("PNG with 100 texts that unpack to 0.9 MB each", 32 + small,
