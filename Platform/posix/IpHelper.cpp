@@ -23,6 +23,9 @@ using Platform::Rtnetlink;
 constexpr auto resolutionTime = 3s;
 constexpr DWORD longestPauseMs = 10;
 constexpr std::uint16_t discardPort = 9;
+/// Adapters come and go, a container's or a tunnel's for instance: so many more may have appeared when the
+/// caller asks again with the size that it was told.
+constexpr ULONG spareBytes = 16 * sizeof(IP_ADAPTER_INFO);
 
 template <std::size_t N>
 void storeText(char (&destination)[N], const std::string& text) {
@@ -155,7 +158,7 @@ DWORD GetAdaptersInfo(IP_ADAPTER_INFO* adapters, ULONG* bytes) {
 
     const ULONG needed = bytesFor(*all);
     if (adapters == nullptr || *bytes < needed) {
-        *bytes = needed;
+        *bytes = needed + spareBytes;
         return ERROR_BUFFER_OVERFLOW;
     }
     *bytes = needed;

@@ -14,15 +14,21 @@ using TestSupport::NetworkNamespace;
 
 namespace {
 
+constexpr ULONG spareBytes = 16 * sizeof(IP_ADAPTER_INFO);
+
+/// The size that a caller without a buffer is told.
+ULONG toldSize() {
+    ULONG bytes = 0;
+    EXPECT_EQ(GetAdaptersInfo(nullptr, &bytes), ERROR_BUFFER_OVERFLOW);
+    return bytes;
+}
+
 /// The list as callers get it: its size first, then the data.
 class AdapterList {
 public:
-    AdapterList() {
-        ULONG bytes = 0;
-        EXPECT_EQ(GetAdaptersInfo(nullptr, &bytes), ERROR_BUFFER_OVERFLOW);
-        buffer_.resize(bytes);
+    explicit AdapterList(ULONG bytes = toldSize()) : buffer_(bytes) {
         EXPECT_EQ(GetAdaptersInfo(first(), &bytes), NO_ERROR);
-        EXPECT_EQ(bytes, buffer_.size());
+        EXPECT_LE(bytes, buffer_.size());
     }
 
     IP_ADAPTER_INFO* first() { return reinterpret_cast<IP_ADAPTER_INFO*>(buffer_.data()); }
@@ -108,14 +114,49 @@ TEST(GetAdaptersInfo, TouchesNothingOfABufferThatIsTooSmall) {
     const NetworkNamespace machine;
     machine.run("ip link add one0 type bridge; ip link set one0 up; ip addr add 10.1.0.1/24 dev one0;"
                 "ip addr add 10.1.0.2/24 dev one0");
-    ULONG needed = 0;
-    ASSERT_EQ(GetAdaptersInfo(nullptr, &needed), 111U);
-    EXPECT_EQ(needed, sizeof(IP_ADAPTER_INFO) + sizeof(IP_ADDR_STRING));
+    constexpr ULONG needed = sizeof(IP_ADAPTER_INFO) + sizeof(IP_ADDR_STRING);
+    EXPECT_EQ(toldSize(), needed + spareBytes);
     std::vector<char> buffer(needed, 'x');
+    auto* const list = reinterpret_cast<IP_ADAPTER_INFO*>(buffer.data());
     ULONG bytes = needed - 1;
-    EXPECT_EQ(GetAdaptersInfo(reinterpret_cast<IP_ADAPTER_INFO*>(buffer.data()), &bytes), 111U);
-    EXPECT_EQ(bytes, needed);
+    EXPECT_EQ(GetAdaptersInfo(list, &bytes), 111U);
+    EXPECT_EQ(bytes, needed + spareBytes);
     EXPECT_THAT(buffer, testing::Each('x'));
+    bytes = needed;
+    EXPECT_EQ(GetAdaptersInfo(list, &bytes), NO_ERROR);
+    EXPECT_EQ(bytes, needed);
+}
+
+/// Adapters from `first` to `last`, each with an address.
+std::string adaptersFrom(int first, int last) {
+    std::string commands;
+    for (int number = first; number <= last; ++number) {
+        const std::string name = "test" + std::to_string(number);
+        commands += "ip link add " + name + " type bridge; ip link set " + name + " up; ip addr add 10." +
+                    std::to_string(number) + ".0.1/24 dev " + name + ";";
+    }
+    return commands;
+}
+
+TEST(GetAdaptersInfo, HasRoomForSixteenAdaptersThatAppearBetweenTheTwoCalls) {
+    const NetworkNamespace machine;
+    machine.run(adaptersFrom(1, 1));
+    const ULONG told = toldSize();
+    machine.run(adaptersFrom(2, 17));
+    const std::vector<std::string> names = AdapterList(told).names();
+    EXPECT_EQ(names.size(), 17U);
+    EXPECT_EQ(names.back(), "test17");
+}
+
+TEST(GetAdaptersInfo, TellsTheNewSizeWhereMoreAdaptersAppearBetweenTheTwoCalls) {
+    const NetworkNamespace machine;
+    machine.run(adaptersFrom(1, 1));
+    ULONG bytes = toldSize();
+    std::vector<char> buffer(bytes);
+    machine.run(adaptersFrom(2, 18));
+    EXPECT_EQ(GetAdaptersInfo(reinterpret_cast<IP_ADAPTER_INFO*>(buffer.data()), &bytes), 111U);
+    EXPECT_EQ(bytes, 18 * sizeof(IP_ADAPTER_INFO) + spareBytes);
+    EXPECT_EQ(AdapterList(bytes).names().size(), 18U);
 }
 
 TEST(GetAdaptersInfo, WantsAPlaceForTheSize) {

@@ -75,8 +75,9 @@ struct IP_ADAPTER_INFO {
 /// address, index, type and addresses are filled; gateways, DHCP and WINS are left empty ("0.0.0.0" with mask
 /// "0.0.0.0").
 ///
-/// NO_ERROR; ERROR_BUFFER_OVERFLOW for a null or too small buffer, with the needed size in `*bytes` (call
-/// with none first, then with one of that size); ERROR_NO_DATA where there is no adapter, buffer or not;
+/// NO_ERROR, with the list's size in `*bytes`; ERROR_BUFFER_OVERFLOW for a null or too small buffer, with the
+/// needed size in `*bytes` and room for adapters that appear meanwhile, 16 on POSIX systems (call with none
+/// first, then with one of that size); ERROR_NO_DATA where there is no adapter, buffer or not;
 /// ERROR_INVALID_PARAMETER for a null `bytes`; ERROR_GEN_FAILURE where the system does not tell.
 DWORD GetAdaptersInfo(IP_ADAPTER_INFO* adapters, ULONG* bytes);
 
