@@ -188,15 +188,21 @@ bool holdsSamples(const image_t& picture, unsigned int samplesPerPixel) {
     return false;
 }
 
-/// Reduces the samples in place. False, logged, where the picture is all black; the ratio of a picture
-/// without pixels is not a number, which is not above the limit.
+/// True where more of the pixels are black than a picture may have. An empty picture is not black.
+bool isAllBlack(std::size_t black, std::size_t pixels) {
+    if (pixels == 0)
+        return false;
+    return static_cast<double>(black) / static_cast<double>(pixels) > blackPictureRatio;
+}
+
+/// Reduces the samples in place. False, logged, where the picture is all black.
 bool reduce(image_t& picture, unsigned int samplesPerPixel, CaptureStopwatch& watch) {
     watch.start();
     const std::size_t pixels = pixelCount(picture);
     const std::size_t black = reduceSamples(picture.pixels.get(), pixels, samplesPerPixel);
     watch.stop();
     logTiming("bit reduction: ", watch);
-    if (static_cast<double>(black) / static_cast<double>(pixels) > blackPictureRatio) {
+    if (isAllBlack(black, pixels)) {
         KORVA_LOG(logger, Error, "KorvaHelper", "All black image from Korva detected");
         return false;
     }
