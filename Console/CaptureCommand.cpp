@@ -23,7 +23,6 @@
 #include <numeric>
 #include <set>
 #include <span>
-#include <sstream>
 #include <utility>
 
 namespace Console {
@@ -151,10 +150,11 @@ private:
     }
 
     std::vector<std::string> captionOf(const NativeCamera& camera, const TakenPicture& picture) const {
-        std::ostringstream numbers;
-        numbers << picture.width << " x " << picture.height << "  " << options_.exposureUnits / 10 << '.'
-                << options_.exposureUnits % 10 << " s  mean " << std::lround(picture.mean);
-        return {Platform::utf8FromWide(camera.getModel()) + "  " + addressOf(camera), numbers.str()};
+        const int units = options_.exposureUnits;
+        return {Platform::utf8FromWide(camera.getModel()) + "  " + addressOf(camera),
+                std::to_string(picture.width) + " x " + std::to_string(picture.height) + "  " +
+                    std::to_string(units / 10) + "." + std::to_string(units % 10) + " s  mean " +
+                    std::to_string(std::lround(picture.mean))};
     }
 
     /// Two cameras may call themselves alike.

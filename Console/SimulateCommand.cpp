@@ -14,6 +14,7 @@
 #include <exception>
 #include <future>
 #include <list>
+#include <locale>
 #include <sstream>
 #include <thread>
 #include <utility>
@@ -105,6 +106,7 @@ std::string simulateGreeting(const Simulator::CameraServer& server) {
     const Simulator::CameraSettings& camera = server.settings();
     const Simulator::PictureSize size = camera.pictureSize();
     std::ostringstream text;
+    text.imbue(std::locale::classic()); // a size has no separators between its digits
     text << "Simulated Korva camera " << printable(camera.model) << ", firmware "
          << printable(camera.firmware) << ", pictures of " << size.width << " x " << size.height
          << ", scene: " << printable(camera.scene.describe()) << "\n"

@@ -8,6 +8,7 @@
 #include <atomic>
 #include <cstring>
 #include <iomanip>
+#include <locale>
 #include <new>
 #include <span>
 #include <string>
@@ -31,6 +32,7 @@ constexpr std::size_t largestRequest =
 /// The bytes in lower-case hexadecimal without leading zeros, separated by single spaces.
 std::string hexadecimal(std::span<const unsigned char> bytes) {
     std::ostringstream text;
+    text.imbue(std::locale::classic());
     text << std::hex;
     const char* separator = "";
     for (const unsigned char byte : bytes) {

@@ -5,11 +5,13 @@
 #include <log4cxx/logger.h>
 #include <log4cxx/spi/location/locationinfo.h>
 
+#include <locale>
 #include <sstream>
 
 /// Logs `message`, a chain of stream insertions, at `LevelName` (Trace, Debug, Info, Warn, Error). The
 /// location names the file "BackEnd/NativeCameraKorva/" `file`, the enclosing function's full signature and
-/// `line`. The message is built only where the level is enabled.
+/// `line`. The message is built only where the level is enabled. Its numbers look the same whatever the
+/// process's global locale is.
 #define KORVA_LOG_AT_LINE(logger, LevelName, file, line, message)                                            \
     KORVA_LOG_THROUGH(std::ostringstream, logger, LevelName, file, line, message)
 
@@ -26,6 +28,7 @@
     do {                                                                                                     \
         if ((logger)->is##LevelName##Enabled()) {                                                            \
             Stream korvaLogStream;                                                                           \
+            korvaLogStream.imbue(std::locale::classic());                                                    \
             korvaLogStream << __VA_ARGS__;                                                                   \
             (logger)->forcedLog(log4cxx::Level::get##LevelName(), korvaLogStream.str(),                      \
                                 log4cxx::spi::LocationInfo("BackEnd/NativeCameraKorva/" file, file,          \

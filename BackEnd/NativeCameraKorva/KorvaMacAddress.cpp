@@ -8,6 +8,7 @@
 #include <array>
 #include <cstdint>
 #include <iomanip>
+#include <locale>
 #include <span>
 #include <sstream>
 
@@ -26,6 +27,7 @@ std::string formatMac(std::span<const std::uint8_t> bytes) {
     std::ostringstream text;
     // Else the stream would keep a failed allocation to itself, and the text would be cut.
     text.exceptions(std::ios::badbit);
+    text.imbue(std::locale::classic());
     text << std::hex << std::setfill('0');
     const char* separator = "";
     for (const unsigned int byte : bytes) {

@@ -2,6 +2,7 @@
 
 #include "CaptureFixture.h"
 
+#include "Support/DigitsApart.h"
 #include "Support/ScriptedFailures.h"
 
 namespace CaptureTests {
@@ -15,21 +16,24 @@ struct CaptureLog : Capture {
 };
 
 TEST_F(CaptureLog, TellsEachStepAndItsTime) {
-    answerGoodAttempt();
+    answerAttempt(sgiFile(TestSupport::uniformSamples(300, 17, 3, 640)));
     communicator.onWrite([](std::size_t index) {
-        PlatformScript::current().counter += 7 + static_cast<std::int64_t>(index); // 7, 8 and 9 ms
+        PlatformScript::current().counter += 17 + static_cast<std::int64_t>(index); // 17, 18 and 19 ms
     });
-    EXPECT_NE(capture(), nullptr);
+    {
+        const TestSupport::DigitsApart locale; // which no line follows
+        EXPECT_NE(capture(), nullptr);
+    }
     EXPECT_THAT(
         log.texts(),
         ElementsAre(LogText{"DEBUG", "Before taking picture.. setting exposure = 6400 mode = 2 format "
                                      "= 1 depth = 10 shift = 4"},
-                    LogText{"DEBUG", "Time to send / receive response on config message 7ms"},
+                    LogText{"DEBUG", "Time to send / receive response on config message 17ms"},
                     LogText{"DEBUG", "Now sending TakeImage request"},
-                    LogText{"DEBUG", "Time for Korva to take and process picture 8ms"},
+                    LogText{"DEBUG", "Time for Korva to take and process picture 18ms"},
                     LogText{"DEBUG", "Now sending GetImage request"},
-                    LogText{"DEBUG", "Time to read image from Korva 9ms"},
-                    LogText{"INFO", "Pulled Korva image with resolution: 2 1"},
+                    LogText{"DEBUG", "Time to read image from Korva 19ms"},
+                    LogText{"INFO", "Pulled Korva image with resolution: 300 17"},
                     LogText{"DEBUG", "Conversion to raw image: 0ms"}, LogText{"DEBUG", "bit reduction: 0ms"},
                     LogText{"DEBUG", "color to greyscale: 0ms"}));
 }
@@ -80,12 +84,6 @@ TEST_F(CaptureLog, RightAlignsTheExposureInTwoColumns) {
     capture({.monochrome = true, .exposure = 0x0500});
     EXPECT_EQ(log.texts().front().message,
               "Before taking picture.. setting exposure =  5 mode = 3 format = 1 depth = 10 shift = 4");
-}
-
-TEST_F(CaptureLog, WritesAResolutionInDecimal) {
-    answerAttempt(sgiFile(TestSupport::uniformSamples(300, 17, 3, 640)));
-    EXPECT_NE(capture(), nullptr);
-    EXPECT_EQ(log.texts().at(6), (LogText{"INFO", "Pulled Korva image with resolution: 300 17"}));
 }
 
 TEST_F(CaptureLog, AnnouncesARequestBeforeItIsSent) {

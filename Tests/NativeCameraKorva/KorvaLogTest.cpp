@@ -1,10 +1,12 @@
 #include "NativeCameraKorva/KorvaLog.h"
 
+#include "Support/DigitsApart.h"
 #include "Support/LogCapture.h"
 
 #include <gmock/gmock.h>
 
 #include <ios>
+#include <sstream>
 
 namespace {
 
@@ -44,6 +46,18 @@ TEST_F(Log, StartsEachMessageWithAFreshStream) {
     KORVA_LOG(logger, Info, "File", std::hex << 255);
     KORVA_LOG(logger, Info, "File", 255);
     EXPECT_THAT(log.texts(), ElementsAre(LogText{"INFO", "ff"}, LogText{"INFO", "255"}));
+}
+
+TEST_F(Log, WritesNumbersAlikeWhateverTheGlobalLocale) {
+    std::string following;
+    {
+        const TestSupport::DigitsApart locale;
+        KORVA_LOG(logger, Info, "File",
+                  "(" << 1600 << "," << -1200 << ") " << std::hex << 0x6400 << " " << 10.25);
+        following = (std::ostringstream() << 1600).str();
+    }
+    EXPECT_EQ(following, "1'6'0'0");
+    EXPECT_THAT(log.texts(), ElementsAre(LogText{"INFO", "(1600,-1200) 6400 10.25"}));
 }
 
 struct Speaker {

@@ -1,5 +1,6 @@
 #include "NativeCameraKorva/KorvaLog.h"
 
+#include "Support/DigitsApart.h"
 #include "Support/LogCapture.h"
 
 #include <gmock/gmock.h>
@@ -25,6 +26,14 @@ TEST_F(WideLog, WritesWideTextAsUtf8) {
     KORVA_LOG_WIDE(logger, Info, "KorvaThing", L"  at: " << text << 7);
     EXPECT_THAT(log.texts(), ElementsAre(LogText{"INFO", "  at: Caf\xC3\xA9"
                                                          "7"}));
+}
+
+TEST_F(WideLog, WritesNumbersAlikeWhateverTheGlobalLocale) {
+    {
+        const TestSupport::DigitsApart locale;
+        KORVA_LOG_WIDE(logger, Info, "KorvaThing", 1600 << L" " << 10.25);
+    }
+    EXPECT_THAT(log.texts(), ElementsAre(LogText{"INFO", "1600 10.25"}));
 }
 
 TEST_F(WideLog, NamesFileFunctionAndLine) {
