@@ -17,19 +17,20 @@ TransportLimits defaultLimits;
 struct OperationLimits::Scope {
     std::optional<OperationEnd> end;
     std::optional<TransportLimits> each;
-    const Scope* outer = nullptr;
+    Scope* outer = nullptr;
+    std::weak_ptr<const TransferClock::time_point> hold; ///< while a connection is held under `each`
 };
 
 struct CurrentOperation {
     // A plain pointer: nothing of it is left to destroy where a thread ends.
-    static thread_local const OperationLimits::Scope* scope;
+    static thread_local OperationLimits::Scope* scope;
 };
 
-thread_local const OperationLimits::Scope* CurrentOperation::scope = nullptr;
+thread_local OperationLimits::Scope* CurrentOperation::scope = nullptr;
 
 OperationLimits::OperationLimits(std::chrono::milliseconds time, const std::optional<TransportLimits>& each)
     : scope_(std::make_unique<Scope>()) {
-    const Scope* const outer = CurrentOperation::scope;
+    Scope* const outer = CurrentOperation::scope;
     if (time > time.zero())
         scope_->end = OperationEnd{TransferClock::now(), time};
     if (outer != nullptr && outer->end && (!scope_->end || outer->end->end() < scope_->end->end()))
@@ -50,6 +51,17 @@ std::optional<OperationEnd> currentOperationEnd() {
 TransportLimits currentTransportLimits() {
     const auto* const scope = CurrentOperation::scope;
     return scope != nullptr && scope->each ? *scope->each : defaultTransportLimits();
+}
+
+std::shared_ptr<const TransferClock::time_point> beginHold(TransferClock::time_point now) {
+    auto* const scope = CurrentOperation::scope;
+    if (scope == nullptr || !scope->each)
+        return std::make_shared<const TransferClock::time_point>(now);
+    auto begin = scope->hold.lock();
+    if (begin == nullptr)
+        begin = std::make_shared<const TransferClock::time_point>(now);
+    scope->hold = begin;
+    return begin;
 }
 
 void setDefaultTransportLimits(const TransportLimits& limits) {

@@ -53,7 +53,7 @@ struct PosixEthernetCommunicator::State {
     ProgressObserver observer{};
     std::string brokenBecause{}; ///< why the connection was closed by itself; else empty
     std::optional<TransportLimits> ownLimits{};
-    std::optional<Clock::time_point> holdBegin{}; ///< also while the connection is broken below an outer hold
+    std::shared_ptr<const Clock::time_point> holdBegin{}; ///< also while the connection is broken below an outer hold
     ReferenceHost::TransferWatch watch{};
 
     [[noreturn]] void fail(const wchar_t* operation, const std::string& reason) const {
@@ -140,8 +140,8 @@ void PosixEthernetCommunicator::State::open() {
     constexpr auto operation = L"connect";
     brokenBecause.clear();
     const auto now = Clock::now();
-    const auto begin = holdBegin.value_or(now);
-    watch.start(ownLimits ? *ownLimits : ReferenceHost::currentTransportLimits(), begin);
+    const auto begin = holdBegin != nullptr ? holdBegin : ReferenceHost::beginHold(now);
+    watch.start(ownLimits ? *ownLimits : ReferenceHost::currentTransportLimits(), *begin);
     requireWithinLimits(operation, now);
     SocketResult result = socket.open(Platform::utf8FromWide(address), static_cast<std::uint16_t>(port),
                                       withinLimit(connectTimeout, now));

@@ -6,6 +6,7 @@
 
 #include <chrono>
 #include <cstddef>
+#include <memory>
 #include <optional>
 #include <string>
 
@@ -26,6 +27,10 @@ std::optional<OperationEnd> currentOperationEnd();
 
 /// What a communicator without limits of its own is to obey that connects now on the calling thread.
 TransportLimits currentTransportLimits();
+
+/// When a hold begins that a communicator takes now on the calling thread: with the other holds that there
+/// are under the limits which OperationLimits set for each, else now. Kept as long as the hold.
+std::shared_ptr<const TransferClock::time_point> beginHold(TransferClock::time_point now);
 
 /// One connection's time and bytes. Every moment given is not before the one given before it. One thread.
 class TransferWatch {

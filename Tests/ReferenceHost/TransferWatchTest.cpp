@@ -34,7 +34,8 @@ TEST(TransferWatch, HasNoLimitsUnlessTheyAreSet) {
 TEST(TransferWatch, EndsAHoldAtItsTime) {
     TransferWatch watch;
     watch.start({.hold = 20s}, begin);
-    watch.look(1234, begin + 1s);
+    watch.look(1000, begin + 1s);
+    watch.look(234, begin + 2s);
     EXPECT_EQ(watch.deadline(none), begin + 20s);
     EXPECT_EQ(watch.passed(none, begin + 19'999ms), "");
     EXPECT_EQ(watch.passed(none, begin + 20s),
