@@ -6,19 +6,20 @@
 #include "ToolLog.h"
 
 #include "Communicator/ClientFactory.h"
+#include "Communicator/CommunicatorTemplate.h"
 #include "Communicator/EthernetCommunicator.h"
-#include "DeviceControl/BroadcastWorkerObserver.h"
 #include "DeviceControl/DeviceBuilder.h"
-#include "DeviceControl/DeviceFramework1Locator.h"
 #include "DeviceControl/DeviceType.h"
 #include "Platform/DynamicLibrary.h"
 #include "Platform/Program.h"
 #include "Platform/Terminal.h"
 #include "Platform/Text.h"
 #include "ReferenceHost/DeviceDescription.h"
+#include "ReferenceHost/OperationLimits.h"
 
 #include <algorithm>
 #include <array>
+#include <cstdio>
 #include <filesystem>
 #include <system_error>
 
@@ -30,23 +31,6 @@ namespace fs = std::filesystem;
 
 constexpr int textLanguagePort = 32768;
 constexpr int hostsDefaultTimeout = -1;
-
-class Collector : public BroadcastWorkerObserver {
-public:
-    explicit Collector(const std::function<void(CameraTemplatePointer)>& found) : found_(found) {}
-
-    void deviceFound(DeviceTemplate* found, int /*reserved*/) override {
-        std::unique_ptr<DeviceTemplate> owned(found);
-        auto* const camera = dynamic_cast<NativeCameraTemplate*>(found);
-        if (camera == nullptr)
-            return;
-        static_cast<void>(owned.release());
-        found_(CameraTemplatePointer(camera));
-    }
-
-private:
-    const std::function<void(CameraTemplatePointer)>& found_;
-};
 
 /// Takes over what a builder made; null where that is no camera.
 CameraPointer cameraOrNull(Device* built) {
@@ -67,6 +51,21 @@ bool saysNoSearch(const std::string& remark) {
     return !remark.ends_with("GetAdaptersInfo 232") &&
            std::any_of(signs.begin(), signs.end(),
                        [&remark](const char* sign) { return remark.starts_with(sign); });
+}
+
+std::string secondsText(std::chrono::milliseconds time) {
+    std::array<char, 32> text{};
+    std::snprintf(text.data(), text.size(), "%.1f s", std::chrono::duration<double>(time).count());
+    return text.data();
+}
+
+std::string cutLine(const std::string& time, const char* why, std::size_t unasked) {
+    const std::string others = unasked == 0 ? ""
+                                            : "; " + std::to_string(unasked) +
+                                                  (unasked == 1 ? " answer was" : " answers were") +
+                                                  " not asked any more";
+    return "the search was cut after " + time + ": " + why + others +
+           "; cameras may be missing; try: a longer --max-time, or the camera's address";
 }
 
 void throwIfInterrupted() {
@@ -92,7 +91,7 @@ std::string pluginBeside(const std::string& folder) {
                          "; try: --plugin FILE");
 }
 
-CameraHost::CameraHost(const CameraOptions& options, ToolLog& log) : log_(log) {
+CameraHost::CameraHost(const CameraOptions& options, ToolLog& log) : limits_(options.limits), log_(log) {
     using ReferenceHost::PluginException;
     const std::string file =
         options.pluginFile.empty() ? pluginBeside(Platform::programFolder()) : options.pluginFile;
@@ -105,26 +104,62 @@ CameraHost::CameraHost(const CameraOptions& options, ToolLog& log) : log_(log) {
                              (versionRefused ? "a plug-in and a tool of the same release"
                                              : "--plugin FILE with the plug-in's file"));
     }
+    ReferenceHost::setDefaultTransportLimits(limits_.ofSpeed());
     if (plugin_->getDeviceTypes().empty())
         throw CommandFailure("The plug-in " + printable(file) +
                              " registers no camera type; try: --plugin FILE with the plug-in's file");
 }
 
-void CameraHost::search(const std::function<void(CameraTemplatePointer)>& found) const {
-    Collector collector(found);
-    type().getLocator().broadcastObserverSearch(&collector, 0);
+CameraHost::~CameraHost() {
+    if (isThreadLeftBehind())
+        static_cast<void>(plugin_.release());
+}
+
+std::string CameraHost::search(const CameraSearch::Found& found) const {
+    CameraSearch search(type().getLocator(), log_, limits_);
+    const CameraSearch::End end = search.await(found);
     throwIfInterrupted();
     for (const std::string& remark : log_.remarks())
         if (saysNoSearch(remark))
             throw CommandFailure(
                 "no search: " + remark +
                 "; try: check this computer's network adapters, or give the camera's address");
+    const std::string time = secondsText(search.elapsed());
+    if (end == CameraSearch::End::stillListening)
+        return cutLine(time, "datagrams kept coming", askThemselves(search, found));
+    const TimeLimits::Time most = limits_.ofSearch();
+    const bool isCut =
+        end == CameraSearch::End::stillAsking || (most > most.zero() && search.elapsed() >= most);
+    return isCut ? cutLine(time, "cameras kept it waiting", search.unasked()) : "";
+}
+
+/// How many were not asked, since the time was over.
+std::size_t CameraHost::askThemselves(const CameraSearch& search, const CameraSearch::Found& found) const {
+    const std::vector<std::string> addresses = search.addresses();
+    for (std::size_t asked = 0; asked < addresses.size(); ++asked) {
+        const auto left = limits_.ofSearch() - search.elapsed();
+        if (left <= left.zero())
+            return addresses.size() - asked;
+        const ReferenceHost::OperationLimits limits(left);
+        const CameraPointer camera = identified(addresses[asked]);
+        throwIfInterrupted();
+        if (camera != nullptr)
+            found(std::make_unique<NativeCameraTemplate>(type(), camera->getCameraInfo(),
+                                                         CommunicatorTemplate(camera->getCommunicator())));
+    }
+    return 0;
+}
+
+/// Null where it cannot be identified; the log's remarks say why.
+CameraPointer CameraHost::identified(const std::string& address) const {
+    const std::unique_ptr<Communicator> connection(ClientFactory::createEthernetCommunicator(
+        Platform::wideFromUtf8(address), textLanguagePort, hostsDefaultTimeout));
+    const ReferenceHost::OperationLimits limits(limits_.ofIdentification());
+    return cameraOrNull(type().getBuilder().build(connection.get()));
 }
 
 CameraPointer CameraHost::cameraAt(const std::string& address) const {
-    const std::unique_ptr<Communicator> connection(ClientFactory::createEthernetCommunicator(
-        Platform::wideFromUtf8(address), textLanguagePort, hostsDefaultTimeout));
-    CameraPointer camera = cameraOrNull(type().getBuilder().build(connection.get()));
+    CameraPointer camera = identified(address);
     throwIfInterrupted();
     if (camera != nullptr)
         return camera;

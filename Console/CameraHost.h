@@ -2,6 +2,7 @@
 // The plug-in, loaded and asked as a host does it.
 
 #include "CameraOptions.h"
+#include "CameraSearch.h"
 #include "NativeCameraControl/NativeCamera.h"
 #include "NativeCameraControl/NativeCameraTemplate.h"
 #include "ReferenceHost/PluginLibrary.h"
@@ -16,7 +17,6 @@ namespace Console {
 class ToolLog;
 
 using CameraPointer = std::unique_ptr<NativeCamera>;
-using CameraTemplatePointer = std::unique_ptr<NativeCameraTemplate>;
 
 /// "libNativeCameraKorva.so" or what this system calls it, where it lies in `folder` or in the folders where
 /// an installation has it beside `folder`. Throws CommandFailure, which names the places, where it is in
@@ -27,16 +27,25 @@ std::string pluginBeside(const std::string& folder);
 class CameraHost {
 public:
     /// Loads and initialises options.pluginFile, or the plug-in beside the tool. Throws CommandFailure with
-    /// what is wrong with the file and what to try. `log`, which outlives this, gives the reasons.
+    /// what is wrong with the file and what to try. `log`, which outlives this, gives the reasons. The limits
+    /// of speed are from then on those of all connections.
     CameraHost(const CameraOptions& options, ToolLog& log);
+    CameraHost(const CameraHost&) = delete;
+    CameraHost& operator=(const CameraHost&) = delete;
 
-    /// Searches the local networks, which blocks for a second at least, and hands over each camera as it is
-    /// found. Throws CommandFailure where the plug-in could not search, or Ctrl-C came meanwhile; what it
+    /// Unloads the plug-in, unless a search is left in it.
+    ~CameraHost();
+
+    /// Searches the local networks, which blocks for a second at least and not much longer than the limits
+    /// say, and hands over each camera as it is found. Returns why the search was cut, a warning for the
+    /// user, or an empty text. Of a search that does not come to its questions, since datagrams keep coming,
+    /// the cameras that have answered are asked in the second half of its time; their MAC addresses stay
+    /// unknown. Throws CommandFailure where the plug-in could not search, or Ctrl-C came meanwhile; what it
     /// warned of otherwise stays in the log's remarks.
-    void search(const std::function<void(CameraTemplatePointer)>& found) const;
+    std::string search(const CameraSearch::Found& found) const;
 
-    /// The camera at an address, identified over its text language. None of these returns null: where there
-    /// is no camera to be had they throw CommandFailure, which says why and what to try.
+    /// The camera at an address, identified over its text language, within its time. None of these returns
+    /// null: where there is no camera to be had they throw CommandFailure, which says why and what to try.
     CameraPointer cameraAt(const std::string& address) const;
 
     /// The camera of a stored description, which is not asked anything.
@@ -50,7 +59,10 @@ public:
 
 private:
     const DeviceType& type() const { return *plugin_->getDeviceTypes().front(); }
+    CameraPointer identified(const std::string& address) const;
+    std::size_t askThemselves(const CameraSearch& search, const CameraSearch::Found& found) const;
 
+    TimeLimits limits_;
     ToolLog& log_;
     std::unique_ptr<ReferenceHost::PluginLibrary> plugin_;
 };

@@ -37,6 +37,7 @@ void addPluginOption(CLI::App& command, CameraOptions& options) {
         .add_option("--plugin", options.pluginFile,
                     "The plug-in to load; the one beside the tool, or in ../lib, unless given")
         ->option_text("FILE");
+    addTimeLimits(command, options.limits);
 }
 
 void addAddress(CLI::App& command, CameraOptions& options) {

@@ -1,6 +1,8 @@
 #pragma once
 // Which camera a command is about, and through which plug-in it is reached.
 
+#include "TimeLimits.h"
+
 #include <string>
 
 namespace CLI {
@@ -14,9 +16,10 @@ struct CameraOptions {
     std::string address;         ///< IPv4 address or host name; empty: not given
     std::string descriptionFile; ///< a stored description; empty: not given
     bool all = false;            ///< every camera that a search finds
+    TimeLimits limits;
 };
 
-/// Adds --plugin.
+/// Adds --plugin and the limits.
 void addPluginOption(CLI::App& command, CameraOptions& options);
 
 /// Adds ADDRESS, which must be given.

@@ -84,11 +84,13 @@ std::string cameraJson(const CameraInfo& camera) {
     return dumped(jsonOf(camera));
 }
 
-std::string camerasJson(const std::vector<CameraInfo>& cameras) {
+std::string camerasJson(const std::vector<CameraInfo>& cameras, const std::string& cut) {
     Json object;
     object["cameras"] = Json::array();
     for (const CameraInfo& camera : cameras)
         object["cameras"].push_back(jsonOf(camera));
+    if (!cut.empty())
+        object["cut"] = cut;
     return dumped(object);
 }
 

@@ -22,7 +22,7 @@ std::string cameraDetails(const CameraInfo& camera);
 /// defaultGateway, resolution (x, y), cameraType; the texts are the camera's own, unchanged.
 std::string cameraJson(const CameraInfo& camera);
 
-/// {"cameras": [...]}, each as cameraJson makes it.
-std::string camerasJson(const std::vector<CameraInfo>& cameras);
+/// {"cameras": [...]}, each as cameraJson makes it; of a search that was cut, "cut" says why.
+std::string camerasJson(const std::vector<CameraInfo>& cameras, const std::string& cut);
 
 } // namespace Console

@@ -7,6 +7,7 @@
 #include "Device/CaptureCmds.h"
 #include "NativeCameraControl/ImagingInterface.h"
 #include "Platform/Terminal.h"
+#include "ReferenceHost/OperationLimits.h"
 
 #include <utility>
 
@@ -28,7 +29,8 @@ void setHealthCallback(NativeCamera& camera, NetworkHealthCallback callback) {
 
 } // namespace
 
-CameraUse::CameraUse(NativeCamera& camera, ProgressBar& bar) : camera_(camera) {
+CameraUse::CameraUse(NativeCamera& camera, ProgressBar& bar, const TimeLimits& limits)
+    : camera_(camera), limits_(limits) {
     setHealthCallback(camera_, [this](NetworkHealth health) { reported_ = health; });
     setProgressObserver(camera_, [&bar](std::size_t received, std::size_t expected) {
         bar.observe(received, expected);
@@ -52,12 +54,14 @@ void CameraUse::setExposure(int units) {
     if (imaging == nullptr)
         throw CommandFailure(placeOf(camera_) + " takes no pictures");
     imaging->setExposureTime(units * exposureTimePerUnit);
+    exposureUnits_ = units;
 }
 
 std::optional<image_t> CameraUse::takePicture() {
     using Tolvane::DeviceFramework2::Device::Capture::FillMonoImage;
     reported_.reset();
     image_t picture;
+    const ReferenceHost::OperationLimits limits(limits_.ofPicture(exposureUnits_));
     camera_.execInternal(std::make_shared<FillMonoImage>(picture), {});
     // The pixels alone do not tell: without a picture they are black.
     const bool captured = reported_ && reported_->getCode() == NetworkHealth::pictureCaptured;
@@ -69,6 +73,7 @@ std::optional<image_t> CameraUse::takePicture() {
 
 std::optional<NetworkHealth> CameraUse::probe() {
     reported_.reset();
+    const ReferenceHost::OperationLimits limits(limits_.ofProbe());
     if (camera_.isAlive())
         return std::nullopt;
     return reported_.value_or(NetworkHealth(NetworkHealth::connectionCheckFailed));

@@ -11,11 +11,11 @@ namespace Console {
 
 class ProgressBar;
 
-/// A camera in use: notes the health that it reports, shows on a bar what arrives, and lets Ctrl-C end a
-/// read. Camera and bar outlive it.
+/// A camera in use: notes the health that it reports, shows on a bar what arrives, and lets Ctrl-C and the
+/// limits end a read. Camera and bar outlive it.
 class CameraUse {
 public:
-    CameraUse(NativeCamera& camera, ProgressBar& bar);
+    CameraUse(NativeCamera& camera, ProgressBar& bar, const TimeLimits& limits);
     CameraUse(const CameraUse&) = delete;
     CameraUse& operator=(const CameraUse&) = delete;
 
@@ -34,6 +34,8 @@ public:
 
 private:
     NativeCamera& camera_;
+    TimeLimits limits_;
+    int exposureUnits_ = 0;
     std::optional<NetworkHealth> reported_;
 };
 

@@ -83,8 +83,11 @@ private:
 
     void takeOfAllFound() {
         std::vector<CameraTemplatePointer> found;
-        host_.search([&found](CameraTemplatePointer camera) { found.push_back(std::move(camera)); });
+        const std::string cut =
+            host_.search([&found](CameraTemplatePointer camera) { found.push_back(std::move(camera)); });
         keepRemarks("");
+        if (!cut.empty())
+            report_.remarks.push_back(cut);
         if (found.empty())
             throw CommandFailure("no Korva camera found; try: korva capture ADDRESS");
         for (CameraTemplatePointer& entry : found) {
@@ -110,7 +113,7 @@ private:
     }
 
     void takeOf(NativeCamera& camera) {
-        CameraUse use(camera, bar_);
+        CameraUse use(camera, bar_, options_.camera.limits);
         use.setExposure(options_.exposureUnits);
         const std::string address = addressOf(camera);
         for (int number = 1; number <= options_.count; ++number) {

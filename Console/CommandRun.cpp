@@ -1,5 +1,6 @@
 #include "CommandRun.h"
 
+#include "CameraSearch.h"
 #include "LibraryLines.h"
 #include "Printable.h"
 
@@ -7,6 +8,7 @@
 #include "Platform/Terminal.h"
 
 #include <cstdio>
+#include <cstdlib>
 #include <exception>
 #include <string_view>
 
@@ -25,6 +27,20 @@ bool standardOutputHolds() {
     return std::fflush(stdout) == 0 && std::ferror(stdout) == 0;
 }
 
+/// What comes of the work, said where it has failed.
+ExitStatus outcomeOf(const CommonOptions& common, const std::function<void()>& work) {
+    try {
+        if (const std::string remark = applyToHost(common); !remark.empty())
+            std::fprintf(Platform::standardError(), "korva: %s\n", remark.c_str());
+        work();
+    } catch (const CommandFailure& failure) {
+        return failed(failure.what());
+    } catch (const std::exception& error) {
+        return failed(printable(error.what()));
+    }
+    return standardOutputHolds() ? ExitStatus::done : failed("standard output could not be written");
+}
+
 } // namespace
 
 ExitStatus runCommand(const CommonOptions& common, OnInterrupt onInterrupt,
@@ -36,15 +52,15 @@ ExitStatus runCommand(const CommonOptions& common, OnInterrupt onInterrupt,
     LibraryLines libraryLines;
     try {
         const Platform::LibraryErrors guard([&](std::string_view line) { libraryLines.show(line); });
-        if (const std::string remark = applyToHost(common); !remark.empty())
-            std::fprintf(Platform::standardError(), "korva: %s\n", remark.c_str());
-        work();
-    } catch (const CommandFailure& failure) {
-        return failed(failure.what());
+        const ExitStatus status = outcomeOf(common, work);
+        if (isThreadLeftBehind()) {
+            std::fflush(nullptr);
+            std::_Exit(static_cast<int>(status)); // while all that the thread may use is there
+        }
+        return status;
     } catch (const std::exception& error) {
         return failed(printable(error.what()));
     }
-    return standardOutputHolds() ? ExitStatus::done : failed("standard output could not be written");
 }
 
 void say(const std::string& line) {

@@ -29,8 +29,8 @@ void waitForNextProbe() {
 /// Probes one camera, again and again.
 class Watch {
 public:
-    Watch(NativeCamera& camera, ToolLog& log, ProgressBar& bar)
-        : use_(camera, bar), log_(log), place_(placeOf(camera)) {}
+    Watch(NativeCamera& camera, ToolLog& log, ProgressBar& bar, const TimeLimits& limits)
+        : use_(camera, bar, limits), log_(log), place_(placeOf(camera)) {}
 
     /// Prints what is new. A probe that Ctrl-C ended says nothing.
     void probe() {
@@ -91,7 +91,7 @@ ExitStatus runHealth(const HealthOptions& options, const CommonOptions& common) 
         warn(log.takeRemarks());
         // The probes can be interrupted, unlike an identification.
         Platform::catchInterrupts();
-        Watch watch(*camera, log, bar);
+        Watch watch(*camera, log, bar, options.camera.limits);
         watch.probe();
         while (options.watch && !Platform::interrupted()) {
             waitForNextProbe();

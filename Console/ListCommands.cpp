@@ -66,15 +66,17 @@ ExitStatus runDiscover(const IdentityOptions& options, const CommonOptions& comm
         ToolLog log(common.log, nullptr);
         const CameraHost host(options.camera, log);
         std::vector<CameraInfo> cameras;
-        host.search([&](const CameraTemplatePointer& found) {
+        const std::string cut = host.search([&](const CameraTemplatePointer& found) {
             cameras.push_back(found->getCameraInfo());
             showFound(cameras.back(), cameras.size() == 1, options.json);
         });
         warn(log.takeRemarks());
+        if (!cut.empty())
+            warn({cut});
         std::fprintf(options.json ? Platform::standardError() : stdout, "%s\n",
                      summary(cameras.size()).c_str());
         if (options.json)
-            say(camerasJson(cameras));
+            say(camerasJson(cameras, cut));
     });
 }
 

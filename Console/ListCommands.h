@@ -18,7 +18,8 @@ void addIdentifyOptions(CLI::App& command, IdentityOptions& options);
 void addDescribeOptions(CLI::App& command, IdentityOptions& options);
 
 /// Searches the local networks. A line for each camera as it is found on standard output, where options.json
-/// on standard error and then one JSON object on standard output. To find none is no failure. Never throws.
+/// on standard error and then one JSON object on standard output. To find none is no failure, and to find
+/// some before the search was cut is none but a warning. Never throws.
 ExitStatus runDiscover(const IdentityOptions& options, const CommonOptions& common);
 
 /// Says who the camera at an address is. Never throws.

@@ -45,8 +45,29 @@ public:
         return remarks_;
     }
 
+    /// The logger that was listened to before; null for none.
+    log4cxx::LoggerPtr listenTo(log4cxx::LoggerPtr logger, Listener listener) {
+        const std::lock_guard lock(mutex_);
+        listener_ = std::move(listener);
+        return std::exchange(listenedTo_, std::move(logger));
+    }
+
+    log4cxx::LoggerPtr ignore(std::thread::id thread) {
+        const std::lock_guard lock(mutex_);
+        ignored_ = thread;
+        listener_ = nullptr;
+        return std::exchange(listenedTo_, nullptr);
+    }
+
+    bool ignoresAny() {
+        const std::lock_guard lock(mutex_);
+        return ignored_ != std::thread::id();
+    }
+
 protected:
     void append(const log4cxx::spi::LoggingEventPtr& event, log4cxx::helpers::Pool& /*pool*/) override {
+        if (!passToListener(*event))
+            return;
         const std::string message = printable(event->getMessage());
         if (event->getLevel()->isGreaterOrEqual(shownFrom_)) {
             const std::string line = event->getLevel()->toString() + " " + printable(event->getLoggerName()) +
@@ -60,6 +81,17 @@ protected:
     }
 
 private:
+    /// False for a line that is to be ignored.
+    bool passToListener(const log4cxx::spi::LoggingEvent& event) {
+        const std::lock_guard lock(mutex_);
+        if (std::this_thread::get_id() == ignored_)
+            return false;
+        if (listener_ && event.getLoggerName() == listenedTo_->getName() &&
+            event.getLevel()->isGreaterOrEqual(log4cxx::Level::getInfo()))
+            listener_(event.getMessage());
+        return true;
+    }
+
     void remember(const std::string& message) {
         const std::lock_guard lock(mutex_);
         if (remarks_.size() < mostRemarks &&
@@ -71,9 +103,13 @@ private:
     ProgressBar* bar_;
     std::mutex mutex_;
     std::vector<std::string> remarks_;
+    log4cxx::LoggerPtr listenedTo_;
+    Listener listener_;
+    std::thread::id ignored_;
 };
 
-ToolLog::ToolLog(const LogOptions& options, ProgressBar* bar) {
+ToolLog::ToolLog(const LogOptions& options, ProgressBar* bar)
+    : isConfiguredByFile_(!options.configFile.empty()) {
     using log4cxx::Level;
     // Whatever a configuration file in the working folder has set up is not what this command line asked for.
     log4cxx::BasicConfigurator::resetConfiguration();
@@ -93,6 +129,9 @@ ToolLog::ToolLog(const LogOptions& options, ProgressBar* bar) {
 }
 
 ToolLog::~ToolLog() {
+    // Without it the logging library would complain of what the ignored thread says yet.
+    if (appender_->ignoresAny())
+        return;
     log4cxx::Logger::getRootLogger()->removeAppender(appender_);
 }
 
@@ -102,6 +141,23 @@ std::vector<std::string> ToolLog::takeRemarks() {
 
 std::vector<std::string> ToolLog::remarks() const {
     return appender_->remarks();
+}
+
+void ToolLog::listenTo(const std::string& name, Listener listener) {
+    using log4cxx::Level;
+    const log4cxx::LoggerPtr logger = listener ? log4cxx::Logger::getLogger(name) : nullptr;
+    const log4cxx::LoggerPtr before = appender_->listenTo(logger, std::move(listener));
+    if (isConfiguredByFile_)
+        return;
+    if (before != nullptr)
+        before->setLevel(nullptr); // that of its ancestors
+    if (logger != nullptr && !logger->isInfoEnabled())
+        logger->setLevel(Level::getInfo());
+}
+
+void ToolLog::ignore(std::thread::id thread) {
+    if (const log4cxx::LoggerPtr before = appender_->ignore(thread))
+        before->setLevel(log4cxx::Level::getOff());
 }
 
 } // namespace Console

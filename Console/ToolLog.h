@@ -1,8 +1,11 @@
 #pragma once
 // Where the log lines of the plug-in go while the tool runs.
 
+#include <functional>
 #include <memory>
 #include <string>
+#include <string_view>
+#include <thread>
 #include <vector>
 
 namespace Console {
@@ -33,8 +36,21 @@ public:
     /// The same, without forgetting them.
     std::vector<std::string> remarks() const;
 
+    /// Gets a line's message as the plug-in wrote it.
+    using Listener = std::function<void(std::string_view message)>;
+
+    /// From now on hands the lines of level info and above of the logger called `name` to `listener`, on the
+    /// thread that logs them; an empty one ends that. Such lines are made though nobody asked to see them,
+    /// unless a configuration file decides which there are. One listener at a time. It must not log.
+    void listenTo(const std::string& name, Listener listener);
+
+    /// From now on no line of that thread is shown, kept or listened to, and the logger that was listened to
+    /// is off: the thread is left to itself, and so is what it logs to where this goes.
+    void ignore(std::thread::id thread);
+
 private:
     class Appender;
+    bool isConfiguredByFile_;
     std::shared_ptr<Appender> appender_;
 };
 

@@ -4,12 +4,19 @@
 #include "Communicator/PosixEthernetCommunicator.h"
 #include "XmlText.h"
 
+#include <algorithm>
 #include <optional>
 
 namespace {
 
 constexpr int highestPort = 65535;
 constexpr int defaultTimeout = -1;
+
+/// A description may shorten a connect's time, and not hold the host by a longer one.
+int boundedTimeout(int timeoutMs) {
+    return timeoutMs < 0 ? defaultTimeout
+                         : std::min(timeoutMs, PosixEthernetCommunicator::defaultConnectTimeoutMs);
+}
 
 } // namespace
 
@@ -31,7 +38,7 @@ Communicator* ClientFactory::buildCommunicator(xercesc::DOMNode* element) {
         else if (name == L"port")
             port = ReferenceHost::numberOfElement(name, text);
         else if (name == L"timeout")
-            timeoutMs = ReferenceHost::numberOfElement(name, text);
+            timeoutMs = boundedTimeout(ReferenceHost::numberOfElement(name, text));
     });
     if (address.empty())
         throw DeviceException(L"The description's connection has no address");

@@ -3,9 +3,11 @@
 #include "Communicator/DeviceException.h"
 #include "Platform/TcpSocket.h"
 #include "Platform/Text.h"
+#include "TransferWatch.h"
 
 #include <algorithm>
 #include <limits>
+#include <optional>
 #include <utility>
 
 using namespace std::chrono_literals;
@@ -20,6 +22,10 @@ constexpr std::size_t smallReadBytes = 16;
 
 /// One huge receive is half as fast as pieces that stay in the cache.
 constexpr std::size_t pieceBytes = 65536;
+
+/// What is sent at a time: little enough that the system takes it whole once it has room, so that a piece
+/// waits at most once and a limit is noticed behind it.
+constexpr std::size_t sentPieceBytes = 4096;
 
 /// How long a line is quiet before a larger read ends, or before what a peer still sends is all dropped.
 constexpr auto quietTime = 20ms;
@@ -38,12 +44,17 @@ constexpr int highestPort = 65535;
 } // namespace
 
 struct PosixEthernetCommunicator::State {
+    using Clock = TcpSocket::Clock;
+
     std::wstring address;
     int port;
     std::chrono::milliseconds connectTimeout;
-    TcpSocket socket;
-    ProgressObserver observer;
-    std::string brokenBecause; ///< why the connection was closed by itself; else empty
+    TcpSocket socket{};
+    ProgressObserver observer{};
+    std::string brokenBecause{}; ///< why the connection was closed by itself; else empty
+    std::optional<TransportLimits> ownLimits{};
+    std::shared_ptr<const Clock::time_point> holdBegin{}; ///< also while the connection is broken below an outer hold
+    ReferenceHost::TransferWatch watch{};
 
     [[noreturn]] void fail(const wchar_t* operation, const std::string& reason) const {
         throw DeviceException(address + L":" + std::to_wstring(port) + L": " + operation + L" failed: " +
@@ -67,19 +78,35 @@ struct PosixEthernetCommunicator::State {
         fail(operation, brokenBecause);
     }
 
-    std::size_t receive(unsigned char* data, std::size_t count, TcpSocket::Clock::time_point deadline);
+    Clock::time_point limit() const { return watch.deadline(ReferenceHost::currentOperationEnd()); }
+
+    /// `time`, or what a limit leaves of it, at least 0.
+    std::chrono::milliseconds withinLimit(std::chrono::milliseconds time, Clock::time_point now) const {
+        const auto end = limit();
+        if (end >= now + time)
+            return time;
+        return std::chrono::ceil<std::chrono::milliseconds>(std::max(end, now) - now);
+    }
+
+    void requireWithinLimits(const wchar_t* operation, Clock::time_point now) {
+        std::string reason = watch.passed(ReferenceHost::currentOperationEnd(), now);
+        if (reason.empty())
+            return;
+        closeBroken(std::move(reason));
+        fail(operation, brokenBecause);
+    }
+
+    void open();
+    void send(const unsigned char* data, std::size_t count);
+    std::size_t receive(unsigned char* data, std::size_t count, Clock::time_point deadline);
 };
 
 PosixEthernetCommunicator::PosixEthernetCommunicator(const std::wstring& address, int port,
                                                      int connectTimeoutMs)
     : EthernetCommunicator(connectTimeoutMs),
       state_(new State{
-          address,
-          port,
-          std::chrono::milliseconds(connectTimeoutMs < 0 ? defaultConnectTimeoutMs : connectTimeoutMs),
-          {},
-          {},
-          {}}) {}
+          address, port,
+          std::chrono::milliseconds(connectTimeoutMs < 0 ? defaultConnectTimeoutMs : connectTimeoutMs)}) {}
 
 PosixEthernetCommunicator::~PosixEthernetCommunicator() = default;
 
@@ -99,28 +126,63 @@ void PosixEthernetCommunicator::setProgressObserver(ProgressObserver observer) {
     state_->observer = std::move(observer);
 }
 
+void PosixEthernetCommunicator::setLimits(const TransportLimits& limits) {
+    state_->ownLimits = limits;
+}
+
 void PosixEthernetCommunicator::connect() {
-    constexpr auto operation = L"connect";
     if (state_->port < 1 || state_->port > highestPort)
-        state_->fail(operation, "A port is 1 to 65535");
-    state_->brokenBecause.clear();
-    state_->requireDone(state_->socket.open(Platform::utf8FromWide(state_->address),
-                                            static_cast<std::uint16_t>(state_->port), state_->connectTimeout),
-                        operation);
+        state_->fail(L"connect", "A port is 1 to 65535");
+    state_->open();
+}
+
+void PosixEthernetCommunicator::State::open() {
+    constexpr auto operation = L"connect";
+    brokenBecause.clear();
+    const auto now = Clock::now();
+    const auto begin = holdBegin != nullptr ? holdBegin : ReferenceHost::beginHold(now);
+    watch.start(ownLimits ? *ownLimits : ReferenceHost::currentTransportLimits(), *begin);
+    requireWithinLimits(operation, now);
+    SocketResult result = socket.open(Platform::utf8FromWide(address), static_cast<std::uint16_t>(port),
+                                      withinLimit(connectTimeout, now));
+    if (result.status == SocketStatus::timedOut)
+        requireWithinLimits(operation, Clock::now());
+    requireDone(std::move(result), operation);
+    holdBegin = begin;
 }
 
 void PosixEthernetCommunicator::disconnect() noexcept {
     state_->socket.close();
     state_->brokenBecause.clear();
+    state_->holdBegin.reset();
 }
 
 void PosixEthernetCommunicator::writeBytes(const void* data, unsigned int count, bool discardUnread,
                                            int /*reserved*/) {
     constexpr auto operation = L"send";
     state_->requireConnection(operation);
-    if (discardUnread)
-        state_->requireDone(state_->socket.discardUnread(quietTime, discardBounds), operation);
-    state_->requireDone(state_->socket.send(data, count, sendStallTime), operation);
+    state_->watch.requestSent();
+    const auto now = TcpSocket::Clock::now();
+    state_->requireWithinLimits(operation, now);
+    if (discardUnread) {
+        const auto time = state_->withinLimit(discardBounds.time, now);
+        state_->requireDone(state_->socket.discardUnread(quietTime, {discardBounds.bytes, time}), operation);
+    }
+    state_->send(static_cast<const unsigned char*>(data), count);
+}
+
+void PosixEthernetCommunicator::State::send(const unsigned char* data, std::size_t count) {
+    constexpr auto operation = L"send";
+    for (std::size_t sent = 0; sent < count;) {
+        const auto now = Clock::now();
+        requireWithinLimits(operation, now);
+        const std::size_t piece = std::min(count - sent, sentPieceBytes);
+        SocketResult result = socket.send(data + sent, piece, withinLimit(sendStallTime, now));
+        if (result.status == SocketStatus::timedOut)
+            requireWithinLimits(operation, Clock::now());
+        requireDone(std::move(result), operation);
+        sent += piece;
+    }
 }
 
 int PosixEthernetCommunicator::readBytes(void* data, unsigned int count, int /*reserved*/,
@@ -136,21 +198,27 @@ int PosixEthernetCommunicator::readBytes(void* data, unsigned int count, int /*r
 }
 
 std::size_t PosixEthernetCommunicator::State::receive(unsigned char* data, std::size_t count,
-                                                      TcpSocket::Clock::time_point deadline) {
+                                                      Clock::time_point deadline) {
     const bool endsWhenQuiet = count > smallReadBytes;
     auto pieceDeadline = deadline;
     std::size_t received = 0;
     std::size_t reported = 0;
+    watch.waitFrom(Clock::now());
     while (received < count) {
-        const auto waitUntil =
-            observer ? std::min(pieceDeadline, TcpSocket::Clock::now() + observerInterval) : pieceDeadline;
+        auto waitUntil = std::min(pieceDeadline, limit());
+        if (observer)
+            waitUntil = std::min(waitUntil, Clock::now() + observerInterval);
         SocketResult piece =
             socket.receive(data + received, std::min(count - received, pieceBytes), waitUntil);
         received += piece.bytes;
+        const auto now = Clock::now();
+        watch.look(piece.bytes, now);
+        requireWithinLimits(L"receive", now);
         if (piece.status == SocketStatus::timedOut) {
             if (waitUntil >= pieceDeadline)
                 break;
-            observer(received, count);
+            if (observer)
+                observer(received, count);
             continue;
         }
         if (piece.status != SocketStatus::done) {
@@ -159,7 +227,6 @@ std::size_t PosixEthernetCommunicator::State::receive(unsigned char* data, std::
                 fail(L"receive", brokenBecause);
             break;
         }
-        const auto now = TcpSocket::Clock::now();
         if (now >= deadline)
             break;
         if (endsWhenQuiet)

@@ -2,6 +2,7 @@
 // The host's TCP client.
 
 #include "Communicator/EthernetCommunicator.h"
+#include "Communicator/TransportLimits.h"
 
 #include <cstddef>
 #include <functional>
@@ -43,6 +44,13 @@ public:
     /// 64 KiB, every 100 ms while nothing comes, and at the end of a read. What it throws ends the read and
     /// reaches the caller. It must not set the observer.
     void setProgressObserver(ProgressObserver observer);
+
+    /// This communicator's own limits, from its next connect on, in place of those that the host has set for
+    /// all (ReferenceHost/OperationLimits.h). Whatever they are, an end that the host has set to what the
+    /// calling thread does holds too. Past a limit, connect, write and read close the connection and throw
+    /// DeviceException with the limit, the bytes received and the seconds, a read also where it has received
+    /// something.
+    void setLimits(const TransportLimits& limits);
 
 protected:
     void connect() override;

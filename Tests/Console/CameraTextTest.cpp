@@ -40,12 +40,13 @@ TEST(CameraText, JsonHasExactlyTheKeysOfACamera) {
 TEST(CameraText, JsonOfAListHoldsEachInOrder) {
     CameraInfo other = camera();
     other.setIpAddress(L"10.77.1.12");
-    const auto json = nlohmann::json::parse(camerasJson({camera(), other}));
+    const auto json = nlohmann::json::parse(camerasJson({camera(), other}, ""));
     ASSERT_EQ(json.size(), 1u);
     ASSERT_EQ(json["cameras"].size(), 2u);
     EXPECT_EQ(json["cameras"][0]["address"], "10.77.1.11");
     EXPECT_EQ(json["cameras"][1]["address"], "10.77.1.12");
-    EXPECT_EQ(camerasJson({}), R"({"cameras":[]})");
+    EXPECT_EQ(camerasJson({}, ""), R"({"cameras":[]})");
+    EXPECT_EQ(camerasJson({}, "too late"), R"({"cameras":[],"cut":"too late"})");
 }
 
 TEST(CameraText, JsonKeepsTextsAndCannotSteerATerminal) {

@@ -25,6 +25,16 @@ TEST(FailureAdvice, BlackPictureAsksForLight) {
     EXPECT_NE(adviceFor("All black image from Korva detected").find("lens cap"), std::string::npos);
 }
 
+TEST(FailureAdvice, LimitsNameTheirOption) {
+    const std::string place = "Communicator error: 10.0.0.7:32769: receive failed: ";
+    EXPECT_NE(adviceFor(place + "Too slow: 1 bytes in 30.0 s, at least 65536 bytes a second are asked for")
+                  .find("--min-speed"),
+              std::string::npos);
+    EXPECT_NE(adviceFor(place + "Took too long: 1 bytes in 20.0 s, the operation may last 20.0 s")
+                  .find("--max-time"),
+              std::string::npos);
+}
+
 TEST(FailureAdvice, UnknownReasonAsksForTheLog) {
     EXPECT_NE(adviceFor("").find("--log debug"), std::string::npos);
 }

@@ -10,6 +10,8 @@
 #include <fstream>
 #include <string>
 #include <string_view>
+#include <thread>
+#include <vector>
 
 using Console::LogOptions;
 using Console::ToolLog;
@@ -145,4 +147,57 @@ TEST(ToolLog, LooksAsItsConfigurationSaysBehindAnAsynchronousAppender) {
         <root><priority value="info"/><appender-ref ref="B"/></root></log4j:configuration>)";
     const std::string shown = shownApartFromLibraries(config);
     EXPECT_NE(shown.find("ERROR|caf\xC3\xA9\n"), std::string::npos) << shown;
+}
+
+namespace {
+
+using Lines = std::vector<std::string>;
+
+/// What a listener to the logger gets of a line on every level.
+Lines heardOf(ToolLog& log) {
+    Lines heard;
+    log.listenTo("Plenar.Test", [&heard](std::string_view line) { heard.emplace_back(line); });
+    logOnEveryLevel();
+    log4cxx::Logger::getLogger("Plenar.Other")->forcedLog(log4cxx::Level::getError(), std::string("other"));
+    log.listenTo("Plenar.Test", {});
+    logOnEveryLevel();
+    return heard;
+}
+
+} // namespace
+
+TEST(ToolLog, LetsListenToOneLoggerFromInfoOnWithoutShowingIt) {
+    testing::internal::CaptureStderr();
+    {
+        ToolLog log({}, nullptr);
+        EXPECT_EQ(heardOf(log), (Lines{"one", "one", "one"}));
+        EXPECT_FALSE(logger()->isInfoEnabled()) << "as it was before";
+    }
+    EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
+}
+
+TEST(ToolLog, LeavesTheLevelsOfAConfigurationFileAsTheyAre) {
+    const std::string file = testing::TempDir() + "korva-listening.properties";
+    std::ofstream(file) << "log4j.rootLogger=ERROR, A\n" << consoleAppender("A", "%m%n");
+    testing::internal::CaptureStderr();
+    {
+        ToolLog log({"off", file}, nullptr);
+        EXPECT_EQ(heardOf(log), Lines{"one"});
+    }
+    testing::internal::GetCapturedStderr();
+}
+
+TEST(ToolLog, IgnoresAThreadThatIsLeftToItself) {
+    testing::internal::CaptureStderr();
+    {
+        ToolLog log({"warn", ""}, nullptr);
+        Lines heard;
+        log.listenTo("Plenar.Test", [&heard](std::string_view line) { heard.emplace_back(line); });
+        log.ignore(std::this_thread::get_id());
+        log4cxx::Logger::getLogger("Plenar.Other")->forcedLog(log4cxx::Level::getError(), std::string("one"));
+        EXPECT_FALSE(logger()->isErrorEnabled());
+        EXPECT_EQ(heard, Lines{});
+        EXPECT_EQ(log.takeRemarks(), Lines{});
+    }
+    EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
 }

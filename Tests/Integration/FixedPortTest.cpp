@@ -121,6 +121,19 @@ TEST(ToolOnTheCamerasOwnPorts, OneInterruptEndsAnIdentificationThatTheCameraHold
     }
 }
 
+TEST(ToolOnTheCamerasOwnPorts, IdentificationThatTheCameraHoldsEndsAtItsTime) {
+    const CameraAtItsPorts camera({"--hardware", "X900", "--size", "40x30", "--fault", "get:drip=1/200"});
+    for (const char* command : {"identify", "describe", "health", "capture"}) {
+        const ToolResult result = runTool({command, address, "--max-time", "1"});
+        EXPECT_EQ(result.status, 1) << command;
+        EXPECT_EQ(result.output, "") << command;
+        EXPECT_EQ(lineCount(result.errors), 1u) << result.errors;
+        EXPECT_TRUE(contains(result.errors, address + ":32769: receive failed: Took too long: "))
+            << result.errors;
+        EXPECT_TRUE(contains(result.errors, ", the operation may last 1.0 s")) << result.errors;
+    }
+}
+
 TEST(ToolOnTheCamerasOwnPorts, HealthByAddressIdentifiesFirst) {
     const CameraAtItsPorts camera;
     const ToolResult result = runTool({"health", address});

@@ -166,6 +166,29 @@ TEST(ToolCapture, BrokenConnectionIsAFailure) {
                         folder);
 }
 
+TEST(ToolCapture, DrippingCameraEndsAtALimitThatTheReasonNames) {
+    const SimulatedCamera camera({"--size", "120x80", "--fault", "get:drip=1/20"});
+    for (const auto& [option, reason] : {std::pair{"--max-time", ": receive failed: Took too long: "},
+                                         {"--speed-time", ": receive failed: Too slow: "}}) {
+        const TemporaryFolder folder;
+        const auto begin = std::chrono::steady_clock::now();
+        expectCameraFailure(
+            runTool(camera.captureArguments({option, "0.5", "--output", folder.file("a.png")})), reason,
+            folder);
+        EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(10)) << option;
+    }
+}
+
+TEST(ToolCapture, SlowPictureIsTakenWhereNoSpeedIsAskedFor) {
+    const TemporaryFolder folder;
+    const SimulatedCamera camera({"--size", "40x30", "--fault", "get:drip=500/50"}); // 7.7 kB in 0.8 s
+    EXPECT_EQ(runTool(camera.captureArguments(
+                          {"--speed-time", "0.3", "--min-speed", "0", "--output", folder.file("a.png")}))
+                  .status,
+              0);
+    EXPECT_EQ(folder.names(), Names{"a.png"});
+}
+
 TEST(ToolCapture, NameThatIsNoneIsAFailure) {
     const TemporaryFolder folder;
     // Too long for any name, so nobody is asked for it.

@@ -51,6 +51,15 @@ TEST(ToolHealth, AnswerThatCannotBeReadIsAFailure) {
     EXPECT_TRUE(contains(result.output, ": 2056 connection check failed: ")) << result.output;
 }
 
+TEST(ToolHealth, CameraThatHoldsTheCheckFailsItAtItsTime) {
+    const SimulatedCamera camera({"--size", "20x10", "--fault", "probe:drip=1/300"});
+    const ToolResult result = runTool({"health", "--from", camera.description(), "--max-time", "1"});
+    EXPECT_EQ(result.status, 1);
+    EXPECT_TRUE(contains(result.output, ": 2056 connection check failed: ")) << result.output;
+    EXPECT_TRUE(contains(result.output, ": receive failed: Took too long: ")) << result.output;
+    EXPECT_TRUE(contains(result.errors, "--max-time")) << result.errors;
+}
+
 TEST(ToolHealth, WatchSaysOnlyWhatIsNewAndEndsAtCtrlC) {
     const SimulatedCamera camera;
     ChildProcess watch(toolCommand({"health", "--from", camera.description(), "--watch"}));

@@ -133,6 +133,39 @@ TEST(LabDiscovery, OneInterruptEndsItWhileACameraHoldsIt) {
     EXPECT_EQ(result.errors, "korva: interrupted\n");
 }
 
+TEST(LabDiscovery, CameraThatHoldsItLeavesTheOthersTheirTurn) {
+    const LabResult result = discover("1 --hardware X900 --size 40x30 --fault get:drip=1/200\n1\n2\n",
+                                      "korva discover --json --max-time 9");
+    EXPECT_THAT(addressesOf(result), UnorderedElementsAre("10.77.1.12", "10.77.2.13"));
+    EXPECT_THAT(result.output, Not(HasSubstr("\"cut\"")));
+    EXPECT_THAT(result.errors, HasSubstr("10.77.1.11:32769: receive failed: Took too long: "));
+}
+
+TEST(LabDiscovery, ShowsWhatItFoundWhereItsTimeIsOver) {
+    const std::string holds = "1 --hardware X900 --size 40x30 --fault get:drip=1/200\n";
+    const LabResult result = discover("1\n" + holds + holds + holds + holds, // the first answers first
+                                      "korva discover --json --max-time 2");
+    EXPECT_EQ(result.status, 0);
+    EXPECT_THAT(result.errors, HasSubstr("korva: warning: the search was cut after "));
+    EXPECT_THAT(result.errors, HasSubstr(": cameras kept it waiting"));
+    EXPECT_THAT(nlohmann::json::parse(result.output)["cut"].get<std::string>(),
+                HasSubstr("the search was cut"));
+}
+
+/// A stranger in a lab's set that answers a search and then sends it datagrams for as long as it listens.
+const std::string talker =
+    "1 ! python3 -c 'import socket,time;s=socket.socket(socket.AF_INET,socket.SOCK_DGRAM);"
+    "s.bind((\"\",32768));print(1,flush=True);a=s.recvfrom(99)[1];"
+    "[(s.sendto(b\"again\",a),time.sleep(.1)) for i in range(600)]'\n";
+
+TEST(LabDiscovery, AsksWhoHasAnsweredWhileDatagramsKeepComing) {
+    const LabResult result = discover("1\n" + talker + "2\n", "korva discover --json --max-time 6");
+    EXPECT_THAT(addressesOf(result), UnorderedElementsAre("10.77.1.11", "10.77.2.13"));
+    EXPECT_THAT(result.errors, HasSubstr("korva: warning: the search was cut after 3."));
+    EXPECT_THAT(nlohmann::json::parse(result.output)["cut"].get<std::string>(),
+                HasSubstr(": datagrams kept coming; cameras may be missing; try: "));
+}
+
 class LabDiscoveryOf : public testing::TestWithParam<int> {};
 
 constexpr int adaptersOfMany = 8;
@@ -217,6 +250,39 @@ TEST(LabCapture, OneFailedCameraOfAllDoesNotKeepTheOthersFromTheirPictures) {
     ASSERT_EQ(json["files"].size(), 1u);
     EXPECT_EQ(json["files"][0]["address"], "10.77.2.12");
     EXPECT_THAT(json["error"].get<std::string>(), HasSubstr("no picture from 10.77.1.11:32769: "));
+}
+
+TEST(LabCapture, OneCameraThatHoldsDoesNotKeepTheOthersFromTheirPictures) {
+    const TemporaryFolder folder;
+    const LabResult result =
+        discover("1 --fault get:drip=1/100\n2\n",
+                 "korva capture --all --max-time 3 --json --output " + folder.file("all"));
+    EXPECT_EQ(result.status, 1);
+    const auto json = nlohmann::json::parse(result.output);
+    ASSERT_EQ(json["files"].size(), 1u);
+    EXPECT_EQ(json["files"][0]["address"], "10.77.2.12");
+    EXPECT_THAT(json["error"].get<std::string>(),
+                HasSubstr("no picture from 10.77.1.11:32769: Communicator error: 10.77.1.11:32769: receive "
+                          "failed: Took too long: "));
+}
+
+TEST(LabCapture, TakesPicturesOfThoseWhoAnsweredWhileDatagramsKeepComing) {
+    const TemporaryFolder folder;
+    const LabResult result =
+        discover("1\n" + talker, "korva capture --all --max-time 6 --json --output " + folder.file("all"));
+    EXPECT_EQ(result.status, 0) << result.errors;
+    EXPECT_EQ(readGreyPng(folder.file("all/korva-10.77.1.11.png")).width, 1676u);
+    EXPECT_THAT(result.output, HasSubstr("datagrams kept coming"));
+}
+
+TEST(LabCapture, OneInterruptEndsItsSearch) {
+    const LabResult result = discover(
+        talker,
+        "korva capture --all --log info 2>$KORVA_LAB/said & search=$!; for i in {1..300}; do"
+        " grep -q 'as a Korva response: again' $KORVA_LAB/said && break; sleep 0.05; done;"
+        "kill -INT $search; begin=$SECONDS; wait $search; echo status $? after $((SECONDS - begin < 5));"
+        "tail -n 1 $KORVA_LAB/said");
+    EXPECT_EQ(result.output, "status 1 after 1\nkorva: interrupted\n");
 }
 
 TEST(LabCapture, OneFileOfAllThatCannotBeWrittenDoesNotKeepTheOthersFromTheirs) {

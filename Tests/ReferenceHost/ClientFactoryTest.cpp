@@ -24,6 +24,11 @@ std::unique_ptr<PosixEthernetCommunicator> builtFrom(const std::string& children
                                                              ethernet->getConnectTimeoutMs());
 }
 
+int timeoutOf(const std::string& text) {
+    return builtFrom("<address>a</address><port>1</port><timeout>" + text + "</timeout>")
+        ->getConnectTimeoutMs();
+}
+
 std::wstring reasonFor(const std::string& children) {
     try {
         builtFrom(children);
@@ -54,8 +59,17 @@ TEST(ClientFactory, BuildsACommunicatorFromItsElement) {
 }
 
 TEST(ClientFactory, ReadsTheTimeOut) {
-    EXPECT_EQ(builtFrom("<address>a</address><port>1</port><timeout>250</timeout>")->getConnectTimeoutMs(),
-              250);
+    EXPECT_EQ(timeoutOf("250"), 250);
+    EXPECT_EQ(timeoutOf("0"), 0);
+    EXPECT_EQ(timeoutOf("-1"), -1);
+}
+
+TEST(ClientFactory, BoundsTheTimeOutByThatOfAConnect) {
+    EXPECT_EQ(timeoutOf("5000"), 5000);
+    for (const char* longer : {"5001", "2147483647"})
+        EXPECT_EQ(timeoutOf(longer), 5000) << longer;
+    for (const char* negative : {"-2", "-2147483648"})
+        EXPECT_EQ(timeoutOf(negative), -1) << negative;
 }
 
 TEST(ClientFactory, TakesTheLastOfTwoChildrenOfOneName) {
