@@ -22,6 +22,7 @@ std::string systemText(std::errc code) {
 /// The first sign that is found decides.
 const std::vector<Advice>& table() {
     static const std::vector<Advice> advices = {
+        {"not enough memory", "end other programs, or use fewer cameras at a time"},
         {systemText(std::errc::connection_refused),
          "check that this is a Korva camera and that it has finished starting"},
         {systemText(std::errc::host_unreachable), "check the address, the cable and the camera's power"},

@@ -1,16 +1,16 @@
 #include "SimulateCommand.h"
 
+#include "CommandRun.h"
 #include "Printable.h"
 #include "ToolLog.h"
 
 #include "Platform/Kernel.h"
-#include "Platform/StandardError.h"
+#include "Platform/StandardStreams.h"
 #include "Platform/Terminal.h"
 
 #include <chrono>
 #include <cstdint>
 #include <cstdio>
-#include <exception>
 #include <list>
 #include <sstream>
 
@@ -23,13 +23,10 @@ using Clock = std::chrono::steady_clock;
 /// How soon Ctrl-C is noticed.
 constexpr DWORD pollMs = 50;
 
-void say(const std::string& line) {
-    std::printf("%s\n", line.c_str());
-    std::fflush(stdout); // whoever waits for a line in a pipe gets it now
-}
-
 bool isOver(const SimulateOptions& options, Clock::time_point start) {
-    return Platform::interrupted() || (options.runTime && Clock::now() - start >= *options.runTime);
+    // Nobody sees any more what happens: as with the other commands, that is an end.
+    return std::ferror(stdout) != 0 || Platform::interrupted() ||
+           (options.runTime && Clock::now() - start >= *options.runTime);
 }
 
 std::list<Simulator::CameraServer> serversOf(const SimulateOptions& options) {
@@ -67,11 +64,6 @@ std::string serviceLine(const std::string& language, Simulator::Service service,
     return "  " + language + place + (service == Simulator::Service::Silent ? " (silent)" : "");
 }
 
-ExitStatus failed(const std::string& reason) {
-    std::fprintf(Platform::standardError(), "korva: %s\n", printable(reason).c_str());
-    return ExitStatus::failed;
-}
-
 } // namespace
 
 std::string simulateGreeting(const Simulator::CameraServer& server, const std::string& address) {
@@ -102,19 +94,17 @@ std::string simulateGreeting(const Simulator::CameraServer& server, const std::s
 }
 
 ExitStatus runSimulate(const SimulateOptions& options, const CommonOptions& common) {
-    Platform::catchInterrupts();
-    try {
-        applyToHost(common);
+    Platform::ignoreBrokenPipes();
+    return runCommand(common, OnInterrupt::note, [&] {
         const ToolLog log(common.log, nullptr);
-        serve(options);
-    } catch (const Simulator::ServerError& error) {
-        return failed(
-            std::string(error.what()) +
-            "; try: another --address, --port or --text-port, or end the program that has the port");
-    } catch (const std::exception& error) {
-        return failed(error.what());
-    }
-    return ExitStatus::done;
+        try {
+            serve(options);
+        } catch (const Simulator::ServerError& error) {
+            throw CommandFailure(
+                printable(error.what()) +
+                "; try: another --address, --port or --text-port, or end the program that has the port");
+        }
+    });
 }
 
 } // namespace Console

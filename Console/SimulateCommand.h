@@ -9,7 +9,8 @@
 
 namespace Console {
 
-/// Serves one camera or a set of them until Ctrl-C or the end of options.runTime; says on standard output
+/// Serves one camera or a set of them until Ctrl-C, the end of options.runTime or that of whoever reads
+/// standard output; says on standard output
 /// what it serves and then, line by line, what happens. A failure is one line on standard error. Never
 /// throws.
 ExitStatus runSimulate(const SimulateOptions& options, const CommonOptions& common);

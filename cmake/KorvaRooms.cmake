@@ -4,7 +4,9 @@
 add_library(KorvaBuildFlags INTERFACE)
 target_compile_features(KorvaBuildFlags INTERFACE cxx_std_20)
 target_compile_options(KorvaBuildFlags INTERFACE -Wall -Wextra -Wpedantic -Wconversion -Wshadow -Werror)
+set(KORVA_SANITIZED OFF)
 if(KORVA_SANITIZERS)
+  set(KORVA_SANITIZED ON)
   target_compile_options(KorvaBuildFlags INTERFACE
     -fsanitize=${KORVA_SANITIZERS} -fno-sanitize-recover=all -fno-omit-frame-pointer
     # Instrumented, g++'s own <regex> looks to it as if it read what was not set.

@@ -33,6 +33,11 @@ ToolResult runToolIn(const TemporaryFolder& folder, const Names& arguments, cons
     return resultOf(command, toolCommand(arguments));
 }
 
+/// Runs the tool by a shell, in whose script it is "$0" "$@".
+ToolResult runToolBy(const std::string& script, const Names& arguments) {
+    return resultOf({"/bin/bash", "-c", script}, toolCommand(arguments));
+}
+
 /// A configuration by which every line of the log, and none, makes a file in the working folder.
 std::string configurationOf(const std::string& file) {
     if (file.ends_with(".xml"))
@@ -92,3 +97,73 @@ INSTANTIATE_TEST_SUITE_P(ToolStart, ALoggingConfiguration,
                              std::replace(name.begin(), name.end(), '.', '_');
                              return name;
                          });
+
+TEST(ToolStart, KeepsItsLogOutOfTheConnectionWhereStandardErrorIsClosed) {
+    const TemporaryFolder folder;
+    const SimulatedCamera camera;
+    const ToolResult result =
+        runToolBy(R"(exec "$0" "$@" 2>&-)",
+                  camera.captureArguments({"--log", "trace", "--diagnostics", folder.file("dumps"),
+                                           "--output", folder.file("a.png")}));
+    EXPECT_EQ(result.status, 0);
+    EXPECT_EQ(readGreyPng(folder.file("a.png")).width, 120u);
+}
+
+TEST(ToolStart, SaysThatStandardOutputIsClosed) {
+    const SimulatedCamera camera;
+    const Names simulate = {"simulate", "--port", "0", "--text-port", "0", "--for", "60"};
+    for (const Names& arguments : {Names{"--version"}, Names{"capture", "--help"},
+                                   Names{"health", "--from", camera.description()}, simulate}) {
+        const ToolResult result = runToolBy(R"(exec "$0" "$@" >&-)", arguments);
+        EXPECT_EQ(result.status, 1) << arguments[0];
+        EXPECT_EQ(result.errors, "korva: standard output could not be written\n") << arguments[0];
+    }
+    // Standard error too: the status alone is left to say it.
+    EXPECT_EQ(runToolBy(R"(exec "$0" "$@" <&- >&- 2>&-)", simulate).status, 1);
+}
+
+TEST(ToolStart, EndsASimulationThatNobodyReadsInOrder) {
+    const ToolResult result = runToolBy(R"(set -o pipefail; "$0" "$@" | true)",
+                                        {"simulate", "--port", "0", "--text-port", "0", "--for", "60"});
+    EXPECT_EQ(result.status, 1);
+    EXPECT_EQ(result.errors, "korva: standard output could not be written\n");
+}
+
+TEST(ToolStart, SaysThatMemoryIsShort) {
+    if (KORVA_SANITIZED)
+        GTEST_SKIP() << "A sanitizer maps far more than the tool uses.";
+    const TemporaryFolder folder;
+    // The header of an SGI file of 12,000 x 12,000 pixels, three channels of 16 bits: there is room for the
+    // tool, not for those 864 MB.
+    std::string header = {1,    static_cast<char>(0xDA), 0, 2, 0, 3, 0x2E, static_cast<char>(0xE0),
+                          0x2E, static_cast<char>(0xE0), 0, 3};
+    header.resize(512, 0);
+    std::ofstream(folder.file("large.sgi"), std::ios::binary) << header;
+    const SimulatedCamera camera({"--size", "120x80", "--scene", "file:" + folder.file("large.sgi")});
+    const ToolResult result = runToolBy(R"(ulimit -v 600000; exec "$0" "$@")",
+                                        camera.captureArguments({"--output", folder.file("a.png")}));
+    EXPECT_EQ(result.status, 1);
+    EXPECT_NE(result.errors.find(": not enough memory; "), std::string::npos) << result.errors;
+    EXPECT_NE(result.errors.find("; try: end other programs, "), std::string::npos) << result.errors;
+}
+
+TEST(ToolStart, EchoesNoArgumentThatCouldSteerATerminal) {
+    const std::string odd = "a\x1b[2J\nkorva: b";
+    const std::string shown = "a\\x1b[2J\\x0akorva: b";
+    for (const Names& arguments :
+         {Names{odd}, Names{"--" + odd}, Names{"--log", odd}, Names{"--log-config", odd},
+          Names{"--setting", odd, "health"}, Names{"simulate", "--size", odd},
+          Names{"simulate", "--scene", odd}, Names{"simulate", "--port", odd},
+          Names{"simulate", "--address", odd}, Names{"simulate", "--for", "0", "--config", odd},
+          Names{"simulate", "--for", "0", "--scene", "file:" + odd}, Names{"identify", odd, odd},
+          Names{"capture", "--exposure", odd}, Names{"health", "--from", odd},
+          Names{"identify", "127.0.0.1", "--plugin", odd}, Names{"identify", odd},
+          Names{"capture", "127.0.0.1", "--output", "/no/" + odd}}) {
+        const ToolResult result = runTool(arguments);
+        EXPECT_NE(result.status, 0);
+        EXPECT_NE(result.errors.find(shown), std::string::npos)
+            << testing::PrintToString(arguments) << result.errors;
+        EXPECT_EQ(result.errors.find('\x1b'), std::string::npos) << result.errors;
+        EXPECT_EQ(result.errors.find("\nkorva: b"), std::string::npos) << result.errors;
+    }
+}
