@@ -108,7 +108,7 @@ private:
             throw;
         } catch (const std::exception& error) {
             const std::string address = Platform::utf8FromWide(entry.getCameraInfo().getIpAddress());
-            report_.failures.push_back(printable(address + ": " + error.what()));
+            report_.failures.push_back(printable(address + ": ") + reasonFrom(error));
         }
     }
 
@@ -130,6 +130,7 @@ private:
     TakenPicture takeOne(CameraUse& use, const NativeCamera& camera, const std::string& file) {
         using Clock = std::chrono::steady_clock;
         const auto start = Clock::now();
+        takeMemoryShortage(); // of what was before
         const std::optional<image_t> image = use.takePicture();
         bar_.erase();
         TakenPicture picture;
@@ -139,7 +140,8 @@ private:
             throw CommandFailure("interrupted while a picture was taken from " + place +
                                  "; nothing of it was kept");
         if (!image) {
-            const std::string reason = reasonOf(log_.takeRemarks());
+            const bool noMemory = takeMemoryShortage();
+            const std::string reason = (noMemory ? "not enough memory; " : "") + reasonOf(log_.takeRemarks());
             throw CommandFailure("no picture from " + place + ": " + reason + "; try: " + adviceFor(reason));
         }
         picture.file = file;
@@ -193,7 +195,7 @@ ExitStatus runCapture(const CaptureOptions& options, const CommonOptions& common
         } catch (const CommandFailure& failure) {
             report.failures.emplace_back(failure.what());
         } catch (const std::exception& error) {
-            report.failures.push_back(printable(error.what()));
+            report.failures.push_back(reasonFrom(error));
         }
         warn(report.remarks);
         if (options.json)

@@ -7,38 +7,53 @@
 #include "Platform/StandardError.h"
 #include "Platform/Terminal.h"
 
+#include <atomic>
 #include <cstdio>
 #include <cstdlib>
 #include <exception>
+#include <new>
+#include <sstream>
 #include <string_view>
 
 namespace Console {
 
 namespace {
 
-ExitStatus failed(const std::string& reason) {
-    std::fflush(stdout); // in the order in which it happened, where both go to one place
-    std::fprintf(Platform::standardError(), "korva: %s\n", reason.c_str());
+constexpr auto notEnoughMemory = "not enough memory";
+
+/// Nothing here takes memory.
+ExitStatus failedForMemory() noexcept {
+    std::fflush(stdout);
+    std::fprintf(Platform::standardError(), "korva: %s\n", notEnoughMemory);
     return ExitStatus::failed;
+}
+
+/// Of a text of several lines each made printable, whatever it was before.
+std::string printableLines(const std::string& text) {
+    std::istringstream stream(text);
+    std::string lines;
+    for (std::string line; std::getline(stream, line);)
+        lines += (lines.empty() ? "" : "\n") + printable(line);
+    return lines;
+}
+
+ExitStatus failed(const std::string& reason) {
+    const std::string lines = printableLines(reason);
+    std::fflush(stdout); // in the order in which it happened, where both go to one place
+    std::fprintf(Platform::standardError(), "korva: %s\n", lines.c_str());
+    return ExitStatus::failed;
+}
+
+std::atomic<bool> memoryRanShort{false};
+
+[[noreturn]] void noteMemoryShortage() {
+    memoryRanShort = true;
+    throw std::bad_alloc();
 }
 
 /// Whatever was printed has really gone out: a full disk behind a redirection shows up here.
 bool standardOutputHolds() {
     return std::fflush(stdout) == 0 && std::ferror(stdout) == 0;
-}
-
-/// What comes of the work, said where it has failed.
-ExitStatus outcomeOf(const CommonOptions& common, const std::function<void()>& work) {
-    try {
-        if (const std::string remark = applyToHost(common); !remark.empty())
-            std::fprintf(Platform::standardError(), "korva: %s\n", remark.c_str());
-        work();
-    } catch (const CommandFailure& failure) {
-        return failed(failure.what());
-    } catch (const std::exception& error) {
-        return failed(printable(error.what()));
-    }
-    return standardOutputHolds() ? ExitStatus::done : failed("standard output could not be written");
 }
 
 } // namespace
@@ -49,18 +64,49 @@ ExitStatus runCommand(const CommonOptions& common, OnInterrupt onInterrupt,
         Platform::catchInterrupts();
     else
         Platform::endAtInterrupts("korva: interrupted\n", static_cast<int>(ExitStatus::failed));
-    LibraryLines libraryLines;
-    try {
+    std::set_new_handler(noteMemoryShortage);
+    return guarded([&] {
+        LibraryLines libraryLines;
         const Platform::LibraryErrors guard([&](std::string_view line) { libraryLines.show(line); });
-        const ExitStatus status = outcomeOf(common, work);
+        const ExitStatus status = guarded([&] {
+            if (const std::string remark = applyToHost(common); !remark.empty())
+                std::fprintf(Platform::standardError(), "korva: %s\n", remark.c_str());
+            work();
+            return print("");
+        });
         if (isThreadLeftBehind()) {
             std::fflush(nullptr);
             std::_Exit(static_cast<int>(status)); // while all that the thread may use is there
         }
         return status;
-    } catch (const std::exception& error) {
-        return failed(printable(error.what()));
+    });
+}
+
+ExitStatus guarded(const std::function<ExitStatus()>& work) {
+    try {
+        try {
+            return work();
+        } catch (const CommandFailure& failure) {
+            return failed(failure.what());
+        } catch (const std::exception& error) {
+            return failed(reasonFrom(error));
+        }
+    } catch (const std::bad_alloc&) {
+        return failedForMemory(); // also where it is the reason that does not fit
     }
+}
+
+std::string reasonFrom(const std::exception& error) {
+    return dynamic_cast<const std::bad_alloc*>(&error) != nullptr ? notEnoughMemory : printable(error.what());
+}
+
+bool takeMemoryShortage() noexcept {
+    return memoryRanShort.exchange(false);
+}
+
+ExitStatus print(const std::string& text) {
+    std::fputs(text.c_str(), stdout);
+    return standardOutputHolds() ? ExitStatus::done : failed("standard output could not be written");
 }
 
 void say(const std::string& line) {
@@ -70,7 +116,7 @@ void say(const std::string& line) {
 
 void warn(const std::vector<std::string>& texts) {
     for (const std::string& text : texts)
-        std::fprintf(Platform::standardError(), "korva: warning: %s\n", text.c_str());
+        std::fprintf(Platform::standardError(), "korva: warning: %s\n", printable(text).c_str());
 }
 
 } // namespace Console

@@ -4,6 +4,7 @@
 #include "CommonOptions.h"
 #include "ExitStatus.h"
 
+#include <exception>
 #include <functional>
 #include <stdexcept>
 #include <string>
@@ -11,7 +12,7 @@
 
 namespace Console {
 
-/// The command cannot go on; the message is the line for standard error, printable.
+/// The command cannot go on; the message is the line, or the lines, for standard error.
 class CommandFailure : public std::runtime_error {
 public:
     using std::runtime_error::runtime_error;
@@ -34,6 +35,21 @@ enum class OnInterrupt {
 /// `stderr` is shown by LibraryLines. Never throws.
 ExitStatus runCommand(const CommonOptions& common, OnInterrupt onInterrupt,
                       const std::function<void()>& work);
+
+/// Does the work. What it throws is one line on standard error, printable, and ExitStatus::failed; of a
+/// shortage of memory the line is "korva: not enough memory". Never throws.
+ExitStatus guarded(const std::function<ExitStatus()>& work);
+
+/// What an exception says, printable; of std::bad_alloc "not enough memory".
+std::string reasonFrom(const std::exception& error);
+
+/// Whether operator new has failed since the last call, in a command: the plug-in makes a failed picture of
+/// it. Any thread.
+bool takeMemoryShortage() noexcept;
+
+/// Prints the text, and says in one line on standard error and by ExitStatus::failed where that or anything
+/// printed before has not gone out.
+ExitStatus print(const std::string& text);
 
 /// Prints a line on standard output at once.
 void say(const std::string& line);

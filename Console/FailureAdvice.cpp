@@ -24,6 +24,7 @@ const std::vector<Advice>& table() {
     static const std::vector<Advice> advices = {
         {"Too slow: ", "check the cable, the switch and the network's load, or allow a lower --min-speed"},
         {"Took too long: ", "restart the camera and check the network, or allow a longer --max-time"},
+        {"not enough memory", "end other programs, or use fewer cameras at a time"},
         {systemText(std::errc::connection_refused),
          "check that this is a Korva camera and that it has finished starting"},
         {systemText(std::errc::host_unreachable), "check the address, the cable and the camera's power"},

@@ -1,17 +1,17 @@
 #include "SimulateCommand.h"
 
+#include "CommandRun.h"
 #include "Printable.h"
 #include "ToolLog.h"
 
 #include "Platform/Kernel.h"
-#include "Platform/StandardError.h"
+#include "Platform/StandardStreams.h"
 #include "Platform/Terminal.h"
 
 #include <chrono>
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
-#include <exception>
 #include <future>
 #include <list>
 #include <locale>
@@ -31,13 +31,10 @@ constexpr DWORD pollMs = 50;
 /// How long the servers have for their end, so that with what is above it takes less than half a second.
 constexpr std::chrono::milliseconds longestFarewell{300};
 
-void say(const std::string& line) {
-    std::printf("%s\n", line.c_str());
-    std::fflush(stdout); // whoever waits for a line in a pipe gets it now
-}
-
 bool isOver(const SimulateOptions& options, Clock::time_point start) {
-    return Platform::interrupted() || (options.runTime && Clock::now() - start >= *options.runTime);
+    // Nobody sees any more what happens: as with the other commands, that is an end.
+    return std::ferror(stdout) != 0 || Platform::interrupted() ||
+           (options.runTime && Clock::now() - start >= *options.runTime);
 }
 
 std::list<Simulator::CameraServer> serversOf(const SimulateOptions& options) {
@@ -94,11 +91,6 @@ std::string serviceLine(const std::string& language, Simulator::Service service,
     return "  " + language + place + (service == Simulator::Service::Silent ? " (silent)" : "");
 }
 
-ExitStatus failed(const std::string& reason) {
-    std::fprintf(Platform::standardError(), "korva: %s\n", printable(reason).c_str());
-    return ExitStatus::failed;
-}
-
 } // namespace
 
 std::string simulateGreeting(const Simulator::CameraServer& server) {
@@ -131,18 +123,19 @@ std::string simulateGreeting(const Simulator::CameraServer& server) {
 }
 
 ExitStatus runSimulate(const SimulateOptions& options, const CommonOptions& common) {
-    try {
-        applyToHost(common);
+    Platform::ignoreBrokenPipes();
+    CommonOptions hostless = common;
+    hostless.log = {}; // nothing is fetched here, so that there is no folder of dumps to make or to name
+    return runCommand(hostless, OnInterrupt::note, [&] {
         const ToolLog log(common.log, nullptr);
-        serve(options);
-    } catch (const Simulator::ServerError& error) {
-        return failed(
-            std::string(error.what()) +
-            "; try: another --address, --port or --text-port, or end the program that has the port");
-    } catch (const std::exception& error) {
-        return failed(error.what());
-    }
-    return ExitStatus::done;
+        try {
+            serve(options);
+        } catch (const Simulator::ServerError& error) {
+            throw CommandFailure(
+                printable(error.what()) +
+                "; try: another --address, --port or --text-port, or end the program that has the port");
+        }
+    });
 }
 
 } // namespace Console

@@ -9,10 +9,10 @@
 
 namespace Console {
 
-/// Serves one camera or a set of them until Ctrl-C or the end of options.runTime, which end it within half a
-/// second whatever it is doing: what is not done by then ends with the process. Says on standard output what
-/// it serves, once all of it is served, and then, line by line, what happens. A failure is one line on
-/// standard error. Never throws.
+/// Serves one camera or a set of them until Ctrl-C, the end of options.runTime or that of whoever reads
+/// standard output, which end it within half a second whatever it is doing: what is not done by then ends
+/// with the process. Says on standard output what it serves, once all of it is served, and then, line by
+/// line, what happens. A failure is one line on standard error. Never throws.
 ExitStatus runSimulate(const SimulateOptions& options, const CommonOptions& common);
 
 /// Several lines about a camera that is served: what it is, at which ports, with which faults, and how to

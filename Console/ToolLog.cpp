@@ -11,7 +11,9 @@
 #include <log4cxx/helpers/transcoder.h>
 #include <log4cxx/level.h>
 #include <log4cxx/logger.h>
+#include <log4cxx/logmanager.h>
 #include <log4cxx/propertyconfigurator.h>
+#include <log4cxx/spi/loggerrepository.h>
 #include <log4cxx/xml/domconfigurator.h>
 
 #include <algorithm>
@@ -111,8 +113,10 @@ private:
 ToolLog::ToolLog(const LogOptions& options, ProgressBar* bar)
     : isConfiguredByFile_(!options.configFile.empty()) {
     using log4cxx::Level;
-    // Whatever a configuration file in the working folder has set up is not what this command line asked for.
     log4cxx::BasicConfigurator::resetConfiguration();
+    // Else the first logger has log4cxx look for a configuration in the environment and in the working
+    // folder.
+    log4cxx::LogManager::getLoggerRepository()->setConfigured(true);
     const auto root = log4cxx::Logger::getRootLogger();
     const auto shownFrom = Level::toLevelLS(options.level, Level::getOff());
 

@@ -23,7 +23,9 @@ struct LogOptions {
 /// time. Lines may come from any thread.
 class ToolLog {
 public:
-    /// Sets log4cxx up anew. `bar`, which may be null and must outlive this, is erased before a line.
+    /// Sets log4cxx up anew, by `options` alone: made before the first logger of the process, it also keeps
+    /// log4cxx from following a configuration of the working folder or of the environment. `bar`, which may
+    /// be null and must outlive this, is erased before a line.
     ToolLog(const LogOptions& options, ProgressBar* bar);
     ToolLog(const ToolLog&) = delete;
     ToolLog& operator=(const ToolLog&) = delete;

@@ -2,34 +2,53 @@
 
 #include "CaptureCommand.h"
 #include "CaptureOptions.h"
+#include "CommandRun.h"
 #include "CommonOptions.h"
 #include "ExitStatus.h"
 #include "HealthCommand.h"
 #include "ListCommands.h"
+#include "Printable.h"
 #include "SimulateCommand.h"
 #include "SimulateOptions.h"
 
 #include "Platform/Memory.h"
+#include "Platform/StandardStreams.h"
 
 #include <CLI/CLI.hpp>
 
 #include <algorithm>
 #include <clocale>
+#include <cstdio>
 #include <cstdlib>
 #include <functional>
+#include <sstream>
 #include <string>
 #include <vector>
 
 namespace {
 
-/// Says what is wrong with the command line, or gives the help that was asked for; returns the library's exit
-/// code. Of a word that is no command the library by itself says only that a command is missing.
-int answerTo(const CLI::App& app, const CLI::ParseError& error) {
+using Console::ExitStatus;
+
+/// An argument that is echoed may be of any bytes.
+std::string complaint(const CLI::App* app, const CLI::Error& error) {
+    const CLI::Error shown(error.get_name(), Console::printable(error.what()), error.get_exit_code());
+    return CLI::FailureMessage::simple(app, shown);
+}
+
+/// Says what is wrong with the command line, or gives the help that was asked for. Of a word that is no
+/// command the library by itself says only that a command is missing.
+ExitStatus answerTo(const CLI::App& app, const CLI::ParseError& error) {
     const std::vector<std::string> unknown = app.remaining();
     const bool missesCommand = error.get_exit_code() == static_cast<int>(CLI::ExitCodes::RequiredError);
-    if (missesCommand && app.get_subcommands().empty() && !unknown.empty())
-        return app.exit(CLI::ExtrasError(app.get_name(), unknown));
-    return app.exit(error);
+    const bool missesOnlyThat = missesCommand && app.get_subcommands().empty() && !unknown.empty();
+    std::ostringstream help;
+    std::ostringstream wrong;
+    const int code = missesOnlyThat ? app.exit(CLI::ExtrasError(app.get_name(), unknown), help, wrong)
+                                    : app.exit(error, help, wrong);
+    if (code == 0)
+        return Console::print(help.str());
+    std::fputs(wrong.str().c_str(), stderr);
+    return ExitStatus::wrongUsage;
 }
 
 /// Under a locale without UTF-8 the logging library turns every byte above 127 into a question mark.
@@ -41,8 +60,6 @@ void useUtf8Locale() {
         std::setlocale(LC_ALL, "C.UTF-8");
     std::setlocale(LC_NUMERIC, "C");
 }
-
-using Console::ExitStatus;
 
 /// A picture passes through some 80 MB of buffers; the next one uses the same pages.
 constexpr std::size_t keptBytes = std::size_t{128} << 20;
@@ -56,6 +73,7 @@ struct Command {
 ExitStatus run(int argc, char** argv) {
     CLI::App app("Finds Korva network cameras and takes pictures with them.", "korva");
     app.require_subcommand(1);
+    app.failure_message(complaint);
     Console::CommonOptions common;
     addCommonOptions(app, common);
     std::vector<Command> commands;
@@ -84,7 +102,7 @@ ExitStatus run(int argc, char** argv) {
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError& error) {
-        return answerTo(app, error) == 0 ? ExitStatus::done : ExitStatus::wrongUsage;
+        return answerTo(app, error);
     }
     const auto chosen = std::find_if(commands.begin(), commands.end(),
                                      [](const Command& command) { return command.app->parsed(); });
@@ -94,7 +112,8 @@ ExitStatus run(int argc, char** argv) {
 } // namespace
 
 int main(int argc, char** argv) {
+    Platform::openClosedStandardStreams();
     useUtf8Locale();
     Platform::keepFreedMemory(keptBytes);
-    return static_cast<int>(run(argc, argv));
+    return static_cast<int>(Console::guarded([&] { return run(argc, argv); }));
 }

@@ -23,7 +23,7 @@ target_link_options(KorvaHardening INTERFACE "LINKER:-z,relro" "LINKER:-z,now" "
 
 # For what is installed; the programs of tests, fuzzers and benchmarks do without, all but what they link of it.
 function(korva_harden target)
-  if(KORVA_HARDENED AND NOT CMAKE_CURRENT_SOURCE_DIR MATCHES "^${PROJECT_SOURCE_DIR}/(Tests|Fuzz|Benchmarks)")
+  if(KORVA_HARDENED AND NOT CMAKE_CURRENT_SOURCE_DIR MATCHES "${korva_not_installed}")
     target_link_libraries(${target} PRIVATE $<BUILD_INTERFACE:KorvaHardening>)
   endif()
 endfunction()

@@ -4,7 +4,9 @@
 add_library(KorvaBuildFlags INTERFACE)
 target_compile_features(KorvaBuildFlags INTERFACE cxx_std_20)
 target_compile_options(KorvaBuildFlags INTERFACE -Wall -Wextra -Wpedantic -Wconversion -Wshadow -Werror)
+set(KORVA_SANITIZED OFF)
 if(KORVA_SANITIZERS)
+  set(KORVA_SANITIZED ON)
   target_compile_options(KorvaBuildFlags INTERFACE
     -fsanitize=${KORVA_SANITIZERS} -fno-sanitize-recover=all -fno-omit-frame-pointer
     # Instrumented, g++'s own <regex> looks to it as if it read what was not set.
@@ -18,9 +20,16 @@ endif()
 if(KORVA_FUZZING)
   target_compile_options(KorvaBuildFlags INTERFACE -fsanitize=fuzzer-no-link)
 endif()
+set(korva_not_installed "^${PROJECT_SOURCE_DIR}/(Tests|Fuzz|Benchmarks)")
 include(KorvaHardening)
 
+# Programs that are not installed have folders of their own beside the libraries' one.
 function(korva_room target)
+  set(libraries "${CMAKE_INSTALL_LIBDIR}")
+  if(CMAKE_CURRENT_SOURCE_DIR MATCHES "${korva_not_installed}")
+    cmake_path(RELATIVE_PATH CMAKE_LIBRARY_OUTPUT_DIRECTORY BASE_DIRECTORY "${CMAKE_BINARY_DIR}"
+      OUTPUT_VARIABLE libraries)
+  endif()
   target_link_libraries(${target} PRIVATE $<BUILD_INTERFACE:KorvaBuildFlags>)
   korva_harden(${target})
   set_target_properties(${target} PROPERTIES
@@ -28,8 +37,9 @@ function(korva_room target)
     CXX_VISIBILITY_PRESET hidden
     VISIBILITY_INLINES_HIDDEN ON
     POSITION_INDEPENDENT_CODE ON
-    BUILD_RPATH_USE_ORIGIN ON
-    INSTALL_RPATH "$ORIGIN;$ORIGIN/../${CMAKE_INSTALL_LIBDIR}")
+    # CMake's own run path in the build tree is padded with empty elements, which mean the working folder.
+    BUILD_WITH_INSTALL_RPATH ON
+    INSTALL_RPATH "$ORIGIN;$ORIGIN/../${libraries}")
 endfunction()
 
 # The test programs that have threads, for the thread sanitizer.

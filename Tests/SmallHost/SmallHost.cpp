@@ -14,6 +14,8 @@
 
 #include <clocale>
 #include <cstdio>
+#include <log4cxx/logmanager.h>
+#include <log4cxx/spi/loggerrepository.h>
 #include <memory>
 #include <vector>
 
@@ -59,6 +61,8 @@ int main(int argc, char** argv) {
     if (argc < 2)
         return 2;
     std::setlocale(LC_ALL, "C.UTF-8"); // else log lines lose every byte above 127
+    // Else log4cxx follows any configuration that lies in the working folder.
+    log4cxx::LogManager::getLoggerRepository()->setConfigured(true);
     ReferenceHost::PluginLibrary plugin(argv[1]);
     plugin.initialize(); // calls pnx_initialize_device_plugin(1)
     const DeviceType& type = *plugin.getDeviceTypes().at(0);

@@ -36,6 +36,17 @@ TEST(SmallHost, TakesAPictureOfTheCameraAtAnAddress) {
     EXPECT_NE(host.output().find("2748 x 1836 pixels, health 2\n"), std::string::npos) << host.output();
 }
 
+TEST(SmallHost, FollowsNoLoggingConfigurationOfTheWorkingFolder) {
+    const Integration::TemporaryFolder folder;
+    std::ofstream(folder.file("log4j.properties"))
+        << "log4j.rootLogger=TRACE, F\nlog4j.appender.F=org.apache.log4j.FileAppender\n"
+           "log4j.appender.F.File=victim\nlog4j.appender.F.layout=org.apache.log4j.SimpleLayout\n";
+    ChildProcess host(
+        {"/usr/bin/env", "-C", folder.path().string(), KORVA_SMALL_HOST, KORVA_PLUGIN, address});
+    EXPECT_EQ(host.wait(), 1);
+    EXPECT_EQ(folder.names(), std::vector<std::string>{"log4j.properties"});
+}
+
 TEST(SmallHost, FailsWhereNobodyAnswers) {
     ChildProcess host({KORVA_SMALL_HOST, KORVA_PLUGIN, address});
     EXPECT_EQ(host.wait(), 1);

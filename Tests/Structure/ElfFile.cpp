@@ -6,7 +6,6 @@
 #include <elf.h>
 #include <fstream>
 #include <system_error>
-#include <vector>
 
 namespace Structure {
 
@@ -16,7 +15,7 @@ class Image {
 public:
     explicit Image(const std::filesystem::path& file) {
         std::error_code missing;
-        bytes_.resize(std::filesystem::exists(file, missing) ? std::filesystem::file_size(file) : 0);
+        bytes_.resize(std::filesystem::is_regular_file(file, missing) ? std::filesystem::file_size(file) : 0);
         std::ifstream(file, std::ios::binary)
             .read(bytes_.data(), static_cast<std::streamsize>(bytes_.size()));
     }
@@ -53,7 +52,16 @@ void readSegments(const Image& image, const Elf64_Ehdr& header, ElfFile& elf) {
     }
 }
 
-void readDynamicEntries(const Image& image, const Elf64_Shdr& section, ElfFile& elf) {
+void addElements(const std::string& path, std::vector<std::string>& elements) {
+    std::size_t begin = 0;
+    for (std::size_t end = 0; end != path.size(); begin = end + 1) {
+        end = std::min(path.find(':', begin), path.size());
+        elements.push_back(path.substr(begin, end - begin));
+    }
+}
+
+void readDynamicEntries(const Image& image, const Elf64_Shdr& section, const Elf64_Shdr& names,
+                        ElfFile& elf) {
     for (const auto& entry :
          image.recordsAt<Elf64_Dyn>(section.sh_offset, section.sh_size / sizeof(Elf64_Dyn))) {
         if (entry.d_tag == DT_FLAGS)
@@ -62,6 +70,10 @@ void readDynamicEntries(const Image& image, const Elf64_Shdr& section, ElfFile& 
             elf.bindsNow |= (entry.d_un.d_val & DF_1_NOW) != 0;
             elf.saysPie = (entry.d_un.d_val & DF_1_PIE) != 0;
         }
+        if (entry.d_tag == DT_NEEDED)
+            elf.needed.push_back(image.textAt(names.sh_offset + entry.d_un.d_val));
+        if (entry.d_tag == DT_RPATH || entry.d_tag == DT_RUNPATH)
+            addElements(image.textAt(names.sh_offset + entry.d_un.d_val), elf.runPath);
     }
 }
 
@@ -85,7 +97,7 @@ ElfFile readElf(const std::filesystem::path& file) {
     const auto sections = image.recordsAt<Elf64_Shdr>(header.e_shoff, header.e_shnum);
     for (const auto& section : sections) {
         if (section.sh_type == SHT_DYNAMIC)
-            readDynamicEntries(image, section, elf);
+            readDynamicEntries(image, section, sections.at(section.sh_link), elf);
         if (section.sh_type == SHT_DYNSYM)
             readImports(image, section, sections.at(section.sh_link), elf);
     }

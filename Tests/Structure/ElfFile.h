@@ -5,6 +5,7 @@
 #include <set>
 #include <stdexcept>
 #include <string>
+#include <vector>
 
 namespace Structure {
 
@@ -20,7 +21,10 @@ struct ElfFile {
     bool bindsNow = false;              ///< all symbols bound before it starts, so that segment is all of it
     bool namesStack = false;            ///< says how its stack is to be
     bool stackIsExecutable = false;
-    std::set<std::string> imports; ///< symbols that others define
+    std::set<std::string> imports;   ///< symbols that others define
+    std::vector<std::string> needed; ///< names of the libraries that the loader looks for
+    std::vector<std::string>
+        runPath; ///< where it looks first: the elements of RPATH and RUNPATH, empty ones too
 };
 
 /// Throws NotElf where the file cannot be read as such a file of this machine.

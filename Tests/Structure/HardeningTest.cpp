@@ -5,10 +5,13 @@
 #include <algorithm>
 #include <cctype>
 #include <cstdio>
+#include <filesystem>
 #include <gtest/gtest.h>
 #include <string>
 #include <string_view>
+#include <vector>
 
+namespace fs = std::filesystem;
 using Structure::ElfFile;
 using Structure::readElf;
 
@@ -21,12 +24,21 @@ bool importsACheckingFunction(const ElfFile& elf) {
     });
 }
 
-/// How many of the five that every file has: relocations that are read-only, a stack that is not code,
-/// guarded returns, checked sizes, no fixed place.
+/// Whether the loader looks there in every working folder: an empty element is that folder.
+bool dependsOnTheWorkingFolder(const std::string& element) {
+    return element != "$ORIGIN" && !element.starts_with("$ORIGIN/") && !element.starts_with('/');
+}
+
+bool findsItsLibrariesInFixedPlaces(const ElfFile& elf) {
+    return std::none_of(elf.runPath.begin(), elf.runPath.end(), dependsOnTheWorkingFolder);
+}
+
+/// How many of the six that every file has: relocations that are read-only, a stack that is not code,
+/// guarded returns, checked sizes, no fixed place, libraries from fixed places.
 int defencesOf(const ElfFile& elf) {
     return (elf.hasRelro && elf.bindsNow ? 1 : 0) + (elf.namesStack && !elf.stackIsExecutable ? 1 : 0) +
            (elf.imports.contains("__stack_chk_fail") ? 1 : 0) + (importsACheckingFunction(elf) ? 1 : 0) +
-           (elf.isPositionIndependent ? 1 : 0);
+           (elf.isPositionIndependent ? 1 : 0) + (findsItsLibrariesInFixedPlaces(elf) ? 1 : 0);
 }
 
 class BuiltFile : public testing::TestWithParam<const char*> {
@@ -87,12 +99,34 @@ INSTANTIATE_TEST_SUITE_P(Hardening, BuiltProgram, testing::Values(KORVA_TOOL, KO
 TEST(Hardening, IsCountedForTheScoreboard) {
     if (!KORVA_HARDENED || !KORVA_CHECKS_SIZES)
         GTEST_SKIP() << "Not all these defences are in an instrumented build or one that is not optimised.";
+    constexpr int defencesDue = 3 * 6;
     int found = 0;
     for (const char* file : {KORVA_TOOL, KORVA_PLUGIN, KORVA_HOST_LIBRARY})
         found += defencesOf(readElf(file));
-    EXPECT_EQ(found, 3 * 5);
+    EXPECT_EQ(found, defencesDue);
     std::printf("figure: defences read from the built tool, plug-in and host library: %d of %d\n", found,
-                3 * 5);
+                defencesDue);
+}
+
+/// Whatever is built in these folders: the product's files, the tests' programs and their libraries.
+TEST(BuiltFiles, FindTheirLibrariesInFixedPlaces) {
+    int found = 0;
+    for (const char* const file : {KORVA_TOOL, KORVA_A_TEST_PROGRAM})
+        for (const auto& built : fs::directory_iterator(fs::path(file).parent_path()))
+            try {
+                const ElfFile elf = readElf(built.path());
+                EXPECT_TRUE(findsItsLibrariesInFixedPlaces(elf))
+                    << built.path() << testing::PrintToString(elf.runPath);
+                found += elf.runPath.empty() ? 0 : 1;
+            } catch (const Structure::NotElf&) {
+            }
+    EXPECT_GE(found, 3);
+}
+
+TEST(ElfFile, HasEveryElementOfARunPath) {
+    const ElfFile elf = readElf(KORVA_ODD_RUN_PATH);
+    EXPECT_EQ(elf.runPath, (std::vector<std::string>{"/lib", "", "lib", ""}));
+    EXPECT_FALSE(findsItsLibrariesInFixedPlaces(elf));
 }
 
 TEST(ElfFile, OfAFileOfAnotherKindIsRefused) {

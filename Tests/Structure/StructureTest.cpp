@@ -148,6 +148,31 @@ TEST(Structure, HeadersAreIncludedOnce) {
         }
 }
 
+/// Whether a line of a script has a text read as commands by the shell, or by Python, a second time.
+bool evaluatesText(const std::string& line) {
+    static const std::regex evaluation(R"(^[^#]*\beval\b)");
+    return std::regex_search(line, evaluation);
+}
+
+TEST(Structure, ScriptsEvaluateNoText) {
+    int lines = 0;
+    for (const char* const folder : {"scripts", "Lab", ".ci"})
+        for (const auto& entry : fs::recursive_directory_iterator(root / folder))
+            for (const std::string& line : entry.is_regular_file() ? linesOf(entry.path()) : Lines{}) {
+                ++lines;
+                EXPECT_FALSE(evaluatesText(line)) << entry.path() << ": " << line;
+            }
+    EXPECT_GT(lines, 500);
+}
+
+TEST(StructureRules, FindAnEvaluationInAScript) {
+    EXPECT_TRUE(evaluatesText("  eval \"$line\" &"));
+    EXPECT_TRUE(evaluatesText("ready && eval x"));
+    EXPECT_TRUE(evaluatesText("    return eval(text)"));
+    EXPECT_FALSE(evaluatesText("# no eval here"));
+    EXPECT_FALSE(evaluatesText("retrieval evaluate"));
+}
+
 TEST(StructureRules, FindAnIncludeAgainstTheArrows) {
     EXPECT_EQ(violations("HostFramework", {"#include \"NativeCameraKorva/KorvaHelper.h\""}).size(), 1u);
     EXPECT_EQ(violations("Simulator/Camera", {"#include \"Network/CameraServer.h\""}).size(), 1u);

@@ -1,0 +1,53 @@
+#include "Console/CommandRun.h"
+
+#include <gtest/gtest.h>
+
+#include <functional>
+#include <memory>
+#include <new>
+#include <stdexcept>
+#include <string>
+
+using Console::CommandFailure;
+using Console::ExitStatus;
+using Console::OnInterrupt;
+
+namespace {
+
+/// What a command says on standard error that fails by what `work` throws.
+std::string complaintOf(const std::function<void()>& work) {
+    testing::internal::CaptureStderr();
+    EXPECT_EQ(Console::runCommand({}, OnInterrupt::note, work), ExitStatus::failed);
+    return testing::internal::GetCapturedStderr();
+}
+
+} // namespace
+
+TEST(CommandRun, SaysOfAShortageOfMemoryThatItIsOne) {
+    EXPECT_EQ(complaintOf([] { throw std::bad_alloc(); }), "korva: not enough memory\n");
+    EXPECT_EQ(complaintOf([] { throw std::bad_array_new_length(); }), "korva: not enough memory\n");
+}
+
+TEST(CommandRun, RemembersThatMemoryRanShortUntilItIsAsked) {
+    if (KORVA_SANITIZED)
+        GTEST_SKIP() << "A sanitizer's operator new ends the process.";
+    Console::takeMemoryShortage();
+    const ExitStatus status = Console::runCommand({}, OnInterrupt::note, [] {
+        constexpr std::size_t moreThanThereIs = std::size_t{1} << 60;
+        const std::unique_ptr<char[]> none(new (std::nothrow) char[moreThanThereIs]);
+        EXPECT_EQ(none, nullptr);
+    });
+    EXPECT_EQ(status, ExitStatus::done);
+    EXPECT_TRUE(Console::takeMemoryShortage());
+    EXPECT_FALSE(Console::takeMemoryShortage());
+}
+
+TEST(CommandRun, ShowsNoReasonThatCouldSteerATerminal) {
+    EXPECT_EQ(complaintOf([] { throw std::runtime_error("a\x1b[2J\nkorva: b"); }),
+              "korva: a\\x1b[2J\\x0akorva: b\n");
+    EXPECT_EQ(complaintOf([] { throw CommandFailure("first \x1b\nkorva: second \x07"); }),
+              "korva: first \\x1b\nkorva: second \\x07\n");
+    testing::internal::CaptureStderr();
+    Console::warn({"a\x1b[2J\nkorva: b"});
+    EXPECT_EQ(testing::internal::GetCapturedStderr(), "korva: warning: a\\x1b[2J\\x0akorva: b\n");
+}

@@ -1,0 +1,7 @@
+// A library whose run path has empty and relative elements.
+
+extern "C" int oddRunPath();
+
+int oddRunPath() {
+    return 0;
+}
