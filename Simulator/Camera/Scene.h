@@ -3,6 +3,7 @@
 
 #include "Camera/Picture.h"
 
+#include <cstdint>
 #include <string>
 #include <string_view>
 

@@ -4,6 +4,8 @@
 
 #include "Camera/Picture.h"
 
+#include <cstdint>
+
 namespace Simulator {
 
 /// Arguments as renderScene. Lens distortion, vignetting, shot noise and read noise included.

@@ -4,6 +4,8 @@
 #include "Camera/Bytes.h"
 #include "Camera/Picture.h"
 
+#include <cstddef>
+
 namespace Simulator {
 
 inline constexpr std::size_t sgiHeaderBytes = 512;

@@ -7,8 +7,13 @@
 #include "Network/DiscoveryPort.h"
 
 #include <atomic>
+#include <cstdint>
 #include <list>
+#include <memory>
+#include <string>
 #include <thread>
+#include <utility>
+#include <vector>
 
 namespace Simulator {
 
