@@ -3,7 +3,7 @@
 
 add_library(KorvaBuildFlags INTERFACE)
 target_compile_features(KorvaBuildFlags INTERFACE cxx_std_20)
-target_compile_options(KorvaBuildFlags INTERFACE -Wall -Wextra -Wpedantic -Wconversion -Wshadow -Werror)
+target_compile_options(KorvaBuildFlags INTERFACE -Wall -Wextra -Wpedantic -Wconversion -Wshadow)
 if(KORVA_SANITIZERS)
   target_compile_options(KorvaBuildFlags INTERFACE
     -fsanitize=${KORVA_SANITIZERS} -fno-sanitize-recover=all -fno-omit-frame-pointer
