@@ -1,6 +1,7 @@
 #pragma once
 // Many pictures small on one sheet.
 
+#include <cstddef>
 #include <cstdint>
 #include <span>
 #include <string>

@@ -6,6 +6,8 @@
 
 #include "NativeCameraKorva/KorvaMessage.h"
 
+#include <cstddef>
+#include <cstdint>
 #include <vector>
 
 namespace Fuzz {

@@ -7,6 +7,7 @@
 #include "Communicator/DeviceException.h"
 
 #include <algorithm>
+#include <cstddef>
 #include <cstring>
 #include <limits>
 #include <vector>

@@ -5,24 +5,18 @@ include(CMakePackageConfigHelpers)
 
 set(package_dir "${CMAKE_INSTALL_LIBDIR}/cmake/NativeCameraKorva")
 
-install(TARGETS NativeCameraKorva ReferenceHost HostFramework
-  EXPORT NativeCameraKorvaTargets
-  LIBRARY DESTINATION "${CMAKE_INSTALL_LIBDIR}"
-  RUNTIME DESTINATION "${CMAKE_INSTALL_BINDIR}")
+foreach(target HostFramework ReferenceHost NativeCameraKorva)
+  set(includes "${CMAKE_INSTALL_INCLUDEDIR}/${target}")
+  if(target STREQUAL "NativeCameraKorva")
+    set(includes "${CMAKE_INSTALL_INCLUDEDIR}") # the folder is part of the headers' names
+  endif()
+  install(TARGETS ${target}
+    EXPORT NativeCameraKorvaTargets
+    LIBRARY DESTINATION "${CMAKE_INSTALL_LIBDIR}"
+    RUNTIME DESTINATION "${CMAKE_INSTALL_BINDIR}"
+    FILE_SET HEADERS DESTINATION "${includes}")
+endforeach()
 install(TARGETS korva RUNTIME DESTINATION "${CMAKE_INSTALL_BINDIR}")
-
-install(DIRECTORY "${PROJECT_SOURCE_DIR}/HostFramework/" "${PROJECT_BINARY_DIR}/HostFramework/include/"
-  DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}/HostFramework" FILES_MATCHING PATTERN "*.h")
-install(DIRECTORY "${PROJECT_SOURCE_DIR}/ReferenceHost/include/"
-  DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}/ReferenceHost" FILES_MATCHING PATTERN "*.h")
-install(FILES
-  "${PROJECT_SOURCE_DIR}/BackEnd/NativeCameraKorva/KorvaBinaryCommunication.h"
-  "${PROJECT_SOURCE_DIR}/BackEnd/NativeCameraKorva/KorvaCameraLoader.h"
-  "${PROJECT_SOURCE_DIR}/BackEnd/NativeCameraKorva/KorvaCommParser.h"
-  "${PROJECT_SOURCE_DIR}/BackEnd/NativeCameraKorva/KorvaHelper.h"
-  "${PROJECT_SOURCE_DIR}/BackEnd/NativeCameraKorva/KorvaMessage.h"
-  "${PROJECT_BINARY_DIR}/BackEnd/NativeCameraKorva/include/NativeCameraKorva/KorvaExport.h"
-  DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}/NativeCameraKorva")
 
 install(EXPORT NativeCameraKorvaTargets NAMESPACE NativeCameraKorva:: DESTINATION "${package_dir}")
 configure_package_config_file(

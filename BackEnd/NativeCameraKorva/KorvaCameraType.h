@@ -3,6 +3,9 @@
 
 #include "NativeCameraControl/NativeCameraType.h"
 
+#include <string>
+#include <vector>
+
 /// "KRV", version "1.0", "Korva", with a locator and a builder. The order of the virtual operations is the
 /// host's. Immutable, so any thread may use it; getKorvaCameraType() gives the one that the host registers.
 class KorvaCameraType final : public NativeCameraType {

@@ -3,6 +3,8 @@
 
 #include "Communicator/TolvaneException.h"
 
+#include <string>
+
 /// A device or its connection failed. The message names address, port, operation and the system's reason.
 class HOSTFRAMEWORK_EXPORT DeviceException : public TolvaneException {
 public:

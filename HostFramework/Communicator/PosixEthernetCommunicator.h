@@ -7,6 +7,7 @@
 #include <cstddef>
 #include <functional>
 #include <memory>
+#include <string>
 
 /// A TCP connection to one device over the system's sockets.
 class HOSTFRAMEWORK_EXPORT PosixEthernetCommunicator : public EthernetCommunicator {

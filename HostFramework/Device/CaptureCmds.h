@@ -5,6 +5,8 @@
 #include "ImagingLibrary/image_t.h"
 #include "VantrelCommon/NetworkHealth.h"
 
+#include <string>
+
 namespace Tolvane::DeviceFramework2::Device {
 
 extern template class HOSTFRAMEWORK_EXPORT SetCmd<image_t&>;

@@ -3,6 +3,8 @@
 
 #include "DeviceControl/BaseInterface.h"
 
+#include <string>
+
 /// The order of the virtual operations, behind those of BaseInterface, is the interface.
 class HOSTFRAMEWORK_EXPORT Imaging2Interface : public BaseInterface {
 public:

@@ -4,6 +4,8 @@
 #include "DeviceControl/BaseInterface.h"
 #include "VantrelCommon/Point.h"
 
+#include <string>
+
 /// The order of the virtual operations, behind those of BaseInterface, is the interface.
 class HOSTFRAMEWORK_EXPORT ImagingInterface : public BaseInterface {
 public:

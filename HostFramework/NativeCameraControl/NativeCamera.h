@@ -5,6 +5,8 @@
 #include "NativeCameraControl/INativeCamera.h"
 #include "VantrelCommon/SlotNames.h"
 
+#include <string>
+
 /// A camera that is described by a CameraInfo. Depth and exposure go through the camera's ImagingInterface.
 /// It overrides none of Device's operations, so a camera family's own come right behind the destructor.
 ///

@@ -3,6 +3,8 @@
 
 #include "DeviceControl/DeviceType.h"
 
+#include <string>
+
 class HOSTFRAMEWORK_EXPORT NativeCameraType : public DeviceType {
 public:
     ~NativeCameraType() override;

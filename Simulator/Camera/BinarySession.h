@@ -3,6 +3,9 @@
 
 #include "Camera/Session.h"
 
+#include <cstddef>
+#include <optional>
+
 namespace Simulator {
 
 /// A session has its own configuration and picture, so that two clients do not disturb each other.

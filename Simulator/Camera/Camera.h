@@ -3,6 +3,11 @@
 
 #include "Camera/CameraSettings.h"
 #include "Camera/Darkroom.h"
+#include "Camera/Request.h"
+
+#include <deque>
+#include <memory>
+#include <optional>
 
 namespace Simulator {
 

@@ -3,6 +3,8 @@
 
 #include "Camera/CameraSettings.h"
 
+#include <cstddef>
+#include <cstdint>
 #include <stdexcept>
 #include <string>
 #include <string_view>

@@ -4,6 +4,8 @@
 #include "Camera/Fault.h"
 #include "Camera/Scene.h"
 
+#include <cstddef>
+#include <cstdint>
 #include <optional>
 #include <string>
 #include <string_view>

@@ -3,6 +3,10 @@
 
 #include "Camera/Session.h"
 
+#include <cstdint>
+#include <optional>
+#include <vector>
+
 namespace Simulator {
 
 /// The action that sends the whole of `answer` at once.

@@ -3,6 +3,8 @@
 
 #include "Camera/Session.h"
 
+#include <string>
+
 namespace Simulator {
 
 /// The reaction to one datagram. Its actions are SendBytes, a datagram each to whoever asked (one for every

@@ -4,6 +4,7 @@
 #include "Camera/Fault.h"
 
 #include <array>
+#include <string_view>
 
 namespace Simulator {
 

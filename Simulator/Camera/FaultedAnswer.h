@@ -3,6 +3,8 @@
 
 #include "Camera/Session.h"
 
+#include <vector>
+
 namespace Simulator {
 
 /// The actions that deliver `answer`, a whole message of one argument, with `fault` applied.

@@ -4,6 +4,9 @@
 #include "Camera/Session.h"
 #include "Camera/TextLanguage.h"
 
+#include <cstdint>
+#include <vector>
+
 namespace Simulator {
 
 /// The actions that deliver `reply` with `fault` applied; each SendBytes is a datagram where the reply is one

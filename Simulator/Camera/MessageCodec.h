@@ -4,8 +4,12 @@
 #include "Camera/Bytes.h"
 #include "Camera/ErrorCode.h"
 
+#include <cstddef>
+#include <cstdint>
 #include <optional>
+#include <span>
 #include <variant>
+#include <vector>
 
 namespace Simulator {
 

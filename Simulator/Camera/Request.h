@@ -4,7 +4,9 @@
 #include "Camera/MessageCodec.h"
 #include "Camera/Place.h"
 
+#include <cstdint>
 #include <string>
+#include <variant>
 
 namespace Simulator {
 

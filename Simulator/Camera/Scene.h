@@ -3,6 +3,7 @@
 
 #include "Camera/Picture.h"
 
+#include <cstdint>
 #include <functional>
 #include <span>
 #include <string>

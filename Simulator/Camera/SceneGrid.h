@@ -4,6 +4,8 @@
 
 #include "Camera/Scene.h"
 
+#include <cstdint>
+
 namespace Simulator {
 
 /// Arguments as rowsOfScene. Lens distortion, vignetting, shot noise and read noise included.

@@ -5,7 +5,11 @@
 #include "Camera/Camera.h"
 
 #include <chrono>
+#include <cstddef>
+#include <optional>
+#include <string>
 #include <variant>
+#include <vector>
 
 namespace Simulator {
 

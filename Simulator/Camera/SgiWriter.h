@@ -6,6 +6,8 @@
 
 #include <memory>
 
+#include <cstddef>
+
 namespace Simulator {
 
 inline constexpr std::size_t sgiHeaderBytes = 512;

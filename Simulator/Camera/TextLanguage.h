@@ -4,8 +4,12 @@
 #include "Camera/CameraSettings.h"
 
 #include <array>
+#include <cstdint>
 #include <span>
+#include <string>
+#include <string_view>
 #include <utility>
+#include <vector>
 
 namespace Simulator {
 

@@ -3,6 +3,11 @@
 
 #include "Camera/Session.h"
 
+#include <cstddef>
+#include <optional>
+#include <string>
+#include <string_view>
+
 namespace Simulator {
 
 /// A query may arrive in pieces, and several may arrive at once. What stands between

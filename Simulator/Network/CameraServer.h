@@ -9,9 +9,14 @@
 #include <poll.h>
 
 #include <atomic>
+#include <cstdint>
 #include <list>
+#include <memory>
 #include <span>
+#include <string>
 #include <thread>
+#include <utility>
+#include <vector>
 
 namespace Simulator {
 

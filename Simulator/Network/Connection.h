@@ -4,8 +4,13 @@
 #include "Camera/Session.h"
 #include "Network/Socket.h"
 
+#include <chrono>
+#include <cstddef>
+#include <deque>
 #include <functional>
 #include <memory>
+#include <optional>
+#include <string>
 
 namespace Simulator {
 

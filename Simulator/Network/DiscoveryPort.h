@@ -6,7 +6,12 @@
 
 #include <netinet/in.h>
 
+#include <cstddef>
+#include <cstdint>
 #include <deque>
+#include <optional>
+#include <string>
+#include <vector>
 
 namespace Simulator {
 

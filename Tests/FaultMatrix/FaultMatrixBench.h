@@ -10,6 +10,7 @@
 #include "Support/TimedLine.h"
 
 #include <chrono>
+#include <cstddef>
 #include <memory>
 #include <optional>
 #include <string>

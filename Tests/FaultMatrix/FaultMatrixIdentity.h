@@ -4,6 +4,8 @@
 #include "FaultMatrixRules.h"
 
 #include <array>
+#include <chrono>
+#include <cstddef>
 #include <iosfwd>
 #include <optional>
 #include <string>

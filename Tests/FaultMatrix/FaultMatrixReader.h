@@ -5,7 +5,9 @@
 #include "FaultMatrixIdentity.h"
 #include "FaultMatrixRules.h"
 
+#include <cstddef>
 #include <optional>
+#include <string>
 #include <vector>
 
 namespace FaultMatrix {

@@ -4,6 +4,9 @@
 #include "FaultMatrixKinds.h"
 #include "Support/TimedLine.h"
 
+#include <chrono>
+#include <cstddef>
+#include <cstdint>
 #include <string>
 #include <vector>
 

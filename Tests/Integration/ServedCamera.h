@@ -12,6 +12,8 @@
 #include "ImagingLibrary/ImagingLibrary.h"
 
 #include <algorithm>
+#include <cstddef>
+#include <cstdint>
 #include <memory>
 #include <mutex>
 #include <string>

@@ -4,6 +4,7 @@
 #include "ChildProcess.h"
 #include "TemporaryFolder.h"
 
+#include <cstddef>
 #include <string>
 #include <vector>
 

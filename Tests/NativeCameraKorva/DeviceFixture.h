@@ -6,6 +6,7 @@
 #include "Support/ScriptedCommunicator.h"
 #include "Support/WireMessages.h"
 
+#include <cstddef>
 #include <cstdint>
 #include <memory>
 #include <vector>

@@ -18,6 +18,8 @@
 
 #include <gmock/gmock.h>
 
+#include <cstddef>
+#include <cstdint>
 #include <functional>
 #include <string>
 

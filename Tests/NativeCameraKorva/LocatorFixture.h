@@ -13,6 +13,7 @@
 
 #include <gmock/gmock.h>
 
+#include <cstddef>
 #include <functional>
 #include <memory>
 #include <stdexcept>

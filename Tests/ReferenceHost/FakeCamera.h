@@ -10,6 +10,7 @@
 #include "NativeCameraControl/NativeCamera.h"
 #include "NativeCameraControl/NativeCameraType.h"
 
+#include <memory>
 #include <string>
 #include <utility>
 #include <vector>

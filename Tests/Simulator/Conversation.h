@@ -3,7 +3,14 @@
 
 #include "Camera/BinarySession.h"
 
+#include <cstddef>
+#include <cstdint>
 #include <initializer_list>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
 
 namespace Simulator::Testing {
 

@@ -10,6 +10,8 @@
 #include <sys/time.h>
 
 #include <cerrno>
+#include <cstddef>
+#include <cstdint>
 #include <string>
 #include <system_error>
 

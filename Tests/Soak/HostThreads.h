@@ -9,6 +9,8 @@
 #include <log4cxx/logger.h>
 
 #include <barrier>
+#include <cstddef>
+#include <cstdint>
 #include <deque>
 #include <thread>
 #include <vector>

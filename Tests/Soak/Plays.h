@@ -4,6 +4,9 @@
 
 #include "SoakedCamera.h"
 
+#include <cstddef>
+#include <string>
+
 namespace Soak {
 
 /// Where a play takes place.

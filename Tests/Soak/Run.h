@@ -8,6 +8,7 @@
 #include "ReferenceHost/PluginLibrary.h"
 
 #include <chrono>
+#include <cstdint>
 #include <deque>
 #include <optional>
 #include <string>

@@ -1,6 +1,7 @@
 #pragma once
 // Whether what a process holds stays the same over a run.
 
+#include <cstddef>
 #include <cstdint>
 #include <string>
 #include <vector>

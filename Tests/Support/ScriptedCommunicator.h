@@ -3,6 +3,7 @@
 
 #include "Communicator/Communicator.h"
 
+#include <cstddef>
 #include <cstdint>
 #include <deque>
 #include <exception>

@@ -4,6 +4,7 @@
 #include "Communicator/Communicator.h"
 
 #include <chrono>
+#include <cstddef>
 #include <cstdint>
 #include <deque>
 #include <functional>

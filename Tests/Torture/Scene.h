@@ -11,6 +11,7 @@
 #include "Support/ScriptedTransport.h"
 #include "Support/TemporaryFolder.h"
 
+#include <cstddef>
 #include <deque>
 #include <functional>
 #include <iosfwd>

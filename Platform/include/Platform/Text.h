@@ -3,6 +3,7 @@
 
 #include "Platform/Kernel.h"
 
+#include <cstddef>
 #include <limits>
 #include <string>
 #include <string_view>

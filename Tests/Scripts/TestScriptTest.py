@@ -1,0 +1,93 @@
+"""Tests of scripts/test, whose folder is the argument, around programs that only say what they were asked."""
+
+import os
+import pathlib
+import shutil
+import subprocess
+import sys
+import tempfile
+import unittest
+
+SCRIPTS = os.path.abspath(sys.argv.pop())
+
+PROGRAMS = {
+    "dpkg-query": "echo install ok installed",
+    "cmake": 'echo "cmake $*" >>asked',
+    "ctest": """echo "ctest $*" >>asked
+while [ $# -gt 0 ]; do [ "$1" != --output-junit ] || cp result.xml "$2"; shift; done
+echo '1/1 Test #1: A ...***Skipped'
+echo '100% tests passed, 0 tests failed out of 1'
+echo 'closing line'
+exit $(cat status)""",
+}
+SKIPPED = '<testsuite><testcase name="A" status="notrun"><skipped/><system-out>no luck</system-out></testcase></testsuite>'
+
+
+class Script(unittest.TestCase):
+    def setUp(self):
+        folder = tempfile.TemporaryDirectory()
+        self.addCleanup(folder.cleanup)
+        self.folder = pathlib.Path(folder.name)
+        shutil.copytree(SCRIPTS, self.folder / "scripts")
+        for name in ("Tests/Console", "Tests/Support", "Fuzz"):
+            self.write(f"{name}/CMakeLists.txt", "")
+        for name, text in PROGRAMS.items():
+            self.write(f"bin/{name}", f"#!/bin/sh\n{text}\n")
+        self.write("result.xml", "<testsuite/>")
+        self.write("status", "0")
+
+    def write(self, name, text):
+        path = self.folder / name
+        path.parent.mkdir(parents=True, exist_ok=True)
+        path.write_text(text, encoding="utf-8")
+        path.chmod(0o755)
+
+    def run_script(self, *arguments, **environment):
+        own = {name: value for name, value in os.environ.items() if name != "CI"}
+        own.update(PATH=f"{self.folder}/bin:{os.environ['PATH']}", **environment)
+        command = [self.folder / "scripts/test", *arguments]
+        result = subprocess.run(command, capture_output=True, text=True, env=own, check=False)
+        return result.returncode, result.stdout, result.stderr
+
+    def asked(self):
+        path = self.folder / "asked"
+        return path.read_text(encoding="utf-8").splitlines() if path.exists() else []
+
+    def test_ends_with_what_was_left_out_and_then_the_closing_lines(self):
+        self.write("result.xml", SKIPPED)
+        status, said, _ = self.run_script("--quick")
+        self.assertEqual(status, 0)
+        end = "dev: 1 left out: no luck\n    A\ntests left out: 1\n\n100% tests passed, 0 tests failed out of 1\nclosing line\n"
+        self.assertTrue(said.endswith(end), said)
+        self.assertEqual(said.count("closing line"), 1)
+        self.assertIn("1/1 Test #1", said)
+
+    def test_fails_in_ci_where_a_test_was_left_out(self):
+        self.write("result.xml", SKIPPED)
+        status, said, _ = self.run_script("--quick", CI="true")
+        self.assertEqual(status, 1)
+        self.assertTrue(said.endswith("closing line\n"), said)
+
+    def test_fails_with_ctest(self):
+        self.write("status", "8")
+        self.assertEqual(self.run_script("--quick")[0], 8)
+
+    def test_of_a_room_builds_and_runs_no_more(self):
+        for room, folder in (("Console", "Tests/Console"), ("Fuzz", "Fuzz")):
+            with self.subTest(room):
+                self.write("asked", "")
+                self.assertEqual(self.run_script(room)[0], 0)
+                _, build, test = self.asked()
+                self.assertRegex(build, f"^cmake --build --preset dev .*--target {folder}/all$")
+                self.assertRegex(test, f"^ctest --test-dir build/dev/{folder} ")
+
+    def test_refuses_what_is_no_room_and_names_those_that_are(self):
+        for room in ("Nowhere", "Support", ""):
+            with self.subTest(room):
+                status, _, said = self.run_script(room or "Console", *([] if room else ["Fuzz"]))
+                self.assertEqual((status, self.asked()), (1, []))
+                self.assertIn("Console Fuzz" if room else "usage", said)
+
+
+if __name__ == "__main__":
+    unittest.main()
