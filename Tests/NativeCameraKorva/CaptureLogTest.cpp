@@ -2,23 +2,20 @@
 
 #include "CaptureFixture.h"
 
-#include "Support/ScriptedFailures.h"
-
 namespace CaptureTests {
 namespace {
 
+using Simulator::Pause;
 using ::testing::ElementsAre;
-using TestSupport::PlatformScript;
+using World::sending;
 
 struct CaptureLog : Capture {
     CaptureLog() { log.setLevel(log4cxx::Level::getDebug()); }
 };
 
 TEST_F(CaptureLog, TellsEachStepAndItsTime) {
-    answerGoodAttempt();
-    communicator.onWrite([](std::size_t index) {
-        PlatformScript::current().counter += 7 + static_cast<std::int64_t>(index); // 7, 8 and 9 ms
-    });
+    camera.act({Pause{7ms}, sending(done())}).act({Pause{8ms}, sending(done())});
+    camera.act({Pause{9ms}, sending(image(sgiFile(colours)))});
     EXPECT_NE(capture(), nullptr);
     EXPECT_THAT(
         log.texts(),
@@ -36,11 +33,15 @@ TEST_F(CaptureLog, TellsEachStepAndItsTime) {
 
 TEST_F(CaptureLog, MeasuresEachPhaseByItself) {
     answerGoodAttempt();
-    // From the query at a phase's start to the one at its end 3 counts, from there to the next start 4, and
-    // so on: 3, 5, 7, 9, 11 and 13 counts of half a millisecond.
-    PlatformScript::current().counterStep = 3;
-    PlatformScript::current().counterStepGrowth = 1;
-    PlatformScript::current().frequency = 2000;
+    // From the query at a phase's start to the one at its end 1.5 ms, from there to the next start 2 ms, and
+    // so on.
+    auto step = 1000us;
+    world.calls.onCall = [&step](const std::string& call) {
+        if (call == "QueryPerformanceCounter") {
+            World::advance(step);
+            step += 500us;
+        }
+    };
     EXPECT_NE(capture(), nullptr);
     const auto texts = log.texts();
     EXPECT_EQ(texts.at(1).message, "Time to send / receive response on config message 1.5ms");
@@ -53,13 +54,15 @@ TEST_F(CaptureLog, MeasuresEachPhaseByItself) {
 
 TEST_F(CaptureLog, TimesTheConversionBeforeTheColoursAreGivenBack) {
     std::vector<std::string> lastLines;
-    TestSupport::onScriptedHostCall() = [&](const std::string& call) {
-        lastLines.push_back(call + " after " + log.texts().back().message);
+    world.calls.onCall = [&](const std::string& call) {
+        if (call.ends_with("Image") || call == "convertToGreyscale")
+            lastLines.push_back(call + " after " + log.texts().back().message);
     };
     answerGoodAttempt();
     EXPECT_NE(capture(), nullptr);
-    EXPECT_THAT(lastLines, ElementsAre("create after bit reduction: 0ms", "convert after bit reduction: 0ms",
-                                       "release after color to greyscale: 0ms"));
+    EXPECT_THAT(lastLines, ElementsAre("createImage after bit reduction: 0ms",
+                                       "convertToGreyscale after bit reduction: 0ms",
+                                       "releaseImage after color to greyscale: 0ms"));
 }
 
 TEST_F(CaptureLog, DoesNotCountThePauseAsTimeOfTheTake) {
@@ -91,7 +94,10 @@ TEST_F(CaptureLog, WritesAResolutionInDecimal) {
 TEST_F(CaptureLog, AnnouncesARequestBeforeItIsSent) {
     answerGoodAttempt();
     std::vector<std::string> lastLines;
-    communicator.onWrite([&](std::size_t) { lastLines.push_back(log.texts().back().message); });
+    world.calls.onCall = [&](const std::string& call) {
+        if (call.starts_with("send"))
+            lastLines.push_back(log.texts().back().message);
+    };
     EXPECT_NE(capture(), nullptr);
     EXPECT_THAT(lastLines, ElementsAre("Before taking picture.. setting exposure = 6400 mode = 2 format = 1 "
                                        "depth = 10 shift = 4",
@@ -105,7 +111,7 @@ TEST_F(CaptureLog, HasNoTimeForAnAnswerThatCouldNotBeRead) {
 }
 
 TEST_F(CaptureLog, HasATimeForAnAnswerThatIsRefused) {
-    answer(errorMessage());
+    camera.answer(refusal());
     EXPECT_EQ(capture(), nullptr);
     EXPECT_EQ(log.texts().at(1).message, "Time to send / receive response on config message 0ms");
 }
