@@ -16,7 +16,8 @@
 #include "NativeCameraKorva/KorvaBinaryCommunication.h"
 #include "NativeCameraKorva/KorvaHelper.h"
 #include "ReferenceHost/HostControl.h"
-#include "Support/ScriptedPlatform.h"
+#include "World/Calls.h"
+#include "World/Clock.h"
 
 #include <algorithm>
 #include <array>
@@ -192,8 +193,8 @@ void captureWithoutDevice(const std::vector<Answer>& answers, unsigned int setti
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     Korva::Binary::setImageByteLimit(static_cast<std::uint32_t>(byteLimit));
     image_t::setByteLimit(byteLimit);
-    TestSupport::PlatformScript::current() = {};
-    TestSupport::PlatformScript::current().openFails = true; // no run leaves a file behind
+    World::reset();
+    World::Calls::current().failAlways("fopen", 0); // no run leaves a file behind
 
     Fuzz::Input input(data, size);
     const unsigned int settings = input.byte();

@@ -8,9 +8,8 @@
 #include "NativeCameraControl/NativeCameraTemplate.h"
 #include "NativeCameraKorva/KorvaCameraLocator.h"
 #include "NativeCameraKorva/KorvaCommParser.h"
-#include "Support/ScriptedNetwork.h"
-#include "Support/ScriptedPlatform.h"
 #include "Support/ScriptedTransport.h"
+#include "World/Network.h"
 
 #include <array>
 #include <memory>
@@ -21,8 +20,8 @@ namespace {
 
 using Fuzz::require;
 using TestSupport::Bytes;
-using TestSupport::NetworkScript;
 using TestSupport::ScriptedCommunicator;
+using World::Network;
 
 constexpr std::uint8_t recordSeparator = 0x1E;
 constexpr std::size_t mostDatagrams = 4;
@@ -46,8 +45,7 @@ struct CountingObserver final : BroadcastWorkerObserver {
 
 /// One adapter, and three addresses with two cameras behind them, of which one has an odd hardware address.
 void scriptNetwork() {
-    NetworkScript& network = NetworkScript::current();
-    network = {};
+    Network& network = Network::current();
     network.adapters = {{"eth0", {{"10.0.0.1", "255.255.255.0"}}}};
     network.arp["10.0.0.5"].hardwareAddress = network.arp["10.0.0.6"].hardwareAddress = "abcdef";
     network.arp["10.0.0.7"] = {"abcdefgh", NO_ERROR, 255};
@@ -68,7 +66,7 @@ void recognise(std::string text) {
 } // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-    TestSupport::PlatformScript::current() = {};
+    World::reset();
     scriptNetwork();
     TestSupport::ScriptedTransport transport;
     Fuzz::Input input(data, size);
@@ -78,7 +76,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     std::size_t datagrams = 0;
     for (; datagrams < mostDatagrams && !input.isEmpty(); ++datagrams) {
         const Fuzz::View datagram = input.viewUpTo(recordSeparator);
-        recognise(NetworkScript::current().datagrams.emplace_back(datagram.begin(), datagram.end()));
+        recognise(
+            Network::current().datagrams.emplace_back(std::string(datagram.begin(), datagram.end())).text);
         for (const Fuzz::View reply : replies) {
             ScriptedCommunicator& camera = transport.atPort(textPort).afterNextWrite();
             if (!reply.empty())
@@ -89,6 +88,6 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     KorvaCameraLocator().broadcastObserverSearch(&observer, 0);
     require(observer.found <= datagrams);
     require(transport.alive() == 0);
-    require(NetworkScript::current().openSockets.empty() && NetworkScript::current().startups == 0);
+    require(Network::current().openSockets.empty() && Network::current().startups == 0);
     return 0;
 }

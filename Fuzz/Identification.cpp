@@ -7,10 +7,9 @@
 #include "ImagingLibrary/image_t.h"
 #include "NativeCameraKorva/KorvaIdentification.h"
 #include "Support/ScriptedHost.h"
-#include "Support/ScriptedNetwork.h"
-#include "Support/ScriptedPlatform.h"
 #include "Support/ScriptedTransport.h"
 #include "Support/WireMessages.h"
+#include "World/Clock.h"
 
 #include <algorithm>
 #include <cstdint>
@@ -57,8 +56,7 @@ void checkDescription(const CameraInfo& info) {
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     image_t::setByteLimit(byteLimit);
-    TestSupport::PlatformScript::current() = {};
-    TestSupport::NetworkScript::current() = {};
+    World::reset();
     TestSupport::ScriptedHost host;
     TestSupport::ScriptedTransport transport;
     Bytes rest(data, data + size);

@@ -34,7 +34,7 @@ Resolution lookUp(const std::string& host) {
 
 } // namespace
 
-Resolution resolve(const std::string& host, std::chrono::steady_clock::time_point deadline) {
+Resolution resolve(const std::string& host, Clock::time_point deadline) {
     sockaddr_in numeric{};
     numeric.sin_family = AF_INET;
     if (inet_pton(AF_INET, host.c_str(), &numeric.sin_addr) == 1)

@@ -1,7 +1,8 @@
 #pragma once
 // Host names to IPv4 addresses, bounded in time.
 
-#include <chrono>
+#include "Platform/Clock.h"
+
 #include <netinet/in.h>
 #include <string>
 #include <vector>
@@ -15,6 +16,6 @@ struct Resolution {
 };
 
 /// Resolves `host`, an IPv4 address in dotted decimal or a name, by `deadline`. Throws only std::bad_alloc.
-Resolution resolve(const std::string& host, std::chrono::steady_clock::time_point deadline);
+Resolution resolve(const std::string& host, Clock::time_point deadline);
 
 } // namespace Platform

@@ -9,8 +9,8 @@
 #include "Platform/Text.h"
 #include "ReferenceHost/HostControl.h"
 #include "Support/SamplePictures.h"
-#include "Support/ScriptedNetwork.h"
-#include "Support/ScriptedPlatform.h"
+#include "World/Calls.h"
+#include "World/Network.h"
 
 #include <gtest/gtest.h>
 
@@ -18,7 +18,6 @@
 #include <string_view>
 
 using namespace std::chrono_literals;
-using TestSupport::NetworkScript;
 using TestSupport::TimedLine;
 
 namespace FaultMatrix {
@@ -110,7 +109,7 @@ Lines Said::matching(const Lines& expected) const {
 DeviceBench::DeviceBench()
     : line_(new TimedLine(clock, cameraEndpoint, answersOf(camera))),
       device_(std::make_unique<KorvaCamera>(line_, DeviceFixture::describedAs(pictureWidth, pictureHeight))) {
-    TestSupport::PlatformScript::current() = {};
+    World::reset();
     device_->setNetworkHealthCallback(DeviceFixture::into(reports));
 }
 
@@ -144,13 +143,12 @@ void DeviceBench::expectAtRest() const {
 IdentityBench::IdentityBench()
     : text_(std::make_shared<TimedLine>(clock, std::wstring(cameraAddress) + L":32768", answersOf(camera))),
       binary_(std::make_shared<TimedLine>(clock, cameraEndpoint, answersOf(camera))) {
-    TestSupport::PlatformScript::current() = {};
-    NetworkScript& network = NetworkScript::current();
-    network = {};
+    World::reset();
+    World::Network& network = World::Network::current();
     network.adapters = {{"eth0", {{"10.0.0.1", "255.255.255.0"}}}};
     network.arp["10.0.0.5"].hardwareAddress = hardwareAddress;
-    network.onCall = [this](const std::string& call) {
-        if (call.starts_with("recvfrom") && NetworkScript::current().datagrams.empty())
+    World::Calls::current().onCall = [this](const std::string& call) {
+        if (call.starts_with("recvfrom") && World::Network::current().datagrams.empty())
             clock.now += gatheringTime;
     };
     transport_.answerWith(cameraAddress, 32768, text_);
@@ -158,7 +156,7 @@ IdentityBench::IdentityBench()
 }
 
 IdentityBench::~IdentityBench() {
-    NetworkScript::current() = {};
+    World::reset();
 }
 
 std::optional<Identity> IdentityBench::identify() {
@@ -173,7 +171,7 @@ std::optional<Identity> IdentityBench::identify() {
 }
 
 std::vector<Identity> IdentityBench::search(const std::vector<std::string>& datagrams) {
-    NetworkScript::current().datagrams.assign(datagrams.begin(), datagrams.end());
+    World::Network::current().datagrams.assign(datagrams.begin(), datagrams.end());
     Observer observer;
     KorvaCameraLocator().broadcastObserverSearch(&observer, 0);
     return observer.found;
@@ -192,7 +190,7 @@ void IdentityBench::expectMended(Operation operation) {
 
 void IdentityBench::expectAtRest() const {
     EXPECT_EQ(transport_.alive(), 0);
-    EXPECT_TRUE(NetworkScript::current().openSockets.empty());
+    EXPECT_TRUE(World::Network::current().openSockets.empty());
     for (const TimedLine* const line : {text_.get(), binary_.get()}) {
         EXPECT_FALSE(line->isConnected());
         EXPECT_EQ(line->connects(), line->disconnects());

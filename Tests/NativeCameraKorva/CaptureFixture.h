@@ -1,37 +1,33 @@
 #pragma once
-// A capture against a scripted camera, platform and host.
+// A capture of a camera on the world's network.
 
 #include "NativeCameraKorva/KorvaHelper.h"
 
+#include "Communicator/PosixEthernetCommunicator.h"
+#include "ImagingLibrary/ImagingFactory.h"
+#include "ReferenceHost/HostControl.h"
 #include "Support/LogCapture.h"
 #include "Support/LogLocation.h"
 #include "Support/SamplePictures.h"
-#include "Support/ScriptedCommunicator.h"
-#include "Support/ScriptedHost.h"
-#include "Support/ScriptedPlatform.h"
 #include "Support/TemporaryFolder.h"
-#include "Support/WireMessages.h"
+#include "World/Stage.h"
 
 #include <gmock/gmock.h>
 
+#include <vector>
+
 namespace CaptureTests {
 
-using TestSupport::Bytes;
+using namespace std::chrono_literals;
 using TestSupport::LogText;
 using TestSupport::pngFile;
 using TestSupport::sgiFile;
+using World::Bytes;
+using World::done;
+using World::image;
+using World::refusal;
 
 inline constexpr char loggerName[] = "Plenar.KorvaCamera.KorvaCapture";
-
-inline Bytes doneMessage() {
-    return TestSupport::wireMessage({{0, {}}});
-}
-inline Bytes errorMessage() {
-    return TestSupport::wireMessage({{1, {0, 0, 0, 5}}});
-}
-inline Bytes imageMessage(const Bytes& file) {
-    return TestSupport::wireMessage({{6, file}});
-}
 
 /// What capture is called with.
 struct Settings {
@@ -44,44 +40,45 @@ struct Settings {
 
 inline constexpr Settings greyPng{.png = true, .monochrome = true};
 
-/// The capture logger stands at info unless a test says otherwise. Afterwards no image may be alive that the
-/// test did not get.
+/// The capture logger stands at info unless a test says otherwise. Afterwards no image may be alive but those
+/// that the test got.
 struct Capture : ::testing::Test {
     TestSupport::TemporaryFolder folder;
-    TestSupport::ScriptedHost host;
-    TestSupport::ScriptedCommunicator communicator;
+    World::Stage world;
+    World::Peer& camera = world.at("10.0.0.5", 32769);
+    PosixEthernetCommunicator communicator{L"10.0.0.5", 32769, -1};
     TestSupport::LogCapture log{loggerName, log4cxx::Level::getInfo()};
     // Two pixels: (0, 64, 16384) and (63, 16383, 65535).
     const TestSupport::Samples colours{2, 1, 3, {0, 64, 16384, 63, 16383, 65535}};
     const Bytes reducedColours{0, 1, 255, 0, 255, 255};
 
-    Capture() {
-        TestSupport::PlatformScript::current() = {};
-        TestSupport::PlatformScript::current().frequency = 1000;
-        host.imagesFolder = folder.path().wstring();
+    Capture() { ReferenceHost::setImagesSubDirectory(folder.path().wstring()); }
+    ~Capture() override {
+        TestSupport::expectFrom(log, "KorvaHelper");
+        world.calls.failNoMore(); // the test's own variables are gone
+        for (Image* const each : taken_)
+            ImagingFactory::getInstance()->releaseImage(each);
     }
-    ~Capture() override { TestSupport::expectFrom(log, "KorvaHelper"); }
 
     Image* capture(const Settings& settings = {}) {
-        return Korva::capture(&communicator, settings.forceMode1, settings.png, settings.monochrome,
-                              settings.exposure, settings.delayBeforeTake);
+        Image* const taken = Korva::capture(&communicator, settings.forceMode1, settings.png,
+                                            settings.monochrome, settings.exposure, settings.delayBeforeTake);
+        if (taken != nullptr)
+            taken_.push_back(taken);
+        return taken;
     }
-
-    /// The next request is answered with that message.
-    void answer(const Bytes& message) { communicator.afterNextWrite().deliver(message); }
-    /// The next request is not answered.
-    void answerNothing() { communicator.afterNextWrite(); }
 
     /// An attempt in which the camera does all it is asked and sends `file`.
-    void answerAttempt(const Bytes& file) {
-        answer(doneMessage());
-        answer(doneMessage());
-        answer(imageMessage(file));
-    }
+    void answerAttempt(const Bytes& file) { World::answerCapture(camera, file); }
     void answerGoodAttempt() { answerAttempt(sgiFile(colours)); }
 
-    const TestSupport::ScriptedImaging& imaging() const { return host.imaging; }
-    bool isAlive(Image* image) const { return imaging().alive.contains(image); }
+    bool isAlive(Image* taken) const { return world.imaging.alive.contains(taken); }
+    std::vector<std::string> imagingCalls() const {
+        return world.calls.of({"createImage", "convertToGreyscale", "releaseImage"});
+    }
+
+private:
+    std::vector<Image*> taken_;
 };
 
 } // namespace CaptureTests

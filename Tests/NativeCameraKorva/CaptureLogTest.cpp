@@ -3,23 +3,22 @@
 #include "CaptureFixture.h"
 
 #include "Support/DigitsApart.h"
-#include "Support/ScriptedFailures.h"
 
 namespace CaptureTests {
 namespace {
 
+using Simulator::Pause;
 using ::testing::ElementsAre;
-using TestSupport::PlatformScript;
+using World::sending;
 
 struct CaptureLog : Capture {
     CaptureLog() { log.setLevel(log4cxx::Level::getDebug()); }
 };
 
 TEST_F(CaptureLog, TellsEachStepAndItsTime) {
-    answerAttempt(sgiFile(TestSupport::uniformSamples(300, 17, 3, 640)));
-    communicator.onWrite([](std::size_t index) {
-        PlatformScript::current().counter += 17 + static_cast<std::int64_t>(index); // 17, 18 and 19 ms
-    });
+    const auto picture = sgiFile(TestSupport::uniformSamples(300, 17, 3, 640));
+    camera.act({Pause{17ms}, sending(done())}).act({Pause{18ms}, sending(done())});
+    camera.act({Pause{19ms}, sending(image(picture))});
     {
         const TestSupport::DigitsApart locale; // which no line follows
         EXPECT_NE(capture(), nullptr);
@@ -40,11 +39,15 @@ TEST_F(CaptureLog, TellsEachStepAndItsTime) {
 
 TEST_F(CaptureLog, MeasuresEachPhaseByItself) {
     answerGoodAttempt();
-    // From the query at a phase's start to the one at its end 3 counts, from there to the next start 4, and
-    // so on: 3, 5, 7, 9, 11 and 13 counts of half a millisecond.
-    PlatformScript::current().counterStep = 3;
-    PlatformScript::current().counterStepGrowth = 1;
-    PlatformScript::current().frequency = 2000;
+    // From the query at a phase's start to the one at its end 1.5 ms, from there to the next start 2 ms, and
+    // so on.
+    auto step = 1000us;
+    world.calls.onCall = [&step](const std::string& call) {
+        if (call == "QueryPerformanceCounter") {
+            World::advance(step);
+            step += 500us;
+        }
+    };
     EXPECT_NE(capture(), nullptr);
     const auto texts = log.texts();
     EXPECT_EQ(texts.at(1).message, "Time to send / receive response on config message 1.5ms");
@@ -57,13 +60,15 @@ TEST_F(CaptureLog, MeasuresEachPhaseByItself) {
 
 TEST_F(CaptureLog, TimesTheConversionBeforeTheColoursAreGivenBack) {
     std::vector<std::string> lastLines;
-    TestSupport::onScriptedHostCall() = [&](const std::string& call) {
-        lastLines.push_back(call + " after " + log.texts().back().message);
+    world.calls.onCall = [&](const std::string& call) {
+        if (call.ends_with("Image") || call == "convertToGreyscale")
+            lastLines.push_back(call + " after " + log.texts().back().message);
     };
     answerGoodAttempt();
     EXPECT_NE(capture(), nullptr);
-    EXPECT_THAT(lastLines, ElementsAre("create after bit reduction: 0ms", "convert after bit reduction: 0ms",
-                                       "release after color to greyscale: 0ms"));
+    EXPECT_THAT(lastLines, ElementsAre("createImage after bit reduction: 0ms",
+                                       "convertToGreyscale after bit reduction: 0ms",
+                                       "releaseImage after color to greyscale: 0ms"));
 }
 
 TEST_F(CaptureLog, DoesNotCountThePauseAsTimeOfTheTake) {
@@ -89,7 +94,10 @@ TEST_F(CaptureLog, RightAlignsTheExposureInTwoColumns) {
 TEST_F(CaptureLog, AnnouncesARequestBeforeItIsSent) {
     answerGoodAttempt();
     std::vector<std::string> lastLines;
-    communicator.onWrite([&](std::size_t) { lastLines.push_back(log.texts().back().message); });
+    world.calls.onCall = [&](const std::string& call) {
+        if (call.starts_with("send"))
+            lastLines.push_back(log.texts().back().message);
+    };
     EXPECT_NE(capture(), nullptr);
     EXPECT_THAT(lastLines, ElementsAre("Before taking picture.. setting exposure = 6400 mode = 2 format = 1 "
                                        "depth = 10 shift = 4",
@@ -103,7 +111,7 @@ TEST_F(CaptureLog, HasNoTimeForAnAnswerThatCouldNotBeRead) {
 }
 
 TEST_F(CaptureLog, HasATimeForAnAnswerThatIsRefused) {
-    answer(errorMessage());
+    camera.answer(refusal());
     EXPECT_EQ(capture(), nullptr);
     EXPECT_EQ(log.texts().at(1).message, "Time to send / receive response on config message 0ms");
 }

@@ -7,10 +7,9 @@
 namespace CaptureTests {
 namespace {
 
-using Creation = TestSupport::ScriptedImaging::Creation;
+using Creation = World::Imaging::Creation;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
-using TestSupport::PlatformScript;
 using TestSupport::Samples;
 using TestSupport::uniformSamples;
 
@@ -29,10 +28,12 @@ struct CapturePicture : Capture {
         const LogText line{"ERROR", "Korva image does not hold the expected samples: got " + came +
                                         ", expected " + expected + " of 16 bits per pixel"};
         EXPECT_THAT(log.texts(), ElementsAre(line, line));
-        EXPECT_THAT(imaging().calls, IsEmpty());
+        EXPECT_THAT(imagingCalls(), IsEmpty());
     }
 
-    void expectCreation(const Creation& creation) { EXPECT_THAT(imaging().creations, ElementsAre(creation)); }
+    void expectCreation(const Creation& creation) {
+        EXPECT_THAT(world.imaging.creations, ElementsAre(creation));
+    }
 };
 
 TEST_F(CapturePicture, ReducesSamplesToEightBits) {
@@ -43,17 +44,17 @@ TEST_F(CapturePicture, ReducesSamplesToEightBits) {
 
 TEST_F(CapturePicture, OfThreeSamplesIsConvertedAndTheColourImageReleased) {
     answerGoodAttempt();
-    Image* const image = capture();
-    EXPECT_THAT(imaging().calls, ElementsAre("create", "convert", "release"));
-    EXPECT_THAT(imaging().alive, ElementsAre(image));
-    EXPECT_EQ(image->getSamplesPerPixel(), 1u);
+    Image* const taken = capture();
+    EXPECT_THAT(imagingCalls(), ElementsAre("createImage", "convertToGreyscale", "releaseImage"));
+    EXPECT_THAT(world.imaging.alive, ElementsAre(taken));
+    EXPECT_EQ(taken->getSamplesPerPixel(), 1u);
 }
 
 TEST_F(CapturePicture, OfOneSampleIsItsOwnGreyImageAndNotReleased) {
     answerAttempt(pngFile({3, 1, 1, {63, 64, 16384}}));
-    Image* const image = capture(greyPng);
-    EXPECT_THAT(imaging().calls, ElementsAre("create", "convert"));
-    EXPECT_THAT(imaging().alive, ElementsAre(image));
+    Image* const taken = capture(greyPng);
+    EXPECT_THAT(imagingCalls(), ElementsAre("createImage", "convertToGreyscale"));
+    EXPECT_THAT(world.imaging.alive, ElementsAre(taken));
     expectCreation({3, 1, 8, 1, 0, {0, 1, 255}});
 }
 
@@ -70,19 +71,19 @@ TEST_F(CapturePicture, ReducesOneSamplePerPixelInMonochromeEvenIfModeOneIsForced
 }
 
 TEST_F(CapturePicture, WithAWrongChecksumIsTaken) {
-    Bytes message = imageMessage(sgiFile(colours));
+    Bytes message = image(sgiFile(colours));
     message.back() ^= 1;
-    answer(doneMessage());
-    answer(doneMessage());
-    answer(message);
+    camera.answer(done());
+    camera.answer(done());
+    camera.answer(message);
     EXPECT_NE(capture(), nullptr);
     expectCreation({2, 1, 8, 3, 0, reducedColours});
 }
 
 TEST_F(CapturePicture, IsTheFirstArgumentOfTheAnswer) {
-    answer(doneMessage());
-    answer(doneMessage());
-    answer(TestSupport::wireMessage({{6, sgiFile(colours)}, {6, sgiFile(uniformSamples(1, 1, 3, 64))}}));
+    camera.answer(done());
+    camera.answer(done());
+    camera.answer(World::message({{6, sgiFile(colours)}, {6, sgiFile(uniformSamples(1, 1, 3, 64))}}));
     EXPECT_NE(capture(), nullptr);
     expectCreation({2, 1, 8, 3, 0, reducedColours});
 }
@@ -91,14 +92,14 @@ TEST_F(CapturePicture, OfExactlyTheBlackRatioPasses) {
     Samples samples = uniformSamples(1000, 100, 1, 0);
     samples.values[50'000] = 1;
     EXPECT_NE(captureOf(sgiFile(samples), {.monochrome = true}), nullptr);
-    EXPECT_EQ(communicator.writes().size(), 3u);
+    EXPECT_EQ(camera.requests().size(), 3u);
 }
 
 TEST_F(CapturePicture, AboveTheBlackRatioIsBlack) {
     Samples samples = uniformSamples(1001, 100, 1, 0);
     samples.values[50'000] = 1;
     EXPECT_EQ(captureOf(sgiFile(samples), {.monochrome = true}), nullptr);
-    EXPECT_EQ(communicator.writes().size(), 6u);
+    EXPECT_EQ(camera.requests().size(), 6u);
 }
 
 TEST_F(CapturePicture, IsNotBlackWhereItsSamplesAreBelowTheFirstGreyLevel) {
@@ -112,9 +113,9 @@ TEST_F(CapturePicture, CountsAPixelAsBlackOnlyIfAllItsSamplesAreZero) {
 
 TEST_F(CapturePicture, ThatCannotBeDecodedGoesOnEmpty) {
     answerAttempt({1, 2, 3});
-    Image* const image = capture();
-    ASSERT_NE(image, nullptr);
-    EXPECT_EQ(image->getWidth(), 0u);
+    Image* const taken = capture();
+    ASSERT_NE(taken, nullptr);
+    EXPECT_EQ(taken->getWidth(), 0u);
     EXPECT_THAT(log.texts(), ElementsAre(LogText{"INFO", "Pulled Korva image with resolution: 0 0"}));
     expectCreation({0, 0, 8, 3, 0, {}});
 }
@@ -170,7 +171,7 @@ TEST_F(CapturePicture, IsDumpedAsItCameWhereTraceIsEnabled) {
     EXPECT_NE(capture(), nullptr);
     const auto file = folder.path() / "KorvaImage Thu Jan 01 00-00-00 1970.sgi";
     EXPECT_EQ(std::filesystem::file_size(file), sgiFile(colours).size());
-    EXPECT_EQ(PlatformScript::current().fileCalls.size(), 3u);
+    EXPECT_EQ(world.calls.of({"fopen", "fwrite", "fclose"}).size(), 3u);
 }
 
 TEST_F(CapturePicture, IsDumpedUnderThePngNameWhereItIsPng) {
@@ -194,12 +195,12 @@ TEST_F(CapturePicture, IsNotDumpedWhereTraceIsNotEnabled) {
     log.setLevel(log4cxx::Level::getDebug());
     answerGoodAttempt();
     EXPECT_NE(capture(), nullptr);
-    EXPECT_THAT(PlatformScript::current().fileCalls, IsEmpty());
+    EXPECT_THAT(world.calls.of("fopen"), IsEmpty());
 }
 
 TEST_F(CapturePicture, IsTakenEvenIfItCannotBeDumped) {
     log.setLevel(log4cxx::Level::getTrace());
-    PlatformScript::current().openFails = true;
+    world.calls.fail("fopen", 0);
     answerGoodAttempt();
     EXPECT_NE(capture(), nullptr);
 }

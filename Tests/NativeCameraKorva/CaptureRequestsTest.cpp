@@ -2,24 +2,23 @@
 
 #include "CaptureFixture.h"
 
-#include <algorithm>
-#include <stdexcept>
+#include "Communicator/DeviceException.h"
 
 namespace CaptureTests {
 namespace {
 
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
-using TestSupport::PlatformScript;
-using TestSupport::ScriptedCommunicator;
 
 const Bytes takeRequest{0x01, 0x00, 0x00, 0x00, 0x0D, 0x01, 0x05, 0x00, 0x00, 0x00, 0x00, 0x00, 0x14};
 const Bytes getRequest{0x01, 0x00, 0x00, 0x00, 0x0D, 0x01, 0x06, 0x00, 0x00, 0x00, 0x00, 0x00, 0x15};
 
 struct CaptureRequests : Capture {
     Bytes configurationFor(const Settings& settings) {
+        camera.forget();
+        camera.stayUnanswered();
         capture(settings);
-        return communicator.writes().at(0).written;
+        return camera.requests().back();
     }
 };
 
@@ -29,19 +28,21 @@ TEST_F(CaptureRequests, ConfiguresThenTakesThenFetches) {
     const Bytes configuration{0x01, 0x00, 0x00, 0x00, 0x27, 0x05, 0x02, 0x00, 0x00, 0x00, 0x02, 0x00, 0x64,
                               0x03, 0x00, 0x00, 0x00, 0x01, 0x02, 0x04, 0x00, 0x00, 0x00, 0x01, 0x01, 0x07,
                               0x00, 0x00, 0x00, 0x01, 0x10, 0x08, 0x00, 0x00, 0x00, 0x01, 0x04, 0x00, 0xC6};
-    EXPECT_THAT(communicator.writes(), ElementsAre(ScriptedCommunicator::writeCall(configuration),
-                                                   ScriptedCommunicator::writeCall(takeRequest),
-                                                   ScriptedCommunicator::writeCall(getRequest)));
+    EXPECT_THAT(camera.requests(), ElementsAre(configuration, takeRequest, getRequest));
 }
 
 TEST_F(CaptureRequests, ReadsAnAnswerAfterEachRequest) {
     answerGoodAttempt();
     capture();
-    using enum ScriptedCommunicator::Kind;
-    EXPECT_THAT(communicator.kinds(), ElementsAre(connect, write, read, read, read, // configuration
-                                                  write, read, read, read,          // take
-                                                  write, read, read, read, read,    // get
-                                                  disconnect));
+    std::vector<std::string> calls = world.calls.of({"connect", "send", "receive", "close"});
+    for (std::string& call : calls)
+        call.erase(call.find(" 10.0.0.5:32769"), 15);
+    // Before each request what was left is dropped; 524 bytes are the picture.
+    EXPECT_THAT(calls, ElementsAre("connect 5000", "receive 16384", "send 39 bytes", "receive 6", "receive 5",
+                                   "receive 2", "receive 16384", "send 13 bytes", "receive 6", "receive 5",
+                                   "receive 2", "receive 16384", "send 13 bytes", "receive 6", "receive 5",
+                                   "receive 524", "receive 2", "close"));
+    EXPECT_EQ(World::elapsed(), 0ms);
 }
 
 TEST_F(CaptureRequests, AskForModeTwoInColour) {
@@ -62,17 +63,13 @@ TEST_F(CaptureRequests, AskForModeOneWhereItIsForcedInMonochromeToo) {
 
 TEST_F(CaptureRequests, AskForSgiOrPng) {
     EXPECT_EQ(configurationFor({}).at(24), 1);
-    ScriptedCommunicator other;
-    Korva::capture(&other, false, true, false, 1, false);
-    EXPECT_EQ(other.writes().at(0).written.at(24), 2);
+    EXPECT_EQ(configurationFor({.png = true}).at(24), 2);
 }
 
 TEST_F(CaptureRequests, SendTheExposuresLowSixteenBitsBigEndian) {
     for (const auto& [exposure, high, low] :
          {std::tuple(1, 0, 1), {0x1234, 0x12, 0x34}, {0x12345678, 0x56, 0x78}, {-2, 0xFF, 0xFE}}) {
-        ScriptedCommunicator camera;
-        Korva::capture(&camera, false, false, false, exposure, false);
-        const Bytes wire = camera.writes().at(0).written;
+        const Bytes wire = configurationFor({.exposure = exposure});
         EXPECT_EQ(wire.at(11), high) << exposure;
         EXPECT_EQ(wire.at(12), low) << exposure;
     }
@@ -81,20 +78,22 @@ TEST_F(CaptureRequests, SendTheExposuresLowSixteenBitsBigEndian) {
 TEST_F(CaptureRequests, DoNotPauseUnlessTold) {
     answerGoodAttempt();
     EXPECT_NE(capture(), nullptr);
-    EXPECT_THAT(PlatformScript::current().sleeps, IsEmpty());
+    EXPECT_THAT(world.calls.of("Sleep"), IsEmpty());
 }
 
 TEST_F(CaptureRequests, PauseTenSecondsBetweenConfigurationAndTake) {
     answerGoodAttempt();
-    std::size_t writesBeforePause = 0;
+    std::size_t requestsBeforePause = 0;
     std::vector<LogText> logBeforePause;
-    PlatformScript::current().onSleep = [&](DWORD) {
-        writesBeforePause = communicator.writes().size();
-        logBeforePause = log.texts();
+    world.calls.onCall = [&](const std::string& call) {
+        if (call.starts_with("Sleep")) {
+            requestsBeforePause = camera.requests().size();
+            logBeforePause = log.texts();
+        }
     };
     EXPECT_NE(capture({.delayBeforeTake = true}), nullptr);
-    EXPECT_THAT(PlatformScript::current().sleeps, ElementsAre(10000u));
-    EXPECT_EQ(writesBeforePause, 1u);
+    EXPECT_THAT(world.calls.of("Sleep"), ElementsAre("Sleep 10000"));
+    EXPECT_EQ(requestsBeforePause, 1u);
     EXPECT_THAT(logBeforePause,
                 ElementsAre(LogText{"INFO", "Inserting 10s of delay in between Take and Get"}));
 }
@@ -103,38 +102,37 @@ TEST_F(CaptureRequests, PauseWithoutLoggingToo) {
     log.setLevel(log4cxx::Level::getOff());
     answerGoodAttempt();
     EXPECT_NE(capture({.delayBeforeTake = true}), nullptr);
-    EXPECT_THAT(PlatformScript::current().sleeps, ElementsAre(10000u));
+    EXPECT_THAT(world.calls.of("Sleep"), ElementsAre("Sleep 10000"));
     EXPECT_THAT(log.lines(), IsEmpty());
 }
 
 TEST_F(CaptureRequests, PauseAgainInTheSecondAttempt) {
-    answer(doneMessage());
-    answer(errorMessage());
+    camera.answer(done());
+    camera.answer(refusal());
     answerGoodAttempt();
     EXPECT_NE(capture({.delayBeforeTake = true}), nullptr);
-    EXPECT_THAT(PlatformScript::current().sleeps, ElementsAre(10000u, 10000u));
+    EXPECT_THAT(world.calls.of("Sleep"), ElementsAre("Sleep 10000", "Sleep 10000"));
 }
 
 TEST_F(CaptureRequests, DoNotPauseWhereTheConfigurationIsRefused) {
-    answer(errorMessage());
-    answer(errorMessage());
+    camera.answer(refusal());
+    camera.answer(refusal());
     EXPECT_EQ(capture({.delayBeforeTake = true}), nullptr);
-    EXPECT_THAT(PlatformScript::current().sleeps, IsEmpty());
+    EXPECT_THAT(world.calls.of("Sleep"), IsEmpty());
 }
 
 TEST_F(CaptureRequests, HoldTheConnectionForTheWholeCall) {
-    using enum ScriptedCommunicator::Kind;
     EXPECT_EQ(capture(), nullptr); // no answer at all: two attempts
-    EXPECT_EQ(communicator.kinds().front(), connect);
-    EXPECT_EQ(communicator.kinds().back(), disconnect);
-    EXPECT_EQ(std::ranges::count(communicator.kinds(), connect), 1);
-    EXPECT_EQ(std::ranges::count(communicator.kinds(), disconnect), 1);
+    std::vector<std::string> calls = world.calls.of({"connect", "send", "close"});
+    EXPECT_THAT(calls, ElementsAre("connect 10.0.0.5:32769 5000", "send 10.0.0.5:32769 39 bytes",
+                                   "send 10.0.0.5:32769 39 bytes", "close 10.0.0.5:32769"));
+    EXPECT_EQ(World::elapsed(), 20s); // what an answer's header may take, twice
 }
 
 TEST_F(CaptureRequests, AreNotSentWhereTheConnectionFails) {
-    communicator.throwOnConnect(std::make_exception_ptr(std::runtime_error("unreachable")));
-    EXPECT_THROW(capture(), std::runtime_error);
-    EXPECT_THAT(communicator.kinds(), ElementsAre(ScriptedCommunicator::Kind::connect));
+    world.calls.fail("connect", ECONNREFUSED);
+    EXPECT_THROW(capture(), DeviceException);
+    EXPECT_THAT(world.calls.of({"connect", "send", "close"}), ElementsAre("connect 10.0.0.5:32769 5000"));
 }
 
 TEST_F(CaptureRequests, NeedACommunicator) {

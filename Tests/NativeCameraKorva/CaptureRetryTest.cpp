@@ -1,8 +1,6 @@
 // Which failures end an attempt, what they log, and what the second attempt makes of them.
 
 #include "CaptureFixture.h"
-#include "Support/Beginning.h"
-#include "Support/ScriptedFailures.h"
 
 #include <algorithm>
 #include <functional>
@@ -12,10 +10,9 @@
 namespace CaptureTests {
 namespace {
 
+using ::testing::ElementsAre;
 using ::testing::ElementsAreArray;
 using ::testing::IsEmpty;
-using TestSupport::beginningOf;
-using TestSupport::ScriptedCommunicator;
 using TestSupport::uniformSamples;
 
 const LogText retryLine{"INFO", "First image grab attempt failed, re-trying image grab"};
@@ -36,49 +33,49 @@ void PrintTo(const Failure& failure, std::ostream* stream) {
 
 const Failure failures[] = {
     {"configuration not answered",
-     [](Capture& test) { test.answerNothing(); },
+     [](Capture& test) { test.camera.stayUnanswered(); },
      {{"ERROR", "parseIncomingMessage failed for image configuration"}},
      1},
-    {"configuration refused", [](Capture& test) { test.answer(errorMessage()); }, {}, 1},
-    {"configuration answered with an image", [](Capture& test) { test.answer(imageMessage({1})); }, {}, 1},
+    {"configuration refused", [](Capture& test) { test.camera.answer(refusal()); }, {}, 1},
+    {"configuration answered with an image", [](Capture& test) { test.camera.answer(image({1})); }, {}, 1},
     {"configuration answered without argument",
-     [](Capture& test) { test.answer(TestSupport::wireMessage({})); },
+     [](Capture& test) { test.camera.answer(World::message({})); },
      {},
      1},
     {"take not answered",
      [](Capture& test) {
-         test.answer(doneMessage());
-         test.answerNothing();
+         test.camera.answer(done());
+         test.camera.stayUnanswered();
      },
      {{"ERROR", "parseIncomingMessage failed for take image request"}},
      2},
     {"take refused",
      [](Capture& test) {
-         test.answer(doneMessage());
-         test.answer(errorMessage());
+         test.camera.answer(done());
+         test.camera.answer(refusal());
      },
      {},
      2},
     {"get not answered",
      [](Capture& test) {
-         test.answer(doneMessage());
-         test.answer(doneMessage());
-         test.answerNothing();
+         test.camera.answer(done());
+         test.camera.answer(done());
+         test.camera.stayUnanswered();
      },
      {{"ERROR", "parseIncomingMessage failed for GetImage"}},
      3},
     {"get answered with done",
      [](Capture& test) {
          for (int i = 0; i < 3; ++i)
-             test.answer(doneMessage());
+             test.camera.answer(done());
      },
      {},
      3},
     {"get answered with an error",
      [](Capture& test) {
-         test.answer(doneMessage());
-         test.answer(doneMessage());
-         test.answer(errorMessage());
+         test.camera.answer(done());
+         test.camera.answer(done());
+         test.camera.answer(refusal());
      },
      {},
      3},
@@ -106,9 +103,8 @@ struct AFailedAttempt : Capture, ::testing::WithParamInterface<Failure> {};
 TEST_P(AFailedAttempt, IsFollowedByASecondOneThatMaySucceed) {
     GetParam().script(*this);
     answerGoodAttempt();
-    Image* const image = capture();
-    EXPECT_TRUE(isAlive(image));
-    EXPECT_EQ(communicator.writes().size(), GetParam().writes + 3);
+    EXPECT_TRUE(isAlive(capture()));
+    EXPECT_EQ(camera.requests().size(), GetParam().writes + 3);
     EXPECT_THAT(log.texts(), ElementsAreArray(joined({GetParam().lines, {retryLine, twoByOne}})));
 }
 
@@ -117,9 +113,9 @@ TEST_P(AFailedAttempt, IsTheEndIfItIsTheSecond) {
     GetParam().script(*this);
     answerGoodAttempt(); // a third attempt would succeed
     EXPECT_EQ(capture(), nullptr);
-    EXPECT_EQ(communicator.writes().size(), GetParam().writes * 2);
+    EXPECT_EQ(camera.requests().size(), GetParam().writes * 2);
     EXPECT_THAT(log.texts(), ElementsAreArray(joined({GetParam().lines, {retryLine}, GetParam().lines})));
-    EXPECT_THAT(imaging().calls, IsEmpty());
+    EXPECT_THAT(imagingCalls(), IsEmpty());
 }
 
 TEST_P(AFailedAttempt, FailsWithoutLoggingToo) {
@@ -127,7 +123,7 @@ TEST_P(AFailedAttempt, FailsWithoutLoggingToo) {
     GetParam().script(*this);
     GetParam().script(*this);
     EXPECT_EQ(capture(), nullptr);
-    EXPECT_EQ(communicator.writes().size(), GetParam().writes * 2);
+    EXPECT_EQ(camera.requests().size(), GetParam().writes * 2);
 }
 
 INSTANTIATE_TEST_SUITE_P(CaptureRetry, AFailedAttempt, ::testing::ValuesIn(failures),
@@ -137,81 +133,60 @@ INSTANTIATE_TEST_SUITE_P(CaptureRetry, AFailedAttempt, ::testing::ValuesIn(failu
                              return name;
                          });
 
+/// What the host throws goes out, as the transport's does; the connection is given back.
 struct CaptureExceptions : Capture {
-    const std::exception_ptr broken = std::make_exception_ptr(std::runtime_error("broken"));
+    const std::runtime_error broken{"broken"};
+
+    /// The capture of a camera that does all it is asked is sent so many requests and then throws.
+    void expectThrown(std::size_t requests, const Settings& settings = {}) {
+        camera.forget();
+        answerAttempt(settings.png ? pngFile(uniformSamples(2, 2, 1, 640)) : sgiFile(colours));
+        world.calls.clear();
+        EXPECT_THROW(capture(settings), std::runtime_error);
+        EXPECT_EQ(world.calls.of("send").size(), requests);
+        EXPECT_EQ(world.calls.of("close").size(), 1u);
+        EXPECT_THAT(world.imaging.alive, IsEmpty());
+        world.calls.failNoMore();
+    }
 };
 
 TEST_F(CaptureExceptions, PassFromEveryWriteAndTheConnectionIsReleased) {
-    for (std::size_t index = 0; index < 3; ++index) {
-        ScriptedCommunicator camera;
-        camera.throwOnWrite(index, broken);
-        for (std::size_t i = 0; i < index; ++i)
-            camera.afterNextWrite().deliver(doneMessage());
-        EXPECT_THROW(Korva::capture(&camera, false, false, false, 1, false), std::runtime_error);
-        EXPECT_EQ(camera.writes().size(), index + 1);
-        EXPECT_EQ(camera.kinds().back(), ScriptedCommunicator::Kind::disconnect);
+    for (const int request : {1, 2, 3}) {
+        world.calls.throwFrom("send", broken, request);
+        expectThrown(static_cast<std::size_t>(request));
     }
 }
 
 TEST_F(CaptureExceptions, PassFromTheReadsOfEveryAnswerAndTheConnectionIsReleased) {
-    const Bytes file = sgiFile(colours);
-    const Bytes answers[] = {doneMessage(), doneMessage(), imageMessage(file)};
-    for (std::size_t failing = 0; failing < 3; ++failing) {
-        for (const std::size_t before : {std::size_t{0}, std::size_t{6}, answers[failing].size() - 2}) {
-            ScriptedCommunicator camera;
-            for (std::size_t i = 0; i < failing; ++i)
-                camera.afterNextWrite().deliver(answers[i]);
-            camera.afterNextWrite();
-            if (before != 0)
-                camera.deliver(beginningOf(answers[failing], before));
-            camera.throwOnRead(broken);
-            EXPECT_THROW(Korva::capture(&camera, false, false, false, 1, false), std::runtime_error);
-            EXPECT_EQ(camera.writes().size(), failing + 1);
-            EXPECT_EQ(camera.kinds().back(), ScriptedCommunicator::Kind::disconnect);
+    for (const int answer : {1, 2, 3}) {
+        for (const char* const part : {"6", "5", "2"}) { // header, argument, checksum
+            world.calls.throwFrom("receive 10.0.0.5:32769 " + std::string(part), broken, answer);
+            expectThrown(static_cast<std::size_t>(answer));
         }
     }
-    EXPECT_THAT(imaging().calls, IsEmpty());
+    EXPECT_THAT(imagingCalls(), IsEmpty());
 }
 
 TEST_F(CaptureExceptions, PassFromTheImagingLibraryAndLeaveNoImage) {
-    const Bytes grey = pngFile(uniformSamples(2, 2, 1, 640));
-    for (const bool monochrome : {false, true}) {
-        for (const bool atCreate : {false, true}) {
-            ScriptedCommunicator camera;
-            const Bytes file = monochrome ? grey : sgiFile(colours);
-            camera.afterNextWrite().deliver(doneMessage()).afterNextWrite().deliver(doneMessage());
-            camera.afterNextWrite().deliver(imageMessage(file));
-            host.imaging.createException = atCreate ? broken : nullptr;
-            host.imaging.convertException = atCreate ? nullptr : broken;
-            EXPECT_THROW(Korva::capture(&camera, false, monochrome, monochrome, 1, false),
-                         std::runtime_error);
-            EXPECT_THAT(imaging().alive, IsEmpty());
-            EXPECT_EQ(camera.writes().size(), 3u); // the host's failure is no reason to try again
-            EXPECT_EQ(camera.kinds().back(), ScriptedCommunicator::Kind::disconnect);
+    for (const Settings& settings : {Settings{}, greyPng}) {
+        for (const char* const call : {"createImage", "convertToGreyscale"}) {
+            world.calls.throwFrom(call, broken);
+            expectThrown(3, settings); // the host's failure is no reason to try again
         }
     }
 }
 
 TEST_F(CaptureExceptions, PassFromTheReleaseAndLeaveNoImage) {
-    TestSupport::onScriptedHostCall() = [this](const std::string& call) {
-        if (call == "release" && host.imaging.calls.size() == 3)
-            std::rethrow_exception(broken);
-    };
-    answerGoodAttempt();
-    EXPECT_THROW(capture(), std::runtime_error);
-    EXPECT_THAT(imaging().calls, ::testing::ElementsAre("create", "convert", "release", "release"));
-    EXPECT_THAT(imaging().alive, IsEmpty());
+    world.calls.throwFrom("releaseImage", broken);
+    expectThrown(3);
+    EXPECT_THAT(imagingCalls(),
+                ElementsAre("createImage", "convertToGreyscale", "releaseImage", "releaseImage"));
 }
 
 TEST_F(CaptureExceptions, AreTheFirstOneWhereTheReleaseThrowsToo) {
-    host.imaging.convertException = broken;
-    TestSupport::onScriptedHostCall() = [](const std::string& call) {
-        if (call == "release")
-            throw 42;
-    };
-    answerGoodAttempt();
-    EXPECT_THROW(capture(), std::runtime_error);
-    EXPECT_THAT(imaging().alive, IsEmpty());
+    world.calls.throwFrom("convertToGreyscale", broken);
+    world.calls.throwAlways("releaseImage", 42);
+    expectThrown(3);
 }
 
 } // namespace

@@ -1,23 +1,24 @@
 #include "NativeCameraKorva/CaptureStopwatch.h"
 
-#include "Support/ScriptedFailures.h"
-#include "Support/ScriptedPlatform.h"
+#include "World/Calls.h"
+#include "World/Clock.h"
+#include "World/System.h"
 
 #include <gtest/gtest.h>
 
 namespace {
 
 using Korva::CaptureStopwatch;
-using TestSupport::PlatformScript;
+using World::System;
 
 struct Stopwatch : ::testing::Test {
     Stopwatch() {
-        PlatformScript::current() = {};
-        PlatformScript::current().frequency = 1000;
-        PlatformScript::current().counter = 500;
+        World::reset();
+        System::current().frequency = 1000;
+        System::current().counter = 500;
     }
 
-    static void pass(std::int64_t counts) { PlatformScript::current().counter += counts; }
+    static void pass(std::int64_t counts) { System::current().counter += counts; }
 
     CaptureStopwatch watch;
 };
@@ -84,7 +85,7 @@ TEST_F(Stopwatch, AnswersWithTheLastIntervalWhileRunning) {
 }
 
 TEST_F(Stopwatch, DividesByTheCountersFrequency) {
-    PlatformScript::current().frequency = 3;
+    System::current().frequency = 3;
     watch.start();
     pass(7);
     watch.stop();
@@ -93,7 +94,7 @@ TEST_F(Stopwatch, DividesByTheCountersFrequency) {
 
 TEST_F(Stopwatch, KeepsTheFractionOfLongIntervals) {
     // As a single quotient of doubles the last count would be lost.
-    PlatformScript::current().frequency = std::int64_t{1} << 53;
+    System::current().frequency = std::int64_t{1} << 53;
     watch.start();
     pass((std::int64_t{1} << 53) * 2 + 1);
     watch.stop();
@@ -105,10 +106,9 @@ TEST_F(Stopwatch, TellsNoTimeWhereTheFrequencyCannotBeHad) {
     watch.start();
     pass(5);
     watch.stop();
-    TestSupport::PlatformFailures::current() = {};
-    TestSupport::PlatformFailures::current().fail("QueryPerformanceFrequency");
+    World::Calls::current().fail("QueryPerformanceFrequency", 0);
     EXPECT_EQ(watch.elapsedMs(), 0.0);
-    PlatformScript::current().frequency = 0;
+    System::current().frequency = 0;
     EXPECT_EQ(watch.elapsedMs(), 0.0);
 }
 

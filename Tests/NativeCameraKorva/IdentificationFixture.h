@@ -1,5 +1,5 @@
 #pragma once
-// A camera to be identified: scripted transport, network, platform and imaging.
+// A camera of the world's network, to be identified.
 
 #include "NativeCameraKorva/KorvaHelper.h"
 #include "NativeCameraKorva/KorvaIdentification.h"
@@ -9,12 +9,8 @@
 #include "Communicator/PosixEthernetCommunicator.h"
 #include "Support/LogCapture.h"
 #include "Support/LogLocation.h"
-#include "Support/PictureFiles.h"
-#include "Support/ScriptedHost.h"
-#include "Support/ScriptedNetwork.h"
-#include "Support/ScriptedPlatform.h"
-#include "Support/ScriptedTransport.h"
-#include "Support/WireMessages.h"
+#include "Support/SamplePictures.h"
+#include "World/Stage.h"
 
 #include <gmock/gmock.h>
 
@@ -25,11 +21,9 @@
 
 namespace IdentificationTests {
 
-using TestSupport::answerText;
 using TestSupport::LogText;
-using TestSupport::NetworkScript;
-using TestSupport::PlatformScript;
-using TestSupport::ScriptedCommunicator;
+using World::answerCapture;
+using World::Bytes;
 
 inline constexpr char loggerName[] = "Plenar.KorvaCamera.KorvaCapture";
 inline constexpr char knownMac[] = "00-1a-2b-3c-4d-5e";
@@ -46,64 +40,31 @@ inline std::wstring messageOf(const std::function<void()>& call) {
 }
 
 /// A grey 16-bit PNG file, bright throughout.
-inline Support::Bytes samplePng(std::uint32_t width, std::uint32_t height) {
-    Support::Bytes rows;
-    for (std::uint32_t row = 0; row < height; ++row) {
-        rows.push_back(0);
-        rows.insert(rows.end(), std::size_t{2} * width, 0x10);
-    }
-    Support::Bytes file = Support::pngSignature();
-    for (const Support::Bytes& chunk : {Support::pngHeader(width, height, 16, Support::PngColour::grey),
-                                        Support::pngPixels(rows), Support::pngEnd()})
-        file.insert(file.end(), chunk.begin(), chunk.end());
-    return file;
+inline Bytes samplePng(std::uint16_t width, std::uint16_t height) {
+    return TestSupport::pngFile(TestSupport::uniformSamples(width, height, 1, 0x1010));
 }
 
-/// The camera takes a picture and sends `file`.
-inline void answerGrab(ScriptedCommunicator& camera, const Support::Bytes& file) {
-    camera.afterNextWrite().deliver(TestSupport::wireMessage({{0, {}}}));
-    camera.afterNextWrite().deliver(TestSupport::wireMessage({{0, {}}}));
-    camera.afterNextWrite().deliver(TestSupport::wireMessage({{6, file}}));
-}
-
-/// The camera's answer to a request of a grab is that it cannot.
-inline void answerError(ScriptedCommunicator& camera) {
-    camera.afterNextWrite().deliver(TestSupport::wireMessage({{1, {0, 0, 0, 5}}}));
-}
-
-/// A camera at 10.0.0.5. The logger stands at info. Nothing may be left alive but the `camera`.
+/// A camera at 10.0.0.5, or at whatever address is asked. The logger stands at info.
 struct Identification : ::testing::Test {
-    TestSupport::ScriptedHost host;
-    TestSupport::ScriptedTransport transport;
+    World::Stage world;
     TestSupport::LogCapture log{loggerName, log4cxx::Level::getInfo()};
     PosixEthernetCommunicator camera{L"10.0.0.5", 32768, -1};
 
     Identification() {
-        PlatformScript::current() = {};
-        NetworkScript::current() = {};
-        // ARP stands in the transport's log, in order.
-        NetworkScript::current().onCall = [this](const std::string& call) {
-            if (call.starts_with("SendARP"))
-                transport.note(call);
-        };
+        text();
+        binary();
     }
     ~Identification() override {
         TestSupport::expectFrom(log, "KorvaHelper");
-        EXPECT_EQ(transport.alive(), 1);
         EXPECT_FALSE(camera.isConnected());
-        EXPECT_TRUE(host.imaging.alive.empty());
-        NetworkScript::current() = {};
     }
 
-    ScriptedCommunicator& text() { return transport.atPort(32768); }
-    ScriptedCommunicator& binary() { return transport.atPort(32769); }
+    World::Peer& text() { return world.at("", 32768); }
+    World::Peer& binary() { return world.at("", 32769); }
 
     /// The camera answers the three queries, each once.
     void answerQueries(const std::string& hardwareId = "XM61", const std::string& software = "3.2.15") {
-        answerText(text(), "[Version --HW " + hardwareId + " --SW " + software + " --API 7]");
-        answerText(text(), "[SerialNumber --Camera K-0042]");
-        answerText(text(), "[--Settings --NetworkProtocol DHCP --NetMask 255.255.255.0 "
-                           "--NetGateway 10.0.0.1]");
+        World::answerIdentification(text(), {hardwareId, software});
     }
 
     CameraInfo identify(const std::string& mac = knownMac) {

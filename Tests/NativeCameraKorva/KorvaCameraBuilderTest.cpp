@@ -6,12 +6,12 @@
 #include "NativeCameraControl/NativeCameraTemplate.h"
 #include "NativeCameraKorva/KorvaCamera.h"
 #include "NativeCameraKorva/KorvaCameraLoader.h"
+#include "OtherEthernet.h"
 #include "ReferenceHost/DeviceDescription.h"
 #include "Support/LogCapture.h"
 #include "Support/LogLocation.h"
-#include "Support/ScriptedNetwork.h"
-#include "Support/ScriptedPlatform.h"
-#include "Support/ScriptedTransport.h"
+#include "Support/ScriptedCommunicator.h"
+#include "World/Stage.h"
 
 #include <gmock/gmock.h>
 
@@ -27,28 +27,22 @@ using ::testing::ElementsAre;
 using ::testing::HasSubstr;
 using ::testing::IsEmpty;
 using ::testing::SizeIs;
-using TestSupport::answerText;
 using TestSupport::LogLine;
 using TestSupport::LogText;
 
 using DevicePointer = std::unique_ptr<Device>;
 
-/// A builder over a scripted transport, of whose communicators none may be left.
+/// A builder, of whose communicators none may be left.
 struct CameraBuilder : ::testing::Test {
-    TestSupport::ScriptedTransport transport;
+    World::Stage world;
     TestSupport::LogCapture log{"Plenar.KorvaCamera.KorvaCameraBuilder"};
     TestSupport::LogCapture identificationLog{"Plenar.KorvaCamera.KorvaCapture"};
     KorvaCameraBuilder korvaBuilder;
     const DeviceBuilder& builder = korvaBuilder;
 
-    CameraBuilder() {
-        TestSupport::PlatformScript::current() = {};
-        TestSupport::NetworkScript::current() = {};
-    }
     ~CameraBuilder() override {
         TestSupport::expectFrom(log, "KorvaCameraBuilder");
         TestSupport::expectFrom(identificationLog, "KorvaHelper");
-        EXPECT_EQ(transport.alive(), 0);
     }
 
     const EthernetCommunicator& communicatorOf(const Device& device) const {
@@ -71,17 +65,13 @@ std::string korva(const std::string& name) {
     return descriptionOf(name, 6);
 }
 
-constexpr char connection[] = "<connection/>";
+std::string connectionTo(const std::string& address) {
+    return "<connection><address>" + address + "</address><port>32769</port></connection>";
+}
+
+const std::string connection = connectionTo("10.0.0.1");
 
 struct BuilderFromXml : CameraBuilder {
-    int connections = 0;
-
-    BuilderFromXml() {
-        transport.onBuild = [this](xercesc::DOMNode* /*element*/) {
-            return new PosixEthernetCommunicator(L"10.0.0." + std::to_wstring(++connections), 32769, -1);
-        };
-    }
-
     DevicePointer build(const std::string& children) const {
         const ReferenceHost::DeviceDescription description("<Device>" + children + "</Device>");
         return DevicePointer(builder.build(description.root()));
@@ -95,18 +85,7 @@ TEST_F(BuilderFromXml, BuildsTheCameraThatIsDescribed) {
     EXPECT_EQ(infoOf(*device).getSerialNumber(), L"K-1");
     EXPECT_EQ(communicatorOf(*device).getAddress(), L"10.0.0.1");
     EXPECT_EQ(&device->getType(), &getKorvaCameraType());
-    EXPECT_THAT(transport.calls("connect"), IsEmpty());
-}
-
-TEST_F(BuilderFromXml, GivesTheConnectionsElementToTheHost) {
-    std::string name;
-    transport.onBuild = [&name](xercesc::DOMNode* element) {
-        for (const XMLCh* unit = element->getNodeName(); *unit != 0; ++unit)
-            name += static_cast<char>(*unit);
-        return new PosixEthernetCommunicator(L"10.0.0.1", 32769, -1);
-    };
-    EXPECT_NE(build(connection + korva("K-1")), nullptr);
-    EXPECT_EQ(name, "connection");
+    EXPECT_THAT(world.calls.of("connect"), IsEmpty());
 }
 
 TEST_F(BuilderFromXml, SkipsWhatIsNeither) {
@@ -127,10 +106,10 @@ TEST_F(BuilderFromXml, JudgesTheLastOfTwoDescriptions) {
 }
 
 TEST_F(BuilderFromXml, TakesTheLastOfTwoConnectionsAndDestroysTheFirst) {
-    const DevicePointer device = build(connection + korva("K-1") + connection);
+    const DevicePointer device = build(connection + korva("K-1") + connectionTo("10.0.0.2"));
     ASSERT_NE(device, nullptr);
     EXPECT_EQ(communicatorOf(*device).getAddress(), L"10.0.0.2");
-    EXPECT_THAT(transport.calls("destroy"), ElementsAre("destroy 10.0.0.1:32769"));
+    EXPECT_THAT(world.calls.of("delete"), ElementsAre("delete 10.0.0.1:32769"));
 }
 
 TEST_F(BuilderFromXml, ComparesNamesExactly) {
@@ -149,14 +128,14 @@ TEST_F(BuilderFromXml, SeesTheChildrenAlone) {
 
 TEST_F(BuilderFromXml, BuildsNothingWithoutADescription) {
     EXPECT_EQ(build(connection), nullptr);
-    EXPECT_EQ(connections, 1);
+    EXPECT_THAT(world.calls.of("buildCommunicator"), SizeIs(1));
     EXPECT_THAT(log.texts(), IsEmpty());
 }
 
 TEST_F(BuilderFromXml, BuildsNothingWithoutAConnection) {
     EXPECT_EQ(build(korva("K-1")), nullptr);
     EXPECT_EQ(build(""), nullptr);
-    transport.onBuild = [](xercesc::DOMNode* /*element*/) { return nullptr; };
+    world.calls.fail("buildCommunicator", 0); // the host makes none of it
     EXPECT_EQ(build(korva("K-1") + connection), nullptr);
     EXPECT_THAT(log.texts(), IsEmpty());
 }
@@ -164,7 +143,7 @@ TEST_F(BuilderFromXml, BuildsNothingWithoutAConnection) {
 TEST_F(BuilderFromXml, BuildsNothingOfAnotherFamily) {
     for (const int type : {0, 5, 7, -6})
         EXPECT_EQ(build(descriptionOf("X", type) + connection), nullptr) << type;
-    EXPECT_EQ(build("<CameraInfo/>" + std::string(connection)), nullptr);
+    EXPECT_EQ(build("<CameraInfo/>" + connection), nullptr);
     EXPECT_THAT(log.texts(), IsEmpty());
 }
 
@@ -175,18 +154,13 @@ TEST_F(BuilderFromXml, BuildsNothingFromNoElement) {
 TEST_F(BuilderFromXml, PassesOnWhatADescriptionThrows) {
     const std::string unreadable = "<CameraInfo><cameraTypeEnum>six</cameraTypeEnum></CameraInfo>";
     EXPECT_THROW(build(connection + korva("K-1") + unreadable), DeviceException);
-    EXPECT_THAT(transport.calls("destroy"), SizeIs(1));
+    EXPECT_THAT(world.calls.of("delete"), SizeIs(1));
     EXPECT_THAT(log.texts(), IsEmpty());
 }
 
 TEST_F(BuilderFromXml, PassesOnWhatAConnectionThrows) {
-    transport.onBuild = [this](xercesc::DOMNode* /*element*/) -> Communicator* {
-        if (++connections == 2)
-            throw DeviceException(L"no such connection");
-        return new PosixEthernetCommunicator(L"10.0.0.1", 32769, -1);
-    };
-    EXPECT_THROW(build(korva("K-1") + connection + connection), DeviceException);
-    EXPECT_THAT(transport.calls("destroy"), SizeIs(1));
+    EXPECT_THROW(build(korva("K-1") + connection + "<connection/>"), DeviceException);
+    EXPECT_THAT(world.calls.of("delete"), SizeIs(1));
 }
 
 TEST_F(BuilderFromXml, ReadsBackWhatADeviceWrote) {
@@ -279,12 +253,8 @@ TEST_F(BuilderFromTemplate, PassesOnWhateverElseIsThrown) {
 
 struct BuilderFromConnection : CameraBuilder {
     /// The camera at that address answers its identification.
-    void answerQueries(const std::wstring& address) {
-        TestSupport::ScriptedCommunicator& camera = transport.at(address, 32768);
-        answerText(camera, "[Version --HW XM615 --SW 3.2.15 --API 7]");
-        answerText(camera, "[SerialNumber --Camera K-0042]");
-        answerText(camera, "[--Settings --NetworkProtocol DHCP --NetMask 255.255.255.0 "
-                           "--NetGateway 10.0.0.1]");
+    void answerQueries(const std::string& address) {
+        World::answerIdentification(world.at(address, 32768), {.hardware = "XM615"});
     }
     DevicePointer build(Communicator* communicator) const {
         return DevicePointer(builder.build(communicator));
@@ -296,7 +266,7 @@ struct BuilderFromConnection : CameraBuilder {
 };
 
 TEST_F(BuilderFromConnection, IdentifiesTheCamera) {
-    answerQueries(L"10.0.0.5");
+    answerQueries("10.0.0.5");
     const DevicePointer device = buildFrom(L"10.0.0.5", 32768);
     ASSERT_NE(device, nullptr);
     EXPECT_NE(dynamic_cast<KorvaCamera*>(device.get()), nullptr);
@@ -305,13 +275,13 @@ TEST_F(BuilderFromConnection, IdentifiesTheCamera) {
     EXPECT_EQ(infoOf(*device).getSerialNumber(), L"K-0042");
     EXPECT_EQ(infoOf(*device).getResolutionX(), 2748);
     EXPECT_EQ(infoOf(*device).getMacAddress(), L"");
-    EXPECT_THAT(TestSupport::NetworkScript::current().callsOf("SendARP"), SizeIs(1)) << "as without a MAC";
+    EXPECT_THAT(world.calls.of("SendARP"), SizeIs(1)) << "as without a MAC";
     EXPECT_THAT(log.texts(), IsEmpty());
 }
 
 TEST_F(BuilderFromConnection, ConnectsTheDeviceToTheBinaryPortWhateverItWasGiven) {
     for (const int port : {1, 32768, 32769, 40000}) {
-        answerQueries(L"10.0.0.5");
+        answerQueries("10.0.0.5");
         const DevicePointer device = buildFrom(L"10.0.0.5", port);
         ASSERT_NE(device, nullptr);
         EXPECT_EQ(communicatorOf(*device).getAddress(), L"10.0.0.5");
@@ -321,17 +291,17 @@ TEST_F(BuilderFromConnection, ConnectsTheDeviceToTheBinaryPortWhateverItWasGiven
 }
 
 TEST_F(BuilderFromConnection, LeavesTheGivenConnectionAlone) {
-    answerQueries(L"10.0.0.5");
+    answerQueries("10.0.0.5");
     PosixEthernetCommunicator given(L"10.0.0.5", 40000, 250);
     const DevicePointer device = build(&given);
     ASSERT_NE(device, nullptr);
     EXPECT_NE(device->getCommunicator(), &given);
-    EXPECT_THAT(transport.calls("connect"), ElementsAre("connect 10.0.0.5:32768"));
-    EXPECT_THAT(transport.calls("destroy 10.0.0.5:40000"), IsEmpty());
+    EXPECT_THAT(world.calls.of("connect"), ElementsAre("connect 10.0.0.5:32768 5000"));
+    EXPECT_THAT(world.calls.of("delete 10.0.0.5:40000"), IsEmpty());
 }
 
 TEST_F(BuilderFromConnection, AsksAtAnAddressThatIsNoAscii) {
-    answerQueries(L"k\u00f6rva.local");
+    answerQueries("k\xC3\xB6rva.local");
     EXPECT_NE(buildFrom(L"k\u00f6rva.local", 32768), nullptr);
 }
 
@@ -345,25 +315,14 @@ TEST_F(BuilderFromConnection, WarnsWhereThereIsNone) {
     EXPECT_EQ(line.line, 37);
 }
 
-/// A network connection that is not the host's TCP client.
-struct OtherEthernetCommunicator final : EthernetCommunicator {
-    std::wstring getAddress() const override { return L"10.0.0.5"; }
-    int getPort() const override { return 32768; }
-    void writeBytes(const void*, unsigned int, bool, int) override {}
-    int readBytes(void*, unsigned int, int, unsigned int) override { return 0; }
-    bool isConnected() const override { return true; }
-    void connect() override {}
-    void disconnect() noexcept override {}
-};
-
 TEST_F(BuilderFromConnection, WarnsWhereItIsOfAnotherKind) {
     TestSupport::ScriptedCommunicator other;
-    OtherEthernetCommunicator otherEthernet;
+    IdentificationTests::OtherEthernet otherEthernet;
     EXPECT_EQ(build(&other), nullptr);
     EXPECT_EQ(build(&otherEthernet), nullptr);
     const LogText warning{"WARN", "Ethernet communicator needed to build Korva camera"};
     EXPECT_THAT(log.texts(), ElementsAre(warning, warning));
-    EXPECT_THAT(transport.calls(), IsEmpty());
+    EXPECT_THAT(world.calls.lines(), IsEmpty());
 }
 
 TEST_F(BuilderFromConnection, DependsOnNoLogging) {
@@ -374,6 +333,7 @@ TEST_F(BuilderFromConnection, DependsOnNoLogging) {
 }
 
 TEST_F(BuilderFromConnection, LogsACameraThatCannotBeIdentified) {
+    world.at("10.0.0.5", 32768); // it says nothing
     EXPECT_EQ(buildFrom(L"10.0.0.5", 32768), nullptr);
     ASSERT_THAT(log.texts(),
                 ElementsAre(LogText{"ERROR", "DeviceException while determining camera info."},
@@ -385,45 +345,29 @@ TEST_F(BuilderFromConnection, LogsACameraThatCannotBeIdentified) {
 }
 
 TEST_F(BuilderFromConnection, LogsTheSourceLineOfAFailureThatHasOne) {
-    transport.onCall = [](const std::string& call) {
-        if (call.starts_with("connect"))
-            throw DeviceException(L"na\u00efve", L"Client.cpp", 0);
-    };
+    world.calls.throwFrom("connect", DeviceException(L"na\u00efve", L"Client.cpp", 0));
     EXPECT_EQ(buildFrom(L"10.0.0.5", 32768), nullptr);
     EXPECT_THAT(log.texts(), Contains(LogText{"ERROR", "    na\u00efve @ Client.cpp:0"}));
 }
 
 TEST_F(BuilderFromConnection, LogsTheMessageAloneOfAFailureWithoutSourceLine) {
-    transport.onCall = [](const std::string& call) {
-        if (call.starts_with("connect"))
-            throw DeviceException(L"broken", L"Client.cpp", -1);
-    };
+    world.calls.throwFrom("connect", DeviceException(L"broken", L"Client.cpp", -1));
     EXPECT_EQ(buildFrom(L"10.0.0.5", 32768), nullptr);
     EXPECT_THAT(log.texts(), Contains(LogText{"ERROR", "    broken"}));
 }
 
 TEST_F(BuilderFromConnection, LogsADeviceConnectionThatCannotBeMade) {
-    answerQueries(L"10.0.0.5");
-    int created = 0;
-    transport.onCall = [&created](const std::string& call) {
-        if (call.starts_with("create") && ++created == 2)
-            throw DeviceException(L"no more");
-    };
+    answerQueries("10.0.0.5");
+    world.calls.throwFrom("createEthernetCommunicator", DeviceException(L"no more"), 2);
     EXPECT_EQ(buildFrom(L"10.0.0.5", 32768), nullptr);
     EXPECT_THAT(log.texts(), ElementsAre(LogText{"ERROR", "DeviceException while determining camera info."},
                                          LogText{"ERROR", "    no more"}));
 }
 
 TEST_F(BuilderFromConnection, PassesOnWhateverElseIsThrown) {
-    transport.onCall = [](const std::string& call) {
-        if (call.starts_with("connect"))
-            throw std::runtime_error("unexpected");
-    };
+    world.calls.throwFrom("connect", std::runtime_error("unexpected"));
     EXPECT_THROW(buildFrom(L"10.0.0.5", 32768), std::runtime_error);
-    transport.onCall = [](const std::string& call) {
-        if (call.starts_with("connect"))
-            throw TolvaneException(L"an elder");
-    };
+    world.calls.throwFrom("connect", TolvaneException(L"an elder"));
     EXPECT_THROW(buildFrom(L"10.0.0.5", 32768), TolvaneException);
     EXPECT_THAT(log.texts(), IsEmpty());
 }

@@ -72,26 +72,18 @@ TEST_F(LocatorCameras, AreToBeReachedOnTheBinaryPort) {
 
 TEST_F(LocatorCameras, AreContactedWhenTheSearchIsClosed) {
     addCamera("Lab", "10.0.0.5", firstHardware);
-    network.onCall = [this](const std::string& call) {
-        if (call.starts_with("closesocket") || call == "WSACleanup" || call.starts_with("SendARP"))
-            transport.note(call);
-    };
-    observer.onFound = [this] { transport.note("observer"); };
+    observer.onFound = [this] { calls.note("observer"); };
     search();
-    std::vector<std::string> calls = transport.calls();
-    std::erase_if(calls, [](const std::string& call) {
-        return call.starts_with("read") || call.starts_with("write") || call.starts_with("connect") ||
-               call.starts_with("disconnect");
-    });
-    EXPECT_THAT(calls,
+    EXPECT_THAT(calls.of({"closesocket", "WSACleanup", "SendARP", "new", "createEthernetCommunicator",
+                          "delete", "observer"}),
                 ElementsAre("closesocket 1", "WSACleanup", "SendARP 10.0.0.5, 0.0.0.0, <ffffffffffff>",
                             // the identification's own, for its text and for a sample picture
-                            "construct 10.0.0.5:32768 -1", "create 10.0.0.5:32769 -1",
-                            "construct 10.0.0.5:32769 -1", "destroy 10.0.0.5:32769", "destroy 10.0.0.5:32768",
+                            "new 10.0.0.5:32768 -1", "createEthernetCommunicator 10.0.0.5:32769 -1",
+                            "new 10.0.0.5:32769 -1", "delete 10.0.0.5:32769", "delete 10.0.0.5:32768",
                             // the one that the template is made of
-                            "create 10.0.0.5:32769 -1", "construct 10.0.0.5:32769 -1", "observer",
-                            "destroy 10.0.0.5:32769"));
-    EXPECT_THAT(transport.calls("connect"), ElementsAre("connect 10.0.0.5:32768"));
+                            "createEthernetCommunicator 10.0.0.5:32769 -1", "new 10.0.0.5:32769 -1",
+                            "observer", "delete 10.0.0.5:32769"));
+    EXPECT_THAT(calls.of("connect"), ElementsAre("connect 10.0.0.5:32768 5000"));
 }
 
 TEST_F(LocatorCameras, AreReportedInTheOrderOfTheirReplies) {
@@ -123,7 +115,7 @@ TEST_F(LocatorCameras, ThatAnswerOnTwoAdaptersAreReportedOnce) {
         ElementsAre(LogText{"INFO", "Found Korva with MAC 00-1a-2b-3c-4d-5e"},
                     LogText{"INFO", "Found Korva with MAC 00-1a-2b-3c-4d-5e more than once, ignoring.."},
                     LogText{"INFO", "Found Korva with MAC 00-1a-2b-3c-4d-5f"}));
-    EXPECT_THAT(transport.calls("construct 10.0.1.5"), IsEmpty());
+    EXPECT_THAT(calls.of("new 10.0.1.5"), IsEmpty());
 }
 
 TEST_F(LocatorCameras, WithoutMacAddressAreOneToTheSearch) {
@@ -149,6 +141,7 @@ TEST_F(LocatorCameras, AreForgottenByTheNextSearch) {
 
 TEST_F(LocatorCameras, ThatCannotBeIdentifiedAreSkipped) {
     network.datagrams.push_back(replyOf("Dead", "10.0.0.9"));
+    world.at("10.0.0.9", 32768); // it says nothing
     network.arp["10.0.0.9"].hardwareAddress = secondHardware;
     addCamera("Lab", "10.0.0.5", firstHardware);
     search();
@@ -164,16 +157,13 @@ TEST_F(LocatorCameras, ThatCannotBeIdentifiedStaySeen) {
     network.datagrams = {replyOf("Dead", "10.0.0.9"), replyOf("Dead", "10.0.0.9")};
     network.arp["10.0.0.9"].hardwareAddress = secondHardware;
     search();
-    EXPECT_THAT(transport.calls("construct"), SizeIs(1));
+    EXPECT_THAT(calls.of("new"), SizeIs(1));
     EXPECT_THAT(linesOf("Found Korva with MAC 00-1a-2b-3c-4d-5f more"), SizeIs(1));
 }
 
 TEST_F(LocatorCameras, AreSkippedWithTheSourceLineOfTheFailure) {
     addCamera("Lab", "10.0.0.5", firstHardware);
-    transport.onCall = [](const std::string& call) {
-        if (call.starts_with("connect"))
-            throw DeviceException(L"na\u00efve", L"Client.cpp", 12);
-    };
+    calls.throwFrom("connect", DeviceException(L"na\u00efve", L"Client.cpp", 12));
     search();
     EXPECT_THAT(troubles(), ElementsAre(LogText{"ERROR", "DeviceException while determining camera info."},
                                         LogText{"ERROR", "    na\u00efve @ Client.cpp:12"}));
@@ -181,11 +171,7 @@ TEST_F(LocatorCameras, AreSkippedWithTheSourceLineOfTheFailure) {
 
 TEST_F(LocatorCameras, WhoseConnectionCannotBeMadeAreSkipped) {
     addCamera("Lab", "10.0.0.5", firstHardware);
-    int created = 0;
-    transport.onCall = [&created](const std::string& call) {
-        if (call.starts_with("create") && ++created == 2)
-            throw DeviceException(L"no more");
-    };
+    calls.throwFrom("createEthernetCommunicator", DeviceException(L"no more"), 2);
     search();
     EXPECT_THAT(observer.found, IsEmpty());
     EXPECT_THAT(troubles(), ElementsAre(LogText{"ERROR", "DeviceException while determining camera info."},
@@ -202,10 +188,7 @@ TEST_F(LocatorCameras, AreIndependentOfWhatAnotherThrows) {
 
 TEST_F(LocatorCameras, AreGuardedAgainstExceptionsOfAnyClass) {
     addCamera("Bad", "10.0.0.9", secondHardware);
-    transport.onCall = [](const std::string& call) {
-        if (call.starts_with("connect"))
-            throw 42; // no std::exception
-    };
+    calls.throwFrom("connect", 42); // no std::exception
     EXPECT_NO_THROW(search());
     EXPECT_THAT(troubles(), SizeIs(1));
 }
@@ -213,10 +196,7 @@ TEST_F(LocatorCameras, AreGuardedAgainstExceptionsOfAnyClass) {
 TEST_F(LocatorCameras, WhoseAddressLookUpThrowsAreGuardedToo) {
     addCamera("Bad", "10.0.0.9", secondHardware);
     addCamera("Lab", "10.0.0.5", firstHardware);
-    network.onCall = [](const std::string& call) {
-        if (call.starts_with("SendARP 10.0.0.9"))
-            throw DeviceException(L"unexpected");
-    };
+    calls.throwFrom("SendARP 10.0.0.9", DeviceException(L"unexpected"));
     search();
     expectOnlyLabWasFound();
 }

@@ -38,18 +38,18 @@ struct LocatorReplies : LocatorSearch {
 TEST_F(LocatorReplies, AreReadUntilNoneComes) {
     network.datagrams = {replyOf("Lab 2", "10.0.0.5"), "hello", replyOf("Roof", "10.0.0.6")};
     search();
-    EXPECT_THAT(network.callsOf("recvfrom"), SizeIs(4));
+    EXPECT_THAT(calls.of("recvfrom"), SizeIs(4));
     EXPECT_THAT(recognised(), ElementsAre("Lab 2 10.0.0.5", "Roof 10.0.0.6"));
     EXPECT_THAT(linesOf("Last"), ElementsAre(LogText{"INFO", "Last recv returned: -1 WSAError: 10060"}));
 }
 
 TEST_F(LocatorReplies, EndWithAnyFailureOfTheSocket) {
     network.datagrams = {replyOf("Lab", "10.0.0.5"), replyOf("Roof", "10.0.0.6")};
-    network.fail("recvfrom", WSAECONNRESET, 2);
+    calls.fail("recvfrom", WSAECONNRESET, 2);
     search();
     EXPECT_THAT(recognised(), ElementsAre("Lab 10.0.0.5"));
     EXPECT_THAT(linesOf("Last"), ElementsAre(LogText{"INFO", "Last recv returned: -1 WSAError: 10054"}));
-    EXPECT_THAT(network.callsOf("SendARP"), SizeIs(1)) << "what was gathered is worked on";
+    EXPECT_THAT(calls.of("SendARP"), SizeIs(1)) << "what was gathered is worked on";
 }
 
 TEST_F(LocatorReplies, EndWithAnEmptyDatagram) {
@@ -115,7 +115,7 @@ TEST_F(LocatorReplies, OfOneCameraMakeTwoEntries) {
     network.datagrams = {replyOf("Lab", "10.0.0.5"), replyOf("Lab", "10.0.0.5")};
     search();
     EXPECT_THAT(recognised(), ElementsAre("Lab 10.0.0.5", "Lab 10.0.0.5"));
-    EXPECT_THAT(network.callsOf("SendARP"), SizeIs(2));
+    EXPECT_THAT(calls.of("SendARP"), SizeIs(2));
 }
 
 struct Parsed {

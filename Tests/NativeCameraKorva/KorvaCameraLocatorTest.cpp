@@ -24,15 +24,15 @@ struct LocatorQuery : LocatorSearch {
     void expectNoSearch() const {
         EXPECT_THAT(network.openSockets, IsEmpty());
         EXPECT_EQ(network.startups, 1);
-        EXPECT_THAT(network.callsOf("WSACleanup"), IsEmpty());
-        EXPECT_THAT(network.callsOf("recvfrom"), IsEmpty());
+        EXPECT_THAT(calls.of("WSACleanup"), IsEmpty());
+        EXPECT_THAT(calls.of("recvfrom"), IsEmpty());
         EXPECT_THAT(observer.found, IsEmpty());
     }
 };
 
 TEST_F(LocatorQuery, ReportsNobodyWhereNoCameraAnswers) {
     search();
-    EXPECT_THAT(network.calls,
+    EXPECT_THAT(calls.lines(),
                 ElementsAre("WSAStartup 0x0202", "socket 2, 2, 17", "setsockopt 1, 65535, 32, <79>",
                             "GetAdaptersInfo null, 0",
                             "GetAdaptersInfo buffer, " + std::to_string(sizeof(IP_ADAPTER_INFO)),
@@ -47,6 +47,15 @@ TEST_F(LocatorQuery, ReportsNobodyWhereNoCameraAnswers) {
                                          LogText{"INFO", "Last recv returned: -1 WSAError: 10060"}));
     EXPECT_THAT(observer.found, IsEmpty());
     EXPECT_EQ(network.startups, 0);
+    EXPECT_EQ(World::elapsed(), std::chrono::seconds(1));
+}
+
+TEST_F(LocatorQuery, LastsUntilASecondPassesWithoutADatagram) {
+    using namespace std::chrono_literals;
+    network.datagrams = {{"one", 999ms}, {"two", 1000ms}, {"too late", 1001ms}};
+    search();
+    EXPECT_EQ(World::elapsed(), 999ms + 1000ms + 1000ms);
+    EXPECT_THAT(linesOf("Got message"), SizeIs(2));
 }
 
 TEST_F(LocatorQuery, LogsItsLinesAsTheLocators) {
@@ -60,7 +69,7 @@ TEST_F(LocatorQuery, DependsOnNoLogging) {
     log.setLevel(log4cxx::Level::getOff());
     addCamera("Lab", "10.0.0.5");
     search();
-    EXPECT_THAT(network.callsOf("inet_ntop"), SizeIs(1));
+    EXPECT_THAT(calls.of("inet_ntop"), SizeIs(1));
     EXPECT_THAT(observer.found, SizeIs(1));
     EXPECT_THAT(log.texts(), IsEmpty());
 }
@@ -70,7 +79,7 @@ TEST_F(LocatorQuery, GoesToEveryAdapterInOrderByItsFirstAddress) {
                         {"eth0", {{"10.1.2.3", "255.255.0.0"}}},
                         {"eth2", {{"10.20.30.40", "255.255.255.240"}}}};
     search();
-    EXPECT_THAT(network.callsOf("sendto"),
+    EXPECT_THAT(calls.of("sendto"),
                 ElementsAre(sendTo("192.168.10.255"), sendTo("10.1.255.255"), sendTo("10.20.30.47")));
     EXPECT_THAT(linesOf("UDP"),
                 ElementsAre(LogText{"INFO", "UDP broadcasting Korva Discovery on: 192.168.10.255"},
@@ -81,7 +90,7 @@ TEST_F(LocatorQuery, GoesToEveryAdapterInOrderByItsFirstAddress) {
 TEST_F(LocatorQuery, GoesToTheWholeNetworkFromAnAdapterWithoutAddress) {
     network.adapters = {{"eth0", {}}};
     search();
-    EXPECT_THAT(network.callsOf("sendto"), ElementsAre(sendTo("255.255.255.255")));
+    EXPECT_THAT(calls.of("sendto"), ElementsAre(sendTo("255.255.255.255")));
     EXPECT_THAT(log.texts(), IsSupersetOf({LogText{"INFO", "IP on network adapter: 0.0.0.0"},
                                            LogText{"INFO", "Mask on network adapter: 0.0.0.0"}}));
 }
@@ -89,53 +98,53 @@ TEST_F(LocatorQuery, GoesToTheWholeNetworkFromAnAdapterWithoutAddress) {
 TEST_F(LocatorQuery, CountsTextsThatAreNoAddressAsZero) {
     network.adapters = {{"eth0", {{"10.0.0.1", "garbage"}}}, {"eth1", {{"", "255.255.255.0"}}}};
     search();
-    EXPECT_THAT(network.callsOf("sendto"), ElementsAre(sendTo("255.255.255.255"), sendTo("0.0.0.255")));
+    EXPECT_THAT(calls.of("sendto"), ElementsAre(sendTo("255.255.255.255"), sendTo("0.0.0.255")));
     EXPECT_THAT(log.texts(), IsSupersetOf({LogText{"INFO", "Mask on network adapter: garbage"},
                                            LogText{"INFO", "IP on network adapter: "}}));
 }
 
 TEST_F(LocatorQuery, LogsNoAddressThatCannotBeFormatted) {
-    network.fail("inet_ntop", 87);
+    calls.fail("inet_ntop", 87);
     search();
-    EXPECT_THAT(network.callsOf("sendto"), ElementsAre(sendTo("10.0.0.255")));
+    EXPECT_THAT(calls.of("sendto"), ElementsAre(sendTo("10.0.0.255")));
     EXPECT_THAT(linesOf("UDP"), ElementsAre(LogText{"INFO", "UDP broadcasting Korva Discovery on: "}));
 }
 
 TEST_F(LocatorQuery, EndsWhereBroadcastCannotBeEnabled) {
-    network.fail("setsockopt", WSAENOPROTOOPT);
+    calls.fail("setsockopt", WSAENOPROTOOPT);
     search();
     expectNoSearch();
-    EXPECT_THAT(network.calls, ElementsAre("WSAStartup 0x0202", "socket 2, 2, 17",
+    EXPECT_THAT(calls.lines(), ElementsAre("WSAStartup 0x0202", "socket 2, 2, 17",
                                            "setsockopt 1, 65535, 32, <79>", "closesocket 1"));
     EXPECT_THAT(log.texts(), ElementsAre(LogText{"INFO", "broadcastObserverSearch.."},
                                          LogText{"WARN", "setsockopt failed"}));
 }
 
 TEST_F(LocatorQuery, EndsWhereThereIsNoSocket) {
-    network.fail("socket", WSAEMFILE);
+    calls.fail("socket", WSAEMFILE);
     search();
     expectNoSearch();
     EXPECT_THAT(log.textsFrom(log4cxx::Level::getWarn()), ElementsAre(LogText{"WARN", "setsockopt failed"}));
 }
 
 TEST_F(LocatorQuery, EndsWhereTheSocketsDoNotStart) {
-    network.fail("WSAStartup", 10091);
+    calls.fail("WSAStartup", 10091);
     search();
     EXPECT_THAT(log.textsFrom(log4cxx::Level::getWarn()), ElementsAre(LogText{"WARN", "setsockopt failed"}));
-    EXPECT_THAT(network.callsOf("WSACleanup"), IsEmpty());
+    EXPECT_THAT(calls.of("WSACleanup"), IsEmpty());
 }
 
 TEST_F(LocatorQuery, EndsWhereThereIsNoAdapter) {
     network.adapters.clear();
     search();
     expectNoSearch();
-    EXPECT_THAT(network.callsOf("GetAdaptersInfo"), ElementsAre("GetAdaptersInfo null, 0"));
+    EXPECT_THAT(calls.of("GetAdaptersInfo"), ElementsAre("GetAdaptersInfo null, 0"));
     EXPECT_THAT(log.textsFrom(log4cxx::Level::getWarn()),
                 ElementsAre(LogText{"ERROR", "Failed on call to GetAdaptersInfo 232"}));
 }
 
 TEST_F(LocatorQuery, EndsWhereTheListHasNoSizeToAskFor) {
-    network.fail("GetAdaptersInfo", 0);
+    calls.fail("GetAdaptersInfo", 0);
     search();
     expectNoSearch();
     EXPECT_THAT(log.textsFrom(log4cxx::Level::getWarn()),
@@ -143,20 +152,20 @@ TEST_F(LocatorQuery, EndsWhereTheListHasNoSizeToAskFor) {
 }
 
 TEST_F(LocatorQuery, EndsWhereTheListCannotBeRead) {
-    network.fail("GetAdaptersInfo", 31, 2);
+    calls.fail("GetAdaptersInfo", 31, 2);
     search();
     expectNoSearch();
-    EXPECT_EQ(network.calls.back(), "closesocket 1");
+    EXPECT_EQ(calls.lines().back(), "closesocket 1");
     EXPECT_THAT(log.textsFrom(log4cxx::Level::getWarn()),
                 ElementsAre(LogText{"ERROR", "Failed on second call to GetAdaptersInfo 31"}));
 }
 
 TEST_F(LocatorQuery, SurvivesAListOfNoBytes) {
     // The code that asks for more memory, and a size that stays 0.
-    network.fail("GetAdaptersInfo", 111);
+    calls.fail("GetAdaptersInfo", 111);
     search();
     expectNoSearch();
-    EXPECT_THAT(network.callsOf("GetAdaptersInfo"),
+    EXPECT_THAT(calls.of("GetAdaptersInfo"),
                 ElementsAre("GetAdaptersInfo null, 0", "GetAdaptersInfo buffer, 0"));
     EXPECT_THAT(log.textsFrom(log4cxx::Level::getWarn()),
                 ElementsAre(LogText{"ERROR", "Failed on second call to GetAdaptersInfo 111"}));
@@ -165,10 +174,10 @@ TEST_F(LocatorQuery, SurvivesAListOfNoBytes) {
 TEST_F(LocatorQuery, LeavesTheOtherAdaptersWhereASendFails) {
     network.adapters.push_back({"eth1", {{"10.0.1.1", "255.255.255.0"}}});
     network.adapters.push_back({"eth2", {{"10.0.2.1", "255.255.255.0"}}});
-    network.fail("sendto", WSAENETUNREACH, 2);
+    calls.fail("sendto", WSAENETUNREACH, 2);
     search();
     expectNoSearch();
-    EXPECT_THAT(network.callsOf("sendto"), ElementsAre(sendTo("10.0.0.255"), sendTo("10.0.1.255")));
+    EXPECT_THAT(calls.of("sendto"), ElementsAre(sendTo("10.0.0.255"), sendTo("10.0.1.255")));
     EXPECT_THAT(
         log.textsFrom(log4cxx::Level::getWarn()),
         ElementsAre(LogText{"WARN", "Korva Query - sendto call failed: sendReturn = -1 WSAError = 10051"}));
@@ -179,9 +188,8 @@ TEST_F(LocatorQuery, ClosesItsSocketBeforeItSaysWhyItEnds) {
         {"setsockopt", 1}, {"GetAdaptersInfo", 1}, {"GetAdaptersInfo", 2}, {"sendto", 1}};
     for (const auto& [function, occurrence] : failures) {
         SCOPED_TRACE(function + " " + std::to_string(occurrence));
-        network = {};
-        network.adapters = {{"eth0", {{"10.0.0.1", "255.255.255.0"}}}};
-        network.fail(function, 31, occurrence);
+        beginAnew();
+        calls.fail(function, 31, occurrence);
         int reasons = 0;
         log.onLine([&](const TestSupport::LogLine& line) {
             if (line.level == "INFO")
@@ -206,10 +214,9 @@ TEST_F(LocatorQuery, EndsInTheSamePlacesWithoutLogging) {
                     {"sendto", WSAENETUNREACH, 1}};
     for (const auto& failure : failures) {
         SCOPED_TRACE(std::string(failure.function) + " " + std::to_string(failure.occurrence));
-        network = {};
-        network.adapters = {{"eth0", {{"10.0.0.1", "255.255.255.0"}}}};
+        beginAnew();
         addCamera("Lab", "10.0.0.5");
-        network.fail(failure.function, failure.code, failure.occurrence);
+        calls.fail(failure.function, failure.code, failure.occurrence);
         search();
         expectNoSearch();
     }
@@ -217,8 +224,8 @@ TEST_F(LocatorQuery, EndsInTheSamePlacesWithoutLogging) {
 }
 
 TEST_F(LocatorQuery, TellsTheSendsErrorAndNotTheClosings) {
-    network.fail("sendto", WSAEACCES);
-    network.fail("closesocket", WSAENOTSOCK);
+    calls.fail("sendto", WSAEACCES);
+    calls.fail("closesocket", WSAENOTSOCK);
     search();
     EXPECT_THAT(
         log.textsFrom(log4cxx::Level::getWarn()),
@@ -227,7 +234,7 @@ TEST_F(LocatorQuery, TellsTheSendsErrorAndNotTheClosings) {
 }
 
 TEST_F(LocatorQuery, DoesNotMindATimeOutThatCannotBeSet) {
-    network.fail("setsockopt", WSAENOPROTOOPT, 2);
+    calls.fail("setsockopt", WSAENOPROTOOPT, 2);
     addCamera("Lab", "10.0.0.5");
     search();
     EXPECT_THAT(observer.found, SizeIs(1));
@@ -237,18 +244,15 @@ TEST_F(LocatorQuery, DoesNotMindATimeOutThatCannotBeSet) {
 TEST_F(LocatorQuery, StartsAndEndsTheSocketsAtEverySearch) {
     search();
     search();
-    EXPECT_THAT(network.callsOf("WSAStartup"), SizeIs(2));
-    EXPECT_THAT(network.callsOf("WSACleanup"), SizeIs(2));
-    EXPECT_THAT(network.callsOf("closesocket"), ElementsAre("closesocket 1", "closesocket 2"));
+    EXPECT_THAT(calls.of("WSAStartup"), SizeIs(2));
+    EXPECT_THAT(calls.of("WSACleanup"), SizeIs(2));
+    EXPECT_THAT(calls.of("closesocket"), ElementsAre("closesocket 1", "closesocket 2"));
 }
 
 /// A search in which one of the system's functions throws at its n-th call.
 struct LocatorFailure : LocatorSearch {
     void throwAt(const std::string& function, int occurrence = 1) {
-        network.onCall = [this, function, occurrence](const std::string& call) {
-            if (call.starts_with(function) && network.occurrences[function] == occurrence)
-                throw std::runtime_error("unexpected");
-        };
+        calls.throwFrom(function, std::runtime_error("unexpected"), occurrence);
     }
 
     /// The line that begins with `text` cannot be logged.
@@ -264,10 +268,10 @@ struct LocatorFailure : LocatorSearch {
         EXPECT_THAT(
             heard.textsFrom(log4cxx::Level::getWarn()),
             ElementsAre(LogText{"ERROR", "Unknown exception when trying to discover Korva devices."}));
-        EXPECT_THAT(network.callsOf("closesocket"), ElementsAre("closesocket 1"));
-        EXPECT_THAT(network.callsOf("WSACleanup"), SizeIs(1));
+        EXPECT_THAT(calls.of("closesocket"), ElementsAre("closesocket 1"));
+        EXPECT_THAT(calls.of("WSACleanup"), SizeIs(1));
         EXPECT_EQ(network.startups, 0);
-        EXPECT_THAT(network.callsOf("SendARP"), IsEmpty());
+        EXPECT_THAT(calls.of("SendARP"), IsEmpty());
         EXPECT_THAT(observer.found, IsEmpty());
     }
 };
@@ -279,8 +283,7 @@ TEST_F(LocatorFailure, EndsTheSearchAndClosesWhereverItIsThrown) {
         {"recvfrom", 2},   {"WSAGetLastError", 1}};
     for (const auto& [function, occurrence] : places) {
         SCOPED_TRACE(function + " " + std::to_string(occurrence));
-        network = {};
-        network.adapters = {{"eth0", {{"10.0.0.1", "255.255.255.0"}}}};
+        beginAnew();
         network.datagrams = {replyOf("Lab", "10.0.0.5")};
         throwAt(function, occurrence);
         const TestSupport::LogCapture ownLog("Plenar.KorvaCamera.KorvaCameraLocator");
@@ -290,19 +293,16 @@ TEST_F(LocatorFailure, EndsTheSearchAndClosesWhereverItIsThrown) {
 }
 
 TEST_F(LocatorFailure, IsCaughtWhateverItsClass) {
-    network.onCall = [](const std::string& call) {
-        if (call.starts_with("sendto"))
-            throw 42; // no std::exception
-    };
+    calls.throwFrom("sendto", 42); // no std::exception
     EXPECT_NO_THROW(search());
     expectCleanEnd(log);
 }
 
 TEST_F(LocatorFailure, ClosesTheSocketOnceWhereTheFailureCannotBeLogged) {
     failToLog("setsockopt failed");
-    network.fail("setsockopt", WSAENOPROTOOPT);
+    calls.fail("setsockopt", WSAENOPROTOOPT);
     EXPECT_NO_THROW(search());
-    EXPECT_THAT(network.callsOf("closesocket"), ElementsAre("closesocket 1"));
+    EXPECT_THAT(calls.of("closesocket"), ElementsAre("closesocket 1"));
     EXPECT_EQ(network.startups, 0);
 }
 
@@ -310,7 +310,7 @@ TEST_F(LocatorFailure, ClosesTheSocketWhereNotEvenTheLastLineCanBeLogged) {
     failToLog("Unknown exception");
     throwAt("sendto");
     EXPECT_NO_THROW(search());
-    EXPECT_THAT(network.callsOf("closesocket"), ElementsAre("closesocket 1"));
+    EXPECT_THAT(calls.of("closesocket"), ElementsAre("closesocket 1"));
     EXPECT_EQ(network.startups, 0);
 }
 
@@ -318,7 +318,7 @@ TEST_F(LocatorFailure, ClosesTheSocketWithoutLoggingToo) {
     log.setLevel(log4cxx::Level::getOff());
     throwAt("sendto");
     EXPECT_NO_THROW(search());
-    EXPECT_THAT(network.callsOf("closesocket"), ElementsAre("closesocket 1"));
+    EXPECT_THAT(calls.of("closesocket"), ElementsAre("closesocket 1"));
     EXPECT_EQ(network.startups, 0);
     EXPECT_THAT(log.texts(), IsEmpty());
 }
@@ -334,7 +334,7 @@ TEST_F(LocatorFailure, SkipsACameraAlsoWhereThatCannotBeLogged) {
 }
 
 TEST(Locator, SearchesNothingButByBroadcast) {
-    NetworkScript::current() = {};
+    World::reset();
     KorvaCameraLocator locator;
     DeviceFramework1Locator& base = locator;
     RecordingObserver observer;
@@ -342,13 +342,13 @@ TEST(Locator, SearchesNothingButByBroadcast) {
     base.rangeObserverSearch(&observer);
     EXPECT_FALSE(base.supportsRangeSearch());
     EXPECT_THAT(observer.found, IsEmpty());
-    EXPECT_THAT(NetworkScript::current().calls, IsEmpty());
+    EXPECT_THAT(World::Calls::current().lines(), IsEmpty());
 }
 
 TEST_F(LocatorQuery, KeepsTheFirst16384RepliesOfAFlood) {
     addCamera("Lab", "10.0.0.5");
     network.datagrams.insert(network.datagrams.end(), 16'386, network.datagrams.front());
-    network.onCall = [this](const std::string&) { network.calls.clear(); };
+    calls.onCall = [this](const std::string&) { calls.clear(); };
     search();
     EXPECT_THAT(observer.found, SizeIs(1));
     EXPECT_THAT(linesOf("Message from Korva device:"), SizeIs(16'387));
@@ -364,8 +364,8 @@ TEST_F(LocatorQuery, KeepsAsManyRepliesOfAFloodWithoutLogging) {
     addCamera("Lab", "10.0.0.5");
     network.datagrams.insert(network.datagrams.end(), 16'386, network.datagrams.front());
     int lookedUp = 0;
-    network.onCall = [this, &lookedUp](const std::string& call) {
-        network.calls.clear();
+    calls.onCall = [this, &lookedUp](const std::string& call) {
+        calls.clear();
         lookedUp += call.starts_with("SendARP") ? 1 : 0;
     };
     search();

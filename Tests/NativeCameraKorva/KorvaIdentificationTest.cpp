@@ -1,8 +1,10 @@
 #include "IdentificationFixture.h"
+#include "OtherEthernet.h"
 
 namespace IdentificationTests {
 namespace {
 
+using namespace std::chrono_literals;
 using ::testing::Contains;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
@@ -24,30 +26,46 @@ TEST_F(Identification, FillsTheDescription) {
 }
 
 TEST_F(Identification, AsksInOrderOverOneConnection) {
-    NetworkScript::current().arp["10.0.0.5"] = {"\x01\x02\x03\x04\x05\x06"};
+    world.network.arp["10.0.0.5"] = {"\x01\x02\x03\x04\x05\x06"};
     answerQueries();
     identify("");
-    EXPECT_THAT(
-        transport.calls(),
-        ElementsAre(
-            "construct 10.0.0.5:32768 -1", //
-            "SendARP 10.0.0.5, 0.0.0.0, <ffffffffffff>", "connect 10.0.0.5:32768",
-            "write 10.0.0.5:32768 \"[Version --HW --SW --API]\" true 1", "read 10.0.0.5:32768 256 1 4000",
-            "write 10.0.0.5:32768 \"[SerialNumber --Camera]\" true 1", "read 10.0.0.5:32768 256 1 4000",
-            "write 10.0.0.5:32768 \"[--Settings --NetworkProtocol --NetMask "
-            "--NetGateway]\" true 1",
-            "read 10.0.0.5:32768 256 1 4000", "create 10.0.0.5:32769 -1", "construct 10.0.0.5:32769 -1",
-            "destroy 10.0.0.5:32769", "disconnect 10.0.0.5:32768"));
+    EXPECT_THAT(world.calls.of(
+                    {"new", "SendARP", "connect", "send", "createEthernetCommunicator", "delete", "close"}),
+                ElementsAre("new 10.0.0.5:32768 -1", "SendARP 10.0.0.5, 0.0.0.0, <ffffffffffff>",
+                            "connect 10.0.0.5:32768 5000",
+                            "send 10.0.0.5:32768 \"[Version --HW --SW --API]\"",
+                            "send 10.0.0.5:32768 \"[SerialNumber --Camera]\"",
+                            "send 10.0.0.5:32768 \"[--Settings --NetworkProtocol --NetMask --NetGateway]\"",
+                            "createEthernetCommunicator 10.0.0.5:32769 -1", "new 10.0.0.5:32769 -1",
+                            "delete 10.0.0.5:32769", "close 10.0.0.5:32768"));
 }
 
 TEST_F(Identification, SendsExactlyTheBytesOfTheQueries) {
     answerQueries();
     identify();
-    std::vector<std::string> sent;
-    for (const auto& call : text().writes())
-        sent.emplace_back(call.written.begin(), call.written.end());
-    EXPECT_THAT(sent, ElementsAre("[Version --HW --SW --API]", "[SerialNumber --Camera]",
-                                  "[--Settings --NetworkProtocol --NetMask --NetGateway]"));
+    EXPECT_THAT(text().texts(), ElementsAre("[Version --HW --SW --API]", "[SerialNumber --Camera]",
+                                            "[--Settings --NetworkProtocol --NetMask --NetGateway]"));
+}
+
+TEST_F(Identification, WaitsForAReplyForFourSeconds) {
+    text().act({Simulator::Pause{4000ms}, World::sending({'x'})});
+    text().act({Simulator::Pause{4001ms}, World::sending({'x'})});
+    EXPECT_EQ(messageOf([this] { identify(); }),
+              L"Couldn't get any serial info from Korva device at: 10.0.0.5.. ignore it");
+}
+
+TEST_F(Identification, AsksEveryCommunicatorInTheSameWay) {
+    OtherEthernet other;
+    const std::string replies[] = {"[Version --HW XM61 --SW 3.2.15]", "[SerialNumber]", "[--Settings]"};
+    for (const std::string& reply : replies)
+        other.script.afterNextWrite().deliver(Bytes(reply.begin(), reply.end()));
+    Korva::determineCameraInfo(&other, knownMac);
+    using Call = TestSupport::ScriptedCommunicator;
+    for (const auto& write : other.script.writes())
+        EXPECT_EQ(write, Call::writeCall(write.written));
+    EXPECT_THAT(other.script.reads(),
+                ::testing::ElementsAre(Call::readCall(256, 4000), Call::readCall(256, 4000),
+                                       Call::readCall(256, 4000)));
 }
 
 TEST_F(Identification, LogsASummary) {
@@ -72,9 +90,9 @@ TEST_F(Identification, DoesNotDependOnTheLog) {
 }
 
 TEST_F(Identification, KeepsTextBeyondAscii) {
-    answerText(text(), "[Version --HW \xC3\xA4M61 --SW 3.2.15 --API 7]");
-    answerText(text(), "[SerialNumber --Camera K\xC3\xB6 42]");
-    answerText(text(), "[--Settings]");
+    text().say("[Version --HW \xC3\xA4M61 --SW 3.2.15 --API 7]");
+    text().say("[SerialNumber --Camera K\xC3\xB6 42]");
+    text().say("[--Settings]");
     const CameraInfo info = identify();
     EXPECT_EQ(info.getModel(), L"Korva Meridian \u00E4M61");
     EXPECT_EQ(info.getSerialNumber(), L"K\u00F6 42");
@@ -85,14 +103,14 @@ TEST_F(Identification, KeepsTextBeyondAscii) {
 TEST_F(Identification, LooksTheMacAddressUpOnlyWhereNoneIsGiven) {
     answerQueries();
     identify(knownMac);
-    EXPECT_THAT(NetworkScript::current().calls, IsEmpty());
+    EXPECT_THAT(world.calls.of("SendARP"), IsEmpty());
 }
 
 TEST_F(Identification, StoresTheEmptyMacAddressThatItWasGiven) {
-    NetworkScript::current().arp["10.0.0.5"] = {"\x01\x02\x03\x04\x05\x06"};
+    world.network.arp["10.0.0.5"] = {"\x01\x02\x03\x04\x05\x06"};
     answerQueries();
     EXPECT_EQ(identify("").getMacAddress(), L"");
-    EXPECT_EQ(NetworkScript::current().callsOf("SendARP").size(), 1u);
+    EXPECT_EQ(world.calls.of("SendARP").size(), 1u);
     EXPECT_THAT(log.texts(), Contains(LogText{"INFO", "    MAC: "}));
 }
 
@@ -108,9 +126,9 @@ TEST_F(Identification, StoresAnyMacTextAsGiven) {
 }
 
 TEST_F(Identification, LeavesEmptyWhatTheCameraLeavesOut) {
-    answerText(text(), "[Version --HW XM62]");
-    answerText(text(), "[SerialNumber]");
-    answerText(text(), "[--Settings --NetMask 255.0.0.0]");
+    text().say("[Version --HW XM62]");
+    text().say("[SerialNumber]");
+    text().say("[--Settings --NetMask 255.0.0.0]");
     const CameraInfo info = identify();
     EXPECT_EQ(info.getFW(), L"SW-_API-");
     EXPECT_EQ(info.getSerialNumber(), L"");
@@ -119,26 +137,23 @@ TEST_F(Identification, LeavesEmptyWhatTheCameraLeavesOut) {
 }
 
 TEST_F(Identification, FallsBackToAGrabOverASecondConnection) {
-    answerText(text(), "[Version]");
-    answerText(text(), "[SerialNumber --Camera 1]");
-    answerText(text(), "[--Settings]");
-    answerGrab(binary(), samplePng(3, 2));
+    text().say("[Version]");
+    text().say("[SerialNumber --Camera 1]");
+    text().say("[--Settings]");
+    answerCapture(binary(), samplePng(3, 2));
     const CameraInfo info = identify();
     EXPECT_EQ(info.getResolutionX(), 3);
     EXPECT_EQ(info.getResolutionY(), 2);
     EXPECT_EQ(info.getModel(), L"Korva Meridian ");
-    const auto calls = transport.calls();
-    ASSERT_GE(calls.size(), 5u);
-    EXPECT_THAT(
-        std::vector(calls.end() - 3, calls.end()),
-        ElementsAre("disconnect 10.0.0.5:32769", "destroy 10.0.0.5:32769", "disconnect 10.0.0.5:32768"));
-    EXPECT_THAT(calls, Contains("connect 10.0.0.5:32769"));
+    EXPECT_THAT(world.calls.of({"connect", "close", "delete"}),
+                ElementsAre("connect 10.0.0.5:32768 5000", "connect 10.0.0.5:32769 5000",
+                            "close 10.0.0.5:32769", "delete 10.0.0.5:32769", "close 10.0.0.5:32768"));
 }
 
 TEST_F(Identification, TakesTheFirstOfEqualKeysOfAllReplies) {
-    answerText(text(), "[Version --HW XM61 --SW 3.2.15 --API 7 --Camera early --NetMask 1.1.1.1]");
-    answerText(text(), "[SerialNumber --Camera late --NetGateway 2.2.2.2]");
-    answerText(text(), "[--Settings --NetMask 3.3.3.3 --NetGateway 3.3.3.3]");
+    text().say("[Version --HW XM61 --SW 3.2.15 --API 7 --Camera early --NetMask 1.1.1.1]");
+    text().say("[SerialNumber --Camera late --NetGateway 2.2.2.2]");
+    text().say("[--Settings --NetMask 3.3.3.3 --NetGateway 3.3.3.3]");
     const CameraInfo info = identify();
     EXPECT_EQ(info.getSerialNumber(), L"early");
     EXPECT_EQ(info.getSubnetMask(), L"1.1.1.1");
@@ -147,9 +162,9 @@ TEST_F(Identification, TakesTheFirstOfEqualKeysOfAllReplies) {
 
 TEST_F(Identification, ReadsAReplysValuesBeforeTheNextIsAdded) {
     // Asked later, the key at the end would get the next reply's first entry.
-    answerText(text(), "[Version --HW XM61 --SW 3.2.15 --API");
-    answerText(text(), "[SerialNumber --Camera");
-    answerText(text(), "[--Settings --NetMask 255.0.0.0 --NetGateway");
+    text().say("[Version --HW XM61 --SW 3.2.15 --API");
+    text().say("[SerialNumber --Camera");
+    text().say("[--Settings --NetMask 255.0.0.0 --NetGateway");
     const CameraInfo info = identify();
     EXPECT_EQ(info.getFW(), L"SW-3.2.15_API-");
     EXPECT_EQ(info.getSerialNumber(), L"");
@@ -157,9 +172,9 @@ TEST_F(Identification, ReadsAReplysValuesBeforeTheNextIsAdded) {
 }
 
 TEST_F(Identification, TakesTheNextKeyForAMissingValue) {
-    answerText(text(), "[Version --HW XM61 --SW --API 7]");
-    answerText(text(), "[SerialNumber --Camera 1]");
-    answerText(text(), "[--Settings]");
+    text().say("[Version --HW XM61 --SW --API 7]");
+    text().say("[SerialNumber --Camera 1]");
+    text().say("[--Settings]");
     // "--API" is no version that an M61 may have.
     EXPECT_EQ(messageOf([&] { identify(); }),
               L"Rejecting Korva camera, Vantrel requires Korva SW version at least 3.2.15 found --API");
@@ -168,9 +183,9 @@ TEST_F(Identification, TakesTheNextKeyForAMissingValue) {
 TEST_F(Identification, ReadsTheFirst256BytesOfAReply) {
     const std::string beginning = "[Version --HW XM61 --SW 3.2.15 --API 7 --Camera ";
     const std::string filler(256 - beginning.size() - 1, 'x');
-    answerText(text(), beginning + filler + "] --NetMask lost]");
-    answerText(text(), "[SerialNumber]");
-    answerText(text(), "[--Settings]");
+    text().say(beginning + filler + "] --NetMask lost]");
+    text().say("[SerialNumber]");
+    text().say("[--Settings]");
     const CameraInfo info = identify();
     EXPECT_EQ(info.getSerialNumber(), std::wstring(filler.begin(), filler.end()));
     EXPECT_EQ(info.getSubnetMask(), L"");
@@ -178,34 +193,34 @@ TEST_F(Identification, ReadsTheFirst256BytesOfAReply) {
 
 TEST_F(Identification, LosesAValueThatTheReplysEndCutsOff) {
     const std::string beginning = "[Version --HW XM61 --SW 3.2.15 --API 7 --Camera ";
-    answerText(text(), beginning + std::string(256 - beginning.size(), 'x') + "]");
-    answerText(text(), "[SerialNumber]");
-    answerText(text(), "[--Settings]");
+    text().say(beginning + std::string(256 - beginning.size(), 'x') + "]");
+    text().say("[SerialNumber]");
+    text().say("[--Settings]");
     EXPECT_EQ(identify().getSerialNumber(), L"");
 }
 
 TEST_F(Identification, StartsEachReplyWithAnEmptyBuffer) {
     // An earlier reply's tail would give the second one's key a value.
-    answerText(text(), "[Version --HW XM61 --SW 3.2.15 --API 7]");
-    answerText(text(), "[S --Camera 42");
-    answerText(text(), "[B");
+    text().say("[Version --HW XM61 --SW 3.2.15 --API 7]");
+    text().say("[S --Camera 42");
+    text().say("[B");
     EXPECT_EQ(identify().getSerialNumber(), L"");
 }
 
 TEST_F(Identification, SurvivesATransportThatTellsMoreThanWasAskedFor) {
     for (const int told : {257, 100000, 2147483647}) {
-        text().afterNextWrite().answerReadWith(told);
-        text().afterNextWrite().answerReadWith(told);
-        text().afterNextWrite().answerReadWith(told);
-        answerGrab(binary(), samplePng(2, 2));
-        EXPECT_EQ(identify().getFW(), L"SW-_API-");
+        OtherEthernet other;
+        for (int query = 0; query < 3; ++query)
+            other.script.afterNextWrite().answerReadWith(told);
+        answerCapture(binary(), samplePng(2, 2));
+        EXPECT_EQ(Korva::determineCameraInfo(&other, knownMac).getFW(), L"SW-_API-");
     }
 }
 
 TEST_F(Identification, StopsAReplyAtItsFirstZeroByte) {
-    answerText(text(), std::string("[Version --HW XM61 --SW 3.2.15]\0--API 7]", 40));
-    answerText(text(), "[SerialNumber]");
-    answerText(text(), "[--Settings]");
+    text().say(std::string("[Version --HW XM61 --SW 3.2.15]\0--API 7]", 40));
+    text().say("[SerialNumber]");
+    text().say("[--Settings]");
     EXPECT_EQ(identify().getFW(), L"SW-3.2.15_API-");
 }
 
@@ -223,7 +238,7 @@ TEST_F(Identification, ConnectsBelowAHostsOwnHold) {
         identify();
         EXPECT_TRUE(camera.isConnected());
     }
-    EXPECT_EQ(transport.calls("connect").size(), 1u);
+    EXPECT_EQ(world.calls.of("connect").size(), 1u);
 }
 
 TEST_F(Identification, ByAddressOpensAndClosesItsOwnConnection) {
@@ -231,17 +246,17 @@ TEST_F(Identification, ByAddressOpensAndClosesItsOwnConnection) {
     const CameraInfo info = Korva::determineCameraInfoByAddress("10.0.0.6", knownMac);
     EXPECT_EQ(info.getIpAddress(), L"10.0.0.6");
     EXPECT_EQ(info.getMacAddress(), L"00-1a-2b-3c-4d-5e");
-    const auto calls = transport.calls();
-    EXPECT_EQ(calls.at(1), "construct 10.0.0.6:32768 -1");
-    EXPECT_EQ(calls.at(2), "connect 10.0.0.6:32768");
-    EXPECT_THAT(calls, Contains("create 10.0.0.6:32769 -1"));
-    EXPECT_EQ(calls.back(), "destroy 10.0.0.6:32768");
+    EXPECT_THAT(
+        world.calls.of({"new 10.0.0.6:32768", "connect", "createEthernetCommunicator", "close", "delete"}),
+        ElementsAre("new 10.0.0.6:32768 -1", "connect 10.0.0.6:32768 5000",
+                    "createEthernetCommunicator 10.0.0.6:32769 -1", "delete 10.0.0.6:32769",
+                    "close 10.0.0.6:32768", "delete 10.0.0.6:32768"));
 }
 
 TEST_F(Identification, ByAddressHandsTheFailureOn) {
     EXPECT_EQ(messageOf([] { Korva::determineCameraInfoByAddress("10.0.0.6", ""); }),
               L"Couldn't get any version info from Korva device at: 10.0.0.6.. ignore it");
-    EXPECT_EQ(transport.calls().back(), "destroy 10.0.0.6:32768");
+    EXPECT_EQ(world.calls.lines().back(), "delete 10.0.0.6:32768");
 }
 
 } // namespace

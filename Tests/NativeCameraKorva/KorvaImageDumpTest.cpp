@@ -1,9 +1,9 @@
 #include "NativeCameraKorva/KorvaImageDump.h"
 
+#include "ReferenceHost/HostControl.h"
 #include "Support/LogCapture.h"
-#include "Support/ScriptedHost.h"
-#include "Support/ScriptedPlatform.h"
 #include "Support/TemporaryFolder.h"
+#include "World/Stage.h"
 
 #include <gmock/gmock.h>
 
@@ -22,7 +22,6 @@ using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 using TestSupport::LogCapture;
 using TestSupport::LogText;
-using TestSupport::PlatformScript;
 
 constexpr char loggerName[] = "Plenar.KorvaCamera.KorvaCapture";
 
@@ -41,15 +40,16 @@ std::string contentOf(const std::filesystem::path& file) {
 }
 
 struct ImageDump : ::testing::Test {
+    std::vector<std::string> fileCalls() const { return world.calls.of({"fopen", "fwrite", "fclose"}); }
+
     TestSupport::TemporaryFolder folder;
-    TestSupport::ScriptedHost host;
+    World::Stage world;
     LogCapture log{loggerName};
     FullArg picture = pictureOf(std::string("\x01\xDA\x00picture", 10));
 
     ImageDump() {
-        PlatformScript::current() = {};
-        PlatformScript::current().secondsSince1970 = 1794795000; // Mon Nov 16 02:10:00 2026
-        host.imagesFolder = folder.path().wstring();
+        world.system.secondsSince1970 = 1794795000; // Mon Nov 16 02:10:00 2026
+        ReferenceHost::setImagesSubDirectory(folder.path().wstring());
     }
 };
 
@@ -67,19 +67,19 @@ TEST_F(ImageDump, NamesAPngFileSo) {
 
 TEST_F(ImageDump, OpensWritesOneElementAndCloses) {
     dumpImage(true, picture);
-    EXPECT_THAT(PlatformScript::current().fileCalls,
+    EXPECT_THAT(fileCalls(),
                 ElementsAre("fopen " + folder.path().string() + "/KorvaImage Mon Nov 16 02-10-00 2026.png wb",
                             "fwrite 10 1", "fclose"));
 }
 
 TEST_F(ImageDump, KeepsTheBlanksOfTheTime) {
-    PlatformScript::current().timeText = "Thu Jan  1 00:00:00 1970\n";
+    world.system.timeText = "Thu Jan  1 00:00:00 1970\n";
     dumpImage(true, picture);
     EXPECT_THAT(folder.names(), ElementsAre("KorvaImage Thu Jan  1 00-00-00 1970.png"));
 }
 
 TEST_F(ImageDump, ReplacesEveryStarAndColonAndDropsTheLastCharacter) {
-    PlatformScript::current().timeText = "*Mon* :02::10*\n";
+    world.system.timeText = "*Mon* :02::10*\n";
     dumpImage(true, picture);
     EXPECT_THAT(folder.names(), ElementsAre("KorvaImage -Mon- -02--10-.png"));
 }
@@ -94,10 +94,10 @@ TEST_F(ImageDump, TracesTheNameWithoutFolderAndExtension) {
 }
 
 TEST_F(ImageDump, TracesBeforeItOpensTheFile) {
-    host.imagesFolderException = std::make_exception_ptr(std::runtime_error("no folder"));
+    world.calls.throwFrom("images folder", std::runtime_error("no folder"));
     EXPECT_NO_THROW(dumpImage(true, picture));
     EXPECT_EQ(log.texts().size(), 1u);
-    EXPECT_THAT(PlatformScript::current().fileCalls, IsEmpty());
+    EXPECT_THAT(fileCalls(), IsEmpty());
 }
 
 TEST_F(ImageDump, SaysNothingWhereTraceIsOff) {
@@ -108,7 +108,7 @@ TEST_F(ImageDump, SaysNothingWhereTraceIsOff) {
 }
 
 TEST_F(ImageDump, WritesIntoAFolderWhoseNameIsNotAscii) {
-    host.imagesFolder += L"/Bildschärfe \x1F4F7";
+    ReferenceHost::setImagesSubDirectory(folder.path().wstring() + L"/Bildschärfe \x1F4F7");
     const std::string expected = folder.path().string() + "/Bildsch\xC3\xA4rfe \xF0\x9F\x93\xB7";
     std::filesystem::create_directory(expected);
     dumpImage(true, picture);
@@ -126,50 +126,49 @@ TEST_F(ImageDump, MakesAnEmptyFileOfAnEmptyArgument) {
     FullArg empty = pictureOf("");
     dumpImage(true, empty);
     EXPECT_EQ(std::filesystem::file_size(folder.path() / "KorvaImage Mon Nov 16 02-10-00 2026.png"), 0u);
-    EXPECT_EQ(PlatformScript::current().fileCalls.at(1), "fwrite 0 1");
+    EXPECT_EQ(fileCalls().at(1), "fwrite 0 1");
 }
 
 TEST_F(ImageDump, MakesAnEmptyFileOfAnArgumentOfLengthZeroWithoutData) {
     FullArg empty;
     dumpImage(false, empty);
     EXPECT_EQ(std::filesystem::file_size(folder.path() / "KorvaImage Mon Nov 16 02-10-00 2026.sgi"), 0u);
-    EXPECT_EQ(PlatformScript::current().fileCalls.size(), 3u);
+    EXPECT_EQ(fileCalls().size(), 3u);
 }
 
 TEST_F(ImageDump, TakesAFolderWhoseNameCannotBeConvertedForEmpty) {
-    PlatformScript::current().conversionFails = true;
-    PlatformScript::current().openFails = true;
+    world.calls.failAlways("WideCharToMultiByte", 0);
+    world.calls.fail("fopen", 0);
     dumpImage(true, picture);
-    EXPECT_THAT(PlatformScript::current().fileCalls,
-                ElementsAre("fopen /KorvaImage Mon Nov 16 02-10-00 2026.png wb"));
+    EXPECT_THAT(fileCalls(), ElementsAre("fopen /KorvaImage Mon Nov 16 02-10-00 2026.png wb"));
 }
 
 TEST_F(ImageDump, WritesNothingToAFileThatFailedToOpen) {
-    host.imagesFolder = (folder.path() / "missing").wstring();
+    ReferenceHost::setImagesSubDirectory((folder.path() / "missing").wstring());
     EXPECT_NO_THROW(dumpImage(true, picture));
-    EXPECT_EQ(PlatformScript::current().fileCalls.size(), 1u);
+    EXPECT_EQ(fileCalls().size(), 1u);
     EXPECT_THAT(folder.names(), IsEmpty());
 }
 
 TEST_F(ImageDump, ClosesAFileThatCannotBeWritten) {
-    PlatformScript::current().writeFails = true;
-    PlatformScript::current().closeFails = true;
+    world.calls.fail("fwrite", 0);
+    world.calls.fail("fclose", 0);
     EXPECT_NO_THROW(dumpImage(true, picture));
-    EXPECT_EQ(PlatformScript::current().fileCalls.back(), "fclose");
+    EXPECT_EQ(fileCalls().back(), "fclose");
     EXPECT_EQ(log.texts().size(), 1u);
 }
 
 TEST_F(ImageDump, WritesNothingWhereTheTimeHasNoText) {
-    PlatformScript::current().timeTextFails = true;
+    world.calls.fail("_ctime64", 0);
     EXPECT_NO_THROW(dumpImage(true, picture));
-    EXPECT_THAT(PlatformScript::current().fileCalls, IsEmpty());
+    EXPECT_THAT(fileCalls(), IsEmpty());
 }
 
 TEST_F(ImageDump, WritesNothingOfAnArgumentWithoutData) {
     FullArg inlineOnly;
     inlineOnly.header.length = Korva::Binary::bigEndian32(4);
     EXPECT_NO_THROW(dumpImage(true, inlineOnly));
-    EXPECT_THAT(PlatformScript::current().fileCalls, IsEmpty());
+    EXPECT_THAT(fileCalls(), IsEmpty());
 }
 
 } // namespace

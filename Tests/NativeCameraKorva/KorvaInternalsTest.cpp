@@ -1,16 +1,15 @@
 #include "NativeCameraKorva/KorvaInternals.h"
 
 #include "Communicator/DeviceException.h"
-#include "DeviceFixture.h"
 #include "ReferenceHost/HostControl.h"
+#include "StagedDevice.h"
 #include "Support/LogCapture.h"
 #include "Support/LogLocation.h"
-#include "Support/ScriptedPlatform.h"
 
 #include <gmock/gmock.h>
 #include <log4cxx/logmanager.h>
 
-#include <cstring>
+#include <functional>
 #include <limits>
 #include <memory>
 #include <new>
@@ -33,21 +32,20 @@ const LogText failedLine{"ERROR", "Failed to capture Korva image"};
 
 /// Internals of a device of their own, apart from those that the device made itself.
 struct Bench {
-    explicit Bench(int width = 4, int height = 3)
-        : camera(width, height), internals(camera.device.get()), transport(*camera.transport) {
+    explicit Bench(int width = 4, int height = 3) : device(width, height), internals(device.device.get()) {
         internals.setNetworkHealthCallback(into(reports));
     }
 
-    HeldCamera camera;
+    StagedDevice device;
+    World::Peer& camera = device.camera;
     KorvaInternals internals;
-    ScriptedCommunicator& transport;
     Codes reports;
 };
 
 struct KorvaInternalsTest : ::testing::Test {
+    World::Stage world;
     LogCapture everything{loggerName};
 
-    KorvaInternalsTest() { TestSupport::PlatformScript::current() = {}; }
     ~KorvaInternalsTest() override {
         TestSupport::expectFrom(everything, "KorvaInternals");
         EXPECT_EQ(ReferenceHost::liveImageCount(), 0u);
@@ -59,13 +57,8 @@ Bytes bytesAt(const void* pixels, std::size_t count) {
     return Bytes(bytes, bytes + count);
 }
 
-std::exception_ptr deviceFailure() {
-    return std::make_exception_ptr(DeviceException(L"K\u00E4mera \U0001F4F7 weg", L"Somewhere", 12));
-}
-
-std::exception_ptr otherFailure() {
-    return std::make_exception_ptr(std::runtime_error("something else"));
-}
+const DeviceException deviceFailure(L"K\u00E4mera \U0001F4F7 weg", L"Somewhere", 12);
+const std::runtime_error otherFailure("something else");
 
 void expectLine(const LogLine& line, const std::string& level, const std::string& message,
                 const std::string& method) {
@@ -78,7 +71,7 @@ void expectLine(const LogLine& line, const std::string& level, const std::string
 
 /// What setExposureTime logs for a time, and so what it computes.
 std::string loggedExposureFor(int time) {
-    const HeldCamera camera;
+    const StagedDevice camera;
     KorvaInternals internals(camera.device.get());
     const LogCapture log(loggerName);
     internals.setExposureTime(time);
@@ -93,7 +86,7 @@ std::string exposureLine(int units) {
 } // namespace
 
 TEST_F(KorvaInternalsTest, TellsOfItsCreationWithTheCamerasDescriptionThenSetsTheFirstExposure) {
-    const HeldCamera camera;
+    const StagedDevice camera;
     const LogCapture log(loggerName);
     const KorvaInternals internals(camera.device.get());
     ASSERT_EQ(log.lines().size(), 2u);
@@ -116,7 +109,7 @@ TEST_F(KorvaInternalsTest, TellsOfItsCreationInUtf8) {
 }
 
 TEST_F(KorvaInternalsTest, SaysNothingWhereInfoIsNotEnabled) {
-    const HeldCamera camera;
+    const StagedDevice camera;
     const LogCapture log(loggerName, log4cxx::Level::getWarn());
     const KorvaInternals internals(camera.device.get());
     EXPECT_THAT(log.texts(), IsEmpty());
@@ -162,32 +155,32 @@ TEST_F(KorvaInternalsTest, LetsTheProductWrap) {
 
 TEST_F(KorvaInternalsTest, CapturesWithItsExposureInSgiAndThreeSamples) {
     Bench bench;
-    answerCapture(bench.transport, greyFile(4, 3));
+    answerCapture(bench.camera, greyFile(4, 3));
     bench.internals.setExposureTime(2570000);
     ASSERT_NE(bench.internals.getImaging1Image(), nullptr);
-    const Bytes configuration = TestSupport::wireMessage(
+    const Bytes configuration = World::message(
         {{2, {0x01, 0x01}}, {3, {2}}, {4, {1}}, {7, {16}}, {8, {4}}}); // 257 units, mode 2, SGI
-    ASSERT_EQ(bench.transport.writes().size(), 3u);
-    EXPECT_EQ(bench.transport.writes()[0].written, configuration);
-    EXPECT_THAT(TestSupport::PlatformScript::current().sleeps, IsEmpty());
+    ASSERT_EQ(bench.camera.requests().size(), 3u);
+    EXPECT_EQ(bench.camera.requests()[0], configuration);
+    EXPECT_THAT(world.calls.of("Sleep"), IsEmpty());
 }
 
 TEST_F(KorvaInternalsTest, CopiesThePictureAndReportsIt) {
     Bench bench;
-    answerCapture(bench.transport, greyFile(4, 3));
+    answerCapture(bench.camera, greyFile(4, 3));
     const LogCapture log(loggerName);
     const void* const pixels = bench.internals.getImaging1Image();
     ASSERT_NE(pixels, nullptr);
     EXPECT_EQ(bytesAt(pixels, 12), greyPixels(12));
     EXPECT_THAT(bench.reports, ElementsAre(2));
     EXPECT_THAT(log.texts(), IsEmpty());
-    EXPECT_FALSE(bench.transport.isConnected());
+    EXPECT_THAT(world.network.openConnections(), IsEmpty());
 }
 
 TEST_F(KorvaInternalsTest, ReusesItsBufferForTheNextPicture) {
     Bench bench;
-    answerCapture(bench.transport, greyFile(4, 3));
-    answerCapture(bench.transport, greyFile(4, 3, 50));
+    answerCapture(bench.camera, greyFile(4, 3));
+    answerCapture(bench.camera, greyFile(4, 3, 50));
     const void* const first = bench.internals.getImaging1Image();
     const void* const second = bench.internals.getImaging1Image();
     ASSERT_NE(second, nullptr);
@@ -198,18 +191,18 @@ TEST_F(KorvaInternalsTest, ReusesItsBufferForTheNextPicture) {
 
 TEST_F(KorvaInternalsTest, KeepsItsBufferOverAFailedCapture) {
     Bench bench;
-    answerCapture(bench.transport, greyFile(4, 3));
+    answerCapture(bench.camera, greyFile(4, 3));
     const void* const first = bench.internals.getImaging1Image();
     EXPECT_EQ(bench.internals.getImaging1Image(), nullptr);
     EXPECT_EQ(bytesAt(first, 12), greyPixels(12));
-    answerCapture(bench.transport, greyFile(4, 3, 7));
+    answerCapture(bench.camera, greyFile(4, 3, 7));
     EXPECT_EQ(bench.internals.getImaging1Image(), first);
     EXPECT_THAT(bench.reports, ElementsAre(2, 1032, 2));
 }
 
 TEST_F(KorvaInternalsTest, ReleasesThePictureBeforeItReportsIt) {
     Bench bench;
-    answerCapture(bench.transport, greyFile(4, 3));
+    answerCapture(bench.camera, greyFile(4, 3));
     std::size_t alive = 99;
     bench.internals.setNetworkHealthCallback(
         [&alive](NetworkHealth) { alive = ReferenceHost::liveImageCount(); });
@@ -219,7 +212,7 @@ TEST_F(KorvaInternalsTest, ReleasesThePictureBeforeItReportsIt) {
 
 TEST_F(KorvaInternalsTest, TakesTheFirstPixelsOfALargerPictureAndWarns) {
     Bench bench(4, 3);
-    answerCapture(bench.transport, greyFile(5, 4));
+    answerCapture(bench.camera, greyFile(5, 4));
     const LogCapture log(loggerName);
     const void* const pixels = bench.internals.getImaging1Image();
     ASSERT_NE(pixels, nullptr);
@@ -232,7 +225,7 @@ TEST_F(KorvaInternalsTest, TakesTheFirstPixelsOfALargerPictureAndWarns) {
 
 TEST_F(KorvaInternalsTest, TakesAPictureOfAsManyPixelsInAnotherShapeAndWarns) {
     Bench bench(4, 3);
-    answerCapture(bench.transport, greyFile(3, 4));
+    answerCapture(bench.camera, greyFile(3, 4));
     const LogCapture log(loggerName);
     const void* const pixels = bench.internals.getImaging1Image();
     ASSERT_NE(pixels, nullptr);
@@ -244,7 +237,7 @@ TEST_F(KorvaInternalsTest, TakesAPictureOfAsManyPixelsInAnotherShapeAndWarns) {
 
 TEST_F(KorvaInternalsTest, CountsAPictureOfFewerPixelsAsNone) {
     Bench bench(4, 3);
-    answerCapture(bench.transport, greyFile(11, 1));
+    answerCapture(bench.camera, greyFile(11, 1));
     const LogCapture log(loggerName);
     EXPECT_EQ(bench.internals.getImaging1Image(), nullptr);
     EXPECT_THAT(bench.reports, ElementsAre(1032));
@@ -254,7 +247,7 @@ TEST_F(KorvaInternalsTest, CountsAPictureOfFewerPixelsAsNone) {
 TEST_F(KorvaInternalsTest, CountsAFileThatIsNoPictureAsNone) {
     for (const int size : {0, 4}) {
         Bench bench(size, size);
-        answerCapture(bench.transport, Bytes(600, 0x55));
+        answerCapture(bench.camera, Bytes(600, 0x55));
         const LogCapture log(loggerName);
         EXPECT_EQ(bench.internals.getImaging1Image(), nullptr);
         EXPECT_THAT(bench.reports, ElementsAre(1032));
@@ -264,7 +257,7 @@ TEST_F(KorvaInternalsTest, CountsAFileThatIsNoPictureAsNone) {
 
 TEST_F(KorvaInternalsTest, CopiesNothingForACameraOfUnknownResolution) {
     Bench bench(0, 0);
-    answerCapture(bench.transport, greyFile(4, 3));
+    answerCapture(bench.camera, greyFile(4, 3));
     const LogCapture log(loggerName);
     EXPECT_NE(bench.internals.getImaging1Image(), nullptr);
     EXPECT_THAT(bench.reports, ElementsAre(2));
@@ -280,7 +273,7 @@ TEST_F(KorvaInternalsTest, CopiesNothingForAResolutionThatIsNegativeOrBeyondAnyP
                                                  {65536, 65536}, {most, most}, {0, least}, {least, 0}};
     for (const auto& [width, height] : sizes) {
         Bench bench(width, height);
-        answerCapture(bench.transport, greyFile(4, 3));
+        answerCapture(bench.camera, greyFile(4, 3));
         EXPECT_EQ(bench.internals.getImaging1Image(), nullptr) << width << " x " << height;
         EXPECT_THAT(bench.reports, ElementsAre(1032));
     }
@@ -305,7 +298,7 @@ TEST_F(KorvaInternalsTest, LogsOneErrorLineForAFailedCaptureThatNobodyIsToldOf) 
 
 TEST_F(KorvaInternalsTest, ReportsATransportThatFailsDuringACapture) {
     Bench bench;
-    bench.transport.throwOnConnect(deviceFailure());
+    world.calls.throwFrom("connect", deviceFailure);
     const LogCapture log(loggerName);
     EXPECT_EQ(bench.internals.getImaging1Image(), nullptr);
     EXPECT_THAT(bench.reports, ElementsAre(1032));
@@ -317,19 +310,22 @@ TEST_F(KorvaInternalsTest, ReportsATransportThatFailsDuringACapture) {
 
 TEST_F(KorvaInternalsTest, ReportsATransportThatFailsInTheMiddleOfAPicture) {
     Bench bench;
-    bench.transport.afterNextWrite().deliver(doneMessage());
-    bench.transport.afterNextWrite().deliver(doneMessage());
-    Bytes beginning = TestSupport::wireMessage({{6, greyFile(4, 3)}});
+    Bytes beginning = World::image(greyFile(4, 3));
     beginning.resize(100);
-    bench.transport.afterNextWrite().deliver(beginning).throwOnRead(deviceFailure());
+    bench.camera.answer(World::done()).answer(World::done());
+    bench.camera.act({World::sending(beginning), Simulator::ResetConnection{}});
+    const LogCapture log(loggerName);
     EXPECT_EQ(bench.internals.getImaging1Image(), nullptr);
     EXPECT_THAT(bench.reports, ElementsAre(1032));
-    EXPECT_FALSE(bench.transport.isConnected());
+    EXPECT_THAT(log.texts(),
+                ElementsAre(LogText{"ERROR", "Communicator error: 10.0.0.5:32769: receive failed: "
+                                             "Connection reset by peer"}));
+    EXPECT_THAT(world.network.openConnections(), IsEmpty());
 }
 
 TEST_F(KorvaInternalsTest, ReportsAnythingElseThatFailsDuringACapture) {
     Bench bench;
-    bench.transport.throwOnWrite(0, otherFailure());
+    world.calls.throwFrom("send", otherFailure);
     const LogCapture log(loggerName);
     EXPECT_EQ(bench.internals.getImaging1Image(), nullptr);
     EXPECT_THAT(bench.reports, ElementsAre(1032));
@@ -340,15 +336,14 @@ TEST_F(KorvaInternalsTest, ReportsAnythingElseThatFailsDuringACapture) {
 
 TEST_F(KorvaInternalsTest, TakesWhatIsNoExceptionForAFailureToo) {
     Bench bench;
-    bench.transport.throwOnWrite(0, std::make_exception_ptr(42));
+    world.calls.throwFrom("send", 42);
     EXPECT_EQ(bench.internals.getImaging1Image(), nullptr);
     EXPECT_THAT(bench.reports, ElementsAre(1032));
 }
 
 TEST_F(KorvaInternalsTest, LogsTheMessageOfAFailureWithoutItsSource) {
     Bench bench;
-    bench.transport.throwOnConnect(
-        std::make_exception_ptr(DeviceException(L"gone", L"Communicator.cpp", 99)));
+    world.calls.throwAlways("connect", DeviceException(L"gone", L"Communicator.cpp", 99));
     const LogCapture log(loggerName);
     EXPECT_EQ(bench.internals.getImaging1Image(), nullptr);
     EXPECT_FALSE(bench.internals.validateConnection());
@@ -358,8 +353,8 @@ TEST_F(KorvaInternalsTest, LogsTheMessageOfAFailureWithoutItsSource) {
 
 TEST_F(KorvaInternalsTest, LogsAFailureThatCannotBeConvertedWithoutItsMessage) {
     Bench bench;
-    bench.transport.throwOnConnect(deviceFailure());
-    TestSupport::PlatformScript::current().conversionFails = true;
+    world.calls.throwFrom("connect", deviceFailure);
+    world.calls.failAlways("WideCharToMultiByte", 0);
     const LogCapture log(loggerName);
     EXPECT_EQ(bench.internals.getImaging1Image(), nullptr);
     EXPECT_THAT(log.texts(), ElementsAre(LogText{"ERROR", "Communicator error: "}));
@@ -367,41 +362,39 @@ TEST_F(KorvaInternalsTest, LogsAFailureThatCannotBeConvertedWithoutItsMessage) {
 
 TEST_F(KorvaInternalsTest, ProbesTheConnectionWithOneMessage) {
     Bench bench;
-    bench.transport.afterNextWrite().deliver(doneMessage());
+    bench.camera.answer(World::done());
     const LogCapture log(loggerName);
     EXPECT_TRUE(bench.internals.validateConnection());
     const Bytes probe{1, 0, 0, 0, 0x0E, 1, 4, 0, 0, 0, 1, 0, 0, 0x15};
-    EXPECT_THAT(bench.transport.writes(), ElementsAre(ScriptedCommunicator::writeCall(probe)));
-    EXPECT_THAT(bench.transport.reads(), ElementsAre(ScriptedCommunicator::readCall(6, 10000),
-                                                     ScriptedCommunicator::readCall(5, 10000),
-                                                     ScriptedCommunicator::readCall(2, 4000)));
+    EXPECT_THAT(bench.camera.requests(), ElementsAre(probe));
     EXPECT_THAT(bench.reports, IsEmpty());
     EXPECT_THAT(log.texts(), IsEmpty());
 }
 
 TEST_F(KorvaInternalsTest, HoldsTheConnectionForTheProbeAlone) {
     Bench bench;
-    bench.transport.afterNextWrite().deliver(doneMessage());
+    bench.camera.answer(World::done());
     EXPECT_TRUE(bench.internals.validateConnection());
-    using Kind = ScriptedCommunicator::Kind;
-    EXPECT_THAT(bench.transport.kinds(), ElementsAre(Kind::connect, Kind::write, Kind::read, Kind::read,
-                                                     Kind::read, Kind::disconnect));
+    EXPECT_THAT(world.calls.of({"connect", "send", "receive", "close"}),
+                ElementsAre("connect 10.0.0.5:32769 5000", "receive 10.0.0.5:32769 16384",
+                            "send 10.0.0.5:32769 14 bytes", "receive 10.0.0.5:32769 6",
+                            "receive 10.0.0.5:32769 5", "receive 10.0.0.5:32769 2", "close 10.0.0.5:32769"));
 }
 
 TEST_F(KorvaInternalsTest, AcceptsAnAnswerToTheProbeWhateverItSays) {
     Bench bench;
-    bench.transport.afterNextWrite().deliver(TestSupport::wireMessage({{1, {0, 0, 0, 7}}}));
+    bench.camera.answer(World::refusal(7));
     EXPECT_TRUE(bench.internals.validateConnection());
-    bench.transport.afterNextWrite().deliver(TestSupport::wireMessage({}, 9));
+    bench.camera.answer(World::message({}, 9));
     EXPECT_TRUE(bench.internals.validateConnection());
     EXPECT_THAT(bench.reports, IsEmpty());
 }
 
 TEST_F(KorvaInternalsTest, AcceptsAPictureWithAWrongSumForAnAnswerToTheProbe) {
     Bench bench;
-    Bytes wrongSum = TestSupport::wireMessage({{6, {1, 2}}});
+    Bytes wrongSum = World::image({1, 2});
     ++wrongSum.back();
-    bench.transport.afterNextWrite().deliver(wrongSum);
+    bench.camera.answer(wrongSum);
     const LogCapture log(loggerName);
     const LogCapture protocolLog("Plenar.KorvaCamera.KorvaInternalsComm", log4cxx::Level::getWarn());
     EXPECT_TRUE(bench.internals.validateConnection());
@@ -413,9 +406,9 @@ TEST_F(KorvaInternalsTest, AcceptsAPictureWithAWrongSumForAnAnswerToTheProbe) {
 
 TEST_F(KorvaInternalsTest, ReportsAProbeWithoutAReadableAnswer) {
     Bench bench;
-    Bytes wrongSum = doneMessage();
+    Bytes wrongSum = World::done();
     ++wrongSum.back();
-    bench.transport.afterNextWrite().deliver(wrongSum);
+    bench.camera.answer(wrongSum);
     const LogCapture log(loggerName);
     EXPECT_FALSE(bench.internals.validateConnection());
     EXPECT_THAT(bench.reports, ElementsAre(2056));
@@ -423,12 +416,12 @@ TEST_F(KorvaInternalsTest, ReportsAProbeWithoutAReadableAnswer) {
     expectLine(log.lines()[0], "ERROR", "validateConnection: parseIncomingMessage failed",
                "validateConnection");
     EXPECT_EQ(log.lines()[0].line, 138);
-    EXPECT_FALSE(bench.transport.isConnected());
+    EXPECT_THAT(world.network.openConnections(), IsEmpty());
 }
 
 TEST_F(KorvaInternalsTest, ReportsATransportThatFailsDuringAProbe) {
     Bench bench;
-    bench.transport.throwOnRead(deviceFailure());
+    world.calls.throwFrom("receive 10.0.0.5:32769 6", deviceFailure);
     const LogCapture log(loggerName);
     EXPECT_FALSE(bench.internals.validateConnection());
     EXPECT_THAT(bench.reports, ElementsAre(2056));
@@ -437,12 +430,12 @@ TEST_F(KorvaInternalsTest, ReportsATransportThatFailsDuringAProbe) {
                "validateConnection: Communicator error: K\xC3\xA4mera \xF0\x9F\x93\xB7 weg",
                "validateConnection");
     EXPECT_EQ(log.lines()[0].line, 147);
-    EXPECT_FALSE(bench.transport.isConnected());
+    EXPECT_THAT(world.network.openConnections(), IsEmpty());
 }
 
 TEST_F(KorvaInternalsTest, ReportsAnythingElseThatFailsDuringAProbe) {
     Bench bench;
-    bench.transport.throwOnConnect(otherFailure());
+    world.calls.throwFrom("connect", otherFailure);
     const LogCapture log(loggerName);
     EXPECT_FALSE(bench.internals.validateConnection());
     EXPECT_THAT(bench.reports, ElementsAre(2056));
@@ -476,11 +469,11 @@ TEST_F(KorvaInternalsTest, OfADeviceWithoutACommunicatorFailInTheirOrdinaryWay) 
 
 TEST_F(KorvaInternalsTest, UsesTheCommunicatorThatTheDeviceHasNow) {
     Bench bench;
-    auto* const later = new ScriptedCommunicator;
-    bench.camera.device->setCommunicator(later);
-    answerCapture(*later, greyFile(4, 3));
+    bench.device.device->setCommunicator(StagedDevice::communicatorOf(6));
+    World::Peer& later = world.at("10.0.0.6", 32769);
+    answerCapture(later, greyFile(4, 3));
     EXPECT_NE(bench.internals.getImaging1Image(), nullptr);
-    later->afterNextWrite().deliver(doneMessage());
+    later.answer(World::done());
     EXPECT_TRUE(bench.internals.validateConnection());
 }
 
@@ -519,18 +512,21 @@ TEST_F(KorvaInternalsTest, CallTheCallbackItselfSoThatItMayCount) {
 
 TEST_F(KorvaInternalsTest, ReportTheSameFailuresWithoutLogging) {
     const LogCapture log(loggerName, log4cxx::Level::getOff());
-    for (const std::exception_ptr& thrown : {std::exception_ptr(), deviceFailure(), otherFailure()}) {
-        Bench bench; // whose camera answers nothing
-        if (thrown != nullptr)
-            bench.transport.throwOnConnect(thrown);
+    const std::vector<std::function<void()>> failures{
+        [] {}, // the camera answers nothing
+        [this] { world.calls.throwAlways("connect", deviceFailure); },
+        [this] { world.calls.throwAlways("connect", otherFailure); }};
+    for (const auto& fail : failures) {
+        Bench bench;
+        world.calls.failNoMore();
+        fail();
         EXPECT_EQ(bench.internals.getImaging1Image(), nullptr);
-        if (thrown != nullptr)
-            bench.transport.throwOnConnect(thrown);
         EXPECT_FALSE(bench.internals.validateConnection());
         EXPECT_THAT(bench.reports, ElementsAre(1032, 2056));
     }
+    world.calls.failNoMore();
     Bench larger;
-    answerCapture(larger.transport, greyFile(5, 4));
+    answerCapture(larger.camera, greyFile(5, 4));
     EXPECT_NE(larger.internals.getImaging1Image(), nullptr);
     EXPECT_THAT(larger.reports, ElementsAre(2));
     larger.internals.setNetworkHealthCallback([](NetworkHealth) { throw std::runtime_error("host"); });
@@ -553,7 +549,7 @@ TEST_F(KorvaInternalsTest, LetNoExceptionOfTheCallbackOut) {
 
 TEST_F(KorvaInternalsTest, TakeAPictureThatCouldNotBeReportedForAFailedCapture) {
     Bench bench;
-    answerCapture(bench.transport, greyFile(4, 3));
+    answerCapture(bench.camera, greyFile(4, 3));
     bench.internals.setNetworkHealthCallback([&bench](NetworkHealth health) {
         bench.reports.push_back(health.getCode());
         if (health.getCode() == 2)
@@ -577,7 +573,7 @@ TEST_F(KorvaInternalsTest, ReportAFailureThatCannotBeLogged) {
 }
 
 TEST_F(KorvaInternalsTest, ReadTheDelaySettingOnceAtConstruction) {
-    const HeldCamera camera;
+    const StagedDevice camera;
     ReferenceHost::setDeveloperSetting("KorvaGetImageDelay", "true");
     const KorvaInternals with(camera.device.get());
     ReferenceHost::setDeveloperSetting("KorvaGetImageDelay", "false");
@@ -590,9 +586,9 @@ TEST_F(KorvaInternalsTest, NeitherWaitNorTurnToAnythingElseForTheDelaySetting) {
     ReferenceHost::setDeveloperSetting("KorvaGetImageDelay", "true");
     Bench bench;
     ReferenceHost::setDeveloperSetting("KorvaGetImageDelay", "false");
-    answerCapture(bench.transport, greyFile(4, 3));
+    answerCapture(bench.camera, greyFile(4, 3));
     EXPECT_NE(bench.internals.getImaging1Image(), nullptr);
-    EXPECT_THAT(TestSupport::PlatformScript::current().sleeps, IsEmpty());
+    EXPECT_THAT(world.calls.of("Sleep"), IsEmpty());
 }
 
 TEST(ModuleObjects, MakeTheSettingsKnownThatNobodyReads) {

@@ -3,7 +3,8 @@
 #include "Support/DigitsApart.h"
 #include "Support/LogCapture.h"
 #include "Support/LogLocation.h"
-#include "Support/ScriptedNetwork.h"
+#include "World/Calls.h"
+#include "World/Network.h"
 
 #include <gmock/gmock.h>
 
@@ -12,22 +13,20 @@ namespace {
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 using TestSupport::LogText;
-using TestSupport::NetworkScript;
+using World::Calls;
+using World::Network;
 
 struct MacAddress : ::testing::Test {
     TestSupport::LogCapture log{"Plenar.KorvaCamera.KorvaCapture", log4cxx::Level::getInfo()};
 
-    MacAddress() { NetworkScript::current() = {}; }
-    ~MacAddress() override {
-        TestSupport::expectFrom(log, "KorvaHelper");
-        NetworkScript::current() = {};
-    }
+    MacAddress() { World::reset(); }
+    ~MacAddress() override { TestSupport::expectFrom(log, "KorvaHelper"); }
 
-    static void answer(std::string bytes) { NetworkScript::current().arp["10.0.0.5"] = {std::move(bytes)}; }
+    static void answer(std::string bytes) { Network::current().arp["10.0.0.5"] = {std::move(bytes)}; }
     static void answer(std::string bytes, ULONG length) {
-        NetworkScript::current().arp["10.0.0.5"] = {std::move(bytes), NO_ERROR, length};
+        Network::current().arp["10.0.0.5"] = {std::move(bytes), NO_ERROR, length};
     }
-    static void refuse(int code) { NetworkScript::current().fail("SendARP", code); }
+    static void refuse(int code) { Calls::current().fail("SendARP", code); }
 };
 
 TEST_F(MacAddress, IsSixPairsInLowerCaseJoinedByHyphens) {
@@ -48,7 +47,7 @@ TEST_F(MacAddress, HasALeadingZeroInEachPair) {
 TEST_F(MacAddress, IsAskedForFromAnySourceWithAFilledBuffer) {
     answer("\x01\x02\x03\x04\x05\x06");
     Korva::getKorvaMacAddress("10.0.0.5");
-    EXPECT_THAT(NetworkScript::current().calls,
+    EXPECT_THAT(Calls::current().lines(),
                 ElementsAre("inet_pton 2, 10.0.0.5", "SendARP 10.0.0.5, 0.0.0.0, <ffffffffffff>"));
 }
 
@@ -97,15 +96,14 @@ TEST_F(MacAddress, DoesNotDependOnTheLog) {
 
 TEST_F(MacAddress, AsksForTheZeroAddressWhereTheTextIsNone) {
     for (const char* text : {"", "camera", "10.0.0", "10.0.0.5x", "::1"}) {
-        NetworkScript::current() = {};
+        World::reset();
         EXPECT_EQ(Korva::getKorvaMacAddress(text), "00-00-00-00-00-00");
-        EXPECT_THAT(NetworkScript::current().callsOf("SendARP"),
-                    ElementsAre("SendARP 0.0.0.0, 0.0.0.0, <ffffffffffff>"));
+        EXPECT_THAT(Calls::current().of("SendARP"), ElementsAre("SendARP 0.0.0.0, 0.0.0.0, <ffffffffffff>"));
     }
 }
 
 TEST_F(MacAddress, TakesAnAnswerForTheZeroAddressAsItComes) {
-    NetworkScript::current().arp["0.0.0.0"] = {"\x01\x02\x03\x04\x05\x06"};
+    Network::current().arp["0.0.0.0"] = {"\x01\x02\x03\x04\x05\x06"};
     EXPECT_EQ(Korva::getKorvaMacAddress("camera"), "01-02-03-04-05-06");
 }
 

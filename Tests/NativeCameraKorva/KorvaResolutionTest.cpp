@@ -1,7 +1,6 @@
 #include "IdentificationFixture.h"
 
 #include "Communicator/TolvaneException.h"
-#include "Support/ScriptedFailures.h"
 
 #include <stdexcept>
 
@@ -41,18 +40,18 @@ TEST(EndsWith, FindsNoSuffixThatIsLongerStill) {
 
 /// The second communicator's part: a camera at the binary port.
 struct Resolution : ::testing::Test {
-    TestSupport::ScriptedHost host;
-    ScriptedCommunicator camera;
+    World::Stage world;
+    World::Peer& camera = world.at("10.0.0.5", 32769);
+    PosixEthernetCommunicator communicator{L"10.0.0.5", 32769, -1};
     TestSupport::LogCapture log{loggerName, log4cxx::Level::getInfo()};
 
-    Resolution() { PlatformScript::current() = {}; }
-    ~Resolution() override {
-        TestSupport::expectFrom(log, "KorvaHelper");
-        EXPECT_TRUE(host.imaging.alive.empty());
-        EXPECT_FALSE(camera.isConnected());
-    }
+    ~Resolution() override { TestSupport::expectFrom(log, "KorvaHelper"); }
+
     Size resolutionOf(const std::string& hardwareId) {
-        return Korva::getKorvaResolution(hardwareId, &camera);
+        return Korva::getKorvaResolution(hardwareId, &communicator);
+    }
+    std::vector<std::string> imagingCalls() const {
+        return world.calls.of({"createImage", "convertToGreyscale", "releaseImage"});
     }
 
     /// The lines, without those of the grab itself.
@@ -86,7 +85,7 @@ TEST_P(KnownResolution, IsThatOfTheRow) {
                                                              std::to_string(resolution.x()) + "," +
                                                              std::to_string(resolution.y()) + ")"}));
     EXPECT_EQ(log.lines().at(0).file, "BackEnd/NativeCameraKorva/KorvaHelper");
-    EXPECT_THAT(camera.calls(), IsEmpty());
+    EXPECT_THAT(world.calls.of("connect"), IsEmpty());
 }
 
 // The order of the rows and the odd end: two characters are an M61, three others an M615, M62 among them.
@@ -103,20 +102,20 @@ TEST_F(Resolution, NeedsNoCommunicatorForAKnownIdentifier) {
 
 TEST_F(Resolution, DoesNotDependOnTheLog) {
     log.setLevel(log4cxx::Level::getOff());
-    answerGrab(camera, samplePng(3, 2));
+    answerCapture(camera, samplePng(3, 2));
     EXPECT_EQ(resolutionOf("unknown"), Size(3, 2));
 }
 
 struct UnknownResolution : Resolution, ::testing::WithParamInterface<std::string> {};
 
 TEST_P(UnknownResolution, IsThatOfASamplePicture) {
-    answerGrab(camera, samplePng(5, 3));
+    answerCapture(camera, samplePng(5, 3));
     EXPECT_EQ(resolutionOf(GetParam()), Size(5, 3));
     EXPECT_THAT(ownLines(),
                 ElementsAre(LogText{"INFO", "HWid lookup failed, don't recognize " + GetParam()},
                             LogText{"INFO", "Determine resolution from image grab"},
                             LogText{"INFO", "Sample image has resolution: 5x3. Setting camera info."}));
-    EXPECT_EQ(host.imaging.calls.back(), "release");
+    EXPECT_EQ(imagingCalls().back(), "releaseImage");
 }
 
 INSTANTIATE_TEST_SUITE_P(Ids, UnknownResolution, ::testing::Values("M616", "", "X", "M61 ", "M615x"));
@@ -124,23 +123,23 @@ INSTANTIATE_TEST_SUITE_P(Ids, UnknownResolution, ::testing::Values("M616", "", "
 TEST_F(Resolution, IsThatOfAnEmptySampleTooAndSaidToBe) {
     Support::Bytes noPicture = samplePng(5, 3);
     noPicture.front() = 0;
-    answerGrab(camera, noPicture);
+    answerCapture(camera, noPicture);
     EXPECT_EQ(resolutionOf("unknown"), Size(0, 0));
     EXPECT_THAT(ownLines(),
                 ElementsAre(LogText{"INFO", "HWid lookup failed, don't recognize unknown"},
                             LogText{"INFO", "Determine resolution from image grab"},
                             LogText{"INFO", "Sample image has resolution: 0x0. Setting camera info."}));
-    EXPECT_THAT(host.imaging.calls, ElementsAre("create", "convert", "release"));
-    EXPECT_THAT(camera.writes(), SizeIs(3)); // it is a picture: no second grab
+    EXPECT_THAT(imagingCalls(), ElementsAre("createImage", "convertToGreyscale", "releaseImage"));
+    EXPECT_THAT(camera.requests(), SizeIs(3)); // it is a picture: no second grab
 }
 
 TEST_F(Resolution, IsSaidBeforeTheSampleIsGivenBack) {
     std::string lastLine;
-    TestSupport::onScriptedHostCall() = [&](const std::string& call) {
-        if (call == "release")
+    world.calls.onCall = [&](const std::string& call) {
+        if (call == "releaseImage")
             lastLine = log.texts().back().message;
     };
-    answerGrab(camera, samplePng(5, 3));
+    answerCapture(camera, samplePng(5, 3));
     EXPECT_EQ(resolutionOf("unknown"), Size(5, 3));
     EXPECT_EQ(lastLine, "Sample image has resolution: 5x3. Setting camera info.");
 }
@@ -154,39 +153,38 @@ TEST_F(Resolution, HasARowForALongerM62) {
 }
 
 TEST_F(Resolution, IsSampledWithOneGreyPngAtTheShortestExposure) {
-    answerGrab(camera, samplePng(2, 2));
+    answerCapture(camera, samplePng(2, 2));
     resolutionOf("unknown");
-    ASSERT_THAT(camera.writes(), SizeIs(3));
-    EXPECT_EQ(camera.writes().at(0).written,
-              TestSupport::wireMessage({{2, {0, 1}}, {3, {3}}, {4, {2}}, {7, {16}}, {8, {4}}}));
-    EXPECT_THAT(PlatformScript::current().sleeps, IsEmpty());
+    ASSERT_THAT(camera.requests(), SizeIs(3));
+    EXPECT_EQ(camera.requests().at(0),
+              World::message({{2, {0, 1}}, {3, {3}}, {4, {2}}, {7, {16}}, {8, {4}}}));
+    EXPECT_THAT(world.calls.of("Sleep"), IsEmpty());
 }
 
 TEST_F(Resolution, TakesThePictureOfASecondGrab) {
     // Each grab makes two attempts.
-    answerError(camera);
-    answerError(camera);
-    answerGrab(camera, samplePng(4, 3));
+    camera.answer(World::refusal());
+    camera.answer(World::refusal());
+    answerCapture(camera, samplePng(4, 3));
     EXPECT_EQ(resolutionOf("unknown"), Size(4, 3));
-    EXPECT_THAT(camera.writes(), SizeIs(5));
+    EXPECT_THAT(camera.requests(), SizeIs(5));
 }
 
 TEST_F(Resolution, MakesNoSecondGrabWhereTheFirstGaveAPicture) {
-    answerError(camera);
-    answerGrab(camera, samplePng(4, 3));
+    camera.answer(World::refusal());
+    answerCapture(camera, samplePng(4, 3));
     EXPECT_EQ(resolutionOf("unknown"), Size(4, 3));
-    EXPECT_THAT(camera.writes(), SizeIs(4));
-    EXPECT_EQ(camera.kinds().front(), ScriptedCommunicator::Kind::connect);
-    EXPECT_EQ(std::ranges::count(camera.kinds(), ScriptedCommunicator::Kind::connect), 1);
+    EXPECT_THAT(camera.requests(), SizeIs(4));
+    EXPECT_THAT(world.calls.of("connect"), SizeIs(1));
 }
 
 TEST_F(Resolution, IsUnknownAfterTwoGrabsWithoutPicture) {
     EXPECT_EQ(resolutionOf("unknown"), Size(0, 0));
-    EXPECT_THAT(camera.writes(), SizeIs(4));
-    EXPECT_EQ(std::ranges::count(camera.kinds(), ScriptedCommunicator::Kind::connect), 2);
+    EXPECT_THAT(camera.requests(), SizeIs(4));
+    EXPECT_THAT(world.calls.of("connect"), SizeIs(2));
     EXPECT_THAT(ownLines(), ElementsAre(LogText{"INFO", "HWid lookup failed, don't recognize unknown"},
                                         LogText{"INFO", "Determine resolution from image grab"}));
-    EXPECT_THAT(host.imaging.calls, IsEmpty());
+    EXPECT_THAT(imagingCalls(), IsEmpty());
 }
 
 TEST_F(Resolution, IsUnknownWithoutACommunicator) {
@@ -195,8 +193,9 @@ TEST_F(Resolution, IsUnknownWithoutACommunicator) {
 
 /// The error line that a grab leaves which throws `exception`.
 struct ThrownInGrab : Resolution {
-    std::vector<LogText> errorsWhere(const std::exception_ptr& exception) {
-        camera.throwOnConnect(exception);
+    template <class Exception>
+    std::vector<LogText> errorsWhere(const Exception& exception) {
+        world.calls.throwFrom("connect", exception);
         EXPECT_EQ(resolutionOf("unknown"), Size(0, 0));
         return log.textsFrom(log4cxx::Level::getError());
     }
@@ -205,32 +204,32 @@ struct ThrownInGrab : Resolution {
 constexpr char communicatorError[] = "Communicator error trying to get sample image: ";
 
 TEST_F(ThrownInGrab, IsNamedWhereItIsADeviceException) {
-    EXPECT_THAT(errorsWhere(std::make_exception_ptr(DeviceException(L"no camera", L"file", 7))),
+    EXPECT_THAT(errorsWhere(DeviceException(L"no camera", L"file", 7)),
                 ElementsAre(LogText{"ERROR", std::string(communicatorError) + "no camera"}));
     // No second grab.
-    EXPECT_EQ(std::ranges::count(camera.kinds(), ScriptedCommunicator::Kind::connect), 1);
+    EXPECT_THAT(world.calls.of("connect"), SizeIs(1));
 }
 
 TEST_F(ThrownInGrab, IsNamedWhereItIsOfTheFamilysRoot) {
-    EXPECT_THAT(errorsWhere(std::make_exception_ptr(TolvaneExceptionBase(L"root"))),
+    EXPECT_THAT(errorsWhere(TolvaneExceptionBase(L"root")),
                 ElementsAre(LogText{"ERROR", std::string(communicatorError) + "root"}));
 }
 
 TEST_F(ThrownInGrab, IsNotNamedWhereItIsAnyOther) {
     const LogText unknown{"ERROR", "Unknown error during initial sample image capture"};
-    EXPECT_THAT(errorsWhere(std::make_exception_ptr(std::runtime_error("x"))), ElementsAre(unknown));
-    EXPECT_THAT(errorsWhere(std::make_exception_ptr(7)), ElementsAre(unknown, unknown));
+    EXPECT_THAT(errorsWhere(std::runtime_error("x")), ElementsAre(unknown));
+    EXPECT_THAT(errorsWhere(7), ElementsAre(unknown, unknown));
 }
 
 TEST_F(ThrownInGrab, LeavesTheResolutionUnknownWithoutLoggingToo) {
     log.setLevel(log4cxx::Level::getOff());
-    EXPECT_THAT(errorsWhere(std::make_exception_ptr(DeviceException(L"no camera"))), IsEmpty());
-    EXPECT_THAT(errorsWhere(std::make_exception_ptr(7)), IsEmpty());
+    EXPECT_THAT(errorsWhere(DeviceException(L"no camera")), IsEmpty());
+    EXPECT_THAT(errorsWhere(7), IsEmpty());
 }
 
 TEST_F(ThrownInGrab, LeavesNoPictureBehindWhereTheImagingThrows) {
-    answerGrab(camera, samplePng(2, 2));
-    host.imaging.convertException = std::make_exception_ptr(std::runtime_error("x"));
+    answerCapture(camera, samplePng(2, 2));
+    world.calls.throwFrom("convertToGreyscale", std::runtime_error("x"));
     EXPECT_EQ(resolutionOf("unknown"), Size(0, 0));
     EXPECT_THAT(log.textsFrom(log4cxx::Level::getError()),
                 ElementsAre(LogText{"ERROR", "Unknown error during initial sample image capture"}));

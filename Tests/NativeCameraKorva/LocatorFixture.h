@@ -1,5 +1,5 @@
 #pragma once
-// A search for cameras: scripted sockets, adapters, ARP and transport.
+// A search for cameras on the world's network.
 
 #include "NativeCameraKorva/KorvaCameraLocator.h"
 
@@ -7,9 +7,7 @@
 #include "NativeCameraControl/NativeCameraTemplate.h"
 #include "Support/LogCapture.h"
 #include "Support/LogLocation.h"
-#include "Support/ScriptedNetwork.h"
-#include "Support/ScriptedPlatform.h"
-#include "Support/ScriptedTransport.h"
+#include "World/Stage.h"
 
 #include <gmock/gmock.h>
 
@@ -22,10 +20,7 @@
 
 namespace LocatorTests {
 
-using TestSupport::answerText;
 using TestSupport::LogText;
-using TestSupport::NetworkScript;
-using TestSupport::PlatformScript;
 
 /// Keeps what it is told.
 struct RecordingObserver final : BroadcastWorkerObserver {
@@ -51,24 +46,23 @@ inline std::string replyOf(const std::string& room, const std::string& ip) {
 
 /// One adapter, 10.0.0.1 of 10.0.0.0/24, and no camera yet. The search's logger stands at all levels.
 struct LocatorSearch : ::testing::Test {
-    TestSupport::ScriptedTransport transport;
+    World::Stage world;
+    World::Network& network = world.network;
+    World::Calls& calls = world.calls;
     TestSupport::LogCapture log{"Plenar.KorvaCamera.KorvaCameraLocator"};
     TestSupport::LogCapture identificationLog{"Plenar.KorvaCamera.KorvaCapture"};
-    NetworkScript& network = NetworkScript::current();
     RecordingObserver observer;
     KorvaCameraLocator locator;
 
-    LocatorSearch() {
-        PlatformScript::current() = {};
-        network = {};
-        network.adapters = {{"eth0", {{"10.0.0.1", "255.255.255.0"}}}};
-    }
+    LocatorSearch() { beginAnew(); }
     ~LocatorSearch() override {
         TestSupport::expectFrom(log, "KorvaCameraLocator");
         TestSupport::expectFrom(identificationLog, "KorvaHelper");
-        EXPECT_TRUE(network.openSockets.empty());
-        EXPECT_EQ(transport.alive(), 0);
-        network = {};
+    }
+
+    void beginAnew() {
+        World::reset();
+        network.adapters = {{"eth0", {{"10.0.0.1", "255.255.255.0"}}}};
     }
 
     void search() { locator.broadcastObserverSearch(&observer, 7); }
@@ -78,19 +72,12 @@ struct LocatorSearch : ::testing::Test {
                    const std::string& hardwareAddress = std::string("\x00\x1a\x2b\x3c\x4d\x5e", 6)) {
         network.datagrams.push_back(replyOf(room, ip));
         network.arp[ip].hardwareAddress = hardwareAddress;
-        TestSupport::ScriptedCommunicator& camera = transport.at(std::wstring(ip.begin(), ip.end()), 32768);
-        answerText(camera, "[Version --HW XM61 --SW 3.2.15 --API 7]");
-        answerText(camera, "[SerialNumber --Camera K-" + room + "]");
-        answerText(camera, "[--Settings --NetworkProtocol DHCP --NetMask 255.255.255.0 "
-                           "--NetGateway 10.0.0.254]");
+        World::answerIdentification(world.at(ip, 32768), {.serial = "K-" + room});
     }
 
     /// Identifying the camera there ends with an exception that is no DeviceException.
     void breakConnectionTo(const std::string& ip) {
-        transport.onCall = [ip](const std::string& call) {
-            if (call == "connect " + ip + ":32768")
-                throw std::runtime_error("unexpected");
-        };
+        calls.throwAlways("connect " + ip + ":32768", std::runtime_error("unexpected"));
     }
 
     /// The log lines that begin with `text`.

@@ -1,6 +1,6 @@
 #include "NativeCameraKorva/WrappedD1Exception.h"
 
-#include "Support/ScriptedPlatform.h"
+#include "World/Calls.h"
 
 #include <gtest/gtest.h>
 
@@ -23,10 +23,9 @@ TEST(WrappedD1Exception, OfAnEmptyMessageIsThePrefixAndTheBracket) {
 }
 
 TEST(WrappedD1Exception, OfAMessageThatCannotBeConvertedIsThePrefixAndTheBracket) {
-    TestSupport::PlatformScript::current() = {};
-    TestSupport::PlatformScript::current().conversionFails = true;
+    World::Calls::current().failAlways("WideCharToMultiByte", 0);
     const WrappedD1Exception failure(L"it broke");
-    TestSupport::PlatformScript::current() = {};
+    World::Calls::current().failNoMore();
     EXPECT_STREQ(failure.what(), "A Device1 layer exception caught: []");
 }
 

@@ -2,7 +2,6 @@
 
 #include "ImagingLibrary/ImagingFactory.h"
 #include "Support/OutsidePlugin.h"
-#include "Support/ScriptedFailures.h"
 #include "VantrelCommon/PlenarDiagnostics.h"
 
 #include <stdexcept>

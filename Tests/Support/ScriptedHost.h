@@ -70,6 +70,11 @@ public:
     Image* convertToGreyscale(Image* image) override;
 };
 
+/// Where it is set, called with "create", "convert" and "release" of the scripted imaging library, with
+/// "width", "height" and "pixels" of its pictures and with "images folder"; may throw, as that call's
+/// failure.
+std::function<void(const std::string&)>& onScriptedHostCall();
+
 /// What the host answers with. A test makes one, which is in force for its lifetime.
 class ScriptedHost {
 public:

@@ -20,10 +20,10 @@
 #include "Support/LogCapture.h"
 #include "Support/PictureFiles.h"
 #include "Support/SamplePictures.h"
-#include "Support/ScriptedNetwork.h"
-#include "Support/ScriptedPlatform.h"
 #include "Support/ScriptedTransport.h"
 #include "Support/WireMessages.h"
+#include "World/Calls.h"
+#include "World/Network.h"
 
 #include <gtest/gtest.h>
 
@@ -110,10 +110,7 @@ struct HostilePeak : ::testing::Test {
     TestSupport::LogCapture log{"Plenar", log4cxx::Level::getOff()};
     TestSupport::ScriptedTransport transport;
 
-    HostilePeak() {
-        TestSupport::PlatformScript::current() = {};
-        TestSupport::NetworkScript::current() = {};
-    }
+    HostilePeak() { World::reset(); }
 };
 
 #ifndef KORVA_SANITIZED
@@ -352,12 +349,12 @@ struct CountingObserver final : BroadcastWorkerObserver {
 
 /// A search that `count` replies answer, each as long as a reply is read.
 bool searchFlooded(int count) {
-    auto& network = TestSupport::NetworkScript::current();
+    auto& network = World::Network::current();
     network.adapters = {{"eth0", {{"10.0.0.1", "255.255.255.0"}}}};
     int left = count;
     // One by one, and the calls not kept, so that the test itself takes no memory.
-    network.onCall = [&](const std::string& call) {
-        network.calls.clear();
+    World::Calls::current().onCall = [&](const std::string& call) {
+        World::Calls::current().clear();
         if (call.starts_with("recvfrom") && left-- > 0)
             network.datagrams.push_back("[Korva --Room " + std::string(210, 'r') + std::to_string(left) +
                                         " --IP 10.0.0.5]");
@@ -365,7 +362,7 @@ bool searchFlooded(int count) {
     CountingObserver observer;
     KorvaCameraLocator locator;
     locator.broadcastObserverSearch(&observer, 0);
-    network.onCall = nullptr;
+    World::Calls::current().onCall = nullptr;
     return observer.found == 0 && left < 0;
 }
 

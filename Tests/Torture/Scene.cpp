@@ -59,11 +59,7 @@ std::ostream& operator<<(std::ostream& stream, const Call& call) {
 
 Scene::Scene() {
     onStage = this;
-    network = {};
-    platform = {};
-    platformFailures = {};
-    platform.frequency = 1000;
-    platform.counterStep = 7;
+    World::reset();
     host.imagesFolder = folder.path().wstring();
     TestSupport::onScriptedHostCall() = [this](const std::string& call) { hostCall(call); };
     transport.onCall = [this](const std::string& line) {
@@ -77,9 +73,7 @@ Scene::Scene() {
 }
 
 Scene::~Scene() {
-    network = {};
-    platform = {};
-    platformFailures = {};
+    World::reset();
     onStage = nullptr;
 }
 
@@ -119,7 +113,7 @@ std::string Scene::residue() const {
     count("images", static_cast<long>(host.imaging.alive.size()));
     count("sockets", static_cast<long>(network.openSockets.size()));
     count("startups", network.startups);
-    count("files", platformFailures.openFiles);
+    count("files", World::System::current().openFiles);
     return text;
 }
 
@@ -135,8 +129,7 @@ bool Scene::complained() const {
 
 void Scene::failPlatform(const Call& call) {
     constexpr int code = 10050;
-    network.fail(call.name, code, call.occurrence);
-    platformFailures.fail(call.name, call.occurrence);
+    World::Calls::current().fail(call.name, code, call.occurrence);
 }
 
 void Scene::failHost(const Call& call, Thrown thrown) {
@@ -166,10 +159,7 @@ std::vector<Call> spread(const std::map<std::string, int>& occurrences) {
 } // namespace
 
 std::vector<Call> Scene::platformCalls() const {
-    std::vector<Call> calls = spread(network.occurrences);
-    const std::vector<Call> others = spread(platformFailures.occurrences);
-    calls.insert(calls.end(), others.begin(), others.end());
-    return calls;
+    return spread(World::Calls::current().counts());
 }
 
 std::vector<Call> Scene::hostCalls() const {

@@ -4,12 +4,12 @@
 #include "Allocations.h"
 
 #include "Support/LogCapture.h"
-#include "Support/ScriptedFailures.h"
 #include "Support/ScriptedHost.h"
-#include "Support/ScriptedNetwork.h"
-#include "Support/ScriptedPlatform.h"
 #include "Support/ScriptedTransport.h"
 #include "Support/TemporaryFolder.h"
+#include "World/Calls.h"
+#include "World/Network.h"
+#include "World/System.h"
 
 #include <cstddef>
 #include <deque>
@@ -93,9 +93,7 @@ protected:
     TestSupport::TemporaryFolder folder;
     TestSupport::ScriptedHost host;
     TestSupport::ScriptedTransport transport;
-    TestSupport::NetworkScript& network = TestSupport::NetworkScript::current();
-    TestSupport::PlatformScript& platform = TestSupport::PlatformScript::current();
-    TestSupport::PlatformFailures& platformFailures = TestSupport::PlatformFailures::current();
+    World::Network& network = World::Network::current();
 
 private:
     std::deque<TestSupport::LogCapture> logs_;

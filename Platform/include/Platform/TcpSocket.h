@@ -1,6 +1,8 @@
 #pragma once
 // The client side of a TCP connection, every operation bounded in time.
 
+#include "Platform/Clock.h"
+
 #include <chrono>
 #include <cstddef>
 #include <cstdint>
@@ -29,7 +31,7 @@ struct SocketResult {
 /// A failure does not close the socket: its owner does.
 class TcpSocket {
 public:
-    using Clock = std::chrono::steady_clock;
+    using Clock = Platform::Clock;
 
     /// Bounds of discardUnread(), which ends at the first that is reached.
     struct DiscardBounds {

@@ -1,6 +1,7 @@
-#include "Support/ScriptedNetwork.h"
+#include "World/Network.h"
 
 #include "Support/OutsidePlugin.h"
+#include "World/Calls.h"
 
 #include <algorithm>
 #include <array>
@@ -8,10 +9,11 @@
 #include <cstdio>
 #include <cstring>
 
-using TestSupport::NetworkScript;
 using TestSupport::OutsidePlugin;
-using TestSupport::ScriptedAdapter;
-using TestSupport::ScriptedArp;
+using World::Adapter;
+using World::Arp;
+using World::Calls;
+using World::Network;
 
 namespace {
 
@@ -57,18 +59,9 @@ std::string presence(const void* pointer, const char* name) {
     return pointer == nullptr ? "null" : name;
 }
 
-/// Records a call of `function`; the code that it is to end with, if one is set.
+/// Notes a call of `function`; the code that it is to end with, if one is planned.
 std::optional<int> enter(const std::string& function, const std::string& arguments = {}) {
-    NetworkScript& script = NetworkScript::current();
-    script.calls.push_back(arguments.empty() ? function : function + " " + arguments);
-    const int occurrence = ++script.occurrences[function];
-    const auto& failures = script.failures[function];
-    const auto failure = failures.find(occurrence);
-    const auto code = failure == failures.end() ? std::nullopt : std::optional(failure->second);
-    // A copy: what is called may set up a new script.
-    if (const auto hook = script.onCall)
-        hook(std::string(script.calls.back()));
-    return code;
+    return Calls::current().enter(arguments.empty() ? function : function + " " + arguments);
 }
 
 int failWith(int code) {
@@ -77,25 +70,45 @@ int failWith(int code) {
 }
 
 bool isOpen(SOCKET socket) {
-    return NetworkScript::current().openSockets.contains(socket);
+    return Network::current().openSockets.contains(socket);
+}
+
+/// Waits for the next datagram; none where the socket's time-out is over first. A socket without one waits
+/// for as long as there are datagrams, and then as one whose time-out has not been set for a test to see.
+std::optional<std::string> nextDatagram(SOCKET socket) {
+    Network& network = Network::current();
+    const auto timeout = network.receiveTimeouts.find(socket);
+    const bool isBounded = timeout != network.receiveTimeouts.end();
+    if (network.datagrams.empty() || (isBounded && network.datagrams.front().after > timeout->second)) {
+        if (isBounded) {
+            World::advance(timeout->second);
+            if (!network.datagrams.empty())
+                network.datagrams.front().after -= timeout->second;
+        }
+        return std::nullopt;
+    }
+    World::advance(network.datagrams.front().after);
+    std::string text = std::move(network.datagrams.front().text);
+    network.datagrams.pop_front();
+    return text;
 }
 
 void storeText(char (&destination)[16], const std::string& text) {
     std::snprintf(destination, sizeof destination, "%s", text.c_str());
 }
 
-void storeAddress(IP_ADDR_STRING& entry, const ScriptedAdapter::Address& address) {
+void storeAddress(IP_ADDR_STRING& entry, const Adapter::Address& address) {
     entry = {};
     storeText(entry.IpAddress.String, address.ip);
     storeText(entry.IpMask.String, address.mask);
 }
 
-std::size_t furtherAddresses(const ScriptedAdapter& adapter) {
+std::size_t furtherAddresses(const Adapter& adapter) {
     return adapter.addresses.empty() ? 0 : adapter.addresses.size() - 1;
 }
 
 /// Fills one adapter, its further addresses at `further`; returns the place behind them.
-IP_ADDR_STRING* storeAdapter(IP_ADAPTER_INFO& info, const ScriptedAdapter& adapter, IP_ADDR_STRING* further) {
+IP_ADDR_STRING* storeAdapter(IP_ADAPTER_INFO& info, const Adapter& adapter, IP_ADDR_STRING* further) {
     info = {};
     std::snprintf(info.AdapterName, sizeof info.AdapterName, "%s", adapter.name.c_str());
     std::snprintf(info.Description, sizeof info.Description, "%s", adapter.name.c_str());
@@ -103,9 +116,8 @@ IP_ADDR_STRING* storeAdapter(IP_ADAPTER_INFO& info, const ScriptedAdapter& adapt
         static_cast<UINT>(std::min(adapter.hardwareAddress.size(), MAX_ADAPTER_ADDRESS_LENGTH));
     std::memcpy(info.Address, adapter.hardwareAddress.data(), info.AddressLength);
     info.Type = MIB_IF_TYPE_ETHERNET;
-    storeAddress(info.IpAddressList, adapter.addresses.empty()
-                                         ? ScriptedAdapter::Address{"0.0.0.0", "0.0.0.0"}
-                                         : adapter.addresses.front());
+    storeAddress(info.IpAddressList, adapter.addresses.empty() ? Adapter::Address{"0.0.0.0", "0.0.0.0"}
+                                                               : adapter.addresses.front());
     IP_ADDR_STRING* last = &info.IpAddressList;
     for (std::size_t at = 1; at < adapter.addresses.size(); ++at, ++further) {
         storeAddress(*further, adapter.addresses[at]);
@@ -117,17 +129,9 @@ IP_ADDR_STRING* storeAdapter(IP_ADAPTER_INFO& info, const ScriptedAdapter& adapt
 
 } // namespace
 
-NetworkScript& NetworkScript::current() {
-    static NetworkScript script;
-    return script;
-}
-
-std::vector<std::string> NetworkScript::callsOf(std::string_view function) const {
-    std::vector<std::string> found;
-    std::copy_if(calls.begin(), calls.end(), std::back_inserter(found), [function](const std::string& call) {
-        return std::string_view(call).substr(0, call.find(' ')) == function;
-    });
-    return found;
+Network& Network::current() {
+    static Network network;
+    return network;
 }
 
 namespace Platform::Winsock {
@@ -141,7 +145,7 @@ int WSAStartup(WORD version, WSADATA* data) {
     *data = {};
     data->wVersion = version;
     data->wHighVersion = 0x0202;
-    ++NetworkScript::current().startups;
+    ++Network::current().startups;
     return 0;
 }
 
@@ -149,9 +153,9 @@ int WSACleanup() {
     const OutsidePlugin outside;
     if (const auto code = enter("WSACleanup"))
         return failWith(*code);
-    if (NetworkScript::current().startups == 0)
+    if (Network::current().startups == 0)
         return failWith(WSANOTINITIALISED);
-    --NetworkScript::current().startups;
+    --Network::current().startups;
     return 0;
 }
 
@@ -165,13 +169,13 @@ SOCKET socket(int family, int type, int protocol) {
     const OutsidePlugin outside;
     const auto code = enter("socket", std::to_string(family) + ", " + std::to_string(type) + ", " +
                                           std::to_string(protocol));
-    NetworkScript& script = NetworkScript::current();
-    if (code || script.startups == 0) {
+    Network& network = Network::current();
+    if (code || network.startups == 0) {
         failWith(code.value_or(WSANOTINITIALISED));
         return INVALID_SOCKET;
     }
-    script.openSockets.insert(++script.lastSocket);
-    return script.lastSocket;
+    network.openSockets.insert(++network.lastSocket);
+    return network.lastSocket;
 }
 
 int setsockopt(SOCKET socket, int level, int name, const char* value, int length) {
@@ -181,7 +185,14 @@ int setsockopt(SOCKET socket, int level, int name, const char* value, int length
                                 std::to_string(name) + ", " + hexOf(value, static_cast<std::size_t>(length)));
     if (code)
         return failWith(*code);
-    return isOpen(socket) ? 0 : failWith(WSAENOTSOCK);
+    if (!isOpen(socket))
+        return failWith(WSAENOTSOCK);
+    DWORD milliseconds = 0;
+    if (name == SO_RCVTIMEO && length == sizeof milliseconds) {
+        std::memcpy(&milliseconds, value, sizeof milliseconds);
+        Network::current().receiveTimeouts[socket] = std::chrono::milliseconds(milliseconds);
+    }
+    return 0;
 }
 
 int sendto(SOCKET socket, const char* data, int length, int flags, const sockaddr* to, int toLength) {
@@ -202,7 +213,7 @@ int closesocket(SOCKET socket) {
     const OutsidePlugin outside;
     if (const auto code = enter("closesocket", std::to_string(socket)))
         return failWith(*code);
-    return NetworkScript::current().openSockets.erase(socket) == 1 ? 0 : failWith(WSAENOTSOCK);
+    return Network::current().openSockets.erase(socket) == 1 ? 0 : failWith(WSAENOTSOCK);
 }
 
 int inet_pton(int family, const char* text, void* address) {
@@ -240,13 +251,11 @@ int Platform::recvfrom(SOCKET socket, char* buffer, int length, int flags, Winso
         return failWith(*code);
     if (!isOpen(socket))
         return failWith(WSAENOTSOCK);
-    std::deque<std::string>& datagrams = NetworkScript::current().datagrams;
-    if (datagrams.empty())
+    const std::optional<std::string> datagram = nextDatagram(socket);
+    if (!datagram)
         return failWith(WSAETIMEDOUT);
-    const std::string datagram = datagrams.front();
-    datagrams.pop_front();
-    const auto count = std::min(datagram.size(), static_cast<std::size_t>(length));
-    std::copy_n(datagram.begin(), count, buffer);
+    const auto count = std::min(datagram->size(), static_cast<std::size_t>(length));
+    std::copy_n(datagram->begin(), count, buffer);
     return static_cast<int>(count);
 }
 
@@ -255,12 +264,12 @@ DWORD GetAdaptersInfo(IP_ADAPTER_INFO* adapters, ULONG* bytes) {
     const auto code = enter("GetAdaptersInfo", presence(adapters, "buffer") + ", " + std::to_string(*bytes));
     if (code)
         return static_cast<DWORD>(*code);
-    const std::vector<ScriptedAdapter>& list = NetworkScript::current().adapters;
+    const std::vector<Adapter>& list = Network::current().adapters;
     if (list.empty())
         return ERROR_NO_DATA;
 
     std::size_t needed = list.size() * sizeof(IP_ADAPTER_INFO);
-    for (const ScriptedAdapter& adapter : list)
+    for (const Adapter& adapter : list)
         needed += furtherAddresses(adapter) * sizeof(IP_ADDR_STRING);
     const bool fits = adapters != nullptr && *bytes >= needed;
     *bytes = static_cast<ULONG>(needed);
@@ -281,11 +290,11 @@ DWORD SendARP(IPAddr destination, IPAddr source, void* mac, ULONG* macBytes) {
         enter("SendARP", dotted(&destination) + ", " + dotted(&source) + ", " + hexOf(mac, *macBytes));
     if (code)
         return static_cast<DWORD>(*code);
-    const auto& answers = NetworkScript::current().arp;
+    const auto& answers = Network::current().arp;
     const auto answer = answers.find(dotted(&destination));
     if (answer == answers.end())
         return ERROR_BAD_NET_NAME;
-    const ScriptedArp& found = answer->second;
+    const Arp& found = answer->second;
     if (found.code != NO_ERROR)
         return found.code;
     std::memcpy(mac, found.hardwareAddress.data(), std::min(found.hardwareAddress.size(), arpBufferBytes));

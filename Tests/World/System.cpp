@@ -1,0 +1,141 @@
+#include "World/System.h"
+
+#include "Platform/CRuntime.h"
+#include "Platform/Kernel.h"
+#include "Support/OutsidePlugin.h"
+#include "Utf.h"
+#include "World/Calls.h"
+#include "World/Clock.h"
+
+#include <chrono>
+#include <ctime>
+#include <optional>
+
+using namespace std::chrono_literals;
+using Platform::Utf::Malformed;
+using TestSupport::OutsidePlugin;
+using World::Calls;
+using World::System;
+
+namespace {
+
+DWORD lastError = ERROR_SUCCESS;
+
+/// Notes a call; true where it is to fail.
+bool fails(const std::string& line) {
+    return Calls::current().enter(line).has_value();
+}
+
+/// What the Windows converters answer for that many units; `capacity` 0 asks for the size.
+int answerFor(const char* function, std::optional<std::size_t> needed, int capacity) {
+    if (Calls::current().planned(function) || !needed)
+        return 0;
+    if (capacity != 0 && *needed > static_cast<std::size_t>(capacity)) {
+        lastError = ERROR_INSUFFICIENT_BUFFER;
+        return 0;
+    }
+    return static_cast<int>(*needed);
+}
+
+} // namespace
+
+System& System::current() {
+    static System system;
+    return system;
+}
+
+void Sleep(DWORD milliseconds) {
+    const OutsidePlugin outside;
+    Calls::current().enter("Sleep " + std::to_string(milliseconds));
+    World::advance(std::chrono::milliseconds(milliseconds));
+}
+
+BOOL QueryPerformanceCounter(LARGE_INTEGER* count) {
+    const OutsidePlugin outside;
+    if (fails("QueryPerformanceCounter"))
+        return 0;
+    const System& system = System::current();
+    const std::int64_t passed = World::elapsed().count();
+    constexpr std::int64_t second = std::chrono::nanoseconds(1s).count();
+    count->QuadPart =
+        system.counter + passed / second * system.frequency + passed % second * system.frequency / second;
+    return 1;
+}
+
+BOOL QueryPerformanceFrequency(LARGE_INTEGER* frequency) {
+    const OutsidePlugin outside;
+    if (fails("QueryPerformanceFrequency"))
+        return 0;
+    frequency->QuadPart = System::current().frequency;
+    return 1;
+}
+
+DWORD GetLastError() {
+    return lastError;
+}
+
+void SetLastError(DWORD code) {
+    lastError = code;
+}
+
+// Counts and flags are the platform's tests' affair; here they are what Platform/Text.h passes.
+int MultiByteToWideChar(UINT, DWORD, LPCCH text, int textBytes, LPWSTR wide, int wideCount) {
+    const auto capacity = static_cast<std::size_t>(wideCount);
+    return answerFor("MultiByteToWideChar",
+                     Platform::Utf::wideFromUtf8(text, static_cast<std::size_t>(textBytes),
+                                                 Malformed::substitute, wide, capacity),
+                     wideCount);
+}
+
+int WideCharToMultiByte(UINT, DWORD, LPCWCH wide, int wideCount, LPSTR text, int textBytes, LPCCH, LPBOOL) {
+    const auto capacity = static_cast<std::size_t>(textBytes);
+    return answerFor("WideCharToMultiByte",
+                     Platform::Utf::utf8FromWide(wide, static_cast<std::size_t>(wideCount),
+                                                 Malformed::substitute, text, capacity),
+                     textBytes);
+}
+
+__time64_t _time64(__time64_t* now) {
+    const OutsidePlugin outside;
+    const __time64_t seconds = fails("_time64") ? -1 : System::current().secondsSince1970;
+    if (now != nullptr)
+        *now = seconds;
+    return seconds;
+}
+
+char* _ctime64(const __time64_t* when) {
+    const OutsidePlugin outside;
+    if (fails("_ctime64"))
+        return nullptr;
+    std::string& chosen = System::current().timeText;
+    if (!chosen.empty())
+        return chosen.data();
+    static char text[32];
+    const std::time_t seconds = *when;
+    std::tm broken{};
+    gmtime_r(&seconds, &broken);
+    std::strftime(text, sizeof text, "%a %b %d %H:%M:%S %Y\n", &broken);
+    return text;
+}
+
+std::FILE* Platform::fopen(const char* utf8Path, const char* mode) {
+    const OutsidePlugin outside;
+    const bool isRefused = fails(std::string("fopen ") + utf8Path + " " + mode);
+    std::FILE* const file = isRefused ? nullptr : std::fopen(utf8Path, mode);
+    System::current().openFiles += file == nullptr ? 0 : 1;
+    return file;
+}
+
+std::size_t Platform::fwrite(const void* elements, std::size_t elementSize, std::size_t count,
+                             std::FILE* file) {
+    const OutsidePlugin outside;
+    const bool isRefused = fails("fwrite " + std::to_string(elementSize) + " " + std::to_string(count));
+    return isRefused ? 0 : std::fwrite(elements, elementSize, count, file);
+}
+
+int Platform::fclose(std::FILE* file) {
+    const OutsidePlugin outside;
+    const int result = std::fclose(file);
+    --System::current().openFiles;
+    return fails("fclose") ? EOF : result;
+}

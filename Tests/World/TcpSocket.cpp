@@ -1,0 +1,238 @@
+// Connections in the world's time: the client's side is Platform::TcpSocket, the other one a session.
+
+#include "Platform/TcpSocket.h"
+
+#include "Support/OutsidePlugin.h"
+#include "World/Calls.h"
+#include "World/Clock.h"
+#include "World/Network.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+#include <deque>
+#include <string>
+
+using namespace std::chrono_literals;
+using Platform::SocketResult;
+using Platform::SocketStatus;
+using TestSupport::OutsidePlugin;
+using World::Network;
+
+namespace {
+
+using Clock = Platform::Clock;
+
+/// What comes endlessly comes as fast as this, if its sender does not pause.
+constexpr auto endlessPause = 1ms;
+
+SocketResult failedWith(int error, std::size_t bytes = 0) {
+    return {SocketStatus::failed, bytes, std::strerror(error)};
+}
+
+SocketResult timedOut(std::size_t bytes = 0) {
+    return {SocketStatus::timedOut, bytes, std::strerror(ETIMEDOUT)};
+}
+
+/// Ends a call with a code that was planned: a time-out takes its time.
+SocketResult endWith(int code, Clock::time_point deadline) {
+    if (code != ETIMEDOUT)
+        return failedWith(code);
+    World::waitUntil(deadline);
+    return timedOut();
+}
+
+std::string placeOf(const std::string& address, int port) {
+    return address + ":" + std::to_string(port);
+}
+
+} // namespace
+
+/// Carries out what the session does, at its time.
+struct Network::Connection {
+    std::string place;
+    std::unique_ptr<Simulator::Session> session;
+    std::size_t room = everything; ///< what the peer still takes
+    std::deque<Simulator::Action> actions = {};
+    std::size_t sent = 0;             ///< of the action in front
+    World::Time ready = World::now(); ///< when the action in front can go on
+
+    /// What the session does next comes behind what it is still doing.
+    void ask() {
+        while (auto reaction = session->next())
+            for (Simulator::Action& action : reaction->actions)
+                actions.push_back(std::move(action));
+    }
+
+    void take(const void* data, std::size_t count) {
+        if (front() == nullptr)
+            ready = std::max(ready, World::now());
+        session->append({static_cast<const std::uint8_t*>(data), count});
+        ask();
+    }
+
+    /// The action in front that has an effect here; null where there is none.
+    Simulator::Action* front() {
+        while (!actions.empty()) {
+            const auto* const bytes = std::get_if<Simulator::SendBytes>(&actions.front());
+            const auto* const pause = std::get_if<Simulator::Pause>(&actions.front());
+            if (pause != nullptr)
+                ready += pause->length;
+            else if (bytes == nullptr || sent < bytes->length)
+                return &actions.front();
+            actions.pop_front();
+            sent = 0;
+        }
+        return nullptr;
+    }
+
+    /// True where something comes, or the connection ends, by then; waits for it.
+    bool await(World::Time deadline) {
+        const bool comes = front() != nullptr && ready <= std::max(deadline, World::now());
+        World::waitUntil(comes ? ready : deadline);
+        return comes;
+    }
+
+    /// Copies what has come by now; 0 where the connection ends.
+    std::size_t copy(std::uint8_t* data, std::size_t count) {
+        std::size_t copied = 0;
+        while (copied < count && front() != nullptr && ready <= World::now()) {
+            const auto* const sending = std::get_if<Simulator::SendBytes>(front());
+            if (sending == nullptr)
+                break;
+            copied += copyPiece(*sending, data + copied, count - copied);
+        }
+        return copied;
+    }
+
+    std::size_t copyPiece(const Simulator::SendBytes& sending, std::uint8_t* data, std::size_t count) {
+        const std::size_t left = sending.length - sent;
+        const std::size_t pieceLeft =
+            sending.pieceBytes == 0 ? left : std::min(left, sending.pieceBytes - sent % sending.pieceBytes);
+        const std::size_t copied = std::min(count, pieceLeft);
+        std::memcpy(data, sending.bytes->data() + sent, copied);
+        sent += copied;
+        if (copied == pieceLeft && sent < sending.length)
+            ready += sending.pause;
+        if (sending.endless && sent == sending.length) {
+            sent = 0;
+            ready += std::max<World::Duration>(sending.pause, endlessPause);
+        }
+        return copied;
+    }
+
+    bool isReset() { return std::holds_alternative<Simulator::ResetConnection>(*front()); }
+};
+
+void Network::serve(const std::string& address, int port, Accept accept, std::size_t room) {
+    servers[placeOf(address, port)] = {std::move(accept), room};
+}
+
+World::Peer& Network::at(const std::string& address, int port) {
+    std::shared_ptr<Peer>& peer = peers[placeOf(address, port)];
+    if (peer == nullptr) {
+        peer = std::make_shared<Peer>();
+        serve(address, port, [itself = peer.get()] { return itself->accept(); });
+    }
+    return *peer;
+}
+
+std::vector<std::string> Network::openConnections() const {
+    std::vector<std::string> places;
+    for (const auto& [number, connection] : connections)
+        places.push_back(connection->place);
+    return places;
+}
+
+namespace {
+
+std::shared_ptr<Network::Connection> connectionOf(int descriptor) {
+    const auto& all = Network::current().connections;
+    const auto found = all.find(descriptor);
+    return found == all.end() ? nullptr : found->second;
+}
+
+std::optional<int> enter(const char* name, const Network::Connection& connection,
+                         const std::string& argument) {
+    return World::Calls::current().enter(std::string(name) + " " + connection.place + " " + argument);
+}
+
+} // namespace
+
+namespace Platform {
+
+TcpSocket::~TcpSocket() {
+    close();
+}
+
+void TcpSocket::close() noexcept {
+    const OutsidePlugin outside;
+    // Gone already where the test began anew in the meantime.
+    if (const auto connection = connectionOf(descriptor_)) {
+        World::Calls::current().note("close " + connection->place);
+        Network::current().connections.erase(descriptor_);
+    }
+    descriptor_ = -1;
+}
+
+SocketResult TcpSocket::open(const std::string& host, std::uint16_t port, std::chrono::milliseconds timeout) {
+    const OutsidePlugin outside;
+    close();
+    const std::string place = placeOf(host, port);
+    const auto code =
+        World::Calls::current().enter("connect " + place + " " + std::to_string(timeout.count()));
+    if (code)
+        return endWith(*code, World::now() + timeout);
+    Network& network = Network::current();
+    auto server = network.servers.find(place);
+    if (server == network.servers.end())
+        server = network.servers.find(placeOf("", port));
+    if (server == network.servers.end())
+        return failedWith(ECONNREFUSED);
+    auto connection = std::make_shared<Network::Connection>(
+        Network::Connection{place, server->second.accept(), server->second.room});
+    connection->ask();
+    // Never twice, lest one from before reset() passes for another.
+    static int made = 0;
+    descriptor_ = made++;
+    network.connections[descriptor_] = std::move(connection);
+    return {};
+}
+
+SocketResult TcpSocket::send(const void* data, std::size_t count, std::chrono::milliseconds stallTimeout) {
+    const OutsidePlugin outside;
+    const auto connection = connectionOf(descriptor_);
+    if (connection == nullptr)
+        return failedWith(EBADF);
+    const auto code = enter("send", *connection, World::shown({static_cast<const char*>(data), count}));
+    if (code)
+        return endWith(*code, World::now() + stallTimeout);
+    if (connection->front() != nullptr && connection->ready <= World::now() && connection->isReset())
+        return failedWith(ECONNRESET);
+    const std::size_t taken = std::min(count, connection->room);
+    connection->room -= connection->room == Network::everything ? 0 : taken;
+    if (taken < count) {
+        World::waitUntil(World::now() + stallTimeout);
+        return timedOut(taken);
+    }
+    connection->take(data, count);
+    return {SocketStatus::done, count, {}};
+}
+
+SocketResult TcpSocket::receive(void* data, std::size_t count, Clock::time_point deadline) {
+    const OutsidePlugin outside;
+    const auto connection = connectionOf(descriptor_);
+    if (connection == nullptr)
+        return failedWith(EBADF);
+    if (const auto code = enter("receive", *connection, std::to_string(count)))
+        return endWith(*code, deadline);
+    if (!connection->await(deadline))
+        return timedOut();
+    const std::size_t received = connection->copy(static_cast<std::uint8_t*>(data), count);
+    if (received != 0)
+        return {SocketStatus::done, received, {}};
+    return connection->isReset() ? failedWith(ECONNRESET)
+                                 : SocketResult{SocketStatus::closed, 0, "Connection closed by the peer"};
+}
+
+} // namespace Platform
