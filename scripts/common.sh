@@ -17,6 +17,7 @@ fail() {
 
 build_packages="g++ cmake ninja-build pkg-config liblog4cxx-dev libpng-dev libxerces-c-dev libhwy-dev libcli11-dev nlohmann-json3-dev"
 test_packages="git libgtest-dev libgmock-dev clang-format clang-tidy lld imagemagick netpbm binutils iproute2 procps python3"
+memcheck_packages="valgrind"
 lab_packages="iproute2 mount"
 bench_packages="libbenchmark-dev"
 fuzz_packages="clang libclang-rt-dev llvm"

@@ -67,8 +67,10 @@ def ctest(title, name, preset, options, claims, target="all"):
 
 def programs(minutes):
     """All that is run. Of MINUTES the soak gets two fifths and fuzzing two fifths, shared by its targets, of which one
-    runs on each core; both in whole minutes, at least one. The others have one size and take the rest."""
+    runs on each core, and each of the two attacks a tenth; all in whole minutes, at least one. The decoders read files
+    in proportion. The others have one size and take the rest."""
     share = minutes * 2 // 5
+    attack = ["--minutes", str(max(1, minutes // 10))]
     targets = len(os.listdir("Fuzz/Corpus"))
     fuzz_runs = os.path.join(LOGS, "fuzz")  # of their own, so that the figures are this run's alone
     return [
@@ -89,6 +91,16 @@ def programs(minutes):
                 "64 cameras",
             ],
         ),
+        Program("Attack, under address and undefined-behaviour sanitizers", "attack-asan", ["scripts/attack", "asan", *attack], ["findings: 0"]),
+        Program("Attack, under the thread sanitizer", "attack-tsan", ["scripts/attack", "tsan", *attack], ["findings: 0"]),
+        Program(
+            "Decoders against other readers",
+            "decoders",
+            ["env", f"KORVA_TIMES={minutes}", "build/dev/tests/DecoderDifferenceTest"],
+            ["PNG files against libpng", "SGI files against plain loops"],
+            before=[["cmake", "--build", "--preset", "dev", "--target", "DecoderDifferenceTest"]],
+        ),
+        Program("Memory, under memcheck", "memcheck", ["scripts/memcheck"], ["memcheck"]),
         Program("Soak", "soak", ["scripts/soak", "--minutes", str(max(1, share))], ["soak"]),
         Program(
             "Fuzzing",

@@ -41,6 +41,7 @@ public:
     Received read(bool wantsPicture) {
         if (isRead())
             judge(wantsPicture);
+        received_.unread = left_.size();
         // Whatever was read of it: the next request finds the end.
         if (ending_ == Ending::closed) {
             received_.reading.afterwards = Afterwards::broken;

@@ -18,7 +18,8 @@ enum class Ending { silence, closed };
 /// What becomes of one message.
 struct Received {
     Reading reading;
-    Bytes file = {}; ///< the value of an accepted picture
+    Bytes file = {};        ///< the value of an accepted picture
+    std::size_t unread = 0; ///< bytes that are left behind it
 };
 
 Received received(const Bytes& bytes, Ending ending, bool wantsPicture);

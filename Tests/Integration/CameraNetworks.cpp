@@ -7,6 +7,7 @@
 
 #include <cerrno>
 #include <chrono>
+#include <optional>
 #include <system_error>
 #include <thread>
 
@@ -109,14 +110,16 @@ std::unique_ptr<Simulator::CameraServer> CameraNetworks::serve(std::size_t camer
     Simulator::ServerOptions options;
     options.address = addresses_[camera];
     options.log = log;
-    if (areOwn()) {
-        const Visit visit(*machines_[camera], *host_); // a socket stays in the network it was made in
-        server = std::make_unique<Simulator::CameraServer>(settings, options);
-    } else {
-        server = std::make_unique<Simulator::CameraServer>(settings, options);
-    }
+    within(camera, [&] { server = std::make_unique<Simulator::CameraServer>(settings, options); });
     server->start();
     return server;
+}
+
+void CameraNetworks::within(std::size_t camera, const std::function<void()>& work) const {
+    std::optional<Visit> visit;
+    if (areOwn())
+        visit.emplace(*machines_[camera], *host_);
+    work();
 }
 
 // Without a program that does it: that would hold what other threads have open a moment longer than they.

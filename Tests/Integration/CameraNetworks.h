@@ -5,6 +5,7 @@
 #include "Support/NetworkNamespace.h"
 
 #include <cstddef>
+#include <functional>
 #include <memory>
 #include <string>
 #include <vector>
@@ -27,6 +28,9 @@ public:
     std::unique_ptr<Simulator::CameraServer> serve(std::size_t camera,
                                                    const Simulator::CameraSettings& settings,
                                                    const Simulator::EventLog& log) const;
+
+    /// Runs `work` in the camera's network, where the sockets stay that it makes.
+    void within(std::size_t camera, const std::function<void()>& work) const;
 
     /// Takes the host's adapter down and up. On own networks only.
     void pullCable(std::size_t camera) const;

@@ -86,10 +86,12 @@ class Programs(unittest.TestCase):
         os.chdir(self.folder)
         for target in range(2 * os.cpu_count()):
             os.makedirs(f"Fuzz/Corpus/{target}")
-        for minutes, soak, fuzz in ((1, 1, 1), (10, 4, 2), (60, 24, 12)):
+        for minutes, soak, fuzz, attack in ((1, 1, 1, 1), (10, 4, 2, 1), (60, 24, 12, 6)):
             commands = [program.repeat() for program in scoreboard.programs(minutes)]
             self.assertIn(f"scripts/soak --minutes {soak}", commands)
             self.assertIn(f"env RUNS={self.folder}/fuzz scripts/fuzz {fuzz}", commands)
+            for sanitizers in ("asan", "tsan"):
+                self.assertIn(f"scripts/attack {sanitizers} --minutes {attack}", commands)
 
 
 class SavedLogs(unittest.TestCase):

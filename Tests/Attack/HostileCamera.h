@@ -1,0 +1,81 @@
+#pragma once
+// A camera on real sockets that says what it is told to say, byte by byte.
+
+#include "CameraNetworks.h"
+#include "Network/Socket.h"
+
+#include "Support/WireMessages.h"
+
+#include <array>
+#include <atomic>
+#include <cstddef>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <thread>
+#include <utility>
+#include <vector>
+
+namespace Attack {
+
+using TestSupport::Bytes;
+
+struct Answer {
+    Bytes bytes;
+    std::size_t piece = 0; ///< so many bytes at a time, a moment apart; 0: all at once
+    bool closes = false;   ///< the connection, behind the bytes
+};
+
+/// What a camera says to each request until it is told otherwise.
+struct Script {
+    std::vector<std::string> datagrams = {}; ///< to a discovery query
+    std::array<Answer, 3> texts = {};        ///< to the queries for version, serial number and settings
+    /// To configuration, take and get of an attempt at a picture; a third attempt gets the first one's again.
+    std::array<std::array<Answer, 3>, 2> attempts = {};
+    Answer probe = {};
+};
+
+/// At the ports of a real camera from construction to destruction; its thread does all the sending.
+class HostileCamera {
+public:
+    /// Throws Simulator::ServerError.
+    HostileCamera(const Integration::CameraNetworks& networks, std::size_t index);
+    ~HostileCamera();
+    HostileCamera(const HostileCamera&) = delete;
+    HostileCamera& operator=(const HostileCamera&) = delete;
+
+    /// To datagrams and connections that come from now on. Any thread.
+    void play(Script script);
+    /// The exposure that was configured last. Any thread.
+    unsigned exposure() const { return exposure_; }
+
+private:
+    struct Scene {
+        Script script;
+        std::size_t attempts = 0;
+    };
+    struct Client {
+        Simulator::Socket socket;
+        bool isText = false;
+        std::shared_ptr<Scene> scene = {};
+        Bytes unread = {};
+    };
+
+    void run();
+    std::shared_ptr<Scene> scene() const;
+    void answerQuery() const;
+    bool serve(Client& client);
+    Answer answerTo(const Bytes& request, const Client& client);
+
+    std::pair<Simulator::Socket, Simulator::Socket> stop_ = Simulator::makePipe();
+    Simulator::Socket queries_;
+    Simulator::Socket replies_;
+    std::array<Simulator::Socket, 2> listeners_; ///< text, binary
+    std::vector<Client> clients_;
+    mutable std::mutex mutex_;
+    std::shared_ptr<Scene> scene_ = std::make_shared<Scene>(); ///< which one: guarded by mutex_
+    std::atomic<unsigned> exposure_ = 0;
+    std::thread thread_;
+};
+
+} // namespace Attack

@@ -1,0 +1,119 @@
+#include "Oracle.h"
+
+#include <png.h>
+
+#include <algorithm>
+#include <cstring>
+
+namespace Attack {
+
+namespace {
+
+unsigned big16(const Bytes& file, std::size_t at) {
+    return file[at] * 256U + file[at + 1];
+}
+
+unsigned reduced(unsigned sample) {
+    return sample >= 16384 ? 255 : sample / 64;
+}
+
+unsigned coloursOf(const Picture& picture) {
+    return picture.channels <= 2 ? 1 : 3;
+}
+
+bool hasAlpha(const Picture& picture) {
+    return picture.channels % 2 == 0;
+}
+
+bool isBlack(const unsigned* pixel, unsigned samples) {
+    return std::all_of(pixel, pixel + samples, [](unsigned sample) { return sample == 0; });
+}
+
+} // namespace
+
+Picture sgiPicture(const Bytes& file, std::size_t mostBytes) {
+    if (file.size() < 512 || big16(file, 0) != 474 || file[2] != 0)
+        return {};
+    const unsigned bytes = file[3];
+    const unsigned dimension = big16(file, 4);
+    Picture picture{big16(file, 6), big16(file, 8), big16(file, 10), bytes == 2};
+    const unsigned channels = picture.channels;
+    if (bytes < 1 || bytes > 2 || dimension < 1 || dimension > 3 ||
+        (channels != 1 && channels != 3 && channels != 4) || picture.pixels() * channels * bytes > mostBytes)
+        return {};
+    picture.samples.resize(picture.pixels() * channels);
+    std::size_t at = 512;
+    for (unsigned channel = 0; bytes == 2 && channel < channels; ++channel)
+        for (unsigned row = picture.height; row-- > 0;)
+            for (unsigned x = 0; x < picture.width && at + 2 <= file.size(); ++x, at += 2)
+                picture.samples[(std::size_t{row} * picture.width + x) * channels + channel] =
+                    big16(file, at);
+    return picture;
+}
+
+Picture pngPicture(const Bytes& file, std::size_t mostBytes) {
+    png_image image{};
+    image.version = PNG_IMAGE_VERSION;
+    if (png_image_begin_read_from_memory(&image, file.data(), file.size()) == 0)
+        return {};
+    image.format &= ~png_uint_32{PNG_FORMAT_FLAG_COLORMAP};
+    const bool has16Bits = (image.format & PNG_FORMAT_FLAG_LINEAR) != 0;
+    Picture picture{image.width, image.height, PNG_IMAGE_PIXEL_CHANNELS(image.format), has16Bits};
+    const std::size_t samples = picture.pixels() * picture.channels;
+    if (samples * (has16Bits ? 2 : 1) > mostBytes) {
+        png_image_free(&image);
+        return {};
+    }
+    Bytes pixels(samples * (has16Bits ? 2 : 1));
+    if (png_image_finish_read(&image, nullptr, pixels.data(), 0, nullptr) == 0)
+        return {};
+    picture.samples.reserve(samples);
+    for (std::size_t i = 0; i < samples; ++i) {
+        std::uint16_t wide = 0;
+        std::memcpy(&wide, pixels.data() + (has16Bits ? 2 * i : i), has16Bits ? 2 : 1);
+        picture.samples.push_back(wide);
+    }
+    return picture;
+}
+
+bool agree(const Picture& decoded, const Picture& simple) {
+    if (decoded.width != simple.width || decoded.height != simple.height ||
+        decoded.has16Bits != simple.has16Bits || coloursOf(decoded) != coloursOf(simple))
+        return false;
+    const unsigned opaque = simple.has16Bits ? 65535 : 255;
+    for (std::size_t i = 0; i < simple.pixels(); ++i) {
+        const unsigned* const ours = decoded.samples.data() + i * decoded.channels;
+        const unsigned* const theirs = simple.samples.data() + i * simple.channels;
+        const unsigned alpha = hasAlpha(simple) ? theirs[simple.channels - 1] : opaque;
+        if (hasAlpha(decoded) && ours[decoded.channels - 1] != alpha)
+            return false;
+        const bool areTold = !simple.has16Bits || alpha == opaque;
+        if (areTold && !std::equal(ours, ours + coloursOf(decoded), theirs))
+            return false;
+    }
+    return true;
+}
+
+std::optional<Bytes> greyOf(const Picture& picture, unsigned samplesPerPixel) {
+    Bytes grey;
+    if (picture.pixels() == 0)
+        return grey;
+    if (!picture.has16Bits || picture.channels < samplesPerPixel)
+        return std::nullopt;
+    std::size_t black = 0;
+    // Of a picture with more samples the first so many count, one after the other.
+    for (std::size_t i = 0; i < picture.pixels(); ++i) {
+        const unsigned* const pixel = picture.samples.data() + i * samplesPerPixel;
+        black += isBlack(pixel, samplesPerPixel) ? 1 : 0;
+        const unsigned value =
+            samplesPerPixel == 1
+                ? reduced(pixel[0])
+                : (299 * reduced(pixel[0]) + 587 * reduced(pixel[1]) + 114 * reduced(pixel[2]) + 500) / 1000;
+        grey.push_back(static_cast<unsigned char>(value));
+    }
+    if (static_cast<double>(black) / static_cast<double>(picture.pixels()) > 0.99999)
+        return std::nullopt;
+    return grey;
+}
+
+} // namespace Attack
