@@ -53,7 +53,8 @@ struct PosixEthernetCommunicator::State {
     ProgressObserver observer{};
     std::string brokenBecause{}; ///< why the connection was closed by itself; else empty
     std::optional<TransportLimits> ownLimits{};
-    std::shared_ptr<const Clock::time_point> holdBegin{}; ///< also while the connection is broken below an outer hold
+    std::shared_ptr<const Clock::time_point>
+        holdBegin{}; ///< also while the connection is broken below an outer hold
     ReferenceHost::TransferWatch watch{};
 
     [[noreturn]] void fail(const wchar_t* operation, const std::string& reason) const {

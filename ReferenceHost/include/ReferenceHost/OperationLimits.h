@@ -27,9 +27,10 @@ HOSTFRAMEWORK_EXPORT TransportLimits defaultTransportLimits();
 /// They nest: the earliest end counts. Destroyed on its own thread, in the reverse order of their making.
 class HOSTFRAMEWORK_EXPORT OperationLimits {
 public:
-    /// `time`: from now on; zero or less sets no end. `each`: the limits of communicators that connect meanwhile
-    /// on this thread and have none of their own; unset leaves them as they are outside. Connections held at the
-    /// same time share the time of one hold: an identification's second one, for a sample picture, gets no more.
+    /// `time`: from now on; zero or less sets no end. `each`: the limits of communicators that connect
+    /// meanwhile on this thread and have none of their own; unset leaves them as they are outside.
+    /// Connections held at the same time share the time of one hold: an identification's second one, for a
+    /// sample picture, gets no more.
     explicit OperationLimits(std::chrono::milliseconds time,
                              const std::optional<TransportLimits>& each = std::nullopt);
     OperationLimits(const OperationLimits&) = delete;
