@@ -73,6 +73,8 @@ public:
         for (; std::chrono::steady_clock::now() < end || holdings_.size() < Soak::Drift::fewestHoldings;
              ++round_) {
             oneRound();
+            for (const Attacker& attacker : attackers_)
+                attacker.awaitEnds();
             holdings_.push_back(Soak::Holding::now());
             if (ReferenceHost::liveImageCount() != 0)
                 tally_.find(name(), "images that nobody released");

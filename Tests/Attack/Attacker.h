@@ -108,6 +108,9 @@ public:
 
     void end() { device_.reset(); }
 
+    /// What is open then is the plug-in's.
+    void awaitEnds() const { camera_.awaitEnds(); }
+
 private:
     using Size = FaultMatrix::Size;
     static constexpr CaptureForm samples{true, 1}; ///< an identification's

@@ -16,6 +16,7 @@ namespace {
 constexpr std::uint16_t textPort = 32768;
 constexpr std::uint16_t binaryPort = 32769;
 constexpr int longestSendMs = 1000;
+constexpr std::chrono::seconds longestEnd{5};
 constexpr std::size_t headerBytes = 6;
 enum class Code : std::uint8_t { exposure = 2, take = 5, get = 6 };
 
@@ -75,6 +76,12 @@ void HostileCamera::play(Script script) {
     scene_ = std::make_shared<Scene>(std::move(script));
 }
 
+void HostileCamera::awaitEnds() const {
+    const auto deadline = std::chrono::steady_clock::now() + longestEnd;
+    while (open_ != 0 && std::chrono::steady_clock::now() < deadline)
+        std::this_thread::sleep_for(std::chrono::milliseconds(1)); // its own thread sees them
+}
+
 std::shared_ptr<HostileCamera::Scene> HostileCamera::scene() const {
     const std::lock_guard lock(mutex_);
     return scene_;
@@ -95,6 +102,7 @@ void HostileCamera::run() {
         for (std::size_t i = 0; i < listeners_.size(); ++i)
             if (auto [socket, name] = Simulator::acceptClient(listeners_[i]); socket.isOpen())
                 clients_.push_back({std::move(socket), i == 0, scene()});
+        open_ = clients_.size();
     }
 }
 

@@ -46,6 +46,8 @@ public:
 
     /// To datagrams and connections that come from now on. Any thread.
     void play(Script script);
+    /// Returns once it has seen the end of every connection, or after 5 s. Any thread.
+    void awaitEnds() const;
     /// The exposure that was configured last. Any thread.
     unsigned exposure() const { return exposure_; }
 
@@ -74,6 +76,7 @@ private:
     std::vector<Client> clients_;
     mutable std::mutex mutex_;
     std::shared_ptr<Scene> scene_ = std::make_shared<Scene>(); ///< which one: guarded by mutex_
+    std::atomic<std::size_t> open_ = 0;                        ///< connections
     std::atomic<unsigned> exposure_ = 0;
     std::thread thread_;
 };
