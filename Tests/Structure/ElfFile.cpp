@@ -5,6 +5,7 @@
 #include <cstring>
 #include <elf.h>
 #include <fstream>
+#include <string_view>
 #include <system_error>
 
 namespace Structure {
@@ -28,6 +29,16 @@ public:
         std::vector<Record> records(count);
         std::memcpy(records.data(), bytes_.data() + offset, count * sizeof(Record));
         return records;
+    }
+
+    /// How often `sign` stands in the `count` bytes from `offset` on.
+    std::size_t countOf(std::string_view sign, std::size_t offset, std::size_t count) const {
+        const std::vector<char> part = recordsAt<char>(offset, count);
+        const std::string_view bytes(part.data(), part.size());
+        std::size_t found = 0;
+        for (auto at = bytes.find(sign); at != bytes.npos; at = bytes.find(sign, at + sign.size()))
+            ++found;
+        return found;
     }
 
     std::string textAt(std::size_t offset) const {
@@ -84,6 +95,13 @@ void readImports(const Image& image, const Elf64_Shdr& symbols, const Elf64_Shdr
             elf.imports.insert(image.textAt(names.sh_offset + symbol.st_name));
 }
 
+void readCode(const Image& image, const Elf64_Shdr& section, ElfFile& elf) {
+    constexpr std::string_view endbr64 = "\xF3\x0F\x1E\xFA";
+    constexpr std::string_view orToTopOfStack("\x48\x83\x0C\x24\x00", 5);
+    elf.branchTargets += image.countOf(endbr64, section.sh_offset, section.sh_size);
+    elf.stackProbes += image.countOf(orToTopOfStack, section.sh_offset, section.sh_size);
+}
+
 } // namespace
 
 ElfFile readElf(const std::filesystem::path& file) {
@@ -98,6 +116,8 @@ ElfFile readElf(const std::filesystem::path& file) {
     for (const auto& section : sections) {
         if (section.sh_type == SHT_DYNAMIC)
             readDynamicEntries(image, section, sections.at(section.sh_link), elf);
+        if (section.sh_type == SHT_PROGBITS && (section.sh_flags & SHF_EXECINSTR) != 0)
+            readCode(image, section, elf);
         if (section.sh_type == SHT_DYNSYM)
             readImports(image, section, sections.at(section.sh_link), elf);
     }

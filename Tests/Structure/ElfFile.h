@@ -1,6 +1,7 @@
 #pragma once
 // What the header of a built file (ELF, 64 bits) says of how it is loaded.
 
+#include <cstddef>
 #include <filesystem>
 #include <set>
 #include <stdexcept>
@@ -21,6 +22,8 @@ struct ElfFile {
     bool bindsNow = false;              ///< all symbols bound before it starts, so that segment is all of it
     bool namesStack = false;            ///< says how its stack is to be
     bool stackIsExecutable = false;
+    std::size_t branchTargets = 0;   ///< marks of places that a jump by a pointer may go to (x86-64)
+    std::size_t stackProbes = 0;     ///< touches of a large frame's pages, one after the other (x86-64)
     std::set<std::string> imports;   ///< symbols that others define
     std::vector<std::string> needed; ///< names of the libraries that the loader looks for
     std::vector<std::string>

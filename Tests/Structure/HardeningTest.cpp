@@ -33,12 +33,26 @@ bool findsItsLibrariesInFixedPlaces(const ElfFile& elf) {
     return std::none_of(elf.runPath.begin(), elf.runPath.end(), dependsOnTheWorkingFolder);
 }
 
-/// How many of the six that every file has: relocations that are read-only, a stack that is not code,
-/// guarded returns, checked sizes, no fixed place, libraries from fixed places.
+/// Whether it stops at an index or a precondition of the standard library's that does not hold.
+bool assertsInTheStandardLibrary(const ElfFile& elf) {
+    return std::any_of(elf.imports.begin(), elf.imports.end(),
+                       [](std::string_view name) { return name.find("__glibcxx_assert_fail") != name.npos; });
+}
+
+/// More than the start files bring along.
+bool marksItsBranchTargets(const ElfFile& elf) {
+    return elf.branchTargets > 100;
+}
+
+/// How many of the nine that every file has: relocations that are read-only, a stack that is not code,
+/// guarded returns, checked sizes, no fixed place, libraries from fixed places, an asserting standard
+/// library, marked branch targets, probed stacks.
 int defencesOf(const ElfFile& elf) {
     return (elf.hasRelro && elf.bindsNow ? 1 : 0) + (elf.namesStack && !elf.stackIsExecutable ? 1 : 0) +
            (elf.imports.contains("__stack_chk_fail") ? 1 : 0) + (importsACheckingFunction(elf) ? 1 : 0) +
-           (elf.isPositionIndependent ? 1 : 0) + (findsItsLibrariesInFixedPlaces(elf) ? 1 : 0);
+           (elf.isPositionIndependent ? 1 : 0) + (findsItsLibrariesInFixedPlaces(elf) ? 1 : 0) +
+           (assertsInTheStandardLibrary(elf) ? 1 : 0) + (marksItsBranchTargets(elf) ? 1 : 0) +
+           (elf.stackProbes > 0 ? 1 : 0);
 }
 
 class BuiltFile : public testing::TestWithParam<const char*> {
@@ -82,6 +96,18 @@ TEST_P(BuiltFile, HasTheCLibraryCheckSizes) {
     EXPECT_TRUE(importsACheckingFunction(elf)) << testing::PrintToString(elf.imports);
 }
 
+TEST_P(BuiltFile, HasTheStandardLibraryAssert) {
+    EXPECT_TRUE(assertsInTheStandardLibrary(elf));
+}
+
+TEST_P(BuiltFile, MarksWhereAJumpByAPointerMayGo) {
+    EXPECT_TRUE(marksItsBranchTargets(elf)) << elf.branchTargets;
+}
+
+TEST_P(BuiltFile, TouchesThePagesOfALargeFrameInTurn) {
+    EXPECT_GT(elf.stackProbes, 0u);
+}
+
 TEST_P(BuiltFile, IsLoadedAnywhere) {
     EXPECT_TRUE(elf.isPositionIndependent);
 }
@@ -96,10 +122,16 @@ INSTANTIATE_TEST_SUITE_P(Hardening, BuiltFile, testing::Values(KORVA_TOOL, KORVA
                          nameOf);
 INSTANTIATE_TEST_SUITE_P(Hardening, BuiltProgram, testing::Values(KORVA_TOOL, KORVA_A_TEST_PROGRAM), nameOf);
 
+TEST(Hardening, ChecksSizesThatAreKnownOnlyWhenItRuns) {
+    if (!KORVA_HARDENED || !KORVA_CHECKS_SIZES)
+        GTEST_SKIP() << "The C library checks sizes in optimised builds only.";
+    EXPECT_TRUE(readElf(KORVA_HOST_LIBRARY).imports.contains("__memcpy_chk"));
+}
+
 TEST(Hardening, IsCountedForTheScoreboard) {
     if (!KORVA_HARDENED || !KORVA_CHECKS_SIZES)
         GTEST_SKIP() << "Not all these defences are in an instrumented build or one that is not optimised.";
-    constexpr int defencesDue = 3 * 6;
+    constexpr int defencesDue = 3 * 9;
     int found = 0;
     for (const char* file : {KORVA_TOOL, KORVA_PLUGIN, KORVA_HOST_LIBRARY})
         found += defencesOf(readElf(file));
