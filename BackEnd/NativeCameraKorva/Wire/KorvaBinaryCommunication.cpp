@@ -1,8 +1,8 @@
 #include "NativeCameraKorva/KorvaBinaryCommunication.h"
 
 #include "Communicator/Communicator.h"
+#include "NativeCameraKorva/KorvaByteSum.h"
 #include "NativeCameraKorva/KorvaLog.h"
-#include "NativeCameraKorva/KorvaSampleKernels.h"
 
 #include <array>
 #include <atomic>
