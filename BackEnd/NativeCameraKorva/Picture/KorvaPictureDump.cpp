@@ -39,7 +39,7 @@ void writeFile(const std::string& path, const void* bytes, std::size_t count) {
     static_cast<void>(Platform::fclose(file));
 }
 
-void writeDump(std::span<const unsigned char> picture, const char* extension) {
+void writeDump(std::span<const unsigned char> picture, const PictureFormat& format) {
     const std::string time = timeText();
     if (time.empty())
         return;
@@ -48,14 +48,14 @@ void writeDump(std::span<const unsigned char> picture, const char* extension) {
     const std::string folder = Platform::utf8FromWide(PlenarDiagnostics::getImagesSubDirectory());
     // Nothing to write is not handed on as a null pointer, which the C library need not take.
     const void* const bytes = picture.empty() ? "" : static_cast<const void*>(picture.data());
-    writeFile(folder + separator + name + extension, bytes, picture.size());
+    writeFile(folder + separator + name + format.extension, bytes, picture.size());
 }
 
 } // namespace
 
-void dumpPicture(std::span<const unsigned char> file, const char* extension) {
+void dumpPicture(std::span<const unsigned char> file, const PictureFormat& format) {
     try {
-        writeDump(file, extension);
+        writeDump(file, format);
     } catch (...) {
         // A diagnostic aid: short memory or a host that throws must not cost the picture.
         return;
