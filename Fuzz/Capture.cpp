@@ -13,7 +13,6 @@
 #include "ImagingLibrary/ImagingLibrary.h"
 #include "ImagingLibrary/image_t.h"
 #include "NativeCameraControl/ImagingInterface.h"
-#include "NativeCameraKorva/KorvaBinaryCommunication.h"
 #include "NativeCameraKorva/KorvaHelper.h"
 #include "ReferenceHost/HostControl.h"
 #include "World/Calls.h"
@@ -191,7 +190,6 @@ void captureWithoutDevice(const std::vector<Answer>& answers, unsigned int setti
 } // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-    Korva::Binary::setImageByteLimit(static_cast<std::uint32_t>(byteLimit));
     image_t::setByteLimit(byteLimit);
     World::reset();
     World::Calls::current().failAlways("fopen", 0); // no run leaves a file behind

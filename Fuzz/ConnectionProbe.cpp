@@ -7,8 +7,6 @@
 #include "FuzzMessages.h"
 #include "FuzzedDevice.h"
 
-#include "NativeCameraKorva/KorvaBinaryCommunication.h"
-
 #include <algorithm>
 #include <vector>
 
@@ -17,7 +15,6 @@ namespace {
 using Fuzz::Answer;
 using Fuzz::require;
 
-constexpr std::uint32_t imageByteLimit = 1u << 16;
 constexpr unsigned int loggedRuns = 0x0E; // bits of the settings, all set in one run of eight
 constexpr unsigned int mostProbes = 4;
 constexpr std::size_t mostArguments = 6;
@@ -45,7 +42,6 @@ void probeWithMessage(Fuzz::FuzzedDevice& device, Fuzz::Input& input, std::size_
 } // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-    Korva::Binary::setImageByteLimit(imageByteLimit);
     static auto& device = *new Fuzz::FuzzedDevice;
     Fuzz::Input input(data, size);
     Fuzz::setLogging((input.byte() & loggedRuns) == loggedRuns);

@@ -7,6 +7,7 @@
 #include "SpanCommunicator.h"
 
 #include "NativeCameraKorva/KorvaBinaryCommunication.h"
+#include "NativeCameraKorva/KorvaMessageReader.h"
 
 #include <algorithm>
 #include <vector>
@@ -31,7 +32,7 @@ void readAsTheyAre(View wire, std::size_t pieceBytes) {
     Fuzz::SpanCommunicator communicator({wire, pieceBytes});
     Header header;
     std::vector<FullArg> args;
-    const bool complete = parseIncomingMessage(&communicator, header, args);
+    const bool complete = readMessage(communicator, header, args, imageByteLimit);
     require(args.size() <= header.argCount && (!complete || args.size() == header.argCount));
     std::size_t valueBytes = 0;
     for (const FullArg& arg : args)
@@ -53,7 +54,7 @@ void readAsArguments(const std::vector<ArgView>& sent, std::size_t pieceBytes) {
     Header header;
     std::vector<FullArg> args;
     const auto refused = std::find_if_not(sent.begin(), sent.end(), Fuzz::isReadable);
-    const bool complete = parseIncomingMessage(&communicator, header, args);
+    const bool complete = readMessage(communicator, header, args, imageByteLimit);
     require(complete == (refused == sent.end()));
     require(std::equal(args.begin(), args.end(), sent.begin(), refused, isSame));
     require(!complete || communicator.isExhausted());
@@ -62,7 +63,6 @@ void readAsArguments(const std::vector<ArgView>& sent, std::size_t pieceBytes) {
 } // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-    setImageByteLimit(imageByteLimit);
     Fuzz::Input input(data, size);
     Fuzz::setLogging(false); // slow; ConnectionProbe has the reader's lines built
     const bool mended = (input.byte() & 1) != 0;

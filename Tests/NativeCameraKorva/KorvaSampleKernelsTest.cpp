@@ -1,4 +1,5 @@
 #include "NativeCameraKorva/KorvaSampleKernels.h"
+#include "NativeCameraKorva/KorvaByteSum.h"
 
 #include <gtest/gtest.h>
 #include <hwy/targets.h>

@@ -1,4 +1,5 @@
 #include "NativeCameraKorva/KorvaBinaryCommunication.h"
+#include "NativeCameraKorva/KorvaMessageReader.h"
 
 #include "Support/ArrayAllocations.h"
 #include "Support/LogCapture.h"
@@ -23,15 +24,15 @@ struct MessageMemory : ::testing::Test {
     Header header;
     std::vector<FullArg> args;
 
-    ~MessageMemory() override {
-        TestSupport::expectFrom(log, "KorvaBinaryCommunication");
-        setImageByteLimit(defaultImageByteLimit);
-    }
+    ~MessageMemory() override { TestSupport::expectFrom(log, "KorvaBinaryCommunication"); }
 
     /// Gives lastArrayLength() a value that no picture here has.
     static void forgetLastArray() { delete[] new (std::nothrow) unsigned char[4711]; }
 
     bool parse() { return parseIncomingMessage(&communicator, header, args); }
+    bool parseWithin(std::uint32_t imageByteLimit) {
+        return readMessage(communicator, header, args, imageByteLimit);
+    }
 };
 
 TEST_F(MessageMemory, OfAnImageIsOneArrayOfItsLength) {
@@ -78,9 +79,8 @@ TEST_F(MessageMemory, ThatCannotBeHadRefusesTheMessageWithoutLoggingToo) {
 
 TEST_F(MessageMemory, IsNotAskedForWhereTheImageIsAboveTheLimit) {
     forgetLastArray();
-    setImageByteLimit(6);
     communicator.deliver(wireMessage({{6, {1, 2, 3, 4, 5, 6, 7}}}));
-    EXPECT_FALSE(parse());
+    EXPECT_FALSE(parseWithin(6));
     EXPECT_EQ(Support::lastArrayLength(), 4711u);
 }
 

@@ -1,4 +1,5 @@
 #include "NativeCameraKorva/KorvaBinaryCommunication.h"
+#include "NativeCameraKorva/KorvaMessageReader.h"
 
 #include "Support/Beginning.h"
 #include "Support/LogCapture.h"
@@ -59,12 +60,12 @@ struct MessageReader : ::testing::Test {
     Header header;
     std::vector<FullArg> args;
 
-    ~MessageReader() override {
-        TestSupport::expectFrom(log, "KorvaBinaryCommunication");
-        setImageByteLimit(defaultImageByteLimit);
-    }
+    ~MessageReader() override { TestSupport::expectFrom(log, "KorvaBinaryCommunication"); }
 
     bool parse() { return parseIncomingMessage(&communicator, header, args); }
+    bool parseWithin(std::uint32_t imageByteLimit) {
+        return readMessage(communicator, header, args, imageByteLimit);
+    }
     std::vector<LogText> warnings() const { return log.textsFrom(log4cxx::Level::getWarn()); }
 
     void expectRefusal(const std::string& errorText) {
@@ -271,21 +272,19 @@ TEST_F(MessageReader, RefusesAnImageAbove256MebibytesBeforeReadingIt) {
 }
 
 TEST_F(MessageReader, RefusesImagesThatAreTogetherAboveTheLimit) {
-    setImageByteLimit(6);
     communicator.deliver(wireMessage({{6, {1, 2, 3}}, {6, {1, 2, 3}}, {6, {1}}}));
-    EXPECT_FALSE(parse());
+    EXPECT_FALSE(parseWithin(6));
     EXPECT_EQ(args.size(), 2u);
     EXPECT_THAT(
         log.textsFrom(log4cxx::Level::getWarn()),
         ElementsAre(LogText{"ERROR", "Korva has sent an image that is too large: argSize 1 limit 6"}));
 }
 
-TEST_F(MessageReader, HasAnImageLimitThatCanBeLowered) {
-    setImageByteLimit(3);
+TEST_F(MessageReader, TakesTheLimitOnImagesFromItsCaller) {
     communicator.deliver(wireMessage({{image, {1, 2, 3}}}));
-    EXPECT_TRUE(parse());
+    EXPECT_TRUE(parseWithin(3));
     communicator.deliver(wireMessage({{image, {1, 2, 3, 4}}}));
-    EXPECT_FALSE(parse());
+    EXPECT_FALSE(parseWithin(3));
     EXPECT_THAT(warnings(), ElementsAre(LogText{
                                 "ERROR", "Korva has sent an image that is too large: argSize 4 limit 3"}));
 }
@@ -439,7 +438,6 @@ TEST_F(MessageReader, GivesTheSameResultsWithoutLogging) {
 
 TEST_F(MessageReader, RefusesTheSameWithoutLogging) {
     log.setLevel(log4cxx::Level::getOff());
-    setImageByteLimit(100);
     const auto messageWith = [](std::uint32_t length, std::uint8_t type, std::uint32_t valueBytes) {
         Bytes bytes = messageHead(length, 1);
         appendArgHeader(bytes, type, valueBytes);
@@ -459,7 +457,7 @@ TEST_F(MessageReader, RefusesTheSameWithoutLogging) {
     for (const auto& refused : cases) {
         ScriptedCommunicator fresh;
         fresh.deliver(refused.bytes);
-        EXPECT_FALSE(parseIncomingMessage(&fresh, header, args)) << refused.what;
+        EXPECT_FALSE(readMessage(fresh, header, args, 100)) << refused.what;
         EXPECT_EQ(fresh.reads().size(), refused.reads) << refused.what;
     }
     EXPECT_THAT(args, IsEmpty());

@@ -3,10 +3,10 @@
 #include "Device/CaptureCmds.h"
 #include "NativeCameraControl/ImagingInterface.h"
 #include "NativeCameraKorva/KorvaCameraHandlers.h"
-#include "NativeCameraKorva/KorvaCameraLoader.h"
 #include "NativeCameraKorva/KorvaImaging2Interface.h"
 #include "NativeCameraKorva/KorvaImagingInterface.h"
 #include "NativeCameraKorva/KorvaInternals.h"
+#include "NativeCameraKorva/KorvaTypeObject.h"
 
 #include <cstdint>
 #include <cstring>

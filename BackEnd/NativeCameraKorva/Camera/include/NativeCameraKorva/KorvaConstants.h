@@ -1,5 +1,5 @@
 #pragma once
-// The words of the camera's text language, its ports, and the known hardware identifiers. Each source file
+// The words of the camera's text language, its ports, and the known models. Each source file
 // that includes this has its own copy, built when the library is loaded.
 
 #include "VantrelCommon/Point.h"
@@ -43,10 +43,22 @@ const std::string netGatewayKey = "--NetGateway";
 
 const std::string modelPrefix = "Korva Meridian";
 
-/// Models by the end of their hardware identifier. Only the M61 must have the minimum firmware.
-const std::string modelM61 = "M61";
-const std::string modelM615 = "M615";
-const std::string modelM62 = "M62";
+/// A model, known by the end of its hardware identifier.
+struct CameraModel {
+    const char* hardwareId;
+    int width; ///< of the pictures that it sends, in pixels: its sensor, halved
+    int height;
+};
+
+/// The one model that must have the minimum firmware.
+constexpr char modelM61[] = "M61";
+
+/// All models, in the order in which an identifier is compared with them: a new one is a row here.
+constexpr CameraModel cameraModels[] = {
+    {modelM61, 1676, 1266},
+    {"M615", 2748, 1836},
+    {"M62", 2748, 1836},
+};
 
 /// The oldest firmware that an M61 may have, as numbers and as messages name it.
 using SoftwareVersion = std::array<std::uint8_t, 3>;
@@ -55,22 +67,27 @@ const std::string minimumSoftwareVersionText = std::to_string(minimumSoftwareVer
                                                std::to_string(minimumSoftwareVersion[1]) + "." +
                                                std::to_string(minimumSoftwareVersion[2]);
 
-/// In the order in which an identifier is compared with them.
-const std::vector<std::string> knownHardwareIds{modelM61, modelM615, modelM62};
+/// Identifiers of the models, in their order.
+const std::vector<std::string> knownHardwareIds = [] {
+    std::vector<std::string> identifiers;
+    for (const CameraModel& model : cameraModels)
+        identifiers.emplace_back(model.hardwareId);
+    return identifiers;
+}();
 
-/// Pixels, x then y, of the pictures that a model sends: its sensor, halved.
-const std::map<std::string, Point<int, 2>> resolutions{
-    {modelM61, Point<int, 2>(1676, 1266)},
-    {modelM615, Point<int, 2>(2748, 1836)},
-    {modelM62, Point<int, 2>(2748, 1836)},
-};
+/// Pixels, x then y, by identifier, times `factor`.
+inline std::map<std::string, Point<int, 2>> sizesOfModels(int factor) {
+    std::map<std::string, Point<int, 2>> sizes;
+    for (const CameraModel& model : cameraModels)
+        sizes.emplace(model.hardwareId, Point<int, 2>(factor * model.width, factor * model.height));
+    return sizes;
+}
 
-/// Pixels of the whole sensors. Deliberately nothing looks here: a camera is known by its halved resolution.
-const std::map<std::string, Point<int, 2>> sensorResolutions{
-    {modelM61, Point<int, 2>(3352, 2532)},
-    {modelM615, Point<int, 2>(5496, 3672)},
-    {modelM62, Point<int, 2>(5496, 3672)},
-};
+/// Of the pictures that a model sends.
+const std::map<std::string, Point<int, 2>> resolutions = sizesOfModels(1);
+
+/// Of the whole sensors. Deliberately nothing looks here: a camera is known by its halved resolution.
+const std::map<std::string, Point<int, 2>> sensorResolutions = sizesOfModels(2);
 
 /// What stands for a resolution that could not be found.
 const Point<int, 2> unknownResolution;

@@ -4,20 +4,12 @@
 #include "NativeCameraKorva/KorvaExport.h"
 #include "NativeCameraKorva/KorvaMessage.h"
 
-#include <cstddef>
 #include <cstdint>
 #include <vector>
 
 class Communicator;
 
 namespace Korva::Binary {
-
-/// The most value bytes that the GetImage arguments of a received message may announce together: 256 MiB.
-/// The largest real picture has 30 MB.
-inline constexpr std::uint32_t defaultImageByteLimit = std::uint32_t{256} << 20;
-
-/// Lowers (tests, fuzzers) or restores the limit that parseIncomingMessage applies. Process-wide, any thread.
-void setImageByteLimit(std::uint32_t bytes) noexcept;
 
 /// The checksum of the complete message of `length` bytes at `message`: the sum, modulo 65536, of all its
 /// bytes but the last two, which are the checksum itself. `length` is at least 2.
@@ -42,7 +34,7 @@ KORVA_EXPORT bool createAndSendMessage(Command command, std::vector<FullArg>& ar
 /// message whose first argument is a GetImage does not. False, with an error or warn line, where bytes are
 /// missing, where the transport answers a read with more than was asked or less than nothing, where an
 /// argument runs past the announced length, where an argument other than GetImage announces more than 4 value
-/// bytes, and where a GetImage value takes the message's images above the limit or its memory cannot be had.
+/// bytes, and where a GetImage value takes the message's images above 256 MiB or its memory cannot be had.
 /// On failure arguments already read stay in `args`. What the transport throws passes to the caller.
 KORVA_EXPORT bool parseIncomingMessage(Communicator* communicator, Header& header,
                                        std::vector<FullArg>& args);

@@ -6,12 +6,12 @@
 #include "Communicator/EthernetCommunicator.h"
 #include "DeviceControl/BroadcastWorkerObserver.h"
 #include "NativeCameraKorva/KorvaAdapterList.h"
-#include "NativeCameraKorva/KorvaCameraLoader.h"
 #include "NativeCameraKorva/KorvaCameraTemplate.h"
 #include "NativeCameraKorva/KorvaCommParser.h"
 #include "NativeCameraKorva/KorvaConstants.h"
 #include "NativeCameraKorva/KorvaIdentification.h"
 #include "NativeCameraKorva/KorvaLog.h"
+#include "NativeCameraKorva/KorvaTypeObject.h"
 #include "Platform/Text.h"
 
 #include <algorithm>

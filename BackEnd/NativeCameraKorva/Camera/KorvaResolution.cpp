@@ -37,14 +37,14 @@ Point<int, 2> resolutionOfSample(Communicator* communicator) {
 
 } // namespace
 
-bool endsWith(std::string_view text, std::string_view suffix) {
+bool endsWithOrIsOneShorter(std::string_view text, std::string_view suffix) {
     return text.rfind(suffix) == text.size() - suffix.size();
 }
 
 // NOLINTNEXTLINE(performance-unnecessary-value-param): the interface takes a copy of the text
 Point<int, 2> getKorvaResolution(std::string hardwareId, Communicator* imageCommunicator) {
     for (const std::string& known : knownHardwareIds) {
-        if (!endsWith(hardwareId, known))
+        if (!endsWithOrIsOneShorter(hardwareId, known))
             continue;
         const Point<int, 2> resolution = resolutions.at(known);
         KORVA_LOG(logger, Info, "KorvaHelper",

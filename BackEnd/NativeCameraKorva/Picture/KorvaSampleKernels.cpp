@@ -1,11 +1,12 @@
 #undef HWY_TARGET_INCLUDE
-#define HWY_TARGET_INCLUDE "NativeCameraKorva/KorvaSampleKernels.cpp"
+#define HWY_TARGET_INCLUDE "KorvaSampleKernels.cpp"
 #include <hwy/foreach_target.h>
 
 #include <hwy/cache_control.h>
 #include <hwy/highway.h>
 
 #include "NativeCameraKorva/KorvaSampleKernels.h"
+#include "NativeCameraKorva/KorvaVectorLoops.h"
 
 #include <algorithm>
 #include <array>
@@ -23,49 +24,11 @@ static_assert(std::endian::native == std::endian::little, "the kernels keep samp
 constexpr std::size_t bytesPerSample = 2;
 constexpr std::size_t mostChannels = 4;
 
-/// How many bytes or pixels a kernel's vectors did, and what they counted in them.
-struct Progress {
-    std::size_t done = 0;
-    std::size_t count = 0;
-};
-
 // Each kernel hands whole vectors to a function that says how far it came, and does the rest one by one.
 #if HWY_TARGET != HWY_SCALAR
 
 using ByteTag = hn::ScalableTag<std::uint8_t>;
 using SampleTag = hn::RepartitionToWide<ByteTag>;
-
-constexpr std::size_t cacheLine = 64;
-// A picture does not fit the caches. A loop that asks for its bytes this early runs at the memory's speed.
-constexpr std::size_t prefetchDistance = 8192;
-
-/// Asks for what a loop with `left` bytes from `bytes` on, at least a round, will read some rounds later.
-void prefetchRound(const unsigned char* bytes, std::size_t left, std::size_t bytesOfARound) {
-    const unsigned char* const later = bytes + std::min(prefetchDistance, left - bytesOfARound);
-    for (std::size_t line = 0; line < bytesOfARound; line += cacheLine)
-        hwy::Prefetch(later + line);
-}
-
-Progress sumOfWholeVectors(const unsigned char* bytes, std::size_t count) {
-    const ByteTag u8;
-    const hn::Repartition<std::uint64_t, ByteTag> u64;
-    const std::size_t lanes = hn::Lanes(u8);
-    auto sum0 = hn::Zero(u64);
-    auto sum1 = hn::Zero(u64);
-    auto sum2 = hn::Zero(u64);
-    auto sum3 = hn::Zero(u64);
-    Progress progress;
-    for (std::size_t& i = progress.done; i + 4 * lanes <= count; i += 4 * lanes) {
-        prefetchRound(bytes + i, count - i, 4 * lanes);
-        sum0 = hn::Add(sum0, hn::SumsOf8(hn::LoadU(u8, bytes + i)));
-        sum1 = hn::Add(sum1, hn::SumsOf8(hn::LoadU(u8, bytes + i + lanes)));
-        sum2 = hn::Add(sum2, hn::SumsOf8(hn::LoadU(u8, bytes + i + 2 * lanes)));
-        sum3 = hn::Add(sum3, hn::SumsOf8(hn::LoadU(u8, bytes + i + 3 * lanes)));
-    }
-    const auto sum = hn::Add(hn::Add(sum0, sum1), hn::Add(sum2, sum3));
-    progress.count = static_cast<std::size_t>(hn::GetLane(hn::SumOfLanes(u64, sum)));
-    return progress;
-}
 
 template <class D>
 hn::VFromD<D> loadSamples(D u16, const unsigned char* samples) {
@@ -178,10 +141,6 @@ Progress reduceColourVectors(unsigned char* samples, std::size_t pixels) {
 
 #else
 
-Progress sumOfWholeVectors(const unsigned char*, std::size_t) {
-    return {};
-}
-
 std::size_t interleaveWholeVectors(const unsigned char* const*, std::size_t, std::size_t, unsigned char*) {
     return 0;
 }
@@ -199,14 +158,6 @@ Progress reduceColourVectors(unsigned char*, std::size_t) {
 }
 
 #endif
-
-std::uint16_t sum(const unsigned char* bytes, std::size_t count) {
-    const Progress vectors = sumOfWholeVectors(bytes, count);
-    std::size_t total = vectors.count;
-    for (std::size_t i = vectors.done; i < count; ++i)
-        total += bytes[i];
-    return static_cast<std::uint16_t>(total);
-}
 
 void interleavePiece(const unsigned char* const* planes, std::size_t channels, std::size_t pixels,
                      unsigned char* piece) {
@@ -263,13 +214,8 @@ HWY_AFTER_NAMESPACE();
 #if HWY_ONCE
 namespace Korva {
 
-HWY_EXPORT(sum);
 HWY_EXPORT(interleave);
 HWY_EXPORT(reduce);
-
-std::uint16_t sumOfBytes(const unsigned char* bytes, std::size_t count) noexcept {
-    return HWY_DYNAMIC_DISPATCH(sum)(bytes, count);
-}
 
 void interleaveRow(const unsigned char* const* planes, std::size_t channels, std::size_t pixels,
                    unsigned char* row) noexcept {

@@ -14,10 +14,11 @@ namespace Korva {
 /// The MAC address that stands for a failed lookup.
 inline constexpr char unknownMacAddress[] = "00-00-00-00-00-00";
 
-/// True where the last occurrence of `suffix` in `text` starts at (length of text - length of suffix),
-/// computed as unsigned sizes with "not found" as the largest one. So an empty suffix always matches and,
-/// deliberately, so does every suffix that is one character longer than the text.
-bool endsWith(std::string_view text, std::string_view suffix);
+/// True where `text` ends with `suffix` and, deliberately, wherever it is one character shorter, whatever it
+/// says. So it comes of how the ends are compared: the last occurrence of `suffix` with (length of text -
+/// length of suffix), in unsigned sizes, where "not found" is the largest one, as is 0 - 1. An empty suffix
+/// always matches.
+bool endsWithOrIsOneShorter(std::string_view text, std::string_view suffix);
 
 /// The resolution of a camera by its hardware identifier, or, where that is unknown, the size of a sample
 /// picture taken over `imageCommunicator` (not owned; used only then; at most two grabs). (0, 0) where

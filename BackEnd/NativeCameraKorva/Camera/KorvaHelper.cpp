@@ -8,7 +8,7 @@
 #include "NativeCameraKorva/KorvaLog.h"
 #include "NativeCameraKorva/KorvaMemoryStream.h"
 #include "NativeCameraKorva/KorvaOwnedImage.h"
-#include "NativeCameraKorva/KorvaPictureDecoding.h"
+#include "NativeCameraKorva/KorvaPictureFormat.h"
 #include "NativeCameraKorva/KorvaSampleKernels.h"
 #include "Platform/Kernel.h"
 
@@ -36,8 +36,6 @@ constexpr DWORD delayBeforeTakeMs = 10000;
 constexpr unsigned int bitsPerGreySample = 8;
 constexpr int noImageFlags = 0;
 
-constexpr unsigned int formatSgi = 1;
-constexpr unsigned int formatPng = 2;
 constexpr unsigned int depthBits = 16;
 constexpr unsigned int shiftBits = 4;
 
@@ -46,7 +44,7 @@ struct Request {
     Communicator& communicator;
     std::uint16_t exposure; ///< units of 100 ms
     std::uint8_t mode;
-    bool png;
+    const PictureFormat& format;
     bool delayBeforeTake;
     unsigned int samplesPerPixel; ///< 1 or 3
 };
@@ -82,11 +80,10 @@ std::uint8_t captureMode(bool forceMode1, bool monochrome) {
 std::vector<FullArg> configurationArgs(const Request& request) {
     const auto highByte = static_cast<std::uint8_t>(request.exposure >> 8);
     const auto lowByte = static_cast<std::uint8_t>(request.exposure & 0xFF);
-    const auto format = static_cast<std::uint8_t>(request.png ? formatPng : formatSgi);
     std::vector<FullArg> args;
     args.push_back(makeArg(ArgCode::Exposure, {highByte, lowByte}));
     args.push_back(makeArg(ArgCode::Mode, {request.mode}));
-    args.push_back(makeArg(ArgCode::Format, {format}));
+    args.push_back(makeArg(ArgCode::Format, {request.format.code}));
     args.push_back(makeArg(ArgCode::Depth, {depthBits}));
     args.push_back(makeArg(ArgCode::Shift, {shiftBits}));
     return args;
@@ -126,8 +123,8 @@ bool configure(const Request& request, CaptureStopwatch& watch) {
               "Before taking picture.. setting exposure = "
                   << std::hex << std::setw(2) << Binary::bigEndian16(request.exposure)
                   << " mode = " << static_cast<unsigned int>(request.mode)
-                  << " format = " << (request.png ? formatPng : formatSgi) << " depth = " << depthBits
-                  << " shift = " << shiftBits);
+                  << " format = " << static_cast<unsigned int>(request.format.code)
+                  << " depth = " << depthBits << " shift = " << shiftBits);
     std::vector<FullArg> args = configurationArgs(request);
     return perform(configuration, request, args, watch);
 }
@@ -152,12 +149,11 @@ std::optional<FullArg> fetch(const Request& request, CaptureStopwatch& watch) {
     return std::move(args.front());
 }
 
-image_t decode(const FullArg& file, bool png, CaptureStopwatch& watch) {
+image_t decode(const FullArg& file, const PictureFormat& format, CaptureStopwatch& watch) {
     watch.start();
     mybuf bytes(file.data.get(), Binary::bigEndian32(file.header.length));
     std::istream stream(&bytes);
-    std::string text;
-    image_t picture = png ? decodePng(stream, text) : decodeSgi(stream);
+    image_t picture = format.decode(stream);
     KORVA_LOG(logger, Info, "KorvaHelper",
               "Pulled Korva image with resolution: " << picture.width << " " << picture.height);
     watch.stop();
@@ -217,8 +213,8 @@ std::optional<image_t> attempt(const Request& request, CaptureStopwatch& watch) 
     if (!file)
         return std::nullopt;
     if (logger->isTraceEnabled())
-        dumpImage(request.png, *file);
-    image_t picture = decode(*file, request.png, watch);
+        dumpImage(request.format, *file);
+    image_t picture = decode(*file, request.format, watch);
     if (!holdsSamples(picture, request.samplesPerPixel) || !reduce(picture, request.samplesPerPixel, watch))
         return std::nullopt;
     return picture;
@@ -254,7 +250,7 @@ Image* capture(Communicator* communicator, bool forceMode1, bool png, bool monoc
     const Request request{*communicator,
                           static_cast<std::uint16_t>(exposure & 0xFFFF),
                           captureMode(forceMode1, monochrome),
-                          png,
+                          pictureFormat(png),
                           delayBeforeTake,
                           monochrome ? 1u : 3u};
     CaptureStopwatch watch;

@@ -7,15 +7,16 @@
 #include <memory>
 
 class Image;
-class KorvaCamera;
+class NativeCamera;
 
 /// Belongs to the camera's imaging interfaces, which share it. It holds no lock: one thread at a time, and no
 /// two operations of one camera overlap. Its operations let no exception out; a failure is an error line and
 /// a health report. The health callback is called on the calling thread. It may replace itself.
 class KorvaInternals {
 public:
-    /// `camera` outlives this object; its description is logged. Sets the exposure time 150000.
-    explicit KorvaInternals(KorvaCamera* camera);
+    /// `camera`, a KorvaCamera, outlives this object; its description is logged. Sets the exposure time
+    /// 150000.
+    explicit KorvaInternals(NativeCamera* camera);
     KorvaInternals(const KorvaInternals&) = delete;
     KorvaInternals& operator=(const KorvaInternals&) = delete;
     ~KorvaInternals();
@@ -53,7 +54,7 @@ private:
     void report(int code) const;
     void reportFailure(int code) const noexcept;
 
-    KorvaCamera* camera_;
+    NativeCamera* camera_;
     std::shared_ptr<const NetworkHealthCallback> networkHealthCallback_; ///< null or empty for nobody
     std::unique_ptr<unsigned char[]> pixels_;
     std::uint16_t exposureUnits_ = 1; ///< of 100 ms

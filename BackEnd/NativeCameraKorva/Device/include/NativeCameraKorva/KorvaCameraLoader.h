@@ -2,8 +2,7 @@
 // The door through which a host enters the plug-in.
 
 #include "NativeCameraKorva/KorvaExport.h"
-
-class DeviceType;
+#include "NativeCameraKorva/KorvaTypeObject.h"
 
 extern "C" {
 
@@ -18,7 +17,3 @@ KORVA_EXPORT void pnx_uninitialize_device_plugin(...);
 
 /// Adds the camera family to the host's device types, once for every call. What the host throws passes.
 KORVA_EXPORT void initializeKorvaCamera();
-
-/// The one object that stands for the camera family, made by the first call and living as long as the
-/// library. Where making it throws, the next call tries again. Any thread.
-KORVA_EXPORT const DeviceType& getKorvaCameraType();

@@ -3,8 +3,8 @@
 #include "Communicator/Connector.h"
 #include "Communicator/DeviceException.h"
 #include "DeveloperDLL/DeveloperSettings.h"
+#include "NativeCameraControl/NativeCamera.h"
 #include "NativeCameraKorva/KorvaBinaryCommunication.h"
-#include "NativeCameraKorva/KorvaCamera.h"
 #include "NativeCameraKorva/KorvaHelper.h"
 #include "NativeCameraKorva/KorvaLog.h"
 #include "NativeCameraKorva/KorvaOwnedImage.h"
@@ -35,7 +35,7 @@ constexpr std::uint16_t longestExposure = 3600;
 
 } // namespace
 
-KorvaInternals::KorvaInternals(KorvaCamera* camera)
+KorvaInternals::KorvaInternals(NativeCamera* camera)
     : camera_(camera), getImageDelay_(DeveloperSettings::Boolean("KorvaGetImageDelay").value()) {
     KORVA_LOG(
         logger, Info, "KorvaInternals",

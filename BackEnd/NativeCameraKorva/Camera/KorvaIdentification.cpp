@@ -84,7 +84,8 @@ private:
 
 /// Throws DeviceException, logged, where the camera's model must have a newer firmware.
 void requireSoftwareVersion(const Identity& identity) {
-    if (!endsWith(identity.hardwareId, modelM61) || checkSoftwareVersion(identity.softwareVersion))
+    const bool isM61 = endsWithOrIsOneShorter(identity.hardwareId, modelM61);
+    if (!isM61 || checkSoftwareVersion(identity.softwareVersion))
         return;
     const std::string text = "Rejecting Korva camera, Vantrel requires Korva SW version at least " +
                              minimumSoftwareVersionText + " found " + identity.softwareVersion;

@@ -1,11 +1,11 @@
 #include "NativeCameraKorva/KorvaBinaryCommunication.h"
 
 #include "Communicator/Communicator.h"
+#include "NativeCameraKorva/KorvaByteSum.h"
 #include "NativeCameraKorva/KorvaLog.h"
-#include "NativeCameraKorva/KorvaSampleKernels.h"
+#include "NativeCameraKorva/KorvaMessageReader.h"
 
 #include <array>
-#include <atomic>
 #include <cstring>
 #include <iomanip>
 #include <locale>
@@ -18,8 +18,6 @@ namespace Korva::Binary {
 namespace {
 
 const log4cxx::LoggerPtr logger = log4cxx::Logger::getLogger("Plenar.KorvaCamera.KorvaInternalsComm");
-
-std::atomic<std::uint32_t> imageByteLimit{defaultImageByteLimit};
 
 constexpr unsigned int readTimeoutMs = 10000;
 constexpr unsigned int checksumTimeoutMs = 4000;
@@ -83,7 +81,8 @@ void encodeRequest(Command command, const std::vector<FullArg>& args, std::span<
 /// Reads one message off a communicator.
 class MessageReader {
 public:
-    explicit MessageReader(Communicator& communicator) : communicator_(communicator) {}
+    MessageReader(Communicator& communicator, std::uint32_t imageByteLimit)
+        : communicator_(communicator), imageByteLimit_(imageByteLimit) {}
 
     bool readHeader(Header& header);
     /// Appends to `args` where all of the argument arrived.
@@ -97,6 +96,7 @@ private:
     void count(const void* bytes, std::size_t byteCount);
 
     Communicator& communicator_;
+    const std::uint32_t imageByteLimit_;
     std::uint32_t expectedBytes_ = 0;
     std::uint64_t totalBytesRead_ = 0; // wide enough that no announced length wraps it
     std::uint64_t imageBytes_ = 0;     // of all the message's images: they share one limit
@@ -163,11 +163,11 @@ unsigned char* MessageReader::valueStore(FullArg& arg, std::uint32_t valueBytes)
                       << inlineValueBytes);
         return nullptr;
     }
-    const std::uint32_t limit = imageByteLimit;
     imageBytes_ += valueBytes;
-    if (imageBytes_ > limit) {
+    if (imageBytes_ > imageByteLimit_) {
         KORVA_LOG(logger, Error, "KorvaBinaryCommunication",
-                  "Korva has sent an image that is too large: argSize " << valueBytes << " limit " << limit);
+                  "Korva has sent an image that is too large: argSize " << valueBytes << " limit "
+                                                                        << imageByteLimit_);
         return nullptr;
     }
     // Not cleared, so that its pages cost nothing until bytes arrive.
@@ -248,10 +248,6 @@ bool judgeImage(std::uint8_t code, bool expectImage) {
 
 } // namespace
 
-void setImageByteLimit(std::uint32_t bytes) noexcept {
-    imageByteLimit = bytes;
-}
-
 std::uint16_t calculateChkSum(const unsigned char* message, std::uint64_t length) {
     return sumOfBytes(message, static_cast<std::size_t>(length) - checksumBytes);
 }
@@ -282,7 +278,12 @@ bool createAndSendMessage(Command command, std::vector<FullArg>& args, Communica
 }
 
 bool parseIncomingMessage(Communicator* communicator, Header& header, std::vector<FullArg>& args) {
-    MessageReader reader(*communicator);
+    return readMessage(*communicator, header, args, defaultImageByteLimit);
+}
+
+bool readMessage(Communicator& communicator, Header& header, std::vector<FullArg>& args,
+                 std::uint32_t imageByteLimit) {
+    MessageReader reader(communicator, imageByteLimit);
     if (!reader.readHeader(header))
         return false;
     for (unsigned int i = 0; i < header.argCount; ++i) {

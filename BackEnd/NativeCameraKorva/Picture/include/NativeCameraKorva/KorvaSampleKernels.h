@@ -1,13 +1,9 @@
 #pragma once
-// The loops over many bytes, vectorised for the processor that runs them.
+// The loops over a picture's samples, vectorised for the processor that runs them.
 
 #include <cstddef>
-#include <cstdint>
 
 namespace Korva {
-
-/// The sum, modulo 65536, of `count` bytes. Null is allowed for 0 bytes.
-std::uint16_t sumOfBytes(const unsigned char* bytes, std::size_t count) noexcept;
 
 /// Interleaves one row: for each of `pixels` pixels one sample of each of `channels` (1, 3 or 4) planes.
 /// `planes[c]` points to `pixels` big-endian 16-bit samples, at any address; `row` receives

@@ -1,4 +1,4 @@
-#include "NativeCameraKorva/KorvaImageDump.h"
+#include "NativeCameraKorva/KorvaPictureDump.h"
 
 #include "NativeCameraKorva/KorvaLog.h"
 #include "Platform/CRuntime.h"
@@ -8,6 +8,7 @@
 #include <cstddef>
 #include <filesystem>
 #include <regex>
+#include <span>
 #include <string>
 
 namespace Korva {
@@ -38,25 +39,23 @@ void writeFile(const std::string& path, const void* bytes, std::size_t count) {
     static_cast<void>(Platform::fclose(file));
 }
 
-void writeDump(bool png, const Binary::FullArg& picture) {
-    const std::size_t count = Binary::bigEndian32(picture.header.length);
-    const bool isMissing = count != 0 && picture.data == nullptr; // a value that is not an image's
+void writeDump(std::span<const unsigned char> picture, const PictureFormat& format) {
     const std::string time = timeText();
-    if (time.empty() || isMissing)
+    if (time.empty())
         return;
     const std::string name = "KorvaImage " + time;
     KORVA_LOG(logger, Trace, "KorvaHelper", "Dumping Korva picture to " << name);
     const std::string folder = Platform::utf8FromWide(PlenarDiagnostics::getImagesSubDirectory());
     // Nothing to write is not handed on as a null pointer, which the C library need not take.
-    const void* const bytes = count == 0 ? "" : static_cast<const void*>(picture.data.get());
-    writeFile(folder + separator + name + (png ? ".png" : ".sgi"), bytes, count);
+    const void* const bytes = picture.empty() ? "" : static_cast<const void*>(picture.data());
+    writeFile(folder + separator + name + format.extension, bytes, picture.size());
 }
 
 } // namespace
 
-void dumpImage(bool png, Binary::FullArg& picture) {
+void dumpPicture(std::span<const unsigned char> file, const PictureFormat& format) {
     try {
-        writeDump(png, picture);
+        writeDump(file, format);
     } catch (...) {
         // A diagnostic aid: short memory or a host that throws must not cost the picture.
         return;
