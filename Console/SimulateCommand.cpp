@@ -85,10 +85,10 @@ void serve(const SimulateOptions& options) {
 
 std::string serviceLine(const std::string& language, Simulator::Service service, const std::string& address,
                         std::uint16_t port) {
-    if (service == Simulator::Service::Refused)
+    if (service == Simulator::Service::refused)
         return "  " + language + " refused";
     const std::string place = " " + address + ":" + std::to_string(port);
-    return "  " + language + place + (service == Simulator::Service::Silent ? " (silent)" : "");
+    return "  " + language + place + (service == Simulator::Service::silent ? " (silent)" : "");
 }
 
 } // namespace

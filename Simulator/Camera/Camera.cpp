@@ -54,38 +54,38 @@ void requireShortTexts(const CameraSettings& settings) {
 
 SharedOrder wrap(const Bytes& file) {
     PictureOrder picture;
-    picture.answer = std::make_shared<const Bytes>(encodeAnswer(ArgumentCode::GetImage, file));
+    picture.answer = std::make_shared<const Bytes>(encodeAnswer(ArgumentCode::getImage, file));
     return std::make_shared<const PictureOrder>(std::move(picture));
 }
 
 } // namespace
 
 Camera::Camera(CameraSettings settings)
-    : m_settings(std::move(settings)), m_darkroom(m_settings.pictureSize(), m_settings.seed) {
-    requirePictureSize(m_settings.pictureSize());
-    requireShortTexts(m_settings);
-    if (m_settings.scene.kind == SceneKind::File)
-        m_filePicture = wrap(readFile(m_settings.scene.path));
+    : settings_(std::move(settings)), darkroom_(settings_.pictureSize(), settings_.seed) {
+    requirePictureSize(settings_.pictureSize());
+    requireShortTexts(settings_);
+    if (settings_.scene.kind == SceneKind::file)
+        filePicture_ = wrap(readFile(settings_.scene.path));
 }
 
 SharedOrder Camera::orderPicture(const Configuration& configuration) {
-    return m_filePicture ? m_filePicture : m_darkroom.order(m_settings.scene.kind, configuration);
+    return filePicture_ ? filePicture_ : darkroom_.order(settings_.scene.kind, configuration);
 }
 
 SharedOrder Camera::orderBlackPicture(const Configuration& configuration) {
-    return m_darkroom.order(SceneKind::Black, configuration);
+    return darkroom_.order(SceneKind::black, configuration);
 }
 
 SharedBytes Camera::pictureAnswer(const Configuration& configuration) {
-    return m_darkroom.finish(orderPicture(configuration));
+    return darkroom_.finish(orderPicture(configuration));
 }
 
 SharedBytes Camera::blackPictureAnswer(const Configuration& configuration) {
-    return m_darkroom.finish(orderBlackPicture(configuration));
+    return darkroom_.finish(orderBlackPicture(configuration));
 }
 
 std::optional<Fault> Camera::nextFault(Place place) {
-    for (Fault& fault : m_settings.faults) {
+    for (Fault& fault : settings_.faults) {
         if (!fault.hits(place) || fault.times == 0U)
             continue;
         const Fault hit = fault;

@@ -178,7 +178,7 @@ void readKey(CameraEntry& entry, const std::string& name, const Json& value, con
         throw CameraSetError(place.camera + ": there is no key \"" + name + "\"; there are " + knownKeys());
     try {
         key->read(entry, value);
-        if (entry.settings.scene.kind == SceneKind::File && key->name == "scene")
+        if (entry.settings.scene.kind == SceneKind::file && key->name == "scene")
             keepBeside(place.file, entry.settings.scene);
     } catch (const WrongValue& wrong) {
         throw CameraSetError(place.camera + keyWords(name) + ": " + wrong.what());

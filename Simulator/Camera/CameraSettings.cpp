@@ -12,9 +12,9 @@ namespace Simulator {
 namespace {
 
 constexpr std::array serviceNames = {
-    std::pair{Service::Answered, std::string_view("answered")},
-    std::pair{Service::Silent, std::string_view("silent")},
-    std::pair{Service::Refused, std::string_view("refused")},
+    std::pair{Service::answered, std::string_view("answered")},
+    std::pair{Service::silent, std::string_view("silent")},
+    std::pair{Service::refused, std::string_view("refused")},
 };
 
 constexpr std::uint32_t longestSide = 65535;

@@ -18,9 +18,9 @@ inline constexpr std::uint16_t binaryPort = 32769; ///< TCP
 
 /// How the camera treats one of its three languages.
 enum class Service {
-    Answered,
-    Silent,  ///< the port is open and read, but nothing is ever answered
-    Refused, ///< the port is not open
+    answered,
+    silent,  ///< the port is open and read, but nothing is ever answered
+    refused, ///< the port is not open
 };
 
 /// The picture size of a model: 1676 x 1266 for M61 and any unknown model, 2748 x 1836 for M615 and M62.
@@ -59,9 +59,9 @@ struct CameraSettings {
     std::string netMask = "255.255.255.0";
     std::string gateway = "0.0.0.0";
 
-    Service discovery = Service::Answered;
-    Service text = Service::Answered;
-    Service binary = Service::Answered;
+    Service discovery = Service::answered;
+    Service text = Service::answered;
+    Service binary = Service::answered;
 
     PictureSize pictureSize() const { return size.value_or(pictureSizeOfModel(model)); }
     const std::string& hardwareIdentifier() const { return hardware.empty() ? model : hardware; }

@@ -35,7 +35,7 @@ TEST(SimulateOptions, DefaultsAreACameraOnLoopbackAtItsOwnPorts) {
     EXPECT_EQ(options.server.discoveryUdpPort, 32768);
     EXPECT_EQ(options.camera.model, "M61");
     EXPECT_EQ(options.camera.firmware, "3.2.15");
-    EXPECT_EQ(options.camera.scene.kind, Simulator::SceneKind::Grid);
+    EXPECT_EQ(options.camera.scene.kind, Simulator::SceneKind::grid);
     EXPECT_FALSE(options.camera.size);
     EXPECT_FALSE(options.camera.waitExposure);
     EXPECT_TRUE(options.camera.faults.empty());
@@ -54,7 +54,7 @@ TEST(SimulateOptions, TakeWhatTheCommandLineSays) {
     EXPECT_EQ(options.camera.model, "My own");
     EXPECT_EQ(options.camera.firmware, "4.0.0");
     EXPECT_EQ(options.camera.size, (Simulator::PictureSize{64, 48}));
-    EXPECT_EQ(options.camera.scene, (Simulator::Scene{Simulator::SceneKind::File, "a.sgi"}));
+    EXPECT_EQ(options.camera.scene, (Simulator::Scene{Simulator::SceneKind::file, "a.sgi"}));
     EXPECT_EQ(options.camera.seed, 77u);
     EXPECT_TRUE(options.camera.waitExposure);
     EXPECT_EQ(options.runTime, std::chrono::milliseconds(1500));
@@ -73,9 +73,9 @@ TEST(SimulateOptions, TakeWhatTheCameraSaysOfItself) {
     EXPECT_EQ(options.camera.netMask, "255.255.0.0");
     EXPECT_EQ(options.camera.gateway, "10.77.0.1");
     EXPECT_EQ(options.camera.networkProtocol, "DHCP");
-    EXPECT_EQ(options.camera.discovery, Simulator::Service::Silent);
-    EXPECT_EQ(options.camera.text, Simulator::Service::Refused);
-    EXPECT_EQ(options.camera.binary, Simulator::Service::Answered);
+    EXPECT_EQ(options.camera.discovery, Simulator::Service::silent);
+    EXPECT_EQ(options.camera.text, Simulator::Service::refused);
+    EXPECT_EQ(options.camera.binary, Simulator::Service::answered);
 }
 
 TEST(SimulateOptions, OneCameraIsTheOneOfTheCommandLine) {
