@@ -12,7 +12,7 @@ namespace Simulator {
 
 namespace {
 
-constexpr std::uint64_t largestFile = std::uint64_t{1} << 30;
+constexpr std::uint64_t largestFile = std::uint64_t{256} << 20;
 
 /// Asked before it is opened: to open a FIFO is to wait for whoever writes into it.
 void requireRegularFile(const std::string& path) {
@@ -24,6 +24,7 @@ void requireRegularFile(const std::string& path) {
     throw std::runtime_error("Cannot read the scene " + path + ": " + reason);
 }
 
+/// With room for the head of an answer in front.
 Bytes readFile(const std::string& path) {
     requireRegularFile(path);
     std::ifstream stream(path, std::ios::binary | std::ios::ate);
@@ -32,12 +33,13 @@ Bytes readFile(const std::string& path) {
         throw std::runtime_error("Cannot read the scene " + path + ": " +
                                  std::generic_category().message(errno));
     if (static_cast<std::uint64_t>(size) > largestFile)
-        throw std::runtime_error("The scene " + path + " is larger than 1 GiB");
-    Bytes file(static_cast<std::size_t>(size));
+        throw std::runtime_error("The scene " + path + " is larger than 256 MiB");
+    Bytes framed(answerHeadBytes + static_cast<std::size_t>(size));
     stream.seekg(0);
-    if (!stream.read(reinterpret_cast<char*>(file.data()), static_cast<std::streamsize>(size)))
+    if (!stream.read(reinterpret_cast<char*>(framed.data() + answerHeadBytes),
+                     static_cast<std::streamsize>(size)))
         throw std::runtime_error("Cannot read the scene " + path + ": it is not a readable file");
-    return file;
+    return framed;
 }
 
 void requireShortTexts(const CameraSettings& settings) {
@@ -52,9 +54,9 @@ void requireShortTexts(const CameraSettings& settings) {
                                         text.substr(0, 20) + "...\" has " + std::to_string(text.size()));
 }
 
-SharedOrder wrap(const Bytes& file) {
+SharedOrder wrap(Bytes framed) {
     PictureOrder picture;
-    picture.answer = std::make_shared<const Bytes>(encodeAnswer(ArgumentCode::getImage, file));
+    picture.answer = std::make_shared<const Bytes>(encodeImageAnswer(std::move(framed)));
     return std::make_shared<const PictureOrder>(std::move(picture));
 }
 

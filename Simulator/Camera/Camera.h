@@ -15,7 +15,7 @@ namespace Simulator {
 class Camera {
 public:
     /// Throws std::invalid_argument for settings that no camera has, std::runtime_error naming the path if a
-    /// scene's file cannot be read or is larger than 1 GiB.
+    /// scene's file cannot be read or is larger than 256 MiB.
     explicit Camera(CameraSettings settings);
 
     const CameraSettings& settings() const { return settings_; }

@@ -8,6 +8,7 @@
 #include <unistd.h>
 
 #include <cstdio>
+#include <filesystem>
 #include <fstream>
 
 namespace Simulator {
@@ -91,6 +92,24 @@ TEST(Camera, ServesNothingButARegularFile) {
         } catch (const std::runtime_error& failure) {
             EXPECT_EQ(failure.what(), "Cannot read the scene " + path + ": it is no regular file");
         }
+    }
+}
+
+TEST(Camera, ServesAFileOfAtMost256Mebibytes) {
+    const TestSupport::TemporaryFolder folder;
+    const std::string path = folder.file("large.png");
+    std::ofstream(path).close();
+    CameraSettings settings;
+    settings.scene = parseScene("file:" + path);
+    constexpr std::size_t most = std::size_t{256} << 20;
+    std::filesystem::resize_file(path, most); // without any blocks
+    EXPECT_GT(Camera(settings).pictureAnswer({})->size(), most);
+    std::filesystem::resize_file(path, most + 1);
+    try {
+        Camera camera(settings);
+        ADD_FAILURE() << "accepted";
+    } catch (const std::runtime_error& failure) {
+        EXPECT_EQ(failure.what(), "The scene " + path + " is larger than 256 MiB");
     }
 }
 
