@@ -32,9 +32,8 @@ std::optional<std::uint32_t> sideFromText(std::string_view text) {
 } // namespace
 
 PictureSize pictureSizeOfModel(std::string_view model) {
-    if (model == "M615" || model == "M62")
-        return {2748, 1836};
-    return {1676, 1266};
+    const auto* const row = std::ranges::find(models, model, &Model::name);
+    return row == models.end() ? models.front().pictures : row->pictures;
 }
 
 std::optional<PictureSize> pictureSizeFromText(std::string_view text) {
