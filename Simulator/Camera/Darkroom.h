@@ -5,6 +5,8 @@
 #include "Camera/Request.h"
 #include "Camera/Scene.h"
 
+#include <cstddef>
+#include <cstdint>
 #include <deque>
 #include <exception>
 #include <memory>

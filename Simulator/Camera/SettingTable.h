@@ -3,6 +3,7 @@
 
 #include "Camera/CameraSettings.h"
 
+#include <cstdint>
 #include <span>
 #include <string>
 #include <string_view>

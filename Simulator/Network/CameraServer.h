@@ -11,6 +11,7 @@
 #include <atomic>
 #include <cstdint>
 #include <list>
+#include <optional>
 #include <memory>
 #include <span>
 #include <string>
