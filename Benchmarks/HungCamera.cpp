@@ -40,7 +40,7 @@ constexpr Simulator::PictureSize size{640, 480};
 std::unique_ptr<CameraServer> serve(Simulator::Service service) {
     Simulator::CameraSettings settings;
     settings.size = size;
-    settings.scene.kind = Simulator::SceneKind::Ramp;
+    settings.scene.kind = Simulator::SceneKind::ramp;
     settings.binary = service;
     Simulator::ServerOptions options;
     options.binaryTcpPort = 0;
@@ -69,7 +69,7 @@ bool capture(std::uint16_t port) {
 /// A capture that hangs from its construction to its destruction, on a thread of its own.
 class HungCapture {
 public:
-    HungCapture() : camera_(serve(Simulator::Service::Silent)) {
+    HungCapture() : camera_(serve(Simulator::Service::silent)) {
         thread_ = std::thread([this] {
             try {
                 capture(camera_->binaryTcpPort());
@@ -136,7 +136,7 @@ int main(int argc, char** argv) {
     Platform::keepFreedMemory(std::size_t{128} << 20);
     std::vector<std::unique_ptr<CameraServer>> cameras;
     for (std::size_t at = 0; at < others; ++at)
-        cameras.push_back(serve(Simulator::Service::Answered));
+        cameras.push_back(serve(Simulator::Service::answered));
     run(cameras, false); // renders what they see
     Milliseconds alone;
     Milliseconds beside;

@@ -39,12 +39,13 @@ bool isOver(const SimulateOptions& options, Clock::time_point start) {
 
 std::list<Simulator::CameraServer> serversOf(const SimulateOptions& options) {
     std::list<Simulator::CameraServer> servers;
-    const std::vector<ServedCamera> cameras = camerasToServe(options);
-    for (const ServedCamera& camera : cameras) {
-        Simulator::ServerOptions server = camera.server;
-        const std::string prefix = cameras.size() > 1 ? server.address + ": " : "";
-        server.log = [prefix](const std::string& event) { say(printable(prefix + event)); };
-        servers.emplace_back(camera.settings, server);
+    const std::vector<Simulator::CameraEntry> cameras = camerasToServe(options);
+    for (const Simulator::CameraEntry& camera : cameras) {
+        const std::string prefix = cameras.size() > 1 ? camera.address + ": " : "";
+        const auto log = [prefix](const std::string& event) { say(printable(prefix + event)); };
+        servers.emplace_back(camera.settings, Simulator::ServerOptions{camera.address, camera.binaryTcpPort,
+                                                                       camera.textTcpAndUdpPort,
+                                                                       camera.textTcpAndUdpPort, log});
     }
     return servers;
 }
@@ -85,10 +86,10 @@ void serve(const SimulateOptions& options) {
 
 std::string serviceLine(const std::string& language, Simulator::Service service, const std::string& address,
                         std::uint16_t port) {
-    if (service == Simulator::Service::Refused)
+    if (service == Simulator::Service::refused)
         return "  " + language + " refused";
     const std::string place = " " + address + ":" + std::to_string(port);
-    return "  " + language + place + (service == Simulator::Service::Silent ? " (silent)" : "");
+    return "  " + language + place + (service == Simulator::Service::silent ? " (silent)" : "");
 }
 
 } // namespace

@@ -5,6 +5,8 @@
 #include "ExitStatus.h"
 #include "SimulateOptions.h"
 
+#include "Network/CameraServer.h"
+
 #include <string>
 
 namespace Console {

@@ -24,28 +24,28 @@ Reaction refuse(const std::string& request, ErrorCode code) {
 }
 
 bool deliversPicture(const Request& request) {
-    return request.kind == RequestKind::Get;
+    return request.kind == RequestKind::get;
 }
 
 } // namespace
 
 void BinarySession::append(ByteView input) {
-    if (!m_closed)
-        m_input.insert(m_input.end(), input.begin(), input.end());
+    if (!closed_)
+        input_.insert(input_.end(), input.begin(), input.end());
 }
 
 std::optional<Reaction> BinarySession::next() {
-    if (m_closed)
+    if (closed_)
         return std::nullopt;
-    const std::optional<std::size_t> length = announcedRequestLength(m_input);
+    const std::optional<std::size_t> length = announcedRequestLength(input_);
     if (length == 0U)
         return loseFraming();
-    if (!length || m_input.size() < *length)
+    if (!length || input_.size() < *length)
         return std::nullopt;
-    std::optional<Reaction> reaction = answerMessage(ByteView(m_input).first(*length));
+    std::optional<Reaction> reaction = answerMessage(ByteView(input_).first(*length));
     if (!reaction)
         return std::nullopt;
-    m_input.erase(m_input.begin(), m_input.begin() + static_cast<std::ptrdiff_t>(*length));
+    input_.erase(input_.begin(), input_.begin() + static_cast<std::ptrdiff_t>(*length));
     if (std::ranges::any_of(reaction->actions, endsConnection))
         stopListening();
     return reaction;
@@ -53,15 +53,15 @@ std::optional<Reaction> BinarySession::next() {
 
 Reaction BinarySession::loseFraming() {
     Reaction reaction =
-        refuse("message of " + std::to_string(read32(m_input, 1)) + " bytes announced", ErrorCode::BadLength);
+        refuse("message of " + std::to_string(read32(input_, 1)) + " bytes announced", ErrorCode::badLength);
     reaction.actions.emplace_back(CloseConnection{});
     stopListening();
     return reaction;
 }
 
 void BinarySession::stopListening() {
-    m_closed = true;
-    m_input.clear();
+    closed_ = true;
+    input_.clear();
 }
 
 std::optional<Reaction> BinarySession::answerMessage(ByteView bytes) {
@@ -76,38 +76,38 @@ std::optional<Reaction> BinarySession::answerMessage(ByteView bytes) {
 }
 
 ErrorCode BinarySession::stateError(RequestKind request) const {
-    if (request == RequestKind::Take && !m_configuration)
-        return ErrorCode::NotConfigured;
-    if (request == RequestKind::Get && !m_taken)
-        return ErrorCode::NoPicture;
-    return ErrorCode::None;
+    if (request == RequestKind::take && !configuration_)
+        return ErrorCode::notConfigured;
+    if (request == RequestKind::get && !taken_)
+        return ErrorCode::noPicture;
+    return ErrorCode::none;
 }
 
 BinarySession::UnderWay BinarySession::begin(const Request& request) {
-    UnderWay underWay{m_camera.nextFault(placeOf(request.kind)), nullptr};
-    const bool carriedOut = !underWay.fault || underWay.fault->kind != FaultKind::Error;
-    if (carriedOut && request.kind == RequestKind::Configure) {
-        m_configuration = request.configuration;
-        m_taken.reset();
-        m_picture.reset();
-    } else if (carriedOut && request.kind == RequestKind::Take) {
-        m_taken = m_configuration;
-        m_picture.reset();
+    UnderWay underWay{camera_.nextFault(placeOf(request.kind)), nullptr};
+    const bool carriedOut = !underWay.fault || underWay.fault->kind != FaultKind::error;
+    if (carriedOut && request.kind == RequestKind::configure) {
+        configuration_ = request.configuration;
+        taken_.reset();
+        picture_.reset();
+    } else if (carriedOut && request.kind == RequestKind::take) {
+        taken_ = configuration_;
+        picture_.reset();
     } else if (deliversPicture(request)) {
-        if (!m_picture)
-            m_picture = m_camera.orderPicture(*m_taken);
-        if (underWay.fault && underWay.fault->kind == FaultKind::BlackPicture)
-            underWay.black = m_camera.orderBlackPicture(*m_taken);
+        if (!picture_)
+            picture_ = camera_.orderPicture(*taken_);
+        if (underWay.fault && underWay.fault->kind == FaultKind::blackPicture)
+            underWay.black = camera_.orderBlackPicture(*taken_);
     }
     return underWay;
 }
 
 bool BinarySession::hasPictures(const UnderWay& underWay) {
-    for (const SharedOrder& due : {m_picture, underWay.black}) {
+    for (const SharedOrder& due : {picture_, underWay.black}) {
         if (!due)
             continue;
         if (!due->isDone())
-            m_camera.work();
+            camera_.work();
         if (!due->isDone())
             return false;
         if (due->failure)
@@ -117,25 +117,25 @@ bool BinarySession::hasPictures(const UnderWay& underWay) {
 }
 
 SharedBytes BinarySession::answerTo(const Request& request) const {
-    return deliversPicture(request) ? m_picture->answer
-                                    : std::make_shared<const Bytes>(encodeAnswer(ArgumentCode::Done));
+    return deliversPicture(request) ? picture_->answer
+                                    : std::make_shared<const Bytes>(encodeAnswer(ArgumentCode::done));
 }
 
 std::optional<Reaction> BinarySession::grant(const Request& request) {
-    if (const ErrorCode error = stateError(request.kind); error != ErrorCode::None)
+    if (const ErrorCode error = stateError(request.kind); error != ErrorCode::none)
         return refuse(request.describe(), error);
 
-    if (!m_underWay)
-        m_underWay = begin(request);
-    if (deliversPicture(request) && !hasPictures(*m_underWay))
+    if (!underWay_)
+        underWay_ = begin(request);
+    if (deliversPicture(request) && !hasPictures(*underWay_))
         return std::nullopt;
-    const std::optional<Fault> fault = std::exchange(m_underWay, std::nullopt)->fault;
+    const std::optional<Fault> fault = std::exchange(underWay_, std::nullopt)->fault;
     const SharedBytes answer = answerTo(request);
-    const SharedBytes before = std::exchange(m_before, answer);
+    const SharedBytes before = std::exchange(before_, answer);
 
     Reaction reaction;
-    if (request.kind == RequestKind::Take && m_camera.settings().waitExposure)
-        reaction.actions.emplace_back(Pause{std::chrono::milliseconds{100} * m_configuration->exposureUnits});
+    if (request.kind == RequestKind::take && camera_.settings().waitExposure)
+        reaction.actions.emplace_back(Pause{std::chrono::milliseconds{100} * configuration_->exposureUnits});
     reaction.events.push_back(request.describe() +
                               (deliversPicture(request)
                                    ? " -> GetImage, " + std::to_string(answer->size()) + " bytes in all"
@@ -145,9 +145,9 @@ std::optional<Reaction> BinarySession::grant(const Request& request) {
         return reaction;
     }
     reaction.events.push_back("fault " + fault->describe());
-    if (fault->kind == FaultKind::Stale && before)
+    if (fault->kind == FaultKind::stale && before)
         reaction.actions.push_back(sendWhole(before));
-    for (Action& action : faultedAnswer(*fault, answer, m_camera, m_configuration.value_or(Configuration())))
+    for (Action& action : faultedAnswer(*fault, answer, camera_, configuration_.value_or(Configuration())))
         reaction.actions.push_back(std::move(action));
     return reaction;
 }

@@ -16,12 +16,12 @@ namespace Simulator {
 class BinarySession : public Session {
 public:
     /// `camera` outlives the session.
-    explicit BinarySession(Camera& camera) : m_camera(camera) {}
+    explicit BinarySession(Camera& camera) : camera_(camera) {}
 
     void append(ByteView input) override;
     std::optional<Reaction> next() override;
-    bool isWorking() const override { return m_underWay.has_value(); }
-    std::size_t waitingBytes() const override { return m_input.size(); }
+    bool isWorking() const override { return underWay_.has_value(); }
+    std::size_t waitingBytes() const override { return input_.size(); }
 
 private:
     /// A granted request whose answer is not ready.
@@ -39,14 +39,14 @@ private:
     Reaction loseFraming();
     void stopListening();
 
-    Camera& m_camera;
-    Bytes m_input;
-    SharedBytes m_before; ///< what was due to the message before; null to the first
-    bool m_closed = false;
-    std::optional<Configuration> m_configuration;
-    std::optional<Configuration> m_taken; ///< of the picture; nothing until one was taken
-    SharedOrder m_picture;                ///< null until it was fetched
-    std::optional<UnderWay> m_underWay;
+    Camera& camera_;
+    Bytes input_;
+    SharedBytes before_; ///< what was due to the message before; null to the first
+    bool closed_ = false;
+    std::optional<Configuration> configuration_;
+    std::optional<Configuration> taken_; ///< of the picture; nothing until one was taken
+    SharedOrder picture_;                ///< null until it was fetched
+    std::optional<UnderWay> underWay_;
 };
 
 } // namespace Simulator

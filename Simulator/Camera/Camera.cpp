@@ -12,7 +12,7 @@ namespace Simulator {
 
 namespace {
 
-constexpr std::uint64_t largestFile = std::uint64_t{1} << 30;
+constexpr std::uint64_t largestFile = std::uint64_t{256} << 20;
 
 /// Asked before it is opened: to open a FIFO is to wait for whoever writes into it.
 void requireRegularFile(const std::string& path) {
@@ -24,6 +24,7 @@ void requireRegularFile(const std::string& path) {
     throw std::runtime_error("Cannot read the scene " + path + ": " + reason);
 }
 
+/// With room for the head of an answer in front.
 Bytes readFile(const std::string& path) {
     requireRegularFile(path);
     std::ifstream stream(path, std::ios::binary | std::ios::ate);
@@ -32,12 +33,13 @@ Bytes readFile(const std::string& path) {
         throw std::runtime_error("Cannot read the scene " + path + ": " +
                                  std::generic_category().message(errno));
     if (static_cast<std::uint64_t>(size) > largestFile)
-        throw std::runtime_error("The scene " + path + " is larger than 1 GiB");
-    Bytes file(static_cast<std::size_t>(size));
+        throw std::runtime_error("The scene " + path + " is larger than 256 MiB");
+    Bytes framed(answerHeadBytes + static_cast<std::size_t>(size));
     stream.seekg(0);
-    if (!stream.read(reinterpret_cast<char*>(file.data()), static_cast<std::streamsize>(size)))
+    if (!stream.read(reinterpret_cast<char*>(framed.data() + answerHeadBytes),
+                     static_cast<std::streamsize>(size)))
         throw std::runtime_error("Cannot read the scene " + path + ": it is not a readable file");
-    return file;
+    return framed;
 }
 
 void requireShortTexts(const CameraSettings& settings) {
@@ -52,40 +54,40 @@ void requireShortTexts(const CameraSettings& settings) {
                                         text.substr(0, 20) + "...\" has " + std::to_string(text.size()));
 }
 
-SharedOrder wrap(const Bytes& file) {
+SharedOrder wrap(Bytes framed) {
     PictureOrder picture;
-    picture.answer = std::make_shared<const Bytes>(encodeAnswer(ArgumentCode::GetImage, file));
+    picture.answer = std::make_shared<const Bytes>(encodeImageAnswer(std::move(framed)));
     return std::make_shared<const PictureOrder>(std::move(picture));
 }
 
 } // namespace
 
 Camera::Camera(CameraSettings settings)
-    : m_settings(std::move(settings)), m_darkroom(m_settings.pictureSize(), m_settings.seed) {
-    requirePictureSize(m_settings.pictureSize());
-    requireShortTexts(m_settings);
-    if (m_settings.scene.kind == SceneKind::File)
-        m_filePicture = wrap(readFile(m_settings.scene.path));
+    : settings_(std::move(settings)), darkroom_(settings_.pictureSize(), settings_.seed) {
+    requirePictureSize(settings_.pictureSize());
+    requireShortTexts(settings_);
+    if (settings_.scene.kind == SceneKind::file)
+        filePicture_ = wrap(readFile(settings_.scene.path));
 }
 
 SharedOrder Camera::orderPicture(const Configuration& configuration) {
-    return m_filePicture ? m_filePicture : m_darkroom.order(m_settings.scene.kind, configuration);
+    return filePicture_ ? filePicture_ : darkroom_.order(settings_.scene.kind, configuration);
 }
 
 SharedOrder Camera::orderBlackPicture(const Configuration& configuration) {
-    return m_darkroom.order(SceneKind::Black, configuration);
+    return darkroom_.order(SceneKind::black, configuration);
 }
 
 SharedBytes Camera::pictureAnswer(const Configuration& configuration) {
-    return m_darkroom.finish(orderPicture(configuration));
+    return darkroom_.finish(orderPicture(configuration));
 }
 
 SharedBytes Camera::blackPictureAnswer(const Configuration& configuration) {
-    return m_darkroom.finish(orderBlackPicture(configuration));
+    return darkroom_.finish(orderBlackPicture(configuration));
 }
 
 std::optional<Fault> Camera::nextFault(Place place) {
-    for (Fault& fault : m_settings.faults) {
+    for (Fault& fault : settings_.faults) {
         if (!fault.hits(place) || fault.times == 0U)
             continue;
         const Fault hit = fault;

@@ -15,10 +15,10 @@ namespace Simulator {
 class Camera {
 public:
     /// Throws std::invalid_argument for settings that no camera has, std::runtime_error naming the path if a
-    /// scene's file cannot be read or is larger than 1 GiB.
+    /// scene's file cannot be read or is larger than 256 MiB.
     explicit Camera(CameraSettings settings);
 
-    const CameraSettings& settings() const { return m_settings; }
+    const CameraSettings& settings() const { return settings_; }
 
     /// Asks for the picture of a capture with `configuration`, which work() renders.
     SharedOrder orderPicture(const Configuration& configuration);
@@ -27,7 +27,7 @@ public:
     SharedOrder orderBlackPicture(const Configuration& configuration);
 
     /// Renders a piece of what was asked for, as Darkroom::work.
-    void work() { m_darkroom.work(); }
+    void work() { darkroom_.work(); }
 
     /// The whole answer to a get request after a capture with `configuration`, rendered at once unless it was
     /// already. Throws what the rendering throws.
@@ -41,9 +41,9 @@ public:
     std::optional<Fault> nextFault(Place place);
 
 private:
-    CameraSettings m_settings;
-    Darkroom m_darkroom;
-    SharedOrder m_filePicture; ///< of a scene from a file; null otherwise
+    CameraSettings settings_;
+    Darkroom darkroom_;
+    SharedOrder filePicture_; ///< of a scene from a file; null otherwise
 };
 
 } // namespace Simulator

@@ -1,14 +1,15 @@
 #include "Camera/CameraSet.h"
 
 #include "Camera/Ipv4.h"
+#include "Camera/SettingTable.h"
 
 #include <nlohmann/json.hpp>
 
 #include <algorithm>
-#include <array>
 #include <cerrno>
 #include <filesystem>
 #include <fstream>
+#include <iterator>
 #include <limits>
 #include <system_error>
 
@@ -43,104 +44,55 @@ std::uint64_t numberOf(const Json& value, std::uint64_t most) {
     return value.get<std::uint64_t>();
 }
 
-std::uint16_t portOf(const Json& value) {
-    return static_cast<std::uint16_t>(numberOf(value, std::numeric_limits<std::uint16_t>::max()));
-}
-
 bool flagOf(const Json& value) {
     if (!value.is_boolean())
         throw WrongValue("true or false is due");
     return value.get<bool>();
 }
 
-std::string addressOf(const Json& value) {
+std::string textOf(const Json& value, TextKind kind) {
     std::string text = textOf(value);
-    if (!ipv4FromText(text))
+    const bool isAddress = kind == TextKind::servedAddress || kind == TextKind::address;
+    if (isAddress && !ipv4FromText(text))
         throw WrongValue("\"" + text + "\" is no IPv4 address such as 10.77.1.11");
-    return text;
-}
-
-std::string netMaskOf(const Json& value) {
-    std::string text = textOf(value);
-    if (!netMaskFromText(text))
-        throw WrongValue("\"" + text + "\" is no net mask such as 255.255.255.0");
-    return text;
-}
-
-std::string protocolOf(const Json& value) {
-    std::string text = textOf(value);
-    if (text != "static" && text != "DHCP")
+    if (kind == TextKind::protocol && text != "static" && text != "DHCP")
         throw WrongValue("\"" + text + "\" is neither static nor DHCP");
     return text;
 }
 
-PictureSize sizeOf(const Json& value) {
-    const std::string text = textOf(value);
-    const auto size = pictureSizeFromText(text);
-    if (!size)
-        throw WrongValue("\"" + text + "\" is not WIDTHxHEIGHT, 1 to 65535 each");
-    requirePictureSize(*size);
-    return *size;
-}
-
-Service serviceOf(const Json& value) {
-    const std::string text = textOf(value);
-    const auto service = serviceFromText(text);
-    if (!service)
-        throw WrongValue("\"" + text + "\" is none of answered, silent, refused");
-    return *service;
-}
-
-std::vector<Fault> faultsOf(const Json& value) {
+void applyEach(Apply<const std::string&> apply, CameraEntry& entry, const Json& value) {
     if (!value.is_array() || value.size() > mostFaults)
         throw WrongValue("an array of at most " + std::to_string(mostFaults) + " texts is due");
-    std::vector<Fault> faults;
     for (const Json& each : value)
-        faults.push_back(parseFault(textOf(each)));
-    return faults;
+        apply(entry, textOf(each));
 }
 
-struct Key {
-    std::string_view name;
-    void (*read)(CameraEntry&, const Json&);
-};
+/// Applies a value from a file, as each kind of it stands there.
+struct ValueReader {
+    CameraEntry& entry;
+    const Json& value;
+    TextKind kind;
 
-constexpr std::array keys = {
-    Key{"address", [](CameraEntry& entry, const Json& value) { entry.address = addressOf(value); }},
-    Key{"announce",
-        [](CameraEntry& entry, const Json& value) { entry.settings.announcedAddress = addressOf(value); }},
-    Key{"api", [](CameraEntry& entry, const Json& value) { entry.settings.api = textOf(value); }},
-    Key{"binary", [](CameraEntry& entry, const Json& value) { entry.settings.binary = serviceOf(value); }},
-    Key{"discovery",
-        [](CameraEntry& entry, const Json& value) { entry.settings.discovery = serviceOf(value); }},
-    Key{"faults", [](CameraEntry& entry, const Json& value) { entry.settings.faults = faultsOf(value); }},
-    Key{"firmware", [](CameraEntry& entry, const Json& value) { entry.settings.firmware = textOf(value); }},
-    Key{"gateway", [](CameraEntry& entry, const Json& value) { entry.settings.gateway = addressOf(value); }},
-    Key{"hardware", [](CameraEntry& entry, const Json& value) { entry.settings.hardware = textOf(value); }},
-    Key{"model", [](CameraEntry& entry, const Json& value) { entry.settings.model = textOf(value); }},
-    Key{"netmask", [](CameraEntry& entry, const Json& value) { entry.settings.netMask = netMaskOf(value); }},
-    Key{"port", [](CameraEntry& entry, const Json& value) { entry.binaryTcpPort = portOf(value); }},
-    Key{"protocol",
-        [](CameraEntry& entry, const Json& value) { entry.settings.networkProtocol = protocolOf(value); }},
-    Key{"room", [](CameraEntry& entry, const Json& value) { entry.settings.room = textOf(value); }},
-    Key{"scene",
-        [](CameraEntry& entry, const Json& value) { entry.settings.scene = parseScene(textOf(value)); }},
-    Key{"seed",
-        [](CameraEntry& entry, const Json& value) {
-            entry.settings.seed = numberOf(value, std::numeric_limits<std::uint64_t>::max());
-        }},
-    Key{"serial", [](CameraEntry& entry, const Json& value) { entry.settings.serialNumber = textOf(value); }},
-    Key{"size", [](CameraEntry& entry, const Json& value) { entry.settings.size = sizeOf(value); }},
-    Key{"text", [](CameraEntry& entry, const Json& value) { entry.settings.text = serviceOf(value); }},
-    Key{"text-port", [](CameraEntry& entry, const Json& value) { entry.textTcpAndUdpPort = portOf(value); }},
-    Key{"wait-exposure",
-        [](CameraEntry& entry, const Json& value) { entry.settings.waitExposure = flagOf(value); }},
+    void operator()(Apply<const std::string&> apply) const {
+        if (kind == TextKind::repeated)
+            return applyEach(apply, entry, value);
+        apply(entry, textOf(value, kind));
+    }
+    void operator()(Apply<bool> apply) const { apply(entry, flagOf(value)); }
+
+    template <typename Number>
+    void operator()(Apply<Number> apply) const {
+        apply(entry, static_cast<Number>(numberOf(value, std::numeric_limits<Number>::max())));
+    }
 };
 
 std::string knownKeys() {
+    std::vector<std::string_view> keys;
+    std::ranges::transform(settingTable(), std::back_inserter(keys), &Setting::key);
+    std::ranges::sort(keys);
     std::string names;
-    for (const Key& key : keys)
-        names += (names.empty() ? "" : ", ") + std::string(key.name);
+    for (const std::string_view key : keys)
+        names += (names.empty() ? "" : ", ") + std::string(key);
     return names;
 }
 
@@ -158,6 +110,14 @@ void keepBeside(const std::string& file, Scene& scene) {
     scene.path = path.string();
 }
 
+/// Here, since what is refused later no longer knows its key.
+void requireReachable(CameraSettings& settings, std::string_view key, const std::string& file) {
+    if (key == "size")
+        requirePictureSize(settings.pictureSize());
+    if (key == "scene" && settings.scene.kind == SceneKind::file)
+        keepBeside(file, settings.scene);
+}
+
 /// One camera of a set, for messages and paths.
 struct CameraPlace {
     const std::string& file;
@@ -173,13 +133,12 @@ std::string keyWords(const std::string& key) {
 }
 
 void readKey(CameraEntry& entry, const std::string& name, const Json& value, const CameraPlace& place) {
-    const auto* const key = std::ranges::find(keys, name, &Key::name);
-    if (key == keys.end())
+    const auto setting = std::ranges::find(settingTable(), name, &Setting::key);
+    if (setting == settingTable().end())
         throw CameraSetError(place.camera + ": there is no key \"" + name + "\"; there are " + knownKeys());
     try {
-        key->read(entry, value);
-        if (entry.settings.scene.kind == SceneKind::File && key->name == "scene")
-            keepBeside(place.file, entry.settings.scene);
+        std::visit(ValueReader{entry, value, setting->kind}, setting->apply);
+        requireReachable(entry.settings, name, place.file);
     } catch (const WrongValue& wrong) {
         throw CameraSetError(place.camera + keyWords(name) + ": " + wrong.what());
     } catch (const std::invalid_argument& wrong) {

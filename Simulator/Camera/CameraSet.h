@@ -12,14 +12,6 @@
 
 namespace Simulator {
 
-/// One camera of a set, and where it is served.
-struct CameraEntry {
-    std::string address; ///< dotted IPv4
-    std::uint16_t binaryTcpPort = binaryPort;
-    std::uint16_t textTcpAndUdpPort = textPort; ///< of the text language and of discovery
-    CameraSettings settings;
-};
-
 /// The message names the file, and the camera and the key where there are some.
 class CameraSetError : public std::runtime_error {
 public:
@@ -28,12 +20,11 @@ public:
 
 inline constexpr std::size_t mostCamerasOfSet = 256;
 
-/// Reads {"cameras": [{"address": "10.77.1.11", "model": "M615", ...}, ...]}. A camera's keys are the long
-/// options of `korva simulate` without their hyphens in front, and "faults", an array of texts; only
-/// "address" must be there. `name` is the path of the file that the text is from: it names the text in
-/// messages, and a picture of a scene is a regular file in its folder or below it, whatever the path written
-/// leads through. Throws CameraSetError where the text is not such a description, has no camera or more than
-/// `mostCamerasOfSet`, or says what a camera cannot be.
+/// Reads {"cameras": [{"address": "10.77.1.11", "model": "M615", ...}, ...]}. A camera's keys are those of
+/// settingTable(); only "address" must be there. `name` is the path of the file that the text is from: it
+/// names the text in messages, and a picture of a scene is a regular file in its folder or below it, whatever
+/// the path written leads through. Throws CameraSetError where the text is not such a description, has no
+/// camera or more than `mostCamerasOfSet`, or says what a camera cannot be.
 std::vector<CameraEntry> parseCameraSet(std::string_view text, const std::string& name);
 
 /// As parseCameraSet, of a file of at most 1 MiB.

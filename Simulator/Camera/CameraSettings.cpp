@@ -12,9 +12,9 @@ namespace Simulator {
 namespace {
 
 constexpr std::array serviceNames = {
-    std::pair{Service::Answered, std::string_view("answered")},
-    std::pair{Service::Silent, std::string_view("silent")},
-    std::pair{Service::Refused, std::string_view("refused")},
+    std::pair{Service::answered, std::string_view("answered")},
+    std::pair{Service::silent, std::string_view("silent")},
+    std::pair{Service::refused, std::string_view("refused")},
 };
 
 constexpr std::uint32_t longestSide = 65535;
@@ -32,9 +32,8 @@ std::optional<std::uint32_t> sideFromText(std::string_view text) {
 } // namespace
 
 PictureSize pictureSizeOfModel(std::string_view model) {
-    if (model == "M615" || model == "M62")
-        return {2748, 1836};
-    return {1676, 1266};
+    const auto* const row = std::ranges::find(models, model, &Model::name);
+    return row == models.end() ? models.front().pictures : row->pictures;
 }
 
 std::optional<PictureSize> pictureSizeFromText(std::string_view text) {

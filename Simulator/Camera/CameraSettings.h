@@ -2,6 +2,7 @@
 // Everything that can be chosen about a simulated camera.
 
 #include "Camera/Fault.h"
+#include "Camera/ModelTable.h"
 #include "Camera/Scene.h"
 
 #include <cstddef>
@@ -18,12 +19,12 @@ inline constexpr std::uint16_t binaryPort = 32769; ///< TCP
 
 /// How the camera treats one of its three languages.
 enum class Service {
-    Answered,
-    Silent,  ///< the port is open and read, but nothing is ever answered
-    Refused, ///< the port is not open
+    answered,
+    silent,  ///< the port is open and read, but nothing is ever answered
+    refused, ///< the port is not open
 };
 
-/// The picture size of a model: 1676 x 1266 for M61 and any unknown model, 2748 x 1836 for M615 and M62.
+/// The picture size of a model of the table, for any other text that of the first one.
 PictureSize pictureSizeOfModel(std::string_view model);
 
 /// "1676x1266" as a size. Nothing where the text is not two numbers from 1 to 65535 with an x between them.
@@ -42,7 +43,7 @@ std::string_view describe(Service service);
 struct CameraSettings {
     static constexpr std::size_t longestText = 1024;
 
-    std::string model = "M61";
+    std::string model{models.front().name};
     std::string firmware = "3.2.15";
     std::optional<PictureSize> size; ///< unset: the model's; each side from 1 to 65535 pixels
     Scene scene;
@@ -59,12 +60,23 @@ struct CameraSettings {
     std::string netMask = "255.255.255.0";
     std::string gateway = "0.0.0.0";
 
-    Service discovery = Service::Answered;
-    Service text = Service::Answered;
-    Service binary = Service::Answered;
+    Service discovery = Service::answered;
+    Service text = Service::answered;
+    Service binary = Service::answered;
 
     PictureSize pictureSize() const { return size.value_or(pictureSizeOfModel(model)); }
     const std::string& hardwareIdentifier() const { return hardware.empty() ? model : hardware; }
+    bool operator==(const CameraSettings&) const = default;
+};
+
+/// A camera, and where it is served.
+struct CameraEntry {
+    std::string address; ///< dotted IPv4
+    std::uint16_t binaryTcpPort = binaryPort;
+    std::uint16_t textTcpAndUdpPort = textPort; ///< of the text language and of discovery
+    CameraSettings settings = {};
+
+    bool operator==(const CameraEntry&) const = default;
 };
 
 } // namespace Simulator

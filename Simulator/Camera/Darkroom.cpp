@@ -16,13 +16,13 @@ constexpr std::size_t keptPictures = 4;
 } // namespace
 
 SharedOrder Darkroom::order(SceneKind scene, const Configuration& configuration) {
-    std::erase_if(m_orders, [](const auto& each) { return each.expired(); });
-    for (const auto& each : m_orders)
+    std::erase_if(orders_, [](const auto& each) { return each.expired(); });
+    for (const auto& each : orders_)
         if (const Order held = each.lock();
             held && !held->failure && held->scene == scene && held->configuration == configuration)
             return held;
     const auto ordered = std::make_shared<PictureOrder>(PictureOrder{scene, configuration, {}, {}});
-    m_orders.push_back(ordered);
+    orders_.push_back(ordered);
     return ordered;
 }
 
@@ -31,15 +31,15 @@ void Darkroom::work() {
     if (!order)
         return;
     try {
-        if (!m_picture || m_picture->order.lock() != order)
-            m_picture = begin(order);
+        if (!picture_ || picture_->order.lock() != order)
+            picture_ = begin(order);
         advance(*order);
     } catch (...) {
         order->failure = std::current_exception();
     }
     if (!order->isDone())
         return;
-    m_picture.reset();
+    picture_.reset();
     if (order->answer)
         keep(order);
 }
@@ -53,7 +53,7 @@ SharedBytes Darkroom::finish(const SharedOrder& order) {
 }
 
 Darkroom::Order Darkroom::firstUndone() const {
-    for (const auto& each : m_orders)
+    for (const auto& each : orders_)
         if (Order held = each.lock(); held && !held->isDone())
             return held;
     return nullptr;
@@ -61,29 +61,29 @@ Darkroom::Order Darkroom::firstUndone() const {
 
 Darkroom::Picture Darkroom::begin(const Order& order) const {
     const Configuration& configuration = order->configuration;
-    const auto beginFile = configuration.format == PictureFormat::Png ? beginPng : beginSgi;
+    const auto beginFile = configuration.format == PictureFormat::png ? beginPng : beginSgi;
     return {order,
-            rowsOfScene(order->scene, m_size, configuration.channels(), configuration.exposureUnits, m_seed),
-            beginFile(m_size, configuration.channels(), Bytes(answerHeadBytes))};
+            rowsOfScene(order->scene, size_, configuration.channels(), configuration.exposureUnits, seed_),
+            beginFile(size_, configuration.channels(), Bytes(answerHeadBytes))};
 }
 
 void Darkroom::advance(PictureOrder& order) {
-    if (!m_picture->file->makeRoom())
+    if (!picture_->file->makeRoom())
         return;
-    std::vector<std::uint16_t> samples(std::size_t{m_size.width} * order.configuration.channels());
-    for (std::size_t pixels = 0; pixels < pixelsPerPiece && m_picture->nextRow < m_size.height;
-         pixels += m_size.width) {
-        m_picture->render(m_picture->nextRow++, samples);
-        m_picture->file->addRow(samples);
+    std::vector<std::uint16_t> samples(std::size_t{size_.width} * order.configuration.channels());
+    for (std::size_t pixels = 0; pixels < pixelsPerPiece && picture_->nextRow < size_.height;
+         pixels += size_.width) {
+        picture_->render(picture_->nextRow++, samples);
+        picture_->file->addRow(samples);
     }
-    if (m_picture->nextRow == m_size.height)
-        order.answer = std::make_shared<const Bytes>(encodeImageAnswer(m_picture->file->finish()));
+    if (picture_->nextRow == size_.height)
+        order.answer = std::make_shared<const Bytes>(encodeImageAnswer(picture_->file->finish()));
 }
 
 void Darkroom::keep(Order order) {
-    if (m_kept.size() == keptPictures)
-        m_kept.pop_front();
-    m_kept.push_back(std::move(order));
+    if (kept_.size() == keptPictures)
+        kept_.pop_front();
+    kept_.push_back(std::move(order));
 }
 
 } // namespace Simulator

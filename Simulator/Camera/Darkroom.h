@@ -5,6 +5,8 @@
 #include "Camera/Request.h"
 #include "Camera/Scene.h"
 
+#include <cstddef>
+#include <cstdint>
 #include <deque>
 #include <exception>
 #include <memory>
@@ -17,7 +19,7 @@ using SharedBytes = std::shared_ptr<const Bytes>;
 
 /// A picture that was asked for.
 struct PictureOrder {
-    SceneKind scene = SceneKind::Grid;
+    SceneKind scene = SceneKind::grid;
     Configuration configuration;
     SharedBytes answer;         ///< the whole answer to a get request; null until it is rendered
     std::exception_ptr failure; ///< why it never will be; null otherwise
@@ -35,9 +37,9 @@ public:
     static constexpr std::size_t pixelsPerPiece = 4096;
 
     /// `size` and `seed` of all its pictures.
-    Darkroom(PictureSize size, std::uint64_t seed) : m_size(size), m_seed(seed) {}
+    Darkroom(PictureSize size, std::uint64_t seed) : size_(size), seed_(seed) {}
 
-    /// Asks for a picture, of a scene other than a File. The same one serves all who want the same; the last
+    /// Asks for a picture, of a scene other than a file. The same one serves all who want the same; the last
     /// few that were rendered are kept. Renders nothing.
     SharedOrder order(SceneKind scene, const Configuration& configuration);
 
@@ -63,11 +65,11 @@ private:
     void advance(PictureOrder& order);
     void keep(Order order);
 
-    PictureSize m_size;
-    std::uint64_t m_seed;
-    std::deque<std::weak_ptr<PictureOrder>> m_orders; ///< in the order in which they came
-    std::deque<Order> m_kept;
-    std::optional<Picture> m_picture; ///< in the making
+    PictureSize size_;
+    std::uint64_t seed_;
+    std::deque<std::weak_ptr<PictureOrder>> orders_; ///< in the order in which they came
+    std::deque<Order> kept_;
+    std::optional<Picture> picture_; ///< in the making
 };
 
 } // namespace Simulator

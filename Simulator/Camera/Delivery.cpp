@@ -37,7 +37,7 @@ SharedBytes garbage(std::uint64_t seed) {
 
 /// In one piece where it can be, lest the client asks again before the second one is there.
 Actions twice(const Fault& fault, const SharedBytes& answer) {
-    if (fault.place == Place::Discovery)
+    if (fault.place == Place::discovery)
         return {sendWhole(answer), sendWhole(answer)};
     Bytes both = *answer;
     both.insert(both.end(), answer->begin(), answer->end());
@@ -68,31 +68,31 @@ Action sendWhole(SharedBytes answer) {
 std::optional<Actions> faultedDelivery(const Fault& fault, const SharedBytes& answer, std::uint64_t seed) {
     const std::chrono::milliseconds pause{fault.pauseMs};
     switch (fault.kind) {
-    case FaultKind::TruncateClose:
+    case FaultKind::truncateClose:
         return Actions{sendBeginning(fault, answer), CloseConnection{}};
-    case FaultKind::TruncateSilent:
+    case FaultKind::truncateSilent:
         return Actions{sendBeginning(fault, answer)};
-    case FaultKind::Reset:
+    case FaultKind::reset:
         return Actions{ResetConnection{}};
-    case FaultKind::Delay:
+    case FaultKind::delay:
         return Actions{Pause{pause}, sendWhole(answer)};
-    case FaultKind::Drip:
+    case FaultKind::drip:
         return Actions{SendBytes{answer, answer->size(), fault.number.value_or(1), pause}};
-    case FaultKind::Close:
+    case FaultKind::close:
         return Actions{CloseConnection{}};
-    case FaultKind::Flip:
+    case FaultKind::flip:
         return Actions{sendWhole(flipped(answer, fault.number.value_or(0)))};
-    case FaultKind::Garbage:
+    case FaultKind::garbage:
         return Actions{sendWhole(garbage(seed))};
-    case FaultKind::Twice:
+    case FaultKind::twice:
         return twice(fault, answer);
-    case FaultKind::Scatter:
+    case FaultKind::scatter:
         return scattered(*answer, fault.pauseMs, seed);
-    case FaultKind::Endless: {
+    case FaultKind::endless: {
         const auto block = std::make_shared<const Bytes>(endlessBlock, std::uint8_t{'U'});
         return Actions{SendBytes{block, block->size(), 0, {}, true}};
     }
-    case FaultKind::Silent:
+    case FaultKind::silent:
         return Actions{};
     default:
         return std::nullopt;

@@ -16,7 +16,7 @@ Reaction answerDiscovery(Camera& camera, ByteView datagram, const std::string& s
         settings.announcedAddress = servedAddress;
     const TextReply reply = replyTo(queries.back(), {}, settings);
     Reaction reaction{{}, {quotedText(datagram) + " -> " + quotedText(reply.text())}};
-    const std::optional<Fault> fault = camera.nextFault(Place::Discovery);
+    const std::optional<Fault> fault = camera.nextFault(Place::discovery);
     if (!fault) {
         reaction.actions.push_back(sendWhole(bytesOf(reply)));
         return reaction;

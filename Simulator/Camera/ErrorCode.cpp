@@ -4,25 +4,25 @@ namespace Simulator {
 
 std::string_view describe(ErrorCode code) {
     switch (code) {
-    case ErrorCode::None:
+    case ErrorCode::none:
         return "no error";
-    case ErrorCode::BadChecksum:
+    case ErrorCode::badChecksum:
         return "wrong checksum";
-    case ErrorCode::BadLength:
+    case ErrorCode::badLength:
         return "wrong length";
-    case ErrorCode::UnknownCommand:
+    case ErrorCode::unknownCommand:
         return "unknown command";
-    case ErrorCode::UnknownArgument:
+    case ErrorCode::unknownArgument:
         return "unknown argument";
-    case ErrorCode::WrongArguments:
+    case ErrorCode::wrongArguments:
         return "arguments of no request";
-    case ErrorCode::BadArgumentLength:
+    case ErrorCode::badArgumentLength:
         return "wrong argument length";
-    case ErrorCode::ValueOutOfRange:
+    case ErrorCode::valueOutOfRange:
         return "value out of range";
-    case ErrorCode::NotConfigured:
+    case ErrorCode::notConfigured:
         return "not configured";
-    case ErrorCode::NoPicture:
+    case ErrorCode::noPicture:
         return "no picture taken";
     }
     return "error of its own";

@@ -33,30 +33,30 @@ std::string helpOf(unsigned reach) {
 
 std::string_view syntaxOf(ValueForm form) {
     switch (form) {
-    case ValueForm::None:
+    case ValueForm::none:
         return "";
-    case ValueForm::Code:
+    case ValueForm::code:
         return "=CODE";
-    case ValueForm::Bit:
+    case ValueForm::bit:
         return "=BIT";
-    case ValueForm::OptionalBytes:
+    case ValueForm::optionalBytes:
         return "[=BYTES]";
-    case ValueForm::Bytes:
+    case ValueForm::bytes:
         return "=BYTES";
-    case ValueForm::Pause:
+    case ValueForm::pause:
         return "=MS";
-    case ValueForm::Drip:
+    case ValueForm::drip:
         return "=BYTES/MS";
-    case ValueForm::Key:
+    case ValueForm::key:
         return "=KEY";
-    case ValueForm::Address:
+    case ValueForm::address:
         return "=ADDRESS";
     }
     return "";
 }
 
 bool Fault::hits(Place asked) const {
-    if (rowOf(kind).reach == inPictures && asked != Place::Get)
+    if (rowOf(kind).reach == inPictures && asked != Place::get)
         return false;
     return place == asked || place == rowOf(asked).group;
 }
@@ -65,13 +65,13 @@ std::string Fault::describe() const {
     const FaultRow& row = rowOf(kind);
     std::string written(rowOf(place).name);
     written.append(":").append(row.name);
-    if (row.form == ValueForm::Pause)
+    if (row.form == ValueForm::pause)
         written.append("=").append(std::to_string(pauseMs));
-    else if (row.form == ValueForm::Key || row.form == ValueForm::Address)
+    else if (row.form == ValueForm::key || row.form == ValueForm::address)
         written.append("=").append(text);
     else if (number)
         written.append("=").append(std::to_string(*number));
-    if (row.form == ValueForm::Drip)
+    if (row.form == ValueForm::drip)
         written.append("/").append(std::to_string(pauseMs));
     if (times)
         written.append("*").append(std::to_string(*times));

@@ -12,51 +12,51 @@ namespace Simulator {
 
 enum class FaultKind {
     // Of the binary protocol.
-    Checksum,       ///< the checksum is off by one
-    Error,          ///< `Error` with the code `number`; the request is not carried out
-    WrongResponse,  ///< `Done` where a picture is due, an empty `GetImage` where `Done` is due
-    NoArgument,     ///< an answer without any argument
-    TwoArguments,   ///< the due argument and a `Done` behind it
-    WrongCommand,   ///< command 2 echoed
-    UnknownCode,    ///< an argument of code 99
-    LengthLarge,    ///< the message announces twice its length
-    LengthSmall,    ///< the message announces half its length
-    LengthWrap,     ///< an argument length that makes a 32-bit sum of lengths wrap to zero
-    LongValue,      ///< `Done` with 8 value bytes
-    ManyArguments,  ///< the due argument and 254 `Done` behind it
-    HugeImage,      ///< a `GetImage` that announces 2 GiB, and nothing behind
-    GarbagePicture, ///< a picture file of 4096 meaningless bytes
-    EmptyPicture,   ///< a picture file of 0 x 0 pixels
-    BlackPicture,   ///< a picture whose samples are all zero
+    checksum,       ///< the checksum is off by one
+    error,          ///< `Error` with the code `number`; the request is not carried out
+    wrongResponse,  ///< `Done` where a picture is due, an empty `GetImage` where `Done` is due
+    noArgument,     ///< an answer without any argument
+    twoArguments,   ///< the due argument and a `Done` behind it
+    wrongCommand,   ///< command 2 echoed
+    unknownCode,    ///< an argument of code 99
+    lengthLarge,    ///< the message announces twice its length
+    lengthSmall,    ///< the message announces half its length
+    lengthWrap,     ///< an argument length that makes a 32-bit sum of lengths wrap to zero
+    longValue,      ///< `Done` with 8 value bytes
+    manyArguments,  ///< the due argument and 254 `Done` behind it
+    hugeImage,      ///< a `GetImage` that announces 2 GiB, and nothing behind
+    garbagePicture, ///< a picture file of 4096 meaningless bytes
+    emptyPicture,   ///< a picture file of 0 x 0 pixels
+    blackPicture,   ///< a picture whose samples are all zero
     // Of a delivery: on TCP, and those that need no connection also of discovery replies.
-    Flip,    ///< bit `number` of the answer, counted from the first byte's lowest, is the other way round
-    Garbage, ///< 64 meaningless bytes instead of the answer
-    Twice,   ///< the answer comes a second time
-    Stale,   ///< the answer to the message before on this connection; the first message gets none
-    Scatter, ///< pieces of random size, up to `pauseMs` between them; of discovery: a datagram each
-    Endless, ///< the byte 'U' instead of the answer, for as long as the client stays
-    TruncateClose,  ///< the first `number` bytes (unset: half of them), then the connection is closed
-    TruncateSilent, ///< the first `number` bytes (unset: half of them), and the rest never comes
-    Reset,          ///< the connection is reset
-    Delay,          ///< the answer comes `pauseMs` late
-    Drip,           ///< pieces of `number` bytes, `pauseMs` between them; of discovery: a datagram each
-    Close,          ///< the connection is closed without an answer
-    Silent,         ///< no answer; later requests are answered
+    flip,    ///< bit `number` of the answer, counted from the first byte's lowest, is the other way round
+    garbage, ///< 64 meaningless bytes instead of the answer
+    twice,   ///< the answer comes a second time
+    stale,   ///< the answer to the message before on this connection; the first message gets none
+    scatter, ///< pieces of random size, up to `pauseMs` between them; of discovery: a datagram each
+    endless, ///< the byte 'U' instead of the answer, for as long as the client stays
+    truncateClose,  ///< the first `number` bytes (unset: half of them), then the connection is closed
+    truncateSilent, ///< the first `number` bytes (unset: half of them), and the rest never comes
+    reset,          ///< the connection is reset
+    delay,          ///< the answer comes `pauseMs` late
+    drip,           ///< pieces of `number` bytes, `pauseMs` between them; of discovery: a datagram each
+    close,          ///< the connection is closed without an answer
+    silent,         ///< no answer; later requests are answered
     // Of replies in the text language and of discovery replies.
-    MissingKey,   ///< the key `text` and its value are left out
-    EmptyValue,   ///< the key `text` has no value
-    NotClosed,    ///< the closing bracket is left out
-    Length,       ///< `number` bytes in all: filled up within the brackets, or cut off
-    Empty,        ///< "[]"; of discovery: a datagram of no bytes
-    OtherMarker,  ///< the reply's first word in lower case ("[korva")
-    Hostile,      ///< values of control characters, terminal escapes, quotes and markup; addresses stay
-    WrongAddress, ///< `text` behind --IP
+    missingKey,   ///< the key `text` and its value are left out
+    emptyValue,   ///< the key `text` has no value
+    notClosed,    ///< the closing bracket is left out
+    length,       ///< `number` bytes in all: filled up within the brackets, or cut off
+    empty,        ///< "[]"; of discovery: a datagram of no bytes
+    otherMarker,  ///< the reply's first word in lower case ("[korva")
+    hostile,      ///< values of control characters, terminal escapes, quotes and markup; addresses stay
+    wrongAddress, ///< `text` behind --IP
 };
 
 /// One fault. It hits only requests that the camera would have granted; a refused request gets its `Error`.
 struct Fault {
-    FaultKind kind = FaultKind::Checksum;
-    Place place = Place::AnyBinary;
+    FaultKind kind = FaultKind::checksum;
+    Place place = Place::anyBinary;
     std::optional<std::uint32_t> number; ///< error code or count of bytes, as the kind says
     std::uint32_t pauseMs = 0;
     std::optional<std::uint32_t> times; ///< how often it hits; unset: always

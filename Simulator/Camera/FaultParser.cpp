@@ -29,20 +29,20 @@ std::string_view nameOf(Reach language) {
 }
 
 bool needsValue(ValueForm form) {
-    return form != ValueForm::None && form != ValueForm::OptionalBytes;
+    return form != ValueForm::none && form != ValueForm::optionalBytes;
 }
 
 /// Reads one fault text; keeps the whole text for its messages.
 class FaultParser {
 public:
-    explicit FaultParser(std::string_view text) : m_text(text) {}
+    explicit FaultParser(std::string_view text) : text_(text) {}
 
     Fault parse() {
-        const std::size_t colon = m_text.find(':');
+        const std::size_t colon = text_.find(':');
         if (colon == std::string_view::npos)
             refuse("write PLACE:FAULT, such as get:checksum");
-        std::string_view rest = m_text.substr(colon + 1);
-        const PlaceRow& place = placeNamed(m_text.substr(0, colon));
+        std::string_view rest = text_.substr(colon + 1);
+        const PlaceRow& place = placeNamed(text_.substr(0, colon));
         Fault fault;
         fault.place = place.place;
         if (const std::size_t star = rest.find('*'); star != std::string_view::npos) {
@@ -63,30 +63,30 @@ public:
 private:
     void readValue(Fault& fault, const FaultRow& row, std::string_view value) const {
         switch (row.form) {
-        case ValueForm::None:
+        case ValueForm::none:
             refuse(std::string(row.name) + " takes no value");
-        case ValueForm::Code:
+        case ValueForm::code:
             fault.number = number(value, 0, anyNumber, "the error code");
             return;
-        case ValueForm::Bit:
+        case ValueForm::bit:
             fault.number = number(value, 0, anyNumber, "the number of the bit");
             return;
-        case ValueForm::OptionalBytes:
+        case ValueForm::optionalBytes:
             fault.number = number(value, 0, anyNumber, "the count of bytes");
             return;
-        case ValueForm::Bytes:
+        case ValueForm::bytes:
             fault.number = number(value, 1, longestReply, "the count of bytes");
             return;
-        case ValueForm::Pause:
+        case ValueForm::pause:
             fault.pauseMs = number(value, 0, longestPauseMs, "the delay in milliseconds");
             return;
-        case ValueForm::Drip:
+        case ValueForm::drip:
             readDrip(fault, value);
             return;
-        case ValueForm::Key:
+        case ValueForm::key:
             fault.text = keyOf(fault, value);
             return;
-        case ValueForm::Address:
+        case ValueForm::address:
             if (!ipv4FromText(value))
                 refuse("\"" + std::string(value) + "\" is no IPv4 address such as 10.0.0.1");
             fault.text = value;
@@ -130,7 +130,7 @@ private:
     }
 
     void requireReach(const FaultRow& fault, const PlaceRow& place) const {
-        const bool inAPicture = place.place == Place::Get || place.place == Place::AnyBinary;
+        const bool inAPicture = place.place == Place::get || place.place == Place::anyBinary;
         if (fault.reach == inPictures && !inAPicture)
             refuse("only an answer to get carries a picture; write get:" + std::string(fault.name));
         if (fault.reach != inPictures && (fault.reach & place.language) == 0)
@@ -149,10 +149,10 @@ private:
     }
 
     [[noreturn]] void refuse(const std::string& remedy) const {
-        throw std::invalid_argument("Fault \"" + std::string(m_text) + "\": " + remedy);
+        throw std::invalid_argument("Fault \"" + std::string(text_) + "\": " + remedy);
     }
 
-    std::string_view m_text;
+    std::string_view text_;
 };
 
 } // namespace

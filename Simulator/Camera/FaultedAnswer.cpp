@@ -46,7 +46,7 @@ Bytes withWrongChecksum(ByteView answer) {
 
 /// The due argument and as many `Done` behind it as make `count`.
 Bytes withArguments(ByteView answer, std::size_t count) {
-    std::vector<Argument> all(count, argument(ArgumentCode::Done));
+    std::vector<Argument> all(count, argument(ArgumentCode::done));
     all.front() = onlyArgument(answer);
     return encodeMessage(cameraCommand, all);
 }
@@ -55,7 +55,7 @@ Bytes hugeImage() {
     Bytes beginning{cameraCommand};
     append32(beginning, std::numeric_limits<std::uint32_t>::max());
     beginning.push_back(1);
-    beginning.push_back(static_cast<std::uint8_t>(ArgumentCode::GetImage));
+    beginning.push_back(static_cast<std::uint8_t>(ArgumentCode::getImage));
     append32(beginning, hugeImageBytes);
     return beginning;
 }
@@ -71,8 +71,8 @@ Bytes withUnknownCode() {
 }
 
 Bytes wrongResponse(ByteView answer) {
-    const bool pictureDue = answer[headerBytes] == static_cast<std::uint8_t>(ArgumentCode::GetImage);
-    return encodeAnswer(pictureDue ? ArgumentCode::Done : ArgumentCode::GetImage);
+    const bool pictureDue = answer[headerBytes] == static_cast<std::uint8_t>(ArgumentCode::getImage);
+    return encodeAnswer(pictureDue ? ArgumentCode::done : ArgumentCode::getImage);
 }
 
 Bytes garbagePicture(std::uint64_t seed) {
@@ -80,13 +80,13 @@ Bytes garbagePicture(std::uint64_t seed) {
     for (std::size_t index = 0; index < garbage.size(); ++index)
         garbage[index] = static_cast<std::uint8_t>(randomBits(seed, index));
     garbage.front() = 0xAA; // neither format begins so, whatever the seed
-    return encodeAnswer(ArgumentCode::GetImage, garbage);
+    return encodeAnswer(ArgumentCode::getImage, garbage);
 }
 
 Bytes emptyPicture(const Configuration& configuration) {
-    const bool png = configuration.format == PictureFormat::Png;
+    const bool png = configuration.format == PictureFormat::png;
     const Bytes file = png ? writeEmptyPng() : writeSgi({{0, 0}, configuration.channels(), {}});
-    return encodeAnswer(ArgumentCode::GetImage, file);
+    return encodeAnswer(ArgumentCode::getImage, file);
 }
 
 std::vector<Action> send(Bytes message) {
@@ -99,37 +99,37 @@ std::vector<Action> faultedAnswer(const Fault& fault, const SharedBytes& answer,
                                   const Configuration& configuration) {
     const auto length = static_cast<std::uint32_t>(answer->size());
     switch (fault.kind) {
-    case FaultKind::Checksum:
+    case FaultKind::checksum:
         return send(withWrongChecksum(*answer));
-    case FaultKind::Error:
+    case FaultKind::error:
         return send(encodeErrorAnswer(fault.number.value_or(0)));
-    case FaultKind::WrongResponse:
+    case FaultKind::wrongResponse:
         return send(wrongResponse(*answer));
-    case FaultKind::NoArgument:
+    case FaultKind::noArgument:
         return send(encodeMessage(cameraCommand, {}));
-    case FaultKind::TwoArguments:
+    case FaultKind::twoArguments:
         return send(withArguments(*answer, 2));
-    case FaultKind::ManyArguments:
+    case FaultKind::manyArguments:
         return send(withArguments(*answer, mostArguments));
-    case FaultKind::HugeImage:
+    case FaultKind::hugeImage:
         return send(hugeImage());
-    case FaultKind::WrongCommand:
+    case FaultKind::wrongCommand:
         return send(withOtherCommand(*answer));
-    case FaultKind::UnknownCode:
+    case FaultKind::unknownCode:
         return send(withUnknownCode());
-    case FaultKind::LengthLarge:
+    case FaultKind::lengthLarge:
         return send(withNumber(*answer, lengthOffset, length * 2));
-    case FaultKind::LengthSmall:
+    case FaultKind::lengthSmall:
         return send(withNumber(*answer, lengthOffset, length / 2));
-    case FaultKind::LengthWrap:
+    case FaultKind::lengthWrap:
         return send(withNumber(*answer, argumentLengthOffset, wrappingLength));
-    case FaultKind::LongValue:
-        return send(encodeAnswer(ArgumentCode::Done, Bytes(longValueBytes)));
-    case FaultKind::GarbagePicture:
+    case FaultKind::longValue:
+        return send(encodeAnswer(ArgumentCode::done, Bytes(longValueBytes)));
+    case FaultKind::garbagePicture:
         return send(garbagePicture(camera.settings().seed));
-    case FaultKind::EmptyPicture:
+    case FaultKind::emptyPicture:
         return send(emptyPicture(configuration));
-    case FaultKind::BlackPicture:
+    case FaultKind::blackPicture:
         return {sendWhole(camera.blackPictureAnswer(configuration))};
     default:
         return faultedDelivery(fault, answer, camera.settings().seed).value_or(std::vector<Action>());

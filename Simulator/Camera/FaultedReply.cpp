@@ -63,28 +63,28 @@ SharedBytes bytesOf(const TextReply& reply) {
 
 std::vector<Action> faultedReply(const Fault& fault, TextReply reply, std::uint64_t seed) {
     switch (fault.kind) {
-    case FaultKind::MissingKey:
+    case FaultKind::missingKey:
         std::erase_if(reply.entries, [&](const TextReply::Entry& each) { return each.key == fault.text; });
         break;
-    case FaultKind::EmptyValue:
+    case FaultKind::emptyValue:
         setValue(reply, fault.text, "");
         break;
-    case FaultKind::WrongAddress:
+    case FaultKind::wrongAddress:
         setValue(reply, "--IP", fault.text);
         break;
-    case FaultKind::OtherMarker:
+    case FaultKind::otherMarker:
         lowerFirstWord(reply);
         break;
-    case FaultKind::Hostile:
+    case FaultKind::hostile:
         makeHostile(reply);
         break;
-    case FaultKind::NotClosed: {
+    case FaultKind::notClosed: {
         const std::string text = reply.text();
         return {sendWhole(shared(std::string_view(text).substr(0, text.size() - 1)))};
     }
-    case FaultKind::Length:
+    case FaultKind::length:
         return {sendWhole(shared(filledUp(reply.text(), fault.number.value_or(1))))};
-    case FaultKind::Empty:
+    case FaultKind::empty:
         return {sendWhole(shared(reply.word == queries.back().word ? "" : "[]"))};
     default:
         return faultedDelivery(fault, bytesOf(reply), seed).value_or(std::vector<Action>());

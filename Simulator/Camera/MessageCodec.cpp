@@ -64,7 +64,7 @@ Bytes encodeImageAnswer(Bytes framed) {
     Bytes head{cameraCommand};
     append32(head, static_cast<std::uint32_t>(length));
     head.push_back(1);
-    head.push_back(static_cast<std::uint8_t>(ArgumentCode::GetImage));
+    head.push_back(static_cast<std::uint8_t>(ArgumentCode::getImage));
     append32(head, static_cast<std::uint32_t>(fileBytes));
     std::ranges::copy(head, framed.begin());
     framed.resize(length);
@@ -75,7 +75,7 @@ Bytes encodeImageAnswer(Bytes framed) {
 Bytes encodeErrorAnswer(std::uint32_t code) {
     Bytes value;
     append32(value, code);
-    return encodeAnswer(ArgumentCode::Error, value);
+    return encodeAnswer(ArgumentCode::error, value);
 }
 
 std::optional<std::size_t> announcedRequestLength(ByteView input) {
@@ -88,23 +88,23 @@ std::optional<std::size_t> announcedRequestLength(ByteView input) {
 std::variant<Message, ErrorCode> decodeRequest(ByteView request) {
     const std::size_t end = request.size() - checksumBytes;
     if (checksumOf(request.first(end)) != read16(request, end))
-        return ErrorCode::BadChecksum;
+        return ErrorCode::badChecksum;
 
     Message message;
     message.command = request[0];
     std::size_t at = headerBytes;
     for (unsigned left = request[5]; left > 0; --left) {
         if (end - at < argumentHeaderBytes)
-            return ErrorCode::BadLength;
+            return ErrorCode::badLength;
         const std::size_t length = read32(request, at + 1);
         at += argumentHeaderBytes;
         if (end - at < length)
-            return ErrorCode::BadLength;
+            return ErrorCode::badLength;
         message.arguments.push_back({request[at - argumentHeaderBytes], request.subspan(at, length)});
         at += length;
     }
     if (at != end)
-        return ErrorCode::BadLength;
+        return ErrorCode::badLength;
     return message;
 }
 

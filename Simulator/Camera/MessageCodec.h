@@ -17,15 +17,15 @@ inline constexpr std::uint8_t cameraCommand = 1;
 
 /// u8 on the wire; one numbering for requests and answers.
 enum class ArgumentCode : std::uint8_t {
-    Done = 0,
-    Error = 1,
-    Exposure = 2,
-    Mode = 3,
-    Format = 4,
-    TakeImage = 5,
-    GetImage = 6,
-    Depth = 7,
-    Shift = 8,
+    done = 0,
+    error = 1,
+    exposure = 2,
+    mode = 3,
+    format = 4,
+    takeImage = 5,
+    getImage = 6,
+    depth = 7,
+    shift = 8,
 };
 
 inline constexpr std::size_t headerBytes = 6;         ///< command u8, length u32, argument count u8
@@ -65,7 +65,7 @@ Bytes encodeMessage(std::uint8_t command, std::span<const Argument> arguments);
 /// A message of one argument that answers a camera command.
 Bytes encodeAnswer(ArgumentCode code, ByteView value = {});
 
-/// As encodeAnswer(ArgumentCode::GetImage, file), and copies nothing: the file stands in `framed` behind
+/// As encodeAnswer(ArgumentCode::getImage, file), and copies nothing: the file stands in `framed` behind
 /// answerHeadBytes bytes of any value. Throws as encodeMessage.
 Bytes encodeImageAnswer(Bytes framed);
 

@@ -4,6 +4,10 @@
 #include "Camera/Bytes.h"
 #include "Camera/Picture.h"
 
+#include <cstddef>
+#include <cstdint>
+#include <span>
+
 namespace Simulator {
 
 /// Used by one thread.

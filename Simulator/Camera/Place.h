@@ -5,16 +5,16 @@ namespace Simulator {
 
 /// The requests and queries that a camera answers, and three groups of them.
 enum class Place {
-    Configure,
-    Take,
-    Get,
-    Probe,
-    AnyBinary, ///< the four before
-    Version,
-    Serial,
-    Network,
-    AnyText, ///< the three before
-    Discovery,
+    configure,
+    take,
+    get,
+    probe,
+    anyBinary, ///< the four before
+    version,
+    serial,
+    network,
+    anyText, ///< the three before
+    discovery,
 };
 
 } // namespace Simulator

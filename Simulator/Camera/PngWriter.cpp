@@ -100,35 +100,35 @@ bool writeEmptyChunks(png_struct* png) {
 
 class PngFile : public PictureFile {
 public:
-    PngFile(PictureSize size, unsigned channels, Bytes before) : m_size(size), m_file(std::move(before)) {
-        m_file.reserve(m_file.size() + std::size_t{size.width} * size.height * channels * 2);
-        m_writer = makeWriter(m_file);
-        m_info.reset(png_create_info_struct(m_writer.get()));
-        if (!m_info)
+    PngFile(PictureSize size, unsigned channels, Bytes before) : size_(size), file_(std::move(before)) {
+        file_.reserve(file_.size() + std::size_t{size.width} * size.height * channels * 2);
+        writer_ = makeWriter(file_);
+        info_.reset(png_create_info_struct(writer_.get()));
+        if (!info_)
             throw std::bad_alloc();
-        require(writeHead(m_writer.get(), m_info.get(), size, channels));
+        require(writeHead(writer_.get(), info_.get(), size, channels));
     }
 
     void addRow(std::span<const std::uint16_t> samples) override {
-        require(writeRow(m_writer.get(), samples.data()));
+        require(writeRow(writer_.get(), samples.data()));
     }
 
     Bytes finish() override {
-        require(writeEnd(m_writer.get(), m_info.get()));
-        return std::move(m_file);
+        require(writeEnd(writer_.get(), info_.get()));
+        return std::move(file_);
     }
 
 private:
     void require(bool written) const {
         if (!written)
-            throw std::runtime_error("libpng does not write a picture of " + std::to_string(m_size.width) +
-                                     " x " + std::to_string(m_size.height) + " pixels");
+            throw std::runtime_error("libpng does not write a picture of " + std::to_string(size_.width) +
+                                     " x " + std::to_string(size_.height) + " pixels");
     }
 
-    PictureSize m_size;
-    Bytes m_file;
-    Writer m_writer;
-    Info m_info{nullptr, InfoDeleter{m_writer}};
+    PictureSize size_;
+    Bytes file_;
+    Writer writer_;
+    Info info_{nullptr, InfoDeleter{writer_}};
 };
 
 } // namespace

@@ -7,22 +7,22 @@ namespace Simulator {
 
 namespace {
 
-constexpr std::array configureOrder = {ArgumentCode::Exposure, ArgumentCode::Mode, ArgumentCode::Format,
-                                       ArgumentCode::Depth, ArgumentCode::Shift};
+constexpr std::array configureOrder = {ArgumentCode::exposure, ArgumentCode::mode, ArgumentCode::format,
+                                       ArgumentCode::depth, ArgumentCode::shift};
 constexpr std::uint8_t onlyDepth = 16;
 constexpr std::uint8_t onlyShift = 4;
 
 bool isRequestArgument(const Argument& argument) {
-    return argument.code >= static_cast<std::uint8_t>(ArgumentCode::Exposure) &&
-           argument.code <= static_cast<std::uint8_t>(ArgumentCode::Shift);
+    return argument.code >= static_cast<std::uint8_t>(ArgumentCode::exposure) &&
+           argument.code <= static_cast<std::uint8_t>(ArgumentCode::shift);
 }
 
 std::size_t requiredLength(std::uint8_t code) {
     switch (static_cast<ArgumentCode>(code)) {
-    case ArgumentCode::Exposure:
+    case ArgumentCode::exposure:
         return 2;
-    case ArgumentCode::TakeImage:
-    case ArgumentCode::GetImage:
+    case ArgumentCode::takeImage:
+    case ArgumentCode::getImage:
         return 0;
     default:
         return 1;
@@ -37,16 +37,16 @@ bool isConfigure(const std::vector<Argument>& arguments) {
 
 std::optional<RequestKind> kindOf(const std::vector<Argument>& arguments) {
     if (isConfigure(arguments))
-        return RequestKind::Configure;
+        return RequestKind::configure;
     if (arguments.size() != 1)
         return std::nullopt;
     switch (static_cast<ArgumentCode>(arguments.front().code)) {
-    case ArgumentCode::Format:
-        return RequestKind::Probe;
-    case ArgumentCode::TakeImage:
-        return RequestKind::Take;
-    case ArgumentCode::GetImage:
-        return RequestKind::Get;
+    case ArgumentCode::format:
+        return RequestKind::probe;
+    case ArgumentCode::takeImage:
+        return RequestKind::take;
+    case ArgumentCode::getImage:
+        return RequestKind::get;
     default:
         return std::nullopt;
     }
@@ -60,10 +60,10 @@ std::variant<Request, ErrorCode> configureRequest(const std::vector<Argument>& a
                          mode <= 3 && format >= 1 && format <= 2 && arguments[3].value[0] == onlyDepth &&
                          arguments[4].value[0] == onlyShift;
     if (!inRange)
-        return ErrorCode::ValueOutOfRange;
+        return ErrorCode::valueOutOfRange;
 
     Request request;
-    request.kind = RequestKind::Configure;
+    request.kind = RequestKind::configure;
     request.configuration = {exposure, mode, static_cast<PictureFormat>(format)};
     return request;
 }
@@ -72,7 +72,7 @@ std::string describeConfiguration(const Configuration& configuration) {
     const unsigned units = configuration.exposureUnits;
     return "exposure " + std::to_string(units / 10) + "." + std::to_string(units % 10) + " s, mode " +
            std::to_string(configuration.mode) +
-           (configuration.format == PictureFormat::Png ? ", PNG" : ", SGI") + ", depth " +
+           (configuration.format == PictureFormat::png ? ", PNG" : ", SGI") + ", depth " +
            std::to_string(onlyDepth) + ", shift " + std::to_string(onlyShift);
 }
 
@@ -80,27 +80,27 @@ std::string describeConfiguration(const Configuration& configuration) {
 
 Place placeOf(RequestKind request) {
     switch (request) {
-    case RequestKind::Configure:
-        return Place::Configure;
-    case RequestKind::Take:
-        return Place::Take;
-    case RequestKind::Get:
-        return Place::Get;
-    case RequestKind::Probe:
+    case RequestKind::configure:
+        return Place::configure;
+    case RequestKind::take:
+        return Place::take;
+    case RequestKind::get:
+        return Place::get;
+    case RequestKind::probe:
         break;
     }
-    return Place::Probe;
+    return Place::probe;
 }
 
 std::string Request::describe() const {
     switch (kind) {
-    case RequestKind::Configure:
+    case RequestKind::configure:
         return "configure: " + describeConfiguration(configuration);
-    case RequestKind::Take:
+    case RequestKind::take:
         return "take";
-    case RequestKind::Get:
+    case RequestKind::get:
         return "get";
-    case RequestKind::Probe:
+    case RequestKind::probe:
         break;
     }
     return "probe: format " + std::to_string(probedValue);
@@ -108,21 +108,21 @@ std::string Request::describe() const {
 
 std::variant<Request, ErrorCode> parseRequest(const Message& message) {
     if (message.command != cameraCommand)
-        return ErrorCode::UnknownCommand;
+        return ErrorCode::unknownCommand;
     if (!std::ranges::all_of(message.arguments, isRequestArgument))
-        return ErrorCode::UnknownArgument;
+        return ErrorCode::unknownArgument;
     const std::optional<RequestKind> kind = kindOf(message.arguments);
     if (!kind)
-        return ErrorCode::WrongArguments;
+        return ErrorCode::wrongArguments;
     for (const Argument& each : message.arguments)
         if (each.value.size() != requiredLength(each.code))
-            return ErrorCode::BadArgumentLength;
+            return ErrorCode::badArgumentLength;
 
-    if (*kind == RequestKind::Configure)
+    if (*kind == RequestKind::configure)
         return configureRequest(message.arguments);
     Request request;
     request.kind = *kind;
-    if (*kind == RequestKind::Probe)
+    if (*kind == RequestKind::probe)
         request.probedValue = message.arguments.front().value[0];
     return request;
 }

@@ -10,7 +10,7 @@
 
 namespace Simulator {
 
-enum class PictureFormat : std::uint8_t { Sgi = 1, Png = 2 };
+enum class PictureFormat : std::uint8_t { sgi = 1, png = 2 };
 
 inline constexpr std::uint16_t shortestExposureUnits = 1;   ///< 0.1 s
 inline constexpr std::uint16_t longestExposureUnits = 3600; ///< 360 s
@@ -19,21 +19,21 @@ inline constexpr std::uint16_t longestExposureUnits = 3600; ///< 360 s
 struct Configuration {
     std::uint16_t exposureUnits = shortestExposureUnits; ///< of 100 ms
     std::uint8_t mode = 2;                               ///< 1, 2 or 3
-    PictureFormat format = PictureFormat::Sgi;
+    PictureFormat format = PictureFormat::sgi;
 
     unsigned channels() const { return mode == 3 ? 1 : 3; }
     bool operator==(const Configuration&) const = default;
 };
 
-enum class RequestKind { Configure, Take, Get, Probe };
+enum class RequestKind { configure, take, get, probe };
 
 /// Where a fault strikes that hits the answer to this request.
 Place placeOf(RequestKind request);
 
 struct Request {
-    RequestKind kind = RequestKind::Probe;
-    Configuration configuration;  ///< of a Configure
-    std::uint8_t probedValue = 0; ///< of a Probe: any, and without effect
+    RequestKind kind = RequestKind::probe;
+    Configuration configuration;  ///< of configure
+    std::uint8_t probedValue = 0; ///< of probe: any, and without effect
 
     /// The request in words: "configure: exposure 1.5 s, mode 2, SGI, depth 16, shift 4".
     std::string describe() const;

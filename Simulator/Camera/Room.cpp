@@ -12,7 +12,7 @@ namespace {
 
 constexpr float pi = 3.14159265F;
 
-enum Surface : std::size_t { Floor, Ceiling, Left, Right, Back, Front };
+enum Surface : std::size_t { floor, ceiling, left, right, back, front };
 
 constexpr Vector3 roomLow{-4.3F, 0.0F, 0.0F};
 constexpr Vector3 roomHigh{4.3F, 3.75F, 7.5F};
@@ -99,8 +99,8 @@ Vector3 ceilingPaintAt(Vector3 place, float footprint) {
 
 } // namespace
 
-Room::Room() : m_patternFromWall(patternFromWall()) {
-    for (LightMap& map : m_maps)
+Room::Room() : patternFromWall_(patternFromWall()) {
+    for (LightMap& map : maps_)
         map.fill(houseLight);
     const std::vector<Patch> lit = lightSurfaces(screenPatches());
     lightSurfaces(lit);
@@ -110,15 +110,15 @@ Vector3 Room::placeOn(std::size_t surface, float across, float along) {
     const Vector3 size = roomHigh - roomLow;
     const float x = roomLow.x + size.x * across;
     switch (surface) {
-    case Floor:
+    case floor:
         return {x, roomLow.y, size.z * along};
-    case Ceiling:
+    case ceiling:
         return {x, roomHigh.y, size.z * along};
-    case Left:
+    case left:
         return {roomLow.x, size.y * across, size.z * along};
-    case Right:
+    case right:
         return {roomHigh.x, size.y * across, size.z * along};
-    case Back:
+    case back:
         return {x, size.y * along, roomLow.z};
     default:
         return {x, size.y * along, roomHigh.z};
@@ -127,8 +127,8 @@ Vector3 Room::placeOn(std::size_t surface, float across, float along) {
 
 float Room::patchArea(std::size_t surface) {
     const Vector3 size = roomHigh - roomLow;
-    const float whole = surface <= Ceiling ? size.x * size.z
-                        : surface <= Right ? size.y * size.z
+    const float whole = surface <= ceiling ? size.x * size.z
+                        : surface <= right ? size.y * size.z
                                            : size.x * size.y;
     return whole / (mapSide * mapSide);
 }
@@ -154,7 +154,7 @@ std::vector<Room::Patch> Room::screenPatches() const {
                 corner + Vector3{middle(part, parts) * width, middle(partRow, parts) * height, 0};
             mean = mean + projectedLight(place, 0.4F) * (1.0F / (parts * parts));
         }
-        patches.push_back({corner + Vector3{width / 2, height / 2, 0}, facings[Front],
+        patches.push_back({corner + Vector3{width / 2, height / 2, 0}, facings[front],
                            mean * (screenGain * width * height), width * height});
     }
     return patches;
@@ -175,12 +175,12 @@ Vector3 Room::lightArriving(Vector3 place, Vector3 facing, const std::vector<Pat
 std::vector<Room::Patch> Room::lightSurfaces(const std::vector<Patch>& sources) {
     std::vector<Patch> lit;
     for (std::size_t surface = 0; surface < surfaces; ++surface)
-        for (std::size_t cell = 0; cell < m_maps[surface].size(); ++cell) {
+        for (std::size_t cell = 0; cell < maps_[surface].size(); ++cell) {
             const std::size_t row = cell / mapSide;
             const Vector3 place = placeOn(surface, (static_cast<float>(cell % mapSide) + 0.5F) / mapSide,
                                           (static_cast<float>(row) + 0.5F) / mapSide);
             const Vector3 arriving = lightArriving(place, facings[surface], sources);
-            m_maps[surface][cell] = m_maps[surface][cell] + arriving;
+            maps_[surface][cell] = maps_[surface][cell] + arriving;
             const float area = patchArea(surface);
             lit.push_back({place, facings[surface], arriving * paint(surface, place, 1.0F) * area, area});
         }
@@ -190,8 +190,8 @@ std::vector<Room::Patch> Room::lightSurfaces(const std::vector<Patch>& sources) 
 Vector3 Room::roomLight(std::size_t surface, Vector3 place) const {
     const Vector3 size = roomHigh - roomLow;
     const Vector3 share{(place.x - roomLow.x) / size.x, place.y / size.y, place.z / size.z};
-    const bool side = surface == Left || surface == Right;
-    const bool level = surface == Floor || surface == Ceiling;
+    const bool side = surface == left || surface == right;
+    const bool level = surface == floor || surface == ceiling;
     const float across = std::clamp((side ? share.y : share.x) * mapSide - 0.5F, 0.0F, mapSide - 1.001F);
     const float along =
         std::clamp((side || level ? share.z : share.y) * mapSide - 0.5F, 0.0F, mapSide - 1.001F);
@@ -199,13 +199,13 @@ Vector3 Room::roomLight(std::size_t surface, Vector3 place) const {
     const auto row = static_cast<std::size_t>(along);
     const float inColumn = across - static_cast<float>(column);
     const float inRow = along - static_cast<float>(row);
-    const Vector3* const corner = &m_maps[surface][row * mapSide + column];
+    const Vector3* const corner = &maps_[surface][row * mapSide + column];
     return blend(blend(corner[0], corner[1], inColumn), blend(corner[mapSide], corner[mapSide + 1], inColumn),
                  inRow);
 }
 
 Vector3 Room::projectedLight(Vector3 place, float footprint) const {
-    const auto& m = m_patternFromWall;
+    const auto& m = patternFromWall_;
     const float w = 1 / (m[6] * place.x + m[7] * place.y + m[8]);
     const float across = (m[0] * place.x + m[1] * place.y + m[2]) * w;
     const float up = (m[3] * place.x + m[4] * place.y + m[5]) * w;
@@ -217,15 +217,15 @@ Vector3 Room::projectedLight(Vector3 place, float footprint) const {
 
 Vector3 Room::paint(std::size_t surface, Vector3 place, float footprint) {
     switch (surface) {
-    case Floor:
+    case floor:
         return floorPaintAt(place, footprint);
-    case Ceiling:
+    case ceiling:
         return ceilingPaintAt(place, footprint);
-    case Front:
-    case Left:
-    case Right:
+    case front:
+    case left:
+    case right:
     default:
-        return blend(surface == Front ? frontPaint : sidePaint, skirtingPaint,
+        return blend(surface == front ? frontPaint : sidePaint, skirtingPaint,
                      coverage(skirtingHeight - place.y, footprint));
     }
 }
@@ -233,8 +233,8 @@ Vector3 Room::paint(std::size_t surface, Vector3 place, float footprint) {
 Vector3 Room::frontWall(Vector3 place, float footprint) const {
     const float inScreen =
         std::min({screenHalfWidth - std::abs(place.x), place.y - screenBottom, screenTop - place.y});
-    const Vector3 around = roomLight(Front, place);
-    Vector3 light = around * paint(Front, place, footprint);
+    const Vector3 around = roomLight(front, place);
+    Vector3 light = around * paint(front, place, footprint);
     if (inScreen < -frameWidth - footprint)
         return light;
     light = blend(light, around * framePaint, coverage(inScreen + frameWidth, footprint));
@@ -257,11 +257,11 @@ Room::Hit Room::firstHit(Vector3 eye, Vector3 direction) {
     Hit hit;
     hit.distance = std::min({toSide, toLevel, toEnd});
     if (hit.distance == toEnd)
-        hit.surface = direction.z > 0 ? Front : Back;
+        hit.surface = direction.z > 0 ? front : back;
     else if (hit.distance == toSide)
-        hit.surface = direction.x > 0 ? Right : Left;
+        hit.surface = direction.x > 0 ? right : left;
     else
-        hit.surface = direction.y > 0 ? Ceiling : Floor;
+        hit.surface = direction.y > 0 ? ceiling : floor;
     hit.place = eye + direction * hit.distance;
     return hit;
 }
@@ -269,18 +269,18 @@ Room::Hit Room::firstHit(Vector3 eye, Vector3 direction) {
 Vector3 Room::lightFrom(Vector3 eye, Vector3 direction, float pixelAngle) const {
     const Hit hit = firstHit(eye, direction);
     const float footprint = hit.distance * pixelAngle;
-    if (hit.surface == Front)
+    if (hit.surface == front)
         return frontWall(hit.place, footprint);
 
     Vector3 light = roomLight(hit.surface, hit.place) * paint(hit.surface, hit.place, footprint);
-    if (hit.surface != Floor)
+    if (hit.surface != floor)
         return light;
     // The boards are varnished: what stands before them shows in them, blurred.
     const Vector3 mirrored{direction.x, -direction.y, direction.z};
     const Hit reflected = firstHit(hit.place, mirrored);
     const float grazing = 1 + direction.y;
     const float mirror = 0.09F + 0.7F * grazing * grazing * grazing * grazing;
-    if (reflected.surface == Front)
+    if (reflected.surface == front)
         light = light + frontWall(reflected.place, 0.035F * reflected.distance) * mirror;
     return light;
 }

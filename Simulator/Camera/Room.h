@@ -50,9 +50,9 @@ private:
     Vector3 roomLight(std::size_t surface, Vector3 place) const;
     Vector3 frontWall(Vector3 place, float footprint) const;
 
-    Homography m_patternFromWall;
+    Homography patternFromWall_;
     std::array<LightMap, surfaces>
-        m_maps{}; ///< light that arrives, once from the screen and once from the walls
+        maps_{}; ///< light that arrives, once from the screen and once from the walls
 };
 
 } // namespace Simulator

@@ -16,9 +16,9 @@ struct SceneRow {
     SceneKind kind;
 };
 
-constexpr std::array sceneRows = {SceneRow{"grid", SceneKind::Grid}, SceneRow{"ramp", SceneKind::Ramp},
-                                  SceneRow{"black", SceneKind::Black}, SceneRow{"white", SceneKind::White},
-                                  SceneRow{"noise", SceneKind::Noise}};
+constexpr std::array sceneRows = {SceneRow{"grid", SceneKind::grid}, SceneRow{"ramp", SceneKind::ramp},
+                                  SceneRow{"black", SceneKind::black}, SceneRow{"white", SceneKind::white},
+                                  SceneRow{"noise", SceneKind::noise}};
 constexpr std::string_view filePrefix = "file:";
 
 /// A sample of `brightness` (saturated at the fitting exposure) after `exposureUnits`.
@@ -50,14 +50,14 @@ RowRenderer evenRows(std::uint16_t level) {
 } // namespace
 
 std::string Scene::describe() const {
-    if (kind == SceneKind::File)
+    if (kind == SceneKind::file)
         return std::string(filePrefix) + path;
     return std::string(std::ranges::find(sceneRows, kind, &SceneRow::kind)->name);
 }
 
 Scene parseScene(std::string_view text) {
     if (text.starts_with(filePrefix) && text.size() > filePrefix.size())
-        return {SceneKind::File, std::string(text.substr(filePrefix.size()))};
+        return {SceneKind::file, std::string(text.substr(filePrefix.size()))};
     const auto* const row = std::ranges::find(sceneRows, text, &SceneRow::name);
     if (row == sceneRows.end())
         throw std::invalid_argument("Scene \"" + std::string(text) +
@@ -68,13 +68,13 @@ Scene parseScene(std::string_view text) {
 RowRenderer rowsOfScene(SceneKind scene, PictureSize size, unsigned channels, unsigned exposureUnits,
                         std::uint64_t seed) {
     switch (scene) {
-    case SceneKind::Grid:
+    case SceneKind::grid:
         return rowsOfGrid(size, channels, exposureUnits, seed);
-    case SceneKind::Ramp:
+    case SceneKind::ramp:
         return rowsOfRamp(size, channels, exposureUnits);
-    case SceneKind::Noise:
+    case SceneKind::noise:
         return rowsOfNoise(exposureUnits, seed);
-    case SceneKind::White:
+    case SceneKind::white:
         return evenRows(saturatedSample);
     default:
         return evenRows(0);

@@ -12,17 +12,17 @@
 namespace Simulator {
 
 enum class SceneKind {
-    Grid,  ///< a projected calibration grid on a screen in a dark room
-    Ramp,  ///< from black at the left to white at the right
-    Black, ///< every sample 0
-    White, ///< every sample saturated
-    Noise, ///< every sample at random
-    File,  ///< a picture file served as it is, whatever was configured
+    grid,  ///< a projected calibration grid on a screen in a dark room
+    ramp,  ///< from black at the left to white at the right
+    black, ///< every sample 0
+    white, ///< every sample saturated
+    noise, ///< every sample at random
+    file,  ///< a picture file served as it is, whatever was configured
 };
 
 struct Scene {
-    SceneKind kind = SceneKind::Grid;
-    std::string path; ///< of a File
+    SceneKind kind = SceneKind::grid;
+    std::string path; ///< of a file
 
     std::string describe() const;
     bool operator==(const Scene&) const = default;
@@ -38,7 +38,7 @@ inline constexpr unsigned fittingExposureUnits = 15;
 /// Renders one row of a picture, counted from the top, into all the row's samples.
 using RowRenderer = std::function<void(std::uint32_t row, std::span<std::uint16_t> samples)>;
 
-/// What renders the rows of a scene other than a File, in any order. Grid, ramp and noise grow brighter with
+/// What renders the rows of a scene other than a file, in any order. Grid, ramp and noise grow brighter with
 /// `exposureUnits` until they saturate. The same arguments give the same rows. `channels` is 1 or 3.
 RowRenderer rowsOfScene(SceneKind scene, PictureSize size, unsigned channels, unsigned exposureUnits,
                         std::uint64_t seed);

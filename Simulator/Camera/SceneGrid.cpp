@@ -25,10 +25,10 @@ constexpr float shotNoise = 1.3F; // of the square root of a sample
 class Lens {
 public:
     explicit Lens(PictureSize size)
-        : m_forward(normalized(cameraTarget - cameraPlace)), m_right(normalized(cross(almostUp, m_forward))),
-          m_up(cross(m_forward, m_right)), m_scale(2.0F / static_cast<float>(size.width)),
-          m_centreColumn(static_cast<float>(size.width) / 2 - 0.5F),
-          m_centreRow(static_cast<float>(size.height) / 2 - 0.5F) {}
+        : forward_(normalized(cameraTarget - cameraPlace)), right_(normalized(cross(almostUp, forward_))),
+          up_(cross(forward_, right_)), scale_(2.0F / static_cast<float>(size.width)),
+          centreColumn_(static_cast<float>(size.width) / 2 - 0.5F),
+          centreRow_(static_cast<float>(size.height) / 2 - 0.5F) {}
 
     struct Ray {
         Vector3 direction;
@@ -36,25 +36,25 @@ public:
     };
 
     Ray at(std::uint32_t column, std::uint32_t row) const {
-        const float x = (static_cast<float>(column) - m_centreColumn) * m_scale;
-        const float y = (m_centreRow - static_cast<float>(row)) * m_scale;
+        const float x = (static_cast<float>(column) - centreColumn_) * scale_;
+        const float y = (centreRow_ - static_cast<float>(row)) * scale_;
         const float bend = halfFieldOfView * (1 + barrelDistortion * (x * x + y * y));
         const float right = x * bend;
         const float up = y * bend;
         const float cosine = 1 / std::sqrt(1 + right * right + up * up);
         const float fall = 1 - vignetting * (1 - cosine * cosine);
-        return {(m_forward + m_right * right + m_up * up) * cosine, fall * cosine};
+        return {(forward_ + right_ * right + up_ * up) * cosine, fall * cosine};
     }
 
-    float pixelAngle() const { return m_scale * halfFieldOfView; }
+    float pixelAngle() const { return scale_ * halfFieldOfView; }
 
 private:
-    Vector3 m_forward;
-    Vector3 m_right;
-    Vector3 m_up;
-    float m_scale;
-    float m_centreColumn;
-    float m_centreRow;
+    Vector3 forward_;
+    Vector3 right_;
+    Vector3 up_;
+    float scale_;
+    float centreColumn_;
+    float centreRow_;
 };
 
 /// Nearly normal noise of variance 1 from 21 random bits: the sum of three even ones.

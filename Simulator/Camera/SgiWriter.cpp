@@ -16,53 +16,53 @@ constexpr std::size_t spareBytes = 16; // whoever adds to the file, a checksum s
 class SgiFile : public PictureFile {
 public:
     SgiFile(PictureSize size, unsigned channels, Bytes before)
-        : m_size(size), m_channels(channels), m_begin(before.size()), m_file(std::move(before)) {
+        : size_(size), channels_(channels), begin_(before.size()), file_(std::move(before)) {
         const std::size_t planes = std::size_t{size.width} * size.height * channels * bytesPerSample;
-        m_end = m_begin + sgiHeaderBytes + planes;
-        m_file.reserve(m_end + spareBytes);
+        end_ = begin_ + sgiHeaderBytes + planes;
+        file_.reserve(end_ + spareBytes);
         appendHeader();
     }
 
     bool makeRoom() override {
-        m_file.resize(std::min(m_end, m_file.size() + roomAtOnce));
-        return m_file.size() == m_end;
+        file_.resize(std::min(end_, file_.size() + roomAtOnce));
+        return file_.size() == end_;
     }
 
     void addRow(std::span<const std::uint16_t> samples) override {
-        ++m_rows;
-        const std::size_t rowBytes = std::size_t{m_size.width} * bytesPerSample;
-        for (unsigned channel = 0; channel < m_channels; ++channel) {
-            const std::size_t row = std::size_t{channel} * m_size.height + m_size.height - m_rows;
-            std::uint8_t* to = m_file.data() + m_begin + sgiHeaderBytes + row * rowBytes;
-            for (std::size_t index = channel; index < samples.size(); index += m_channels) {
+        ++rows_;
+        const std::size_t rowBytes = std::size_t{size_.width} * bytesPerSample;
+        for (unsigned channel = 0; channel < channels_; ++channel) {
+            const std::size_t row = std::size_t{channel} * size_.height + size_.height - rows_;
+            std::uint8_t* to = file_.data() + begin_ + sgiHeaderBytes + row * rowBytes;
+            for (std::size_t index = channel; index < samples.size(); index += channels_) {
                 *to++ = static_cast<std::uint8_t>(samples[index] >> 8);
                 *to++ = static_cast<std::uint8_t>(samples[index]);
             }
         }
     }
 
-    Bytes finish() override { return std::move(m_file); }
+    Bytes finish() override { return std::move(file_); }
 
 private:
     void appendHeader() {
-        append16(m_file, magic);
-        m_file.push_back(verbatim);
-        m_file.push_back(bytesPerSample);
-        append16(m_file, m_channels == 1 ? 2 : 3);
-        append16(m_file, m_size.width);
-        append16(m_file, m_size.height);
-        append16(m_file, m_channels);
-        append32(m_file, 0);
-        append32(m_file, saturatedSample);
-        m_file.resize(m_begin + sgiHeaderBytes);
+        append16(file_, magic);
+        file_.push_back(verbatim);
+        file_.push_back(bytesPerSample);
+        append16(file_, channels_ == 1 ? 2 : 3);
+        append16(file_, size_.width);
+        append16(file_, size_.height);
+        append16(file_, channels_);
+        append32(file_, 0);
+        append32(file_, saturatedSample);
+        file_.resize(begin_ + sgiHeaderBytes);
     }
 
-    PictureSize m_size;
-    unsigned m_channels;
-    std::size_t m_begin; ///< of the file within its bytes
-    std::size_t m_end = 0;
-    Bytes m_file;
-    std::size_t m_rows = 0;
+    PictureSize size_;
+    unsigned channels_;
+    std::size_t begin_; ///< of the file within its bytes
+    std::size_t end_ = 0;
+    Bytes file_;
+    std::size_t rows_ = 0;
 };
 
 } // namespace

@@ -34,9 +34,9 @@ struct Query {
 };
 
 inline constexpr std::array queries = {
-    Query{Place::Version, "Version", versionKeys}, Query{Place::Serial, "SerialNumber", serialKeys},
-    Query{Place::Network, "--Settings", networkKeys},
-    Query{Place::Discovery, "Korva", discoveryKeys}, // asked with discoveryQuery
+    Query{Place::version, "Version", versionKeys}, Query{Place::serial, "SerialNumber", serialKeys},
+    Query{Place::network, "--Settings", networkKeys},
+    Query{Place::discovery, "Korva", discoveryKeys}, // asked with discoveryQuery
 };
 
 /// A reply before it becomes text.

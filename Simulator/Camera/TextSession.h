@@ -19,20 +19,20 @@ public:
     static constexpr std::size_t longestQuery = 1024;
 
     /// `camera` outlives the session.
-    explicit TextSession(Camera& camera) : m_camera(camera) {}
+    explicit TextSession(Camera& camera) : camera_(camera) {}
 
     void append(ByteView input) override;
     std::optional<Reaction> next() override;
-    std::size_t waitingBytes() const override { return m_input.size(); }
+    std::size_t waitingBytes() const override { return input_.size(); }
 
 private:
     Reaction answer(std::string_view query);
     Reaction giveUp();
 
-    Camera& m_camera;
-    std::string m_input;
-    SharedBytes m_before; ///< what was due to the message before; null to the first
-    bool m_closed = false;
+    Camera& camera_;
+    std::string input_;
+    SharedBytes before_; ///< what was due to the message before; null to the first
+    bool closed_ = false;
 };
 
 } // namespace Simulator

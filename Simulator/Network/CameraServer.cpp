@@ -41,61 +41,60 @@ ServerOptions withLog(ServerOptions options) {
 }
 
 Socket listenerOf(Service service, const std::string& address, std::uint16_t port) {
-    return service == Service::Refused ? Socket() : listenTcp(address, port);
+    return service == Service::refused ? Socket() : listenTcp(address, port);
 }
 
 } // namespace
 
 CameraServer::CameraServer(CameraSettings settings, ServerOptions options)
-    : m_camera(std::move(settings)), m_options(withLog(std::move(options))),
-      m_binaryListener(listenerOf(m_camera.settings().binary, m_options.address, m_options.binaryTcpPort)),
-      m_textListener(listenerOf(m_camera.settings().text, m_options.address, m_options.textTcpPort)),
-      m_discovery(m_camera, m_options.address, m_options.discoveryUdpPort, m_options.log),
-      m_wake(makePipe()) {}
+    : camera_(std::move(settings)), options_(withLog(std::move(options))),
+      binaryListener_(listenerOf(camera_.settings().binary, options_.address, options_.binaryTcpPort)),
+      textListener_(listenerOf(camera_.settings().text, options_.address, options_.textTcpPort)),
+      discovery_(camera_, options_.address, options_.discoveryUdpPort, options_.log), wake_(makePipe()) {}
 
 CameraServer::~CameraServer() {
     stop();
 }
 
 void CameraServer::run() {
-    while (!m_stop)
+    while (!stop_)
         serveOnce();
-    m_connections.clear();
+    connections_.clear();
 }
 
 void CameraServer::start() {
-    m_thread = std::thread([this] {
+    thread_ = std::thread([this] {
         try {
             run();
         } catch (const std::exception& failure) {
-            m_options.log(std::string("stopped serving: ") + failure.what());
+            options_.log(std::string("stopped serving: ") + failure.what());
         }
     });
 }
 
 void CameraServer::requestStop() noexcept {
     const int before = errno;
-    m_stop = true;
+    stop_ = true;
     const char anything = 0;
     // A full pipe wakes the loop as well.
-    [[maybe_unused]] const ssize_t written = write(m_wake.second.descriptor(), &anything, 1);
+    [[maybe_unused]] const ssize_t written = write(wake_.second.descriptor(), &anything, 1);
     errno = before;
 }
 
 void CameraServer::stop() {
     requestStop();
-    if (m_thread.joinable())
-        m_thread.join();
+    if (thread_.joinable())
+        thread_.join();
 }
 
 void CameraServer::serveOnce() {
     const Socket nothing;
-    std::vector<pollfd> waiting = {waitFor(m_wake.first), waitFor(m_acceptAgain ? nothing : m_binaryListener),
-                                   waitFor(m_acceptAgain ? nothing : m_textListener)};
-    for (const Socket& socket : m_discovery.sockets())
+    std::vector<pollfd> waiting = {waitFor(wake_.first), waitFor(acceptAgain_ ? nothing : binaryListener_),
+                                   waitFor(acceptAgain_ ? nothing : textListener_)};
+    for (const Socket& socket : discovery_.sockets())
         waiting.push_back(waitFor(socket));
     const std::size_t fixed = waiting.size();
-    for (const Connection& connection : m_connections)
+    for (const Connection& connection : connections_)
         waiting.push_back({connection.descriptor(), connection.wantedEvents(), 0});
 
     if (poll(waiting.data(), waiting.size(), waitMs()) < 0 && errno != EINTR)
@@ -103,24 +102,24 @@ void CameraServer::serveOnce() {
 
     const Clock::time_point now = Clock::now();
     advanceAll(std::span(waiting).subspan(fixed), now);
-    if (m_acceptAgain && now >= *m_acceptAgain)
-        m_acceptAgain.reset();
+    if (acceptAgain_ && now >= *acceptAgain_)
+        acceptAgain_.reset();
     if (waiting[1].revents != 0)
-        acceptFrom(m_binaryListener, Language::Binary);
+        acceptFrom(binaryListener_, Language::binary);
     if (waiting[2].revents != 0)
-        acceptFrom(m_textListener, Language::Text);
-    m_discovery.advance(now);
+        acceptFrom(textListener_, Language::text);
+    discovery_.advance(now);
 }
 
 void CameraServer::advanceAll(std::span<const pollfd> waited, Clock::time_point now) {
-    auto connection = m_connections.begin();
+    auto connection = connections_.begin();
     for (const pollfd& each : waited) {
-        if (m_stop)
+        if (stop_)
             return;
         advanceSafely(*connection++, each.revents, now);
     }
-    if (m_connections.remove_if([](const Connection& each) { return each.isOver(); }) > 0)
-        m_acceptAgain.reset(); // that freed a descriptor
+    if (connections_.remove_if([](const Connection& each) { return each.isOver(); }) > 0)
+        acceptAgain_.reset(); // that freed a descriptor
 }
 
 void CameraServer::advanceSafely(Connection& connection, short events, Clock::time_point now) {
@@ -135,10 +134,10 @@ void CameraServer::advanceSafely(Connection& connection, short events, Clock::ti
 }
 
 int CameraServer::waitMs() const {
-    std::optional<Clock::time_point> first = m_discovery.wakeTime();
-    if (m_acceptAgain && (!first || *m_acceptAgain < *first))
-        first = m_acceptAgain;
-    for (const Connection& connection : m_connections)
+    std::optional<Clock::time_point> first = discovery_.wakeTime();
+    if (acceptAgain_ && (!first || *acceptAgain_ < *first))
+        first = acceptAgain_;
+    for (const Connection& connection : connections_)
         if (const auto wake = connection.wakeTime(); wake && (!first || *wake < *first))
             first = wake;
     if (!first)
@@ -154,33 +153,33 @@ void CameraServer::acceptFrom(const Socket& listener, Language language) {
     auto [socket, name] = acceptIfPossible(listener);
     if (!socket.isOpen())
         return;
-    m_toldOfShortage = false;
-    name += language == Language::Binary ? " (binary)" : " (text)";
-    if (m_connections.size() >= mostConnections) {
-        m_options.log(name + " turned away: " + std::to_string(mostConnections) + " clients are connected");
+    toldOfShortage_ = false;
+    name += language == Language::binary ? " (binary)" : " (text)";
+    if (connections_.size() >= mostConnections) {
+        options_.log(name + " turned away: " + std::to_string(mostConnections) + " clients are connected");
         return;
     }
-    m_connections.emplace_back(std::move(socket), std::move(name), makeSession(language), m_options.log);
+    connections_.emplace_back(std::move(socket), std::move(name), makeSession(language), options_.log);
 }
 
 std::pair<Socket, std::string> CameraServer::acceptIfPossible(const Socket& listener) {
     try {
         return acceptClient(listener);
     } catch (const NothingLeft& shortage) {
-        m_acceptAgain = Clock::now() + pauseAfterShortage;
-        if (!std::exchange(m_toldOfShortage, true))
-            m_options.log(std::string("a client waits: ") + shortage.what());
+        acceptAgain_ = Clock::now() + pauseAfterShortage;
+        if (!std::exchange(toldOfShortage_, true))
+            options_.log(std::string("a client waits: ") + shortage.what());
         return {};
     }
 }
 
 std::unique_ptr<Session> CameraServer::makeSession(Language language) {
-    const CameraSettings& settings = m_camera.settings();
-    if ((language == Language::Binary ? settings.binary : settings.text) == Service::Silent)
+    const CameraSettings& settings = camera_.settings();
+    if ((language == Language::binary ? settings.binary : settings.text) == Service::silent)
         return std::make_unique<MuteSession>();
-    if (language == Language::Binary)
-        return std::make_unique<BinarySession>(m_camera);
-    return std::make_unique<TextSession>(m_camera);
+    if (language == Language::binary)
+        return std::make_unique<BinarySession>(camera_);
+    return std::make_unique<TextSession>(camera_);
 }
 
 } // namespace Simulator

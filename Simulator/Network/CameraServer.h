@@ -11,6 +11,7 @@
 #include <atomic>
 #include <cstdint>
 #include <list>
+#include <optional>
 #include <memory>
 #include <span>
 #include <string>
@@ -40,17 +41,17 @@ public:
     ~CameraServer();
 
     /// Where it serves, as it was told.
-    const std::string& address() const { return m_options.address; }
+    const std::string& address() const { return options_.address; }
 
     /// The ports served; 0 for a language that the camera refuses.
-    std::uint16_t binaryTcpPort() const { return portOf(m_binaryListener); }
-    std::uint16_t textTcpPort() const { return portOf(m_textListener); }
-    std::uint16_t discoveryUdpPort() const { return m_discovery.port(); }
+    std::uint16_t binaryTcpPort() const { return portOf(binaryListener_); }
+    std::uint16_t textTcpPort() const { return portOf(textListener_); }
+    std::uint16_t discoveryUdpPort() const { return discovery_.port(); }
 
     /// As DiscoveryPort::broadcasts.
-    const std::vector<std::string>& broadcasts() const { return m_discovery.broadcasts(); }
+    const std::vector<std::string>& broadcasts() const { return discovery_.broadcasts(); }
 
-    const CameraSettings& settings() const { return m_camera.settings(); }
+    const CameraSettings& settings() const { return camera_.settings(); }
 
     /// Serves on the calling thread until stop() is called, on whatever thread, before or meanwhile.
     void run();
@@ -65,7 +66,7 @@ public:
     void requestStop() noexcept;
 
 private:
-    enum class Language { Text, Binary };
+    enum class Language { text, binary };
 
     void serveOnce();
     void advanceAll(std::span<const pollfd> waited, Clock::time_point now);
@@ -75,17 +76,17 @@ private:
     void advanceSafely(Connection& connection, short events, Clock::time_point now);
     int waitMs() const;
 
-    Camera m_camera;
-    ServerOptions m_options;
-    Socket m_binaryListener;
-    Socket m_textListener;
-    DiscoveryPort m_discovery;
-    std::pair<Socket, Socket> m_wake;
-    std::list<Connection> m_connections;
-    std::optional<Clock::time_point> m_acceptAgain; ///< set where a client waits for a descriptor
-    bool m_toldOfShortage = false;
-    std::atomic<bool> m_stop = false;
-    std::thread m_thread;
+    Camera camera_;
+    ServerOptions options_;
+    Socket binaryListener_;
+    Socket textListener_;
+    DiscoveryPort discovery_;
+    std::pair<Socket, Socket> wake_;
+    std::list<Connection> connections_;
+    std::optional<Clock::time_point> acceptAgain_; ///< set where a client waits for a descriptor
+    bool toldOfShortage_ = false;
+    std::atomic<bool> stop_ = false;
+    std::thread thread_;
 };
 
 } // namespace Simulator

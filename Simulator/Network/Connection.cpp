@@ -23,15 +23,15 @@ std::string reason() {
 } // namespace
 
 Connection::Connection(Socket socket, std::string name, std::unique_ptr<Session> session, const EventLog& log)
-    : m_socket(std::move(socket)), m_name(std::move(name)), m_session(std::move(session)), m_log(log) {
-    m_log(m_name + " connected");
+    : socket_(std::move(socket)), name_(std::move(name)), session_(std::move(session)), log_(log) {
+    log_(name_ + " connected");
 }
 
 short Connection::wantedEvents() const {
     short events = 0;
-    if (!m_inputEnded && m_session->waitingBytes() < mostWaitingBytes)
+    if (!inputEnded_ && session_->waitingBytes() < mostWaitingBytes)
         events |= POLLIN;
-    if (!m_pausedUntil && !m_actions.empty())
+    if (!pausedUntil_ && !actions_.empty())
         events |= POLLOUT;
     return events;
 }
@@ -42,10 +42,10 @@ void Connection::advance(short events, Clock::time_point now) {
         return end("connection lost");
     if ((events & POLLIN) != 0)
         readInput();
-    if (m_pausedUntil && now >= *m_pausedUntil)
-        m_pausedUntil.reset();
-    m_hasMore = false;
-    if (!m_over && !m_pausedUntil)
+    if (pausedUntil_ && now >= *pausedUntil_)
+        pausedUntil_.reset();
+    hasMore_ = false;
+    if (!over_ && !pausedUntil_)
         work(now);
 }
 
@@ -53,44 +53,44 @@ void Connection::readInput() {
     std::array<std::uint8_t, mostWaitingBytes> buffer{};
     const ssize_t count = recv(descriptor(), buffer.data(), buffer.size(), 0);
     if (count > 0)
-        m_session->append(ByteView(buffer).first(static_cast<std::size_t>(count)));
+        session_->append(ByteView(buffer).first(static_cast<std::size_t>(count)));
     else if (count == 0)
-        m_inputEnded = true;
+        inputEnded_ = true;
     else if (!triedAgainLater())
         end("connection lost: " + reason());
 }
 
 void Connection::work(Clock::time_point now) {
-    m_left = {};
-    while (!m_over && m_left.steps > 0) {
-        --m_left.steps;
-        const Step step = m_actions.empty() ? answerNext() : carryOutFirst(now);
-        if (step == Step::Wait)
+    left_ = {};
+    while (!over_ && left_.steps > 0) {
+        --left_.steps;
+        const Step step = actions_.empty() ? answerNext() : carryOutFirst(now);
+        if (step == Step::wait)
             return;
     }
-    m_hasMore = !m_over;
+    hasMore_ = !over_;
 }
 
 Connection::Step Connection::answerNext() {
-    const std::optional<Reaction> reaction = m_session->next();
+    const std::optional<Reaction> reaction = session_->next();
     if (!reaction) {
-        m_hasMore = m_session->isWorking();
-        if (m_inputEnded && !m_hasMore)
+        hasMore_ = session_->isWorking();
+        if (inputEnded_ && !hasMore_)
             end("disconnected");
-        return Step::Wait;
+        return Step::wait;
     }
     for (const std::string& event : reaction->events)
-        m_log(m_name + " " + event);
-    std::ranges::copy(reaction->actions, std::back_inserter(m_actions));
-    return Step::Done;
+        log_(name_ + " " + event);
+    std::ranges::copy(reaction->actions, std::back_inserter(actions_));
+    return Step::done;
 }
 
 Connection::Step Connection::carryOutFirst(Clock::time_point now) {
-    if (carryOut(m_actions.front(), now) == Step::Wait)
-        return Step::Wait;
-    m_actions.pop_front();
-    m_sent = 0;
-    return Step::Done;
+    if (carryOut(actions_.front(), now) == Step::wait)
+        return Step::wait;
+    actions_.pop_front();
+    sent_ = 0;
+    return Step::done;
 }
 
 Connection::Step Connection::carryOut(Action& action, Clock::time_point now) {
@@ -98,54 +98,54 @@ Connection::Step Connection::carryOut(Action& action, Clock::time_point now) {
         return send(*sending, now);
     if (auto* const pause = std::get_if<Pause>(&action)) {
         if (pause->length.count() == 0)
-            return Step::Done;
-        m_pausedUntil = now + pause->length;
+            return Step::done;
+        pausedUntil_ = now + pause->length;
         pause->length = {};
-        return Step::Wait;
+        return Step::wait;
     }
     if (std::holds_alternative<ResetConnection>(action)) {
         const linger atOnce{1, 0};
         setsockopt(descriptor(), SOL_SOCKET, SO_LINGER, &atOnce, sizeof atOnce);
         end("reset");
-        return Step::Wait;
+        return Step::wait;
     }
     // The end goes out before the socket is closed: to a client that is still sending, closing alone is a
     // reset.
     shutdown(descriptor(), SHUT_WR);
     end("closed");
-    return Step::Wait;
+    return Step::wait;
 }
 
 Connection::Step Connection::send(SendBytes& sending, Clock::time_point now) {
-    for (; m_sent < sending.length; --m_left.steps) {
-        if (m_left.steps <= 0 || m_left.bytes == 0)
-            return Step::Wait; // until the next turn, which comes as the client can take more
-        const std::size_t left = std::min(sending.length - m_sent, m_left.bytes);
+    for (; sent_ < sending.length; --left_.steps) {
+        if (left_.steps <= 0 || left_.bytes == 0)
+            return Step::wait; // until the next turn, which comes as the client can take more
+        const std::size_t left = std::min(sending.length - sent_, left_.bytes);
         const std::size_t pieceLeft =
-            sending.pieceBytes == 0 ? left : sending.pieceBytes - m_sent % sending.pieceBytes;
+            sending.pieceBytes == 0 ? left : sending.pieceBytes - sent_ % sending.pieceBytes;
         const ssize_t count =
-            ::send(descriptor(), sending.bytes->data() + m_sent, std::min(left, pieceLeft), MSG_NOSIGNAL);
+            ::send(descriptor(), sending.bytes->data() + sent_, std::min(left, pieceLeft), MSG_NOSIGNAL);
         if (count < 0 && !triedAgainLater())
             end("connection lost: " + reason());
         if (count < 0)
-            return Step::Wait;
-        m_sent += static_cast<std::size_t>(count);
-        m_left.bytes -= static_cast<std::size_t>(count);
+            return Step::wait;
+        sent_ += static_cast<std::size_t>(count);
+        left_.bytes -= static_cast<std::size_t>(count);
         if (sending.endless)
-            m_sent %= sending.length;
-        const bool pieceDone = sending.pieceBytes != 0 && m_sent % sending.pieceBytes == 0;
-        if (pieceDone && m_sent < sending.length && sending.pause.count() > 0) {
-            m_pausedUntil = now + sending.pause;
-            return Step::Wait;
+            sent_ %= sending.length;
+        const bool pieceDone = sending.pieceBytes != 0 && sent_ % sending.pieceBytes == 0;
+        if (pieceDone && sent_ < sending.length && sending.pause.count() > 0) {
+            pausedUntil_ = now + sending.pause;
+            return Step::wait;
         }
     }
-    return Step::Done;
+    return Step::done;
 }
 
 void Connection::end(const std::string& why) {
-    if (!m_over)
-        m_log(m_name + " " + why);
-    m_over = true;
+    if (!over_)
+        log_(name_ + " " + why);
+    over_ = true;
 }
 
 } // namespace Simulator

@@ -33,14 +33,14 @@ public:
 
     Connection(Socket socket, std::string name, std::unique_ptr<Session> session, const EventLog& log);
 
-    int descriptor() const { return m_socket.descriptor(); }
+    int descriptor() const { return socket_.descriptor(); }
 
     /// The poll(2) events to wait for now.
     short wantedEvents() const;
 
     /// When to go on without any event; nothing while only the client can bring it on.
     std::optional<Clock::time_point> wakeTime() const {
-        return m_hasMore ? Clock::time_point::min() : m_pausedUntil;
+        return hasMore_ ? Clock::time_point::min() : pausedUntil_;
     }
 
     /// Reads, answers and sends what can be done now and in one turn, given the poll(2) events that came.
@@ -50,10 +50,10 @@ public:
     void abandon(const std::string& why) { end("given up: " + why); }
 
     /// True once the connection is over and can be destroyed.
-    bool isOver() const { return m_over; }
+    bool isOver() const { return over_; }
 
 private:
-    enum class Step { Done, Wait };
+    enum class Step { done, wait };
 
     /// What is left of a turn.
     struct Allowance {
@@ -69,17 +69,17 @@ private:
     Step send(SendBytes& sending, Clock::time_point now);
     void end(const std::string& why);
 
-    Socket m_socket;
-    std::string m_name;
-    std::unique_ptr<Session> m_session;
-    const EventLog& m_log;
-    bool m_over = false;
-    bool m_inputEnded = false;
-    bool m_hasMore = false; ///< the turn was over before the work was
-    Allowance m_left;
-    std::deque<Action> m_actions;
-    std::size_t m_sent = 0; ///< of the SendBytes at the front
-    std::optional<Clock::time_point> m_pausedUntil;
+    Socket socket_;
+    std::string name_;
+    std::unique_ptr<Session> session_;
+    const EventLog& log_;
+    bool over_ = false;
+    bool inputEnded_ = false;
+    bool hasMore_ = false; ///< the turn was over before the work was
+    Allowance left_;
+    std::deque<Action> actions_;
+    std::size_t sent_ = 0; ///< of the SendBytes at the front
+    std::optional<Clock::time_point> pausedUntil_;
 };
 
 } // namespace Simulator

@@ -41,50 +41,50 @@ std::uint32_t addressAskedAt(msghdr& message) {
 
 DiscoveryPort::DiscoveryPort(Camera& camera, const std::string& address, std::uint16_t port,
                              const EventLog& log)
-    : m_camera(camera), m_log(log), m_address(ipv4FromText(address).value_or(0)) {
-    if (camera.settings().discovery == Service::Refused)
+    : camera_(camera), log_(log), address_(ipv4FromText(address).value_or(0)) {
+    if (camera.settings().discovery == Service::refused)
         return;
-    m_sockets.push_back(bindUdp(address, port));
-    if (m_address == 0)
-        switchOn(m_sockets.front().descriptor(), IPPROTO_IP, IP_PKTINFO);
-    else if (m_address >> 24 != loopbackNetwork)
+    sockets_.push_back(bindUdp(address, port));
+    if (address_ == 0)
+        switchOn(sockets_.front().descriptor(), IPPROTO_IP, IP_PKTINFO);
+    else if (address_ >> 24 != loopbackNetwork)
         hearBroadcasts();
 }
 
 void DiscoveryPort::hearBroadcasts() {
-    const auto mask = netMaskFromText(m_camera.settings().netMask);
+    const auto mask = netMaskFromText(camera_.settings().netMask);
     std::vector<std::string> wanted{std::string(limitedBroadcast)};
-    if (mask && (m_address | ~*mask) != m_address)
-        wanted.insert(wanted.begin(), ipv4Text(m_address | ~*mask));
+    if (mask && (address_ | ~*mask) != address_)
+        wanted.insert(wanted.begin(), ipv4Text(address_ | ~*mask));
     for (const std::string& broadcast : wanted) {
         try {
-            m_sockets.push_back(bindUdp(broadcast, port(), Sharing::Shared));
-            m_broadcasts.push_back(broadcast);
+            sockets_.push_back(bindUdp(broadcast, port(), Sharing::shared));
+            broadcasts_.push_back(broadcast);
         } catch (const ServerError& failure) {
-            m_log(std::string("hears no queries to everybody: ") + failure.what());
+            log_(std::string("hears no queries to everybody: ") + failure.what());
         }
     }
 }
 
 std::optional<Clock::time_point> DiscoveryPort::wakeTime() const {
-    const auto first = std::ranges::min_element(m_replies, {}, &Reply::due);
-    return first == m_replies.end() ? std::nullopt : std::optional(first->due);
+    const auto first = std::ranges::min_element(replies_, {}, &Reply::due);
+    return first == replies_.end() ? std::nullopt : std::optional(first->due);
 }
 
 void DiscoveryPort::advance(Clock::time_point now) {
-    for (const Socket& socket : m_sockets)
+    for (const Socket& socket : sockets_)
         for (int count = 0; count < mostDatagramsPerTurn && readOne(socket, now); ++count) {
         }
     // In the order in which they were scheduled, so that the pieces of one reply keep theirs.
-    for (const Reply& reply : m_replies)
+    for (const Reply& reply : replies_)
         if (reply.due <= now)
             send(reply);
-    std::erase_if(m_replies, [now](const Reply& reply) { return reply.due <= now; });
+    std::erase_if(replies_, [now](const Reply& reply) { return reply.due <= now; });
 }
 
 bool DiscoveryPort::readOne(const Socket& socket, Clock::time_point now) {
     sockaddr_in sender{};
-    iovec place{m_datagram.data(), m_datagram.size()};
+    iovec place{datagram_.data(), datagram_.size()};
     alignas(cmsghdr) std::array<char, 256> control{};
     msghdr message{};
     message.msg_name = &sender;
@@ -96,18 +96,18 @@ bool DiscoveryPort::readOne(const Socket& socket, Clock::time_point now) {
     const ssize_t count = recvmsg(socket.descriptor(), &message, 0);
     if (count < 0)
         return false;
-    const std::uint32_t asked = m_address == 0 ? addressAskedAt(message) : m_address;
-    answer(ByteView(m_datagram).first(static_cast<std::size_t>(count)), sender, ipv4Text(asked), now);
+    const std::uint32_t asked = address_ == 0 ? addressAskedAt(message) : address_;
+    answer(ByteView(datagram_).first(static_cast<std::size_t>(count)), sender, ipv4Text(asked), now);
     return true;
 }
 
 void DiscoveryPort::answer(ByteView datagram, const sockaddr_in& sender, const std::string& asked,
                            Clock::time_point now) {
-    if (m_camera.settings().discovery == Service::Silent)
-        return m_log(nameOf(sender) + quotedText(datagram) + " -> silent");
-    const Reaction reaction = answerDiscovery(m_camera, datagram, asked);
+    if (camera_.settings().discovery == Service::silent)
+        return log_(nameOf(sender) + quotedText(datagram) + " -> silent");
+    const Reaction reaction = answerDiscovery(camera_, datagram, asked);
     for (const std::string& event : reaction.events)
-        m_log(nameOf(sender) + event);
+        log_(nameOf(sender) + event);
     schedule(reaction.actions, sender, now);
 }
 
@@ -123,10 +123,10 @@ void DiscoveryPort::schedule(const std::vector<Action>& actions, const sockaddr_
         const std::size_t piece = sending->pieceBytes == 0 ? sending->length : sending->pieceBytes;
         std::size_t offset = 0;
         do {
-            if (m_replies.size() == mostWaitingReplies)
-                return m_log(nameOf(receiver) + "too many replies wait: one is dropped");
+            if (replies_.size() == mostWaitingReplies)
+                return log_(nameOf(receiver) + "too many replies wait: one is dropped");
             const std::size_t length = std::min(piece, sending->length - offset);
-            m_replies.push_back({due, receiver, sending->bytes, offset, length});
+            replies_.push_back({due, receiver, sending->bytes, offset, length});
             offset += length;
             due += sending->pause;
         } while (offset < sending->length);
@@ -136,7 +136,7 @@ void DiscoveryPort::schedule(const std::vector<Action>& actions, const sockaddr_
 void DiscoveryPort::send(const Reply& reply) const {
     // A receiver that has gone, or a full queue: a datagram may always be lost.
     [[maybe_unused]] const ssize_t sent =
-        sendto(m_sockets.front().descriptor(), reply.bytes->data() + reply.offset, reply.length, MSG_NOSIGNAL,
+        sendto(sockets_.front().descriptor(), reply.bytes->data() + reply.offset, reply.length, MSG_NOSIGNAL,
                reinterpret_cast<const sockaddr*>(&reply.receiver), sizeof reply.receiver);
 }
 

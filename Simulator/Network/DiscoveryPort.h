@@ -30,13 +30,13 @@ public:
     DiscoveryPort(Camera& camera, const std::string& address, std::uint16_t port, const EventLog& log);
 
     /// The port served; 0 where discovery is refused.
-    std::uint16_t port() const { return m_sockets.empty() ? std::uint16_t{0} : portOf(m_sockets.front()); }
+    std::uint16_t port() const { return sockets_.empty() ? std::uint16_t{0} : portOf(sockets_.front()); }
 
     /// The addresses beside the camera's own at which queries are heard.
-    const std::vector<std::string>& broadcasts() const { return m_broadcasts; }
+    const std::vector<std::string>& broadcasts() const { return broadcasts_; }
 
     /// To be waited for.
-    const std::vector<Socket>& sockets() const { return m_sockets; }
+    const std::vector<Socket>& sockets() const { return sockets_; }
 
     /// When to go on though nothing comes; nothing while no reply waits for its time.
     std::optional<Clock::time_point> wakeTime() const;
@@ -60,13 +60,13 @@ private:
     void schedule(const std::vector<Action>& actions, const sockaddr_in& receiver, Clock::time_point now);
     void send(const Reply& reply) const;
 
-    Camera& m_camera;
-    const EventLog& m_log;
-    std::uint32_t m_address;       ///< 0: every address of this machine
-    std::vector<Socket> m_sockets; ///< the first is bound to the camera's address
-    std::vector<std::string> m_broadcasts;
-    std::deque<Reply> m_replies;
-    Bytes m_datagram = Bytes(65536); ///< the one just read; no datagram is longer
+    Camera& camera_;
+    const EventLog& log_;
+    std::uint32_t address_;       ///< 0: every address of this machine
+    std::vector<Socket> sockets_; ///< the first is bound to the camera's address
+    std::vector<std::string> broadcasts_;
+    std::deque<Reply> replies_;
+    Bytes datagram_ = Bytes(65536); ///< the one just read; no datagram is longer
 };
 
 } // namespace Simulator

@@ -40,7 +40,7 @@ Socket bound(int type, const std::string& address, std::uint16_t port, Sharing s
     Socket socket(::socket(AF_INET, type, 0));
     if (!socket.isOpen() || !prepare(socket.descriptor()))
         fail(what);
-    if (sharing == Sharing::Shared)
+    if (sharing == Sharing::shared)
         switchOn(socket.descriptor(), SOL_SOCKET, SO_REUSEADDR);
     if (bind(socket.descriptor(), reinterpret_cast<const sockaddr*>(&local), sizeof local) != 0)
         fail(what);
@@ -64,13 +64,13 @@ void switchOn(int descriptor, int level, int option) {
 
 Socket::~Socket() {
     if (isOpen())
-        close(m_descriptor);
+        close(descriptor_);
 }
 
 Socket listenTcp(const std::string& address, std::uint16_t port) {
     const std::string what = nameOf("TCP", address, port);
     // Of TCP, a port is shared only with connections that have just ended: it may be taken again at once.
-    Socket socket = bound(SOCK_STREAM, address, port, Sharing::Shared, what);
+    Socket socket = bound(SOCK_STREAM, address, port, Sharing::shared, what);
     if (listen(socket.descriptor(), waitingClients) != 0)
         fail(what);
     return socket;

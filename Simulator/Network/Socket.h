@@ -17,21 +17,21 @@ public:
 class Socket {
 public:
     Socket() = default;
-    explicit Socket(int descriptor) : m_descriptor(descriptor) {}
-    Socket(Socket&& other) noexcept : m_descriptor(std::exchange(other.m_descriptor, -1)) {}
+    explicit Socket(int descriptor) : descriptor_(descriptor) {}
+    Socket(Socket&& other) noexcept : descriptor_(std::exchange(other.descriptor_, -1)) {}
     Socket& operator=(Socket&& other) noexcept {
-        std::swap(m_descriptor, other.m_descriptor);
+        std::swap(descriptor_, other.descriptor_);
         return *this;
     }
     Socket(const Socket&) = delete;
     Socket& operator=(const Socket&) = delete;
     ~Socket();
 
-    int descriptor() const { return m_descriptor; }
-    bool isOpen() const { return m_descriptor >= 0; }
+    int descriptor() const { return descriptor_; }
+    bool isOpen() const { return descriptor_ >= 0; }
 
 private:
-    int m_descriptor = -1;
+    int descriptor_ = -1;
 };
 
 /// A non-blocking listening socket; port 0 lets the system choose. `address` is dotted IPv4.
@@ -39,11 +39,11 @@ private:
 Socket listenTcp(const std::string& address, std::uint16_t port);
 
 /// Whether other sockets may be bound to the same address and port; then each gets every broadcast.
-enum class Sharing { Alone, Shared };
+enum class Sharing { alone, shared };
 
 /// A non-blocking bound UDP socket; port 0 lets the system choose. `address` is dotted IPv4.
 /// Throws ServerError.
-Socket bindUdp(const std::string& address, std::uint16_t port, Sharing sharing = Sharing::Alone);
+Socket bindUdp(const std::string& address, std::uint16_t port, Sharing sharing = Sharing::alone);
 
 /// Sets a socket option of the kind on and off.
 void switchOn(int descriptor, int level, int option);

@@ -45,7 +45,7 @@ class CaptureOfEveryKind : public testing::TestWithParam<KindCase> {};
 
 TEST_P(CaptureOfEveryKind, GivesTheSceneInGrey) {
     const CaptureKind kind = GetParam().kind;
-    for (const SceneKind scene : {SceneKind::Grid, SceneKind::Ramp, SceneKind::Noise, SceneKind::White}) {
+    for (const SceneKind scene : {SceneKind::grid, SceneKind::ramp, SceneKind::noise, SceneKind::white}) {
         const CameraSettings settings = settingsOf(scene);
         ServedCamera camera(settings);
         PosixEthernetCommunicator communicator(L"127.0.0.1", camera.port(), -1);
@@ -71,7 +71,7 @@ INSTANTIATE_TEST_SUITE_P(
     [](const auto& each) { return each.param.name; });
 
 TEST(Capture, GrowsBrighterWithTheExposureUntilItSaturates) {
-    const CameraSettings settings = settingsOf(SceneKind::Ramp);
+    const CameraSettings settings = settingsOf(SceneKind::ramp);
     ServedCamera camera(settings);
     PosixEthernetCommunicator communicator(L"127.0.0.1", camera.port(), -1);
     for (const int exposure : {1, 7, 15, 3600}) {
@@ -81,7 +81,7 @@ TEST(Capture, GrowsBrighterWithTheExposureUntilItSaturates) {
 }
 
 TEST(Capture, FetchesAFullSizePicture) {
-    const CameraSettings settings = settingsOf(SceneKind::Noise, {2748, 1836});
+    const CameraSettings settings = settingsOf(SceneKind::noise, {2748, 1836});
     ServedCamera camera(settings);
     PosixEthernetCommunicator communicator(L"127.0.0.1", camera.port(), -1);
     const ImagePointer image = captureFrom(communicator, {}, 15);
@@ -91,7 +91,7 @@ TEST(Capture, FetchesAFullSizePicture) {
 TEST(Capture, FetchesPicturesOfOnePixelOneRowAndOneColumn) {
     for (const Simulator::PictureSize size :
          {Simulator::PictureSize{1, 1}, Simulator::PictureSize{65535, 1}, Simulator::PictureSize{1, 4000}}) {
-        const CameraSettings settings = settingsOf(SceneKind::White, size);
+        const CameraSettings settings = settingsOf(SceneKind::white, size);
         ServedCamera camera(settings);
         PosixEthernetCommunicator communicator(L"127.0.0.1", camera.port(), -1);
         const ImagePointer image = captureFrom(communicator, {}, 15);
@@ -100,7 +100,7 @@ TEST(Capture, FetchesPicturesOfOnePixelOneRowAndOneColumn) {
 }
 
 TEST(Capture, AssemblesADrippedPicture) {
-    CameraSettings settings = settingsOf(SceneKind::Noise);
+    CameraSettings settings = settingsOf(SceneKind::noise);
     settings.faults = {Simulator::parseFault("any:drip=7/0")};
     settings.size = Simulator::PictureSize{40, 20};
     ServedCamera camera(settings);
@@ -109,7 +109,7 @@ TEST(Capture, AssemblesADrippedPicture) {
 }
 
 TEST(Capture, OutlastsPausesLongerThanTheQuietOfTheLine) {
-    CameraSettings settings = settingsOf(SceneKind::Noise, {40, 20});
+    CameraSettings settings = settingsOf(SceneKind::noise, {40, 20});
     settings.faults = {Simulator::parseFault("get:drip=1000/60")};
     ServedCamera camera(settings);
     PosixEthernetCommunicator communicator(L"127.0.0.1", camera.port(), -1);
@@ -118,7 +118,7 @@ TEST(Capture, OutlastsPausesLongerThanTheQuietOfTheLine) {
 }
 
 TEST(Capture, WorksAgainAfterTheConnectionWasPulled) {
-    CameraSettings settings = settingsOf(SceneKind::Ramp);
+    CameraSettings settings = settingsOf(SceneKind::ramp);
     settings.faults = {Simulator::parseFault("get:reset*1")};
     ServedCamera camera(settings);
     PosixEthernetCommunicator communicator(L"127.0.0.1", camera.port(), -1);
@@ -128,7 +128,7 @@ TEST(Capture, WorksAgainAfterTheConnectionWasPulled) {
 }
 
 TEST(Capture, WorksAgainAfterTheCameraWasAwayAndCameBack) {
-    const CameraSettings settings = settingsOf(SceneKind::Ramp);
+    const CameraSettings settings = settingsOf(SceneKind::ramp);
     auto camera = std::make_unique<ServedCamera>(settings);
     const int port = camera->port();
     PosixEthernetCommunicator communicator(L"127.0.0.1", port, -1);
@@ -140,8 +140,8 @@ TEST(Capture, WorksAgainAfterTheCameraWasAwayAndCameBack) {
 }
 
 TEST(Capture, OfTwoCamerasAtOnceGivesEachItsOwnPicture) {
-    const CameraSettings first = settingsOf(SceneKind::Grid, {300, 200});
-    const CameraSettings second = settingsOf(SceneKind::Noise, {211, 150});
+    const CameraSettings first = settingsOf(SceneKind::grid, {300, 200});
+    const CameraSettings second = settingsOf(SceneKind::noise, {211, 150});
     ServedCamera firstCamera(first);
     ServedCamera secondCamera(second);
     const auto takeThree = [](const ServedCamera& camera, const CameraSettings& settings, bool& allRight) {
@@ -181,28 +181,28 @@ std::vector<std::pair<std::string, Bytes>> dumpedBy(const CameraSettings& settin
 } // namespace
 
 TEST(ImageDump, HoldsExactlyTheFileTheCameraSent) {
-    const CameraSettings settings = settingsOf(SceneKind::Noise);
+    const CameraSettings settings = settingsOf(SceneKind::noise);
     const auto sgi = dumpedBy(settings, {false, false, false}, log4cxx::Level::getTrace());
     ASSERT_EQ(sgi.size(), 1u);
     EXPECT_TRUE(sgi[0].first.starts_with("KorvaImage ") && sgi[0].first.ends_with(".sgi")) << sgi[0].first;
     EXPECT_TRUE(sgi[0].second ==
-                Simulator::writeSgi(Simulator::renderScene(SceneKind::Noise, {173, 97}, 3, 15, 1)));
+                Simulator::writeSgi(Simulator::renderScene(SceneKind::noise, {173, 97}, 3, 15, 1)));
 
     const auto png = dumpedBy(settings, {false, true, true}, log4cxx::Level::getTrace());
     ASSERT_EQ(png.size(), 1u);
     EXPECT_TRUE(png[0].first.starts_with("KorvaImage ") && png[0].first.ends_with(".png")) << png[0].first;
     EXPECT_TRUE(png[0].second ==
-                Simulator::writePng(Simulator::renderScene(SceneKind::Noise, {173, 97}, 1, 15, 1)));
+                Simulator::writePng(Simulator::renderScene(SceneKind::noise, {173, 97}, 1, 15, 1)));
 }
 
 TEST(ImageDump, IsNotWrittenBelowTraceLevel) {
-    EXPECT_TRUE(dumpedBy(settingsOf(SceneKind::Noise), {}, log4cxx::Level::getDebug()).empty());
+    EXPECT_TRUE(dumpedBy(settingsOf(SceneKind::noise), {}, log4cxx::Level::getDebug()).empty());
 }
 
 TEST(ImageDump, FolderThatIsMissingLeavesTheCaptureUnaffected) {
     ReferenceHost::setImagesSubDirectory(L"/dev/null/missing");
     const TestSupport::LogCapture log("Plenar.KorvaCamera.KorvaCapture", log4cxx::Level::getTrace());
-    const CameraSettings settings = settingsOf(SceneKind::Noise);
+    const CameraSettings settings = settingsOf(SceneKind::noise);
     ServedCamera camera(settings);
     PosixEthernetCommunicator communicator(L"127.0.0.1", camera.port(), -1);
     EXPECT_EQ(pixelsOf(captureFrom(communicator, {}, 15).get()), expectedPixels(settings, {}, 15));

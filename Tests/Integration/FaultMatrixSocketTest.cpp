@@ -91,7 +91,7 @@ const SocketCell replyCells[] = {
 };
 
 /// As a device asks for its pictures.
-constexpr Simulator::Configuration deviceConfiguration{exposureUnits, 2, Simulator::PictureFormat::Sgi};
+constexpr Simulator::Configuration deviceConfiguration{exposureUnits, 2, Simulator::PictureFormat::sgi};
 
 std::wstring endpointOf(int port) {
     return std::wstring(loopback) + L":" + std::to_wstring(port);

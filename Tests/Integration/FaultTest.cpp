@@ -204,7 +204,7 @@ std::string nameOf(const testing::TestParamInfo<FaultCase>& info) {
 TEST_P(CaptureFromFaultyCamera, EndsAsItShouldAndSaysSo) {
     const FaultCase& row = GetParam();
     Simulator::CameraSettings settings;
-    settings.scene.kind = Simulator::SceneKind::Noise;
+    settings.scene.kind = Simulator::SceneKind::noise;
     settings.size = pictureSize;
     settings.faults = {Simulator::parseFault(row.fault)};
     const TestSupport::LogCapture protocol(protocolLogger, log4cxx::Level::getWarn());
@@ -224,10 +224,10 @@ INSTANTIATE_TEST_SUITE_P(Fault, CaptureFromFaultyCamera, testing::ValuesIn(fault
 
 TEST(CaptureFromFaultyCamera, PictureWithAWrongChecksumIsKept) {
     Simulator::CameraSettings settings;
-    settings.scene.kind = Simulator::SceneKind::Black;
+    settings.scene.kind = Simulator::SceneKind::black;
     settings.size = pictureSize;
     settings.faults = {Simulator::parseFault("get:checksum")};
-    settings.scene.kind = Simulator::SceneKind::White;
+    settings.scene.kind = Simulator::SceneKind::white;
     const TestSupport::LogCapture protocol(protocolLogger, log4cxx::Level::getWarn());
     ServedCamera camera(settings);
     ImpatientCommunicator communicator(camera.port());

@@ -45,7 +45,7 @@ using namespace Integration;
 
 TEST(CaptureMemory, StaysBelowTwoPointEightTimesTheFile) {
     Simulator::CameraSettings settings;
-    settings.scene.kind = Simulator::SceneKind::Noise;
+    settings.scene.kind = Simulator::SceneKind::noise;
     settings.size = Simulator::PictureSize{2748, 1836};
     ServedCamera camera(settings);
     PosixEthernetCommunicator communicator(L"127.0.0.1", camera.port(), -1);

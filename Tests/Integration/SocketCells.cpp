@@ -18,7 +18,7 @@ constexpr std::size_t garbageLength = 64;
 constexpr char unknownModel[] = "XM99";
 
 /// Of a sample picture: grey, as a PNG file, of a tenth of a second.
-constexpr Simulator::Configuration sampleConfiguration{1, 3, Simulator::PictureFormat::Png};
+constexpr Simulator::Configuration sampleConfiguration{1, 3, Simulator::PictureFormat::png};
 
 /// The simulator's meaningless bytes: drawn from its seed, but for the first.
 TestSupport::Bytes garbageOf(const Simulator::CameraSettings& settings) {
@@ -51,7 +51,7 @@ std::string nameOfCell(const testing::TestParamInfo<SocketCell>& info) {
 
 Simulator::CameraSettings settingsOf(const SocketCell& cell) {
     Simulator::CameraSettings settings;
-    settings.scene.kind = Simulator::SceneKind::Noise;
+    settings.scene.kind = Simulator::SceneKind::noise;
     settings.size = cellPictureSize;
     if (isOfAPicture(cell.exchange))
         settings.hardware = unknownModel;

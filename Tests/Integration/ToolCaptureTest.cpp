@@ -60,7 +60,7 @@ TEST(ToolCapture, WritesThePictureItFetched) {
     EXPECT_EQ(lineCount(result.output), 1u);
 
     Simulator::CameraSettings settings;
-    settings.scene.kind = Simulator::SceneKind::Noise;
+    settings.scene.kind = Simulator::SceneKind::noise;
     settings.size = Simulator::PictureSize{120, 80};
     settings.seed = 9;
     const GreyPicture picture = readGreyPng(folder.file("a.png"));

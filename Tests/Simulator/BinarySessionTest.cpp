@@ -52,32 +52,32 @@ TEST_F(BinarySessionTest, ProbeChangesNothing) {
 
 TEST_F(BinarySessionTest, ProbeIsNoConfiguration) {
     answerTo(session, probeRequest);
-    EXPECT_EQ(answerTo(session, takeRequest), errorAnswer(ErrorCode::NotConfigured));
+    EXPECT_EQ(answerTo(session, takeRequest), errorAnswer(ErrorCode::notConfigured));
 }
 
 TEST_F(BinarySessionTest, RefusesTakeBeforeConfigure) {
-    EXPECT_EQ(answerTo(session, takeRequest), errorAnswer(ErrorCode::NotConfigured));
+    EXPECT_EQ(answerTo(session, takeRequest), errorAnswer(ErrorCode::notConfigured));
     EXPECT_EQ(answerTo(session, configureRequest), doneAnswer);
     EXPECT_EQ(answerTo(session, takeRequest), doneAnswer);
 }
 
 TEST_F(BinarySessionTest, RefusesGetBeforeTake) {
-    EXPECT_EQ(answerTo(session, getRequest), errorAnswer(ErrorCode::NoPicture));
+    EXPECT_EQ(answerTo(session, getRequest), errorAnswer(ErrorCode::noPicture));
     answerTo(session, configureRequest);
-    EXPECT_EQ(answerTo(session, getRequest), errorAnswer(ErrorCode::NoPicture));
+    EXPECT_EQ(answerTo(session, getRequest), errorAnswer(ErrorCode::noPicture));
 }
 
 TEST_F(BinarySessionTest, ConfigurationDropsTheEarlierPicture) {
     answerTo(session, configureRequest);
     answerTo(session, takeRequest);
     answerTo(session, configureRequest);
-    EXPECT_EQ(answerTo(session, getRequest), errorAnswer(ErrorCode::NoPicture));
+    EXPECT_EQ(answerTo(session, getRequest), errorAnswer(ErrorCode::noPicture));
 }
 
 TEST_F(BinarySessionTest, RefusedConfigurationChangesNothing) {
     answerTo(session, configureRequest);
     answerTo(session, takeRequest);
-    EXPECT_EQ(answerTo(session, configureWith(0, 2, 1)), errorAnswer(ErrorCode::ValueOutOfRange));
+    EXPECT_EQ(answerTo(session, configureWith(0, 2, 1)), errorAnswer(ErrorCode::valueOutOfRange));
     EXPECT_EQ(answerTo(session, getRequest).at(6), 6);
 }
 
@@ -102,7 +102,7 @@ TEST(BinarySession, RendersWhereAPictureIsFetchedAndNotWhereItIsTaken) {
     for (int exposure = 1; exposure <= 1000; ++exposure)
         session.append(joined({configureWith(exposure, 2, 1), takeRequest}));
     EXPECT_EQ(reactionsOf(session).size(), 2000U);
-    const SharedOrder last = camera.orderPicture({1000, 2, PictureFormat::Sgi});
+    const SharedOrder last = camera.orderPicture({1000, 2, PictureFormat::sgi});
     EXPECT_FALSE(last->isDone());
 
     session.append(getRequest);
@@ -120,8 +120,8 @@ TEST(BinarySession, RendersWhereAPictureIsFetchedAndNotWhereItIsTaken) {
 TEST_F(BinarySessionTest, GivesThePictureOfTheSettingsAtTheTake) {
     answerTo(session, configureWith(15, 2, 1));
     answerTo(session, takeRequest);
-    EXPECT_EQ(answerTo(session, configureWith(0, 3, 1)), errorAnswer(ErrorCode::ValueOutOfRange));
-    EXPECT_EQ(answerTo(session, getRequest), *camera.pictureAnswer({15, 2, PictureFormat::Sgi}));
+    EXPECT_EQ(answerTo(session, configureWith(0, 3, 1)), errorAnswer(ErrorCode::valueOutOfRange));
+    EXPECT_EQ(answerTo(session, getRequest), *camera.pictureAnswer({15, 2, PictureFormat::sgi}));
 }
 
 TEST(BinarySession, DrawsAFaultOnceHoweverLongThePictureTakes) {
@@ -133,7 +133,7 @@ TEST(BinarySession, DrawsAFaultOnceHoweverLongThePictureTakes) {
     session.append(joined({configureRequest, takeRequest, getRequest, getRequest}));
     const std::vector<Reaction> reactions = reactionsOf(session);
     ASSERT_EQ(reactions.size(), 4U);
-    const Configuration configured{100, 2, PictureFormat::Sgi};
+    const Configuration configured{100, 2, PictureFormat::sgi};
     EXPECT_EQ(sentBytes(reactions[2].actions), *camera.blackPictureAnswer(configured));
     EXPECT_EQ(sentBytes(reactions[3].actions), *camera.pictureAnswer(configured));
 }
@@ -152,13 +152,13 @@ TEST_F(BinarySessionTest, SaysEachRequestInWords) {
 TEST_F(BinarySessionTest, StaysOpenAfterAWrongChecksum) {
     Bytes wrong = probeRequest;
     wrong.back() = 0;
-    EXPECT_EQ(answerTo(session, wrong), errorAnswer(ErrorCode::BadChecksum));
+    EXPECT_EQ(answerTo(session, wrong), errorAnswer(ErrorCode::badChecksum));
     EXPECT_EQ(answerTo(session, probeRequest), doneAnswer);
 }
 
 TEST_F(BinarySessionTest, ClosesWhenItCannotTellWhereTheNextMessageBegins) {
     const Reaction reaction = reactionTo(session, bytesOf({'G', 'E', 'T', ' ', '/', ' '}));
-    EXPECT_EQ(sentBytes(reaction.actions), errorAnswer(ErrorCode::BadLength));
+    EXPECT_EQ(sentBytes(reaction.actions), errorAnswer(ErrorCode::badLength));
     ASSERT_EQ(reaction.actions.size(), 2U);
     EXPECT_TRUE(std::holds_alternative<CloseConnection>(reaction.actions[1]));
     EXPECT_THAT(reaction.events,
@@ -207,7 +207,7 @@ TEST_F(BinarySessionTest, TwoSessionsDoNotDisturbEachOther) {
     BinarySession other(camera);
     answerTo(session, configureRequest);
     answerTo(session, takeRequest);
-    EXPECT_EQ(answerTo(other, takeRequest), errorAnswer(ErrorCode::NotConfigured));
+    EXPECT_EQ(answerTo(other, takeRequest), errorAnswer(ErrorCode::notConfigured));
     answerTo(other, configureRequest);
     EXPECT_EQ(answerTo(session, getRequest).at(6), 6);
 }
@@ -274,7 +274,7 @@ TEST(BinarySession, FaultErrorCarriesNothingOut) {
     BinarySession& session = faulty.session;
     answerTo(session, configureRequest);
     EXPECT_EQ(answerTo(session, takeRequest), encodeErrorAnswer(7));
-    EXPECT_EQ(answerTo(session, getRequest), errorAnswer(ErrorCode::NoPicture));
+    EXPECT_EQ(answerTo(session, getRequest), errorAnswer(ErrorCode::noPicture));
 }
 
 TEST(BinarySession, OtherFaultsSpoilOnlyTheAnswer) {
@@ -288,7 +288,7 @@ TEST(BinarySession, OtherFaultsSpoilOnlyTheAnswer) {
 TEST(BinarySession, FaultHitsNoRequestThatIsRefused) {
     FaultySession faulty("take:close*1");
     BinarySession& session = faulty.session;
-    EXPECT_EQ(answerTo(session, takeRequest), errorAnswer(ErrorCode::NotConfigured));
+    EXPECT_EQ(answerTo(session, takeRequest), errorAnswer(ErrorCode::notConfigured));
     answerTo(session, configureRequest);
     EXPECT_TRUE(answerTo(session, takeRequest).empty());
 }

@@ -140,9 +140,9 @@ TEST_F(BroadcastTest, CameraOnLoopbackHearsNoBroadcast) {
 
 TEST_F(BroadcastTest, SilentAndRefusingCamerasDoNotAnswer) {
     CameraSettings settings = smallCamera();
-    settings.discovery = Service::Silent;
+    settings.discovery = Service::silent;
     serve("10.77.1.11", settings);
-    settings.discovery = Service::Refused;
+    settings.discovery = Service::refused;
     EXPECT_THAT(serve("10.77.1.12", settings).broadcasts(), IsEmpty());
     EXPECT_THAT(ask("10.77.1.255"), IsEmpty());
 }

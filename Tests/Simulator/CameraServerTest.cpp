@@ -46,17 +46,17 @@ class Events {
 public:
     EventLog log() {
         return [this](const std::string& line) {
-            const std::lock_guard lock(m_mutex);
-            m_lines.push_back(line);
-            m_changed.notify_all();
+            const std::lock_guard lock(mutex_);
+            lines_.push_back(line);
+            changed_.notify_all();
         };
     }
 
     /// Whether `count` lines that contain `part` came within ten seconds.
     bool saw(const std::string& part, int count = 1) {
-        std::unique_lock lock(m_mutex);
-        return m_changed.wait_for(lock, std::chrono::seconds(10), [&] {
-            return std::ranges::count_if(m_lines, [&](const std::string& line) {
+        std::unique_lock lock(mutex_);
+        return changed_.wait_for(lock, std::chrono::seconds(10), [&] {
+            return std::ranges::count_if(lines_, [&](const std::string& line) {
                        return line.find(part) != std::string::npos;
                    }) >= count;
         });
@@ -68,20 +68,20 @@ public:
         const auto contains = [](const std::string& text) {
             return [&](const std::string& line) { return line.find(text) != std::string::npos; };
         };
-        const std::lock_guard lock(m_mutex);
-        const auto found = std::ranges::find_if(m_lines, contains(end));
-        return static_cast<int>(std::count_if(m_lines.begin(), found, contains(part)));
+        const std::lock_guard lock(mutex_);
+        const auto found = std::ranges::find_if(lines_, contains(end));
+        return static_cast<int>(std::count_if(lines_.begin(), found, contains(part)));
     }
 
     std::vector<std::string> lines() {
-        const std::lock_guard lock(m_mutex);
-        return m_lines;
+        const std::lock_guard lock(mutex_);
+        return lines_;
     }
 
 private:
-    std::mutex m_mutex;
-    std::condition_variable m_changed;
-    std::vector<std::string> m_lines;
+    std::mutex mutex_;
+    std::condition_variable changed_;
+    std::vector<std::string> lines_;
 };
 
 ServerOptions anyPorts(const EventLog& log = {}) {
@@ -126,13 +126,13 @@ TEST_F(CameraServerTest, AnswersAWholeCapture) {
     EXPECT_EQ(client.ask(configureRequest), doneAnswer);
     EXPECT_EQ(client.ask(takeRequest), doneAnswer);
     Camera same(smallCamera());
-    EXPECT_EQ(client.ask(getRequest), *same.pictureAnswer({100, 2, PictureFormat::Sgi}));
+    EXPECT_EQ(client.ask(getRequest), *same.pictureAnswer({100, 2, PictureFormat::sgi}));
 }
 
 TEST_F(CameraServerTest, SendsLargePicturesWhole) {
     CameraSettings settings;
     settings.model = "M62";
-    settings.scene.kind = SceneKind::Ramp;
+    settings.scene.kind = SceneKind::ramp;
     LoopbackClient client(serve(settings).binaryTcpPort());
     client.ask(configureRequest);
     client.ask(takeRequest);
@@ -146,10 +146,10 @@ TEST_F(CameraServerTest, ServesTwoClientsAtOnce) {
     LoopbackClient first(server->binaryTcpPort());
     LoopbackClient second(server->binaryTcpPort());
     EXPECT_EQ(first.ask(configureRequest), doneAnswer);
-    EXPECT_EQ(second.ask(takeRequest), errorAnswer(ErrorCode::NotConfigured));
+    EXPECT_EQ(second.ask(takeRequest), errorAnswer(ErrorCode::notConfigured));
     EXPECT_EQ(second.ask(configureRequest), doneAnswer);
     EXPECT_EQ(first.ask(takeRequest), doneAnswer);
-    EXPECT_EQ(second.ask(getRequest), errorAnswer(ErrorCode::NoPicture));
+    EXPECT_EQ(second.ask(getRequest), errorAnswer(ErrorCode::noPicture));
     EXPECT_EQ(first.ask(getRequest).at(6), 6);
 }
 
@@ -157,7 +157,7 @@ TEST_F(CameraServerTest, AnswersRequestsSentTogetherInTheirOrder) {
     LoopbackClient client(serve().binaryTcpPort());
     client.send(joined({probeRequest, takeRequest, probeRequest}));
     EXPECT_EQ(client.read(13 + 17 + 13),
-              joined({doneAnswer, errorAnswer(ErrorCode::NotConfigured), doneAnswer}));
+              joined({doneAnswer, errorAnswer(ErrorCode::notConfigured), doneAnswer}));
 }
 
 TEST_F(CameraServerTest, AnswersAClientThatHasAlreadyEndedItsSide) {
@@ -165,26 +165,26 @@ TEST_F(CameraServerTest, AnswersAClientThatHasAlreadyEndedItsSide) {
     client.send(joined({probeRequest, probeRequest}));
     shutdown(client.descriptor(), SHUT_WR);
     EXPECT_EQ(client.read(100), joined({doneAnswer, doneAnswer}));
-    EXPECT_EQ(client.end(), End::Closed);
+    EXPECT_EQ(client.end(), End::closed);
 }
 
 TEST_F(CameraServerTest, GarbageIsAnsweredAndTheConnectionClosedWithoutAReset) {
     LoopbackClient client(serve().binaryTcpPort());
     client.send(Bytes(60000, 'x')); // more than is read before the camera gives up
-    EXPECT_EQ(client.read(100), errorAnswer(ErrorCode::BadLength));
-    EXPECT_EQ(client.end(), End::Closed);
+    EXPECT_EQ(client.read(100), errorAnswer(ErrorCode::badLength));
+    EXPECT_EQ(client.end(), End::closed);
 }
 
 TEST_F(CameraServerTest, ResetsTheConnection) {
     LoopbackClient client(serveWith("probe:reset").binaryTcpPort());
     EXPECT_TRUE(client.ask(probeRequest).empty());
-    EXPECT_EQ(client.end(), End::Reset);
+    EXPECT_EQ(client.end(), End::reset);
 }
 
 TEST_F(CameraServerTest, ClosesTheConnection) {
     LoopbackClient client(serveWith("probe:close*1").binaryTcpPort());
     EXPECT_TRUE(client.ask(probeRequest).empty());
-    EXPECT_EQ(client.end(), End::Closed);
+    EXPECT_EQ(client.end(), End::closed);
     LoopbackClient next(server->binaryTcpPort());
     EXPECT_EQ(next.ask(probeRequest), doneAnswer);
 }
@@ -207,14 +207,14 @@ TEST_F(CameraServerTest, ClosesBehindATruncatedAnswer) {
     LoopbackClient client(serveWith("probe:truncate-close=5").binaryTcpPort());
     client.send(probeRequest);
     EXPECT_EQ(client.read(13), bytesOf({1, 0, 0, 0, 0x0D}));
-    EXPECT_EQ(client.end(), End::Closed);
+    EXPECT_EQ(client.end(), End::closed);
 }
 
 TEST_F(CameraServerTest, StaysSilentAndAnswersTheNextRequest) {
     LoopbackClient client(serveWith("probe:silent*1").binaryTcpPort());
     client.send(probeRequest);
     EXPECT_TRUE(events.saw("fault probe:silent"));
-    EXPECT_EQ(client.ask(takeRequest), errorAnswer(ErrorCode::NotConfigured));
+    EXPECT_EQ(client.ask(takeRequest), errorAnswer(ErrorCode::notConfigured));
 }
 
 TEST_F(CameraServerTest, DripsAPictureInPieces) {
@@ -225,7 +225,7 @@ TEST_F(CameraServerTest, DripsAPictureInPieces) {
     const Bytes answer = client.ask(getRequest);
     const auto took = Clock::now() - before;
     Camera same(smallCamera());
-    EXPECT_EQ(answer, *same.pictureAnswer({100, 2, PictureFormat::Sgi}));
+    EXPECT_EQ(answer, *same.pictureAnswer({100, 2, PictureFormat::sgi}));
     ASSERT_EQ(answer.size(), 669U);
     EXPECT_GE(took, milliseconds(6 * 3)); // seven pieces, six pauses
 }
@@ -244,7 +244,7 @@ TEST_F(CameraServerTest, DelaysAnAnswerWhileOthersAreServed) {
 
 TEST_F(CameraServerTest, OutlivesAClientThatLeavesInTheMiddleOfAPicture) {
     CameraSettings settings;
-    settings.scene.kind = SceneKind::Black;
+    settings.scene.kind = SceneKind::black;
     serve(settings);
     {
         LoopbackClient client(server->binaryTcpPort());
@@ -260,7 +260,7 @@ TEST_F(CameraServerTest, OutlivesAClientThatLeavesInTheMiddleOfAPicture) {
 
 TEST_F(CameraServerTest, ReadsNoMoreFromAClientThatTakesNoAnswers) {
     CameraSettings settings;
-    settings.scene.kind = SceneKind::Black;
+    settings.scene.kind = SceneKind::black;
     serve(settings);
     LoopbackClient greedy(server->binaryTcpPort());
     greedy.send(joined({configureRequest, takeRequest}));
@@ -281,14 +281,14 @@ TEST_F(CameraServerTest, AnswersAnotherClientAmidstManyRequestsOfOne) {
     LoopbackClient other(server->binaryTcpPort());
     other.send(getRequest);
     server->start();
-    EXPECT_EQ(other.read(17), errorAnswer(ErrorCode::NoPicture));
+    EXPECT_EQ(other.read(17), errorAnswer(ErrorCode::noPicture));
     // Not all of one client's before the other's turn, which comes with the one after its connection.
     EXPECT_LT(events.countBefore("probe", "get -> "), 3 * Connection::mostStepsPerTurn);
 }
 
 TEST_F(CameraServerTest, AnswersAnotherClientWhileAPictureIsRendered) {
     CameraSettings settings;
-    settings.scene.kind = SceneKind::Noise;
+    settings.scene.kind = SceneKind::noise;
     server.emplace(settings, anyPorts(events.log()));
     LoopbackClient busy(server->binaryTcpPort());
     for (int exposure = 1; exposure <= 250; ++exposure)
@@ -330,8 +330,8 @@ TEST_F(CameraServerTest, TurnsTheSixtyFifthClientAway) {
         EXPECT_EQ(clients.emplace_back(server->binaryTcpPort()).ask(probeRequest), doneAnswer);
     LoopbackClient last(server->binaryTcpPort());
     last.read(1);
-    EXPECT_NE(last.end(), End::GotAll);
-    EXPECT_NE(last.end(), End::TimedOut);
+    EXPECT_NE(last.end(), End::gotAll);
+    EXPECT_NE(last.end(), End::timedOut);
     EXPECT_TRUE(events.saw("turned away: 64 clients are connected"));
     clients.pop_back();
     EXPECT_TRUE(events.saw("disconnected"));
@@ -361,14 +361,14 @@ TEST_F(CameraServerTest, ClosesATextConnectionThatBringsNoQuery) {
     LoopbackClient client(serve().textTcpPort());
     client.send(Bytes(2000, 'x'));
     EXPECT_THAT(client.read(1), IsEmpty());
-    EXPECT_EQ(client.end(), End::Closed);
+    EXPECT_EQ(client.end(), End::closed);
 }
 
 TEST_F(CameraServerTest, ResetsATextConnection) {
     LoopbackClient client(serveWith("version:reset").textTcpPort());
     client.send(bytesOfText("[Version]"));
     EXPECT_THAT(client.read(1), IsEmpty());
-    EXPECT_EQ(client.end(), End::Reset);
+    EXPECT_EQ(client.end(), End::reset);
 }
 
 TEST_F(CameraServerTest, DripsATextReply) {
@@ -463,7 +463,7 @@ TEST_F(CameraServerTest, BoundsTheRepliesThatWait) {
 
 TEST_F(CameraServerTest, SilentLanguagesAreHeardAndNotAnswered) {
     CameraSettings settings = smallCamera();
-    settings.discovery = settings.text = settings.binary = Service::Silent;
+    settings.discovery = settings.text = settings.binary = Service::silent;
     serve(settings);
     LoopbackClient text(server->textTcpPort());
     LoopbackClient binary(server->binaryTcpPort());
@@ -477,25 +477,25 @@ TEST_F(CameraServerTest, SilentLanguagesAreHeardAndNotAnswered) {
     for (LoopbackClient* client : {&text, &binary, &discovery}) {
         client->giveUpReadingAfter(100);
         EXPECT_TRUE(client->read(1).empty());
-        EXPECT_EQ(client->end(), End::TimedOut);
+        EXPECT_EQ(client->end(), End::timedOut);
     }
 }
 
 TEST_F(CameraServerTest, RefusedLanguagesHaveNoPort) {
     CameraSettings settings = smallCamera();
-    settings.discovery = settings.text = Service::Refused;
+    settings.discovery = settings.text = Service::refused;
     serve(settings);
     EXPECT_EQ(server->textTcpPort(), 0);
     EXPECT_EQ(server->discoveryUdpPort(), 0);
     LoopbackClient binary(server->binaryTcpPort());
     EXPECT_EQ(binary.ask(probeRequest), doneAnswer);
-    settings.binary = Service::Refused;
+    settings.binary = Service::refused;
     EXPECT_EQ(CameraServer(settings, anyPorts()).binaryTcpPort(), 0);
 }
 
 TEST_F(CameraServerTest, FindsTheCameraWhoseConnectionsAreRefused) {
     CameraSettings settings = smallCamera();
-    settings.text = settings.binary = Service::Refused;
+    settings.text = settings.binary = Service::refused;
     LoopbackClient discovery(serve(settings).discoveryUdpPort(), SOCK_DGRAM);
     discovery.send(bytesOfText("AreThereAnyKorvaAround?"));
     EXPECT_THAT(discovery.datagram(), StartsWith("[Korva "));
@@ -523,7 +523,7 @@ TEST_F(CameraServerTest, StoppingClosesTheConnections) {
     server->stop();
     server->stop();
     client.read(1);
-    EXPECT_EQ(client.end(), End::Closed);
+    EXPECT_EQ(client.end(), End::closed);
 }
 
 TEST(CameraServer, RunReturnsWhenStoppedFromAnotherThread) {
@@ -553,7 +553,7 @@ TEST(CameraServer, TakesItsPortAgainRightAfterAnEarlierOneStopped) {
         EXPECT_EQ(client.ask(probeRequest), doneAnswer);
         server.stop();
         client.read(1);
-        EXPECT_EQ(client.end(), End::Closed);
+        EXPECT_EQ(client.end(), End::closed);
     }
     EXPECT_EQ(refusalOf(options), "accepted");
 }

@@ -110,9 +110,9 @@ TEST(CameraSet, ReadsEveryKey) {
     const CameraSettings& settings = cameras[0].settings;
     EXPECT_EQ(settings.announcedAddress, "10.77.1.12");
     EXPECT_EQ(settings.api, "2.0");
-    EXPECT_EQ(settings.binary, Service::Silent);
-    EXPECT_EQ(settings.discovery, Service::Refused);
-    EXPECT_EQ(settings.text, Service::Answered);
+    EXPECT_EQ(settings.binary, Service::silent);
+    EXPECT_EQ(settings.discovery, Service::refused);
+    EXPECT_EQ(settings.text, Service::answered);
     ASSERT_EQ(settings.faults.size(), 2U);
     EXPECT_EQ(settings.faults[0].describe(), "version:missing-key=--SW");
     EXPECT_EQ(settings.faults[1].describe(), "get:checksum*1");
@@ -123,7 +123,7 @@ TEST(CameraSet, ReadsEveryKey) {
     EXPECT_EQ(settings.netMask, "255.255.0.0");
     EXPECT_EQ(settings.networkProtocol, "DHCP");
     EXPECT_EQ(settings.room, "Lab 2");
-    EXPECT_EQ(settings.scene.kind, SceneKind::Ramp);
+    EXPECT_EQ(settings.scene.kind, SceneKind::ramp);
     EXPECT_EQ(settings.seed, 18446744073709551615U);
     EXPECT_EQ(settings.serialNumber, "K-7");
     EXPECT_EQ(settings.size, (PictureSize{64, 48}));
@@ -136,7 +136,7 @@ TEST(CameraSet, CameraWithAnAddressAloneIsTheUsualOne) {
     EXPECT_EQ(camera.textTcpAndUdpPort, 32768);
     EXPECT_EQ(camera.settings.model, "M61");
     EXPECT_EQ(camera.settings.room, "Lab");
-    EXPECT_EQ(camera.settings.text, Service::Answered);
+    EXPECT_EQ(camera.settings.text, Service::answered);
     EXPECT_TRUE(camera.settings.faults.empty());
 }
 

@@ -8,6 +8,7 @@
 #include <unistd.h>
 
 #include <cstdio>
+#include <filesystem>
 #include <fstream>
 
 namespace Simulator {
@@ -37,22 +38,22 @@ TEST(Camera, RefusesSizesThatNoCameraHas) {
 
 TEST(Camera, KeepsThePictureForTheSameSettings) {
     Camera camera(smallCamera());
-    const Configuration colour{15, 2, PictureFormat::Sgi};
+    const Configuration colour{15, 2, PictureFormat::sgi};
     const SharedBytes first = camera.pictureAnswer(colour);
     EXPECT_EQ(camera.pictureAnswer(colour), first);
-    EXPECT_NE(camera.pictureAnswer({16, 2, PictureFormat::Sgi}), first);
-    EXPECT_NE(camera.pictureAnswer({15, 3, PictureFormat::Sgi}), first);
-    EXPECT_NE(camera.pictureAnswer({15, 2, PictureFormat::Png}), first);
+    EXPECT_NE(camera.pictureAnswer({16, 2, PictureFormat::sgi}), first);
+    EXPECT_NE(camera.pictureAnswer({15, 3, PictureFormat::sgi}), first);
+    EXPECT_NE(camera.pictureAnswer({15, 2, PictureFormat::png}), first);
     EXPECT_EQ(camera.pictureAnswer(colour), first);
 }
 
 TEST(Camera, KeepsOnlyTheLastFewPictures) {
     Camera camera(smallCamera());
-    const std::weak_ptr<const Bytes> first = camera.pictureAnswer({1, 2, PictureFormat::Sgi});
+    const std::weak_ptr<const Bytes> first = camera.pictureAnswer({1, 2, PictureFormat::sgi});
     for (std::uint16_t exposure = 2; exposure <= 4; ++exposure)
-        camera.pictureAnswer({exposure, 2, PictureFormat::Sgi});
+        camera.pictureAnswer({exposure, 2, PictureFormat::sgi});
     EXPECT_FALSE(first.expired());
-    camera.pictureAnswer({5, 2, PictureFormat::Sgi});
+    camera.pictureAnswer({5, 2, PictureFormat::sgi});
     EXPECT_TRUE(first.expired());
 }
 
@@ -64,8 +65,8 @@ TEST(Camera, ServesAFileAsItIs) {
     Camera camera(settings);
     std::remove(path.c_str());
     const Bytes file = bytesOf({'a', 'n', 'y', ' ', 'b', 'y', 't', 'e', 's'});
-    EXPECT_EQ(*camera.pictureAnswer({15, 2, PictureFormat::Sgi}), encodeAnswer(ArgumentCode::GetImage, file));
-    EXPECT_EQ(*camera.pictureAnswer({15, 3, PictureFormat::Png}), encodeAnswer(ArgumentCode::GetImage, file));
+    EXPECT_EQ(*camera.pictureAnswer({15, 2, PictureFormat::sgi}), encodeAnswer(ArgumentCode::getImage, file));
+    EXPECT_EQ(*camera.pictureAnswer({15, 3, PictureFormat::png}), encodeAnswer(ArgumentCode::getImage, file));
 }
 
 TEST(Camera, SaysWhichFileItCannotRead) {
@@ -94,17 +95,35 @@ TEST(Camera, ServesNothingButARegularFile) {
     }
 }
 
+TEST(Camera, ServesAFileOfAtMost256Mebibytes) {
+    const TestSupport::TemporaryFolder folder;
+    const std::string path = folder.file("large.png");
+    std::ofstream(path).close();
+    CameraSettings settings;
+    settings.scene = parseScene("file:" + path);
+    constexpr std::size_t most = std::size_t{256} << 20;
+    std::filesystem::resize_file(path, most); // without any blocks
+    EXPECT_GT(Camera(settings).pictureAnswer({})->size(), most);
+    std::filesystem::resize_file(path, most + 1);
+    try {
+        Camera camera(settings);
+        ADD_FAILURE() << "accepted";
+    } catch (const std::runtime_error& failure) {
+        EXPECT_EQ(failure.what(), "The scene " + path + " is larger than 256 MiB");
+    }
+}
+
 TEST(Camera, CountsHowOftenAFaultHits) {
     CameraSettings settings = smallCamera();
     settings.faults = {parseFault("take:close*2"), parseFault("any:silent*1"), parseFault("get:reset")};
     Camera camera(settings);
-    EXPECT_EQ(camera.nextFault(Place::Take)->kind, FaultKind::Close);
-    EXPECT_EQ(camera.nextFault(Place::Take)->kind, FaultKind::Close);
-    EXPECT_EQ(camera.nextFault(Place::Take)->kind, FaultKind::Silent);
-    EXPECT_EQ(camera.nextFault(Place::Take), std::nullopt);
+    EXPECT_EQ(camera.nextFault(Place::take)->kind, FaultKind::close);
+    EXPECT_EQ(camera.nextFault(Place::take)->kind, FaultKind::close);
+    EXPECT_EQ(camera.nextFault(Place::take)->kind, FaultKind::silent);
+    EXPECT_EQ(camera.nextFault(Place::take), std::nullopt);
     for (int round = 0; round < 10; ++round)
-        EXPECT_EQ(camera.nextFault(Place::Get)->kind, FaultKind::Reset);
-    EXPECT_EQ(camera.nextFault(Place::Configure), std::nullopt);
+        EXPECT_EQ(camera.nextFault(Place::get)->kind, FaultKind::reset);
+    EXPECT_EQ(camera.nextFault(Place::configure), std::nullopt);
 }
 
 } // namespace Simulator

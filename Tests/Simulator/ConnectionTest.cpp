@@ -20,19 +20,19 @@ namespace {
 class CountingSession : public Session {
 public:
     CountingSession(int& asked, std::function<std::optional<Reaction>()> answer)
-        : m_asked(asked), m_answer(std::move(answer)) {}
+        : asked_(asked), answer_(std::move(answer)) {}
 
     void append(ByteView) override {}
     std::optional<Reaction> next() override {
-        ++m_asked;
-        return m_answer();
+        ++asked_;
+        return answer_();
     }
-    bool isWorking() const override { return !m_answer(); }
+    bool isWorking() const override { return !answer_(); }
     std::size_t waitingBytes() const override { return 0; }
 
 private:
-    int& m_asked;
-    std::function<std::optional<Reaction>()> m_answer;
+    int& asked_;
+    std::function<std::optional<Reaction>()> answer_;
 };
 
 /// A connection whose other end reads nothing, and which has an answer ready whenever it is asked.

@@ -72,7 +72,7 @@ inline Bytes errorAnswer(ErrorCode code) {
 }
 
 /// A camera of small pictures.
-inline CameraSettings smallCamera(SceneKind scene = SceneKind::Ramp) {
+inline CameraSettings smallCamera(SceneKind scene = SceneKind::ramp) {
     CameraSettings settings;
     settings.size = PictureSize{8, 3};
     settings.scene.kind = scene;

@@ -19,8 +19,8 @@ constexpr PictureSize size{64, 256};
 constexpr int piecesOfAPicture = 4;
 static_assert(std::size_t{size.width} * size.height == piecesOfAPicture * Darkroom::pixelsPerPiece);
 
-constexpr Configuration colour{15, 2, PictureFormat::Sgi};
-constexpr Configuration grey{15, 3, PictureFormat::Png};
+constexpr Configuration colour{15, 2, PictureFormat::sgi};
+constexpr Configuration grey{15, 3, PictureFormat::png};
 
 std::int64_t residentBytes() {
     std::ifstream statm("/proc/self/statm");
@@ -41,27 +41,27 @@ int piecesUntilDone(Darkroom& darkroom, const SharedOrder& order) {
 
 TEST(Darkroom, RendersNothingBeforeItWorks) {
     Darkroom darkroom(size, 1);
-    const SharedOrder order = darkroom.order(SceneKind::Noise, colour);
+    const SharedOrder order = darkroom.order(SceneKind::noise, colour);
     EXPECT_FALSE(order->isDone());
     EXPECT_EQ(piecesUntilDone(darkroom, order), piecesOfAPicture);
 }
 
 TEST(Darkroom, RendersTheSamePictureInPiecesAsAtOnce) {
     Darkroom darkroom(size, 7);
-    EXPECT_EQ(*darkroom.finish(darkroom.order(SceneKind::Grid, colour)),
-              encodeAnswer(ArgumentCode::GetImage, writeSgi(renderScene(SceneKind::Grid, size, 3, 15, 7))));
-    EXPECT_EQ(*darkroom.finish(darkroom.order(SceneKind::Noise, grey)),
-              encodeAnswer(ArgumentCode::GetImage, writePng(renderScene(SceneKind::Noise, size, 1, 15, 7))));
+    EXPECT_EQ(*darkroom.finish(darkroom.order(SceneKind::grid, colour)),
+              encodeAnswer(ArgumentCode::getImage, writeSgi(renderScene(SceneKind::grid, size, 3, 15, 7))));
+    EXPECT_EQ(*darkroom.finish(darkroom.order(SceneKind::noise, grey)),
+              encodeAnswer(ArgumentCode::getImage, writePng(renderScene(SceneKind::noise, size, 1, 15, 7))));
 }
 
 TEST(Darkroom, RendersARowAtOnceHoweverLongItIs) {
     Darkroom darkroom({2 * Darkroom::pixelsPerPiece, 3}, 1);
-    EXPECT_EQ(piecesUntilDone(darkroom, darkroom.order(SceneKind::Ramp, grey)), 3);
+    EXPECT_EQ(piecesUntilDone(darkroom, darkroom.order(SceneKind::ramp, grey)), 3);
 }
 
 TEST(Darkroom, TouchesTheMemoryOfALargeFilePieceByPiece) {
     Darkroom darkroom({8192, 8192}, 1);
-    const SharedOrder order = darkroom.order(SceneKind::Black, colour);
+    const SharedOrder order = darkroom.order(SceneKind::black, colour);
     const auto before = residentBytes();
     darkroom.work();
     EXPECT_LT(residentBytes() - before, 4 << 20); // of 400 MB
@@ -69,8 +69,8 @@ TEST(Darkroom, TouchesTheMemoryOfALargeFilePieceByPiece) {
 
 TEST(Darkroom, RendersInTheOrderOfAsking) {
     Darkroom darkroom(size, 1);
-    const SharedOrder first = darkroom.order(SceneKind::Ramp, colour);
-    const SharedOrder second = darkroom.order(SceneKind::Ramp, grey);
+    const SharedOrder first = darkroom.order(SceneKind::ramp, colour);
+    const SharedOrder second = darkroom.order(SceneKind::ramp, grey);
     EXPECT_EQ(piecesUntilDone(darkroom, first), piecesOfAPicture);
     EXPECT_FALSE(second->isDone());
     EXPECT_EQ(piecesUntilDone(darkroom, second), piecesOfAPicture);
@@ -78,28 +78,28 @@ TEST(Darkroom, RendersInTheOrderOfAsking) {
 
 TEST(Darkroom, RendersOnceForAllWhoWantTheSame) {
     Darkroom darkroom(size, 1);
-    const SharedOrder first = darkroom.order(SceneKind::Ramp, colour);
+    const SharedOrder first = darkroom.order(SceneKind::ramp, colour);
     darkroom.work();
-    EXPECT_EQ(darkroom.order(SceneKind::Ramp, colour), first);
-    EXPECT_NE(darkroom.order(SceneKind::Black, colour), first);
+    EXPECT_EQ(darkroom.order(SceneKind::ramp, colour), first);
+    EXPECT_NE(darkroom.order(SceneKind::black, colour), first);
 }
 
 TEST(Darkroom, DropsAPictureThatNobodyWantsAnyMore) {
     Darkroom darkroom(size, 1);
-    SharedOrder abandoned = darkroom.order(SceneKind::Ramp, colour);
+    SharedOrder abandoned = darkroom.order(SceneKind::ramp, colour);
     darkroom.work();
     abandoned.reset();
-    EXPECT_EQ(piecesUntilDone(darkroom, darkroom.order(SceneKind::Ramp, grey)), piecesOfAPicture);
+    EXPECT_EQ(piecesUntilDone(darkroom, darkroom.order(SceneKind::ramp, grey)), piecesOfAPicture);
 }
 
 TEST(Darkroom, FailureIsThatOfOnePictureAlone) {
     Darkroom darkroom({0, 1}, 1); // no PNG file has such a size
-    const SharedOrder impossible = darkroom.order(SceneKind::Ramp, grey);
-    const SharedOrder possible = darkroom.order(SceneKind::Ramp, colour);
+    const SharedOrder impossible = darkroom.order(SceneKind::ramp, grey);
+    const SharedOrder possible = darkroom.order(SceneKind::ramp, colour);
     EXPECT_EQ(piecesUntilDone(darkroom, impossible), 1);
     EXPECT_THROW(darkroom.finish(impossible), std::runtime_error);
     EXPECT_EQ(darkroom.finish(possible)->size(), 13U + 512);
-    EXPECT_NE(darkroom.order(SceneKind::Ramp, grey), impossible);
+    EXPECT_NE(darkroom.order(SceneKind::ramp, grey), impossible);
 }
 
 } // namespace Simulator

@@ -20,24 +20,24 @@ std::string refusalOf(std::string_view text) {
 } // namespace
 
 TEST(Fault, ReadsWhatItHits) {
-    EXPECT_EQ(parseFault("configure:checksum").place, Place::Configure);
-    EXPECT_EQ(parseFault("take:checksum").place, Place::Take);
-    EXPECT_EQ(parseFault("get:checksum").place, Place::Get);
-    EXPECT_EQ(parseFault("probe:checksum").place, Place::Probe);
-    EXPECT_EQ(parseFault("any:checksum").place, Place::AnyBinary);
+    EXPECT_EQ(parseFault("configure:checksum").place, Place::configure);
+    EXPECT_EQ(parseFault("take:checksum").place, Place::take);
+    EXPECT_EQ(parseFault("get:checksum").place, Place::get);
+    EXPECT_EQ(parseFault("probe:checksum").place, Place::probe);
+    EXPECT_EQ(parseFault("any:checksum").place, Place::anyBinary);
 }
 
 TEST(Fault, ReadsErrorThatHitsOnce) {
-    EXPECT_EQ(parseFault("take:error=7*1"), (Fault{FaultKind::Error, Place::Take, 7, 0, 1}));
+    EXPECT_EQ(parseFault("take:error=7*1"), (Fault{FaultKind::error, Place::take, 7, 0, 1}));
 }
 
 TEST(Fault, ReadsDripThatHitsTwice) {
-    EXPECT_EQ(parseFault("get:drip=1000/5*2"), (Fault{FaultKind::Drip, Place::Get, 1000, 5, 2}));
+    EXPECT_EQ(parseFault("get:drip=1000/5*2"), (Fault{FaultKind::drip, Place::get, 1000, 5, 2}));
 }
 
 TEST(Fault, ReadsDelay) {
     EXPECT_EQ(parseFault("any:delay=250"),
-              (Fault{FaultKind::Delay, Place::AnyBinary, std::nullopt, 250, std::nullopt}));
+              (Fault{FaultKind::delay, Place::anyBinary, std::nullopt, 250, std::nullopt}));
 }
 
 TEST(Fault, ReadsTruncationWithAndWithoutACount) {
@@ -104,30 +104,30 @@ TEST(Fault, WritesItselfAsItIsRead) {
 
 TEST(Fault, HitsTheRequestItNames) {
     const Fault fault = parseFault("take:close");
-    EXPECT_TRUE(fault.hits(Place::Take));
-    EXPECT_FALSE(fault.hits(Place::Get));
-    EXPECT_TRUE(parseFault("any:close").hits(Place::Probe));
+    EXPECT_TRUE(fault.hits(Place::take));
+    EXPECT_FALSE(fault.hits(Place::get));
+    EXPECT_TRUE(parseFault("any:close").hits(Place::probe));
 }
 
 TEST(Fault, ReadsThePlacesOfTheTextLanguage) {
-    EXPECT_EQ(parseFault("version:twice").place, Place::Version);
-    EXPECT_EQ(parseFault("serial:twice").place, Place::Serial);
-    EXPECT_EQ(parseFault("network:twice").place, Place::Network);
-    EXPECT_EQ(parseFault("text:twice").place, Place::AnyText);
-    EXPECT_EQ(parseFault("discovery:twice").place, Place::Discovery);
+    EXPECT_EQ(parseFault("version:twice").place, Place::version);
+    EXPECT_EQ(parseFault("serial:twice").place, Place::serial);
+    EXPECT_EQ(parseFault("network:twice").place, Place::network);
+    EXPECT_EQ(parseFault("text:twice").place, Place::anyText);
+    EXPECT_EQ(parseFault("discovery:twice").place, Place::discovery);
 }
 
 TEST(Fault, GroupsHitTheirOwnLanguageOnly) {
-    for (const Place place : {Place::Version, Place::Serial, Place::Network}) {
+    for (const Place place : {Place::version, Place::serial, Place::network}) {
         EXPECT_TRUE(parseFault("text:silent").hits(place));
         EXPECT_FALSE(parseFault("any:silent").hits(place));
         EXPECT_FALSE(parseFault("discovery:silent").hits(place));
     }
-    EXPECT_FALSE(parseFault("text:silent").hits(Place::Get));
-    EXPECT_FALSE(parseFault("text:silent").hits(Place::Discovery));
-    EXPECT_FALSE(parseFault("any:silent").hits(Place::Discovery));
-    EXPECT_TRUE(parseFault("discovery:silent").hits(Place::Discovery));
-    EXPECT_FALSE(parseFault("version:silent").hits(Place::Serial));
+    EXPECT_FALSE(parseFault("text:silent").hits(Place::get));
+    EXPECT_FALSE(parseFault("text:silent").hits(Place::discovery));
+    EXPECT_FALSE(parseFault("any:silent").hits(Place::discovery));
+    EXPECT_TRUE(parseFault("discovery:silent").hits(Place::discovery));
+    EXPECT_FALSE(parseFault("version:silent").hits(Place::serial));
 }
 
 TEST(Fault, RefusesWhatThePlaceDoesNotHave) {
@@ -159,8 +159,8 @@ TEST(Fault, TakesOnlyAddresses) {
 
 TEST(Fault, SpoilsPicturesOnlyWhereThereAreSome) {
     const Fault fault = parseFault("any:black-picture");
-    EXPECT_TRUE(fault.hits(Place::Get));
-    EXPECT_FALSE(fault.hits(Place::Take));
+    EXPECT_TRUE(fault.hits(Place::get));
+    EXPECT_FALSE(fault.hits(Place::take));
     EXPECT_THAT(refusalOf("take:empty-picture"), HasSubstr("write get:empty-picture"));
 }
 

@@ -24,7 +24,7 @@ std::vector<Action> takeWith(std::string_view fault) {
 }
 
 /// The answer to a get request after a capture in `format`.
-std::vector<Action> getWith(std::string_view fault, PictureFormat format = PictureFormat::Sgi) {
+std::vector<Action> getWith(std::string_view fault, PictureFormat format = PictureFormat::sgi) {
     CameraSettings settings = smallCamera();
     if (!fault.empty())
         settings.faults = {parseFault(fault)};
@@ -239,7 +239,7 @@ TEST(FaultedAnswer, EmptySgiPictureHasNoPixels) {
 }
 
 TEST(FaultedAnswer, EmptyPngPictureHasNoPixels) {
-    const Bytes answer = sentBytes(getWith("get:empty-picture", PictureFormat::Png));
+    const Bytes answer = sentBytes(getWith("get:empty-picture", PictureFormat::png));
     EXPECT_EQ(Bytes(answer.begin() + 11, answer.end() - 2),
               bytesOf({0x89, 'P',  'N',  'G', 13, 10, 26, 10,  0,   0,   0,   13,   'I',  'H',  'D',
                        'R',  0,    0,    0,   0,  0,  0,  0,   0,   16,  0,   0,    0,    0,    0x4E,

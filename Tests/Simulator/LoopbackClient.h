@@ -26,12 +26,12 @@ inline sockaddr_in loopback(std::uint16_t port) {
 }
 
 /// What ended the reading of a client.
-enum class End { GotAll, Closed, Reset, TimedOut };
+enum class End { gotAll, closed, reset, timedOut };
 
 class LoopbackClient {
 public:
     explicit LoopbackClient(std::uint16_t port, int type = SOCK_STREAM)
-        : m_socket(::socket(AF_INET, type, 0)) {
+        : socket_(::socket(AF_INET, type, 0)) {
         limit(SO_RCVTIMEO, 10'000);
         limit(SO_SNDTIMEO, 10'000);
         const sockaddr_in server = loopback(port);
@@ -39,7 +39,7 @@ public:
             throw std::system_error(errno, std::generic_category(), "connect");
     }
 
-    int descriptor() const { return m_socket.descriptor(); }
+    int descriptor() const { return socket_.descriptor(); }
 
     void giveUpReadingAfter(long milliseconds) const { limit(SO_RCVTIMEO, milliseconds); }
     void giveUpSendingAfter(long milliseconds) const { limit(SO_SNDTIMEO, milliseconds); }
@@ -61,11 +61,11 @@ public:
     Bytes read(std::size_t count) {
         Bytes bytes(count);
         std::size_t got = 0;
-        m_end = End::GotAll;
+        end_ = End::gotAll;
         while (got < count) {
             const ssize_t piece = recv(descriptor(), bytes.data() + got, count - got, 0);
             if (piece <= 0) {
-                m_end = piece == 0 ? End::Closed : errno == ECONNRESET ? End::Reset : End::TimedOut;
+                end_ = piece == 0 ? End::closed : errno == ECONNRESET ? End::reset : End::timedOut;
                 break;
             }
             got += static_cast<std::size_t>(piece);
@@ -95,7 +95,7 @@ public:
         return text;
     }
 
-    End end() const { return m_end; }
+    End end() const { return end_; }
 
 private:
     void limit(int option, long milliseconds) const {
@@ -103,8 +103,8 @@ private:
         setsockopt(descriptor(), SOL_SOCKET, option, &time, sizeof time);
     }
 
-    Socket m_socket;
-    End m_end = End::GotAll;
+    Socket socket_;
+    End end_ = End::gotAll;
 };
 
 } // namespace Simulator::Testing

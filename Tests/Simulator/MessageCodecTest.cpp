@@ -12,7 +12,7 @@ namespace {
 
 ErrorCode errorOf(const Bytes& request) {
     const auto result = decodeRequest(request);
-    return std::holds_alternative<ErrorCode>(result) ? std::get<ErrorCode>(result) : ErrorCode::None;
+    return std::holds_alternative<ErrorCode>(result) ? std::get<ErrorCode>(result) : ErrorCode::none;
 }
 
 } // namespace
@@ -23,7 +23,7 @@ TEST(MessageCodec, SumsBytesModulo65536) {
 }
 
 TEST(MessageCodec, WritesDoneWithoutValue) {
-    EXPECT_EQ(encodeAnswer(ArgumentCode::Done), doneAnswer);
+    EXPECT_EQ(encodeAnswer(ArgumentCode::done), doneAnswer);
 }
 
 TEST(MessageCodec, WritesErrorCodeBigEndian) {
@@ -32,7 +32,7 @@ TEST(MessageCodec, WritesErrorCodeBigEndian) {
 }
 
 TEST(MessageCodec, WritesPictureAnswerAroundItsFile) {
-    EXPECT_EQ(encodeAnswer(ArgumentCode::GetImage, bytesOf({0xFF, 0x10})),
+    EXPECT_EQ(encodeAnswer(ArgumentCode::getImage, bytesOf({0xFF, 0x10})),
               bytesOf({1, 0, 0, 0, 0x0F, 1, 6, 0, 0, 0, 2, 0xFF, 0x10, 1, 0x28}));
 }
 
@@ -74,31 +74,31 @@ TEST(MessageCodec, BelievesNoLengthThatNoRequestHas) {
 TEST(MessageCodec, RefusesWrongChecksum) {
     Bytes request = probeRequest;
     ++request.back();
-    EXPECT_EQ(errorOf(request), ErrorCode::BadChecksum);
+    EXPECT_EQ(errorOf(request), ErrorCode::badChecksum);
 }
 
 TEST(MessageCodec, RefusesArgumentHeaderThatRunsIntoTheChecksum) {
-    EXPECT_EQ(errorOf(sealed(bytesOf({1, 0, 0, 0, 12, 1, 5, 0, 0, 0}))), ErrorCode::BadLength);
+    EXPECT_EQ(errorOf(sealed(bytesOf({1, 0, 0, 0, 12, 1, 5, 0, 0, 0}))), ErrorCode::badLength);
 }
 
 TEST(MessageCodec, RefusesArgumentValueThatRunsIntoTheChecksum) {
-    EXPECT_EQ(errorOf(sealed(bytesOf({1, 0, 0, 0, 14, 1, 4, 0, 0, 0, 2, 0}))), ErrorCode::BadLength);
+    EXPECT_EQ(errorOf(sealed(bytesOf({1, 0, 0, 0, 14, 1, 4, 0, 0, 0, 2, 0}))), ErrorCode::badLength);
 }
 
 TEST(MessageCodec, RefusesArgumentBehindAValueThatSwallowsTheChecksum) {
-    EXPECT_EQ(errorOf(sealed(bytesOf({1, 0, 0, 0, 14, 2, 4, 0, 0, 0, 3, 0}))), ErrorCode::BadLength);
+    EXPECT_EQ(errorOf(sealed(bytesOf({1, 0, 0, 0, 14, 2, 4, 0, 0, 0, 3, 0}))), ErrorCode::badLength);
 }
 
 TEST(MessageCodec, RefusesArgumentLengthThatWouldWrapASum) {
-    EXPECT_EQ(errorOf(sealed(bytesOf({1, 0, 0, 0, 13, 1, 5, 0xFF, 0xFF, 0xFF, 0xF5}))), ErrorCode::BadLength);
+    EXPECT_EQ(errorOf(sealed(bytesOf({1, 0, 0, 0, 13, 1, 5, 0xFF, 0xFF, 0xFF, 0xF5}))), ErrorCode::badLength);
 }
 
 TEST(MessageCodec, RefusesBytesThatBelongToNoArgument) {
-    EXPECT_EQ(errorOf(sealed(bytesOf({1, 0, 0, 0, 14, 1, 5, 0, 0, 0, 0, 0}))), ErrorCode::BadLength);
+    EXPECT_EQ(errorOf(sealed(bytesOf({1, 0, 0, 0, 14, 1, 5, 0, 0, 0, 0, 0}))), ErrorCode::badLength);
 }
 
 TEST(MessageCodec, RefusesFewerArgumentsThanAnnounced) {
-    EXPECT_EQ(errorOf(sealed(bytesOf({1, 0, 0, 0, 13, 2, 5, 0, 0, 0, 0}))), ErrorCode::BadLength);
+    EXPECT_EQ(errorOf(sealed(bytesOf({1, 0, 0, 0, 13, 2, 5, 0, 0, 0, 0}))), ErrorCode::badLength);
 }
 
 } // namespace Simulator

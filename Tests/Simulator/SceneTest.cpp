@@ -31,12 +31,12 @@ std::uint16_t brightest(const Picture& picture) {
 } // namespace
 
 TEST(Scene, ReadsItsNames) {
-    EXPECT_EQ(parseScene("grid").kind, SceneKind::Grid);
-    EXPECT_EQ(parseScene("ramp").kind, SceneKind::Ramp);
-    EXPECT_EQ(parseScene("black").kind, SceneKind::Black);
-    EXPECT_EQ(parseScene("white").kind, SceneKind::White);
-    EXPECT_EQ(parseScene("noise").kind, SceneKind::Noise);
-    EXPECT_EQ(parseScene("file:a b.png"), (Scene{SceneKind::File, "a b.png"}));
+    EXPECT_EQ(parseScene("grid").kind, SceneKind::grid);
+    EXPECT_EQ(parseScene("ramp").kind, SceneKind::ramp);
+    EXPECT_EQ(parseScene("black").kind, SceneKind::black);
+    EXPECT_EQ(parseScene("white").kind, SceneKind::white);
+    EXPECT_EQ(parseScene("noise").kind, SceneKind::noise);
+    EXPECT_EQ(parseScene("file:a b.png"), (Scene{SceneKind::file, "a b.png"}));
     for (const char* text : {"grid", "ramp", "black", "white", "noise", "file:/x/y.sgi"})
         EXPECT_EQ(parseScene(text).describe(), text);
 }
@@ -48,7 +48,7 @@ TEST(Scene, RefusesOtherNames) {
 
 TEST(Scene, HasAsManySamplesAsAsked) {
     for (const SceneKind scene :
-         {SceneKind::Grid, SceneKind::Ramp, SceneKind::Black, SceneKind::White, SceneKind::Noise})
+         {SceneKind::grid, SceneKind::ramp, SceneKind::black, SceneKind::white, SceneKind::noise})
         for (const unsigned channels : {1U, 3U}) {
             const Picture picture = rendered(scene, 15, channels);
             EXPECT_EQ(picture.samples.size(), 96U * 72 * channels);
@@ -58,22 +58,22 @@ TEST(Scene, HasAsManySamplesAsAsked) {
 }
 
 TEST(Scene, RendersOnePixel) {
-    for (const SceneKind scene : {SceneKind::Grid, SceneKind::Ramp, SceneKind::Noise})
+    for (const SceneKind scene : {SceneKind::grid, SceneKind::ramp, SceneKind::noise})
         EXPECT_EQ(renderScene(scene, {1, 1}, 3, 15, 1).samples.size(), 3U);
 }
 
 TEST(Scene, IsTheSameForTheSameSeed) {
-    EXPECT_EQ(rendered(SceneKind::Grid).samples, rendered(SceneKind::Grid).samples);
-    EXPECT_EQ(rendered(SceneKind::Noise).samples, rendered(SceneKind::Noise).samples);
+    EXPECT_EQ(rendered(SceneKind::grid).samples, rendered(SceneKind::grid).samples);
+    EXPECT_EQ(rendered(SceneKind::noise).samples, rendered(SceneKind::noise).samples);
 }
 
 TEST(Scene, HasOtherNoiseForAnotherSeed) {
-    EXPECT_NE(rendered(SceneKind::Grid, 15, 3, 1).samples, rendered(SceneKind::Grid, 15, 3, 2).samples);
-    EXPECT_NE(rendered(SceneKind::Noise, 15, 3, 1).samples, rendered(SceneKind::Noise, 15, 3, 2).samples);
+    EXPECT_NE(rendered(SceneKind::grid, 15, 3, 1).samples, rendered(SceneKind::grid, 15, 3, 2).samples);
+    EXPECT_NE(rendered(SceneKind::noise, 15, 3, 1).samples, rendered(SceneKind::noise, 15, 3, 2).samples);
 }
 
 TEST(Scene, GrowsBrighterWithTheExposureUntilItSaturates) {
-    for (const SceneKind scene : {SceneKind::Grid, SceneKind::Ramp, SceneKind::Noise}) {
+    for (const SceneKind scene : {SceneKind::grid, SceneKind::ramp, SceneKind::noise}) {
         double before = -1;
         for (const unsigned exposure : {1U, 5U, 15U, 60U, 300U}) {
             const Picture picture = rendered(scene, exposure);
@@ -83,25 +83,25 @@ TEST(Scene, GrowsBrighterWithTheExposureUntilItSaturates) {
         }
         EXPECT_EQ(brightest(rendered(scene, 60)), 16384);
     }
-    EXPECT_GT(meanOf(rendered(SceneKind::Grid, 3600)), 16300);
+    EXPECT_GT(meanOf(rendered(SceneKind::grid, 3600)), 16300);
 }
 
 TEST(Scene, GridUsesTheRangeAtTheFittingExposureWithoutSaturating) {
-    const Picture picture = renderScene(SceneKind::Grid, {419, 316}, 1, fittingExposureUnits, 1);
+    const Picture picture = renderScene(SceneKind::grid, {419, 316}, 1, fittingExposureUnits, 1);
     EXPECT_GT(brightest(picture), 13000);
     const auto saturated = std::ranges::count(picture.samples, saturatedSample);
     EXPECT_LT(static_cast<double>(saturated), 0.01 * static_cast<double>(picture.samples.size()));
 }
 
 TEST(Scene, GridIsNotBlackAtTheShortestExposure) {
-    const Picture picture = rendered(SceneKind::Grid, 1, 1);
+    const Picture picture = rendered(SceneKind::grid, 1, 1);
     const auto lit = std::ranges::count_if(picture.samples, [](std::uint16_t sample) { return sample > 64; });
     EXPECT_GT(static_cast<double>(lit), 0.05 * static_cast<double>(picture.samples.size()));
 }
 
 TEST(Scene, GridIsNoisierWhereItIsBrighter) {
-    const Picture one = renderScene(SceneKind::Grid, {419, 316}, 1, fittingExposureUnits, 1);
-    const Picture two = renderScene(SceneKind::Grid, {419, 316}, 1, fittingExposureUnits, 2);
+    const Picture one = renderScene(SceneKind::grid, {419, 316}, 1, fittingExposureUnits, 1);
+    const Picture two = renderScene(SceneKind::grid, {419, 316}, 1, fittingExposureUnits, 2);
     const auto meanDifference = [&](int least, int most) {
         double sum = 0;
         double count = 0;
@@ -118,7 +118,7 @@ TEST(Scene, GridIsNoisierWhereItIsBrighter) {
 
 TEST(Scene, GridShowsItsTargetsInTheirColours) {
     // The rings of the corner targets, where the camera sees them: pixel places of a 419 x 316 picture.
-    const Picture picture = renderScene(SceneKind::Grid, {419, 316}, 3, fittingExposureUnits, 1);
+    const Picture picture = renderScene(SceneKind::grid, {419, 316}, 3, fittingExposureUnits, 1);
     struct Corner {
         std::size_t column;
         std::size_t row;
@@ -133,20 +133,20 @@ TEST(Scene, GridShowsItsTargetsInTheirColours) {
 }
 
 TEST(Scene, RampRisesFromBlackToSaturation) {
-    const Picture picture = renderScene(SceneKind::Ramp, {5, 2}, 1, fittingExposureUnits, 1);
+    const Picture picture = renderScene(SceneKind::ramp, {5, 2}, 1, fittingExposureUnits, 1);
     EXPECT_THAT(picture.samples,
                 ::testing::ElementsAre(0, 4096, 8192, 12288, 16384, 0, 4096, 8192, 12288, 16384));
-    EXPECT_THAT(renderScene(SceneKind::Ramp, {5, 1}, 1, 30, 1).samples,
+    EXPECT_THAT(renderScene(SceneKind::ramp, {5, 1}, 1, 30, 1).samples,
                 ::testing::ElementsAre(0, 8192, 16384, 16384, 16384));
 }
 
 TEST(Scene, BlackIsAllZeroAndWhiteAllSaturated) {
-    EXPECT_THAT(rendered(SceneKind::Black, 3600).samples, Each(0));
-    EXPECT_THAT(rendered(SceneKind::White, 1).samples, Each(16384));
+    EXPECT_THAT(rendered(SceneKind::black, 3600).samples, Each(0));
+    EXPECT_THAT(rendered(SceneKind::white, 1).samples, Each(16384));
 }
 
 TEST(Scene, NoiseSpreadsOverTheRange) {
-    const Picture picture = rendered(SceneKind::Noise);
+    const Picture picture = rendered(SceneKind::noise);
     EXPECT_NEAR(meanOf(picture), 8192, 200);
     EXPECT_LT(std::ranges::min(picture.samples), 100);
     EXPECT_GT(brightest(picture), 16284);

@@ -53,11 +53,11 @@ std::string bytesShownBelow(const std::string& example, const std::string& docum
 TEST(TextLanguage, RepliesOfACameraAsItComes) {
     CameraSettings camera;
     camera.announcedAddress = "192.168.10.27";
-    EXPECT_EQ(replyText(Place::Version, {}, camera), "[Version --HW M61 --SW 3.2.15 --API 1.4]");
-    EXPECT_EQ(replyText(Place::Serial, {}, camera), "[SerialNumber --Camera 1234]");
-    EXPECT_EQ(replyText(Place::Network, {}, camera),
+    EXPECT_EQ(replyText(Place::version, {}, camera), "[Version --HW M61 --SW 3.2.15 --API 1.4]");
+    EXPECT_EQ(replyText(Place::serial, {}, camera), "[SerialNumber --Camera 1234]");
+    EXPECT_EQ(replyText(Place::network, {}, camera),
               "[--Settings --NetworkProtocol static --NetMask 255.255.255.0 --NetGateway 0.0.0.0]");
-    EXPECT_EQ(replyText(Place::Discovery, {}, camera),
+    EXPECT_EQ(replyText(Place::discovery, {}, camera),
               "[Korva --Room Lab --IP 192.168.10.27 --NetMask 255.255.255.0]");
 }
 
@@ -72,31 +72,31 @@ TEST(TextLanguage, EveryTextCanBeChosen) {
     camera.gateway = "10.77.0.1";
     camera.room = "Lab 2";
     camera.announcedAddress = "10.77.1.11";
-    EXPECT_EQ(replyText(Place::Version, {}, camera), "[Version --HW M615 --SW 4.0.1 --API 2.0]");
+    EXPECT_EQ(replyText(Place::version, {}, camera), "[Version --HW M615 --SW 4.0.1 --API 2.0]");
     camera.hardware = "XM61";
-    EXPECT_EQ(replyText(Place::Version, {}, camera), "[Version --HW XM61 --SW 4.0.1 --API 2.0]");
-    EXPECT_EQ(replyText(Place::Serial, {}, camera), "[SerialNumber --Camera K-77]");
-    EXPECT_EQ(replyText(Place::Network, {}, camera),
+    EXPECT_EQ(replyText(Place::version, {}, camera), "[Version --HW XM61 --SW 4.0.1 --API 2.0]");
+    EXPECT_EQ(replyText(Place::serial, {}, camera), "[SerialNumber --Camera K-77]");
+    EXPECT_EQ(replyText(Place::network, {}, camera),
               "[--Settings --NetworkProtocol DHCP --NetMask 255.255.0.0 --NetGateway 10.77.0.1]");
-    EXPECT_EQ(replyText(Place::Discovery, {}, camera),
+    EXPECT_EQ(replyText(Place::discovery, {}, camera),
               "[Korva --Room Lab 2 --IP 10.77.1.11 --NetMask 255.255.0.0]");
 }
 
 TEST(TextLanguage, KeysComeInTheOrderInWhichTheyWereAsked) {
-    EXPECT_EQ(replyText(Place::Version, {"--API", "--HW"}), "[Version --API 1.4 --HW M61]");
+    EXPECT_EQ(replyText(Place::version, {"--API", "--HW"}), "[Version --API 1.4 --HW M61]");
 }
 
 TEST(TextLanguage, UnknownKeysAreLeftOut) {
-    EXPECT_EQ(replyText(Place::Version, {"--Lens", "--SW", "--Camera", "--sw"}), "[Version --SW 3.2.15]");
-    EXPECT_EQ(replyText(Place::Serial, {"--Spectro"}), "[SerialNumber]");
+    EXPECT_EQ(replyText(Place::version, {"--Lens", "--SW", "--Camera", "--sw"}), "[Version --SW 3.2.15]");
+    EXPECT_EQ(replyText(Place::serial, {"--Spectro"}), "[SerialNumber]");
 }
 
 TEST(TextLanguage, EmptyValueKeepsTheBlankBehindItsKey) {
     CameraSettings camera;
     camera.room = "";
     camera.api = "";
-    EXPECT_EQ(replyText(Place::Version, {}, camera), "[Version --HW M61 --SW 3.2.15 --API ]");
-    EXPECT_EQ(replyText(Place::Discovery, {}, camera), "[Korva --Room  --IP  --NetMask 255.255.255.0]");
+    EXPECT_EQ(replyText(Place::version, {}, camera), "[Version --HW M61 --SW 3.2.15 --API ]");
+    EXPECT_EQ(replyText(Place::discovery, {}, camera), "[Korva --Room  --IP  --NetMask 255.255.255.0]");
 }
 
 TEST(TextLanguage, DiscoveryQueryIsTwentyThreeBytes) {
@@ -111,9 +111,9 @@ TEST(TextLanguage, SaysWhatTheProtocolDocumentShowsByteForByte) {
     camera.room = "Lab 2";
     camera.announcedAddress = "192.168.10.27";
     for (const std::string& text :
-         {std::string(discoveryQuery), replyText(Place::Discovery, {}, camera), replyText(Place::Version, {}),
-          replyText(Place::Serial, {}), replyText(Place::Network, {}), queryText(Place::Version),
-          queryText(Place::Serial), queryText(Place::Network)})
+         {std::string(discoveryQuery), replyText(Place::discovery, {}, camera), replyText(Place::version, {}),
+          replyText(Place::serial, {}), replyText(Place::network, {}), queryText(Place::version),
+          queryText(Place::serial), queryText(Place::network)})
         EXPECT_EQ(bytesShownBelow(text, document), text);
 }
 
@@ -146,11 +146,11 @@ TEST(QuotedText, ShowsNoMoreThanTheBeginning) {
 }
 
 TEST(CameraSettings, ReadsServices) {
-    for (const Service service : {Service::Answered, Service::Silent, Service::Refused})
+    for (const Service service : {Service::answered, Service::silent, Service::refused})
         EXPECT_EQ(serviceFromText(describe(service)), service);
-    EXPECT_EQ(describe(Service::Answered), "answered");
-    EXPECT_EQ(describe(Service::Silent), "silent");
-    EXPECT_EQ(describe(Service::Refused), "refused");
+    EXPECT_EQ(describe(Service::answered), "answered");
+    EXPECT_EQ(describe(Service::silent), "silent");
+    EXPECT_EQ(describe(Service::refused), "refused");
     EXPECT_EQ(serviceFromText("dead"), std::nullopt);
 }
 

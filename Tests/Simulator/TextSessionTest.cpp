@@ -38,19 +38,19 @@ CameraSettings withFaults(std::initializer_list<std::string_view> faults) {
 class TextConversation {
 public:
     explicit TextConversation(std::initializer_list<std::string_view> faults = {})
-        : m_camera(withFaults(faults)), m_session(m_camera) {}
+        : camera_(withFaults(faults)), session_(camera_) {}
 
-    void send(std::string_view text) { m_session.append(bytesOfText(text)); }
-    std::vector<Reaction> reactions() { return reactionsOf(m_session); }
-    TextSession& session() { return m_session; }
-    Camera& camera() { return m_camera; }
+    void send(std::string_view text) { session_.append(bytesOfText(text)); }
+    std::vector<Reaction> reactions() { return reactionsOf(session_); }
+    TextSession& session() { return session_; }
+    Camera& camera() { return camera_; }
 
-    Reaction reaction(std::string_view text) { return reactionTo(m_session, bytesOfText(text)); }
+    Reaction reaction(std::string_view text) { return reactionTo(session_, bytesOfText(text)); }
     std::string ask(std::string_view text) { return textOfBytes(sentBytes(reaction(text).actions)); }
 
 private:
-    Camera m_camera;
-    TextSession m_session;
+    Camera camera_;
+    TextSession session_;
 };
 
 std::string askWithFault(std::string_view fault, std::string_view query) {

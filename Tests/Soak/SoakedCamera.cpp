@@ -67,7 +67,7 @@ SoakedCamera::~SoakedCamera() = default;
 
 void SoakedCamera::serve(const std::string& fault) {
     leave();
-    settings_.scene.kind = random_.oneIn(3) ? Simulator::SceneKind::Grid : Simulator::SceneKind::Noise;
+    settings_.scene.kind = random_.oneIn(3) ? Simulator::SceneKind::grid : Simulator::SceneKind::noise;
     settings_.seed = (std::uint64_t{index_ + 1} << 40) + ++scenes_;
     settings_.faults.clear();
     if (!fault.empty())

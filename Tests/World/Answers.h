@@ -27,13 +27,13 @@ inline Bytes message(const std::vector<Arg>& args, std::uint8_t command = Simula
 }
 
 inline Bytes done() {
-    return Simulator::encodeAnswer(Simulator::ArgumentCode::Done);
+    return Simulator::encodeAnswer(Simulator::ArgumentCode::done);
 }
 inline Bytes refusal(std::uint32_t code = 5) {
     return Simulator::encodeErrorAnswer(code);
 }
 inline Bytes image(const Bytes& file) {
-    return Simulator::encodeAnswer(Simulator::ArgumentCode::GetImage, file);
+    return Simulator::encodeAnswer(Simulator::ArgumentCode::getImage, file);
 }
 
 } // namespace World
