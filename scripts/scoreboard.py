@@ -1,11 +1,12 @@
-"""Runs the programs that measure and writes Docs/Reliability.md; scripts/scoreboard calls it.
+"""Runs the programs that measure, keeps their figures and writes Docs/Reliability.md; scripts/scoreboard calls it.
 
 A program prints a line `figure: CLAIM: VALUE` for each claim; the last colon counts. What it prints else goes to
-build/scoreboard/.
+build/scoreboard/. What the page makes of the figures stands in scoreboard_page.py.
 """
 
 import argparse
 import datetime
+import json
 import os
 import platform
 import re
@@ -13,11 +14,12 @@ import subprocess
 import sys
 from dataclasses import dataclass, field
 
+from scoreboard_page import FAILED_IN_TURN, NOT_RUN, page
+
 DOCUMENT = "Docs/Reliability.md"
+FIGURES = "Docs/Reliability-figures.json"
 LOGS = "build/scoreboard"
-NOT_RUN = "not run"
 FIGURE = re.compile(r"^(?:\d+: )?figure: (.+): (.+)$")  # ctest puts a test's number before its lines
-FAILED_IN_TURN = ["allocations failed once in turn", "system calls failed once in turn", "host calls that threw once in turn"]
 OPERATIONS = [
     "search",
     "identification",
@@ -49,6 +51,15 @@ class Program:
 
     def repeat(self):
         return " ".join(self.command)
+
+    def record(self):
+        return {
+            "name": self.name,
+            "title": self.title,
+            "command": self.repeat(),
+            "figures": dict(self.figures),
+            "problems": self.problems,
+        }
 
 
 def ctest(title, name, preset, options, claims, target="all"):
@@ -87,7 +98,7 @@ def programs(minutes):
                 *[f"{failure}, {operation}:" for failure in FAILED_IN_TURN for operation in OPERATIONS],
                 f"{FAILED_IN_TURN[0]}, registration:",
                 "threw at the registration",
-                "peak memory",
+                "peak memory.*at most",
                 "64 cameras",
             ],
         ),
@@ -161,16 +172,8 @@ def check_claims(program):
             program.problems.append(f"no figure for '{claim}'")
 
 
-@dataclass
-class SavedRun:
-    """A log that a script of this repository left."""
-
-    date: str
-    command: str
-    figures: list
-
-
 def read_log(path):
+    """A log that a script of this repository left: its own date and command, and its figures."""
     with open(path, encoding="utf-8", errors="replace") as text:
         lines = text.readlines()
     head = next((match for match in map(RUN.match, lines) if match), None)
@@ -179,7 +182,7 @@ def read_log(path):
     figures = figures_in(lines)
     if not figures:
         raise ValueError(f"{path} has no figures; did its run come to an end?")
-    return SavedRun(head[1], head[2], figures)
+    return {"date": head[1], "command": head[2], "figures": dict(figures)}
 
 
 def machine():
@@ -191,38 +194,29 @@ def machine():
     return f"{os.cpu_count()} cores, {round(memory / 2**20)} GiB of memory, {system} on {platform.machine()}"
 
 
-def row(*cells):
-    return "| " + " | ".join(cell.replace("|", "\\|") for cell in cells) + " |\n"
+def write(board):
+    with open(FIGURES, "w", encoding="utf-8") as output:
+        json.dump(board, output, indent=1, ensure_ascii=False)
+        output.write("\n")
+    with open(DOCUMENT, "w", encoding="utf-8") as output:
+        output.write(page(board))
 
 
-def table_of(program):
-    text = row("Claim", "Figure", "Repeated by") + row("---", "---", "---")
-    for name, value in program.figures:
-        text += row(name, value, f"`{program.repeat()}`")
-    for problem in program.problems:
-        text += row("**not shown**", problem, f"`{program.repeat()}`")
-    return text
-
-
-def document(date, command, done, saved):
-    text = "# Reliability\n\n"
-    text += "Written by `scripts/scoreboard`, and not by hand: each figure was printed by the run that is named.\n\n"
-    text += row("Date", "Command", "Machine") + row("---", "---", "---") + row(date, f"`{command}`", machine())
-    for program in done:
-        text += f"\n## {program.title}\n\n" + table_of(program)
-    if saved:
-        text += "\n## Longer runs\n\nEach at its own date and size, as its log says.\n"
-    for past in saved:
-        text += f"\n`{past.command}`, {past.date}:\n\n" + row("Claim", "Figure") + row("---", "---")
-        text += "".join(row(name, value) for name, value in past.figures)
-    return text
+def rewrite():
+    """The page anew from the figures that are there."""
+    with open(FIGURES, encoding="utf-8") as text:
+        write(json.load(text))
+    return 0
 
 
 def main():
     parser = argparse.ArgumentParser(prog="scripts/scoreboard")
     parser.add_argument("minutes", nargs="?", type=int, default=10, metavar="MINUTES")
     parser.add_argument("--from", dest="logs", nargs="+", default=[], metavar="LOG")
+    parser.add_argument("--page", action="store_true")
     arguments = parser.parse_args()
+    if arguments.page:
+        return rewrite()
     if arguments.minutes < 1:
         parser.error("MINUTES must be at least 1")
     try:
@@ -232,6 +226,7 @@ def main():
 
     os.makedirs(LOGS, exist_ok=True)
     date = datetime.datetime.now(datetime.timezone.utc).strftime("%Y-%m-%d %H:%M UTC")
+    head = {"date": date, "command": f"scripts/scoreboard {arguments.minutes}", "machine": machine()}
     everything = programs(arguments.minutes)
     for program in everything:
         program.problems.append(NOT_RUN)
@@ -240,8 +235,7 @@ def main():
         run(program)
         check_claims(program)
         # Now, so that a run that is broken off leaves what it had.
-        with open(DOCUMENT, "w", encoding="utf-8") as output:
-            output.write(document(date, f"scripts/scoreboard {arguments.minutes}", everything, saved))
+        write({**head, "programs": [each.record() for each in everything], "longer": saved})
 
     problems = [f"{program.title}: {problem}" for program in everything for problem in program.problems]
     for problem in problems:

@@ -73,19 +73,96 @@ Names allTests() {
     return tests;
 }
 
-/// The rows of the tables whose last heading is `lastHeading`.
-Texts rowsOfTablesAbout(const std::string& lastHeading, const std::string& document) {
-    Texts rows;
+/// What stands under each heading that begins with `mark`, up to the next heading; the heading is its first
+/// line.
+Texts sectionsUnder(const std::string& mark, const std::string& document) {
+    Texts sections;
     bool inside = false;
     for (const std::string& line : linesOf(document)) {
-        if (!line.starts_with('|'))
-            inside = false;
-        else if (line.ends_with("| " + lastHeading + " |"))
-            inside = true;
-        else if (inside && !line.starts_with("|--"))
-            rows.push_back(line);
+        if (line.starts_with('#')) {
+            inside = line.starts_with(mark);
+            if (inside)
+                sections.emplace_back();
+        }
+        if (inside)
+            sections.back() += line + "\n";
     }
-    return rows;
+    return sections;
+}
+
+/// The lines of an item of a list, "- LABEL: ...", and those that go on with it; empty if there is none.
+std::string itemOf(const std::string& label, const std::string& section) {
+    std::string item;
+    for (const std::string& line : linesOf(section))
+        if (line.starts_with("- " + label + ": ") || (!item.empty() && line.starts_with("  ")))
+            item += line + "\n";
+        else if (!item.empty())
+            break;
+    return item;
+}
+
+/// What an input's section of Docs/Security.md lacks.
+Names lackingIn(const std::string& section) {
+    Names lacking;
+    if (itemOf("Bound", section).empty() && itemOf("Guard", section).empty())
+        lacking.insert("a bound");
+    if (itemOf("Where", section).empty())
+        lacking.insert("where it stands");
+    if (testsNamedIn(itemOf("Shown by", section)).empty())
+        lacking.insert("a test that shows it");
+    return lacking;
+}
+
+/// Whether a line begins the bound of an input.
+bool statesABound(const std::string& line) {
+    return line.starts_with("- Bound: ") || line.starts_with("- Guard: ");
+}
+
+/// All pages that people read.
+std::vector<fs::path> pages() {
+    std::vector<fs::path> found;
+    for (const fs::path& folder : {root, root / "Docs"})
+        for (const auto& entry : fs::directory_iterator(folder))
+            if (entry.path().extension() == ".md")
+                found.push_back(entry.path());
+    return found;
+}
+
+/// In characters, of UTF-8.
+std::ptrdiff_t widthOf(const std::string& line) {
+    return std::count_if(line.begin(), line.end(), [](char byte) { return (byte & 0xC0) != 0x80; });
+}
+
+/// The lines of more than 100 characters outside code and tables, which cannot be wrapped.
+Texts linesTooLongIn(const std::string& document) {
+    Texts tooLong;
+    bool inCode = false;
+    for (const std::string& line : linesOf(document)) {
+        const std::size_t text = line.find_first_not_of(' ');
+        const bool isFence = text != std::string::npos && line.compare(text, 3, "```") == 0;
+        inCode = inCode != isFence;
+        const bool isRow = text != std::string::npos && line[text] == '|';
+        if (!inCode && !isRow && widthOf(line) > 100)
+            tooLong.push_back(line);
+    }
+    return tooLong;
+}
+
+/// The files and folders in backquotes, as "Room/Name", whose first folder is one of `rooms`.
+Names pathsNamedIn(const std::string& text, const Names& rooms) {
+    static const std::regex path(R"(`(\w+)(/[\w./-]*)`)");
+    Names paths;
+    for (std::sregex_iterator match(text.begin(), text.end(), path), end; match != end; ++match)
+        if (rooms.contains((*match)[1]))
+            paths.insert((*match)[1].str() + (*match)[2].str());
+    return paths;
+}
+
+/// As it stands, among the headers of its room, or without its extension.
+bool isThere(const fs::path& name) {
+    const fs::path header = root / *name.begin() / "include" / name;
+    return fs::exists(root / name) || fs::exists(header) || fs::exists(root / (name.string() + ".cpp")) ||
+           fs::exists(root / (name.string() + ".h"));
 }
 
 using LogStatement =
@@ -139,15 +216,37 @@ TEST(Documents, TestsNamedBySecurityExist) {
 }
 
 TEST(Documents, EveryBoundOfSecurityIsShownByATest) {
-    const Texts rows = rowsOfTablesAbout("Shown by", contentOf(root / "Docs" / "Security.md"));
-    EXPECT_GE(rows.size(), 20u);
+    const std::string document = contentOf(root / "Docs" / "Security.md");
+    const Texts inputs = sectionsUnder("#### ", document);
+    EXPECT_GE(inputs.size(), 50u);
     std::size_t shown = 0;
-    for (const std::string& row : rows) {
-        EXPECT_FALSE(testsNamedIn(row).empty()) << row;
-        shown += testsNamedIn(row).empty() ? 0 : 1;
+    for (const std::string& input : inputs) {
+        EXPECT_EQ(lackingIn(input), Names{}) << input;
+        shown += lackingIn(input).empty() ? 1 : 0;
     }
+    const Texts lines = linesOf(document);
+    EXPECT_EQ(std::count_if(lines.begin(), lines.end(), statesABound), std::ssize(inputs))
+        << "each bound has a heading of its own";
     std::printf("figure: bounds on what is not trusted, each with a test that shows it: %zu of %zu\n", shown,
-                rows.size());
+                inputs.size());
+}
+
+TEST(Documents, AreWrappedAt100Columns) {
+    for (const fs::path& page : pages())
+        EXPECT_EQ(linesTooLongIn(contentOf(page)), Texts{}) << page;
+}
+
+TEST(Documents, NameFilesThatExist) {
+    const Names rooms = {"BackEnd",       "Benchmarks", "Console",       "Docs",      "Fuzz",
+                         "HostFramework", "Lab",        "ReferenceHost", "Simulator", "Tests",
+                         "cmake",         "Platform",   "scripts"};
+    std::size_t found = 0;
+    for (const fs::path& page : pages())
+        for (const std::string& name : pathsNamedIn(contentOf(page), rooms)) {
+            EXPECT_TRUE(isThere(name)) << page << " names " << name;
+            ++found;
+        }
+    EXPECT_GE(found, 50u);
 }
 
 TEST(Documents, TroubleshootingExplainsEveryWarnAndErrorLine) {
@@ -173,10 +272,40 @@ TEST(DocumentRules, FindATestAsItIsDefined) {
               (Names{"Fuzz.Capture", "Suite.Case"}));
 }
 
-TEST(DocumentRules, FindTheRowsOfATable) {
-    EXPECT_EQ(
-        rowsOfTablesAbout("Shown by", "| A | Shown by |\n|---|---|\n| b | c |\n\n| x | Y |\n| z | z |\n"),
-        (Texts{"| b | c |"}));
+TEST(DocumentRules, FindTheSectionsUnderAHeading) {
+    EXPECT_EQ(sectionsUnder("#### ", "# T\n#### A\nb\n### C\nd\n#### E\n"),
+              (Texts{"#### A\nb\n", "#### E\n"}));
+}
+
+TEST(DocumentRules, FindWhatAnInputLacks) {
+    const std::string whole = "#### A\n\n- Bound: b\n- Where: c\n- Shown by: no test,\n  `Suite.Case`\n";
+    EXPECT_EQ(lackingIn(whole), Names{});
+    EXPECT_EQ(lackingIn("- Guard: b\n- Where: c\n- Shown by: `Suite.Case`\n"), Names{});
+    EXPECT_EQ(lackingIn("- Bound: Where `Suite.Case`\n- Shown by: c\n"),
+              (Names{"where it stands", "a test that shows it"}));
+    EXPECT_EQ(lackingIn("- Where: c\n- Shown by: `Suite.Case`\n\n"), Names{"a bound"});
+    EXPECT_EQ(lackingIn("- Bound: b\n- Where: c\n- Shown by: d\n\n  `Suite.Case`\n"),
+              Names{"a test that shows it"});
+}
+
+TEST(DocumentRules, FindTheFilesThatAreNamed) {
+    EXPECT_EQ(pathsNamedIn("`A/b.cpp`, `A/c/`, `A/<x>`, `B/d`, A/e, `A/run f`", {"A"}),
+              (Names{"A/b.cpp", "A/c/"}));
+    EXPECT_TRUE(isThere("Tests/Structure/DocumentsTest.cpp") && isThere("Tests/Structure/DocumentsTest"));
+    EXPECT_TRUE(isThere("Platform/Winsock.h") && isThere("Tests/"));
+    EXPECT_FALSE(isThere("Tests/Structure/NoSuchTest.cpp"));
+}
+
+TEST(DocumentRules, FindALineThatIsTooLong) {
+    const std::string umlauts = [] {
+        std::string text;
+        for (int count = 0; count < 100; ++count)
+            text += "\xC3\xA4";
+        return text;
+    }();
+    const std::string tooLong(101, 'x');
+    EXPECT_EQ(linesTooLongIn(umlauts + "\n```\n" + tooLong + "\n```\n  | " + tooLong + " |\n"), Texts{});
+    EXPECT_EQ(linesTooLongIn("  ```\n  ```\n" + tooLong + "\n"), Texts{tooLong});
 }
 
 TEST(DocumentRules, FindALineWithoutARow) {

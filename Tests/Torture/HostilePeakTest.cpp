@@ -101,7 +101,7 @@ void expectPeak(const char* name, double bound, const std::function<bool()>& wor
     const double growth = peakOf(work);
     EXPECT_GE(growth, 0) << "the child failed";
     if constexpr (peakIsCounted) {
-        std::printf("figure: peak memory, %s: %.1f MB\n", name, growth);
+        std::printf("figure: peak memory, %s: %.1f MB, at most %.1f MB\n", name, growth, bound);
         EXPECT_LE(growth, bound);
     }
 }
