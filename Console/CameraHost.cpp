@@ -59,12 +59,25 @@ std::string secondsText(std::chrono::milliseconds time) {
     return text.data();
 }
 
-std::string cutLine(const std::string& time, const char* why, std::size_t unasked) {
+const char* whyCut(CameraSearch::End end) {
+    switch (end) {
+    case CameraSearch::End::tooShort:
+        return "it listens for a second after the last answer";
+    case CameraSearch::End::stillListening:
+        return "datagrams kept coming";
+    case CameraSearch::End::unfollowed:
+        return "it did not end";
+    default:
+        return "cameras kept it waiting";
+    }
+}
+
+std::string cutLine(const std::string& time, CameraSearch::End end, std::size_t unasked) {
     const std::string others = unasked == 0 ? ""
                                             : "; " + std::to_string(unasked) +
                                                   (unasked == 1 ? " answer was" : " answers were") +
                                                   " not asked any more";
-    return "the search was cut after " + time + ": " + why + others +
+    return "the search was cut after " + time + ": " + whyCut(end) + others +
            "; cameras may be missing; try: a longer --max-time, or the camera's address";
 }
 
@@ -125,12 +138,11 @@ std::string CameraHost::search(const CameraSearch::Found& found) const {
                 "no search: " + remark +
                 "; try: check this computer's network adapters, or give the camera's address");
     const std::string time = secondsText(search.elapsed());
-    if (end == CameraSearch::End::stillListening)
-        return cutLine(time, "datagrams kept coming", askThemselves(search, found));
+    if (end == CameraSearch::End::tooShort || end == CameraSearch::End::stillListening)
+        return cutLine(time, end, askThemselves(search, found));
     const TimeLimits::Time most = limits_.ofSearch();
-    const bool isCut =
-        end == CameraSearch::End::stillAsking || (most > most.zero() && search.elapsed() >= most);
-    return isCut ? cutLine(time, "cameras kept it waiting", search.unasked()) : "";
+    const bool isCut = end != CameraSearch::End::over || (most > most.zero() && search.elapsed() >= most);
+    return isCut ? cutLine(time, end, search.unasked()) : "";
 }
 
 /// How many were not asked, since the time was over.

@@ -63,7 +63,7 @@ private:
 } // namespace
 
 CameraSearch::CameraSearch(DeviceFramework1Locator& locator, ToolLog& log, const TimeLimits& limits)
-    : log_(log), time_(limits.ofSearch()), shared_(std::make_shared<Shared>()) {
+    : log_(log), limits_(limits), shared_(std::make_shared<Shared>()) {
     log_.listenTo(SearchProgress::loggerName, [shared = shared_](std::string_view message) {
         const std::lock_guard lock(shared->mutex);
         shared->progress.take(message);
@@ -110,17 +110,18 @@ void CameraSearch::search(DeviceFramework1Locator& locator, const TimeLimits& li
 }
 
 CameraSearch::End CameraSearch::await(const Found& found) {
-    const bool isBounded = time_ > time_.zero();
+    const TimeLimits::Time most = limits_.ofSearch();
+    const bool isBounded = most > most.zero();
     for (;;) {
         if (handOver(found))
             return End::over;
         if (Platform::interrupted())
             return End::interrupted;
-        if (isBounded && elapsed() >= time_ + grace)
-            return End::stillAsking;
         const std::lock_guard lock(shared_->mutex);
-        if (isBounded && elapsed() >= time_ / 2 && shared_->progress.isListening())
-            return End::stillListening;
+        if (isBounded && elapsed() >= most + grace)
+            return shared_->progress.hasBegun() ? End::stillAsking : End::unfollowed;
+        if (isBounded && elapsed() >= limits_.ofListening() && shared_->progress.isListening())
+            return limits_.isTooShortToListen() ? End::tooShort : End::stillListening;
     }
 }
 

@@ -30,8 +30,10 @@ public:
     /// How the waiting ended.
     enum class End {
         over,           ///< the search has ended
-        stillListening, ///< half its time is over, and datagrams keep coming
+        tooShort,       ///< half its time is over, and was too short to listen
+        stillListening, ///< its time to listen is over, and datagrams keep coming
         stillAsking,    ///< its time is over
+        unfollowed,     ///< its time is over; what it does is not known, since its log lines are off
         interrupted     ///< by Ctrl-C
     };
 
@@ -64,7 +66,7 @@ private:
     bool handOver(const Found& found);
 
     ToolLog& log_;
-    TimeLimits::Time time_;
+    TimeLimits limits_;
     Clock::time_point begin_ = Clock::now();
     std::shared_ptr<Shared> shared_;
     std::thread thread_;

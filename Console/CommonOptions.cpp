@@ -88,7 +88,9 @@ std::string applyToHost(const CommonOptions& options) {
         useFolder(options.diagnosticsFolder);
         return {};
     }
-    return options.log.level == "trace" ? whereDumpsGo() : std::string();
+    // Of a logging configuration nobody knows here whether it has the plug-in dump.
+    const bool isDumping = options.log.level == "trace" && options.log.configFile.empty();
+    return isDumping ? whereDumpsGo() : std::string();
 }
 
 } // namespace Console

@@ -38,6 +38,7 @@ const std::vector<Advice>& table() {
         {"closed", "take the picture again; if it stays so, restart the camera"},
         {"All black image", "open the lens cap, light the scene or use a longer --exposure"},
         {"Korva returned an error code", "use another --exposure; if it stays so, restart the camera"},
+        {"picture has the size 0 x 0", "take the picture again; if it stays so, restart the camera"},
         {"the camera's resolution is", "describe the camera anew with: korva describe ADDRESS"},
         {"SW version at least", "update the camera's firmware"},
         {"info from Korva device", "check that this is a Korva camera; restart it"},

@@ -36,9 +36,10 @@ void showFound(const CameraInfo& camera, bool isFirst, bool json) {
     std::fflush(stream); // a search goes on for a while
 }
 
-std::string summary(std::size_t count) {
+/// Of a search that was cut nobody knows whether none answered.
+std::string summary(std::size_t count, bool isCut) {
     if (count == 0)
-        return "No Korva camera answered.";
+        return isCut ? "No Korva camera found." : "No Korva camera answered.";
     return std::to_string(count) + (count == 1 ? " camera found." : " cameras found.");
 }
 
@@ -74,7 +75,7 @@ ExitStatus runDiscover(const IdentityOptions& options, const CommonOptions& comm
         if (!cut.empty())
             warn({cut});
         std::fprintf(options.json ? Platform::standardError() : stdout, "%s\n",
-                     summary(cameras.size()).c_str());
+                     summary(cameras.size(), !cut.empty()).c_str());
         if (options.json)
             say(camerasJson(cameras, cut));
     });

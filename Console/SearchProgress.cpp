@@ -14,7 +14,7 @@ void SearchProgress::take(std::string_view message) {
     constexpr std::string_view answer = "Message from Korva device: ";
     if (message.starts_with("broadcastObserverSearch")) {
         *this = {};
-        isListening_ = true;
+        hasBegun_ = isListening_ = true;
     } else if (message.starts_with("Last recv returned: ")) {
         isListening_ = false;
     } else if (message.starts_with("Found Korva with MAC ") && asked_ < answers_) {

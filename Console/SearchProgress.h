@@ -18,6 +18,9 @@ public:
     /// A line's message, in the order they come.
     void take(std::string_view message);
 
+    /// Whether any line of it came: there is none where a logging configuration has turned them off.
+    bool hasBegun() const { return hasBegun_; }
+
     /// Whether the search has begun and still waits for datagrams.
     bool isListening() const { return isListening_; }
 
@@ -28,6 +31,7 @@ public:
     const std::vector<std::string>& addresses() const { return addresses_; }
 
 private:
+    bool hasBegun_ = false;
     bool isListening_ = false;
     std::size_t answers_ = 0;
     std::size_t asked_ = 0;

@@ -8,6 +8,7 @@
 #include "Platform/StandardStreams.h"
 #include "Platform/Terminal.h"
 
+#include <atomic>
 #include <chrono>
 #include <cstdint>
 #include <cstdio>
@@ -31,9 +32,18 @@ constexpr DWORD pollMs = 50;
 /// How long the servers have for their end, so that with what is above it takes less than half a second.
 constexpr std::chrono::milliseconds longestFarewell{300};
 
+/// Nobody sees any more what happens: as with the other commands, that is an end.
+std::atomic<bool> isOutputLost{false};
+
+/// Any thread. Blocks while a pipe that nobody reads is full, and so does whoever asks the stream then.
+void tell(const std::string& line) {
+    say(line);
+    if (std::ferror(stdout) != 0)
+        isOutputLost = true;
+}
+
 bool isOver(const SimulateOptions& options, Clock::time_point start) {
-    // Nobody sees any more what happens: as with the other commands, that is an end.
-    return std::ferror(stdout) != 0 || Platform::interrupted() ||
+    return isOutputLost || Platform::interrupted() ||
            (options.runTime && Clock::now() - start >= *options.runTime);
 }
 
@@ -42,7 +52,7 @@ std::list<Simulator::CameraServer> serversOf(const SimulateOptions& options) {
     const std::vector<Simulator::CameraEntry> cameras = camerasToServe(options);
     for (const Simulator::CameraEntry& camera : cameras) {
         const std::string prefix = cameras.size() > 1 ? camera.address + ": " : "";
-        const auto log = [prefix](const std::string& event) { say(printable(prefix + event)); };
+        const auto log = [prefix](const std::string& event) { tell(printable(prefix + event)); };
         servers.emplace_back(camera.settings, Simulator::ServerOptions{camera.address, camera.binaryTcpPort,
                                                                        camera.textTcpAndUdpPort,
                                                                        camera.textTcpAndUdpPort, log});
@@ -73,9 +83,9 @@ void serve(const SimulateOptions& options) {
     Platform::catchInterrupts();
     for (const Simulator::CameraServer& server : servers)
         if (!Platform::interrupted())
-            say(simulateGreeting(server));
+            tell(simulateGreeting(server));
     if (!options.runTime)
-        say("Ctrl-C ends it.");
+        tell("Ctrl-C ends it.");
     const auto start = Clock::now();
     for (Simulator::CameraServer& server : servers)
         server.start();

@@ -2,6 +2,7 @@
 
 #include <CLI/CLI.hpp>
 
+#include <algorithm>
 #include <charconv>
 #include <cmath>
 #include <string>
@@ -27,6 +28,13 @@ TimeLimits::Time timeOf(const char* option, const std::string& text, double leas
 }
 
 } // namespace
+
+TimeLimits::Time TimeLimits::ofListening() const {
+    // Honest cameras answer within the first half second.
+    constexpr Time untroubled = std::chrono::milliseconds(1500);
+    const Time half = ofSearch() / 2;
+    return isTooShortToListen() ? half : std::max(half, untroubled);
+}
 
 TimeLimits::Time TimeLimits::ofPicture(int exposureUnits) const {
     return ofEachStep.value_or(std::chrono::milliseconds(100) * exposureUnits + std::chrono::seconds(60));

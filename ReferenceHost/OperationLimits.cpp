@@ -2,6 +2,7 @@
 
 #include "TransferWatch.h"
 
+#include <algorithm>
 #include <mutex>
 
 namespace ReferenceHost {
@@ -32,7 +33,7 @@ OperationLimits::OperationLimits(std::chrono::milliseconds time, const std::opti
     : scope_(std::make_unique<Scope>()) {
     Scope* const outer = CurrentOperation::scope;
     if (time > time.zero())
-        scope_->end = OperationEnd{TransferClock::now(), time};
+        scope_->end = OperationEnd{TransferClock::now(), std::min(time, longestTime)};
     if (outer != nullptr && outer->end && (!scope_->end || outer->end->end() < scope_->end->end()))
         scope_->end = outer->end;
     scope_->each = !each && outer != nullptr ? outer->each : each;

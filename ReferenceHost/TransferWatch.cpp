@@ -25,6 +25,8 @@ std::string amount(std::size_t bytes, Seconds time) {
 
 void TransferWatch::start(const TransportLimits& limits, Clock::time_point begin) {
     limits_ = limits;
+    limits_.hold = std::min(limits.hold, longestTime);
+    limits_.window = std::min(limits.window, longestTime);
     begin_ = begin;
     received_ = 0;
     answer_ = {};

@@ -14,6 +14,9 @@ namespace ReferenceHost {
 
 using TransferClock = Platform::TcpSocket::Clock;
 
+/// A century counts for whatever is longer: the clock's numbers would wrap.
+constexpr std::chrono::milliseconds longestTime = std::chrono::hours(24) * 36'500;
+
 /// The end that the calling thread's OperationLimits set to whatever communicators do.
 struct OperationEnd {
     TransferClock::time_point begin;

@@ -11,8 +11,8 @@
 #include <atomic>
 #include <cstdint>
 #include <list>
-#include <optional>
 #include <memory>
+#include <optional>
 #include <span>
 #include <string>
 #include <thread>

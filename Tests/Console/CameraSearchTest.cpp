@@ -123,16 +123,35 @@ TEST_F(CameraSearchTest, IsLeftToItselfWhereCamerasHoldItBeyondItsTime) {
     EXPECT_TRUE(Console::isThreadLeftBehind());
 }
 
-TEST_F(CameraSearchTest, IsLeftToItselfAtHalfItsTimeWhileDatagramsKeepComing) {
+TEST_F(CameraSearchTest, SaysThatItIsNotFollowedWhereItsLinesAreOff) {
+    locator.play = [this](auto&) { released.wait(); };
+    EXPECT_EQ(run(40ms), End::unfollowed);
+}
+
+/// The time of a search, when it no longer listens, and what that is called.
+struct Listening {
+    TimeLimits::Time time;
+    TimeLimits::Time listened;
+    End end;
+};
+
+class AListeningSearch : public CameraSearchTest, public testing::WithParamInterface<Listening> {};
+
+TEST_P(AListeningSearch, IsLeftToItselfOnceItsTimeToListenIsOver) {
     locator.play = [this](auto&) {
         say("broadcastObserverSearch..");
         say("Message from Korva device: Lab 10.0.0.5");
         released.wait();
     };
-    EXPECT_EQ(run(400ms), End::stillListening);
-    EXPECT_GE(elapsed, 200ms);
+    EXPECT_EQ(run(GetParam().time), GetParam().end);
+    EXPECT_GE(elapsed, GetParam().listened);
+    EXPECT_LT(elapsed, GetParam().time);
     EXPECT_EQ(addresses, std::vector<std::string>{"10.0.0.5"});
 }
+
+INSTANTIATE_TEST_SUITE_P(CameraSearchTest, AListeningSearch,
+                         testing::Values(Listening{1900ms, 950ms, End::tooShort},
+                                         Listening{2000ms, 1500ms, End::stillListening}));
 
 TEST_F(CameraSearchTest, EndsTheConnectionsOfACameraThatHoldsIt) {
     const TestSupport::LoopbackPeer peer(

@@ -83,6 +83,12 @@ TEST(CommonOptions, DiagnosticsFolderReachesTheHostAndIsMade) {
     EXPECT_TRUE(std::filesystem::is_directory(options.diagnosticsFolder));
 }
 
+TEST(CommonOptions, NameNoFolderOfDumpsWhereALoggingConfigurationDecidesWhetherThereAreAny) {
+    CommonOptions options;
+    options.log = {"trace", "any.properties"};
+    EXPECT_EQ(applyToHost(options), "");
+}
+
 TEST(CommonOptions, FolderThatCannotBeMadeIsNamed) {
     CommonOptions options;
     options.diagnosticsFolder = "/dev/null/\x1B[2J";

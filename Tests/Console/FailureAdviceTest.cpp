@@ -25,6 +25,15 @@ TEST(FailureAdvice, BlackPictureAsksForLight) {
     EXPECT_NE(adviceFor("All black image from Korva detected").find("lens cap"), std::string::npos);
 }
 
+TEST(FailureAdvice, FileThatIsNoPictureIsNoMatterOfTheDescription) {
+    const auto advice = [](const char* size) {
+        return adviceFor(std::string("Korva picture has the size ") + size +
+                         ", the camera's resolution is 120 x 80");
+    };
+    EXPECT_NE(advice("60 x 40").find("korva describe"), std::string::npos);
+    EXPECT_EQ(advice("0 x 0").find("korva describe"), std::string::npos);
+}
+
 TEST(FailureAdvice, LimitsNameTheirOption) {
     const std::string place = "Communicator error: 10.0.0.7:32769: receive failed: ";
     EXPECT_NE(adviceFor(place + "Too slow: 1 bytes in 30.0 s, at least 65536 bytes a second are asked for")

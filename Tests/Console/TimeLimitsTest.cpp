@@ -47,6 +47,15 @@ TEST(TimeLimits, TakeOneTimeForEachStep) {
     }
 }
 
+TEST(TimeLimits, LeaveHalfASearchToListenInAndWhatThatNeedsIfTheyCan) {
+    for (const auto& [text, time] :
+         {std::pair{"60", 30'000ms}, {"3", 1500ms}, {"2.5", 1500ms}, {"2", 1500ms}, {"1.9", 950ms}}) {
+        const TimeLimits limits = parsed({"--max-time", text});
+        EXPECT_EQ(limits.ofListening(), time) << text;
+        EXPECT_EQ(limits.isTooShortToListen(), time < 1s) << text;
+    }
+}
+
 TEST(TimeLimits, TakeASpeedAndItsTime) {
     const TransportLimits limits = parsed({"--min-speed", "0", "--speed-time", "0.1"}).ofSpeed();
     EXPECT_EQ(limits.bytesPerSecond, 0u);

@@ -166,6 +166,13 @@ TEST(LabDiscovery, AsksWhoHasAnsweredWhileDatagramsKeepComing) {
                 HasSubstr(": datagrams kept coming; cameras may be missing; try: "));
 }
 
+TEST(LabDiscovery, SaysThatItsTimeWasTooShortForAnAnswer) {
+    const LabResult result = runScript({"--cameras", "0"}, "korva discover --max-time 0.5");
+    EXPECT_EQ(result.status, 0);
+    EXPECT_EQ(result.output, "No Korva camera found.\n");
+    EXPECT_THAT(result.errors, HasSubstr(": it listens for a second after the last answer; cameras may be"));
+}
+
 class LabDiscoveryOf : public testing::TestWithParam<int> {};
 
 constexpr int adaptersOfMany = 8;
