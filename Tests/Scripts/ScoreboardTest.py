@@ -145,15 +145,31 @@ SOAK = {
 IN_TURN = {f"{failure}, search": "2" for failure in scoreboard.FAILED_IN_TURN}
 # Program, beginning of its claim, figures that hold, what is shown of them, and figures that do not hold.
 CLAIMS = [
-    ("tests", "Every test", {"tests passed": "3 of 3"}, "3 of 3", [{"tests passed": "3 of 4"}, {"tests passed": "3 of 4, 1 skipped on this system"}]),
+    (
+        "tests",
+        "Every test",
+        {"tests passed": "3 of 3"},
+        "3 of 3",
+        [{"tests passed": "3 of 4"}, {"tests passed": "3 of 4, 1 skipped on this system"}],
+    ),
     (
         "tests",
         "A camera's fault",
-        {"fault matrix, cells checked": "900", "fault cells checked over real sockets": "100", "ops held to their time bound": "7"},
+        {
+            "fault matrix, cells checked": "900",
+            "fault cells checked over real sockets": "100",
+            "ops held to their time bound": "7",
+        },
         "1,000 cells, 7 operations in time",
         [{"ops held to their time bound": "0"}],
     ),
-    ("tests", "Each allocation", IN_TURN, "2 allocations, 2 calls of the system, 2 of the host", [{"system calls failed once in turn, search": "0"}]),
+    (
+        "tests",
+        "Each allocation",
+        IN_TURN,
+        "2 allocations, 2 calls of the system, 2 of the host",
+        [{"system calls failed once in turn, search": "0"}],
+    ),
     (
         "tests",
         "Peak memory",
@@ -161,9 +177,27 @@ CLAIMS = [
         "3.0 MB (at most 3.0 MB)",
         [{"peak memory, a": "16.1 MB, at most 16.0 MB"}],
     ),
-    ("attack-asan", "Cameras that lie", {"attack, asan: rounds": "9", "attack, asan: findings": "0"}, "9 rounds, 0 findings", [{"attack, asan: findings": "1"}]),
-    ("decoders", "Drawn PNG", {"PNG files against libpng": "5 files, of which 4 are pictures, none read differently"}, "5 files, none read differently", []),
-    ("memcheck", "Unit tests", {"unit tests under memcheck": "5 in 2 programs"}, "5 tests in 2 programs", [{"unit tests under memcheck": "0 in 2 programs"}]),
+    (
+        "attack-asan",
+        "Cameras that lie",
+        {"attack, asan: rounds": "9", "attack, asan: findings": "0"},
+        "9 rounds, 0 findings",
+        [{"attack, asan: findings": "1"}],
+    ),
+    (
+        "decoders",
+        "Drawn PNG",
+        {"PNG files against libpng": "5 files, of which 4 are pictures, none read differently"},
+        "5 files, none read differently",
+        [],
+    ),
+    (
+        "memcheck",
+        "Unit tests",
+        {"unit tests under memcheck": "5 in 2 programs"},
+        "5 tests in 2 programs",
+        [{"unit tests under memcheck": "0 in 2 programs"}],
+    ),
     ("soak", "Soak: wrong", SOAK, "0 in 60 min, 4,000 captures", [{name: "1"} for name in list(SOAK)[2:5]]),
     (
         "soak",
@@ -177,7 +211,13 @@ CLAIMS = [
             {"soak: threads, first third to last": "1 to 2 alive"},
         ],
     ),
-    ("fuzz", "Fuzzing", {"fuzzing A": "2000000 executions in 1 minutes, 0 findings"}, "2 million in 1 targets, 0 findings", [{"fuzzing A": "2 executions, 1 findings"}]),
+    (
+        "fuzz",
+        "Fuzzing",
+        {"fuzzing A": "2000000 executions in 1 minutes, 0 findings"},
+        "2 million in 1 targets, 0 findings",
+        [{"fuzzing A": "2 executions, 1 findings"}],
+    ),
     (
         "tests",
         "Search of 64",
@@ -188,9 +228,15 @@ CLAIMS = [
     (
         "bench",
         "Time of a whole",
-        {"whole capture over loopback": "ratio 2.81 to a receive, at most 2.875 (2.50 and 15 %)", "checksum": "ratio 0.35 to memcpy, at most 0.805"},
+        {
+            "whole capture over loopback": "ratio 2.81 to a receive, at most 2.875 (2.50 and 15 %)",
+            "checksum": "ratio 0.35 to memcpy, at most 0.805",
+        },
         "2.81 (at most 2.875)",
-        [{"whole capture over loopback": "ratio 2.81 to a receive, at most 2.50"}, {"checksum": "ratio 0.81 to memcpy, at most 0.805"}],
+        [
+            {"whole capture over loopback": "ratio 2.81 to a receive, at most 2.50"},
+            {"checksum": "ratio 0.81 to memcpy, at most 0.805"},
+        ],
     ),
     (
         "bench",
@@ -206,7 +252,13 @@ CLAIMS = [
         "95.0 %, 90.0 %",
         [{"line coverage of the plug-in": "94.9 %"}, {"branch coverage of the plug-in": "89.9 %"}],
     ),
-    ("coverage", "Branches", {"branches of the readers": "7 of 8 covered, 1 lines out of reach"}, "7 of 8, 1 lines listed", [{"branches of the readers": "7 of 8 covered, 0 lines out of reach"}]),
+    (
+        "coverage",
+        "Branches",
+        {"branches of the readers": "7 of 8 covered, 1 lines out of reach"},
+        "7 of 8, 1 lines listed",
+        [{"branches of the readers": "7 of 8 covered, 0 lines out of reach"}],
+    ),
 ]
 
 
