@@ -7,6 +7,7 @@
 #include "NativeCameraControl/NativeCameraTemplate.h"
 #include "ReferenceHost/PluginLibrary.h"
 
+#include <cstddef>
 #include <functional>
 #include <memory>
 #include <string>

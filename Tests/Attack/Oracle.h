@@ -3,6 +3,7 @@
 
 #include "Support/PictureFiles.h"
 
+#include <cstddef>
 #include <optional>
 #include <vector>
 

@@ -6,7 +6,9 @@
 #include "Draws.h"
 #include "FaultMatrixIdentity.h"
 
+#include <cstddef>
 #include <optional>
+#include <string>
 
 namespace Attack {
 

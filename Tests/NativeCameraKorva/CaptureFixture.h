@@ -14,6 +14,7 @@
 
 #include <gmock/gmock.h>
 
+#include <string>
 #include <vector>
 
 namespace CaptureTests {

@@ -3,6 +3,7 @@
 
 #include "Camera/MessageCodec.h"
 
+#include <cstdint>
 #include <initializer_list>
 #include <string>
 #include <utility>

@@ -8,6 +8,7 @@
 #include "World/Network.h"
 #include "World/System.h"
 
+#include <map>
 #include <string>
 
 namespace World {
