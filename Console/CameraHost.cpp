@@ -138,8 +138,10 @@ std::string CameraHost::search(const CameraSearch::Found& found) const {
                 "no search: " + remark +
                 "; try: check this computer's network adapters, or give the camera's address");
     const std::string time = secondsText(search.elapsed());
-    if (end == CameraSearch::End::tooShort || end == CameraSearch::End::stillListening)
+    if (end == CameraSearch::End::tooShort || end == CameraSearch::End::stillListening) {
+        search.leave(); // or it might come to its own questions meanwhile
         return cutLine(time, end, askThemselves(search, found));
+    }
     const TimeLimits::Time most = limits_.ofSearch();
     const bool isCut = end != CameraSearch::End::over || (most > most.zero() && search.elapsed() >= most);
     return isCut ? cutLine(time, end, search.unasked()) : "";

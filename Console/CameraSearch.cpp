@@ -72,6 +72,12 @@ CameraSearch::CameraSearch(DeviceFramework1Locator& locator, ToolLog& log, const
 }
 
 CameraSearch::~CameraSearch() {
+    leave();
+}
+
+void CameraSearch::leave() {
+    if (!thread_.joinable())
+        return;
     bool isOver = false;
     {
         const std::lock_guard lock(shared_->mutex);
@@ -94,6 +100,8 @@ void CameraSearch::search(DeviceFramework1Locator& locator, const TimeLimits& li
         shared->found.push_back(std::move(camera));
         shared->news.notify_one();
     });
+    // It may be left behind, and a signal that waits for a file to be whole would find it.
+    Platform::leaveSignalsToOthers();
     std::exception_ptr failure;
     try {
         TransportLimits ofEach = limits.ofSpeed();

@@ -5,6 +5,7 @@
 #include "TimeLimits.h"
 
 #include <chrono>
+#include <cstddef>
 #include <functional>
 #include <memory>
 #include <string>
@@ -42,9 +43,12 @@ public:
     CameraSearch(const CameraSearch&) = delete;
     CameraSearch& operator=(const CameraSearch&) = delete;
 
-    /// A search that still goes on is left to itself (leaveThreadBehind), without a word in the log and
-    /// without connections that last.
+    /// leave()
     ~CameraSearch();
+
+    /// Ends the waiting: a search that still goes on is left to itself (leaveThreadBehind), without a word in
+    /// the log and without connections that last. Once is enough.
+    void leave();
 
     /// Hands each camera over as it is found, on the calling thread, until the search or its time ends.
     /// Called once. Passes on what the search or `found` threw.

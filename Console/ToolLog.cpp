@@ -21,12 +21,24 @@
 #include <cstdio>
 #include <mutex>
 #include <utility>
+#include <vector>
 
 namespace Console {
 
 namespace {
 
 constexpr std::size_t mostRemarks = 8;
+
+/// What their files do not have yet goes out, and no line is made from now on.
+void closeAppenders() {
+    std::vector<log4cxx::LoggerPtr> loggers = log4cxx::LogManager::getCurrentLoggers();
+    loggers.push_back(log4cxx::Logger::getRootLogger());
+    for (const log4cxx::LoggerPtr& logger : loggers)
+        logger->setLevel(log4cxx::Level::getOff());
+    for (const log4cxx::LoggerPtr& logger : loggers)
+        for (const log4cxx::AppenderPtr& appender : logger->getAllAppenders())
+            appender->close();
+}
 
 } // namespace
 
@@ -133,10 +145,12 @@ ToolLog::ToolLog(const LogOptions& options, ProgressBar* bar)
 }
 
 ToolLog::~ToolLog() {
-    // Without it the logging library would complain of what the ignored thread says yet.
+    // Without it the logging library would complain of what the ignored thread says yet. The process ends
+    // without taking the library down, which would close the others.
     if (appender_->ignoresAny())
-        return;
-    log4cxx::Logger::getRootLogger()->removeAppender(appender_);
+        closeAppenders();
+    else
+        log4cxx::Logger::getRootLogger()->removeAppender(appender_);
 }
 
 std::vector<std::string> ToolLog::takeRemarks() {

@@ -29,6 +29,8 @@ public:
     ToolLog(const LogOptions& options, ProgressBar* bar);
     ToolLog(const ToolLog&) = delete;
     ToolLog& operator=(const ToolLog&) = delete;
+
+    /// After ignore() it closes what a configuration file has lines written to, since nothing else will.
     ~ToolLog();
 
     /// The different messages of level warn and above since the last call, in the order they first came, as

@@ -63,6 +63,14 @@ void Platform::endAtInterrupts(const char* lastWords, int status) {
     setHandler(endProcess);
 }
 
+void Platform::leaveSignalsToOthers() {
+    sigset_t signals{};
+    sigemptyset(&signals);
+    for (const int signal : {SIGHUP, SIGINT, SIGQUIT, SIGTERM})
+        sigaddset(&signals, signal);
+    pthread_sigmask(SIG_BLOCK, &signals, nullptr);
+}
+
 bool Platform::interrupted() {
     return interruptCame;
 }

@@ -15,6 +15,7 @@
 
 #include <future>
 #include <memory>
+#include <signal.h>
 #include <stdexcept>
 #include <string>
 #include <vector>
@@ -103,6 +104,17 @@ TEST_F(CameraSearchTest, HandsOverWhatIsFound) {
 TEST_F(CameraSearchTest, PassesOnWhatItThrew) {
     locator.play = [](auto&) { throw std::runtime_error("no search"); };
     EXPECT_THROW(run(10min), std::runtime_error);
+}
+
+TEST_F(CameraSearchTest, RunsWhereNoSignalReachesItThatWaitsForAFileToBeWhole) {
+    bool takesHangUps = true;
+    locator.play = [&](auto&) {
+        sigset_t held{};
+        pthread_sigmask(SIG_BLOCK, nullptr, &held);
+        takesHangUps = sigismember(&held, SIGHUP) == 0;
+    };
+    EXPECT_EQ(run(10min), End::over);
+    EXPECT_FALSE(takesHangUps);
 }
 
 TEST_F(CameraSearchTest, IsLeftToItselfWhereCamerasHoldItBeyondItsTime) {

@@ -8,6 +8,7 @@
 #include <log4cxx/logger.h>
 
 #include <fstream>
+#include <iterator>
 #include <string>
 #include <string_view>
 #include <thread>
@@ -43,6 +44,20 @@ std::string consoleAppender(const std::string& name, const std::string& pattern)
     const std::string key = "log4j.appender." + name;
     return key + "=org.apache.log4j.ConsoleAppender\n" + key + ".Target=System.err\n" + key +
            ".layout=org.apache.log4j.PatternLayout\n" + key + ".layout.ConversionPattern=" + pattern + "\n";
+}
+
+/// A configuration that writes lines of level info and above to `target`.
+std::string fileConfiguration(const std::string& target) {
+    return "log4j.rootLogger=INFO, F\nlog4j.appender.F=org.apache.log4j.FileAppender\n"
+           "log4j.appender.F.File=" +
+           target +
+           "\nlog4j.appender.F.Append=false\nlog4j.appender.F.layout=org.apache.log4j.PatternLayout\n"
+           "log4j.appender.F.layout.ConversionPattern=%p|%m%n\n";
+}
+
+std::string contentOf(const std::string& file) {
+    std::ifstream stream(file);
+    return {std::istreambuf_iterator<char>(stream), {}};
 }
 
 /// What `config` makes of an error, and nothing of it looks like a library's line.
@@ -116,16 +131,22 @@ TEST(ToolLog, StopsShowingAtItsEnd) {
 TEST(ToolLog, FollowsAConfigurationFile) {
     const std::string target = testing::TempDir() + "korva-tool-log.txt";
     const std::string config = testing::TempDir() + "korva-tool-log.properties";
-    std::ofstream(config) << "log4j.rootLogger=INFO, F\n"
-                          << "log4j.appender.F=org.apache.log4j.FileAppender\n"
-                          << "log4j.appender.F.File=" << target << "\n"
-                          << "log4j.appender.F.Append=false\n"
-                          << "log4j.appender.F.layout=org.apache.log4j.PatternLayout\n"
-                          << "log4j.appender.F.layout.ConversionPattern=%p|%m%n\n";
+    std::ofstream(config) << fileConfiguration(target);
     EXPECT_EQ(shownWith({"", config}), "");
-    std::ifstream lines(target);
-    const std::string text{std::istreambuf_iterator<char>(lines), {}};
-    EXPECT_EQ(text, "INFO|one\nWARN|one\nERROR|one\n");
+    EXPECT_EQ(contentOf(target), "INFO|one\nWARN|one\nERROR|one\n");
+}
+
+TEST(ToolLog, LeavesNoLineOutOfAFileWhereAThreadIsLeftToItself) {
+    const std::string target = testing::TempDir() + "korva-left-log.txt";
+    const std::string config = testing::TempDir() + "korva-left-log.properties";
+    std::ofstream(config) << fileConfiguration(target) << "log4j.appender.F.BufferedIO=true\n";
+    {
+        ToolLog log({"", config}, nullptr);
+        logger()->forcedLog(log4cxx::Level::getInfo(), std::string("one"));
+        log.ignore(std::this_thread::get_id());
+    }
+    EXPECT_EQ(contentOf(target), "INFO|one\n");
+    EXPECT_FALSE(logger()->isErrorEnabled());
 }
 
 TEST(ToolLog, LooksAsItsConfigurationSaysWhileLibrariesAreKeptApart) {

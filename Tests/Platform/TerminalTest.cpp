@@ -5,7 +5,9 @@
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/ioctl.h>
+#include <thread>
 #include <unistd.h>
+#include <vector>
 
 namespace {
 
@@ -66,6 +68,19 @@ TEST(Terminal, HasEightyColumnsWhereItDoesNotSay) {
     const Stream terminal(openTerminal(keeper));
     ASSERT_NE(terminal.get(), nullptr);
     EXPECT_EQ(Platform::terminalColumns(terminal.get()), 80);
+}
+
+TEST(Signals, ThatEndAProcessAreLeftToOtherThreads) {
+    std::vector<int> held;
+    std::thread([&held] {
+        Platform::leaveSignalsToOthers();
+        sigset_t mask{};
+        pthread_sigmask(SIG_BLOCK, nullptr, &mask);
+        for (int signal = 1; signal < NSIG; ++signal)
+            if (sigismember(&mask, signal) == 1)
+                held.push_back(signal);
+    }).join();
+    EXPECT_EQ(held, (std::vector<int>{SIGHUP, SIGINT, SIGQUIT, SIGTERM}));
 }
 
 TEST(InterruptsDeathTest, AreNotedAndDoNotEndTheProcess) {

@@ -20,6 +20,10 @@ void catchInterrupts();
 /// Nothing is flushed or cleaned up.
 void endAtInterrupts(const char* lastWords, int status);
 
+/// The calling thread takes no signal any more that ends the process or is an interrupt (SIGHUP, SIGINT,
+/// SIGQUIT, SIGTERM): another thread does.
+void leaveSignalsToOthers();
+
 /// True once an interrupt came after catchInterrupts(). Any thread.
 bool interrupted();
 
