@@ -27,7 +27,7 @@ std::wstring nameOfFolder() {
 } // namespace
 
 std::wstring PlenarDiagnostics::getImagesSubDirectory() {
-    if (const std::wstring named = nameOfFolder(); !named.empty())
+    if (std::wstring named = nameOfFolder(); !named.empty())
         return named;
     const ReferenceHost::OwnImagesFolder own = ReferenceHost::makeOwnImagesFolder();
     return Platform::wideFromUtf8(own.complaint.empty() ? own.name : Platform::noFolder);
