@@ -30,7 +30,7 @@ TEST(CommandRun, SaysOfAShortageOfMemoryThatItIsOne) {
 
 TEST(CommandRun, RemembersThatMemoryRanShortUntilItIsAsked) {
     if (KORVA_SANITIZED)
-        GTEST_SKIP() << "A sanitizer's operator new ends the process.";
+        GTEST_SKIP() << "The operator new of an instrumented build ends the process.";
     Console::takeMemoryShortage();
     const ExitStatus status = Console::runCommand({}, OnInterrupt::note, [] {
         constexpr std::size_t moreThanThereIs = std::size_t{1} << 60;

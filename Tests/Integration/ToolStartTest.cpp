@@ -131,7 +131,7 @@ TEST(ToolStart, EndsASimulationThatNobodyReadsInOrder) {
 
 TEST(ToolStart, SaysThatMemoryIsShort) {
     if (KORVA_SANITIZED)
-        GTEST_SKIP() << "A sanitizer maps far more than the tool uses.";
+        GTEST_SKIP() << "An instrumented build maps far more than the tool uses.";
     const TemporaryFolder folder;
     // The header of an SGI file of 6,500 x 6,500 pixels, three channels of 16 bits: there is room for the
     // tool, not for those 254 MB.
