@@ -32,8 +32,11 @@ ExitStatus failedForMemory() noexcept {
 std::string printableLines(const std::string& text) {
     std::istringstream stream(text);
     std::string lines;
-    for (std::string line; std::getline(stream, line);)
-        lines += (lines.empty() ? "" : "\n") + printable(line);
+    for (std::string line; std::getline(stream, line);) {
+        if (!lines.empty())
+            lines += '\n';
+        lines += printable(line);
+    }
     return lines;
 }
 
