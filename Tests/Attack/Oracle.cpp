@@ -29,6 +29,13 @@ bool isBlack(const unsigned* pixel, unsigned samples) {
     return std::all_of(pixel, pixel + samples, [](unsigned sample) { return sample == 0; });
 }
 
+/// Its first chunk is the header, or libpng's reader would not have begun.
+bool isExpanded(const Bytes& pngFile) {
+    const unsigned bitDepth = pngFile.at(24);
+    const unsigned colourType = pngFile.at(25);
+    return bitDepth < 8 || colourType == PNG_COLOR_TYPE_PALETTE;
+}
+
 } // namespace
 
 Picture sgiPicture(const Bytes& file, std::size_t mostBytes) {
@@ -60,7 +67,8 @@ Picture pngPicture(const Bytes& file, std::size_t mostBytes) {
     const bool has16Bits = (image.format & PNG_FORMAT_FLAG_LINEAR) != 0;
     Picture picture{image.width, image.height, PNG_IMAGE_PIXEL_CHANNELS(image.format), has16Bits};
     const std::size_t samples = picture.pixels() * picture.channels;
-    if (samples * (has16Bits ? 2 : 1) > mostBytes) {
+    const bool addsChannel = hasAlpha(picture) && isExpanded(file);
+    if (addsChannel || samples * (has16Bits ? 2 : 1) > mostBytes) {
         png_image_free(&image);
         return {};
     }

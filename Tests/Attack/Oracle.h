@@ -28,7 +28,8 @@ struct Picture {
 Picture sgiPicture(const Bytes& file, std::size_t mostBytes);
 
 /// A PNG file, as libpng's simple reader reads it. A transparent colour is one more channel, and what 16-bit
-/// samples lie under one that is not opaque is not told.
+/// samples lie under one that is not opaque is not told. Not accepted where such a channel is added to samples
+/// that are expanded, those of a palette or of fewer than 8 bits.
 Picture pngPicture(const Bytes& file, std::size_t mostBytes);
 
 /// True where the colours that both define are the same, and the transparency, if `decoded` has any.
