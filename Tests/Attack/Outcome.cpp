@@ -146,11 +146,14 @@ Outcome captureOf(const Script& script, const CaptureForm& form) {
             const bool isRead = reading.verdict == Verdict::accepted;
             if (isRead && isPicture)
                 takePicture(file, form, outcome);
-            if (outcome.pixels || reading.verdict == Verdict::thrown ||
-                reading.afterwards == Afterwards::broken)
+            const bool isBroken =
+                reading.verdict == Verdict::thrown || reading.afterwards == Afterwards::broken;
+            // What was not read is dropped before the next request, if it has come by then. In one piece it
+            // has, and the connection's end with it.
+            if (!outcome.pixels && unread != 0 && (!isBroken || attempt[step].piece != 0))
+                outcome.isSure = false;
+            if (outcome.pixels || isBroken)
                 return outcome;
-            // Dropped before the next request, if it has come by then.
-            outcome.isSure = outcome.isSure && unread == 0;
             isOver = !isRead;
         }
     }
@@ -174,12 +177,12 @@ IdentityOutcome identityOf(const Script& script, const std::string& address) {
     // Taken twice where the first try gives nothing.
     const Outcome sample = captureOf(script, {true, 1});
     camera.sampleSize = sample.pixels ? sample.size : FaultMatrix::Size{0, 0};
+    // Any size will do where nobody can tell whether there is a picture.
+    if (!sample.isSure)
+        camera.sampleSize = {1, 1};
     IdentityOutcome outcome{true, FaultMatrix::identify(camera).identity};
-    if (!outcome.identity || FaultMatrix::knownSize(outcome.identity->hardware))
-        return outcome;
-    outcome.isSure = sample.isSure;
-    if (camera.sampleSize == FaultMatrix::Size{0, 0})
-        outcome.identity.reset();
+    if (outcome.identity && !FaultMatrix::knownSize(outcome.identity->hardware))
+        outcome.isSure = sample.isSure;
     return outcome;
 }
 
