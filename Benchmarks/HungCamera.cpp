@@ -1,6 +1,6 @@
 // What one camera that hangs costs the others: 16 cameras, each on a host thread of its own, one of which
 // says nothing, beside the other 15 alone. Many short runs, with and without in turn; of each the median of
-// the 15 cameras' capture times. With --check the exit status is 1 where the median of the ratios of the runs
+// the 15 cameras' capture times. With --check the exit status is 1 if the median of the ratios of the runs
 // that stand beside each other is above its bound.
 
 #include "Communicator/PosixEthernetCommunicator.h"

@@ -1,5 +1,5 @@
 // Runs the rows in 21 interleaved rounds (or as many as --benchmark_repetitions says) and prints each stage's
-// median beside the median of what it is measured against. With --check the exit status is 1 where a ratio is
+// median beside the median of what it is measured against. With --check the exit status is 1 if a ratio is
 // more than 15 % over its bound; a noisy machine needs that slack. Google Benchmark's own options work too.
 
 #include "Platform/Memory.h"

@@ -32,7 +32,7 @@ namespace fs = std::filesystem;
 constexpr int textLanguagePort = 32768;
 constexpr int hostsDefaultTimeout = -1;
 
-/// Takes over what a builder made; null where that is no camera.
+/// Takes over what a builder made; null if that is no camera.
 CameraPointer cameraOrNull(Device* built) {
     std::unique_ptr<Device> owned(built);
     auto* const camera = dynamic_cast<NativeCamera*>(built);
@@ -164,7 +164,7 @@ std::size_t CameraHost::askThemselves(const CameraSearch& search, const CameraSe
     return 0;
 }
 
-/// Null where it cannot be identified; the log's remarks say why.
+/// Null if it cannot be identified; the log's remarks say why.
 CameraPointer CameraHost::identified(const std::string& address) const {
     const std::unique_ptr<Communicator> connection(ClientFactory::createEthernetCommunicator(
         Platform::wideFromUtf8(address), textLanguagePort, hostsDefaultTimeout));

@@ -41,7 +41,7 @@ public:
     /// say, and hands over each camera as it is found. Returns why the search was cut, a warning for the
     /// user, or an empty text. Of a search that does not come to its questions, since datagrams keep coming,
     /// the cameras that have answered are asked in the second half of its time; their MAC addresses stay
-    /// unknown. Throws CommandFailure where the plug-in could not search, or Ctrl-C came meanwhile; what it
+    /// unknown. Throws CommandFailure if the plug-in could not search, or Ctrl-C came meanwhile; what it
     /// warned of otherwise stays in the log's remarks.
     std::string search(const CameraSearch::Found& found) const;
 

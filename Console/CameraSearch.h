@@ -57,10 +57,10 @@ public:
     /// Since it began.
     std::chrono::milliseconds elapsed() const;
 
-    /// How many answers it has not turned to yet; 0 where that is not known.
+    /// How many answers it has not turned to yet; 0 if that is not known.
     std::size_t unasked() const;
 
-    /// The addresses in the answers so far, each once, in order; none where they are not known.
+    /// The addresses in the answers so far, each once, in order; none if they are not known.
     std::vector<std::string> addresses() const;
 
 private:

@@ -22,14 +22,14 @@ public:
     /// The camera forgets the bar and this.
     ~CameraUse();
 
-    /// In the camera's units of 100 ms, 1 to 3600. Throws CommandFailure where it takes no pictures.
+    /// In the camera's units of 100 ms, 1 to 3600. Throws CommandFailure if it takes no pictures.
     void setExposure(int units);
 
-    /// A picture by the host's command. Nothing where the camera reports no "picture captured"; the log's
+    /// A picture by the host's command. Nothing if the camera reports no "picture captured"; the log's
     /// remarks say why. Throws what the host throws.
     std::optional<image_t> takePicture();
 
-    /// Probes the connection: nothing where the camera answers, else what it reports.
+    /// Probes the connection: nothing if the camera answers, else what it reports.
     std::optional<NetworkHealth> probe();
 
 private:

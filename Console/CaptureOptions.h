@@ -25,7 +25,7 @@ struct CaptureOptions {
 /// Adds the options of `korva capture` to its command; `options` must outlive the parse.
 void addCaptureOptions(CLI::App& command, CaptureOptions& options);
 
-/// Seconds as text ("1.5") in the camera's units of 100 ms. Nothing where the text is no decimal number, is
+/// Seconds as text ("1.5") in the camera's units of 100 ms. Nothing if the text is no decimal number, is
 /// below 0.1 or above 360, or lies between two steps.
 std::optional<int> exposureUnitsFromSeconds(std::string_view text);
 

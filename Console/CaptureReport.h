@@ -22,7 +22,7 @@ struct CaptureReport {
     std::vector<TakenPicture> pictures;
     std::vector<std::string>
         remarks; ///< what the plug-in warned of though the pictures were taken; printable
-    std::vector<std::string> failures; ///< why pictures are missing, printable; empty where none is
+    std::vector<std::string> failures; ///< why pictures are missing, printable; empty if none is
 };
 
 /// "korva-10.0.0.7.png: 2748 x 1836 pixels, mean 87.3, 1912 ms", without a line end.

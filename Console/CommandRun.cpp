@@ -95,7 +95,7 @@ ExitStatus guarded(const std::function<ExitStatus()>& work) {
             return failed(reasonFrom(error));
         }
     } catch (const std::bad_alloc&) {
-        return failedForMemory(); // also where it is the reason that does not fit
+        return failedForMemory(); // also if it is the reason that does not fit
     }
 }
 

@@ -45,7 +45,7 @@ public:
         lastLine_ = line;
     }
 
-    /// Throws CommandFailure where the last probe that was not interrupted had failed.
+    /// Throws CommandFailure if the last probe that was not interrupted had failed.
     void judge() const {
         if (!reason_.empty())
             throw CommandFailure("the camera at " + place_ + " does not answer; try: " + adviceFor(reason_));

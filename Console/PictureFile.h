@@ -16,16 +16,16 @@ public:
 };
 
 /// An 8-bit grey PNG file of `width` x `height` pixels, both at least 1. `pixels` has width x height bytes,
-/// rows from the top. Throws PictureFileError where libpng refuses the size or memory is short.
+/// rows from the top. Throws PictureFileError if libpng refuses the size or memory is short.
 std::vector<unsigned char> encodeGreyPng(std::uint32_t width, std::uint32_t height,
                                          std::span<const unsigned char> pixels);
 
 /// Writes `bytes` to the file `utf8Path` as Platform::writeWholeFile does: where an ordinary file is
-/// replaced, with its permissions kept. Throws PictureFileError where any step fails, and then leaves nothing
+/// replaced, with its permissions kept. Throws PictureFileError if any step fails, and then leaves nothing
 /// behind and an older file untouched. A symbolic link to a file is followed.
 void writeWholeFile(const std::string& utf8Path, std::span<const unsigned char> bytes);
 
-/// Throws PictureFileError where writeWholeFile could not even begin. Leaves nothing behind and touches no
+/// Throws PictureFileError if writeWholeFile could not even begin. Leaves nothing behind and touches no
 /// file that exists.
 void checkWritable(const std::string& utf8Path);
 

@@ -11,7 +11,7 @@ namespace {
 
 struct CodePoint {
     std::uint32_t value = 0;
-    std::size_t bytes = 0; ///< 0 where the text does not start with a well-formed sequence
+    std::size_t bytes = 0; ///< 0 if the text does not start with a well-formed sequence
 };
 
 std::uint8_t byteAt(std::string_view text, std::size_t index) {

@@ -18,7 +18,7 @@ class ProgressBar {
 public:
     using Clock = std::chrono::steady_clock;
 
-    /// Draws on `stream`, which must outlive it, only where that is a terminal.
+    /// Draws on `stream`, which must outlive it, only if that is a terminal.
     explicit ProgressBar(std::FILE* stream);
     ProgressBar(const ProgressBar&) = delete;
     ProgressBar& operator=(const ProgressBar&) = delete;

@@ -18,7 +18,7 @@ public:
     /// A line's message, in the order they come.
     void take(std::string_view message);
 
-    /// Whether any line of it came: there is none where a logging configuration has turned them off.
+    /// Whether any line of it came: there is none if a logging configuration has turned them off.
     bool hasBegun() const { return hasBegun_; }
 
     /// Whether the search has begun and still waits for datagrams.

@@ -25,7 +25,7 @@ struct SimulateOptions {
 };
 
 /// The cameras to serve: the one of the command line, or those of the configuration file that are asked for.
-/// Throws Simulator::CameraSetError, also where the file has no such camera.
+/// Throws Simulator::CameraSetError, also if the file has no such camera.
 std::vector<Simulator::CameraEntry> camerasToServe(const SimulateOptions& options);
 
 /// Adds the options of `korva simulate` to its command; `options` must outlive the parse.

@@ -1,5 +1,5 @@
 #pragma once
-// Where the log lines of the plug-in go while the tool runs.
+// If the log lines of the plug-in go while the tool runs.
 
 #include <functional>
 #include <memory>

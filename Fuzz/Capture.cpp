@@ -85,7 +85,7 @@ Bytes answerTo(std::size_t index, std::uint8_t choice, View file) {
     }
 }
 
-/// True where the answer stands in the input: a message to be mended, or bytes, with the connection's end
+/// True if the answer stands in the input: a message to be mended, or bytes, with the connection's end
 /// behind them or not.
 bool isInInput(std::uint8_t choice) {
     return choice >= mendedMessage && choice <= bytesThenClosed;
@@ -154,7 +154,7 @@ Bytes soundPicture() {
     return file;
 }
 
-/// True where the device gave a picture.
+/// True if the device gave a picture.
 bool capture(Fuzz::FuzzedDevice& device, const std::vector<Answer>& answers) {
     KorvaCamera& camera = device.answering(answers);
     auto& imaging =

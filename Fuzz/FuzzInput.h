@@ -20,7 +20,7 @@ public:
 
     bool isEmpty() const { return rest_.empty(); }
 
-    /// The next byte; 0 where none is left.
+    /// The next byte; 0 if none is left.
     std::uint8_t byte() {
         if (rest_.empty())
             return 0;

@@ -21,7 +21,7 @@ inline bool isImage(const ArgView& arg) {
     return arg.type == static_cast<std::uint8_t>(Korva::Binary::ArgCode::GetImage);
 }
 
-/// True where the reader takes such a value.
+/// True if the reader takes such a value.
 inline bool isReadable(const ArgView& arg) {
     return isImage(arg) || arg.value.size() <= Korva::Binary::inlineValueBytes;
 }

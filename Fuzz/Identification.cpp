@@ -1,5 +1,5 @@
 // A whole identification over a scripted transport. The input is the camera's three text replies, each ended
-// by a record separator (0x1E) and none where it is empty, and then the file of its sample picture.
+// by a record separator (0x1E) and none if it is empty, and then the file of its sample picture.
 
 #include "PngChunks.h"
 

@@ -30,7 +30,7 @@ public:
         return number;
     }
 
-    /// False where another device has it.
+    /// False if another device has it.
     bool change(int from, int to) {
         const std::scoped_lock lock(mutex_);
         if (from == to)

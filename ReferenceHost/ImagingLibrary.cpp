@@ -20,7 +20,7 @@ std::atomic<std::size_t> liveImages{0};
 
 constexpr unsigned int bitsPerSample = 8;
 
-/// width x height x samples; throws std::bad_alloc where no memory could hold as many bytes.
+/// width x height x samples; throws std::bad_alloc if no memory could hold as many bytes.
 std::size_t byteCountOf(unsigned int width, unsigned int height, unsigned int samplesPerPixel) {
     const std::uint64_t pixels = std::uint64_t{width} * height;
     constexpr auto most = static_cast<std::uint64_t>(std::numeric_limits<std::ptrdiff_t>::max());

@@ -61,7 +61,7 @@ std::size_t lumaOfWholeVectors(const unsigned char* HWY_RESTRICT rgb, std::size_
 
 #else
 
-/// Where there are no vectors, none is filled.
+/// If there are no vectors, none is filled.
 std::size_t lumaOfWholeVectors(const unsigned char*, std::size_t, unsigned char*) {
     return 0;
 }

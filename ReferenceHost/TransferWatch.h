@@ -25,7 +25,7 @@ struct OperationEnd {
     TransferClock::time_point end() const { return begin + time; }
 };
 
-/// That of the calling thread; nothing where it has none.
+/// That of the calling thread; nothing if it has none.
 std::optional<OperationEnd> currentOperationEnd();
 
 /// What a communicator without limits of its own is to obey that connects now on the calling thread.
@@ -49,13 +49,13 @@ public:
     /// A read begins or goes on: the time from here on counts where an answer has begun.
     void waitFrom(Clock::time_point now) { lastLook_ = now; }
 
-    /// `bytes` have arrived since the last look, 0 where none have.
+    /// `bytes` have arrived since the last look, 0 if none have.
     void look(std::size_t bytes, Clock::time_point now);
 
     /// When a limit will be past if nothing arrives; the clock's last moment where none will.
     Clock::time_point deadline(const std::optional<OperationEnd>& operation) const;
 
-    /// Which limit is past at `now`, in words for an exception; empty where none is.
+    /// Which limit is past at `now`, in words for an exception; empty if none is.
     std::string passed(const std::optional<OperationEnd>& operation, Clock::time_point now) const;
 
 private:

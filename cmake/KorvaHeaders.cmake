@@ -37,7 +37,7 @@ function(korva_private_headers target)
   korva_headers(${name} ${arg_UNPARSED_ARGUMENTS})
 endfunction()
 
-# korva_expect_all_headers(FOLDER...): configuring fails where a header below a folder belongs to none of the above.
+# korva_expect_all_headers(FOLDER...): configuring fails if a header below a folder belongs to none of the above.
 function(korva_expect_all_headers)
   list(TRANSFORM ARGV PREPEND "${PROJECT_SOURCE_DIR}/" OUTPUT_VARIABLE patterns)
   list(TRANSFORM patterns APPEND "/*.h")

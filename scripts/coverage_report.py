@@ -108,7 +108,7 @@ class Source:
     def ways(self):
         """Line, taken or not, of every way out of a decision."""
         for (number, _, _), copies in sorted(self.branches.items()):
-            # A copy that never ran says nothing where another one did.
+            # A copy that never ran says nothing if another one did.
             ran = [counts for ran, counts in copies if ran] or [copies[0][1]]
             by_length = collections.defaultdict(list)
             for counts in ran:

@@ -17,7 +17,7 @@ public:
                                                             int timeoutMs);
 
     /// A new, unconnected communicator from a "connection" element, whose children "address", "port" and,
-    /// where it is not the default, "timeout" (milliseconds) name it, in any order; of two children of one
+    /// if it is not the default, "timeout" (milliseconds) name it, in any order; of two children of one
     /// name the last one counts, and any other child is skipped. A time-out above the default of 5000 ms
     /// counts as 5000, a negative one as -1. The caller owns it. Throws DeviceException for a null node, a
     /// missing or empty address, a port that is missing or not 1 to 65535, and a time-out that is no number.

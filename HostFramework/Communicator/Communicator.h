@@ -22,7 +22,7 @@ public:
     virtual void writeBytes(const void* data, unsigned int count, bool discardUnread, int reserved) = 0;
 
     /// Receives up to `count` bytes into `data` and returns how many arrived within `timeoutMs`
-    /// milliseconds; 0 where none did. Throws DeviceException where the connection is broken or closed and
+    /// milliseconds; 0 if none did. Throws DeviceException if the connection is broken or closed and
     /// nothing was received. The third argument is reserved; callers pass 1.
     virtual int readBytes(void* data, unsigned int count, int reserved, unsigned int timeoutMs) = 0;
 

@@ -10,7 +10,7 @@ class Communicator;
 /// Address, port and connect time-out of an Ethernet communicator, without its connection.
 class HOSTFRAMEWORK_EXPORT CommunicatorTemplate {
 public:
-    /// Notes what `communicator` was made from and keeps no reference to it. Throws DeviceException where it
+    /// Notes what `communicator` was made from and keeps no reference to it. Throws DeviceException if it
     /// is no EthernetCommunicator, null included.
     explicit CommunicatorTemplate(const Communicator* communicator);
 

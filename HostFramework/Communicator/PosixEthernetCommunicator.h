@@ -26,7 +26,7 @@ public:
     std::wstring getAddress() const override;
     int getPort() const override;
 
-    /// Sends all or throws DeviceException, also where the device takes nothing for 10 s.
+    /// Sends all or throws DeviceException, also if the device takes nothing for 10 s.
     /// `discardUnread` drops unread input before sending; where there is any, until the line has been quiet
     /// for 20 ms, at most 64 MiB and 3 s.
     void writeBytes(const void* data, unsigned int count, bool discardUnread, int reserved) override;
@@ -49,7 +49,7 @@ public:
     /// This communicator's own limits, from its next connect on, in place of those that the host has set for
     /// all (ReferenceHost/OperationLimits.h). Whatever they are, an end that the host has set to what the
     /// calling thread does holds too. Past a limit, connect, write and read close the connection and throw
-    /// DeviceException with the limit, the bytes received and the seconds, a read also where it has received
+    /// DeviceException with the limit, the bytes received and the seconds, a read also if it has received
     /// something.
     void setLimits(const TransportLimits& limits);
 

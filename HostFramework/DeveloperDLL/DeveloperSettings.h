@@ -13,7 +13,7 @@ namespace DeveloperSettings {
 class HOSTFRAMEWORK_EXPORT Boolean {
 public:
     explicit Boolean(const char* name);
-    /// True where the store's text is "true" or "1".
+    /// True if the store's text is "true" or "1".
     bool value() const;
 
 private:

@@ -35,14 +35,14 @@ public:
     BaseDevice();
     ~BaseDevice() override; // slot 0
 
-    /// Slot 1: true where a handler for the command's type name is installed. Any thread.
+    /// Slot 1: true if a handler for the command's type name is installed. Any thread.
     virtual bool supports(const Cmd& command) const;
     /// Slot 2: executes the command, as execInternal does, on a thread of the host's own. What that throws,
     /// the future gives. The device must live until the future is ready, and the future waits for that
-    /// before it goes. Throws std::system_error where no thread can be had. Any thread; two commands of one
+    /// before it goes. Throws std::system_error if no thread can be had. Any thread; two commands of one
     /// device that may not overlap are the caller's to keep apart.
     virtual std::future<void> execAsync(std::shared_ptr<Cmd> command, CmdResultCallbacks callbacks);
-    /// Slot 3: executes the command on the calling thread and calls `callbacks.done`. Where there is no
+    /// Slot 3: executes the command on the calling thread and calls `callbacks.done`. If there is no
     /// handler for it, and for null, that is an UnsupportedCommandException; that and what the handler throws
     /// goes to `callbacks.failed` and then to the caller. The handler runs outside the table's lock.
     virtual void execInternal(std::shared_ptr<Cmd> command, const CmdResultCallbacks& callbacks);
@@ -64,7 +64,7 @@ protected:
     }
 
 private:
-    /// A copy, which runs without the lock. Throws UnsupportedCommandException where there is none.
+    /// A copy, which runs without the lock. Throws UnsupportedCommandException if there is none.
     CmdHandler handlerOf(const std::shared_ptr<Cmd>& command) const;
 
     mutable std::mutex handlersMutex_;

@@ -14,7 +14,7 @@ extern template class HOSTFRAMEWORK_EXPORT SetCmd<NetworkHealthCallback>;
 
 namespace Capture {
 
-/// Takes a picture and moves it into the image: 8-bit grey, of the camera's size. Where the camera gives no
+/// Takes a picture and moves it into the image: 8-bit grey, of the camera's size. If the camera gives no
 /// picture its pixels say nothing: the network-health callback tells.
 class HOSTFRAMEWORK_EXPORT FillMonoImage : public SetCmd<image_t&> {
 public:

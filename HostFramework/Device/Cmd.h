@@ -22,7 +22,7 @@ public:
     /// The command class's run-time type name, under which devices keep their handlers.
     virtual std::string getTypeName() const;
 
-    /// The command's key text, UTF-8; empty where it has none.
+    /// The command's key text, UTF-8; empty if it has none.
     const std::string& getKey() const { return key_; }
 
 private:

@@ -18,17 +18,17 @@ class DeviceType;
 /// its base.
 class HOSTFRAMEWORK_EXPORT Device : public virtual Tolvane::DeviceFramework2::Device::BaseDevice {
 public:
-    /// Takes the communicator over, also where it throws; null for a device without a connection.
+    /// Takes the communicator over, also if it throws; null for a device without a connection.
     explicit Device(Communicator* communicator);
 
     virtual std::wstring getName() const;           // slot 0: as set, else the description
     virtual void setName(const std::wstring& name); // slot 1
     /// Slot 2: a positive number that no other living device of the process has.
     virtual int getId() const;
-    /// Slot 3: takes another number. Throws DeviceException where another living device has it.
+    /// Slot 3: takes another number. Throws DeviceException if another living device has it.
     virtual void updateId(int id);
     virtual const DeviceType& getType() const = 0; // slot 4
-    /// Slot 5: the same in every session and unlike any other device's; empty where it is not known.
+    /// Slot 5: the same in every session and unlike any other device's; empty if it is not known.
     virtual std::wstring getUID() const;
     virtual std::wstring getModel() const;         // slot 6
     virtual int getModelId() const;                // slot 7: as set, 0 at first
@@ -41,10 +41,10 @@ public:
     /// hold that one's connection.
     virtual void setCommunicator(Communicator* communicator);
     virtual bool containsInterface(const std::wstring& interfaceType) const; // slot 14
-    /// Slot 15: asks the device whether it answers. Here: true where its communicator connects. Never
+    /// Slot 15: asks the device whether it answers. Here: true if its communicator connects. Never
     /// throws for what the device or its connection does.
     virtual bool isAlive();
-    virtual bool isOffline() const;         // slot 16: true where it has no communicator
+    virtual bool isOffline() const;         // slot 16: true if it has no communicator
     virtual bool canDeviceDoTiling() const; // slot 17: here false
     /// Slot 18: the stored description, UTF-8: what toXml(stream, 0) writes.
     virtual std::string toXml() const;
@@ -73,10 +73,10 @@ public:
     /// Slot 32: writes the children of the description, `indent` blanks before each line: what setIdentity
     /// was given, and an element "connection" where the device has a network address.
     virtual void toXmlInternal(std::ostream& stream, int indent) const;
-    virtual bool startThread(); // slot 33: false where the device polls nothing, as here
+    virtual bool startThread(); // slot 33: false if the device polls nothing, as here
     ~Device() override;
 
-    /// True where data wait for somebody to fetch them, as setDataWaiting and its kin have marked.
+    /// True if data wait for somebody to fetch them, as setDataWaiting and its kin have marked.
     bool isDataWaiting() const;
 
     /// Adds an interface, which the device owns from then on, also where this throws. Throws

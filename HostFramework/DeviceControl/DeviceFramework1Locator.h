@@ -19,6 +19,6 @@ public:
     virtual void broadcastObserverSearch(BroadcastWorkerObserver* observer, unsigned int reserved) = 0;
     /// Slot 3: a search of one address range.
     virtual void rangeObserverSearch(BroadcastWorkerObserver* observer) = 0;
-    /// Slot 4: true where the family can be searched for by address range.
+    /// Slot 4: true if the family can be searched for by address range.
     virtual bool supportsRangeSearch() const = 0;
 };

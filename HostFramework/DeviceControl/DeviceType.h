@@ -22,12 +22,12 @@ public:
     DeviceType& operator=(const DeviceType&) = delete;
 
     virtual ~DeviceType(); // slot 0
-    /// Slot 1: the names of the variants that the family distinguishes; empty where it distinguishes none.
+    /// Slot 1: the names of the variants that the family distinguishes; empty if it distinguishes none.
     virtual std::vector<std::wstring> getVariants() const = 0;
-    /// Slot 2: true where devices of this family may answer that command: the host's FillMonoImage,
+    /// Slot 2: true if devices of this family may answer that command: the host's FillMonoImage,
     /// FillNativeImage and SetNetworkHealthCallback.
     virtual bool supports(const Tolvane::DeviceFramework2::Device::Cmd& command) const;
-    /// Slot 3: true where `other` is of the same family. Null is not.
+    /// Slot 3: true if `other` is of the same family. Null is not.
     virtual bool isSameType(const DeviceType* other) const = 0;
 
     /// Short code of the family.
@@ -41,7 +41,7 @@ public:
     DeviceBuilder& getBuilder() const { return *builder_; }
 
 protected:
-    /// Takes both factories over, also where it throws.
+    /// Takes both factories over, also if it throws.
     DeviceType(const std::wstring& code, const std::wstring& version, const std::wstring& name,
                DeviceFramework1Locator* locator, DeviceBuilder* builder);
 

@@ -25,7 +25,7 @@ public:
     /// Slot 2: `image` in grey, 8 bits, one sample. A one-sample image is returned itself; of a three-sample
     /// one a new image is made, which the caller owns beside the old one. The grey value is the luma of
     /// Recommendation ITU-R BT.601, 0.299 R + 0.587 G + 0.114 B, rounded to the nearest integer, halves up.
-    /// Throws std::bad_alloc where memory is short.
+    /// Throws std::bad_alloc if memory is short.
     virtual Image* convertToGreyscale(Image* image) = 0;
 
     virtual ~ImagingLibrary();

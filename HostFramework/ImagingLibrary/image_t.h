@@ -63,11 +63,11 @@ public:
     /// 1, 3, 4 or 2 channels; 0 for an unknown layout.
     static std::uint32_t channels(std::uint32_t format) noexcept;
 
-    /// The bytes of a picture of that format and size, or 0 where the format is unknown, the width is
+    /// The bytes of a picture of that format and size, or 0 if the format is unknown, the width is
     /// negative or the number does not fit in a std::ptrdiff_t. (A picture without pixels has 0 bytes too.)
     static std::size_t byteCount(std::uint32_t format, std::int32_t width, std::uint32_t height) noexcept;
 
-    /// True where the constructor would try to allocate a buffer of its own for that picture.
+    /// True if the constructor would try to allocate a buffer of its own for that picture.
     static bool isAllocatable(std::uint32_t format, std::int32_t width, std::uint32_t height) noexcept;
 
     /// Sets the most bytes that an image allocates for itself. Process-wide, any thread.

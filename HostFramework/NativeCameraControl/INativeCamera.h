@@ -23,6 +23,6 @@ public:
     virtual void setGain(double gain) = 0;                  // slot 6
     virtual Point<int, 2> getResolution() const = 0;        // slot 7: width and height in pixels
     virtual CameraInfo getCameraInfo() const = 0;           // slot 8
-    virtual std::wstring getEmbeddedIntrinsics() const = 0; // slot 9: empty where the camera stores none
+    virtual std::wstring getEmbeddedIntrinsics() const = 0; // slot 9: empty if the camera stores none
     virtual ~INativeCamera();                               // slot 10
 };

@@ -21,6 +21,6 @@ public:
     virtual void setExposureTime(int time) = 0; // slot 7: in units of 10 microseconds
     virtual int getExposureTime() = 0;          // slot 8: as last set
     /// Slot 9: takes a picture. 8-bit grey pixels, resolution x by y, valid until the next picture of this
-    /// camera and owned by it; null where it failed.
+    /// camera and owned by it; null if it failed.
     virtual void* getImage() = 0;
 };

@@ -15,7 +15,7 @@
 /// the MAC address. Its stored description has a "CameraInfo" and a "connection" element.
 class HOSTFRAMEWORK_EXPORT NativeCamera : public INativeCamera, public Device2Bridge {
 public:
-    /// Takes the communicator over, also where it throws.
+    /// Takes the communicator over, also if it throws.
     NativeCamera(Communicator* communicator, const CameraInfo& info);
 
     /// As the ImagingInterface has it, 8 without one.
@@ -24,7 +24,7 @@ public:
     void setBitDepth(int bits) override;
     /// As the ImagingInterface has it, 0 without one.
     int getExposureTime() const override;
-    /// Throws DeviceException where the camera has no ImagingInterface.
+    /// Throws DeviceException if the camera has no ImagingInterface.
     void setExposureTime(int time) override;
     bool hasGainControl() const override; // false
     double getGain() const override;      // 1.0

@@ -1,5 +1,5 @@
 #pragma once
-// Where the host keeps what helps to find faults.
+// If the host keeps what helps to find faults.
 
 #include "HostFrameworkExport.h"
 

@@ -21,11 +21,11 @@ struct Adapter {
     bool isUp = false;
     bool isLoopback = false;
     bool isEthernet = false;
-    std::vector<unsigned char> hardwareAddress; ///< empty where it has none
+    std::vector<unsigned char> hardwareAddress; ///< empty if it has none
     std::vector<Address> addresses;             ///< the main one first
 };
 
-/// All adapters, in the system's order; nothing where the system does not tell.
+/// All adapters, in the system's order; nothing if the system does not tell.
 std::optional<std::vector<Adapter>> listAdapters();
 
 } // namespace Platform

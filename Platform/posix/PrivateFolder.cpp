@@ -13,7 +13,7 @@ namespace fs = std::filesystem;
 
 constexpr mode_t ownersOnly = S_IRWXU;
 
-/// The folder that a variable of the environment names; empty where it names none.
+/// The folder that a variable of the environment names; empty if it names none.
 fs::path folderNamedBy(const char* variable) {
     const char* const text = secure_getenv(variable);
     const fs::path folder = text == nullptr ? "" : text;

@@ -10,7 +10,7 @@
 namespace Platform {
 
 struct Resolution {
-    std::vector<sockaddr_in> addresses; ///< port 0; empty where the name did not resolve
+    std::vector<sockaddr_in> addresses; ///< port 0; empty if the name did not resolve
     bool timedOut = false;
     std::string reason; ///< UTF-8; why there are none
 };

@@ -12,7 +12,7 @@ namespace {
 /// The states in which an entry's hardware address is good, as the system itself uses it.
 constexpr unsigned knownStates = NUD_PERMANENT | NUD_REACHABLE | NUD_STALE | NUD_DELAY | NUD_PROBE;
 
-/// The attribute of a type among the `bytes` bytes of them that start at `first`; null where there is none.
+/// The attribute of a type among the `bytes` bytes of them that start at `first`; null if there is none.
 const rtattr* findAttribute(const rtattr* first, std::size_t bytes, unsigned type) {
     for (const rtattr* each = first; RTA_OK(each, bytes); each = RTA_NEXT(each, bytes)) {
         if (each->rta_type == type)
@@ -59,7 +59,7 @@ struct Platform::Rtnetlink::Answer {
                header().nlmsg_len <= size;
     }
 
-    /// The message's body; null where it is of another type or too short.
+    /// The message's body; null if it is of another type or too short.
     template <class Body>
     const Body* body(std::uint16_t type) const {
         const bool fits = header().nlmsg_type == type && header().nlmsg_len >= NLMSG_LENGTH(sizeof(Body));
@@ -87,7 +87,7 @@ Platform::Rtnetlink::~Rtnetlink() {
         close(descriptor_);
 }
 
-/// Sends the request and receives its answer. False where there is none; an error is an answer.
+/// Sends the request and receives its answer. False if there is none; an error is an answer.
 bool Platform::Rtnetlink::ask(Request& request, Answer& answer) {
     request.header().nlmsg_seq = ++sequence_;
     if (send(descriptor_, request.bytes, request.header().nlmsg_len, 0) < 0)

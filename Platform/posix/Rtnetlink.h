@@ -26,7 +26,7 @@ public:
     struct Neighbour {
         /// The system is asking, or has not yet; it has failed where neither this nor an address is there.
         bool isPending = false;
-        std::vector<unsigned char> hardwareAddress; ///< empty where it is not known
+        std::vector<unsigned char> hardwareAddress; ///< empty if it is not known
     };
 
     Rtnetlink();
@@ -34,13 +34,13 @@ public:
     Rtnetlink& operator=(const Rtnetlink&) = delete;
     ~Rtnetlink();
 
-    /// False where the system gives no such socket; the questions then find nothing.
+    /// False if the system gives no such socket; the questions then find nothing.
     bool isOpen() const { return descriptor_ >= 0; }
 
     /// The route to an address, from the own address `source` or 0 for any; both in network byte order.
     Route routeTo(std::uint32_t destination, std::uint32_t source);
 
-    /// The entry of an adapter's neighbour `address`; nothing where there is none.
+    /// The entry of an adapter's neighbour `address`; nothing if there is none.
     std::optional<Neighbour> neighbour(unsigned adapterIndex, std::uint32_t address);
 
 private:

@@ -35,7 +35,7 @@ bool wouldBlock(int error) {
     return error == EAGAIN || error == EWOULDBLOCK;
 }
 
-/// Waits for `events` until `deadline`: 1 where one came, 0 where none did, else -1 with errno.
+/// Waits for `events` until `deadline`: 1 if one came, 0 if none did, else -1 with errno.
 int waitFor(int descriptor, short events, TcpSocket::Clock::time_point deadline) {
     for (;;) {
         const auto left = std::chrono::ceil<milliseconds>(deadline - TcpSocket::Clock::now()).count();

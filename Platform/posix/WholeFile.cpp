@@ -63,7 +63,7 @@ public:
     /// Why the path cannot be one of a file.
     std::error_code error() const { return error_; }
 
-    /// Nobody sees the file before it has a name. None where the file system has no such files.
+    /// Nobody sees the file before it has a name. None if the file system has no such files.
     Descriptor openWithoutName() const {
         return Descriptor(open(folder_.c_str(), O_TMPFILE | O_WRONLY | O_CLOEXEC, firstMode()));
     }
@@ -92,7 +92,7 @@ public:
         return flush(file);
     }
 
-    /// False where a file without a name cannot get one here.
+    /// False if a file without a name cannot get one here.
     bool giveName(const Descriptor& file) const {
         const std::string open = "/proc/self/fd/" + std::to_string(file.number());
         const auto linkAs = [&open](const std::string& name) {

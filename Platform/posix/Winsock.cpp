@@ -112,7 +112,7 @@ int setReceiveTimeout(Winsock::SOCKET socket, const char* value, std::size_t byt
     return setSystemOption(socket, SO_RCVTIMEO, &time, sizeof time);
 }
 
-/// The moment at which the socket's receive time-out is over; nothing where it has none.
+/// The moment at which the socket's receive time-out is over; nothing if it has none.
 std::optional<steady_clock::time_point> receiveDeadline(int descriptor) {
     timeval time{};
     socklen_t bytes = sizeof time;

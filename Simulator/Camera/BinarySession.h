@@ -27,7 +27,7 @@ private:
     /// A granted request whose answer is not ready.
     struct UnderWay {
         std::optional<Fault> fault;
-        SharedOrder black; ///< the picture of a fault; null where none is due
+        SharedOrder black; ///< the picture of a fault; null if none is due
     };
 
     std::optional<Reaction> answerMessage(ByteView message);

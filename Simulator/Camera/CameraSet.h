@@ -23,7 +23,7 @@ inline constexpr std::size_t mostCamerasOfSet = 256;
 /// Reads {"cameras": [{"address": "10.77.1.11", "model": "M615", ...}, ...]}. A camera's keys are those of
 /// settingTable(); only "address" must be there. `name` is the path of the file that the text is from: it
 /// names the text in messages, and a picture of a scene is a regular file in its folder or below it, whatever
-/// the path written leads through. Throws CameraSetError where the text is not such a description, has no
+/// the path written leads through. Throws CameraSetError if the text is not such a description, has no
 /// camera or more than `mostCamerasOfSet`, or says what a camera cannot be.
 std::vector<CameraEntry> parseCameraSet(std::string_view text, const std::string& name);
 

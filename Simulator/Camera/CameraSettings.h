@@ -27,10 +27,10 @@ enum class Service {
 /// The picture size of a model of the table, for any other text that of the first one.
 PictureSize pictureSizeOfModel(std::string_view model);
 
-/// "1676x1266" as a size. Nothing where the text is not two numbers from 1 to 65535 with an x between them.
+/// "1676x1266" as a size. Nothing if the text is not two numbers from 1 to 65535 with an x between them.
 std::optional<PictureSize> pictureSizeFromText(std::string_view text);
 
-/// Throws std::invalid_argument where no camera takes pictures of this size: sides of 1 to 65535, 64 Mi
+/// Throws std::invalid_argument if no camera takes pictures of this size: sides of 1 to 65535, 64 Mi
 /// pixels in all.
 void requirePictureSize(PictureSize size);
 

@@ -43,7 +43,7 @@ public:
     /// few that were rendered are kept. Renders nothing.
     SharedOrder order(SceneKind scene, const Configuration& configuration);
 
-    /// Renders a piece of the picture that was asked for first; nothing where all are done. What goes wrong
+    /// Renders a piece of the picture that was asked for first; nothing if all are done. What goes wrong
     /// is the order's failure.
     void work();
 

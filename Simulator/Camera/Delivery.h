@@ -12,7 +12,7 @@ namespace Simulator {
 /// The action that sends the whole of `answer` at once.
 Action sendWhole(SharedBytes answer);
 
-/// The actions that deliver `answer` with `fault`; nothing where `fault` is not one of delivery.
+/// The actions that deliver `answer` with `fault`; nothing if `fault` is not one of delivery.
 std::optional<std::vector<Action>> faultedDelivery(const Fault& fault, const SharedBytes& answer,
                                                    std::uint64_t seed);
 

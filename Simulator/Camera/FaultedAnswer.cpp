@@ -18,7 +18,7 @@ constexpr std::uint8_t unknownCode = 99;
 constexpr std::size_t longValueBytes = 8;
 constexpr std::size_t mostArguments = 255;
 constexpr std::uint32_t hugeImageBytes = 0x7FFFFFFF;
-constexpr std::size_t garbageBytes = 4096;
+constexpr std::size_t garbagePictureBytes = 4096;
 constexpr std::size_t valueOffset = headerBytes + argumentHeaderBytes;
 constexpr std::size_t lengthOffset = 1;
 constexpr std::size_t argumentLengthOffset = headerBytes + 1;
@@ -76,7 +76,7 @@ Bytes wrongResponse(ByteView answer) {
 }
 
 Bytes garbagePicture(std::uint64_t seed) {
-    Bytes garbage(garbageBytes);
+    Bytes garbage(garbagePictureBytes);
     for (std::size_t index = 0; index < garbage.size(); ++index)
         garbage[index] = static_cast<std::uint8_t>(randomBits(seed, index));
     garbage.front() = 0xAA; // neither format begins so, whatever the seed

@@ -8,7 +8,7 @@
 
 namespace Simulator {
 
-/// "10.77.1.11" as 0x0A4D010B. Nothing where the text is not four numbers from 0 to 255 between three dots,
+/// "10.77.1.11" as 0x0A4D010B. Nothing if the text is not four numbers from 0 to 255 between three dots,
 /// each of at most three digits.
 std::optional<std::uint32_t> ipv4FromText(std::string_view text);
 

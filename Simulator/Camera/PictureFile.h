@@ -23,7 +23,7 @@ public:
     virtual bool makeRoom() { return true; }
 
     /// Adds the next row, from the top down: all samples of a row of the size that the file was begun with.
-    /// Throws std::runtime_error where the picture cannot be written.
+    /// Throws std::runtime_error if the picture cannot be written.
     virtual void addRow(std::span<const std::uint16_t> samples) = 0;
 
     /// The whole file, behind the bytes that it was begun with. Called once, after the last row. Throws as

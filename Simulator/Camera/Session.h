@@ -57,7 +57,7 @@ public:
     /// one client cannot pile up answers.
     virtual std::optional<Reaction> next() = 0;
 
-    /// True where a call of next() brings an answer on without further bytes: each does only so much of the
+    /// True if a call of next() brings an answer on without further bytes: each does only so much of the
     /// work.
     virtual bool isWorking() const { return false; }
 

@@ -25,7 +25,7 @@ std::string nameOf(const sockaddr_in& peer) {
            " (discovery) ";
 }
 
-/// This machine's own address at which a datagram came in, also where it was sent to everybody; 0 if unknown.
+/// This machine's own address at which a datagram came in, also if it was sent to everybody; 0 if unknown.
 std::uint32_t addressAskedAt(msghdr& message) {
     for (cmsghdr* each = CMSG_FIRSTHDR(&message); each != nullptr; each = CMSG_NXTHDR(&message, each)) {
         if (each->cmsg_level != IPPROTO_IP || each->cmsg_type != IP_PKTINFO)

@@ -29,7 +29,7 @@ public:
     /// `log` outlive the port.
     DiscoveryPort(Camera& camera, const std::string& address, std::uint16_t port, const EventLog& log);
 
-    /// The port served; 0 where discovery is refused.
+    /// The port served; 0 if discovery is refused.
     std::uint16_t port() const { return sockets_.empty() ? std::uint16_t{0} : portOf(sockets_.front()); }
 
     /// The addresses beside the camera's own at which queries are heard.

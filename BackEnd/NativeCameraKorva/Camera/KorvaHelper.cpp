@@ -99,7 +99,7 @@ void logTiming(const char* what, const CaptureStopwatch& watch) {
     KORVA_LOG(logger, Debug, "KorvaHelper", what << watch.elapsedMs() << "ms");
 }
 
-/// Sends `args` and replaces them by the answer's. False, logged, where the answer cannot be read or is not
+/// Sends `args` and replaces them by the answer's. False, logged, if the answer cannot be read or is not
 /// the wanted one.
 bool perform(const Exchange& exchange, const Request& request, std::vector<FullArg>& args,
              CaptureStopwatch& watch) {
@@ -172,7 +172,7 @@ std::string describeSamples(std::uint32_t format) {
     return std::to_string(channels) + " of " + std::to_string(bits) + " bits";
 }
 
-/// True where the buffer begins with the pixels' samples, 16 bits each. An empty picture has none to hold.
+/// True if the buffer begins with the pixels' samples, 16 bits each. An empty picture has none to hold.
 bool holdsSamples(const image_t& picture, unsigned int samplesPerPixel) {
     const bool has16Bits = (picture.format & ~image_t::layoutMask) == image_t::depth16;
     if (pixelCount(picture) == 0 || (has16Bits && image_t::channels(picture.format) >= samplesPerPixel))
@@ -184,14 +184,14 @@ bool holdsSamples(const image_t& picture, unsigned int samplesPerPixel) {
     return false;
 }
 
-/// True where more of the pixels are black than a picture may have. An empty picture is not black.
+/// True if more of the pixels are black than a picture may have. An empty picture is not black.
 bool isAllBlack(std::size_t black, std::size_t pixels) {
     if (pixels == 0)
         return false;
     return static_cast<double>(black) / static_cast<double>(pixels) > blackPictureRatio;
 }
 
-/// Reduces the samples in place. False, logged, where the picture is all black.
+/// Reduces the samples in place. False, logged, if the picture is all black.
 bool reduce(image_t& picture, unsigned int samplesPerPixel, CaptureStopwatch& watch) {
     watch.start();
     const std::size_t pixels = pixelCount(picture);

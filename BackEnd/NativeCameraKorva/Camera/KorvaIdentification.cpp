@@ -55,7 +55,7 @@ public:
     explicit Conversation(EthernetCommunicator& camera) : camera_(camera), connection_(camera) {}
 
     /// Sends `query` and adds the reply's entries to those of the earlier ones. Throws DeviceException,
-    /// logged, where none comes; `what` names it there.
+    /// logged, if none comes; `what` names it there.
     void ask(const std::string& query, const char* what) {
         camera_.writeBytes(query.data(), static_cast<unsigned int>(query.size()), discardUnread, reserved);
         Reply reply{};
@@ -82,7 +82,7 @@ private:
     CommParser entries_;
 };
 
-/// Throws DeviceException, logged, where the camera's model must have a newer firmware.
+/// Throws DeviceException, logged, if the camera's model must have a newer firmware.
 void requireSoftwareVersion(const Identity& identity) {
     const bool isM61 = endsWithOrIsOneShorter(identity.hardwareId, modelM61);
     if (!isM61 || checkSoftwareVersion(identity.softwareVersion))

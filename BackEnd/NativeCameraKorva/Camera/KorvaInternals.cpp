@@ -66,7 +66,7 @@ void* KorvaInternals::getImaging1Image() {
             KORVA_LOG_AT_LINE(logger, Error, "KorvaInternals", 107, "Unknown error during image capture");
         }
     } catch (...) {
-        // A line that cannot be logged, as where memory is short, changes nothing.
+        // A line that cannot be logged, as when memory is short, changes nothing.
     }
     reportFailure(NetworkHealth::captureFailed);
     return nullptr;
@@ -131,7 +131,7 @@ bool KorvaInternals::validateConnection() {
     return false;
 }
 
-/// True where the camera answers with a message that can be read. What it says is deliberately not judged.
+/// True if the camera answers with a message that can be read. What it says is deliberately not judged.
 bool KorvaInternals::probe() {
     Communicator* const communicator = camera_->getCommunicator();
     if (communicator == nullptr)

@@ -11,7 +11,7 @@
 namespace Korva {
 namespace {
 
-/// The low 8 bits of the decimal number at the beginning of `piece`, 0 where there is none. Numbers beyond an
+/// The low 8 bits of the decimal number at the beginning of `piece`, 0 if there is none. Numbers beyond an
 /// int's count as its largest or smallest.
 std::uint8_t lowByte(const std::string& piece) {
     constexpr long smallest = std::numeric_limits<int>::min();

@@ -45,7 +45,7 @@ void closeOnce(SOCKET& socket) {
         closesocket(std::exchange(socket, INVALID_SOCKET));
 }
 
-/// In network byte order; 0 where the text is no address.
+/// In network byte order; 0 if the text is no address.
 IPAddr addressOf(const std::string& text) {
     IPAddr address = 0;
     static_cast<void>(inet_pton(AF_INET, text.c_str(), &address));
@@ -79,7 +79,7 @@ int sendQuery(SOCKET socket, const in_addr& address) {
                   reinterpret_cast<const sockaddr*>(&destination), static_cast<int>(sizeof destination));
 }
 
-// A line that cannot be logged, as where memory is short, neither ends the search nor keeps a socket open.
+// A line that cannot be logged, as when memory is short, neither ends the search nor keeps a socket open.
 
 void logSkipped(const KorvaCameraLocator::FoundKorva& korva) noexcept {
     try {
@@ -130,7 +130,7 @@ void KorvaCameraLocator::broadcastObserverSearch(BroadcastWorkerObserver* observ
     }
 }
 
-/// Asks and gathers. False where there is nothing to go on with.
+/// Asks and gathers. False if there is nothing to go on with.
 bool KorvaCameraLocator::discover(std::vector<FoundKorva>& found) {
     SOCKET opened = INVALID_SOCKET;
     try {
@@ -153,7 +153,7 @@ bool KorvaCameraLocator::discover(std::vector<FoundKorva>& found) {
     }
 }
 
-/// Sends the query on every adapter. Where that fails, closes the socket and sets it to INVALID_SOCKET.
+/// Sends the query on every adapter. If that fails, closes the socket and sets it to INVALID_SOCKET.
 bool KorvaCameraLocator::sendDiscoveryQuery(SOCKET& socket) {
     if (setsockopt(socket, SOL_SOCKET, SO_BROADCAST, &broadcastOn, sizeof broadcastOn) != 0) {
         closeOnce(socket);

@@ -18,7 +18,7 @@ const log4cxx::LoggerPtr logger = log4cxx::Logger::getLogger("Plenar.KorvaCamera
 
 constexpr char separator = static_cast<char>(std::filesystem::path::preferred_separator);
 
-/// The local time as the C library writes it, without what a file name cannot hold; empty where there is
+/// The local time as the C library writes it, without what a file name cannot hold; empty if there is
 /// none.
 std::string timeText() {
     const __time64_t now = _time64(nullptr);

@@ -135,7 +135,7 @@ void requestTransformations(png_structp png, int colourType, int bitDepth) {
 // libpng's errors jump into the next two functions, over whatever called it. So neither they nor the read
 // callback have anything to destroy, and what must be freed belongs to their caller.
 
-/// Reads all that stands before the pixels. False where the file is broken or its picture too large.
+/// Reads all that stands before the pixels. False if the file is broken or its picture too large.
 bool readForm(const PngReader& reader, Source& source, PictureForm& form) {
     if (setjmp(reader.errorReturn()) != 0)
         return false;

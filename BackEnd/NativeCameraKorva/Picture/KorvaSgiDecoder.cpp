@@ -26,7 +26,7 @@ std::uint16_t field16(const Header& header, std::size_t offset) {
     return static_cast<std::uint16_t>(header[offset] << 8 | header[offset + 1]);
 }
 
-/// The format code that a header stands for, 0 where it is not one that is accepted.
+/// The format code that a header stands for, 0 if it is not one that is accepted.
 std::uint32_t formatOf(const Header& header) {
     const bool isSgi = field16(header, 0) == 474;
     const bool isVerbatim = header[2] == 0;

@@ -152,7 +152,7 @@ bool MessageReader::isConsistent(std::uint32_t valueBytes) const {
     return false;
 }
 
-/// Where the value goes; null, with an error line, where it has no place.
+/// Where the value goes; null, with an error line, if it has no place.
 unsigned char* MessageReader::valueStore(FullArg& arg, std::uint32_t valueBytes) {
     if (arg.header.type != static_cast<std::uint8_t>(ArgCode::GetImage)) {
         if (valueBytes <= inlineValueBytes)

@@ -28,7 +28,7 @@ namespace Platform {
 
 /// `std::fopen` for writing, `mode` "wb", whose path is UTF-8 on every system. An ordinary file is
 /// overwritten where it is the user's own and has no other name; a symbolic link of that name is not
-/// followed, and neither a pipe nor a device is opened. A new file has what the umask leaves. Null where the
+/// followed, and neither a pipe nor a device is opened. A new file has what the umask leaves. Null if the
 /// file cannot be opened, and for every other mode.
 std::FILE* fopen(const char* utf8Path, const char* mode);
 

@@ -28,7 +28,7 @@ public:
 
     bool isLoaded() const noexcept { return handle_ != nullptr; }
 
-    /// The address of an exported symbol by its undecorated name; null where there is none.
+    /// The address of an exported symbol by its undecorated name; null if there is none.
     void* find(const char* name) const noexcept;
 
 private:

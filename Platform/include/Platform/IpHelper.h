@@ -86,7 +86,7 @@ DWORD GetAdaptersInfo(IP_ADAPTER_INFO* adapters, ULONG* bytes);
 /// length.
 ///
 /// An own address answers at once with its adapter's hardware address; the loopback's has no bytes, so its
-/// length is 0. Any other is answered from the system's table, and where that has no entry the system is made
+/// length is 0. Any other is answered from the system's table, and if that has no entry the system is made
 /// to ask; this blocks for about 3 s at most.
 ///
 /// NO_ERROR; ERROR_BAD_NET_NAME where nobody answers, and at once for an address of no network of this

@@ -5,7 +5,7 @@
 
 namespace Platform {
 
-/// The folder that holds the running program's file, UTF-8, absolute, links resolved; empty where the system
+/// The folder that holds the running program's file, UTF-8, absolute, links resolved; empty if the system
 /// does not say.
 std::string programFolder();
 

@@ -15,7 +15,7 @@ std::FILE* standardError() noexcept;
 
 /// For its lifetime, what is written to the C library's `stderr` goes, line by line, to a function of the
 /// program's instead. Standard error itself, standardError() and std::cerr stay as they are. One at a time;
-/// it comes and goes while no other thread writes to `stderr`. Does nothing where the C library cannot
+/// it comes and goes while no other thread writes to `stderr`. Does nothing if the C library cannot
 /// exchange that stream.
 class LibraryErrors {
 public:
@@ -36,7 +36,7 @@ public:
 private:
     class Lines;
     std::unique_ptr<Lines> lines_;
-    std::FILE* stream_ = nullptr; ///< in the place of `stderr`; null where that is as it was
+    std::FILE* stream_ = nullptr; ///< in the place of `stderr`; null if that is as it was
 };
 
 } // namespace Platform

@@ -21,7 +21,7 @@ enum class SocketStatus {
 struct SocketResult {
     SocketStatus status = SocketStatus::done;
     std::size_t bytes = 0; ///< how many were sent, received or dropped, however the operation ended
-    std::string reason;    ///< UTF-8; empty where the operation was done
+    std::string reason;    ///< UTF-8; empty if the operation was done
 };
 
 /// One TCP connection over IPv4, used by one thread at a time. Interruptions by signals do not end an
@@ -61,7 +61,7 @@ public:
     /// the first to come until `deadline`. A deadline that is past only looks.
     SocketResult receive(void* data, std::size_t count, Clock::time_point deadline);
 
-    /// Drops what was received and not read. Where there is anything, goes on until the line has been
+    /// Drops what was received and not read. If there is anything, goes on until the line has been
     /// silent for `quiet`, so that the tail of what the peer is still sending goes too. It is done, not
     /// timed out, when a bound ends it. Costs no wait where nothing is there.
     SocketResult discardUnread(std::chrono::milliseconds quiet, const DiscardBounds& bounds);

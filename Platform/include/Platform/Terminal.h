@@ -5,7 +5,7 @@
 
 namespace Platform {
 
-/// True where `stream` is a terminal.
+/// True if `stream` is a terminal.
 bool isTerminal(std::FILE* stream);
 
 /// The terminal's width in columns; 80 where `stream` is no terminal or does not say.

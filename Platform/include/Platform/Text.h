@@ -11,7 +11,7 @@
 namespace Platform {
 
 /// UTF-8 to wide, malformed text becoming U+FFFD. Empty for an empty text, for one of more than INT_MAX
-/// bytes and where the conversion fails.
+/// bytes and if the conversion fails.
 inline std::wstring wideFromUtf8(std::string_view text) {
     if (text.empty() || text.size() > static_cast<std::size_t>(std::numeric_limits<int>::max()))
         return {};

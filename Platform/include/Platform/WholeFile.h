@@ -13,7 +13,7 @@ namespace Platform {
 /// is replaced, not followed.
 ///
 /// Whatever ends the process meanwhile, the name stands for the old file or the new one, and nothing else is
-/// left behind: the bytes have no name before they are complete. Where the file system has no files without
+/// left behind: the bytes have no name before they are complete. If the file system has no files without
 /// name, they are in a hidden ".korva-...part" beside it, and what would end the process waits until that has
 /// gone (SIGHUP, SIGINT, SIGQUIT, SIGTERM; SIGKILL does not wait). A size limit is a failure, not a signal.
 ///

@@ -121,7 +121,7 @@ int sendto(SOCKET socket, const char* data, int length, int flags, const sockadd
 int closesocket(SOCKET socket);
 
 /// Stores the four bytes of an IPv4 address in strict dotted decimal at `address`, in network byte order. 1;
-/// 0 where the text is none, and `address` is left alone; -1 for another family (WSAEAFNOSUPPORT) or a null
+/// 0 if the text is none, and `address` is left alone; -1 for another family (WSAEAFNOSUPPORT) or a null
 /// pointer (WSAEFAULT).
 int inet_pton(int family, const char* text, void* address);
 

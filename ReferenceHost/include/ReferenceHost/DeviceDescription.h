@@ -32,7 +32,7 @@ public:
     ~DeviceDescription();
 
     /// Reads a file, of which no more than the bound above is read. Throws DeviceException, which names the
-    /// file, also where it cannot be read.
+    /// file, also if it cannot be read.
     static DeviceDescription fromFile(const std::filesystem::path& file);
 
     /// The document's root element, such as "Device": what DeviceBuilder::build takes. Lives as long as this

@@ -10,7 +10,7 @@
 
 /// Logs `message`, a chain of stream insertions, at `LevelName` (Trace, Debug, Info, Warn, Error). The
 /// location names the file "BackEnd/NativeCameraKorva/" `file`, the enclosing function's full signature and
-/// `line`. The message is built only where the level is enabled. Its numbers look the same whatever the
+/// `line`. The message is built only if the level is enabled. Its numbers look the same whatever the
 /// process's global locale is.
 #define KORVA_LOG_AT_LINE(logger, LevelName, file, line, message)                                            \
     KORVA_LOG_THROUGH(std::ostringstream, logger, LevelName, file, line, message)

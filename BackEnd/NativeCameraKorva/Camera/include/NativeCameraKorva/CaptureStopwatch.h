@@ -11,12 +11,12 @@ public:
     /// Records the counter and sets the watch running; a running watch starts anew.
     void start();
 
-    /// Where the watch runs: stores the interval since start(), adds it to the total and counts it. In any
+    /// If the watch runs: stores the interval since start(), adds it to the total and counts it. In any
     /// case the watch does not run afterwards.
     void stop();
 
     /// The last interval in milliseconds: the counts divided by the frequency as whole seconds plus the
-    /// remainder over the frequency in double, times 1000.0. 0 where the frequency cannot be had.
+    /// remainder over the frequency in double, times 1000.0. 0 if the frequency cannot be had.
     double elapsedMs() const;
 
     bool running() const { return running_; }

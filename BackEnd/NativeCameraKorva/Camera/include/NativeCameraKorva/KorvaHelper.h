@@ -22,7 +22,7 @@ namespace Korva {
 /// sent. `delayBeforeTake`: wait 10 s between the configuration and the take request.
 ///
 /// Returns a new grey 8-bit image, which the caller gives back to the imaging library; one of 0 x 0 pixels
-/// where the file could not be decoded; null where both attempts failed, for which each left its log lines.
+/// if the file could not be decoded; null if both attempts failed, for which each left its log lines.
 /// What the transport and the imaging library throw passes to the caller; nothing is leaked.
 KORVA_EXPORT Image* capture(Communicator* communicator, bool forceMode1, bool png, bool monochrome,
                             int exposure, bool delayBeforeTake);
@@ -31,18 +31,18 @@ KORVA_EXPORT Image* capture(Communicator* communicator, bool forceMode1, bool pn
 /// the call) who it is, and returns its description. The resolution comes from the hardware identifier or,
 /// where that is unknown, from a sample picture over a second connection, to the binary port.
 ///
-/// `macAddress`: the camera's MAC address where the caller knows it. It is stored as given, even where it is
+/// `macAddress`: the camera's MAC address where the caller knows it. It is stored as given, even if it is
 /// empty: the look-up that is then made shows only in the log.
 /// What the camera leaves out of its replies is empty in the description. Blocks the calling thread, up to 4
 /// s for each of three replies.
 ///
-/// Throws DeviceException, after an error line with the same text, where the camera does not answer a query,
-/// where an M61 has a firmware older than 3.2.15 and where no resolution can be found; without a line where
+/// Throws DeviceException, after an error line with the same text, if the camera does not answer a query,
+/// if an M61 has a firmware older than 3.2.15 and if no resolution can be found; without a line where
 /// `communicator` is no EthernetCommunicator. What the transport throws passes to the caller; nothing is
 /// leaked.
 KORVA_EXPORT CameraInfo determineCameraInfo(Communicator* communicator, const std::string macAddress);
 
-/// True where `version` has three numbers joined by dots that are 3.2.15 or later. Of each number the low 8
+/// True if `version` has three numbers joined by dots that are 3.2.15 or later. Of each number the low 8
 /// bits count; what follows its digits is ignored, and no digits are 0. A dot at the end adds no number.
 KORVA_EXPORT bool checkSoftwareVersion(std::string version);
 

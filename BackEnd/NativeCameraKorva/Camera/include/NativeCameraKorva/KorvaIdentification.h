@@ -14,7 +14,7 @@ namespace Korva {
 /// The MAC address that stands for a failed lookup.
 inline constexpr char unknownMacAddress[] = "00-00-00-00-00-00";
 
-/// True where `text` ends with `suffix` and, deliberately, wherever it is one character shorter, whatever it
+/// True if `text` ends with `suffix` and, deliberately, wherever it is one character shorter, whatever it
 /// says. So it comes of how the ends are compared: the last occurrence of `suffix` with (length of text -
 /// length of suffix), in unsigned sizes, where "not found" is the largest one, as is 0 - 1. An empty suffix
 /// always matches.

@@ -34,7 +34,7 @@ public:
     /// where it is. Of a larger picture its first pixels, with a warn line; one with fewer pixels, or with
     /// none at all, is no picture.
     ///
-    /// Reports pictureCaptured. Null where there is no picture, after an error line and the report
+    /// Reports pictureCaptured. Null if there is no picture, after an error line and the report
     /// captureFailed; that is also the outcome where the report of the picture throws.
     void* getImaging1Image();
 

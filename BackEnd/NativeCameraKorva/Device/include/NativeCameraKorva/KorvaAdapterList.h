@@ -15,7 +15,7 @@ std::string textOf(const IP_ADDRESS_STRING& entry);
 /// Walks the adapters once. It stays within its memory whatever the list's links say. Used by one thread.
 class AdapterList {
 public:
-    /// Room for `bytes` bytes, as GetAdaptersInfo asks for. Throws std::bad_alloc where there is no such
+    /// Room for `bytes` bytes, as GetAdaptersInfo asks for. Throws std::bad_alloc if there is no such
     /// room.
     explicit AdapterList(ULONG bytes);
     AdapterList(const AdapterList&) = delete;

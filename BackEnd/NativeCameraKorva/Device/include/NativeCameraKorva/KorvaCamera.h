@@ -24,7 +24,7 @@ class KorvaInternals;
 /// destructor, the overrides behind it.
 class KorvaCamera final : public NativeCamera {
 public:
-    /// Takes the communicator over, also where it throws; null for a camera that cannot be reached.
+    /// Takes the communicator over, also if it throws; null for a camera that cannot be reached.
     KorvaCamera(Communicator* communicator, const CameraInfo& info);
     ~KorvaCamera() override;
 

@@ -14,13 +14,13 @@ public:
     ~KorvaCameraBuilder() override;
 
     /// From a stored description: an element with a "CameraInfo" and a "connection" among its children. The
-    /// names are compared exactly; of several children of one name the last one counts. Null where one is
+    /// names are compared exactly; of several children of one name the last one counts. Null if one is
     /// missing, where the description is not of this camera family, and for a null element. What the host
     /// throws while it reads them passes to the caller.
     Device* build(xercesc::DOMNode* element) const override;
 
-    /// From what a search found. Null, without a log line, where the template is no NativeCameraTemplate or
-    /// not of this camera family, and where the host throws its older layer's DeviceException; what else it
+    /// From what a search found. Null, without a log line, if the template is no NativeCameraTemplate or
+    /// not of this camera family, and if the host throws its older layer's DeviceException; what else it
     /// throws passes.
     Device* build(const DeviceTemplate& deviceTemplate) const override;
 

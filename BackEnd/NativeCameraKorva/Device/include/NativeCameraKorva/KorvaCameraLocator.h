@@ -32,14 +32,14 @@ public:
     ///
     /// A camera that cannot be identified is skipped, with its log lines, as is one for which the observer
     /// throws; the template belongs to the observer then too. Throws nothing for what the network, the
-    /// system, a camera or the observer does. Where the query cannot be sent there is no search.
+    /// system, a camera or the observer does. If the query cannot be sent there is no search.
     void broadcastObserverSearch(BroadcastWorkerObserver* observer, unsigned int reserved) override;
 
     /// Nothing: a broadcast finds them all.
     void rangeObserverSearch(BroadcastWorkerObserver* observer) override;
     bool supportsRangeSearch() const override; ///< false
 
-    /// Reads one reply, a zero-terminated text. False where it is no camera's or lacks room or address; both
+    /// Reads one reply, a zero-terminated text. False if it is no camera's or lacks room or address; both
     /// may be set even so.
     static bool parseDiscoveryReply(const char* text, std::string& room, std::string& ip);
 

@@ -15,7 +15,7 @@ public:
     KorvaImagingInterface(Device& device, std::shared_ptr<KorvaInternals> internals);
     ~KorvaImagingInterface() override;
 
-    /// As the camera's description has it. Throws std::bad_cast where the device is no KorvaCamera.
+    /// As the camera's description has it. Throws std::bad_cast if the device is no KorvaCamera.
     Point<int, 2> getResolution() override;
     int getBitDepth() override; // 8
     void setExposureTime(int time) override;

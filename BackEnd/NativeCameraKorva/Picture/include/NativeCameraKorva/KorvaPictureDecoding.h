@@ -15,7 +15,7 @@ namespace Korva {
 /// alone where there is none.
 ///
 /// An empty image where the file is broken, cut short or too large, where a text before the pixels is longer
-/// than 16 MiB, and where a transparency chunk makes the rows other than the format says. A text that unpacks
+/// than 16 MiB, and if a transparency chunk makes the rows other than the format says. A text that unpacks
 /// to more than 8,000,000 bytes is passed over. Never throws. What is wrong with the file libpng says on
 /// standard error.
 image_t decodePng(std::istream& file, std::string& text);

@@ -30,11 +30,11 @@ KORVA_EXPORT bool createAndSendMessage(Command command, std::vector<FullArg>& ar
 /// Reads one message: `header` gets its six bytes, `args` one more entry per argument (callers clear it
 /// beforehand).
 ///
-/// True where the message was read and its checksum matches, and, with a warn line, where the checksum of a
+/// True if the message was read and its checksum matches, and, with a warn line, if the checksum of a
 /// message whose first argument is a GetImage does not. False, with an error or warn line, where bytes are
 /// missing, where the transport answers a read with more than was asked or less than nothing, where an
 /// argument runs past the announced length, where an argument other than GetImage announces more than 4 value
-/// bytes, and where a GetImage value takes the message's images above 256 MiB or its memory cannot be had.
+/// bytes, and if a GetImage value takes the message's images above 256 MiB or its memory cannot be had.
 /// On failure arguments already read stay in `args`. What the transport throws passes to the caller.
 KORVA_EXPORT bool parseIncomingMessage(Communicator* communicator, Header& header,
                                        std::vector<FullArg>& args);

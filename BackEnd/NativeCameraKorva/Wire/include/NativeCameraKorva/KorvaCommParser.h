@@ -33,7 +33,7 @@ public:
     bool isParsed();
 
     /// The entry behind the first entry that equals `key`, whether that is a key or a value: where the key
-    /// had no value, the next key. Empty where no entry equals it or none follows.
+    /// had no value, the next key. Empty if no entry equals it or none follows.
     std::string getValue(const std::string& key);
 
 private:
