@@ -202,10 +202,12 @@ def write(board):
         output.write(page(board))
 
 
-def rewrite():
-    """The page anew from the figures that are there."""
+def rewrite(saved):
+    """The page anew from the figures that are there, and from those of the longer runs given."""
     with open(FIGURES, encoding="utf-8") as text:
-        write(json.load(text))
+        board = json.load(text)
+    board["longer"] += [run for run in saved if run not in board["longer"]]
+    write(board)
     return 0
 
 
@@ -215,14 +217,14 @@ def main():
     parser.add_argument("--from", dest="logs", nargs="+", default=[], metavar="LOG")
     parser.add_argument("--page", action="store_true")
     arguments = parser.parse_args()
-    if arguments.page:
-        return rewrite()
     if arguments.minutes < 1:
         parser.error("MINUTES must be at least 1")
     try:
         saved = [read_log(path) for path in arguments.logs]
     except (OSError, ValueError) as error:
         parser.error(str(error))
+    if arguments.page:
+        return rewrite(saved)
 
     os.makedirs(LOGS, exist_ok=True)
     date = datetime.datetime.now(datetime.timezone.utc).strftime("%Y-%m-%d %H:%M UTC")

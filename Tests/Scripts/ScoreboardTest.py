@@ -339,7 +339,7 @@ class Page(unittest.TestCase):
         with open(os.path.join(docs, "Reliability.md"), encoding="utf-8") as text:
             self.assertEqual(text.read(), scoreboard_page.page(board))
 
-    def test_is_written_anew_from_its_figures(self):
+    def test_is_written_anew_from_its_figures_and_from_logs_each_once(self):
         self.addCleanup(os.chdir, os.getcwd())
         with tempfile.TemporaryDirectory() as folder:
             os.chdir(folder)
@@ -347,11 +347,16 @@ class Page(unittest.TestCase):
             board = board_of(program_with("soak", SOAK))
             scoreboard.write(board)
             os.remove(scoreboard.DOCUMENT)
+            with open("log", "w", encoding="utf-8") as log:
+                log.write("run: 2026-01-02 03:04 UTC: scripts/attack asan\nfigure: attack, asan: findings: 0\n")
+            arguments = ["scoreboard", "--page", "--from", "log"]
             with unittest.mock.patch.object(scoreboard, "programs", lambda minutes: []):
-                with unittest.mock.patch.object(sys, "argv", ["scoreboard", "--page"]):
-                    self.assertEqual(scoreboard.main(), 0)
-            with open(scoreboard.DOCUMENT, encoding="utf-8") as text:
-                self.assertEqual(text.read(), scoreboard_page.page(board))
+                for given in (arguments[:2], arguments, arguments):
+                    with unittest.mock.patch.object(sys, "argv", given):
+                        self.assertEqual(scoreboard.main(), 0)
+                    with open(scoreboard.DOCUMENT, encoding="utf-8") as text:
+                        self.assertEqual(text.read(), scoreboard_page.page(board))
+                    board["longer"] = [scoreboard.read_log("log")]
             os.chdir(os.sep)
 
 
