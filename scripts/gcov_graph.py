@@ -1,6 +1,7 @@
 """Reads the notes (.gcno) that g++ 12 and later write beside an object for gcov: which way each function can go.
 
-gcov's own output does not tell code that only an exception reaches from other code; these graphs do.
+gcov's own output does not tell code that only an exception reaches from other code; these graphs do. llvm-cov reads
+the notes of g++ 4.8 at the latest, and clang's own counters would judge another compiler's build than the tests'.
 """
 
 import collections
