@@ -5,6 +5,8 @@
 
 #include <gmock/gmock.h>
 
+#include <utility>
+
 namespace Simulator {
 
 using namespace Testing;
@@ -12,86 +14,64 @@ using ::testing::ElementsAre;
 
 namespace {
 
+class BinarySessionTest : public ::testing::Test {
+protected:
+    Bytes ask(const Bytes& request) { return answerTo(session, request); }
+    /// The answer to the last of these.
+    Bytes ask(std::initializer_list<Bytes> requests) {
+        Bytes answer;
+        for (const Bytes& request : requests)
+            answer = ask(request);
+        return answer;
+    }
+
+    Camera camera{smallCamera()};
+    BinarySession session{camera};
+};
+
 /// A session with a camera of one fault.
 struct FaultySession {
-    explicit FaultySession(std::string_view fault) : camera(settingsWith(fault)) {}
+    explicit FaultySession(std::string_view fault) : camera(smallCameraWith({fault})) {}
 
-    static CameraSettings settingsWith(std::string_view fault) {
-        CameraSettings settings = smallCamera();
-        settings.faults = {parseFault(fault)};
-        return settings;
-    }
+    Bytes ask(const Bytes& request) { return answerTo(session, request); }
 
     Camera camera;
     BinarySession session{camera};
 };
 
-class BinarySessionTest : public ::testing::Test {
-protected:
-    Camera camera{smallCamera()};
-    BinarySession session{camera};
-};
+const Bytes noPicture = errorAnswer(ErrorCode::noPicture);
+const Bytes notConfigured = errorAnswer(ErrorCode::notConfigured);
+constexpr std::uint8_t picture = 6;
 
 } // namespace
 
-TEST_F(BinarySessionTest, AnswersProbeInAnyState) {
-    EXPECT_EQ(answerTo(session, probeRequest), doneAnswer);
-    EXPECT_EQ(answerTo(session, configureRequest), doneAnswer);
-    EXPECT_EQ(answerTo(session, probeRequest), doneAnswer);
-    EXPECT_EQ(answerTo(session, takeRequest), doneAnswer);
-    EXPECT_EQ(answerTo(session, probeRequest), doneAnswer);
+TEST_F(BinarySessionTest, AnswersProbeInAnyStateAndChangesNothing) {
+    EXPECT_EQ(ask(probeRequest), doneAnswer);
+    EXPECT_EQ(ask(takeRequest), notConfigured);
+    for (const Bytes& request : {configureRequest, probeRequest, takeRequest, probeRequest})
+        EXPECT_EQ(ask(request), doneAnswer);
+    const Bytes before = ask(getRequest);
+    EXPECT_EQ(ask({probeRequest, getRequest}), before);
 }
 
-TEST_F(BinarySessionTest, ProbeChangesNothing) {
-    answerTo(session, configureRequest);
-    answerTo(session, takeRequest);
-    const Bytes before = answerTo(session, getRequest);
-    answerTo(session, probeRequest);
-    EXPECT_EQ(answerTo(session, getRequest), before);
-}
-
-TEST_F(BinarySessionTest, ProbeIsNoConfiguration) {
-    answerTo(session, probeRequest);
-    EXPECT_EQ(answerTo(session, takeRequest), errorAnswer(ErrorCode::notConfigured));
-}
-
-TEST_F(BinarySessionTest, RefusesTakeBeforeConfigure) {
-    EXPECT_EQ(answerTo(session, takeRequest), errorAnswer(ErrorCode::notConfigured));
-    EXPECT_EQ(answerTo(session, configureRequest), doneAnswer);
-    EXPECT_EQ(answerTo(session, takeRequest), doneAnswer);
-}
-
-TEST_F(BinarySessionTest, RefusesGetBeforeTake) {
-    EXPECT_EQ(answerTo(session, getRequest), errorAnswer(ErrorCode::noPicture));
-    answerTo(session, configureRequest);
-    EXPECT_EQ(answerTo(session, getRequest), errorAnswer(ErrorCode::noPicture));
-}
-
-TEST_F(BinarySessionTest, ConfigurationDropsTheEarlierPicture) {
-    answerTo(session, configureRequest);
-    answerTo(session, takeRequest);
-    answerTo(session, configureRequest);
-    EXPECT_EQ(answerTo(session, getRequest), errorAnswer(ErrorCode::noPicture));
+TEST_F(BinarySessionTest, RefusesGetBeforeTakeAndBehindAConfiguration) {
+    EXPECT_EQ(ask(getRequest), noPicture);
+    EXPECT_EQ(ask({configureRequest, getRequest}), noPicture);
+    EXPECT_EQ(ask({takeRequest, getRequest}).at(6), picture);
+    EXPECT_EQ(ask({configureRequest, getRequest}), noPicture);
 }
 
 TEST_F(BinarySessionTest, RefusedConfigurationChangesNothing) {
-    answerTo(session, configureRequest);
-    answerTo(session, takeRequest);
-    EXPECT_EQ(answerTo(session, configureWith(0, 2, 1)), errorAnswer(ErrorCode::valueOutOfRange));
-    EXPECT_EQ(answerTo(session, getRequest).at(6), 6);
+    ask({configureWith(15, 2, 1), takeRequest});
+    EXPECT_EQ(ask(configureWith(0, 3, 1)), errorAnswer(ErrorCode::valueOutOfRange));
+    EXPECT_EQ(ask(getRequest), *camera.pictureAnswer({15, 2, PictureFormat::sgi}));
 }
 
 TEST_F(BinarySessionTest, GivesThePictureAsConfigured) {
-    answerTo(session, configureWith(15, 3, 2));
-    answerTo(session, takeRequest);
-    const Bytes png = answerTo(session, getRequest);
+    const Bytes png = ask({configureWith(15, 3, 2), takeRequest, getRequest});
     EXPECT_EQ(Bytes(png.begin() + 12, png.begin() + 15), bytesOf({'P', 'N', 'G'}));
-    answerTo(session, configureWith(15, 3, 1));
-    answerTo(session, takeRequest);
-    EXPECT_EQ(answerTo(session, getRequest).size(), 13U + 512 + 8 * 3 * 2);
-    answerTo(session, configureWith(15, 1, 1));
-    answerTo(session, takeRequest);
-    EXPECT_EQ(answerTo(session, getRequest).size(), 13U + 512 + 8 * 3 * 3 * 2);
+    EXPECT_EQ(ask({configureWith(15, 3, 1), takeRequest, getRequest}).size(), 13U + 512 + 8 * 3 * 2);
+    EXPECT_EQ(ask({configureWith(15, 1, 1), takeRequest, getRequest}).size(), 13U + 512 + 8 * 3 * 3 * 2);
 }
 
 TEST(BinarySession, RendersWhereAPictureIsFetchedAndNotWhereItIsTaken) {
@@ -117,13 +97,6 @@ TEST(BinarySession, RendersWhereAPictureIsFetchedAndNotWhereItIsTaken) {
     EXPECT_EQ(sentBytes(reaction.value_or(Reaction()).actions), *last->answer);
 }
 
-TEST_F(BinarySessionTest, GivesThePictureOfTheSettingsAtTheTake) {
-    answerTo(session, configureWith(15, 2, 1));
-    answerTo(session, takeRequest);
-    EXPECT_EQ(answerTo(session, configureWith(0, 3, 1)), errorAnswer(ErrorCode::valueOutOfRange));
-    EXPECT_EQ(answerTo(session, getRequest), *camera.pictureAnswer({15, 2, PictureFormat::sgi}));
-}
-
 TEST(BinarySession, DrawsAFaultOnceHoweverLongThePictureTakes) {
     CameraSettings settings = smallCamera();
     settings.size = PictureSize{64, 256};
@@ -139,28 +112,28 @@ TEST(BinarySession, DrawsAFaultOnceHoweverLongThePictureTakes) {
 }
 
 TEST_F(BinarySessionTest, SaysEachRequestInWords) {
-    EXPECT_THAT(reactionTo(session, probeRequest).events, ElementsAre("probe: format 0 -> Done"));
-    EXPECT_THAT(reactionTo(session, takeRequest).events, ElementsAre("take -> Error 8 (not configured)"));
-    EXPECT_THAT(reactionTo(session, configureWith(15, 2, 1)).events,
-                ElementsAre("configure: exposure 1.5 s, mode 2, SGI, depth 16, shift 4 -> Done"));
-    EXPECT_THAT(reactionTo(session, takeRequest).events, ElementsAre("take -> Done"));
-    EXPECT_THAT(reactionTo(session, getRequest).events, ElementsAre("get -> GetImage, 669 bytes in all"));
-    EXPECT_THAT(reactionTo(session, configureWith(15, 9, 1)).events,
-                ElementsAre("request of 39 bytes -> Error 7 (value out of range)"));
+    for (const auto& [request, words] : {
+             std::pair(probeRequest, "probe: format 0 -> Done"),
+             std::pair(takeRequest, "take -> Error 8 (not configured)"),
+             std::pair(configureWith(15, 2, 1),
+                       "configure: exposure 1.5 s, mode 2, SGI, depth 16, shift 4 -> Done"),
+             std::pair(takeRequest, "take -> Done"),
+             std::pair(getRequest, "get -> GetImage, 669 bytes in all"),
+             std::pair(configureWith(15, 9, 1), "request of 39 bytes -> Error 7 (value out of range)"),
+         })
+        EXPECT_THAT(reactionTo(session, request).events, ElementsAre(words));
 }
 
 TEST_F(BinarySessionTest, StaysOpenAfterAWrongChecksum) {
     Bytes wrong = probeRequest;
     wrong.back() = 0;
-    EXPECT_EQ(answerTo(session, wrong), errorAnswer(ErrorCode::badChecksum));
-    EXPECT_EQ(answerTo(session, probeRequest), doneAnswer);
+    EXPECT_EQ(ask(wrong), errorAnswer(ErrorCode::badChecksum));
+    EXPECT_EQ(ask(probeRequest), doneAnswer);
 }
 
 TEST_F(BinarySessionTest, ClosesWhenItCannotTellWhereTheNextMessageBegins) {
     const Reaction reaction = reactionTo(session, bytesOf({'G', 'E', 'T', ' ', '/', ' '}));
-    EXPECT_EQ(sentBytes(reaction.actions), errorAnswer(ErrorCode::badLength));
-    ASSERT_EQ(reaction.actions.size(), 2U);
-    EXPECT_TRUE(std::holds_alternative<CloseConnection>(reaction.actions[1]));
+    EXPECT_EQ(told(reaction.actions, hex), hex(errorAnswer(ErrorCode::badLength)) + ", close");
     EXPECT_THAT(reaction.events,
                 ElementsAre("message of 1163141167 bytes announced -> Error 2 (wrong length)"));
     session.append(probeRequest);
@@ -180,36 +153,28 @@ TEST_F(BinarySessionTest, FedByteByByteAnswersAsFedAtOnce) {
     wrong.back() = 0;
     const Bytes all = joined({probeRequest, getRequest, wrong, configureRequest, takeRequest, getRequest,
                               bytesOf({1, 0, 0, 0, 0, 0}), probeRequest});
-    session.append(all);
-    Bytes atOnce;
-    std::vector<std::string> eventsAtOnce;
-    for (const Reaction& reaction : reactionsOf(session)) {
-        atOnce = joined({atOnce, sentBytes(reaction.actions)});
-        eventsAtOnce.insert(eventsAtOnce.end(), reaction.events.begin(), reaction.events.end());
-    }
-
-    BinarySession other(camera);
-    Bytes byteByByte;
-    std::vector<std::string> eventsByteByByte;
-    for (const std::uint8_t byte : all) {
-        other.append({&byte, 1});
-        for (const Reaction& reaction : reactionsOf(other)) {
-            byteByByte = joined({byteByByte, sentBytes(reaction.actions)});
-            eventsByteByByte.insert(eventsByteByByte.end(), reaction.events.begin(), reaction.events.end());
+    const auto fed = [&](std::size_t pieceBytes) {
+        BinarySession fresh(camera);
+        std::vector<std::string> heard;
+        for (ByteView rest(all); !rest.empty(); rest = rest.subspan(pieceBytes)) {
+            fresh.append(rest.first(pieceBytes));
+            for (const Reaction& reaction : reactionsOf(fresh)) {
+                heard.push_back(told(reaction.actions, hex));
+                heard.insert(heard.end(), reaction.events.begin(), reaction.events.end());
+            }
         }
-    }
-    EXPECT_EQ(eventsAtOnce.size(), 7U);
-    EXPECT_EQ(byteByByte, atOnce);
-    EXPECT_EQ(eventsByteByByte, eventsAtOnce);
+        return heard;
+    };
+    EXPECT_EQ(fed(all.size()).size(), 2U * 7);
+    EXPECT_EQ(fed(1), fed(all.size()));
 }
 
 TEST_F(BinarySessionTest, TwoSessionsDoNotDisturbEachOther) {
     BinarySession other(camera);
-    answerTo(session, configureRequest);
-    answerTo(session, takeRequest);
-    EXPECT_EQ(answerTo(other, takeRequest), errorAnswer(ErrorCode::notConfigured));
+    ask({configureRequest, takeRequest});
+    EXPECT_EQ(answerTo(other, takeRequest), notConfigured);
     answerTo(other, configureRequest);
-    EXPECT_EQ(answerTo(session, getRequest).at(6), 6);
+    EXPECT_EQ(ask(getRequest).at(6), picture);
 }
 
 TEST(BinarySession, SurvivesGarbageBehindAnyHeader) {
@@ -242,63 +207,51 @@ TEST(BinarySession, SurvivesPureGarbage) {
     EXPECT_EQ(reactionsOf(session).size(), 1U);
 }
 
-TEST(BinarySession, WaitsTheExposureWhenTold) {
-    CameraSettings settings = smallCamera();
-    settings.waitExposure = true;
-    Camera camera(settings);
-    BinarySession session(camera);
-    EXPECT_EQ(reactionTo(session, configureWith(15, 2, 1)).actions.size(), 1U);
-    const Reaction taken = reactionTo(session, takeRequest);
-    ASSERT_EQ(taken.actions.size(), 2U);
-    EXPECT_EQ(std::get<Pause>(taken.actions[0]).length.count(), 1500);
-    EXPECT_EQ(sentBytes(taken.actions), doneAnswer);
-}
-
-TEST(BinarySession, DoesNotWaitTheExposureByDefault) {
-    Camera camera(smallCamera());
-    BinarySession session(camera);
-    answerTo(session, configureWith(3600, 2, 1));
-    EXPECT_EQ(reactionTo(session, takeRequest).actions.size(), 1U);
+TEST(BinarySession, WaitsTheExposureIfTold) {
+    const std::string done = hex(doneAnswer);
+    for (const bool waits : {false, true}) {
+        CameraSettings settings = smallCamera();
+        settings.waitExposure = waits;
+        Camera camera(settings);
+        BinarySession session(camera);
+        EXPECT_EQ(told(reactionTo(session, configureWith(15, 2, 1)).actions, hex), done);
+        EXPECT_EQ(told(reactionTo(session, takeRequest).actions, hex), waits ? "pause 1500, " + done : done);
+    }
 }
 
 TEST(BinarySession, NamesTheFaultItApplied) {
     FaultySession faulty("probe:checksum*1");
-    BinarySession& session = faulty.session;
-    EXPECT_THAT(reactionTo(session, probeRequest).events,
+    EXPECT_THAT(reactionTo(faulty.session, probeRequest).events,
                 ElementsAre("probe: format 0 -> Done", "fault probe:checksum*1"));
-    EXPECT_THAT(reactionTo(session, probeRequest).events, ElementsAre("probe: format 0 -> Done"));
+    EXPECT_THAT(reactionTo(faulty.session, probeRequest).events, ElementsAre("probe: format 0 -> Done"));
 }
 
 TEST(BinarySession, FaultErrorCarriesNothingOut) {
     FaultySession faulty("take:error=7*1");
-    BinarySession& session = faulty.session;
-    answerTo(session, configureRequest);
-    EXPECT_EQ(answerTo(session, takeRequest), encodeErrorAnswer(7));
-    EXPECT_EQ(answerTo(session, getRequest), errorAnswer(ErrorCode::noPicture));
+    faulty.ask(configureRequest);
+    EXPECT_EQ(faulty.ask(takeRequest), encodeErrorAnswer(7));
+    EXPECT_EQ(faulty.ask(getRequest), noPicture);
 }
 
 TEST(BinarySession, OtherFaultsSpoilOnlyTheAnswer) {
     FaultySession faulty("take:silent*1");
-    BinarySession& session = faulty.session;
-    answerTo(session, configureRequest);
-    EXPECT_TRUE(answerTo(session, takeRequest).empty());
-    EXPECT_EQ(answerTo(session, getRequest).at(6), 6);
+    faulty.ask(configureRequest);
+    EXPECT_TRUE(faulty.ask(takeRequest).empty());
+    EXPECT_EQ(faulty.ask(getRequest).at(6), picture);
 }
 
 TEST(BinarySession, FaultHitsNoRequestThatIsRefused) {
     FaultySession faulty("take:close*1");
-    BinarySession& session = faulty.session;
-    EXPECT_EQ(answerTo(session, takeRequest), errorAnswer(ErrorCode::notConfigured));
-    answerTo(session, configureRequest);
-    EXPECT_TRUE(answerTo(session, takeRequest).empty());
+    EXPECT_EQ(faulty.ask(takeRequest), notConfigured);
+    faulty.ask(configureRequest);
+    EXPECT_TRUE(faulty.ask(takeRequest).empty());
 }
 
 TEST(BinarySession, ListensToNothingAfterAFaultClosedIt) {
     FaultySession faulty("probe:close");
-    BinarySession& session = faulty.session;
-    session.append(joined({probeRequest, probeRequest}));
-    EXPECT_EQ(reactionsOf(session).size(), 1U);
-    EXPECT_EQ(session.waitingBytes(), 0U);
+    faulty.session.append(joined({probeRequest, probeRequest}));
+    EXPECT_EQ(reactionsOf(faulty.session).size(), 1U);
+    EXPECT_EQ(faulty.session.waitingBytes(), 0U);
 }
 
 } // namespace Simulator

@@ -5,9 +5,9 @@
 #include <gmock/gmock.h>
 #include <sys/stat.h>
 
-#include <cstdio>
 #include <filesystem>
 #include <fstream>
+#include <utility>
 
 namespace Simulator {
 
@@ -45,17 +45,6 @@ std::string refusalOf(const std::string& text) {
 std::string refusalOfCamera(const std::string& keys) {
     return refusalOf(R"({"cameras": [{"address": "10.77.1.10"}, {"address": "10.77.1.11", )" + keys + "}]}");
 }
-
-/// A file of this test, gone with it.
-class SetFile {
-public:
-    explicit SetFile(const std::string& text) { std::ofstream(path, std::ios::binary) << text; }
-    SetFile(const SetFile&) = delete;
-    SetFile& operator=(const SetFile&) = delete;
-    ~SetFile() { std::remove(path.c_str()); }
-
-    const std::string path = ::testing::TempDir() + "camera-set-test.json";
-};
 
 std::string refusalOfFile(const std::string& path) {
     return complaintOf([&] { readCameraSet(path); });
@@ -130,21 +119,18 @@ TEST(CameraSet, ReadsEveryKey) {
     EXPECT_TRUE(settings.waitExposure);
 }
 
-TEST(CameraSet, CameraWithAnAddressAloneIsTheUsualOne) {
-    const CameraEntry camera = parsed(R"({"cameras": [{"address": "10.77.1.11"}]})").at(0);
+TEST(CameraSet, KeepsTheOrderOfTheFileAndACameraWithAnAddressAloneIsTheUsualOne) {
+    const auto cameras = parsed(R"({"cameras": [{"address": "10.77.2.9"}, {"address": "10.77.1.1"}]})");
+    ASSERT_EQ(cameras.size(), 2U);
+    EXPECT_EQ(cameras[0].address, "10.77.2.9");
+    EXPECT_EQ(cameras[1].address, "10.77.1.1");
+    const CameraEntry& camera = cameras[1];
     EXPECT_EQ(camera.binaryTcpPort, 32769);
     EXPECT_EQ(camera.textTcpAndUdpPort, 32768);
     EXPECT_EQ(camera.settings.model, "M61");
     EXPECT_EQ(camera.settings.room, "Lab");
     EXPECT_EQ(camera.settings.text, Service::answered);
     EXPECT_TRUE(camera.settings.faults.empty());
-}
-
-TEST(CameraSet, KeepsTheOrderOfTheFile) {
-    const auto cameras = parsed(R"({"cameras": [{"address": "10.77.2.9"}, {"address": "10.77.1.1"}]})");
-    ASSERT_EQ(cameras.size(), 2U);
-    EXPECT_EQ(cameras[0].address, "10.77.2.9");
-    EXPECT_EQ(cameras[1].address, "10.77.1.1");
 }
 
 TEST(CameraSet, NamesFileCameraAndKeyOfWhatItRefuses) {
@@ -170,17 +156,17 @@ TEST(CameraSet, RefusesValuesOfTheWrongKind) {
 }
 
 TEST(CameraSet, RefusesTextsThatSayNothing) {
-    EXPECT_THAT(refusalOfCamera(R"("announce": "here")"),
-                EndsWith("\"here\" is no IPv4 address such as 10.77.1.11"));
-    EXPECT_THAT(refusalOfCamera(R"("gateway": "10.0.0")"),
-                EndsWith("\"10.0.0\" is no IPv4 address such as 10.77.1.11"));
-    EXPECT_THAT(refusalOfCamera(R"("netmask": "255.0.255.0")"),
-                EndsWith("is no net mask such as 255.255.255.0"));
-    EXPECT_THAT(refusalOfCamera(R"("protocol": "dhcp")"), EndsWith("\"dhcp\" is neither static nor DHCP"));
-    EXPECT_THAT(refusalOfCamera(R"("size": "0x1")"),
-                EndsWith("\"0x1\" is not WIDTHxHEIGHT, 1 to 65535 each"));
-    EXPECT_THAT(refusalOfCamera(R"("text": "dead")"),
-                EndsWith("\"dead\" is none of answered, silent, refused"));
+    for (const auto& [keys, reason] : {
+             std::pair(R"("announce": "here")", "\"here\" is no IPv4 address such as 10.77.1.11"),
+             std::pair(R"("gateway": "10.0.0")", "\"10.0.0\" is no IPv4 address such as 10.77.1.11"),
+             std::pair(R"("netmask": "255.0.255.0")", "is no net mask such as 255.255.255.0"),
+             std::pair(R"("protocol": "dhcp")", "\"dhcp\" is neither static nor DHCP"),
+             std::pair(R"("size": "0x1")", "\"0x1\" is not WIDTHxHEIGHT, 1 to 65535 each"),
+             std::pair(R"("size": "65535x65535")",
+                       "key \"size\": No camera takes pictures of 65535 x 65535 pixels"),
+             std::pair(R"("text": "dead")", "\"dead\" is none of answered, silent, refused"),
+         })
+        EXPECT_THAT(refusalOfCamera(keys), EndsWith(reason));
     EXPECT_THAT(refusalOfCamera(R"("scene": "sunset")"),
                 HasSubstr("key \"scene\": Scene \"sunset\": write grid"));
     EXPECT_THAT(refusalOfCamera(R"("faults": ["get:gremlins"])"),
@@ -234,11 +220,6 @@ TEST(CameraSet, NamesThePlaceOfANumberBeyondAllNumbers) {
               "lab.json: the number is larger than any number can be");
 }
 
-TEST(CameraSet, RefusesASizeThatNoCameraHas) {
-    EXPECT_EQ(refusalOfCamera(R"("size": "65535x65535")"),
-              "lab.json, camera 2, key \"size\": No camera takes pictures of 65535 x 65535 pixels");
-}
-
 TEST_F(SceneOfASet, IsAFileBesideItOrBelow) {
     for (const char* path : {"a.png", "below/b.png", "below/../a.png", "./a.png", "inner"})
         EXPECT_EQ(refusalOfScene(path), "accepted") << path;
@@ -263,16 +244,20 @@ TEST_F(SceneOfASet, IsARegularFile) {
     EXPECT_EQ(refusalOfScene("circle"), "cannot read the picture circle: Too many levels of symbolic links");
 }
 
-TEST(CameraSet, ReadsAFile) {
-    const SetFile file(R"({"cameras": [{"address": "10.77.1.11"}]})");
-    EXPECT_EQ(readCameraSet(file.path).at(0).address, "10.77.1.11");
+TEST(CameraSet, ReadsAFileOfAtMostOneMebibyte) {
+    const TestSupport::TemporaryFolder folder;
+    const std::string path = folder.file("lab.json");
+    std::string text = R"({"cameras": [{"address": "10.77.1.11"}]})";
+    text.resize(1 << 20, ' ');
+    std::ofstream(path) << text;
+    EXPECT_EQ(readCameraSet(path).at(0).address, "10.77.1.11");
+    std::ofstream(path) << text << ' ';
+    EXPECT_EQ(refusalOfFile(path), path + ": the file has more than 1 MiB");
 }
 
 TEST(CameraSet, NamesAFileThatItCannotRead) {
     EXPECT_EQ(refusalOfFile("/no/such.json"), "/no/such.json: No such file or directory");
     EXPECT_THAT(refusalOfFile("/"), StartsWith("/: "));
-    const SetFile large(std::string((1 << 20) + 1, ' '));
-    EXPECT_EQ(refusalOfFile(large.path), large.path + ": the file has more than 1 MiB");
 }
 
 } // namespace Simulator

@@ -5,22 +5,40 @@
 
 #include <gtest/gtest.h>
 #include <sys/stat.h>
-#include <unistd.h>
 
-#include <cstdio>
 #include <filesystem>
 #include <fstream>
+#include <utility>
 
 namespace Simulator {
 
 using namespace Testing;
 
-TEST(Camera, TakesPicturesOfItsModelsSize) {
-    EXPECT_EQ(pictureSizeOfModel("M61"), (PictureSize{1676, 1266}));
-    EXPECT_EQ(pictureSizeOfModel("M615"), (PictureSize{2748, 1836}));
-    EXPECT_EQ(pictureSizeOfModel("M62"), (PictureSize{2748, 1836}));
-    EXPECT_EQ(pictureSizeOfModel("anything"), (PictureSize{1676, 1266}));
+namespace {
 
+CameraSettings showing(const std::string& path) {
+    CameraSettings settings;
+    settings.scene = parseScene("file:" + path);
+    return settings;
+}
+
+std::string refusalOf(const std::string& path) {
+    try {
+        const Camera camera(showing(path));
+    } catch (const std::runtime_error& refusal) {
+        return refusal.what();
+    }
+    return "accepted";
+}
+
+} // namespace
+
+TEST(Camera, TakesPicturesOfItsModelsSize) {
+    constexpr PictureSize smaller{1676, 1266};
+    constexpr PictureSize larger{2748, 1836};
+    for (const auto& [model, size] : {std::pair("M61", smaller), std::pair("M615", larger),
+                                      std::pair("M62", larger), std::pair("anything", smaller)})
+        EXPECT_EQ(pictureSizeOfModel(model), size) << model;
     CameraSettings settings;
     settings.model = "M62";
     EXPECT_EQ(settings.pictureSize(), (PictureSize{2748, 1836}));
@@ -41,9 +59,9 @@ TEST(Camera, KeepsThePictureForTheSameSettings) {
     const Configuration colour{15, 2, PictureFormat::sgi};
     const SharedBytes first = camera.pictureAnswer(colour);
     EXPECT_EQ(camera.pictureAnswer(colour), first);
-    EXPECT_NE(camera.pictureAnswer({16, 2, PictureFormat::sgi}), first);
-    EXPECT_NE(camera.pictureAnswer({15, 3, PictureFormat::sgi}), first);
-    EXPECT_NE(camera.pictureAnswer({15, 2, PictureFormat::png}), first);
+    for (const Configuration& other :
+         {Configuration{16, 2, PictureFormat::sgi}, {15, 3, PictureFormat::sgi}, {15, 2, PictureFormat::png}})
+        EXPECT_NE(camera.pictureAnswer(other), first);
     EXPECT_EQ(camera.pictureAnswer(colour), first);
 }
 
@@ -57,69 +75,41 @@ TEST(Camera, KeepsOnlyTheLastFewPictures) {
     EXPECT_TRUE(first.expired());
 }
 
-TEST(Camera, ServesAFileAsItIs) {
-    const std::string path = ::testing::TempDir() + "korva-scene-" + std::to_string(::getpid());
+TEST(Camera, ServesAFileAsItWasWhateverItHolds) {
+    const TestSupport::TemporaryFolder folder;
+    const std::string path = folder.file("scene");
     std::ofstream(path, std::ios::binary) << "any bytes";
-    CameraSettings settings;
-    settings.scene = parseScene("file:" + path);
-    Camera camera(settings);
-    std::remove(path.c_str());
-    const Bytes file = bytesOf({'a', 'n', 'y', ' ', 'b', 'y', 't', 'e', 's'});
-    EXPECT_EQ(*camera.pictureAnswer({15, 2, PictureFormat::sgi}), encodeAnswer(ArgumentCode::getImage, file));
-    EXPECT_EQ(*camera.pictureAnswer({15, 3, PictureFormat::png}), encodeAnswer(ArgumentCode::getImage, file));
-}
-
-TEST(Camera, SaysWhichFileItCannotRead) {
-    CameraSettings settings;
-    settings.scene = parseScene("file:/nowhere/at all.png");
-    try {
-        Camera camera(settings);
-        FAIL() << "accepted";
-    } catch (const std::runtime_error& failure) {
-        EXPECT_STREQ(failure.what(), "Cannot read the scene /nowhere/at all.png: No such file or directory");
-    }
+    Camera camera(showing(path));
+    std::filesystem::remove(path);
+    const Bytes answer = encodeAnswer(ArgumentCode::getImage, bytesOfText("any bytes"));
+    EXPECT_EQ(*camera.pictureAnswer({15, 2, PictureFormat::sgi}), answer);
+    EXPECT_EQ(*camera.pictureAnswer({15, 3, PictureFormat::png}), answer);
 }
 
 TEST(Camera, ServesNothingButARegularFile) {
+    EXPECT_EQ(refusalOf("/nowhere/at all.png"),
+              "Cannot read the scene /nowhere/at all.png: No such file or directory");
     const TestSupport::TemporaryFolder folder;
     ASSERT_EQ(mkfifo(folder.file("fifo").c_str(), 0600), 0);
-    for (const std::string& path : {folder.path().string(), folder.file("fifo"), std::string("/dev/zero")}) {
-        CameraSettings settings;
-        settings.scene = parseScene("file:" + path);
-        try {
-            Camera camera(settings);
-            ADD_FAILURE() << "accepted " << path;
-        } catch (const std::runtime_error& failure) {
-            EXPECT_EQ(failure.what(), "Cannot read the scene " + path + ": it is no regular file");
-        }
-    }
+    for (const std::string& path : {folder.path().string(), folder.file("fifo"), std::string("/dev/zero")})
+        EXPECT_EQ(refusalOf(path), "Cannot read the scene " + path + ": it is no regular file");
 }
 
 TEST(Camera, ServesAFileOfAtMost256Mebibytes) {
     const TestSupport::TemporaryFolder folder;
     const std::string path = folder.file("large.png");
     std::ofstream(path).close();
-    CameraSettings settings;
-    settings.scene = parseScene("file:" + path);
     constexpr std::size_t most = std::size_t{256} << 20;
     std::filesystem::resize_file(path, most); // without any blocks
-    EXPECT_GT(Camera(settings).pictureAnswer({})->size(), most);
+    EXPECT_GT(Camera(showing(path)).pictureAnswer({})->size(), most);
     std::filesystem::resize_file(path, most + 1);
-    try {
-        Camera camera(settings);
-        ADD_FAILURE() << "accepted";
-    } catch (const std::runtime_error& failure) {
-        EXPECT_EQ(failure.what(), "The scene " + path + " is larger than 256 MiB");
-    }
+    EXPECT_EQ(refusalOf(path), "The scene " + path + " is larger than 256 MiB");
 }
 
 TEST(Camera, CountsHowOftenAFaultHits) {
-    CameraSettings settings = smallCamera();
-    settings.faults = {parseFault("take:close*2"), parseFault("any:silent*1"), parseFault("get:reset")};
-    Camera camera(settings);
-    EXPECT_EQ(camera.nextFault(Place::take)->kind, FaultKind::close);
-    EXPECT_EQ(camera.nextFault(Place::take)->kind, FaultKind::close);
-    EXPECT_EQ(camera.nextFault(Place::take)->kind, FaultKind::silent);
+    Camera camera(smallCameraWith({"take:close*2", "any:silent*1", "get:reset"}));
+    for (const FaultKind kind : {FaultKind::close, FaultKind::close, FaultKind::silent})
+        EXPECT_EQ(camera.nextFault(Place::take)->kind, kind);
     EXPECT_EQ(camera.nextFault(Place::take), std::nullopt);
     for (int round = 0; round < 10; ++round)
         EXPECT_EQ(camera.nextFault(Place::get)->kind, FaultKind::reset);

@@ -46,6 +46,11 @@ inline Bytes sealed(Bytes request) {
     return request;
 }
 
+inline bool hasRightChecksum(const Bytes& message) {
+    const std::size_t end = message.size() - checksumBytes;
+    return read16(message, end) == checksumOf(ByteView(message).first(end));
+}
+
 inline Bytes configureWith(int exposure, int mode, int format, int depth = 16, int shift = 4) {
     return sealed(bytesOf({1, 0, 0, 0, 0x27,  5,    2, 0, 0, 0, 2,    exposure >> 8, exposure & 255,
                            3, 0, 0, 0, 1,     mode, 4, 0, 0, 0, 1,    format,        7,
@@ -76,6 +81,14 @@ inline CameraSettings smallCamera(SceneKind scene = SceneKind::ramp) {
     CameraSettings settings;
     settings.size = PictureSize{8, 3};
     settings.scene.kind = scene;
+    return settings;
+}
+
+/// The same with these faults.
+inline CameraSettings smallCameraWith(std::initializer_list<std::string_view> faults) {
+    CameraSettings settings = smallCamera();
+    for (const std::string_view fault : faults)
+        settings.faults.push_back(parseFault(fault));
     return settings;
 }
 
@@ -112,6 +125,34 @@ inline Bytes sentBytes(const std::vector<Action>& actions) {
 
 inline Bytes answerTo(Session& session, const Bytes& request) {
     return sentBytes(reactionTo(session, request).actions);
+}
+
+/// "01 0d ff".
+inline std::string hex(const Bytes& bytes) {
+    std::string text;
+    for (const std::uint8_t byte : bytes) {
+        constexpr std::string_view digits = "0123456789abcdef";
+        text.append(text.empty() ? 0 : 1, ' ');
+        text += {digits[byte / 16], digits[byte % 16]};
+    }
+    return text;
+}
+
+/// What the actions do: "pause 250, send, close", where `written` writes what is sent.
+inline std::string told(const std::vector<Action>& actions, std::string (*written)(const Bytes&)) {
+    std::string text;
+    for (const Action& action : actions) {
+        text += text.empty() ? "" : ", ";
+        if (const auto* const pause = std::get_if<Pause>(&action))
+            text += "pause " + std::to_string(pause->length.count());
+        else if (std::holds_alternative<CloseConnection>(action))
+            text += "close";
+        else if (std::holds_alternative<ResetConnection>(action))
+            text += "reset";
+        else
+            text += written(sentBytes({action}));
+    }
+    return text;
 }
 
 } // namespace Simulator::Testing

@@ -2,6 +2,12 @@
 
 #include <gmock/gmock.h>
 
+#include <iterator>
+#include <sstream>
+#include <string>
+#include <utility>
+#include <vector>
+
 namespace Simulator {
 
 using ::testing::HasSubstr;
@@ -17,211 +23,134 @@ std::string refusalOf(std::string_view text) {
     return "accepted";
 }
 
+bool hits(std::string_view fault, Place asked) {
+    return parseFault(fault).hits(asked);
+}
+
+std::vector<std::string> wordsOf(const std::string& text) {
+    std::istringstream stream(text);
+    return {std::istream_iterator<std::string>(stream), {}};
+}
+
 } // namespace
 
 TEST(Fault, ReadsWhatItHits) {
-    EXPECT_EQ(parseFault("configure:checksum").place, Place::configure);
-    EXPECT_EQ(parseFault("take:checksum").place, Place::take);
-    EXPECT_EQ(parseFault("get:checksum").place, Place::get);
-    EXPECT_EQ(parseFault("probe:checksum").place, Place::probe);
-    EXPECT_EQ(parseFault("any:checksum").place, Place::anyBinary);
+    for (const auto& [name, place] :
+         {std::pair("configure", Place::configure), std::pair("take", Place::take),
+          std::pair("get", Place::get), std::pair("probe", Place::probe), std::pair("any", Place::anyBinary),
+          std::pair("version", Place::version), std::pair("serial", Place::serial),
+          std::pair("network", Place::network), std::pair("text", Place::anyText),
+          std::pair("discovery", Place::discovery)})
+        EXPECT_EQ(parseFault(std::string(name) + ":twice").place, place) << name;
 }
 
-TEST(Fault, ReadsErrorThatHitsOnce) {
-    EXPECT_EQ(parseFault("take:error=7*1"), (Fault{FaultKind::error, Place::take, 7, 0, 1}));
-}
-
-TEST(Fault, ReadsDripThatHitsTwice) {
-    EXPECT_EQ(parseFault("get:drip=1000/5*2"), (Fault{FaultKind::drip, Place::get, 1000, 5, 2}));
-}
-
-TEST(Fault, ReadsDelay) {
-    EXPECT_EQ(parseFault("any:delay=250"),
-              (Fault{FaultKind::delay, Place::anyBinary, std::nullopt, 250, std::nullopt}));
-}
-
-TEST(Fault, ReadsTruncationWithAndWithoutACount) {
-    EXPECT_EQ(parseFault("get:truncate-close").number, std::nullopt);
-    EXPECT_EQ(parseFault("get:truncate-close=20").number, 20U);
-    EXPECT_EQ(parseFault("get:truncate-silent=0").number, 0U);
+TEST(Fault, ReadsItsKindAndValues) {
+    const Fault error{FaultKind::error, Place::take, 7, 0, 1};
+    const Fault drip{FaultKind::drip, Place::get, 1000, 5, 2};
+    const Fault delay{FaultKind::delay, Place::anyBinary, std::nullopt, 250, std::nullopt};
+    const Fault halved{FaultKind::truncateClose, Place::get, std::nullopt, 0, std::nullopt};
+    const Fault cut{FaultKind::truncateSilent, Place::get, 0, 0, std::nullopt};
+    const Fault address{FaultKind::wrongAddress, Place::discovery, std::nullopt, 0, 1, "10.9.9.9"};
+    const Fault key{FaultKind::missingKey, Place::anyText, std::nullopt, 0, std::nullopt, "--NetGateway"};
+    for (const auto& [text, fault] :
+         {std::pair("take:error=7*1", error), std::pair("get:drip=1000/5*2", drip),
+          std::pair("any:delay=250", delay), std::pair("get:truncate-close", halved),
+          std::pair("get:truncate-silent=0", cut), std::pair("discovery:wrong-address=10.9.9.9*1", address),
+          std::pair("text:missing-key=--NetGateway", key)})
+        EXPECT_EQ(parseFault(text), fault) << text;
 }
 
 TEST(Fault, WritesItselfAsItIsRead) {
-    for (const char* text : {"get:checksum",
-                             "take:error=7*1",
-                             "any:wrong-response",
-                             "configure:no-argument",
-                             "any:two-arguments",
-                             "any:wrong-command",
-                             "any:unknown-code",
-                             "any:length-large",
-                             "any:length-small",
-                             "any:length-wrap",
-                             "any:long-value",
-                             "get:truncate-close",
-                             "get:truncate-close=5",
-                             "get:truncate-silent=6*3",
-                             "probe:reset",
-                             "take:delay=100",
-                             "get:drip=1000/5*2",
-                             "any:close",
-                             "any:silent",
-                             "get:garbage-picture",
-                             "get:empty-picture",
-                             "any:black-picture*1",
-                             "version:missing-key=--SW",
-                             "discovery:missing-key=--Room*2",
-                             "network:empty-value=--NetMask",
-                             "text:not-closed",
-                             "discovery:length=256",
-                             "serial:twice*1",
-                             "discovery:garbage",
-                             "text:empty",
-                             "discovery:other-marker",
-                             "version:hostile",
-                             "discovery:wrong-address=10.9.9.9",
-                             "discovery:delay=5",
-                             "discovery:drip=10/1",
-                             "discovery:silent",
-                             "text:reset",
-                             "serial:close",
-                             "network:truncate-close=7",
-                             "version:truncate-silent",
-                             "configure:many-arguments",
-                             "get:huge-image*1",
-                             "take:flip=103",
-                             "discovery:flip=0",
-                             "any:garbage",
-                             "get:twice*1",
-                             "take:stale",
-                             "serial:stale*2",
-                             "get:scatter=15",
-                             "discovery:scatter=2",
-                             "probe:endless",
-                             "text:endless*1"})
+    for (const std::string& text : wordsOf(
+             "get:checksum take:error=7*1 any:wrong-response configure:no-argument any:two-arguments "
+             "any:wrong-command any:unknown-code any:length-large any:length-small any:length-wrap "
+             "any:long-value get:truncate-close get:truncate-close=5 get:truncate-silent=6*3 probe:reset "
+             "take:delay=100 get:drip=1000/5*2 any:close any:silent get:garbage-picture get:empty-picture "
+             "any:black-picture*1 version:missing-key=--SW discovery:missing-key=--Room*2 "
+             "network:empty-value=--NetMask text:not-closed discovery:length=256 serial:twice*1 "
+             "discovery:garbage text:empty discovery:other-marker version:hostile "
+             "discovery:wrong-address=10.9.9.9 discovery:delay=5 discovery:drip=10/1 discovery:silent "
+             "text:reset serial:close network:truncate-close=7 version:truncate-silent "
+             "configure:many-arguments get:huge-image*1 take:flip=103 discovery:flip=0 any:garbage "
+             "get:twice*1 take:stale serial:stale*2 get:scatter=15 discovery:scatter=2 probe:endless "
+             "text:endless*1"))
         EXPECT_EQ(parseFault(text).describe(), text);
 }
 
-TEST(Fault, HitsTheRequestItNames) {
-    const Fault fault = parseFault("take:close");
-    EXPECT_TRUE(fault.hits(Place::take));
-    EXPECT_FALSE(fault.hits(Place::get));
-    EXPECT_TRUE(parseFault("any:close").hits(Place::probe));
-}
-
-TEST(Fault, ReadsThePlacesOfTheTextLanguage) {
-    EXPECT_EQ(parseFault("version:twice").place, Place::version);
-    EXPECT_EQ(parseFault("serial:twice").place, Place::serial);
-    EXPECT_EQ(parseFault("network:twice").place, Place::network);
-    EXPECT_EQ(parseFault("text:twice").place, Place::anyText);
-    EXPECT_EQ(parseFault("discovery:twice").place, Place::discovery);
-}
-
-TEST(Fault, GroupsHitTheirOwnLanguageOnly) {
-    for (const Place place : {Place::version, Place::serial, Place::network}) {
-        EXPECT_TRUE(parseFault("text:silent").hits(place));
-        EXPECT_FALSE(parseFault("any:silent").hits(place));
-        EXPECT_FALSE(parseFault("discovery:silent").hits(place));
+TEST(Fault, HitsTheRequestItNamesAndTheGroupsOnlyTheirOwnLanguage) {
+    EXPECT_TRUE(hits("take:close", Place::take));
+    EXPECT_FALSE(hits("take:close", Place::get));
+    EXPECT_FALSE(hits("version:silent", Place::serial));
+    for (const Place place : {Place::configure, Place::take, Place::get, Place::probe}) {
+        EXPECT_TRUE(hits("any:silent", place));
+        EXPECT_FALSE(hits("text:silent", place));
     }
-    EXPECT_FALSE(parseFault("text:silent").hits(Place::get));
-    EXPECT_FALSE(parseFault("text:silent").hits(Place::discovery));
-    EXPECT_FALSE(parseFault("any:silent").hits(Place::discovery));
-    EXPECT_TRUE(parseFault("discovery:silent").hits(Place::discovery));
-    EXPECT_FALSE(parseFault("version:silent").hits(Place::serial));
-}
-
-TEST(Fault, RefusesWhatThePlaceDoesNotHave) {
-    EXPECT_THAT(refusalOf("get:not-closed"), HasSubstr("the binary protocol has no fault not-closed"));
-    EXPECT_THAT(refusalOf("version:checksum"), HasSubstr("the text language has no fault checksum"));
-    EXPECT_THAT(refusalOf("version:wrong-address=1.2.3.4"),
-                HasSubstr("the text language has no fault wrong-address"));
-    for (const char* text : {"discovery:close", "discovery:reset", "discovery:truncate-close"})
-        EXPECT_THAT(refusalOf(text), HasSubstr("discovery has no fault ")) << text;
-    EXPECT_THAT(refusalOf("version:black-picture"), HasSubstr("write get:black-picture"));
-}
-
-TEST(Fault, TakesOnlyKeysOfTheReplyThatItHits) {
-    EXPECT_EQ(parseFault("version:missing-key=--API").text, "--API");
-    EXPECT_EQ(parseFault("text:missing-key=--NetGateway").text, "--NetGateway");
-    EXPECT_EQ(refusalOf("version:missing-key=SW"),
-              "Fault \"version:missing-key=SW\": this reply has no key \"SW\", but --HW, --SW, --API");
-    EXPECT_THAT(refusalOf("discovery:empty-value=--HW"), HasSubstr("but --Room, --IP, --NetMask"));
-    EXPECT_THAT(refusalOf("text:missing-key=--Room"),
-                HasSubstr("but --HW, --SW, --API, --Camera, --NetworkProtocol, --NetMask, --NetGateway"));
-    EXPECT_THAT(refusalOf("version:missing-key"), HasSubstr("write missing-key=KEY"));
-}
-
-TEST(Fault, TakesOnlyAddresses) {
-    EXPECT_EQ(parseFault("discovery:wrong-address=10.9.9.9*1").text, "10.9.9.9");
-    EXPECT_THAT(refusalOf("discovery:wrong-address=there"), HasSubstr("\"there\" is no IPv4 address"));
-    EXPECT_THAT(refusalOf("discovery:wrong-address"), HasSubstr("write wrong-address=ADDRESS"));
+    for (const Place place : {Place::version, Place::serial, Place::network}) {
+        EXPECT_TRUE(hits("text:silent", place));
+        EXPECT_FALSE(hits("any:silent", place));
+        EXPECT_FALSE(hits("discovery:silent", place));
+    }
+    EXPECT_TRUE(hits("discovery:silent", Place::discovery));
+    EXPECT_FALSE(hits("text:silent", Place::discovery));
+    EXPECT_FALSE(hits("any:silent", Place::discovery));
 }
 
 TEST(Fault, SpoilsPicturesOnlyWhereThereAreSome) {
-    const Fault fault = parseFault("any:black-picture");
-    EXPECT_TRUE(fault.hits(Place::get));
-    EXPECT_FALSE(fault.hits(Place::take));
-    EXPECT_THAT(refusalOf("take:empty-picture"), HasSubstr("write get:empty-picture"));
+    EXPECT_TRUE(hits("any:black-picture", Place::get));
+    EXPECT_FALSE(hits("any:black-picture", Place::take));
 }
 
 TEST(Fault, SaysWhatIsWrongWithAText) {
-    EXPECT_THAT(refusalOf("checksum"), HasSubstr("Fault \"checksum\": write PLACE:FAULT"));
-    EXPECT_THAT(
-        refusalOf("put:checksum"),
-        HasSubstr("one of configure, take, get, probe, any, version, serial, network, text, discovery"));
-    EXPECT_THAT(refusalOf("get:nonsense"),
-                HasSubstr("there is no fault \"nonsense\"; there are checksum, error,"));
-    EXPECT_THAT(refusalOf("get:"), HasSubstr("there is no fault \"\""));
-    EXPECT_THAT(refusalOf("get:checksum=1"), HasSubstr("checksum takes no value"));
-    EXPECT_THAT(refusalOf("get:error"), HasSubstr("write error=CODE"));
-    EXPECT_THAT(refusalOf("get:delay"), HasSubstr("write delay=MS"));
-    EXPECT_THAT(refusalOf("get:drip"), HasSubstr("write drip=BYTES/MS"));
-    EXPECT_THAT(refusalOf("get:drip=10"), HasSubstr("write drip=BYTES/MS"));
-    EXPECT_THAT(refusalOf("text:length"), HasSubstr("write length=BYTES"));
+    EXPECT_EQ(refusalOf("version:missing-key=SW"),
+              "Fault \"version:missing-key=SW\": this reply has no key \"SW\", but --HW, --SW, --API");
+    for (const auto& [text, reason] : {
+             std::pair("checksum", "Fault \"checksum\": write PLACE:FAULT"),
+             std::pair("put:checksum", "one of configure, take, get, probe, any, version, serial, network, "
+                                       "text, discovery"),
+             std::pair("get:nonsense", "there is no fault \"nonsense\"; there are checksum, error,"),
+             std::pair("get:", "there is no fault \"\""),
+             std::pair("get:not-closed", "the binary protocol has no fault not-closed"),
+             std::pair("version:checksum", "the text language has no fault checksum"),
+             std::pair("version:wrong-address=1.2.3.4", "the text language has no fault wrong-address"),
+             std::pair("discovery:close", "discovery has no fault "),
+             std::pair("discovery:reset", "discovery has no fault "),
+             std::pair("discovery:truncate-close", "discovery has no fault "),
+             std::pair("version:black-picture", "write get:black-picture"),
+             std::pair("take:empty-picture", "write get:empty-picture"),
+             std::pair("get:checksum=1", "checksum takes no value"),
+             std::pair("get:error", "write error=CODE"),
+             std::pair("get:delay", "write delay=MS"),
+             std::pair("get:drip", "write drip=BYTES/MS"),
+             std::pair("get:drip=10", "write drip=BYTES/MS"),
+             std::pair("text:length", "write length=BYTES"),
+             std::pair("version:missing-key", "write missing-key=KEY"),
+             std::pair("discovery:empty-value=--HW", "but --Room, --IP, --NetMask"),
+             std::pair("text:missing-key=--Room", "but --HW, --SW, --API, --Camera, --NetworkProtocol, "
+                                                  "--NetMask, --NetGateway"),
+             std::pair("discovery:wrong-address=there", "\"there\" is no IPv4 address"),
+             std::pair("discovery:wrong-address", "write wrong-address=ADDRESS"),
+         })
+        EXPECT_THAT(refusalOf(text), HasSubstr(reason)) << text;
 }
 
 TEST(Fault, RefusesNumbersThatAreNone) {
-    for (const char* text :
-         {"get:error=", "get:error=x", "get:error=7x", "get:error=-1", "get:error=4294967296", "get:drip=0/5",
-          "get:drip=5/", "get:checksum*", "get:checksum*0", "get:checksum*2*2", "get:delay=3600001",
-          "get:truncate-close=half", "text:length=0", "text:length=65508", "text:length="})
+    for (const std::string& text :
+         wordsOf("get:error= get:error=x get:error=7x get:error=-1 get:error=4294967296 get:drip=0/5 "
+                 "get:drip=5/ get:checksum* get:checksum*0 get:checksum*2*2 get:delay=3600001 "
+                 "get:truncate-close=half text:length=0 text:length=65508 text:length="))
         EXPECT_THAT(refusalOf(text), HasSubstr("is a whole number from")) << text;
 }
 
 TEST(Fault, HelpNamesEveryFaultWithItsValue) {
     const std::string help = faultHelp();
-    for (const char* entry : {"  checksum ",
-                              "  error=CODE ",
-                              "  wrong-response ",
-                              "  no-argument ",
-                              "  two-arguments ",
-                              "  wrong-command ",
-                              "  unknown-code ",
-                              "  length-large ",
-                              "  length-small ",
-                              "  length-wrap ",
-                              "  long-value ",
-                              "  truncate-close[=BYTES] ",
-                              "  truncate-silent[=BYTES] ",
-                              "  reset ",
-                              "  delay=MS ",
-                              "  drip=BYTES/MS ",
-                              "  close ",
-                              "  silent ",
-                              "  garbage-picture ",
-                              "  empty-picture ",
-                              "  black-picture ",
-                              "  missing-key=KEY ",
-                              "  empty-value=KEY ",
-                              "  not-closed ",
-                              "  length=BYTES ",
-                              "  twice ",
-                              "  garbage ",
-                              "  empty ",
-                              "  other-marker ",
-                              "  hostile ",
-                              "  wrong-address=ADDRESS "})
-        EXPECT_THAT(help, HasSubstr(entry));
+    for (const std::string& entry :
+         wordsOf("checksum error=CODE wrong-response no-argument two-arguments wrong-command unknown-code "
+                 "length-large length-small length-wrap long-value many-arguments huge-image "
+                 "truncate-close[=BYTES] truncate-silent[=BYTES] reset delay=MS drip=BYTES/MS close silent "
+                 "flip=BIT garbage stale scatter=MS endless garbage-picture empty-picture black-picture "
+                 "missing-key=KEY empty-value=KEY not-closed length=BYTES twice empty other-marker hostile "
+                 "wrong-address=ADDRESS"))
+        EXPECT_THAT(help, HasSubstr("  " + entry + " "));
 }
 
 } // namespace Simulator

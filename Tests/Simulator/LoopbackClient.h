@@ -13,6 +13,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <string>
+#include <string_view>
 #include <system_error>
 
 namespace Simulator::Testing {
@@ -57,6 +58,8 @@ public:
         return sent;
     }
 
+    void say(std::string_view text) const { send({text.begin(), text.end()}); }
+
     /// Reads until `count` bytes are there or nothing more comes.
     Bytes read(std::size_t count) {
         Bytes bytes(count);
@@ -72,6 +75,11 @@ public:
         }
         bytes.resize(got);
         return bytes;
+    }
+
+    std::string hear(std::size_t count) {
+        const Bytes bytes = read(count);
+        return {bytes.begin(), bytes.end()};
     }
 
     /// Sends a request and reads the whole message that answers it.

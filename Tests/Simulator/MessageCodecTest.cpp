@@ -4,6 +4,8 @@
 
 #include <gtest/gtest.h>
 
+#include <utility>
+
 namespace Simulator {
 
 using namespace Testing;
@@ -22,22 +24,12 @@ TEST(MessageCodec, SumsBytesModulo65536) {
     EXPECT_EQ(checksumOf(Bytes()), 0);
 }
 
-TEST(MessageCodec, WritesDoneWithoutValue) {
-    EXPECT_EQ(encodeAnswer(ArgumentCode::done), doneAnswer);
-}
-
-TEST(MessageCodec, WritesErrorCodeBigEndian) {
-    EXPECT_EQ(encodeErrorAnswer(0x01020304),
-              bytesOf({1, 0, 0, 0, 0x11, 1, 1, 0, 0, 0, 4, 1, 2, 3, 4, 0, 0x22}));
-}
-
-TEST(MessageCodec, WritesPictureAnswerAroundItsFile) {
-    EXPECT_EQ(encodeAnswer(ArgumentCode::getImage, bytesOf({0xFF, 0x10})),
-              bytesOf({1, 0, 0, 0, 0x0F, 1, 6, 0, 0, 0, 2, 0xFF, 0x10, 1, 0x28}));
-}
-
-TEST(MessageCodec, WritesMessageWithoutArguments) {
-    EXPECT_EQ(encodeMessage(1, {}), bytesOf({1, 0, 0, 0, 8, 0, 0, 9}));
+TEST(MessageCodec, WritesAnswers) {
+    EXPECT_EQ(hex(encodeAnswer(ArgumentCode::done)), "01 00 00 00 0d 01 00 00 00 00 00 00 0f");
+    EXPECT_EQ(hex(encodeErrorAnswer(0x01020304)), "01 00 00 00 11 01 01 00 00 00 04 01 02 03 04 00 22");
+    EXPECT_EQ(hex(encodeAnswer(ArgumentCode::getImage, bytesOf({0xFF, 0x10}))),
+              "01 00 00 00 0f 01 06 00 00 00 02 ff 10 01 28");
+    EXPECT_EQ(hex(encodeMessage(1, {})), "01 00 00 00 08 00 00 09") << "no arguments";
 }
 
 TEST(MessageCodec, RefusesToWriteMoreThan255Arguments) {
@@ -77,28 +69,17 @@ TEST(MessageCodec, RefusesWrongChecksum) {
     EXPECT_EQ(errorOf(request), ErrorCode::badChecksum);
 }
 
-TEST(MessageCodec, RefusesArgumentHeaderThatRunsIntoTheChecksum) {
-    EXPECT_EQ(errorOf(sealed(bytesOf({1, 0, 0, 0, 12, 1, 5, 0, 0, 0}))), ErrorCode::badLength);
-}
-
-TEST(MessageCodec, RefusesArgumentValueThatRunsIntoTheChecksum) {
-    EXPECT_EQ(errorOf(sealed(bytesOf({1, 0, 0, 0, 14, 1, 4, 0, 0, 0, 2, 0}))), ErrorCode::badLength);
-}
-
-TEST(MessageCodec, RefusesArgumentBehindAValueThatSwallowsTheChecksum) {
-    EXPECT_EQ(errorOf(sealed(bytesOf({1, 0, 0, 0, 14, 2, 4, 0, 0, 0, 3, 0}))), ErrorCode::badLength);
-}
-
-TEST(MessageCodec, RefusesArgumentLengthThatWouldWrapASum) {
-    EXPECT_EQ(errorOf(sealed(bytesOf({1, 0, 0, 0, 13, 1, 5, 0xFF, 0xFF, 0xFF, 0xF5}))), ErrorCode::badLength);
-}
-
-TEST(MessageCodec, RefusesBytesThatBelongToNoArgument) {
-    EXPECT_EQ(errorOf(sealed(bytesOf({1, 0, 0, 0, 14, 1, 5, 0, 0, 0, 0, 0}))), ErrorCode::badLength);
-}
-
-TEST(MessageCodec, RefusesFewerArgumentsThanAnnounced) {
-    EXPECT_EQ(errorOf(sealed(bytesOf({1, 0, 0, 0, 13, 2, 5, 0, 0, 0, 0}))), ErrorCode::badLength);
+TEST(MessageCodec, RefusesArgumentsThatDoNotFillTheMessage) {
+    for (const auto& [what, request] : {
+             std::pair("a header runs into the checksum", bytesOf({1, 0, 0, 0, 12, 1, 5, 0, 0, 0})),
+             std::pair("a value runs into the checksum", bytesOf({1, 0, 0, 0, 14, 1, 4, 0, 0, 0, 2, 0})),
+             std::pair("an argument is behind a value that swallows the checksum",
+                       bytesOf({1, 0, 0, 0, 14, 2, 4, 0, 0, 0, 3, 0})),
+             std::pair("a length would wrap a sum", bytesOf({1, 0, 0, 0, 13, 1, 5, 0xFF, 0xFF, 0xFF, 0xF5})),
+             std::pair("a byte belongs to no argument", bytesOf({1, 0, 0, 0, 14, 1, 5, 0, 0, 0, 0, 0})),
+             std::pair("fewer than announced", bytesOf({1, 0, 0, 0, 13, 2, 5, 0, 0, 0, 0})),
+         })
+        EXPECT_EQ(errorOf(sealed(request)), ErrorCode::badLength) << what;
 }
 
 } // namespace Simulator

@@ -2,6 +2,7 @@
 
 #include "Camera/Discovery.h"
 #include "Camera/Random.h"
+#include "Camera/TextLanguage.h"
 #include "Conversation.h"
 
 #include <gmock/gmock.h>
@@ -26,77 +27,55 @@ const std::string networkReply =
     "[--Settings --NetworkProtocol static --NetMask 255.255.255.0 --NetGateway 0.0.0.0]";
 const std::string discoveryReply = "[Korva --Room Lab --IP 192.168.10.27 --NetMask 255.255.255.0]";
 
-CameraSettings withFaults(std::initializer_list<std::string_view> faults) {
-    CameraSettings settings = smallCamera();
-    settings.announcedAddress = "192.168.10.27";
-    for (const std::string_view fault : faults)
-        settings.faults.push_back(parseFault(fault));
-    return settings;
-}
-
 /// A camera and one conversation with it.
-class TextConversation {
-public:
+struct TextConversation {
     explicit TextConversation(std::initializer_list<std::string_view> faults = {})
-        : camera_(withFaults(faults)), session_(camera_) {}
+        : camera([&] {
+              CameraSettings settings = smallCameraWith(faults);
+              settings.announcedAddress = "192.168.10.27";
+              return settings;
+          }()) {}
 
-    void send(std::string_view text) { session_.append(bytesOfText(text)); }
-    std::vector<Reaction> reactions() { return reactionsOf(session_); }
-    TextSession& session() { return session_; }
-    Camera& camera() { return camera_; }
+    void send(std::string_view text) { session.append(bytesOfText(text)); }
+    std::vector<Reaction> reactions() { return reactionsOf(session); }
+    Reaction reaction(std::string_view text) { return reactionTo(session, bytesOfText(text)); }
+    std::string ask(std::string_view text) { return told(reaction(text).actions, textOfBytes); }
+    Reaction discover(std::string_view datagram = discoveryQuery) {
+        return answerDiscovery(camera, bytesOfText(datagram), "10.0.0.1");
+    }
 
-    Reaction reaction(std::string_view text) { return reactionTo(session_, bytesOfText(text)); }
-    std::string ask(std::string_view text) { return textOfBytes(sentBytes(reaction(text).actions)); }
-
-private:
-    Camera camera_;
-    TextSession session_;
+    Camera camera;
+    TextSession session{camera};
 };
 
-std::string askWithFault(std::string_view fault, std::string_view query) {
-    return TextConversation({fault}).ask(query);
-}
-
-Reaction discover(Camera& camera, std::string_view datagram = "AreThereAnyKorvaAround?") {
-    return answerDiscovery(camera, bytesOfText(datagram), "10.0.0.1");
-}
-
-std::string discoverWithFault(std::string_view fault) {
-    Camera camera(withFaults({fault}));
-    return textOfBytes(sentBytes(discover(camera).actions));
-}
-
-template <typename Kind>
-bool endsWith(const std::vector<Action>& actions) {
-    return !actions.empty() && std::holds_alternative<Kind>(actions.back());
+/// What comes of one fault: of a query to everybody for a fault of discovery.
+std::string askWithFault(std::string_view fault, std::string_view query = serialQuery) {
+    TextConversation client({fault});
+    return fault.starts_with("discovery:") ? told(client.discover().actions, textOfBytes) : client.ask(query);
 }
 
 } // namespace
 
-TEST(TextSession, AnswersTheThreeQueries) {
+TEST(TextSession, AnswersQueriesByTheirWordAndKeys) {
     TextConversation client;
-    EXPECT_EQ(client.ask(versionQuery), versionReply);
-    EXPECT_EQ(client.ask(serialQuery), serialReply);
-    EXPECT_EQ(client.ask(networkQuery), networkReply);
-}
-
-TEST(TextSession, AnswersWithAllKeysWhereNoneIsAsked) {
-    TextConversation client;
-    EXPECT_EQ(client.ask("[Version]"), versionReply);
-    EXPECT_EQ(client.ask("[SerialNumber ]"), serialReply);
-    EXPECT_EQ(client.ask("[ --Settings]"), networkReply);
-}
-
-TEST(TextSession, AnswersKnownKeysOnly) {
-    TextConversation client;
-    EXPECT_EQ(client.ask("[Version --Lens --SW]"), "[Version --SW 3.2.15]");
-    EXPECT_EQ(client.ask("[SerialNumber --Spectro]"), "[SerialNumber]");
-}
-
-TEST(TextSession, AnswersUnknownWords) {
-    TextConversation client;
-    for (const char* query : {"[Reboot --Now]", "[version --HW]", "[]", "[ ]", "[Korva --Room]", "[--HW]"})
-        EXPECT_EQ(client.ask(query), "[Unknown]") << query;
+    for (const auto& [query, reply] : {
+             std::pair(versionQuery, versionReply),
+             std::pair(serialQuery, serialReply),
+             std::pair(networkQuery, networkReply),
+             std::pair<std::string, std::string>("[Version]", versionReply), // no key: all of them
+             {"[SerialNumber ]", serialReply},
+             {"[ --Settings]", networkReply},
+             {"[Version --Lens --SW]", "[Version --SW 3.2.15]"}, // known keys only
+             {"[SerialNumber --Spectro]", "[SerialNumber]"},
+             {"[\tVersion \r\n --SW\v--HW\f]", "[Version --SW 3.2.15 --HW M61]"}, // any blanks
+             {"[Reboot --Now]", "[Unknown]"},
+             {"[version --HW]", "[Unknown]"},
+             {"[]", "[Unknown]"},
+             {"[ ]", "[Unknown]"},
+             {"[Korva --Room]", "[Unknown]"},
+             {"[--HW]", "[Unknown]"},
+         })
+        EXPECT_EQ(client.ask(query), reply) << query;
 }
 
 TEST(TextSession, PutsAQueryTogetherFromItsPieces) {
@@ -105,34 +84,28 @@ TEST(TextSession, PutsAQueryTogetherFromItsPieces) {
         client.send(std::string(1, letter));
         EXPECT_THAT(client.reactions(), IsEmpty());
     }
-    EXPECT_EQ(client.session().waitingBytes(), versionQuery.size() - 1);
+    EXPECT_EQ(client.session.waitingBytes(), versionQuery.size() - 1);
     EXPECT_EQ(client.ask("]"), versionReply);
-    EXPECT_EQ(client.session().waitingBytes(), 0U);
+    EXPECT_EQ(client.session.waitingBytes(), 0U);
 }
 
 TEST(TextSession, AnswersQueriesSentTogetherOneByOne) {
     TextConversation client;
     client.send(versionQuery + serialQuery + "\r\n" + networkQuery + "[Ver");
-    const std::vector<Reaction> reactions = client.reactions();
-    ASSERT_THAT(reactions, SizeIs(3));
-    EXPECT_EQ(textOfBytes(sentBytes(reactions[0].actions)), versionReply);
-    EXPECT_EQ(textOfBytes(sentBytes(reactions[1].actions)), serialReply);
-    EXPECT_EQ(textOfBytes(sentBytes(reactions[2].actions)), networkReply);
+    std::vector<std::string> replies;
+    for (const Reaction& reaction : client.reactions())
+        replies.push_back(told(reaction.actions, textOfBytes));
+    EXPECT_THAT(replies, ElementsAre(versionReply, serialReply, networkReply));
     EXPECT_EQ(client.ask("sion --SW]"), "[Version --SW 3.2.15]");
-}
-
-TEST(TextSession, TakesAnyBlanksBetweenWords) {
-    TextConversation client;
-    EXPECT_EQ(client.ask("[\tVersion \r\n --SW\v--HW\f]"), "[Version --SW 3.2.15 --HW M61]");
 }
 
 TEST(TextSession, DropsWhatStandsBeforeTheBracket) {
     TextConversation client;
     const Reaction reaction = client.reaction("\x1b[0mhello\xff[Vers" + serialQuery);
-    EXPECT_EQ(textOfBytes(sentBytes(reaction.actions)), serialReply);
+    EXPECT_EQ(told(reaction.actions, textOfBytes), serialReply);
     EXPECT_THAT(reaction.events, ElementsAre("dropped \\x1b[0mhello\\xff[Vers",
                                              "[SerialNumber --Camera] -> [SerialNumber --Camera 1234]"));
-    EXPECT_THAT(client.reaction("]").actions, IsEmpty());
+    EXPECT_EQ(client.ask("]"), "");
     EXPECT_EQ(client.ask(serialQuery), serialReply);
 }
 
@@ -141,20 +114,18 @@ TEST(TextSession, GivesUpAQueryThatDoesNotEnd) {
     client.send("[" + std::string(1022, 'x'));
     EXPECT_THAT(client.reactions(), IsEmpty());
     const Reaction reaction = client.reaction("x");
-    ASSERT_THAT(reaction.actions, SizeIs(1));
-    EXPECT_TRUE(endsWith<CloseConnection>(reaction.actions));
+    EXPECT_EQ(told(reaction.actions, textOfBytes), "close");
     EXPECT_THAT(reaction.events, ElementsAre(HasSubstr("... (1024 bytes) -> closed")));
     EXPECT_EQ(client.ask(versionQuery), "");
-    EXPECT_EQ(client.session().waitingBytes(), 0U);
+    EXPECT_EQ(client.session.waitingBytes(), 0U);
 }
 
 TEST(TextSession, LongestQueryIsAnsweredAndALongerOneIsNot) {
-    const auto queryOfLength = [](std::size_t length) {
-        return "[Version --SW " + std::string(length - 15, 'x') + "]";
+    const auto answerToLength = [](std::size_t length) {
+        return TextConversation().ask("[Version --SW " + std::string(length - 15, 'x') + "]");
     };
-    ASSERT_EQ(queryOfLength(1024).size(), 1024U);
-    EXPECT_EQ(TextConversation().ask(queryOfLength(1024)), "[Version --SW 3.2.15]");
-    EXPECT_TRUE(endsWith<CloseConnection>(TextConversation().reaction(queryOfLength(1025)).actions));
+    EXPECT_EQ(answerToLength(1024), "[Version --SW 3.2.15]");
+    EXPECT_EQ(answerToLength(1025), "close");
 }
 
 TEST(TextSession, OutlivesGarbage) {
@@ -169,7 +140,7 @@ TEST(TextSession, OutlivesGarbage) {
                               : bits % 8 == 1 ? ']'
                                               : static_cast<std::uint8_t>(bits >> 8));
         }
-        client.session().append(garbage);
+        client.session.append(garbage);
         client.reactions();
         client.send("]");
         client.reactions();
@@ -179,123 +150,94 @@ TEST(TextSession, OutlivesGarbage) {
 
 TEST(TextSession, TellsWhatIsAskedAndAnswered) {
     TextConversation client({"version:hostile"});
-    const Reaction reaction = client.reaction("[Version --SW \x07]");
-    EXPECT_THAT(reaction.events,
+    EXPECT_THAT(client.reaction("[Version --SW \x07]").events,
                 ElementsAre("[Version --SW \\x07] -> [Version --SW 3.2.15]", "fault version:hostile"));
 }
 
 TEST(TextFault, HitsItsQueryAsOftenAsItSays) {
     TextConversation client({"serial:silent*2", "text:close*1"});
     EXPECT_EQ(client.ask("[Foo]"), "[Unknown]");
-    EXPECT_EQ(client.ask(serialQuery), "");
-    EXPECT_EQ(client.ask(serialQuery), "");
-    EXPECT_TRUE(endsWith<CloseConnection>(client.reaction(serialQuery).actions));
-    TextSession next(client.camera());
+    for (const char* answer : {"", "", "close"})
+        EXPECT_EQ(client.ask(serialQuery), answer);
+    TextSession next(client.camera);
     EXPECT_EQ(textOfBytes(answerTo(next, bytesOfText(serialQuery))), serialReply);
 }
 
-TEST(TextFault, LeavesAKeyOut) {
-    EXPECT_EQ(askWithFault("version:missing-key=--SW", versionQuery), "[Version --HW M61 --API 1.4]");
-    EXPECT_EQ(askWithFault("version:missing-key=--API", versionQuery), "[Version --HW M61 --SW 3.2.15]");
-    EXPECT_EQ(askWithFault("serial:missing-key=--Camera", serialQuery), "[SerialNumber]");
-    EXPECT_EQ(askWithFault("text:missing-key=--NetMask", networkQuery),
-              "[--Settings --NetworkProtocol static --NetGateway 0.0.0.0]");
-    EXPECT_EQ(discoverWithFault("discovery:missing-key=--Room"),
-              "[Korva --IP 192.168.10.27 --NetMask 255.255.255.0]");
-}
-
-TEST(TextFault, LeavesAValueOut) {
-    EXPECT_EQ(askWithFault("version:empty-value=--SW", versionQuery), "[Version --HW M61 --SW  --API 1.4]");
-    EXPECT_EQ(discoverWithFault("discovery:empty-value=--Room"),
-              "[Korva --Room  --IP 192.168.10.27 --NetMask 255.255.255.0]");
-    EXPECT_EQ(askWithFault("version:empty-value=--SW", "[Version --HW]"), "[Version --HW M61]");
-}
-
-TEST(TextFault, DoesNotCloseTheBracket) {
-    EXPECT_EQ(askWithFault("version:not-closed", versionQuery), "[Version --HW M61 --SW 3.2.15 --API 1.4");
-    EXPECT_EQ(discoverWithFault("discovery:not-closed"),
-              "[Korva --Room Lab --IP 192.168.10.27 --NetMask 255.255.255.0");
+TEST(TextFault, IsToTheByteAndTheStepWhatItSays) {
+    const std::string hostile("\x01\x07\x08\x1B[2J\x1B[31m\x1B[8mA\x7F\xC2\x9B\xE2\x80\xAE\xFF\"'`$(id);%n%s"
+                              "<b>&amp;</room><!--\\");
+    const std::string paddedDiscovery = discoveryReply.substr(0, discoveryReply.size() - 1) + " --Padding " +
+                                        std::string(256 - discoveryReply.size() - 11, 'x') + "]";
+    struct Row {
+        const char* fault;
+        std::string_view query;
+        std::string answer;
+    };
+    for (const auto& [fault, query, answer] : {
+             Row{"version:missing-key=--SW", versionQuery, "[Version --HW M61 --API 1.4]"},
+             Row{"version:missing-key=--API", versionQuery, "[Version --HW M61 --SW 3.2.15]"},
+             Row{"serial:missing-key=--Camera", serialQuery, "[SerialNumber]"},
+             Row{"text:missing-key=--NetMask", networkQuery,
+                 "[--Settings --NetworkProtocol static --NetGateway 0.0.0.0]"},
+             Row{"discovery:missing-key=--Room", "", "[Korva --IP 192.168.10.27 --NetMask 255.255.255.0]"},
+             Row{"version:empty-value=--SW", versionQuery, "[Version --HW M61 --SW  --API 1.4]"},
+             Row{"version:empty-value=--SW", "[Version --HW]", "[Version --HW M61]"},
+             Row{"discovery:empty-value=--Room", "",
+                 "[Korva --Room  --IP 192.168.10.27 --NetMask 255.255.255.0]"},
+             Row{"version:not-closed", versionQuery, "[Version --HW M61 --SW 3.2.15 --API 1.4"},
+             Row{"discovery:not-closed", "", "[Korva --Room Lab --IP 192.168.10.27 --NetMask 255.255.255.0"},
+             Row{"serial:length=256", serialQuery,
+                 "[SerialNumber --Camera 1234 --Padding " + std::string(217, 'x') + "]"},
+             Row{"discovery:length=256", "", paddedDiscovery},
+             Row{"serial:length=30", serialQuery, "[SerialNumber   --Camera 1234]"}, // blanks for a few
+             Row{"serial:length=17", "[SerialNumber --None]", "[SerialNumber   ]"},
+             Row{"serial:length=10", serialQuery, "[SerialNum"}, // cut off
+             Row{"serial:twice", serialQuery, serialReply + serialReply},
+             Row{"discovery:twice", "", discoveryReply + ", " + discoveryReply}, // a datagram each
+             Row{"text:empty", versionQuery, "[]"},
+             Row{"serial:other-marker", serialQuery, "[serialnumber --Camera 1234]"},
+             Row{"discovery:other-marker", "",
+                 "[korva --Room Lab --IP 192.168.10.27 --NetMask 255.255.255.0]"},
+             Row{"version:hostile", versionQuery,
+                 "[Version --HW " + hostile + " --SW " + hostile + " --API " + hostile + "]"},
+             Row{"network:hostile", networkQuery, // but its addresses
+                 "[--Settings --NetworkProtocol " + hostile +
+                     " --NetMask 255.255.255.0 --NetGateway 0.0.0.0]"},
+             Row{"discovery:hostile", "",
+                 "[Korva --Room " + hostile + " --IP 192.168.10.27 --NetMask 255.255.255.0]"},
+             Row{"discovery:wrong-address=10.9.9.9", "",
+                 "[Korva --Room Lab --IP 10.9.9.9 --NetMask 255.255.255.0]"},
+             Row{"serial:truncate-close=5", serialQuery, "[Seri, close"},
+             Row{"serial:truncate-silent", serialQuery, serialReply.substr(0, 14)},
+             Row{"serial:reset", serialQuery, "reset"},
+             Row{"serial:silent", serialQuery, ""},
+             Row{"serial:delay=250", serialQuery, "pause 250, " + serialReply},
+             Row{"serial:flip=0", serialQuery, "Z" + serialReply.substr(1)},
+         })
+        EXPECT_EQ(askWithFault(fault, query), answer) << fault;
 }
 
 TEST(TextFault, FillsUpToTheLengthAsked) {
-    EXPECT_EQ(askWithFault("serial:length=256", serialQuery),
-              "[SerialNumber --Camera 1234 --Padding " + std::string(217, 'x') + "]");
     for (const std::size_t length : {28U, 29U, 38U, 39U, 40U, 41U, 255U, 256U, 257U, 4000U, 65507U}) {
-        const std::string reply = askWithFault("serial:length=" + std::to_string(length), serialQuery);
+        const std::string reply = askWithFault("serial:length=" + std::to_string(length));
         EXPECT_EQ(reply.size(), length);
         EXPECT_TRUE(reply.ends_with("]")) << length;
         EXPECT_NE(reply.find(" --Camera 1234"), std::string::npos) << length;
     }
-    EXPECT_EQ(discoverWithFault("discovery:length=256"),
-              discoveryReply.substr(0, discoveryReply.size() - 1) + " --Padding " +
-                  std::string(256 - discoveryReply.size() - 11, 'x') + "]");
-}
-
-TEST(TextFault, FillsAFewBytesWithBlanks) {
-    EXPECT_EQ(askWithFault("serial:length=30", serialQuery), "[SerialNumber   --Camera 1234]");
-    EXPECT_EQ(askWithFault("serial:length=17", "[SerialNumber --None]"), "[SerialNumber   ]");
-}
-
-TEST(TextFault, CutsOffAtTheLengthAsked) {
-    EXPECT_EQ(askWithFault("serial:length=10", serialQuery), "[SerialNum");
-}
-
-TEST(TextFault, AnswersTwice) {
-    EXPECT_EQ(askWithFault("serial:twice", serialQuery), serialReply + serialReply);
-    Camera camera(withFaults({"discovery:twice"}));
-    const Reaction reaction = discover(camera);
-    ASSERT_THAT(reaction.actions, SizeIs(2)); // a datagram each
-    EXPECT_EQ(textOfBytes(sentBytes({reaction.actions[0]})), discoveryReply);
-    EXPECT_EQ(textOfBytes(sentBytes({reaction.actions[1]})), discoveryReply);
 }
 
 TEST(TextFault, AnswersGarbage) {
-    const std::string garbage = askWithFault("serial:garbage", serialQuery);
+    const std::string garbage = askWithFault("serial:garbage");
     EXPECT_EQ(garbage.size(), 64U);
     EXPECT_THAT(garbage, StartsWith("\xAA"));
-    EXPECT_EQ(discoverWithFault("discovery:garbage"), garbage);
+    EXPECT_EQ(askWithFault("discovery:garbage"), garbage);
 }
 
-TEST(TextFault, AnswersNothingInBracketsOrAnEmptyDatagram) {
-    EXPECT_EQ(askWithFault("text:empty", versionQuery), "[]");
-    Camera camera(withFaults({"discovery:empty"}));
-    const Reaction reaction = discover(camera);
+TEST(TextFault, AnswersAnEmptyDatagram) {
+    const Reaction reaction = TextConversation({"discovery:empty"}).discover();
     ASSERT_THAT(reaction.actions, SizeIs(1));
     EXPECT_THAT(sentBytes(reaction.actions), IsEmpty());
     EXPECT_TRUE(std::holds_alternative<SendBytes>(reaction.actions[0]));
-}
-
-TEST(TextFault, WritesAnotherMarker) {
-    EXPECT_EQ(discoverWithFault("discovery:other-marker"),
-              "[korva --Room Lab --IP 192.168.10.27 --NetMask 255.255.255.0]");
-    EXPECT_EQ(askWithFault("serial:other-marker", serialQuery), "[serialnumber --Camera 1234]");
-}
-
-TEST(TextFault, WritesHostileValuesButItsAddresses) {
-    const std::string hostile("\x01\x07\x08\x1B[2J\x1B[31m\x1B[8mA\x7F\xC2\x9B\xE2\x80\xAE\xFF\"'`$(id);%n%s"
-                              "<b>&amp;</room><!--\\");
-    EXPECT_EQ(discoverWithFault("discovery:hostile"),
-              "[Korva --Room " + hostile + " --IP 192.168.10.27 --NetMask 255.255.255.0]");
-    EXPECT_EQ(askWithFault("version:hostile", versionQuery),
-              "[Version --HW " + hostile + " --SW " + hostile + " --API " + hostile + "]");
-    EXPECT_EQ(askWithFault("network:hostile", networkQuery),
-              "[--Settings --NetworkProtocol " + hostile + " --NetMask 255.255.255.0 --NetGateway 0.0.0.0]");
-}
-
-TEST(TextFault, AnnouncesAnotherAddress) {
-    EXPECT_EQ(discoverWithFault("discovery:wrong-address=10.9.9.9"),
-              "[Korva --Room Lab --IP 10.9.9.9 --NetMask 255.255.255.0]");
-}
-
-TEST(TextFault, BreaksOffTheDelivery) {
-    const Reaction cut = TextConversation({"serial:truncate-close=5"}).reaction(serialQuery);
-    EXPECT_EQ(textOfBytes(sentBytes(cut.actions)), "[Seri");
-    EXPECT_TRUE(endsWith<CloseConnection>(cut.actions));
-    EXPECT_EQ(askWithFault("serial:truncate-silent", serialQuery), serialReply.substr(0, 14));
-    const Reaction reset = TextConversation({"serial:reset"}).reaction(serialQuery);
-    ASSERT_THAT(reset.actions, SizeIs(1));
-    EXPECT_TRUE(endsWith<ResetConnection>(reset.actions));
-    EXPECT_EQ(askWithFault("serial:silent", serialQuery), "");
 }
 
 TEST(TextFault, HearsNothingBehindAConnectionThatItEnded) {
@@ -305,70 +247,55 @@ TEST(TextFault, HearsNothingBehindAConnectionThatItEnded) {
     EXPECT_EQ(client.ask(versionQuery), "");
 }
 
-TEST(TextFault, DelaysAndDrips) {
-    const Reaction late = TextConversation({"serial:delay=250"}).reaction(serialQuery);
-    ASSERT_THAT(late.actions, SizeIs(2));
-    EXPECT_EQ(std::get<Pause>(late.actions[0]).length.count(), 250);
-    EXPECT_EQ(textOfBytes(sentBytes(late.actions)), serialReply);
+TEST(TextFault, Drips) {
     const Reaction pieces = TextConversation({"serial:drip=10/3"}).reaction(serialQuery);
     ASSERT_THAT(pieces.actions, SizeIs(1));
     EXPECT_EQ(std::get<SendBytes>(pieces.actions[0]).pieceBytes, 10U);
     EXPECT_EQ(std::get<SendBytes>(pieces.actions[0]).pause.count(), 3);
 }
 
+TEST(TextFault, StaleReplyIsThatToTheQueryBefore) {
+    TextConversation client({"serial:stale", "version:stale"});
+    EXPECT_EQ(client.ask(versionQuery), "");
+    EXPECT_EQ(client.ask(serialQuery), versionReply);
+    EXPECT_EQ(client.ask(networkQuery), networkReply);
+    EXPECT_EQ(client.ask(versionQuery), networkReply);
+}
+
 TEST(Discovery, AnswersTheQuery) {
-    Camera camera(withFaults({}));
-    const Reaction reaction = discover(camera);
-    EXPECT_EQ(textOfBytes(sentBytes(reaction.actions)), discoveryReply);
+    const Reaction reaction = TextConversation().discover();
+    EXPECT_EQ(told(reaction.actions, textOfBytes), discoveryReply);
     EXPECT_THAT(reaction.events, ElementsAre("AreThereAnyKorvaAround? -> " + discoveryReply));
 }
 
 TEST(Discovery, AnnouncesTheAddressServedUnlessToldAnother) {
     Camera camera(smallCamera());
-    EXPECT_EQ(textOfBytes(sentBytes(discover(camera).actions)),
+    EXPECT_EQ(told(answerDiscovery(camera, bytesOfText(discoveryQuery), "10.0.0.1").actions, textOfBytes),
               "[Korva --Room Lab --IP 10.0.0.1 --NetMask 255.255.255.0]");
 }
 
 TEST(Discovery, AnswersNothingElse) {
-    Camera camera(withFaults({"discovery:twice*1"}));
-    const std::string_view query = "AreThereAnyKorvaAround?";
-    std::vector<std::string> others = {"",
-                                       "AreThereAnyKorvaAround",
-                                       "AreThereAnyKorvaAround?\n",
-                                       "arethereanykorvaaround?",
-                                       " AreThereAnyKorvaAround?",
-                                       versionQuery};
-    others.push_back(std::string(query) + '\0');
-    for (const std::string& other : others) {
-        const Reaction reaction = discover(camera, other);
+    TextConversation client({"discovery:twice*1"});
+    const std::string query(discoveryQuery);
+    for (const std::string& other :
+         {std::string(), query.substr(0, 22), query + "\n", std::string("arethereanykorvaaround?"),
+          " " + query, versionQuery, query + '\0'}) {
+        const Reaction reaction = client.discover(other);
         EXPECT_THAT(reaction.actions, IsEmpty()) << other;
         EXPECT_THAT(reaction.events, ElementsAre(HasSubstr("not answered"))) << other;
     }
-    EXPECT_THAT(discover(camera).actions, SizeIs(2)); // the fault was not used up
-    EXPECT_THAT(discover(camera, "\x1b]").events, ElementsAre(StartsWith("\\x1b] -> not answered")));
+    EXPECT_THAT(client.discover().actions, SizeIs(2)); // the fault was not used up
+    EXPECT_THAT(client.discover("\x1b]").events, ElementsAre(StartsWith("\\x1b] -> not answered")));
 }
 
 TEST(Camera, RefusesTextsOfMoreThan1024Bytes) {
-    CameraSettings settings = smallCamera();
-    settings.room = std::string(1024, 'r');
-    EXPECT_NO_THROW(Camera{settings});
-    settings.room += 'r';
-    EXPECT_THROW(Camera{settings}, std::invalid_argument);
-    settings = smallCamera();
-    settings.hardware = std::string(1025, 'h');
-    EXPECT_THROW(Camera{settings}, std::invalid_argument);
-}
-
-TEST(TextSession, StaleReplyIsThatToTheQueryBefore) {
-    TextConversation conversation({"serial:stale", "version:stale"});
-    EXPECT_EQ(conversation.ask(versionQuery), "");
-    EXPECT_EQ(conversation.ask(serialQuery), versionReply);
-    EXPECT_EQ(conversation.ask(networkQuery), networkReply);
-    EXPECT_EQ(conversation.ask(versionQuery), networkReply);
-}
-
-TEST(TextSession, FlipTurnsOneBitOfAReply) {
-    EXPECT_EQ(askWithFault("serial:flip=0", serialQuery), "Z" + serialReply.substr(1));
+    for (std::string CameraSettings::*text : {&CameraSettings::room, &CameraSettings::hardware}) {
+        CameraSettings settings = smallCamera();
+        settings.*text = std::string(1024, 'x');
+        EXPECT_NO_THROW(Camera{settings});
+        settings.*text += 'x';
+        EXPECT_THROW(Camera{settings}, std::invalid_argument);
+    }
 }
 
 } // namespace Simulator
