@@ -1,5 +1,6 @@
 #include "Platform/CRuntime.h"
 
+#include "Support/Environment.h"
 #include "Support/FileSizeLimit.h"
 #include "Support/TemporaryFolder.h"
 
@@ -13,27 +14,13 @@
 #include <string>
 #include <sys/stat.h>
 #include <thread>
+#include <tuple>
 #include <unistd.h>
 
 namespace {
 
 namespace fs = std::filesystem;
 using TestSupport::TemporaryFolder;
-
-/// The process' time zone for the length of a test.
-class ZoneOfTest {
-public:
-    explicit ZoneOfTest(const char* zone) {
-        setenv("TZ", zone, 1);
-        tzset();
-    }
-    ZoneOfTest(const ZoneOfTest&) = delete;
-    ZoneOfTest& operator=(const ZoneOfTest&) = delete;
-    ~ZoneOfTest() {
-        unsetenv("TZ");
-        tzset();
-    }
-};
 
 std::string textOf(__time64_t when) {
     const char* const text = _ctime64(&when);
@@ -57,53 +44,42 @@ TEST(Time, IsTheSystemsAndIsStoredToo) {
     EXPECT_GE(_time64(nullptr), now);
 }
 
-TEST(TimeText, HasAFixedLayoutAndANewline) {
-    const ZoneOfTest zone("UTC0");
-    EXPECT_EQ(textOf(november2026), "Mon Nov 16 02:10:00 2026\n");
-}
-
-TEST(TimeText, PadsTheDayWithAZero) {
-    const ZoneOfTest zone("UTC0");
-    EXPECT_EQ(textOf(january2002), "Wed Jan 02 02:03:55 2002\n");
-}
-
-TEST(TimeText, IsTheLocalTime) {
-    const ZoneOfTest zone("EAST-2");
-    EXPECT_EQ(textOf(november2026), "Mon Nov 16 04:10:00 2026\n");
-}
-
-TEST(TimeText, ReachesFrom1970To3000) {
-    const ZoneOfTest zone("UTC0");
-    EXPECT_EQ(textOf(0), "Thu Jan 01 00:00:00 1970\n");
-    EXPECT_EQ(textOf(-1), "null");
-    EXPECT_EQ(textOf(endOfYear3000), "Wed Dec 31 23:59:59 3000\n");
-    EXPECT_EQ(textOf(endOfYear3000 + 1), "null");
+TEST(TimeText, HasAFixedLayoutInTheLocalTimeFrom1970To3000) {
+    for (const auto& [zone, when, text] : {
+             std::tuple("UTC0", november2026, "Mon Nov 16 02:10:00 2026\n"),
+             std::tuple("UTC0", january2002, "Wed Jan 02 02:03:55 2002\n"),
+             std::tuple("EAST-2", november2026, "Mon Nov 16 04:10:00 2026\n"),
+             std::tuple("UTC0", __time64_t{0}, "Thu Jan 01 00:00:00 1970\n"),
+             std::tuple("UTC0", __time64_t{-1}, "null"),
+             std::tuple("UTC0", endOfYear3000, "Wed Dec 31 23:59:59 3000\n"),
+             std::tuple("UTC0", endOfYear3000 + 1, "null"),
+         }) {
+        const TestSupport::Variable variable("TZ", zone);
+        tzset();
+        EXPECT_EQ(textOf(when), text) << zone;
+    }
+    tzset();
     EXPECT_EQ(_ctime64(nullptr), nullptr);
 }
 
 TEST(TimeText, IsTheThreadsOwn) {
-    const ZoneOfTest zone("UTC0");
     const char* const mine = _ctime64(&november2026);
+    const std::string before = mine;
     const char* others = nullptr;
     std::thread other([&others] { others = _ctime64(&january2002); });
     other.join();
     EXPECT_NE(mine, others);
-    EXPECT_STREQ(mine, "Mon Nov 16 02:10:00 2026\n");
+    EXPECT_EQ(mine, before);
 }
 
 TEST(Files, HavePathsInUtf8) {
-    const std::filesystem::path folder =
-        std::filesystem::path(::testing::TempDir()) / u8"korva \u00E4\U0001F600";
-    std::filesystem::create_directories(folder);
-    const std::filesystem::path path = folder / u8"\u20AC.bin";
-
+    const TemporaryFolder folder;
+    const fs::path path = folder.path() / u8"\u20AC\u00E4\U0001F600.bin";
     std::FILE* const file = Platform::fopen(path.c_str(), "wb");
     ASSERT_NE(file, nullptr);
     EXPECT_EQ(Platform::fwrite("abcdef", 2, 3, file), 3u);
     EXPECT_EQ(Platform::fclose(file), 0);
-
-    EXPECT_EQ(std::filesystem::file_size(path), 6u);
-    std::filesystem::remove_all(folder);
+    EXPECT_EQ(fs::file_size(path), 6u);
 }
 
 TEST(Files, ThatCannotBeOpenedAreNull) {

@@ -30,13 +30,13 @@ using Lines = std::vector<std::string>;
 
 } // namespace
 
-TEST(LibraryErrors, GoLineByLineToTheProgram) {
+TEST(LibraryErrors, GoLineByLineToTheProgramAndKeepALastLineWithoutAnEnd) {
     EXPECT_EQ(linesOf([] {
                   std::fputs("one\ntw", stderr);
                   std::fprintf(stderr, "%c\n", 'o');
-                  std::fputs("\nfour\n", stderr);
+                  std::fputs("\nfour\nrest", stderr);
               }),
-              (Lines{"one", "two", "", "four"}));
+              (Lines{"one", "two", "", "four", "rest"}));
     EXPECT_EQ(linesOf([] {}), Lines{});
 }
 
@@ -45,10 +45,6 @@ TEST(LibraryErrors, AreThereAsSoonAsTheirLineEnds) {
     const LibraryErrors guard([&lines](std::string_view line) { lines.emplace_back(line); });
     std::fputs("one\ntwo", stderr);
     EXPECT_EQ(lines, Lines{"one"});
-}
-
-TEST(LibraryErrors, KeepALastLineWithoutAnEnd) {
-    EXPECT_EQ(linesOf([] { std::fputs("one\nrest", stderr); }), (Lines{"one", "rest"}));
 }
 
 TEST(LibraryErrors, ComeAsTheyWereWritten) {

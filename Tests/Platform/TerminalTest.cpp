@@ -1,9 +1,11 @@
 #include "Platform/Terminal.h"
 
 #include <csignal>
+#include <cstdio>
 #include <cstdlib>
 #include <fcntl.h>
 #include <gtest/gtest.h>
+#include <memory>
 #include <sys/ioctl.h>
 #include <thread>
 #include <unistd.h>
@@ -11,33 +13,14 @@
 
 namespace {
 
-/// A stream that the test owns.
-class Stream {
-public:
-    explicit Stream(std::FILE* file) : file_(file) {}
-    Stream(const Stream&) = delete;
-    Stream& operator=(const Stream&) = delete;
-    ~Stream() {
-        if (file_ != nullptr)
-            std::fclose(file_);
-    }
-    std::FILE* get() const { return file_; }
-
-private:
-    std::FILE* file_;
+struct Close {
+    void operator()(std::FILE* file) const { std::fclose(file); }
 };
+using Stream = std::unique_ptr<std::FILE, Close>;
 
-/// The program's side of a new pseudo terminal, whose other side is `keeper`.
-std::FILE* openTerminal(Stream& keeper) {
-    const int descriptor = fileno(keeper.get());
-    if (grantpt(descriptor) != 0 || unlockpt(descriptor) != 0)
-        return nullptr;
-    return std::fopen(ptsname(descriptor), "r+");
-}
-
-std::FILE* openTerminalKeeper() {
-    const int descriptor = posix_openpt(O_RDWR | O_NOCTTY);
-    return descriptor < 0 ? nullptr : fdopen(descriptor, "r+");
+/// Ends a child with the status 0 if that is so.
+[[noreturn]] void endWell(bool isSo) {
+    std::_Exit(isSo ? 0 : 1);
 }
 
 } // namespace
@@ -48,26 +31,20 @@ TEST(Terminal, IsNoFile) {
     EXPECT_EQ(Platform::terminalColumns(file.get()), 80);
 }
 
-TEST(Terminal, TellsItsColumns) {
-    Stream keeper(openTerminalKeeper());
-    ASSERT_NE(keeper.get(), nullptr);
-    const Stream terminal(openTerminal(keeper));
-    ASSERT_NE(terminal.get(), nullptr);
+TEST(Terminal, TellsItsColumnsAndEightyIfItDoesNotSay) {
+    const int keeper = posix_openpt(O_RDWR | O_NOCTTY);
+    ASSERT_GE(keeper, 0);
+    ASSERT_TRUE(grantpt(keeper) == 0 && unlockpt(keeper) == 0);
+    const Stream keeperStream(fdopen(keeper, "r+"));
+    const Stream terminal(std::fopen(ptsname(keeper), "r+"));
+    ASSERT_NE(terminal, nullptr);
     EXPECT_TRUE(Platform::isTerminal(terminal.get()));
-
+    EXPECT_EQ(Platform::terminalColumns(terminal.get()), 80);
     winsize size{};
     size.ws_row = 24;
     size.ws_col = 132;
     ASSERT_EQ(ioctl(fileno(terminal.get()), TIOCSWINSZ, &size), 0);
     EXPECT_EQ(Platform::terminalColumns(terminal.get()), 132);
-}
-
-TEST(Terminal, HasEightyColumnsWhereItDoesNotSay) {
-    Stream keeper(openTerminalKeeper());
-    ASSERT_NE(keeper.get(), nullptr);
-    const Stream terminal(openTerminal(keeper));
-    ASSERT_NE(terminal.get(), nullptr);
-    EXPECT_EQ(Platform::terminalColumns(terminal.get()), 80);
 }
 
 TEST(Signals, ThatEndAProcessAreLeftToOtherThreads) {
@@ -84,15 +61,14 @@ TEST(Signals, ThatEndAProcessAreLeftToOtherThreads) {
 }
 
 TEST(InterruptsDeathTest, AreNotedAndDoNotEndTheProcess) {
-    for (const int interrupt : {SIGINT, SIGTERM}) {
-        const auto child = [interrupt] {
-            Platform::catchInterrupts();
-            const bool before = Platform::interrupted();
-            std::raise(interrupt);
-            std::_Exit(!before && Platform::interrupted() ? 0 : 1);
-        };
-        EXPECT_EXIT(child(), ::testing::ExitedWithCode(0), "") << interrupt;
-    }
+    const auto child = [](int interrupt) {
+        Platform::catchInterrupts();
+        const bool before = Platform::interrupted();
+        std::raise(interrupt);
+        endWell(!before && Platform::interrupted());
+    };
+    for (const int interrupt : {SIGINT, SIGTERM})
+        EXPECT_EXIT(child(interrupt), ::testing::ExitedWithCode(0), "") << interrupt;
 }
 
 TEST(InterruptsDeathTest, EndTheProcessTheSecondTime) {
@@ -105,23 +81,15 @@ TEST(InterruptsDeathTest, EndTheProcessTheSecondTime) {
     EXPECT_EXIT(child(SIGINT, SIGTERM), ::testing::KilledBySignal(SIGTERM), "");
 }
 
-TEST(InterruptsDeathTest, EndTheProcessAtOnceWhereThatIsAskedFor) {
-    for (const int interrupt : {SIGINT, SIGTERM}) {
-        const auto child = [interrupt] {
-            Platform::endAtInterrupts("last words\n", 7);
-            std::raise(interrupt);
-            std::_Exit(0);
-        };
-        EXPECT_EXIT(child(), ::testing::ExitedWithCode(7), "^last words\n$") << interrupt;
-    }
-}
-
-TEST(InterruptsDeathTest, AreNotedOnceTheProcessNoLongerEndsAtOnce) {
-    const auto child = [] {
+TEST(InterruptsDeathTest, EndTheProcessAtOnceUntilTheyAreCaught) {
+    const auto child = [](int interrupt, bool isCaught) {
         Platform::endAtInterrupts("last words\n", 7);
-        Platform::catchInterrupts();
-        std::raise(SIGINT);
-        std::_Exit(Platform::interrupted() ? 0 : 1);
+        if (isCaught)
+            Platform::catchInterrupts();
+        std::raise(interrupt);
+        endWell(Platform::interrupted());
     };
-    EXPECT_EXIT(child(), ::testing::ExitedWithCode(0), "^$");
+    for (const int interrupt : {SIGINT, SIGTERM})
+        EXPECT_EXIT(child(interrupt, false), ::testing::ExitedWithCode(7), "^last words\n$") << interrupt;
+    EXPECT_EXIT(child(SIGINT, true), ::testing::ExitedWithCode(0), "^$");
 }

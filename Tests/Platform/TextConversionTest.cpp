@@ -6,6 +6,7 @@
 #include <climits>
 #include <gtest/gtest.h>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace {
@@ -32,15 +33,23 @@ std::string encodeFrom(const std::basic_string<Wide>& wide) {
     return text;
 }
 
-/// Calls the converter to wide text with everything else as it should be.
-int widen(const char* text, int bytes, wchar_t* wide, int count, DWORD flags = 0) {
+// The converters with everything else as it should be.
+
+int widen(const char* text, int bytes, wchar_t* wide, int count, DWORD flags = 0, UINT page = CP_UTF8) {
     SetLastError(ERROR_SUCCESS);
-    return MultiByteToWideChar(CP_UTF8, flags, text, bytes, wide, count);
+    return MultiByteToWideChar(page, flags, text, bytes, wide, count);
 }
 
-int narrow(const wchar_t* wide, int count, char* text, int bytes, DWORD flags = 0) {
+int narrow(const wchar_t* wide, int count, char* text, int bytes, DWORD flags = 0, UINT page = CP_UTF8,
+           const char* substitute = nullptr, BOOL* used = nullptr) {
     SetLastError(ERROR_SUCCESS);
-    return WideCharToMultiByte(CP_UTF8, flags, wide, count, text, bytes, nullptr, nullptr);
+    return WideCharToMultiByte(page, flags, wide, count, text, bytes, substitute, used);
+}
+
+/// The error of a call that answered 0.
+DWORD errorOf(int answer) {
+    EXPECT_EQ(answer, 0);
+    return GetLastError();
 }
 
 struct MalformedCase {
@@ -86,26 +95,15 @@ const std::string boundariesUtf8 =
 
 } // namespace
 
-TEST(TextToWide, SubstitutesEachMaximalSubpartOfMalformedText) {
-    for (const MalformedCase& one : malformedCases())
-        EXPECT_EQ(decodeAs<char32_t>(one.text), one.wide) << one.what;
-}
-
-TEST(TextToWide, SubstitutesAlikeInSixteenBitUnits) {
-    for (const MalformedCase& one : malformedCases()) {
-        const std::u16string expected(one.wide.begin(), one.wide.end());
-        EXPECT_EQ(decodeAs<char16_t>(one.text), expected) << one.what;
-    }
-}
-
-TEST(TextToWide, RefusesMalformedTextWhereToldTo) {
-    for (const MalformedCase& one : malformedCases()) {
+TEST(TextToWide, SubstitutesEachMaximalSubpartOfMalformedTextOrRefusesIt) {
+    for (const auto& [what, text, expected] : malformedCases()) {
+        SCOPED_TRACE(what);
+        EXPECT_EQ(decodeAs<char32_t>(text), expected);
+        EXPECT_EQ(decodeAs<char16_t>(text), std::u16string(expected.begin(), expected.end()));
         std::array<wchar_t, 32> wide{};
         EXPECT_EQ(
-            widen(one.text.data(), static_cast<int>(one.text.size()), wide.data(), 32, MB_ERR_INVALID_CHARS),
-            0)
-            << one.what;
-        EXPECT_EQ(GetLastError(), ERROR_NO_UNICODE_TRANSLATION) << one.what;
+            errorOf(widen(text.data(), static_cast<int>(text.size()), wide.data(), 32, MB_ERR_INVALID_CHARS)),
+            ERROR_NO_UNICODE_TRANSLATION);
     }
 }
 
@@ -124,12 +122,6 @@ TEST(TextToWide, MakesSurrogatePairsOfTextOutsideTheBasicPlaneInSixteenBitUnits)
     EXPECT_EQ(decodeAs<char16_t>("\xF0\x9F\x98\x80\xF0\x90\x80\x80\xF4\x8F\xBF\xBF"),
               u"\U0001F600\U00010000\U0010FFFF");
     EXPECT_EQ(decodeAs<char16_t>("\xF0\x9F\x98\x80").size(), 2u);
-}
-
-TEST(TextToWide, HoldsWholeCodePointsWhereWideUnitsAreWide) {
-    static_assert(sizeof(wchar_t) == 4);
-    EXPECT_EQ(wideFromUtf8("\xF0\x9F\x98\x80"), L"\U0001F600");
-    EXPECT_EQ(wideFromUtf8("\xF0\x9F\x98\x80").size(), 1u);
 }
 
 TEST(TextToWide, CountsTheTerminatorOnlyWhereItLooksForTheEnd) {
@@ -157,37 +149,24 @@ TEST(TextToWide, TellsTheSizeAndWritesNothingWhereTheBufferHasNone) {
 
 TEST(TextToWide, RefusesABufferThatIsTooSmallAndWritesNothingBeyondIt) {
     std::array<wchar_t, 3> wide{L'?', L'?', L'?'};
-    EXPECT_EQ(widen("abc", 3, wide.data(), 2), 0);
-    EXPECT_EQ(GetLastError(), ERROR_INSUFFICIENT_BUFFER);
+    EXPECT_EQ(errorOf(widen("abc", 3, wide.data(), 2)), ERROR_INSUFFICIENT_BUFFER);
     EXPECT_EQ(wide[2], L'?');
     EXPECT_EQ(widen("abc", 3, wide.data(), 3), 3);
 }
 
 TEST(TextToWide, RefusesWrongArguments) {
-    std::array<wchar_t, 4> wide{};
-    EXPECT_EQ(widen("ab", 0, wide.data(), 4), 0) << "no bytes";
-    EXPECT_EQ(GetLastError(), ERROR_INVALID_PARAMETER);
-    EXPECT_EQ(widen("ab", -2, wide.data(), 4), 0) << "a negative number";
-    EXPECT_EQ(GetLastError(), ERROR_INVALID_PARAMETER);
-    EXPECT_EQ(widen(nullptr, 2, wide.data(), 4), 0) << "no text";
-    EXPECT_EQ(GetLastError(), ERROR_INVALID_PARAMETER);
-    EXPECT_EQ(widen("ab", 2, wide.data(), -1), 0) << "a negative buffer";
-    EXPECT_EQ(GetLastError(), ERROR_INVALID_PARAMETER);
-    EXPECT_EQ(widen("ab", 2, nullptr, 4), 0) << "no buffer";
-    EXPECT_EQ(GetLastError(), ERROR_INVALID_PARAMETER);
-    EXPECT_EQ(widen(reinterpret_cast<const char*>(wide.data()), 2, wide.data(), 4), 0) << "onto itself";
-    EXPECT_EQ(GetLastError(), ERROR_INVALID_PARAMETER);
-}
-
-TEST(TextToWide, RefusesOtherCodePagesAndFlags) {
-    std::array<wchar_t, 4> wide{};
-    SetLastError(ERROR_SUCCESS);
-    EXPECT_EQ(MultiByteToWideChar(1252, 0, "ab", 2, wide.data(), 4), 0);
-    EXPECT_EQ(GetLastError(), ERROR_INVALID_PARAMETER);
-    EXPECT_EQ(widen("ab", 2, wide.data(), 4, 1), 0);
-    EXPECT_EQ(GetLastError(), ERROR_INVALID_FLAGS);
-    EXPECT_EQ(widen("ab", 2, wide.data(), 4, MB_ERR_INVALID_CHARS | 1), 0);
-    EXPECT_EQ(GetLastError(), ERROR_INVALID_FLAGS);
+    std::array<wchar_t, 4> room{};
+    wchar_t* const wide = room.data();
+    const auto* const itself = reinterpret_cast<const char*>(wide);
+    EXPECT_EQ(errorOf(widen("ab", 0, wide, 4)), ERROR_INVALID_PARAMETER) << "no bytes";
+    EXPECT_EQ(errorOf(widen("ab", -2, wide, 4)), ERROR_INVALID_PARAMETER) << "a negative number";
+    EXPECT_EQ(errorOf(widen(nullptr, 2, wide, 4)), ERROR_INVALID_PARAMETER) << "no text";
+    EXPECT_EQ(errorOf(widen("ab", 2, wide, -1)), ERROR_INVALID_PARAMETER) << "a negative buffer";
+    EXPECT_EQ(errorOf(widen("ab", 2, nullptr, 4)), ERROR_INVALID_PARAMETER) << "no buffer";
+    EXPECT_EQ(errorOf(widen(itself, 2, wide, 4)), ERROR_INVALID_PARAMETER) << "onto itself";
+    EXPECT_EQ(errorOf(widen("ab", 2, wide, 4, 0, 1252)), ERROR_INVALID_PARAMETER) << "another code page";
+    EXPECT_EQ(errorOf(widen("ab", 2, wide, 4, 1)), ERROR_INVALID_FLAGS);
+    EXPECT_EQ(errorOf(widen("ab", 2, wide, 4, MB_ERR_INVALID_CHARS | 1)), ERROR_INVALID_FLAGS);
 }
 
 TEST(WideToText, EncodesTheBoundariesOfEverySequenceLength) {
@@ -221,8 +200,8 @@ TEST(WideToText, SubstitutesSurrogatesAndValuesThatAreNoCodePoints) {
 TEST(WideToText, RefusesMalformedTextWhereToldTo) {
     std::array<char, 8> text{};
     const std::wstring lone{L'a', wchar_t{0xD800}};
-    EXPECT_EQ(narrow(lone.data(), 2, text.data(), 8, WC_ERR_INVALID_CHARS), 0);
-    EXPECT_EQ(GetLastError(), ERROR_NO_UNICODE_TRANSLATION);
+    EXPECT_EQ(errorOf(narrow(lone.data(), 2, text.data(), 8, WC_ERR_INVALID_CHARS)),
+              ERROR_NO_UNICODE_TRANSLATION);
     EXPECT_EQ(narrow(L"a\u00E4", 2, text.data(), 8, WC_ERR_INVALID_CHARS), 3);
     EXPECT_EQ(GetLastError(), ERROR_SUCCESS);
 }
@@ -244,49 +223,34 @@ TEST(WideToText, TellsTheSizeAndWritesNothingWhereTheBufferHasNone) {
 
 TEST(WideToText, RefusesABufferThatIsTooSmallAndWritesNothingBeyondIt) {
     std::array<char, 4> text{'?', '?', '?', '?'};
-    EXPECT_EQ(narrow(L"a\u20AC", 2, text.data(), 3), 0) << "the second character does not fit";
-    EXPECT_EQ(GetLastError(), ERROR_INSUFFICIENT_BUFFER);
+    EXPECT_EQ(errorOf(narrow(L"a\u20AC", 2, text.data(), 3)), ERROR_INSUFFICIENT_BUFFER)
+        << "the second character does not fit";
     EXPECT_EQ(text[3], '?');
     EXPECT_EQ(narrow(L"a\u20AC", 2, text.data(), 4), 4);
 }
 
 TEST(WideToText, RefusesWrongArguments) {
-    std::array<char, 4> text{};
-    EXPECT_EQ(narrow(L"ab", 0, text.data(), 4), 0) << "no text";
-    EXPECT_EQ(GetLastError(), ERROR_INVALID_PARAMETER);
-    EXPECT_EQ(narrow(L"ab", -2, text.data(), 4), 0) << "a negative number";
-    EXPECT_EQ(GetLastError(), ERROR_INVALID_PARAMETER);
-    EXPECT_EQ(narrow(nullptr, 2, text.data(), 4), 0) << "a null text";
-    EXPECT_EQ(GetLastError(), ERROR_INVALID_PARAMETER);
-    EXPECT_EQ(narrow(L"ab", 2, nullptr, 4), 0) << "no buffer";
-    EXPECT_EQ(GetLastError(), ERROR_INVALID_PARAMETER);
-    EXPECT_EQ(narrow(L"ab", 2, text.data(), -1), 0) << "a negative buffer";
-    EXPECT_EQ(GetLastError(), ERROR_INVALID_PARAMETER);
-}
-
-TEST(WideToText, RefusesOtherCodePagesFlagsAndDefaultCharacters) {
-    std::array<char, 4> text{};
+    std::array<char, 4> room{};
+    char* const text = room.data();
     BOOL used = 0;
-    SetLastError(ERROR_SUCCESS);
-    EXPECT_EQ(WideCharToMultiByte(1252, 0, L"ab", 2, text.data(), 4, nullptr, nullptr), 0);
-    EXPECT_EQ(GetLastError(), ERROR_INVALID_PARAMETER);
-    EXPECT_EQ(narrow(L"ab", 2, text.data(), 4, 1), 0);
-    EXPECT_EQ(GetLastError(), ERROR_INVALID_FLAGS);
-    SetLastError(ERROR_SUCCESS);
-    EXPECT_EQ(WideCharToMultiByte(CP_UTF8, 0, L"ab", 2, text.data(), 4, "?", nullptr), 0);
-    EXPECT_EQ(GetLastError(), ERROR_INVALID_PARAMETER);
-    SetLastError(ERROR_SUCCESS);
-    EXPECT_EQ(WideCharToMultiByte(CP_UTF8, 0, L"ab", 2, text.data(), 4, nullptr, &used), 0);
-    EXPECT_EQ(GetLastError(), ERROR_INVALID_PARAMETER);
+    EXPECT_EQ(errorOf(narrow(L"ab", 0, text, 4)), ERROR_INVALID_PARAMETER) << "no text";
+    EXPECT_EQ(errorOf(narrow(L"ab", -2, text, 4)), ERROR_INVALID_PARAMETER) << "a negative number";
+    EXPECT_EQ(errorOf(narrow(nullptr, 2, text, 4)), ERROR_INVALID_PARAMETER) << "a null text";
+    EXPECT_EQ(errorOf(narrow(L"ab", 2, nullptr, 4)), ERROR_INVALID_PARAMETER) << "no buffer";
+    EXPECT_EQ(errorOf(narrow(L"ab", 2, text, -1)), ERROR_INVALID_PARAMETER) << "a negative buffer";
+    EXPECT_EQ(errorOf(narrow(L"ab", 2, text, 4, 0, 1252)), ERROR_INVALID_PARAMETER) << "another code page";
+    EXPECT_EQ(errorOf(narrow(L"ab", 2, text, 4, 0, CP_UTF8, "?")), ERROR_INVALID_PARAMETER);
+    EXPECT_EQ(errorOf(narrow(L"ab", 2, text, 4, 0, CP_UTF8, nullptr, &used)), ERROR_INVALID_PARAMETER);
+    EXPECT_EQ(errorOf(narrow(L"ab", 2, text, 4, 1)), ERROR_INVALID_FLAGS);
 }
 
-TEST(WholeTexts, ConvertThereAndBack) {
-    const std::string text = "Kamera \xC3\xA4\xE2\x82\xAC\xF0\x9F\x98\x80";
-    EXPECT_EQ(wideFromUtf8(text), L"Kamera \u00E4\u20AC\U0001F600");
-    EXPECT_EQ(utf8FromWide(wideFromUtf8(text)), text);
-}
-
-TEST(WholeTexts, AreEmptyForAnEmptyText) {
-    EXPECT_EQ(wideFromUtf8(""), L"");
-    EXPECT_EQ(utf8FromWide(L""), "");
+TEST(WholeTexts, ConvertThereAndBackInWholeCodePoints) {
+    static_assert(sizeof(wchar_t) == 4);
+    for (const auto& [text, wide] :
+         {std::pair<std::string, std::wstring>("Kamera \xC3\xA4\xE2\x82\xAC\xF0\x9F\x98\x80",
+                                               L"Kamera \u00E4\u20AC\U0001F600"),
+          {"", L""}}) {
+        EXPECT_EQ(wideFromUtf8(text), wide);
+        EXPECT_EQ(utf8FromWide(wide), text);
+    }
 }

@@ -3,7 +3,6 @@
 #include "Device/Exceptions.h"
 #include "FakeCamera.h"
 
-#include <future>
 #include <gtest/gtest.h>
 #include <stdexcept>
 #include <string>
@@ -11,82 +10,60 @@
 
 using namespace Tolvane::DeviceFramework2::Device;
 using Tests::FakeCamera;
+using Tests::Knock;
+using Tests::throwBroken;
 
 namespace {
 
-/// A command of the test's own.
-class Knock : public Cmd {
-public:
-    using Cmd::Cmd;
-};
-
-/// Counts what it is told.
-struct Results {
-    int done = 0;
-    std::exception_ptr failure;
-    int failed = 0;
-
+/// A camera, and what is told of one command.
+struct ABaseDevice : testing::Test {
+    void execute(const CmdResultCallbacks& callbacks) { camera.execInternal(knock, callbacks); }
     CmdResultCallbacks callbacks() {
-        return {[this] { ++done; },
-                [this](std::exception_ptr exception) {
-                    ++failed;
-                    failure = std::move(exception);
+        return {[this] { told += "done"; },
+                [this](const std::exception_ptr& exception) {
+                    try {
+                        std::rethrow_exception(exception);
+                    } catch (const std::exception& caught) {
+                        told += caught.what();
+                    }
                 }};
     }
+
+    FakeCamera camera;
+    const std::shared_ptr<Knock> knock = std::make_shared<Knock>("door");
+    const std::string unsupported =
+        std::string("The device has no handler for the command ") + typeid(Knock).name();
+    std::string told;
 };
-
-void throwBroken(const std::shared_ptr<Cmd>&, const CmdResultCallbacks&) {
-    throw std::runtime_error("broken");
-}
-
-std::string textOf(const std::exception_ptr& exception) {
-    try {
-        std::rethrow_exception(exception);
-    } catch (const std::exception& caught) {
-        return caught.what();
-    }
-}
 
 } // namespace
 
-TEST(Cmd, IsNamedByItsRunTimeType) {
-    const Knock knock("door");
-    EXPECT_EQ(static_cast<const Cmd&>(knock).getTypeName(), typeid(Knock).name());
-    EXPECT_EQ(knock.getKey(), "door");
-}
-
-TEST(Cmd, ThatFillsRefersToWhatItFills) {
+TEST(Cmd, IsNamedByItsRunTimeTypeAndRefersToWhatItFills) {
     image_t image;
-    const Capture::FillMonoImage command(image, "left");
-    EXPECT_EQ(&command.getValue(), &image);
-    EXPECT_EQ(command.getKey(), "left");
-    EXPECT_EQ(Capture::FillNativeImage(image).getKey(), "");
-}
-
-TEST(Cmd, OfOneClassIsNotTheOther) {
-    image_t image;
-    const Capture::FillMonoImage mono(image);
+    const Capture::FillMonoImage mono(image, "left");
     const Capture::FillNativeImage native(image);
+    EXPECT_EQ(static_cast<const Cmd&>(mono).getTypeName(), typeid(mono).name());
     EXPECT_NE(mono.getTypeName(), native.getTypeName());
+    EXPECT_EQ(&mono.getValue(), &image);
+    EXPECT_EQ(mono.getKey(), "left");
+    EXPECT_EQ(native.getKey(), "");
     EXPECT_EQ(dynamic_cast<const SetCmd<NetworkHealthCallback>*>(static_cast<const Cmd*>(&mono)), nullptr);
 }
 
-TEST(BaseDevice, SupportsWhatItHasAHandlerFor) {
-    FakeCamera camera;
-    EXPECT_FALSE(camera.supports(Knock()));
+TEST_F(ABaseDevice, SupportsWhatItHasAHandlerFor) {
+    EXPECT_FALSE(camera.supports(*knock));
     camera.installCmdHandler<Knock>(throwBroken);
-    EXPECT_TRUE(camera.supports(Knock()));
+    EXPECT_TRUE(camera.supports(*knock));
     EXPECT_FALSE(camera.supports(Cmd()));
 }
 
-TEST(BaseDevice, InstallsItsHandlersOnceHoweverOftenItIsInitialised) {
-    FakeCamera camera;
+TEST_F(ABaseDevice, InstallsItsHandlersOnceHoweverOftenItIsInitialised) {
     EXPECT_EQ(camera.installations, 1);
     camera.initialize();
     EXPECT_EQ(camera.installations, 1);
 }
 
-TEST(BaseDevice, HasNoHandlersOfItsOwn) {
+TEST_F(ABaseDevice, HasNoHandlersOfItsOwn) {
     class Bare : public BaseDevice {};
     Bare device;
     device.initialize();
@@ -94,82 +71,51 @@ TEST(BaseDevice, HasNoHandlersOfItsOwn) {
     EXPECT_FALSE(device.supports(Capture::FillMonoImage(image)));
 }
 
-TEST(BaseDevice, ExecutesOnTheCallingThreadAndTellsSuccess) {
-    FakeCamera camera;
-    Results results;
+TEST_F(ABaseDevice, ExecutesOnTheCallingThreadAndTellsSuccess) {
     std::thread::id executedOn;
-    std::shared_ptr<Cmd> handled;
     camera.installCmdHandler<Knock>([&](const std::shared_ptr<Cmd>& command, const CmdResultCallbacks&) {
-        EXPECT_EQ(results.done, 0) << "told too early";
+        EXPECT_EQ(told, "") << "told too early";
+        EXPECT_EQ(command, knock);
         executedOn = std::this_thread::get_id();
-        handled = command;
     });
-    const auto command = std::make_shared<Knock>();
-    camera.execInternal(command, results.callbacks());
+    execute(callbacks());
     EXPECT_EQ(executedOn, std::this_thread::get_id());
-    EXPECT_EQ(handled, command);
-    EXPECT_EQ(results.done, 1);
-    EXPECT_EQ(results.failed, 0);
+    EXPECT_EQ(told, "done");
+    told.clear();
+    EXPECT_NO_THROW(execute({})) << "without callbacks";
 }
 
-TEST(BaseDevice, PassesTheHandlersExceptionToCallbackAndCaller) {
-    FakeCamera camera;
+TEST_F(ABaseDevice, PassesTheHandlersExceptionToCallbackAndCaller) {
     camera.installCmdHandler<Knock>(throwBroken);
-    Results results;
-    EXPECT_THROW(camera.execInternal(std::make_shared<Knock>(), results.callbacks()), std::runtime_error);
-    EXPECT_EQ(results.done, 0);
-    ASSERT_EQ(results.failed, 1);
-    EXPECT_EQ(textOf(results.failure), "broken");
+    EXPECT_THROW(execute(callbacks()), std::runtime_error);
+    EXPECT_EQ(told, "broken");
 }
 
-TEST(BaseDevice, NeedsNoCallbacks) {
-    FakeCamera camera;
-    EXPECT_THROW(camera.execInternal(std::make_shared<Knock>(), {}), Exceptions::UnsupportedCommandException);
-    camera.installCmdHandler<Knock>([](const std::shared_ptr<Cmd>&, const CmdResultCallbacks&) {});
-    EXPECT_NO_THROW(camera.execInternal(std::make_shared<Knock>(), {}));
-}
-
-TEST(BaseDevice, RefusesACommandWithoutHandler) {
-    FakeCamera camera;
-    Results results;
-    const auto command = std::make_shared<Knock>();
+TEST_F(ABaseDevice, RefusesACommandWithoutHandlerAndNull) {
     try {
-        camera.execInternal(command, results.callbacks());
+        execute(callbacks());
         FAIL() << "nothing was thrown";
     } catch (const Exceptions::UnsupportedCommandException& exception) {
-        EXPECT_EQ(exception.getCommand(), command);
-        EXPECT_EQ(exception.what(),
-                  std::string("The device has no handler for the command ") + typeid(Knock).name());
+        EXPECT_EQ(exception.getCommand(), knock);
+        EXPECT_EQ(exception.what(), unsupported);
     }
-    EXPECT_EQ(results.failed, 1);
-}
-
-TEST(BaseDevice, RefusesNull) {
-    FakeCamera camera;
+    EXPECT_EQ(told, unsupported);
+    EXPECT_THROW(execute({}), Exceptions::UnsupportedCommandException);
     EXPECT_THROW(camera.execInternal(nullptr, {}), Exceptions::UnsupportedCommandException);
     EXPECT_THROW(camera.execAsync(nullptr, {}).get(), Exceptions::UnsupportedCommandException);
 }
 
-TEST(BaseDevice, ReplacesAnEarlierHandler) {
-    FakeCamera camera;
-    int executed = 0;
-    camera.installCmdHandler<Knock>(throwBroken);
-    camera.installCmdHandler<Knock>(
-        [&](const std::shared_ptr<Cmd>&, const CmdResultCallbacks&) { ++executed; });
-    camera.execInternal(std::make_shared<Knock>(), {});
-    EXPECT_EQ(executed, 1);
-}
-
-TEST(BaseDevice, RunsAHandlerThatReplacesItself) {
-    FakeCamera camera;
+TEST_F(ABaseDevice, RunsACopyOfAHandlerThatReplacesItself) {
     auto held = std::make_shared<int>(7);
     const std::weak_ptr<int> watched = held;
+    camera.installCmdHandler<Knock>(throwBroken);
     camera.installCmdHandler<Knock>(
-        [&camera, held = std::move(held)](const std::shared_ptr<Cmd>&, const CmdResultCallbacks&) {
+        [&, held = std::move(held)](const std::shared_ptr<Cmd>&, const CmdResultCallbacks&) {
             camera.installCmdHandler<Knock>(throwBroken);
-            EXPECT_EQ(*held, 7) << "the running handler is a copy";
+            told += std::to_string(*held);
         });
-    camera.execInternal(std::make_shared<Knock>(), {});
+    execute({});
+    EXPECT_EQ(told, "7") << "the later handler, and while it runs";
     EXPECT_TRUE(watched.expired());
 }
 

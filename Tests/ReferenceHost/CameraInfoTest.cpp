@@ -1,6 +1,6 @@
 #include "VantrelCommon/CameraInfo.h"
 
-#include "Communicator/DeviceException.h"
+#include "FakeCamera.h"
 #include "ReferenceHost/DeviceDescription.h"
 
 #include <gtest/gtest.h>
@@ -22,13 +22,9 @@ std::wstring modelAfterRoundTrip(const std::wstring& model) {
     return readFrom(info.toXml()).getModel();
 }
 
-std::wstring reasonFor(const std::string& xml) {
-    try {
-        readFrom(xml);
-    } catch (const DeviceException& exception) {
-        return exception.getMessage();
-    }
-    return L"";
+std::wstring reasonFor(const std::string& element, const std::string& text) {
+    return Tests::reasonOf(
+        [&] { readFrom("<CameraInfo><" + element + ">" + text + "</" + element + "></CameraInfo>"); });
 }
 
 CameraInfo filledInfo() {
@@ -46,7 +42,31 @@ CameraInfo filledInfo() {
     return info;
 }
 
-void expectFilled(const CameraInfo& info) {
+const std::string filledXml = "  <CameraInfo>\n"
+                              "    <cameraTypeEnum>6</cameraTypeEnum>\n"
+                              "    <resolutionX>-3</resolutionX>\n"
+                              "    <resolutionY>2147483647</resolutionY>\n"
+                              "    <ipAddress>ip</ipAddress>\n"
+                              "    <firmware>fw</firmware>\n"
+                              "    <macAddress>mac</macAddress>\n"
+                              "    <model>model</model>\n"
+                              "    <serialNumber>serial</serialNumber>\n"
+                              "    <defaultGateway>gateway</defaultGateway>\n"
+                              "    <subnetMask>mask</subnetMask>\n"
+                              "  </CameraInfo>\n";
+
+} // namespace
+
+TEST(CameraInfo, IsEmptyAtFirst) {
+    const CameraInfo info;
+    EXPECT_EQ(info.getCameraTypeEnum(), 0);
+    EXPECT_EQ(info.getResolutionX(), 0);
+    EXPECT_EQ(info.getResolutionY(), 0);
+    EXPECT_EQ(info.getModel(), L"");
+}
+
+TEST(CameraInfo, KeepsEachFieldApart) {
+    const CameraInfo info = filledInfo();
     EXPECT_EQ(info.getCameraTypeEnum(), 6);
     EXPECT_EQ(info.getIpAddress(), L"ip");
     EXPECT_EQ(info.getFW(), L"fw");
@@ -59,45 +79,18 @@ void expectFilled(const CameraInfo& info) {
     EXPECT_EQ(info.getSubnetMask(), L"mask");
 }
 
-} // namespace
-
-TEST(CameraInfo, IsEmptyAtFirst) {
-    const CameraInfo info;
-    EXPECT_EQ(info.getCameraTypeEnum(), 0);
-    EXPECT_EQ(info.getResolutionX(), 0);
-    EXPECT_EQ(info.getResolutionY(), 0);
-    EXPECT_EQ(info.getModel(), L"");
-}
-
-TEST(CameraInfo, IsWrittenWithAnElementForEachField) {
-    EXPECT_EQ(filledInfo().toXml(2), "  <CameraInfo>\n"
-                                     "    <cameraTypeEnum>6</cameraTypeEnum>\n"
-                                     "    <resolutionX>-3</resolutionX>\n"
-                                     "    <resolutionY>2147483647</resolutionY>\n"
-                                     "    <ipAddress>ip</ipAddress>\n"
-                                     "    <firmware>fw</firmware>\n"
-                                     "    <macAddress>mac</macAddress>\n"
-                                     "    <model>model</model>\n"
-                                     "    <serialNumber>serial</serialNumber>\n"
-                                     "    <defaultGateway>gateway</defaultGateway>\n"
-                                     "    <subnetMask>mask</subnetMask>\n"
-                                     "  </CameraInfo>\n");
-}
-
-TEST(CameraInfo, IsReadBackWhole) {
-    expectFilled(readFrom(filledInfo().toXml()));
-}
-
-TEST(CameraInfo, IsCopiedAndMovedWhole) {
+TEST(CameraInfo, IsWrittenReadCopiedAndMovedWhole) {
     CameraInfo info = filledInfo();
+    EXPECT_EQ(info.toXml(2), filledXml);
+    EXPECT_EQ(readFrom(info.toXml()).toXml(2), filledXml);
     CameraInfo copy(info);
-    expectFilled(copy);
     CameraInfo assigned;
     assigned = copy;
-    expectFilled(assigned);
+    EXPECT_EQ(assigned.toXml(2), filledXml);
+    assigned = CameraInfo();
     assigned = std::move(copy);
-    expectFilled(assigned);
-    expectFilled(CameraInfo(std::move(info)));
+    EXPECT_EQ(assigned.toXml(2), filledXml);
+    EXPECT_EQ(CameraInfo(std::move(info)).toXml(2), filledXml);
 }
 
 TEST(CameraInfo, KeepsEveryTextThatXmlCanHold) {
@@ -125,36 +118,21 @@ TEST(CameraInfo, ReadsItsFieldsInAnyOrderAndSkipsOthers) {
     EXPECT_EQ(info.getCameraTypeEnum(), 6);
 }
 
-TEST(CameraInfo, LeavesMissingFieldsEmpty) {
-    const CameraInfo info = readFrom("<CameraInfo/>");
-    EXPECT_EQ(info.toXml(), CameraInfo().toXml());
-}
-
-TEST(CameraInfo, TakesTheLastOfTwoFieldsOfOneName) {
+TEST(CameraInfo, TakesTheLastOfTwoFieldsOfOneNameAndTextInPieces) {
+    EXPECT_EQ(readFrom("<CameraInfo/>").toXml(), CameraInfo().toXml());
     EXPECT_EQ(readFrom("<CameraInfo><model>a</model><model>b</model></CameraInfo>").getModel(), L"b");
-}
-
-TEST(CameraInfo, ReadsTextInPieces) {
     EXPECT_EQ(
         readFrom("<CameraInfo><model>a<![CDATA[<b>]]>&#99;<!-- no -->d</model></CameraInfo>").getModel(),
         L"a<b>cd");
 }
 
-TEST(CameraInfo, RefusesANumberThatIsNone) {
+TEST(CameraInfo, NamesANumberThatIsNoneAndNoMoreThanItsBeginning) {
+    EXPECT_EQ(reasonFor("cameraTypeEnum", "six"),
+              L"The description's element \"cameraTypeEnum\" holds no number: \"six\"");
+    EXPECT_LT(reasonFor("cameraTypeEnum", std::string(100'000, 'x')).size(), 200u);
     for (const char* number : {"", " ", "x", "6x", "6 6", "0x6", "6.0", "2147483648", "-2147483649", "+6",
                                "-", "99999999999999999999"})
-        EXPECT_NE(
-            reasonFor("<CameraInfo><resolutionX>" + std::string(number) + "</resolutionX></CameraInfo>"), L"")
-            << number;
-}
-
-TEST(CameraInfo, NamesTheNumberThatItRefusesAndNoMoreThanItsBeginning) {
-    EXPECT_EQ(reasonFor("<CameraInfo><cameraTypeEnum>six</cameraTypeEnum></CameraInfo>"),
-              L"The description's element \"cameraTypeEnum\" holds no number: \"six\"");
-    EXPECT_LT(reasonFor("<CameraInfo><cameraTypeEnum>" + std::string(100'000, 'x') +
-                        "</cameraTypeEnum></CameraInfo>")
-                  .size(),
-              200u);
+        EXPECT_NE(reasonFor("resolutionX", number), L"") << number;
 }
 
 TEST(CameraInfo, RefusesANullNode) {

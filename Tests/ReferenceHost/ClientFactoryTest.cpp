@@ -1,6 +1,5 @@
 #include "Communicator/ClientFactory.h"
 
-#include "Communicator/DeviceException.h"
 #include "Communicator/PosixEthernetCommunicator.h"
 #include "FakeCamera.h"
 #include "NativeCameraControl/NativeCameraTemplate.h"
@@ -9,6 +8,7 @@
 #include <gtest/gtest.h>
 #include <memory>
 #include <string>
+#include <utility>
 
 using ReferenceHost::DeviceDescription;
 
@@ -30,24 +30,21 @@ int timeoutOf(const std::string& text) {
 }
 
 std::wstring reasonFor(const std::string& children) {
-    try {
-        builtFrom(children);
-    } catch (const DeviceException& exception) {
-        return exception.getMessage();
-    }
-    return L"";
+    return Tests::reasonOf([&] { builtFrom(children); });
 }
 
 } // namespace
 
 TEST(ClientFactory, MakesAnUnconnectedCommunicator) {
-    const std::unique_ptr<EthernetCommunicator> communicator(
-        ClientFactory::createEthernetCommunicator(L"127.0.0.1", 32769, -1));
-    EXPECT_NE(dynamic_cast<PosixEthernetCommunicator*>(communicator.get()), nullptr);
-    EXPECT_EQ(communicator->getAddress(), L"127.0.0.1");
-    EXPECT_EQ(communicator->getPort(), 32769);
-    EXPECT_EQ(communicator->getConnectTimeoutMs(), -1);
-    EXPECT_FALSE(communicator->isConnected());
+    for (const int timeout : {-1, 250}) {
+        const std::unique_ptr<EthernetCommunicator> communicator(
+            ClientFactory::createEthernetCommunicator(L"127.0.0.1", 32769, timeout));
+        EXPECT_NE(dynamic_cast<PosixEthernetCommunicator*>(communicator.get()), nullptr);
+        EXPECT_EQ(communicator->getAddress(), L"127.0.0.1");
+        EXPECT_EQ(communicator->getPort(), 32769);
+        EXPECT_EQ(communicator->getConnectTimeoutMs(), timeout);
+        EXPECT_FALSE(communicator->isConnected());
+    }
 }
 
 TEST(ClientFactory, BuildsACommunicatorFromItsElement) {
@@ -58,18 +55,12 @@ TEST(ClientFactory, BuildsACommunicatorFromItsElement) {
     EXPECT_EQ(communicator->getConnectTimeoutMs(), -1);
 }
 
-TEST(ClientFactory, ReadsTheTimeOut) {
-    EXPECT_EQ(timeoutOf("250"), 250);
-    EXPECT_EQ(timeoutOf("0"), 0);
-    EXPECT_EQ(timeoutOf("-1"), -1);
-}
-
 TEST(ClientFactory, BoundsTheTimeOutByThatOfAConnect) {
-    EXPECT_EQ(timeoutOf("5000"), 5000);
-    for (const char* longer : {"5001", "2147483647"})
-        EXPECT_EQ(timeoutOf(longer), 5000) << longer;
-    for (const char* negative : {"-2", "-2147483648"})
-        EXPECT_EQ(timeoutOf(negative), -1) << negative;
+    for (const auto& [text, timeout] :
+         {std::pair("250", 250), std::pair("0", 0), std::pair("-1", -1), std::pair("5000", 5000),
+          std::pair("5001", 5000), std::pair("2147483647", 5000), std::pair("-2", -1),
+          std::pair("-2147483648", -1)})
+        EXPECT_EQ(timeoutOf(text), timeout) << text;
 }
 
 TEST(ClientFactory, TakesTheLastOfTwoChildrenOfOneName) {
@@ -77,47 +68,37 @@ TEST(ClientFactory, TakesTheLastOfTwoChildrenOfOneName) {
               L"b");
 }
 
-TEST(ClientFactory, RefusesAConnectionWithoutAddress) {
-    EXPECT_EQ(reasonFor("<port>1</port>"), L"The description's connection has no address");
-    EXPECT_EQ(reasonFor("<address/><port>1</port>"), L"The description's connection has no address");
-}
-
-TEST(ClientFactory, RefusesAPortThatIsNone) {
-    EXPECT_EQ(reasonFor("<address>a</address>"), L"The description's connection has no port");
-    EXPECT_EQ(reasonFor("<address>a</address><port>0</port>"),
-              L"The description's connection has no possible port: 0");
+TEST(ClientFactory, RefusesAConnectionWithoutAddressPortOrPossibleNumber) {
+    const std::wstring start = L"The description's ";
+    for (const auto& [children, reason] : {
+             std::pair("<port>1</port>", L"connection has no address"),
+             std::pair("<address/><port>1</port>", L"connection has no address"),
+             std::pair("<address>a</address>", L"connection has no port"),
+             std::pair("<address>a</address><port>0</port>", L"connection has no possible port: 0"),
+             std::pair("<address>a</address><port>1</port><timeout>soon</timeout>",
+                       L"element \"timeout\" holds no number: \"soon\""),
+         })
+        EXPECT_EQ(reasonFor(children), start + reason);
     for (const char* port : {"-1", "65536", "x", "", "32769x"})
         EXPECT_NE(reasonFor("<address>a</address><port>" + std::string(port) + "</port>"), L"") << port;
-}
-
-TEST(ClientFactory, RefusesATimeOutThatIsNoNumber) {
-    EXPECT_EQ(reasonFor("<address>a</address><port>1</port><timeout>soon</timeout>"),
-              L"The description's element \"timeout\" holds no number: \"soon\"");
 }
 
 TEST(ClientFactory, RefusesANullNode) {
     EXPECT_THROW(ClientFactory::buildCommunicator(nullptr), DeviceException);
 }
 
-TEST(CommunicatorTemplate, MakesACommunicatorAgain) {
-    const auto original = std::make_unique<Tests::FakeCommunicator>(L"10.0.0.5", 32769, 250);
+TEST(CommunicatorTemplate, MakesACommunicatorAgainOfOneThatIsGone) {
+    auto original = std::make_unique<Tests::FakeCommunicator>(L"10.0.0.5", 32769, 250);
     const CommunicatorTemplate communicatorTemplate(original.get());
+    original.reset();
     EXPECT_EQ(communicatorTemplate.getAddress(), L"10.0.0.5");
     EXPECT_EQ(communicatorTemplate.getPort(), 32769);
     EXPECT_EQ(communicatorTemplate.getTimeoutMs(), 250);
-
     const std::unique_ptr<Communicator> again(communicatorTemplate.createCommunicator());
     const auto& ethernet = dynamic_cast<const PosixEthernetCommunicator&>(*again);
     EXPECT_EQ(ethernet.getAddress(), L"10.0.0.5");
     EXPECT_EQ(ethernet.getPort(), 32769);
     EXPECT_EQ(ethernet.getConnectTimeoutMs(), 250);
-}
-
-TEST(CommunicatorTemplate, OutlivesItsCommunicator) {
-    auto original = std::make_unique<Tests::FakeCommunicator>(L"10.0.0.5");
-    const CommunicatorTemplate communicatorTemplate(original.get());
-    original.reset();
-    EXPECT_EQ(communicatorTemplate.getAddress(), L"10.0.0.5");
 }
 
 TEST(CommunicatorTemplate, RefusesWhatHasNoAddress) {

@@ -1,7 +1,6 @@
 #include "Communicator/Connector.h"
 
-#include "Communicator/Communicator.h"
-#include "Communicator/DeviceException.h"
+#include "FakeCamera.h"
 
 #include <gtest/gtest.h>
 #include <memory>
@@ -10,66 +9,25 @@
 
 namespace {
 
-/// A connection that only counts.
-class CountingCommunicator : public Communicator {
-public:
-    void writeBytes(const void*, unsigned int, bool, int) override {}
-    int readBytes(void*, unsigned int, int, unsigned int) override { return 0; }
-    bool isConnected() const override { return connected; }
-
-    bool connected = false;
-    bool refuses = false;
-    int connects = 0;
-    int disconnects = 0;
-
-protected:
-    void connect() override {
-        if (refuses)
-            throw DeviceException(L"refused");
-        ++connects;
-        connected = true;
-    }
-    void disconnect() noexcept override {
-        ++disconnects;
-        connected = false;
-    }
+struct ConnectorOf : testing::Test {
+    Tests::FakeCommunicator communicator;
 };
 
 } // namespace
 
-TEST(Connector, ConnectsAndCloses) {
-    CountingCommunicator communicator;
-    {
-        const Connector hold(communicator);
-        EXPECT_TRUE(communicator.connected);
-    }
-    EXPECT_EQ(communicator.connects, 1);
-    EXPECT_EQ(communicator.disconnects, 1);
-}
-
-TEST(Connector, OfAConnectedCommunicatorOnlyCounts) {
-    CountingCommunicator communicator;
-    const Connector outer(communicator);
-    {
-        const Connector inner(communicator);
-        const Connector innermost(communicator);
-    }
-    EXPECT_EQ(communicator.connects, 1);
-    EXPECT_EQ(communicator.disconnects, 0);
-}
-
-TEST(Connector, ThatGoesLastClosesInAnyOrder) {
-    CountingCommunicator communicator;
+TEST_F(ConnectorOf, AnUnconnectedCommunicatorConnectsAndTheLastClosesInAnyOrder) {
     auto first = std::make_unique<Connector>(communicator);
+    EXPECT_TRUE(communicator.connected);
     auto second = std::make_unique<Connector>(communicator);
+    { const Connector third(communicator); }
+    EXPECT_EQ(communicator.connects, 1) << "the others only count";
     first.reset();
     EXPECT_EQ(communicator.disconnects, 0);
     second.reset();
     EXPECT_EQ(communicator.disconnects, 1);
 }
 
-TEST(Connector, ConnectsAnewBelowAnOuterHoldThatLostItsConnection) {
-    CountingCommunicator communicator;
+TEST_F(ConnectorOf, ACommunicatorThatLostItsConnectionConnectsAnewBelowAnOuterHold) {
     const Connector outer(communicator);
     communicator.connected = false;
     {
@@ -79,8 +37,7 @@ TEST(Connector, ConnectsAnewBelowAnOuterHoldThatLostItsConnection) {
     EXPECT_TRUE(communicator.connected) << "the outer hold keeps the new connection";
 }
 
-TEST(Connector, ThatCannotConnectThrowsAndHoldsNothing) {
-    CountingCommunicator communicator;
+TEST_F(ConnectorOf, ACommunicatorThatIsRefusedThrowsAndHoldsNothing) {
     communicator.refuses = true;
     EXPECT_THROW(const Connector hold(communicator), DeviceException);
     communicator.refuses = false;
@@ -88,9 +45,8 @@ TEST(Connector, ThatCannotConnectThrowsAndHoldsNothing) {
     EXPECT_EQ(communicator.disconnects, 1) << "the failed hold was not counted";
 }
 
-TEST(Connector, NeverThrowsOnTheWayOut) {
+TEST_F(ConnectorOf, ABrokenCommunicatorNeverThrowsOnTheWayOut) {
     static_assert(std::is_nothrow_destructible_v<Connector>);
-    CountingCommunicator communicator;
     try {
         const Connector hold(communicator);
         communicator.connected = false;

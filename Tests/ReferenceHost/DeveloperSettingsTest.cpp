@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 #include <thread>
+#include <utility>
 #include <vector>
 
 using DeveloperSettings::Boolean;
@@ -31,24 +32,14 @@ TEST(DeveloperSettings, KeepWhatWasSetBeforeTheirConstruction) {
     EXPECT_EQ(developerSettings().at("set early"), "true");
 }
 
-TEST(DeveloperSettings, ReadTheStoreAtEveryCall) {
-    const Boolean boolean("read late");
-    EXPECT_FALSE(boolean.value());
-    setDeveloperSetting("read late", "true");
-    EXPECT_TRUE(boolean.value());
-    setDeveloperSetting("read late", "false");
-    EXPECT_FALSE(boolean.value());
-}
-
-TEST(DeveloperSettings, AreTrueForTrueAndOneOnly) {
+TEST(DeveloperSettings, ReadTheStoreAtEveryCallAndAreTrueForTrueAndOneOnly) {
     const Boolean boolean("spelled");
-    for (const char* const text : {"true", "1"}) {
+    for (const auto& [text, value] :
+         {std::pair("true", true), std::pair("", false), std::pair("1", true), std::pair("0", false),
+          std::pair("false", false), std::pair("True", false), std::pair("yes", false),
+          std::pair("true ", false), std::pair("11", false)}) {
         setDeveloperSetting("spelled", text);
-        EXPECT_TRUE(boolean.value()) << text;
-    }
-    for (const char* const text : {"", "0", "false", "True", "yes", "true ", "11"}) {
-        setDeveloperSetting("spelled", text);
-        EXPECT_FALSE(boolean.value()) << text;
+        EXPECT_EQ(boolean.value(), value) << text;
     }
 }
 

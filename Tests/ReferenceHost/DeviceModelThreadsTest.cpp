@@ -18,16 +18,12 @@
 
 using namespace Tolvane::DeviceFramework2::Device;
 using Tests::FakeCamera;
+using Tests::Knock;
 
 namespace {
 
 constexpr int threadCount = 4;
 constexpr int rounds = 200;
-
-class Knock : public Cmd {
-public:
-    using Cmd::Cmd;
-};
 
 /// Runs `work` on several threads that start together; gives each its number.
 void onThreads(const std::function<void(int)>& work) {
@@ -110,8 +106,7 @@ TEST(DeviceModelThreads, ExecuteAsynchronouslyOnAThreadOfTheHosts) {
 
 TEST(DeviceModelThreads, GiveAnAsynchronousFailureToFutureAndCallback) {
     FakeCamera camera;
-    camera.installCmdHandler<Knock>(
-        [](const std::shared_ptr<Cmd>&, const CmdResultCallbacks&) { throw std::runtime_error("broken"); });
+    camera.installCmdHandler<Knock>(Tests::throwBroken);
     bool failed = false;
     std::future<void> future =
         camera.execAsync(std::make_shared<Knock>(), {{}, [&](const std::exception_ptr&) { failed = true; }});

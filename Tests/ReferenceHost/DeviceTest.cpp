@@ -8,7 +8,6 @@
 #include <sstream>
 #include <stdexcept>
 
-using Tests::FakeCamera;
 using Tests::FakeCommunicator;
 
 namespace {
@@ -46,20 +45,30 @@ private:
     std::wstring& words_;
 };
 
+struct ADevice : testing::Test {
+    /// An interface of that name that the device now owns.
+    BaseInterface* add(const wchar_t* type) {
+        device->addInterface(new LastWords(*device, type, words));
+        return device->getInterfaces().back();
+    }
+
+    std::wstring words;
+    std::unique_ptr<BareDevice> device = std::make_unique<BareDevice>(nullptr);
+};
+
 } // namespace
 
-TEST(Device, IsNamedByItsDescriptionUntilItGetsAName) {
-    BareDevice device(nullptr);
-    EXPECT_EQ(device.getName(), L"");
-    device.setIdentity(BareDevice::describedAs(L"A device"));
-    EXPECT_EQ(device.getName(), L"A device");
-    device.setName(L"Left wall");
-    EXPECT_EQ(device.getName(), L"Left wall");
-    device.setName(L"");
-    EXPECT_EQ(device.getName(), L"A device");
+TEST_F(ADevice, IsNamedByItsDescriptionUntilItGetsAName) {
+    EXPECT_EQ(device->getName(), L"");
+    device->setIdentity(BareDevice::describedAs(L"A device"));
+    EXPECT_EQ(device->getName(), L"A device");
+    device->setName(L"Left wall");
+    EXPECT_EQ(device->getName(), L"Left wall");
+    device->setName(L"");
+    EXPECT_EQ(device->getName(), L"A device");
 }
 
-TEST(Device, HasANumberThatNoOtherLivingOneHas) {
+TEST_F(ADevice, HasANumberThatNoOtherLivingOneHas) {
     std::set<int> numbers;
     std::vector<std::unique_ptr<BareDevice>> devices;
     for (int i = 0; i < 100; ++i) {
@@ -69,213 +78,166 @@ TEST(Device, HasANumberThatNoOtherLivingOneHas) {
     }
 }
 
-TEST(Device, TakesAnotherNumberUnlessItIsTaken) {
-    BareDevice first(nullptr);
+TEST_F(ADevice, TakesAnotherNumberUnlessItIsTaken) {
     auto second = std::make_unique<BareDevice>(nullptr);
     const int numberOfSecond = second->getId();
-    first.updateId(first.getId());
-    EXPECT_THROW(first.updateId(numberOfSecond), DeviceException);
-    EXPECT_NE(first.getId(), numberOfSecond);
+    device->updateId(device->getId());
+    EXPECT_THROW(device->updateId(numberOfSecond), DeviceException);
+    EXPECT_NE(device->getId(), numberOfSecond);
     second.reset();
-    first.updateId(numberOfSecond);
-    EXPECT_EQ(first.getId(), numberOfSecond);
+    device->updateId(numberOfSecond);
+    EXPECT_EQ(device->getId(), numberOfSecond);
 }
 
-TEST(Device, GivesUpItsOldNumberForAnother) {
-    BareDevice first(nullptr);
+TEST_F(ADevice, GivesUpItsOldNumberForAnother) {
     BareDevice second(nullptr);
-    const int old = first.getId();
-    first.updateId(1'000'000);
+    const int old = device->getId();
+    device->updateId(1'000'000);
     second.updateId(old);
     EXPECT_EQ(second.getId(), old);
 }
 
-TEST(Device, DoesNotGetANumberThatAnotherOneTookForItself) {
-    BareDevice first(nullptr);
-    first.updateId(BareDevice(nullptr).getId() + 1);
+TEST_F(ADevice, DoesNotGetANumberThatAnotherOneTookForItself) {
+    device->updateId(BareDevice(nullptr).getId() + 1);
     const BareDevice second(nullptr);
-    EXPECT_EQ(second.getId(), first.getId() + 1);
+    EXPECT_EQ(second.getId(), device->getId() + 1);
 }
 
-TEST(Device, KeepsModelNumberAndPassword) {
-    BareDevice device(nullptr);
-    EXPECT_EQ(device.getModelId(), 0);
-    device.setModelId(61);
-    EXPECT_EQ(device.getModelId(), 61);
-    EXPECT_EQ(device.getPassword(), L"");
-    device.updatePassword(L"secret");
-    EXPECT_EQ(device.getPassword(), L"secret");
+TEST_F(ADevice, KeepsModelNumberAndPassword) {
+    EXPECT_EQ(device->getModelId(), 0);
+    device->setModelId(61);
+    EXPECT_EQ(device->getModelId(), 61);
+    EXPECT_EQ(device->getPassword(), L"");
+    device->updatePassword(L"secret");
+    EXPECT_EQ(device->getPassword(), L"secret");
 }
 
-TEST(Device, SaysNothingOfItselfUnlessItIsTold) {
-    const BareDevice device(nullptr);
-    EXPECT_EQ(device.getUID(), L"");
-    EXPECT_EQ(device.getModel(), L"");
-    EXPECT_EQ(device.getDescription(), L"");
-    EXPECT_EQ(device.getVersion(), L"");
-    EXPECT_EQ(device.getMac(), L"");
+TEST_F(ADevice, SaysNothingOfItselfUnlessItIsTold) {
+    for (const std::wstring& text : {device->getUID(), device->getModel(), device->getDescription(),
+                                     device->getVersion(), device->getMac()})
+        EXPECT_EQ(text, L"");
 }
 
-TEST(Device, OwnsItsCommunicator) {
+TEST_F(ADevice, OwnsItsCommunicatorAndReplacesIt) {
     int destroyed = 0;
-    auto* const communicator = new FakeCommunicator(L"a", 1, -1, &destroyed);
-    {
-        const BareDevice device(communicator);
-        EXPECT_EQ(device.getCommunicator(), communicator);
-        EXPECT_FALSE(device.isOffline());
-        EXPECT_EQ(destroyed, 0);
-    }
-    EXPECT_EQ(destroyed, 1);
-}
-
-TEST(Device, ReplacesItsCommunicator) {
-    int destroyed = 0;
-    auto* const second = new FakeCommunicator(L"b", 1);
-    BareDevice device(new FakeCommunicator(L"a", 1, -1, &destroyed));
-    device.setCommunicator(device.getCommunicator());
+    auto* const first = new FakeCommunicator(L"a", 1, -1, &destroyed);
+    auto* const second = new FakeCommunicator(L"b", 1, -1, &destroyed);
+    device = std::make_unique<BareDevice>(first);
+    EXPECT_EQ(device->getCommunicator(), first);
+    EXPECT_FALSE(device->isOffline());
+    device->setCommunicator(first);
     EXPECT_EQ(destroyed, 0) << "the same one stays";
-    device.setCommunicator(second);
+    device->setCommunicator(second);
     EXPECT_EQ(destroyed, 1);
-    EXPECT_EQ(device.getCommunicator(), second);
-    device.setCommunicator(nullptr);
-    EXPECT_TRUE(device.isOffline());
+    EXPECT_EQ(device->getCommunicator(), second);
+    device->setCommunicator(nullptr);
+    EXPECT_EQ(destroyed, 2);
+    EXPECT_TRUE(device->isOffline());
+    device->setCommunicator(new FakeCommunicator(L"c", 1, -1, &destroyed));
+    device.reset();
+    EXPECT_EQ(destroyed, 3);
 }
 
-TEST(Device, IsAliveWhereItsCommunicatorConnects) {
+TEST_F(ADevice, IsAliveWhereItsCommunicatorConnects) {
+    EXPECT_FALSE(device->isAlive());
     auto* const communicator = new FakeCommunicator;
-    BareDevice device(communicator);
-    EXPECT_TRUE(device.isAlive());
+    device->setCommunicator(communicator);
+    EXPECT_TRUE(device->isAlive());
     EXPECT_FALSE(communicator->connected) << "nothing stays open";
     communicator->refuses = true;
-    EXPECT_FALSE(device.isAlive());
-    EXPECT_FALSE(BareDevice(nullptr).isAlive());
+    EXPECT_FALSE(device->isAlive());
 }
 
-TEST(Device, FindsItsInterfacesByName) {
-    std::wstring words;
-    BareDevice device(nullptr);
-    auto* const first = new LastWords(device, L"a", words);
-    auto* const second = new LastWords(device, L"b", words);
-    auto* const third = new LastWords(device, L"a", words);
-    device.addInterface(first);
-    device.addInterface(second);
-    device.addInterface(third);
-    EXPECT_EQ(device.getInterface(L"a"), first) << "the first of that name";
-    EXPECT_EQ(device.getInterface(L"b"), second);
-    EXPECT_EQ(device.getInternalInterface(L"b"), second);
-    EXPECT_EQ(device.getInterface(L"c"), nullptr);
-    EXPECT_TRUE(device.containsInterface(L"b"));
-    EXPECT_FALSE(device.containsInterface(L"B"));
-    EXPECT_EQ(device.getInterfaces(), (std::vector<BaseInterface*>{first, second, third}));
+TEST_F(ADevice, FindsItsInterfacesByName) {
+    BaseInterface* const first = add(L"a");
+    BaseInterface* const second = add(L"b");
+    BaseInterface* const third = add(L"a");
+    EXPECT_EQ(device->getInterface(L"a"), first) << "the first of that name";
+    EXPECT_EQ(device->getInterface(L"b"), second);
+    EXPECT_EQ(device->getInternalInterface(L"b"), second);
+    EXPECT_EQ(device->getInterface(L"c"), nullptr);
+    EXPECT_TRUE(device->containsInterface(L"b"));
+    EXPECT_FALSE(device->containsInterface(L"B"));
+    EXPECT_EQ(device->getInterfaces(), (std::vector<BaseInterface*>{first, second, third}));
 }
 
-TEST(Device, DestroysItsInterfacesFromTheLastToTheFirst) {
-    std::wstring words;
-    BareDevice device(nullptr);
+TEST_F(ADevice, DestroysItsInterfacesFromTheLastToTheFirst) {
     for (const wchar_t* type : {L"a", L"b", L"c"})
-        device.addInterface(new LastWords(device, type, words));
-    device.removeAllInterfaces();
+        add(type);
+    device->removeAllInterfaces();
     EXPECT_EQ(words, L"cba") << "none is found any more while it goes";
-    EXPECT_TRUE(device.getInterfaces().empty());
-    device.removeAllInterfaces();
+    EXPECT_TRUE(device->getInterfaces().empty());
+    device->removeAllInterfaces();
+    add(L"d");
+    device.reset();
+    EXPECT_EQ(words, L"cbad") << "and with itself";
 }
 
-TEST(Device, DestroysItsInterfacesWithItself) {
-    std::wstring words;
-    {
-        BareDevice device(nullptr);
-        device.addInterface(new LastWords(device, L"a", words));
-    }
-    EXPECT_EQ(words, L"a");
+TEST_F(ADevice, RefusesANullInterface) {
+    EXPECT_THROW(device->addInterface(nullptr), std::invalid_argument);
+    EXPECT_TRUE(device->getInterfaces().empty());
 }
 
-TEST(Device, RefusesANullInterface) {
-    BareDevice device(nullptr);
-    EXPECT_THROW(device.addInterface(nullptr), std::invalid_argument);
-    EXPECT_TRUE(device.getInterfaces().empty());
-}
-
-TEST(Device, ObservesUntilItsInterfacesAreRemoved) {
-    std::wstring words;
-    BareDevice device(nullptr);
-    auto* const interface = new LastWords(device, L"a", words);
-    device.addInterface(interface);
-    interface->registerObserver2([](const std::wstring&) {});
-    EXPECT_TRUE(device.observing());
-    device.removeAllInterfaces();
-    EXPECT_FALSE(device.observing());
-
-    auto* const next = new LastWords(device, L"b", words);
-    device.addInterface(next);
+TEST_F(ADevice, ObservesUntilItsInterfacesAreRemoved) {
+    add(L"a")->registerObserver2([](const std::wstring&) {});
+    EXPECT_TRUE(device->observing());
+    device->removeAllInterfaces();
+    EXPECT_FALSE(device->observing());
+    BaseInterface* const next = add(L"b");
     const int number = next->registerObserver2([](const std::wstring&) {});
-    EXPECT_TRUE(device.observing()) << "the observers are counted anew";
+    EXPECT_TRUE(device->observing()) << "the observers are counted anew";
     next->deregisterObserver(number);
-    EXPECT_FALSE(device.observing());
+    EXPECT_FALSE(device->observing());
 }
 
-TEST(Device, ObservesAsItIsAskedTo) {
-    BareDevice device(nullptr);
-    EXPECT_FALSE(device.observing());
-    device.startObserving();
-    EXPECT_TRUE(device.observing());
-    device.stopObserving();
-    EXPECT_FALSE(device.observing());
+TEST_F(ADevice, ObservesAsItIsAskedTo) {
+    EXPECT_FALSE(device->observing());
+    device->startObserving();
+    EXPECT_TRUE(device->observing());
+    device->stopObserving();
+    EXPECT_FALSE(device->observing());
 }
 
-TEST(Device, TellsTheObserversOfAnInterfaceWhoseDataAreOutOfDate) {
-    std::wstring words;
+TEST_F(ADevice, TellsTheObserversOfAnInterfaceWhoseDataAreOutOfDate) {
     std::wstring told;
-    BareDevice device(nullptr);
-    for (const wchar_t* type : {L"a", L"b"}) {
-        auto* const interface = new LastWords(device, type, words);
-        interface->registerObserver2([&](const std::wstring& from) { told += from; });
-        device.addInterface(interface);
-    }
-    EXPECT_FALSE(device.isDataWaiting());
-    device.interfaceInvalid(*device.getInterface(L"b"));
+    for (const wchar_t* type : {L"a", L"b"})
+        add(type)->registerObserver2([&](const std::wstring& from) { told += from; });
+    EXPECT_FALSE(device->isDataWaiting());
+    device->interfaceInvalid(*device->getInterface(L"b"));
     EXPECT_EQ(told, L"b");
-    EXPECT_TRUE(device.isDataWaiting());
-    device.setDataWaiting(false);
-    EXPECT_FALSE(device.isDataWaiting());
-    device.setDataInvalid();
+    EXPECT_TRUE(device->isDataWaiting());
+    device->setDataWaiting(false);
+    EXPECT_FALSE(device->isDataWaiting());
+    device->setDataInvalid();
     EXPECT_EQ(told, L"bab");
-    EXPECT_TRUE(device.isDataWaiting());
+    EXPECT_TRUE(device->isDataWaiting());
 }
 
-TEST(Device, PollsNothing) {
-    BareDevice device(nullptr);
-    EXPECT_FALSE(device.startThread());
-    device.stopPolling();
-    EXPECT_FALSE(device.canDeviceDoTiling());
+TEST_F(ADevice, PollsNothing) {
+    EXPECT_FALSE(device->startThread());
+    device->stopPolling();
+    EXPECT_FALSE(device->canDeviceDoTiling());
 }
 
-TEST(Device, DescribesItsConnection) {
-    EXPECT_EQ(BareDevice(new FakeCommunicator(L"10.0.0.5", 32769)).toXml(),
-              "<Device>\n"
-              "  <connection>\n"
-              "    <address>10.0.0.5</address>\n"
-              "    <port>32769</port>\n"
-              "  </connection>\n"
-              "</Device>\n");
-}
-
-TEST(Device, DescribesAConnectsTimeOutThatIsNotTheDefault) {
-    EXPECT_NE(BareDevice(new FakeCommunicator(L"a", 1, 250)).toXml().find("<timeout>250</timeout>"),
-              std::string::npos);
-}
-
-TEST(Device, WithoutAddressHasAnEmptyDescription) {
-    EXPECT_EQ(BareDevice(nullptr).toXml(), "<Device>\n</Device>\n");
-}
-
-TEST(Device, IndentsItsDescription) {
+TEST_F(ADevice, DescribesItsConnectionAndATimeOutThatIsNotTheDefault) {
+    EXPECT_EQ(device->toXml(), "<Device>\n</Device>\n");
     std::ostringstream stream;
-    BareDevice(nullptr).toXml(stream, 3);
+    device->toXml(stream, 3);
     EXPECT_EQ(stream.str(), "   <Device>\n   </Device>\n");
+    device->setCommunicator(new FakeCommunicator(L"10.0.0.5", 32769));
+    device->updatePassword(L"secret"); // which is nobody's business
+    EXPECT_EQ(device->toXml(), "<Device>\n"
+                               "  <connection>\n"
+                               "    <address>10.0.0.5</address>\n"
+                               "    <port>32769</port>\n"
+                               "  </connection>\n"
+                               "</Device>\n");
+    device->setCommunicator(new FakeCommunicator(L"a", 1, 250));
+    EXPECT_NE(device->toXml().find("<timeout>250</timeout>"), std::string::npos);
 }
 
-TEST(Device, KeepsItsPasswordOutOfItsDescription) {
-    FakeCamera camera(new FakeCommunicator);
+TEST_F(ADevice, KeepsItsPasswordOutOfACamerasDescription) {
+    Tests::FakeCamera camera(new FakeCommunicator);
     camera.updatePassword(L"secret");
     EXPECT_EQ(camera.toXml().find("secret"), std::string::npos);
 }

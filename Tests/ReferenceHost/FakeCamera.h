@@ -11,24 +11,34 @@
 #include "NativeCameraControl/NativeCameraType.h"
 
 #include <memory>
+#include <stdexcept>
 #include <string>
 #include <utility>
 #include <vector>
 
 namespace Tests {
 
-/// A connection that is only counted. Notes in `destroyed`, where that is given, that it went.
+/// Notes in a number, if it is given one, that its owner went.
+class LastCount {
+public:
+    explicit LastCount(int* destroyed) : destroyed_(destroyed) {}
+    LastCount(const LastCount&) = delete;
+    LastCount& operator=(const LastCount&) = delete;
+    ~LastCount() {
+        if (destroyed_ != nullptr)
+            ++*destroyed_;
+    }
+
+private:
+    int* destroyed_;
+};
+
+/// A connection that is only counted.
 class FakeCommunicator : public EthernetCommunicator {
 public:
     explicit FakeCommunicator(std::wstring address = L"10.0.0.5", int port = 32769, int timeoutMs = -1,
                               int* destroyed = nullptr)
-        : EthernetCommunicator(timeoutMs), address_(std::move(address)), port_(port), destroyed_(destroyed) {}
-    FakeCommunicator(const FakeCommunicator&) = delete;
-    FakeCommunicator& operator=(const FakeCommunicator&) = delete;
-    ~FakeCommunicator() override {
-        if (destroyed_ != nullptr)
-            ++*destroyed_;
-    }
+        : EthernetCommunicator(timeoutMs), address_(std::move(address)), port_(port), count_(destroyed) {}
 
     std::wstring getAddress() const override { return address_; }
     int getPort() const override { return port_; }
@@ -38,54 +48,48 @@ public:
 
     bool connected = false;
     bool refuses = false;
+    int connects = 0;
+    int disconnects = 0;
 
 protected:
     void connect() override {
         if (refuses)
             throw DeviceException(L"refused");
+        ++connects;
         connected = true;
     }
-    void disconnect() noexcept override { connected = false; }
+    void disconnect() noexcept override {
+        ++disconnects;
+        connected = false;
+    }
 
 private:
     std::wstring address_;
     int port_;
-    int* destroyed_;
+    LastCount count_;
 };
 
 class FakeLocator : public DeviceFramework1Locator {
 public:
-    explicit FakeLocator(int* destroyed = nullptr) : destroyed_(destroyed) {}
-    FakeLocator(const FakeLocator&) = delete;
-    FakeLocator& operator=(const FakeLocator&) = delete;
-    ~FakeLocator() override {
-        if (destroyed_ != nullptr)
-            ++*destroyed_;
-    }
+    explicit FakeLocator(int* destroyed = nullptr) : count_(destroyed) {}
     void serialObserverSearch(BroadcastWorkerObserver*) override {}
     void broadcastObserverSearch(BroadcastWorkerObserver*, unsigned int) override {}
     void rangeObserverSearch(BroadcastWorkerObserver*) override {}
     bool supportsRangeSearch() const override { return false; }
 
 private:
-    int* destroyed_;
+    LastCount count_;
 };
 
 class FakeBuilder : public DeviceBuilder {
 public:
-    explicit FakeBuilder(int* destroyed = nullptr) : destroyed_(destroyed) {}
-    FakeBuilder(const FakeBuilder&) = delete;
-    FakeBuilder& operator=(const FakeBuilder&) = delete;
-    ~FakeBuilder() override {
-        if (destroyed_ != nullptr)
-            ++*destroyed_;
-    }
+    explicit FakeBuilder(int* destroyed = nullptr) : count_(destroyed) {}
     Device* build(xercesc::DOMNode*) const override { return nullptr; }
     Device* build(const DeviceTemplate&) const override { return nullptr; }
     Device* build(Communicator*) const override { return nullptr; }
 
 private:
-    int* destroyed_;
+    LastCount count_;
 };
 
 class FakeType : public NativeCameraType {
@@ -98,6 +102,28 @@ public:
         return dynamic_cast<const FakeType*>(other) != nullptr;
     }
 };
+
+/// A command that no host knows.
+class Knock : public Tolvane::DeviceFramework2::Device::Cmd {
+public:
+    using Cmd::Cmd;
+};
+
+inline void throwBroken(const std::shared_ptr<Tolvane::DeviceFramework2::Device::Cmd>&,
+                        const Tolvane::DeviceFramework2::Device::CmdResultCallbacks&) {
+    throw std::runtime_error("broken");
+}
+
+/// The message of the DeviceException that `action` throws; empty if it throws none.
+template <typename Action>
+std::wstring reasonOf(Action action) {
+    try {
+        action();
+    } catch (const DeviceException& exception) {
+        return exception.getMessage();
+    }
+    return L"";
+}
 
 /// Imaging of 3 by 2 pixels.
 class FakeImaging : public ImagingInterface {

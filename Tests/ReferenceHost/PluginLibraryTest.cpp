@@ -4,18 +4,20 @@
 #include "DeviceControl/DeviceTypeManager.h"
 #include "FakeCamera.h"
 #include "Platform/DynamicLibrary.h"
+#include "Support/TemporaryFolder.h"
 
 #include <dlfcn.h>
-#include <filesystem>
 #include <fstream>
-#include <gtest/gtest.h>
+#include <gmock/gmock.h>
 #include <memory>
 #include <stdexcept>
 #include <string>
+#include <utility>
 
 using namespace Tolvane::DeviceFramework2::Device;
 using ReferenceHost::PluginException;
 using ReferenceHost::PluginLibrary;
+using testing::StartsWith;
 
 namespace {
 
@@ -32,18 +34,19 @@ bool isMapped(const char* path) {
     return handle != nullptr;
 }
 
-/// What loading that file fails with; the test fails where it does not.
-PluginException failureOf(const std::string& path) {
+/// Why, and what it says: of what fails with a PluginException, which the test fails without.
+template <typename Action>
+std::pair<PluginException::Reason, std::string> failureOf(Action action) {
     try {
-        const PluginLibrary library(path);
+        action();
     } catch (const PluginException& exception) {
-        return exception;
+        return {exception.getReason(), exception.what()};
     }
-    throw std::logic_error("it was loaded");
+    throw std::logic_error("nothing failed");
 }
 
-bool contains(const PluginException& exception, const std::string& text) {
-    return std::string(exception.what()).find(text) != std::string::npos;
+auto failureOfLoading(const std::string& path) {
+    return failureOf([&] { const PluginLibrary library(path); });
 }
 
 /// The test's plug-in, ready.
@@ -63,26 +66,21 @@ protected:
 
 } // namespace
 
-TEST(PluginLibrary, RegistersItsTypesUntilItGoes) {
+TEST(PluginLibrary, RegistersItsTypesAndIsMappedUntilItGoes) {
     const Types before = registeredTypes();
-    {
-        PluginLibrary library(TEST_PLUGIN);
-        EXPECT_EQ(registeredTypes(), before) << "loading registers nothing";
-        library.initialize();
-        ASSERT_EQ(library.getDeviceTypes().size(), 1u);
-        EXPECT_EQ(library.getDeviceTypes()[0]->getCode(), L"FAK");
-        EXPECT_EQ(registeredTypes().back(), library.getDeviceTypes()[0]);
+    for (int i = 0; i < 100; ++i) {
+        {
+            PluginLibrary library(TEST_PLUGIN);
+            EXPECT_EQ(registeredTypes(), before) << "loading registers nothing";
+            library.initialize();
+            ASSERT_EQ(library.getDeviceTypes().size(), 1u);
+            EXPECT_EQ(library.getDeviceTypes()[0]->getCode(), L"FAK");
+            EXPECT_EQ(registeredTypes().back(), library.getDeviceTypes()[0]);
+            EXPECT_TRUE(isMapped(TEST_PLUGIN));
+        }
+        EXPECT_EQ(registeredTypes(), before);
+        EXPECT_FALSE(isMapped(TEST_PLUGIN));
     }
-    EXPECT_EQ(registeredTypes(), before);
-}
-
-TEST(PluginLibrary, IsUnmappedWhenItGoes) {
-    {
-        PluginLibrary library(TEST_PLUGIN);
-        library.initialize();
-        EXPECT_TRUE(isMapped(TEST_PLUGIN));
-    }
-    EXPECT_FALSE(isMapped(TEST_PLUGIN));
 }
 
 TEST(PluginLibrary, LeavesTheTypesOfOthersAlone) {
@@ -102,55 +100,32 @@ TEST(PluginLibrary, LeavesTheTypesOfOthersAlone) {
     DeviceTypeManager::getInstance().removeDeviceType(own);
 }
 
-TEST(PluginLibrary, CanBeLoadedAgainAndAgain) {
-    for (int i = 0; i < 100; ++i) {
-        PluginLibrary library(TEST_PLUGIN);
-        library.initialize();
-        EXPECT_EQ(registeredTypes().size(), 1u);
+TEST(PluginLibrary, ThatIsMissingNoLibraryOrSearchedForIsNotLoadable) {
+    const TestSupport::TemporaryFolder folder;
+    const std::string text = folder.file("no-library.so");
+    std::ofstream(text) << "This is a text.";
+    for (const std::string& path : {std::string("no/such/plugin.so"), text, std::string("libc.so.6")}) {
+        const auto [reason, message] = failureOfLoading(path);
+        EXPECT_EQ(reason, PluginException::Reason::notLoadable);
+        EXPECT_THAT(message, StartsWith("The plug-in " + path + " cannot be loaded: "));
+        EXPECT_EQ(message.find("No such file") == std::string::npos, path == text) << message;
     }
-    EXPECT_TRUE(registeredTypes().empty());
-}
-
-TEST(PluginLibrary, ThatIsMissingIsNotLoadable) {
-    const PluginException failure = failureOf("no/such/plugin.so");
-    EXPECT_EQ(failure.getReason(), PluginException::Reason::notLoadable);
-    EXPECT_EQ(std::string(failure.what()).rfind("The plug-in no/such/plugin.so cannot be loaded: ", 0), 0u);
-    EXPECT_TRUE(contains(failure, "No such file")) << failure.what();
-}
-
-TEST(PluginLibrary, ThatIsNoLibraryIsNotLoadable) {
-    const std::string path = testing::TempDir() + "no-library.so";
-    std::ofstream(path) << "This is a text.";
-    const PluginException failure = failureOf(path);
-    std::filesystem::remove(path);
-    EXPECT_EQ(failure.getReason(), PluginException::Reason::notLoadable);
-    EXPECT_FALSE(contains(failure, "No such file")) << failure.what();
-}
-
-TEST(PluginLibrary, IsNotSearchedFor) {
-    EXPECT_EQ(failureOf("libc.so.6").getReason(), PluginException::Reason::notLoadable);
 }
 
 TEST(PluginLibrary, WithoutEntryPointIsNoPlugin) {
-    const PluginException failure = failureOf(NO_PLUGIN);
-    EXPECT_EQ(failure.getReason(), PluginException::Reason::noEntryPoint);
-    EXPECT_EQ(failure.what(),
-              std::string(NO_PLUGIN) +
-                  " is no device plug-in: it has no entry point pnx_initialize_device_plugin");
+    EXPECT_EQ(failureOfLoading(NO_PLUGIN),
+              std::pair(PluginException::Reason::noEntryPoint,
+                        std::string(NO_PLUGIN) +
+                            " is no device plug-in: it has no entry point pnx_initialize_device_plugin"));
     EXPECT_FALSE(isMapped(NO_PLUGIN));
 }
 
 TEST(PluginLibrary, ThatRefusesTheVersionRegistersNothing) {
     PluginLibrary library(TEST_PLUGIN);
-    try {
-        library.initialize(2);
-        FAIL() << "version 2 was not refused";
-    } catch (const PluginException& failure) {
-        EXPECT_EQ(failure.getReason(), PluginException::Reason::versionRefused);
-        EXPECT_EQ(failure.what(),
-                  std::string("The plug-in ") + TEST_PLUGIN +
-                      " refuses version 2 of the plug-in interface: its entry point returned -1");
-    }
+    EXPECT_EQ(failureOf([&] { library.initialize(2); }),
+              std::pair(PluginException::Reason::versionRefused,
+                        std::string("The plug-in ") + TEST_PLUGIN +
+                            " refuses version 2 of the plug-in interface: its entry point returned -1"));
     EXPECT_TRUE(registeredTypes().empty());
 }
 
@@ -174,12 +149,8 @@ TEST_F(LoadedPlugin, CastsTheHostsCommands) {
 }
 
 TEST_F(LoadedPlugin, ThrowsWhatTheHostCatches) {
-    try {
-        builder().build(static_cast<Communicator*>(nullptr));
-        FAIL() << "nothing was thrown";
-    } catch (const DeviceException& exception) {
-        EXPECT_EQ(exception.getDescription(), L"no communicator @ TestPlugin:5");
-    }
+    EXPECT_EQ(Tests::reasonOf([this] { builder().build(static_cast<Communicator*>(nullptr)); }),
+              L"no communicator");
 }
 
 TEST_F(LoadedPlugin, ThrowsTheNewerLayersExceptionsToo) {
@@ -205,16 +176,11 @@ TEST(DynamicLibrary, FindsWhatTheLibraryExports) {
     EXPECT_FALSE(isMapped(NO_PLUGIN));
 }
 
-TEST(DynamicLibrary, ThatIsLoadedMakesRoomForTheNext) {
-    Platform::DynamicLibrary library;
-    ASSERT_EQ(library.load(NO_PLUGIN), "");
-    EXPECT_NE(library.load("no/such/library.so"), "");
-    EXPECT_FALSE(library.isLoaded());
-    EXPECT_FALSE(isMapped(NO_PLUGIN));
-}
-
-TEST(DynamicLibrary, KeepsItsSymbolsToItself) {
+TEST(DynamicLibrary, KeepsItsSymbolsToItselfAndMakesRoomForTheNext) {
     Platform::DynamicLibrary library;
     ASSERT_EQ(library.load(NO_PLUGIN), "");
     EXPECT_EQ(dlsym(RTLD_DEFAULT, "answerOfNoPlugin"), nullptr);
+    EXPECT_NE(library.load("no/such/library.so"), "");
+    EXPECT_FALSE(library.isLoaded());
+    EXPECT_FALSE(isMapped(NO_PLUGIN));
 }

@@ -1,499 +1,320 @@
-#include "Communicator/PosixEthernetCommunicator.h"
+// The host's client over the world's sockets: its pieces, its quiet times and its time-outs are its own.
 
-#include "Communicator/ClientFactory.h"
-#include "Communicator/Connector.h"
-#include "Communicator/DeviceException.h"
-#include "Support/LoopbackPeer.h"
+#include "EthernetClient.h"
 
 #include <cerrno>
-#include <cstring>
-#include <future>
-#include <gtest/gtest.h>
 #include <limits>
-#include <memory>
 #include <vector>
 
 using namespace std::chrono_literals;
-using TestSupport::FullBacklog;
-using TestSupport::LoopbackPeer;
-using TestSupport::PeerConnection;
-using TestSupport::SignalStorm;
-using TestSupport::Stopwatch;
+using Simulator::CloseConnection;
+using Simulator::Pause;
+using Simulator::ResetConnection;
+using testing::ElementsAre;
+using testing::IsEmpty;
+using Tests::EthernetClient;
+using Tests::messageOf;
+using Tests::messageOfConnect;
+using Tests::text;
+using World::elapsed;
 
 namespace {
 
-constexpr unsigned int patientMs = 5000;
 constexpr std::size_t piece = 65536;
 
-PosixEthernetCommunicator communicatorTo(int port, int connectTimeoutMs = 5000) {
-    return {L"127.0.0.1", port, connectTimeoutMs};
-}
+struct EthernetConnect : EthernetClient {};
+struct EthernetWrite : EthernetClient {};
+struct EthernetRead : EthernetClient {};
 
-std::string readText(Communicator& communicator, unsigned int count, unsigned int timeoutMs = patientMs) {
-    std::string text(count, '?');
-    const int received = communicator.readBytes(text.data(), count, 1, timeoutMs);
-    text.resize(static_cast<std::size_t>(received));
-    return text;
-}
-
-void write(Communicator& communicator, const std::string& text, bool discardUnread) {
-    communicator.writeBytes(text.data(), static_cast<unsigned int>(text.size()), discardUnread, 1);
-}
-
-std::string messageTo(int port, const std::string& rest) {
-    return "127.0.0.1:" + std::to_string(port) + ": " + rest;
-}
-
-/// The message of the DeviceException that `action` throws, or that it threw none.
-template <class Action>
-std::string messageOf(Action action) {
-    try {
-        action();
-    } catch (const DeviceException& exception) {
-        return exception.what();
+struct EthernetProgress : EthernetClient {
+    EthernetProgress() {
+        client.setProgressObserver(
+            [this](std::size_t received, std::size_t) { reports.push_back(received); });
     }
-    return "nothing was thrown";
-}
+    std::vector<std::size_t> reports;
+};
 
 std::string patternOf(std::size_t count) {
-    std::string text(count, '\0');
+    std::string pattern(count, '\0');
     for (std::size_t at = 0; at < count; ++at)
-        text[at] = static_cast<char>(at % 251);
-    return text;
+        pattern[at] = static_cast<char>(at % 251);
+    return pattern;
 }
 
 } // namespace
 
-TEST(EthernetConnect, TellsAddressAndPortAsGiven) {
-    const PosixEthernetCommunicator communicator(L"camera-\u00E4.test", 32769, -1);
-    EXPECT_EQ(communicator.getAddress(), L"camera-\u00E4.test");
-    EXPECT_EQ(communicator.getPort(), 32769);
-    EXPECT_FALSE(communicator.isConnected());
+TEST_F(EthernetConnect, TellsAddressAndPortAsGiven) {
+    const PosixEthernetCommunicator other(L"camera-\u00E4.test", 32769, -1);
+    EXPECT_EQ(other.getAddress(), L"camera-\u00E4.test");
+    EXPECT_EQ(other.getPort(), 32769);
+    EXPECT_FALSE(other.isConnected());
 }
 
-TEST(EthernetConnect, IsTheConnectors) {
-    std::promise<void> closed;
-    const LoopbackPeer peer([&](PeerConnection& client) {
-        if (client.receive(1).empty())
-            closed.set_value();
-    });
-    auto communicator = communicatorTo(peer.port());
+TEST_F(EthernetConnect, IsTheConnectors) {
     {
-        const Connector outer(communicator);
-        {
-            const Connector inner(communicator);
-            EXPECT_TRUE(communicator.isConnected());
-        }
-        EXPECT_TRUE(communicator.isConnected()) << "the outer hold keeps the connection";
+        const Connector outer(client);
+        { const Connector inner(client); }
+        EXPECT_TRUE(client.isConnected()) << "the outer hold keeps the connection";
     }
-    EXPECT_FALSE(communicator.isConnected());
-    EXPECT_EQ(closed.get_future().wait_for(5s), std::future_status::ready) << "the peer saw the end";
+    EXPECT_FALSE(client.isConnected());
+    EXPECT_THAT(world.calls.lines(),
+                ElementsAre("new 10.0.0.5:80 -1", "connect 10.0.0.5:80 5000", "close 10.0.0.5:80"));
 }
 
-TEST(EthernetConnect, ThatIsRefusedNamesAddressPortOperationAndReason) {
-    const int port = TestSupport::refusingPort();
-    auto communicator = communicatorTo(port);
-    EXPECT_EQ(messageOf([&] { const Connector hold(communicator); }),
-              messageTo(port, std::string("connect failed: ") + std::strerror(ECONNREFUSED)));
-    EXPECT_FALSE(communicator.isConnected());
+TEST_F(EthernetConnect, ThatIsRefusedNamesAddressPortOperationAndReason) {
+    PosixEthernetCommunicator refused(L"10.0.0.6", 81, -1);
+    EXPECT_EQ(messageOfConnect(refused), "10.0.0.6:81: connect failed: Connection refused");
+    EXPECT_FALSE(refused.isConnected());
 }
 
-TEST(EthernetConnect, EndsAtItsTimeOut) {
-    const FullBacklog silent;
-    auto communicator = communicatorTo(silent.port(), 40);
-    const Stopwatch stopwatch;
-    EXPECT_EQ(messageOf([&] { const Connector hold(communicator); }),
-              messageTo(silent.port(), std::string("connect failed: ") + std::strerror(ETIMEDOUT)));
-    EXPECT_GE(stopwatch.elapsed(), 40ms);
-    EXPECT_FALSE(communicator.isConnected());
+TEST_F(EthernetConnect, EndsAtItsTimeOutAndAfterFiveSecondsByDefault) {
+    static_assert(PosixEthernetCommunicator::defaultConnectTimeoutMs == 5000);
+    world.calls.failAlways("connect", ETIMEDOUT);
+    EXPECT_EQ(messageOfConnect(client), "10.0.0.5:80: connect failed: Connection timed out");
+    EXPECT_EQ(elapsed(), 5s);
+    PosixEthernetCommunicator impatient(L"10.0.0.5", 80, 40);
+    EXPECT_EQ(messageOfConnect(impatient), "10.0.0.5:80: connect failed: Connection timed out");
+    EXPECT_EQ(elapsed(), 5s + 40ms);
 }
 
-TEST(EthernetConnect, RefusesWhatIsNoPort) {
+TEST_F(EthernetConnect, RefusesWhatIsNoPort) {
     for (const int port : {-1, 0, 65536, std::numeric_limits<int>::max()}) {
-        auto communicator = communicatorTo(port);
-        EXPECT_EQ(messageOf([&] { const Connector hold(communicator); }),
-                  messageTo(port, "connect failed: A port is 1 to 65535"));
+        PosixEthernetCommunicator other(L"10.0.0.5", port, -1);
+        EXPECT_EQ(messageOfConnect(other),
+                  "10.0.0.5:" + std::to_string(port) + ": connect failed: A port is 1 to 65535");
+    }
+    world.at("10.0.0.5", 65535);
+    PosixEthernetCommunicator highest(L"10.0.0.5", 65535, -1);
+    EXPECT_EQ(messageOfConnect(highest), "nothing was thrown");
+}
+
+TEST_F(EthernetConnect, IsMadeAnewBelowAnOuterHold) {
+    peer.greet({CloseConnection{}});
+    const Connector outer(client);
+    EXPECT_THROW(read(5), DeviceException);
+    EXPECT_FALSE(client.isConnected());
+    peer.greet({text("again")});
+    { const Connector inner(client); }
+    EXPECT_EQ(read(5), "again");
+}
+
+TEST_F(EthernetConnect, IsNeededToSendAndToReceive) {
+    EXPECT_EQ(messageOf([&] { write("", false); }), "10.0.0.5:80: send failed: Not connected");
+    EXPECT_EQ(messageOf([&] { read(6); }), "10.0.0.5:80: receive failed: Not connected");
+}
+
+TEST_F(EthernetWrite, SendsAllInPieces) {
+    const Connector hold(client);
+    const std::string sent = patternOf(3 * 4096 + 5);
+    write(sent, true);
+    const std::vector<std::string> received = peer.texts();
+    EXPECT_THAT(received, ElementsAre(sent.substr(0, 4096), sent.substr(4096, 4096), sent.substr(8192, 4096),
+                                      sent.substr(12288)));
+}
+
+TEST_F(EthernetWrite, DropsUnreadInputOnlyIfToldTo) {
+    peer.greet({text("stale")}).say("fresh").say("fresh");
+    for (const bool discard : {true, false}) {
+        const Connector hold(client);
+        ASSERT_EQ(read(1), "s");
+        write("?", discard);
+        EXPECT_EQ(read(9), discard ? "fresh" : "talefresh");
     }
 }
 
-TEST(EthernetConnect, IsMadeAnewBelowAnOuterHold) {
-    const LoopbackPeer peer({[](PeerConnection& client) { client.close(); },
-                             [](PeerConnection& client) { client.send("again"); }});
-    auto communicator = communicatorTo(peer.port());
-    const Connector outer(communicator);
-    EXPECT_THROW(readText(communicator, 5), DeviceException);
-    EXPECT_FALSE(communicator.isConnected());
+TEST_F(EthernetWrite, AwaitsTheTailOfWhatItDrops) {
+    peer.greet({text("stale"), Pause{20ms}, text("tail")}).say("fresh");
+    const Connector hold(client);
+    write("?", true);
+    EXPECT_EQ(read(9), "fresh");
+}
+
+TEST_F(EthernetWrite, BoundsWhatItDropsOfAPeerThatNeverEnds) {
+    peer.greet({World::sendingEndlessly({'x'})}); // a byte a millisecond
     {
-        const Connector inner(communicator);
-        EXPECT_TRUE(communicator.isConnected());
+        const Connector hold(client);
+        write("?", true);
+        EXPECT_EQ(elapsed(), 3s);
+        EXPECT_TRUE(client.isConnected());
     }
-    EXPECT_EQ(readText(communicator, 5), "again");
+    peer.greet({World::sendingEndlessly(World::Bytes(piece))}); // 64 KiB a millisecond: 64 MiB of 1024
+    const Connector hold(client);
+    write("?", true);
+    EXPECT_EQ(elapsed(), 3s + 1023ms);
+    EXPECT_THAT(peer.texts(), ElementsAre("?", "?"));
 }
 
-TEST(EthernetConnect, LeavesNoDescriptorBehind) {
-    const std::size_t before = TestSupport::openDescriptors();
-    {
-        const LoopbackPeer peer({[](PeerConnection&) {}, [](PeerConnection& client) { client.close(); }});
-        auto communicator = communicatorTo(peer.port());
-        { const Connector hold(communicator); }
-        const Connector hold(communicator);
-        EXPECT_THROW(readText(communicator, 1), DeviceException);
-        auto refused = communicatorTo(TestSupport::refusingPort());
-        EXPECT_THROW(const Connector refusedHold(refused), DeviceException);
+TEST_F(EthernetWrite, FindsWhileDroppingThatThePeerHasClosed) {
+    peer.greet({text("stale"), CloseConnection{}});
+    const Connector hold(client);
+    EXPECT_EQ(messageOf([&] { write("?", true); }),
+              "10.0.0.5:80: send failed: Connection closed by the peer");
+    EXPECT_FALSE(client.isConnected());
+}
+
+TEST_F(EthernetWrite, ThatFailsNamesAddressPortOperationAndReason) {
+    world.calls.fail("send", EPIPE);
+    const Connector hold(client);
+    EXPECT_EQ(messageOf([&] { write("?", false); }), "10.0.0.5:80: send failed: Broken pipe");
+    EXPECT_FALSE(client.isConnected());
+}
+
+TEST_F(EthernetWrite, EndsWhereTheDeviceTakesNothingForTenSeconds) {
+    world.network.serve(
+        "10.0.0.5", 80, [this] { return peer.accept(); }, 5000);
+    const Connector hold(client);
+    EXPECT_EQ(messageOf([&] { write(patternOf(8192), true); }),
+              "10.0.0.5:80: send failed: Connection timed out");
+    EXPECT_EQ(elapsed(), 10s);
+    EXPECT_FALSE(client.isConnected());
+}
+
+TEST_F(EthernetRead, OfUpToSixteenBytesWaitsThroughAPause) {
+    peer.greet({text("abc"), Pause{4s}, text("defghijklmnop")});
+    for (const unsigned int count : {6u, 16u}) {
+        const Connector hold(client);
+        EXPECT_EQ(read(count), std::string("abcdefghijklmnop", count));
     }
-    EXPECT_EQ(TestSupport::openDescriptors(), before);
 }
 
-TEST(ClientFactory, MakesUnconnectedCommunicators) {
-    const LoopbackPeer peer([](PeerConnection& client) { client.send("abc"); });
-    const std::unique_ptr<EthernetCommunicator> communicator(
-        ClientFactory::createEthernetCommunicator(L"127.0.0.1", peer.port(), -1));
-    EXPECT_EQ(communicator->getAddress(), L"127.0.0.1");
-    EXPECT_EQ(communicator->getPort(), peer.port());
-    EXPECT_FALSE(communicator->isConnected());
-    const Connector hold(*communicator);
-    EXPECT_EQ(readText(*communicator, 3), "abc");
+TEST_F(EthernetRead, OfMoreThanSixteenBytesEndsWhereTheLineIsQuiet) {
+    peer.greet({text("abc"), Pause{20ms}, text("def"), Pause{21ms}, text("rest")});
+    const Connector hold(client);
+    EXPECT_EQ(read(17), "abcdef");
+    EXPECT_EQ(elapsed(), 20ms + 20ms);
+    EXPECT_EQ(read(4), "rest");
 }
 
-TEST(ClientFactory, PassesTheTimeOutOfTheConnectOn) {
-    const FullBacklog silent;
-    const std::unique_ptr<EthernetCommunicator> communicator(
-        ClientFactory::createEthernetCommunicator(L"127.0.0.1", silent.port(), 20));
-    const Stopwatch stopwatch;
-    EXPECT_THROW(const Connector hold(*communicator), DeviceException);
-    EXPECT_GE(stopwatch.elapsed(), 20ms);
-    EXPECT_LT(stopwatch.elapsed(), 4s) << "that is the default's";
+TEST_F(EthernetRead, OfMoreThanSixteenBytesWaitsLongerForTheFirst) {
+    peer.greet({Pause{4s}, text("abcdefghijklmnopq")});
+    const Connector hold(client);
+    EXPECT_EQ(read(17), "abcdefghijklmnopq");
 }
 
-TEST(EthernetWrite, SendsAll) {
-    const std::string sent = patternOf(std::size_t{4} << 20);
-    std::string received;
-    {
-        const LoopbackPeer peer([&](PeerConnection& client) {
-            client.keepQuiet(20ms); // until the write waits for room, which nothing tells
-            received = client.receive(sent.size());
-        });
-        auto communicator = communicatorTo(peer.port());
-        const Connector hold(communicator);
-        write(communicator, sent, true);
+TEST_F(EthernetRead, GoesOnPieceByPieceUntilTheCountIsReached) {
+    const std::string sent = patternOf(2 * piece + 5);
+    peer.greet({text(sent)});
+    const Connector hold(client);
+    EXPECT_TRUE(read(2 * piece + 5) == sent);
+    EXPECT_THAT(world.calls.of("receive"), ElementsAre("receive 10.0.0.5:80 65536",
+                                                       "receive 10.0.0.5:80 65536", "receive 10.0.0.5:80 5"));
+}
+
+TEST_F(EthernetRead, TakesNoMoreThanAsked) {
+    peer.greet({text("abcdef")});
+    const Connector hold(client);
+    std::string buffer = "??????";
+    EXPECT_EQ(client.readBytes(buffer.data(), 4, 1, 0), 4);
+    EXPECT_EQ(buffer, "abcd??");
+    EXPECT_EQ(read(2), "ef");
+}
+
+TEST_F(EthernetRead, EndsAtItsTimeOutWithNothing) {
+    const Connector hold(client);
+    EXPECT_EQ(read(6, 30), "");
+    EXPECT_EQ(elapsed(), 30ms);
+    EXPECT_EQ(read(100, 30), "");
+    EXPECT_EQ(elapsed(), 60ms);
+    EXPECT_TRUE(client.isConnected());
+}
+
+TEST_F(EthernetRead, EndsAtItsTimeOutWithWhatItHas) {
+    peer.greet({text("abc")});
+    const Connector hold(client);
+    EXPECT_EQ(read(6, 40), "abc");
+    EXPECT_EQ(elapsed(), 40ms);
+    EXPECT_TRUE(client.isConnected());
+}
+
+TEST_F(EthernetRead, CountsItsTimeOutFromItsStart) {
+    peer.greet({World::sendingInPieces(World::Bytes(100, 'x'), 1, 10ms)});
+    for (const unsigned int count : {16u, 100u}) {
+        const Connector hold(client);
+        const auto begin = elapsed();
+        EXPECT_EQ(read(count, 55), "xxxxxx");
+        EXPECT_EQ(elapsed() - begin, 55ms);
     }
-    EXPECT_TRUE(received == sent);
 }
 
-TEST(EthernetWrite, DropsUnreadInputWhereToldTo) {
-    const LoopbackPeer peer([](PeerConnection& client) {
-        client.send("stale");
-        client.receive(1);
-        client.send("fresh");
-    });
-    auto communicator = communicatorTo(peer.port());
-    const Connector hold(communicator);
-    ASSERT_EQ(readText(communicator, 1), "s") << "the rest came with it";
-    write(communicator, "?", true);
-    EXPECT_EQ(readText(communicator, 5), "fresh");
+TEST_F(EthernetRead, EndsAtItsTimeOutThoughMoreIsThere) {
+    peer.greet({text(patternOf(3 * piece))});
+    const Connector hold(client);
+    EXPECT_EQ(read(3 * piece, 0).size(), piece);
 }
 
-TEST(EthernetWrite, KeepsUnreadInputWhereNotToldToDropIt) {
-    const LoopbackPeer peer([](PeerConnection& client) {
-        client.send("stale");
-        client.receive(1);
-        client.send("fresh");
-    });
-    auto communicator = communicatorTo(peer.port());
-    const Connector hold(communicator);
-    ASSERT_EQ(readText(communicator, 1), "s");
-    write(communicator, "?", false);
-    EXPECT_EQ(readText(communicator, 9), "talefresh");
-}
-
-TEST(EthernetWrite, BoundsWhatItDropsOfAPeerThatNeverEnds) {
-    std::promise<bool> answered;
-    const LoopbackPeer peer(
-        [&](PeerConnection& client) { answered.set_value(client.floodUntilAnswered(std::size_t{2} << 30)); });
-    auto communicator = communicatorTo(peer.port());
-    const Connector hold(communicator);
-    ASSERT_EQ(readText(communicator, 1).size(), 1u);
-    write(communicator, "?", true);
-    EXPECT_TRUE(communicator.isConnected());
-    EXPECT_TRUE(answered.get_future().get());
-}
-
-TEST(EthernetWrite, FindsWhileDroppingThatThePeerHasClosed) {
-    const LoopbackPeer peer([](PeerConnection& client) {
-        client.send("stale");
-        client.close();
-    });
-    auto communicator = communicatorTo(peer.port());
-    const Connector hold(communicator);
-    ASSERT_EQ(readText(communicator, 1), "s");
-    EXPECT_EQ(messageOf([&] { write(communicator, "?", true); }),
-              messageTo(peer.port(), "send failed: Connection closed by the peer"));
-    EXPECT_FALSE(communicator.isConnected());
-}
-
-TEST(EthernetWrite, ThatFailsNamesAddressPortOperationAndReasonAndRaisesNoSignal) {
-    const LoopbackPeer peer([](PeerConnection& client) { client.close(); });
-    auto communicator = communicatorTo(peer.port());
-    const Connector hold(communicator);
-    std::string message;
-    // The first bytes still find a connection that the peer then resets.
-    const Stopwatch stopwatch;
-    while (communicator.isConnected() && stopwatch.elapsed() < 5s)
-        message = messageOf([&] { write(communicator, "?", false); });
-    EXPECT_FALSE(communicator.isConnected());
-    const std::string start = messageTo(peer.port(), "send failed: ");
-    EXPECT_TRUE(message == start + std::strerror(EPIPE) || message == start + std::strerror(ECONNRESET))
-        << message;
-}
-
-TEST(EthernetWrite, FailsWhereNothingIsConnected) {
-    auto communicator = communicatorTo(1);
-    EXPECT_EQ(messageOf([&] { write(communicator, "", false); }), messageTo(1, "send failed: Not connected"));
-}
-
-TEST(EthernetRead, OfAHeaderWaitsThroughAPause) {
-    const LoopbackPeer peer([](PeerConnection& client) {
-        client.send("abc");
-        client.keepQuiet(60ms); // three times what ends a larger read
-        client.send("def");
-    });
-    auto communicator = communicatorTo(peer.port());
-    const Connector hold(communicator);
-    EXPECT_EQ(readText(communicator, 6), "abcdef");
-}
-
-TEST(EthernetRead, OfSixteenBytesWaitsThroughAPause) {
-    const LoopbackPeer peer([](PeerConnection& client) {
-        client.send("abc");
-        client.keepQuiet(60ms); // three times what ends a larger read
-        client.send("defghijklmnop");
-    });
-    auto communicator = communicatorTo(peer.port());
-    const Connector hold(communicator);
-    EXPECT_EQ(readText(communicator, 16), "abcdefghijklmnop");
-}
-
-TEST(EthernetRead, OfMoreThanSixteenBytesEndsWhereTheLineIsQuiet) {
-    std::promise<void> read;
-    const LoopbackPeer peer([&](PeerConnection& client) {
-        client.send("abc");
-        read.get_future().wait_for(5s);
-        client.send("rest");
-    });
-    auto communicator = communicatorTo(peer.port());
-    const Connector hold(communicator);
-    const Stopwatch stopwatch;
-    EXPECT_EQ(readText(communicator, 17), "abc");
-    EXPECT_GE(stopwatch.elapsed(), 20ms);
-    read.set_value();
-    EXPECT_EQ(readText(communicator, 4), "rest");
-}
-
-TEST(EthernetRead, OfMoreThanSixteenBytesWaitsLongerForTheFirst) {
-    const std::string text = patternOf(17);
-    const LoopbackPeer peer([&](PeerConnection& client) {
-        client.keepQuiet(60ms); // three times what ends a read that has begun
-        client.send(text);
-    });
-    auto communicator = communicatorTo(peer.port());
-    const Connector hold(communicator);
-    EXPECT_EQ(readText(communicator, 17), text);
-}
-
-TEST(EthernetRead, GoesOnUntilTheCountIsReached) {
-    const std::string text = patternOf(3 * piece + 5);
-    std::promise<void> sent;
-    const LoopbackPeer peer([&](PeerConnection& client) {
-        client.send(text);
-        sent.set_value();
-    });
-    auto communicator = communicatorTo(peer.port());
-    const Connector hold(communicator);
-    sent.get_future().wait_for(5s);
-    EXPECT_TRUE(readText(communicator, static_cast<unsigned int>(text.size())) == text);
-}
-
-TEST(EthernetRead, TakesNoMoreThanAsked) {
-    const LoopbackPeer peer([](PeerConnection& client) { client.send("abcdef"); });
-    auto communicator = communicatorTo(peer.port());
-    const Connector hold(communicator);
-    std::string text = "??????";
-    EXPECT_EQ(communicator.readBytes(text.data(), 4, 1, patientMs), 4);
-    EXPECT_EQ(text, "abcd??");
-    EXPECT_EQ(readText(communicator, 2), "ef");
-}
-
-TEST(EthernetRead, EndsAtItsTimeOutWithNothing) {
-    const LoopbackPeer peer([](PeerConnection&) {});
-    auto communicator = communicatorTo(peer.port());
-    const Connector hold(communicator);
+TEST_F(EthernetRead, ReturnsWhatCameBeforeTheEndAndThenThrows) {
+    peer.greet({text("abc"), CloseConnection{}});
     for (const unsigned int count : {6u, 100u}) {
-        const Stopwatch stopwatch;
-        EXPECT_EQ(readText(communicator, count, 30), "");
-        EXPECT_GE(stopwatch.elapsed(), 30ms);
+        const Connector hold(client);
+        EXPECT_EQ(read(count), "abc");
+        EXPECT_FALSE(client.isConnected());
+        EXPECT_EQ(messageOf([&] { read(count); }),
+                  "10.0.0.5:80: receive failed: Connection closed by the peer");
+        EXPECT_EQ(messageOf([&] { write("?", true); }),
+                  "10.0.0.5:80: send failed: Connection closed by the peer");
     }
-    EXPECT_TRUE(communicator.isConnected());
+    EXPECT_EQ(messageOf([&] { read(6); }), "10.0.0.5:80: receive failed: Not connected")
+        << "the failure is forgotten with its hold";
 }
 
-TEST(EthernetRead, EndsAtItsTimeOutWithWhatItHas) {
-    const LoopbackPeer peer([](PeerConnection& client) { client.send("abc"); });
-    auto communicator = communicatorTo(peer.port());
-    const Connector hold(communicator);
-    ASSERT_EQ(readText(communicator, 1), "a") << "the rest came with it";
-    const Stopwatch stopwatch;
-    EXPECT_EQ(readText(communicator, 6, 40), "bc");
-    EXPECT_GE(stopwatch.elapsed(), 40ms);
-    EXPECT_TRUE(communicator.isConnected());
+TEST_F(EthernetRead, OfAClosedConnectionThrows) {
+    peer.greet({CloseConnection{}});
+    const Connector hold(client);
+    EXPECT_EQ(messageOf([&] { read(6); }), "10.0.0.5:80: receive failed: Connection closed by the peer");
+    EXPECT_FALSE(client.isConnected());
 }
 
-TEST(EthernetRead, CountsItsTimeOutFromItsStart) {
-    constexpr unsigned int drops = 250;
-    for (const unsigned int count : {16u, drops}) {
-        const LoopbackPeer peer([](PeerConnection& client) { client.drip("x", drops, 10ms); });
-        auto communicator = communicatorTo(peer.port());
-        const Connector hold(communicator);
-        EXPECT_LT(readText(communicator, count, 50).size(), count);
-    }
-}
-
-TEST(EthernetRead, EndsAtItsTimeOutThoughMoreIsThere) {
-    std::promise<void> sent;
-    const LoopbackPeer peer([&](PeerConnection& client) {
-        client.send(patternOf(3 * piece));
-        sent.set_value();
-    });
-    auto communicator = communicatorTo(peer.port());
-    const Connector hold(communicator);
-    sent.get_future().wait_for(5s);
-    const std::size_t received = readText(communicator, 3 * piece, 0).size();
-    EXPECT_GT(received, 0u);
-    EXPECT_LE(received, piece);
-}
-
-TEST(EthernetRead, OfAClosedConnectionThrows) {
-    const LoopbackPeer peer([](PeerConnection& client) { client.close(); });
-    auto communicator = communicatorTo(peer.port());
-    const Connector hold(communicator);
-    EXPECT_EQ(messageOf([&] { readText(communicator, 6); }),
-              messageTo(peer.port(), "receive failed: Connection closed by the peer"));
-    EXPECT_FALSE(communicator.isConnected());
-}
-
-TEST(EthernetRead, ReturnsWhatCameBeforeTheEndAndThenThrows) {
-    for (const unsigned int count : {6u, 100u}) {
-        const LoopbackPeer peer([](PeerConnection& client) {
-            client.send("abc");
-            client.close();
-        });
-        auto communicator = communicatorTo(peer.port());
-        const Connector hold(communicator);
-        EXPECT_EQ(readText(communicator, count), "abc");
-        EXPECT_FALSE(communicator.isConnected());
-        EXPECT_EQ(messageOf([&] { readText(communicator, count); }),
-                  messageTo(peer.port(), "receive failed: Connection closed by the peer"));
-        EXPECT_EQ(messageOf([&] { write(communicator, "?", true); }),
-                  messageTo(peer.port(), "send failed: Connection closed by the peer"));
+TEST_F(EthernetRead, OfAResetConnectionThrowsTheSystemsReason) {
+    peer.greet({ResetConnection{}});
+    const Connector hold(client);
+    for (const char* time : {"first", "again"}) {
+        EXPECT_EQ(messageOf([&] { read(6); }), "10.0.0.5:80: receive failed: Connection reset by peer")
+            << time;
+        EXPECT_FALSE(client.isConnected());
     }
 }
 
-TEST(EthernetRead, OfAResetConnectionThrowsTheSystemsReason) {
-    const LoopbackPeer peer([](PeerConnection& client) {
-        client.receive(1);
-        client.reset();
-    });
-    auto communicator = communicatorTo(peer.port());
-    const Connector hold(communicator);
-    write(communicator, "?", false);
-    const std::string message =
-        messageTo(peer.port(), std::string("receive failed: ") + std::strerror(ECONNRESET));
-    EXPECT_EQ(messageOf([&] { readText(communicator, 6); }), message);
-    EXPECT_FALSE(communicator.isConnected());
-    EXPECT_EQ(messageOf([&] { readText(communicator, 6); }), message) << "the reason is kept";
-}
-
-TEST(EthernetRead, FailsWhereNothingIsConnected) {
-    auto communicator = communicatorTo(1);
-    EXPECT_EQ(messageOf([&] { readText(communicator, 6); }), messageTo(1, "receive failed: Not connected"));
-}
-
-TEST(EthernetRead, ForgetsAnOldFailureWithItsHold) {
-    const LoopbackPeer peer([](PeerConnection& client) { client.close(); });
-    auto communicator = communicatorTo(peer.port());
-    {
-        const Connector hold(communicator);
-        EXPECT_THROW(readText(communicator, 6), DeviceException);
-    }
-    EXPECT_EQ(messageOf([&] { readText(communicator, 6); }),
-              messageTo(peer.port(), "receive failed: Not connected"));
-}
-
-TEST(EthernetRead, SurvivesInterruptionsBySignals) {
-    const SignalStorm storm;
-    const LoopbackPeer peer([&](PeerConnection& client) {
-        client.send("abc");
-        storm.awaitMore(3);
-        client.send("def");
-    });
-    auto communicator = communicatorTo(peer.port());
-    const Connector hold(communicator);
-    EXPECT_EQ(readText(communicator, 6), "abcdef");
-}
-
-TEST(EthernetProgress, IsReportedEvery64KiBAndAtTheEnd) {
-    constexpr std::size_t count = 3 * piece + 5;
-    std::promise<void> sent;
-    const LoopbackPeer peer([&](PeerConnection& client) {
-        client.send(patternOf(count));
-        sent.set_value();
-    });
-    auto communicator = communicatorTo(peer.port());
-    std::vector<std::size_t> reports;
-    communicator.setProgressObserver([&](std::size_t received, std::size_t expected) {
+TEST_F(EthernetProgress, IsReportedEvery64KiBAndAtTheEnd) {
+    static constexpr std::size_t count = 2 * piece + 5;
+    client.setProgressObserver([this](std::size_t received, std::size_t expected) {
         reports.push_back(received);
         EXPECT_EQ(expected, count);
     });
-    const Connector hold(communicator);
-    sent.get_future().wait_for(5s);
-    ASSERT_EQ(readText(communicator, count).size(), count);
-
-    ASSERT_GE(reports.size(), 2u);
-    EXPECT_EQ(reports.back(), count);
-    reports.insert(reports.begin(), 0);
-    for (std::size_t at = 1; at + 1 < reports.size(); ++at) {
-        EXPECT_GE(reports[at] - reports[at - 1], piece);
-        EXPECT_LT(reports[at] - reports[at - 1], 2 * piece);
-    }
+    peer.greet({World::sendingInPieces(World::Bytes(count), piece - 1, 1ms)});
+    const Connector hold(client);
+    read(count);
+    EXPECT_THAT(reports, ElementsAre(2 * (piece - 1), count));
 }
 
-TEST(EthernetProgress, IsReportedAtTheEndOfAReadThatGotLess) {
-    const LoopbackPeer peer([](PeerConnection& client) { client.send("abc"); });
-    auto communicator = communicatorTo(peer.port());
-    std::vector<std::size_t> reports;
-    communicator.setProgressObserver([&](std::size_t received, std::size_t) { reports.push_back(received); });
-    const Connector hold(communicator);
-    readText(communicator, 3);
-    readText(communicator, 6, 10);
-    EXPECT_EQ(reports, (std::vector<std::size_t>{3, 0}));
+TEST_F(EthernetProgress, IsReportedAtTheEndOfAReadThatGotLess) {
+    peer.greet({text("abc")});
+    const Connector hold(client);
+    read(3);
+    read(6, 10);
+    EXPECT_THAT(reports, ElementsAre(3, 0));
 }
 
-TEST(EthernetProgress, IsReportedNoMoreOnceTheObserverIsRemoved) {
-    const LoopbackPeer peer([](PeerConnection& client) { client.send("abc"); });
-    auto communicator = communicatorTo(peer.port());
-    int reports = 0;
-    communicator.setProgressObserver([&](std::size_t, std::size_t) { ++reports; });
-    communicator.setProgressObserver({});
-    const Connector hold(communicator);
-    EXPECT_EQ(readText(communicator, 3), "abc");
-    EXPECT_EQ(reports, 0);
+TEST_F(EthernetProgress, IsReportedEveryTenthOfASecondWhileNothingComes) {
+    peer.greet({Pause{1001ms}, text("abc")});
+    const Connector hold(client);
+    EXPECT_EQ(read(3), "abc");
+    EXPECT_THAT(reports, ElementsAre(0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 3));
 }
 
-TEST(EthernetProgress, EndsTheReadByWhatTheObserverThrows) {
+TEST_F(EthernetProgress, IsReportedNoMoreOnceTheObserverIsRemoved) {
+    peer.greet({text("abc")});
+    client.setProgressObserver({});
+    const Connector hold(client);
+    EXPECT_EQ(read(3), "abc");
+    EXPECT_THAT(reports, IsEmpty());
+}
+
+TEST_F(EthernetProgress, EndsTheReadByWhatTheObserverThrows) {
     struct Cancelled {};
-    const LoopbackPeer peer([](PeerConnection& client) { client.send("abcdef"); });
-    auto communicator = communicatorTo(peer.port());
-    communicator.setProgressObserver([](std::size_t, std::size_t) { throw Cancelled(); });
-    const Connector hold(communicator);
-    EXPECT_THROW(readText(communicator, 3), Cancelled);
-    communicator.setProgressObserver({});
-    EXPECT_EQ(readText(communicator, 3), "def") << "the connection goes on";
+    peer.greet({text("abcdef")});
+    client.setProgressObserver([](std::size_t, std::size_t) { throw Cancelled(); });
+    const Connector hold(client);
+    EXPECT_THROW(read(3), Cancelled);
+    client.setProgressObserver({});
+    EXPECT_EQ(read(3), "def") << "the connection goes on";
 }
