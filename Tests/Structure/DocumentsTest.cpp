@@ -1,15 +1,14 @@
 // What the documents say of the sources, held against them.
 
+#include "Sources.h"
+
 #include <algorithm>
 #include <cstdio>
 #include <filesystem>
-#include <fstream>
 #include <gtest/gtest.h>
-#include <iterator>
 #include <map>
 #include <regex>
 #include <set>
-#include <sstream>
 #include <string>
 #include <utility>
 #include <vector>
@@ -17,37 +16,15 @@
 namespace {
 
 namespace fs = std::filesystem;
+using namespace Structure;
 using Names = std::set<std::string>;
 using Texts = std::vector<std::string>;
 
-const fs::path root = KORVA_SOURCE_DIR;
-
-std::string contentOf(const fs::path& file) {
-    std::ifstream stream(file, std::ios::binary);
-    return {std::istreambuf_iterator<char>(stream), {}};
-}
-
-Texts linesOf(const std::string& text) {
-    std::istringstream stream(text);
-    Texts lines;
-    for (std::string line; std::getline(stream, line);)
-        lines.push_back(line);
-    return lines;
-}
-
-Texts sourcesBelow(const fs::path& folder) {
-    Texts texts;
-    for (const auto& entry : fs::recursive_directory_iterator(folder))
-        if (entry.path().extension() == ".cpp")
-            texts.push_back(contentOf(entry.path()));
-    return texts;
-}
-
-/// What the first parentheses of `pattern` catch, and a point and what the second ones do, if there are any.
-Names caughtBy(const std::regex& pattern, const std::string& text) {
+/// What the first parentheses of `pattern` catch, and behind `joint` what the second ones do.
+Names caughtBy(const std::regex& pattern, const std::string& text, const std::string& joint = ".") {
     Names names;
     for (std::sregex_iterator match(text.begin(), text.end(), pattern), end; match != end; ++match)
-        names.insert((*match)[1].str() + (match->size() > 2 ? "." + (*match)[2].str() : ""));
+        names.insert((*match)[1].str() + joint + (*match)[2].str());
     return names;
 }
 
@@ -65,8 +42,8 @@ Names testsNamedIn(const std::string& text) {
 
 Names allTests() {
     Names tests;
-    for (const std::string& source : sourcesBelow(root / "Tests"))
-        tests.merge(testsDefinedIn(source));
+    for (const fs::path& source : filesBelow(root / "Tests", {".cpp"}))
+        tests.merge(testsDefinedIn(contentOf(source)));
     // The replay of a fuzz target's corpus.
     for (const auto& entry : fs::directory_iterator(root / "Fuzz" / "Corpus"))
         tests.insert("Fuzz." + entry.path().filename().string());
@@ -151,10 +128,9 @@ Texts linesTooLongIn(const std::string& document) {
 /// The files and folders in backquotes, as "Room/Name", whose first folder is one of `rooms`.
 Names pathsNamedIn(const std::string& text, const Names& rooms) {
     static const std::regex path(R"(`(\w+)(/[\w./-]*)`)");
-    Names paths;
-    for (std::sregex_iterator match(text.begin(), text.end(), path), end; match != end; ++match)
-        if (rooms.contains((*match)[1]))
-            paths.insert((*match)[1].str() + (*match)[2].str());
+    Names paths = caughtBy(path, text, "");
+    std::erase_if(paths,
+                  [&](const std::string& name) { return !rooms.contains(name.substr(0, name.find('/'))); });
     return paths;
 }
 
@@ -253,7 +229,8 @@ TEST(Documents, TroubleshootingExplainsEveryWarnAndErrorLine) {
     const std::string document = contentOf(root / "Docs" / "Troubleshooting.md");
     std::size_t found = 0;
     std::size_t lacking = 0;
-    for (const std::string& source : sourcesBelow(root / "BackEnd")) {
+    for (const fs::path& file : filesBelow(root / "BackEnd", {".cpp"})) {
+        const std::string source = contentOf(file);
         found += complaintsIn(source).size();
         for (const std::string& missing : unexplained(source, document)) {
             ADD_FAILURE() << "Docs/Troubleshooting.md has no row for " << missing;
@@ -297,12 +274,9 @@ TEST(DocumentRules, FindTheFilesThatAreNamed) {
 }
 
 TEST(DocumentRules, FindALineThatIsTooLong) {
-    const std::string umlauts = [] {
-        std::string text;
-        for (int count = 0; count < 100; ++count)
-            text += "\xC3\xA4";
-        return text;
-    }();
+    std::string umlauts;
+    while (umlauts.size() < 200)
+        umlauts += "\xC3\xA4";
     const std::string tooLong(101, 'x');
     EXPECT_EQ(linesTooLongIn(umlauts + "\n```\n" + tooLong + "\n```\n  | " + tooLong + " |\n"), Texts{});
     EXPECT_EQ(linesTooLongIn("  ```\n  ```\n" + tooLong + "\n"), Texts{tooLong});

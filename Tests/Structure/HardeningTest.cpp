@@ -7,8 +7,10 @@
 #include <cstdio>
 #include <filesystem>
 #include <gtest/gtest.h>
+#include <iterator>
 #include <string>
 #include <string_view>
+#include <tuple>
 #include <vector>
 
 namespace fs = std::filesystem;
@@ -16,13 +18,6 @@ using Structure::ElfFile;
 using Structure::readElf;
 
 namespace {
-
-/// Whether it calls one of the C library's functions that check the size of what they write to.
-bool importsACheckingFunction(const ElfFile& elf) {
-    return std::any_of(elf.imports.begin(), elf.imports.end(), [](std::string_view name) {
-        return name.starts_with("__") && name.ends_with("_chk");
-    });
-}
 
 /// Whether the loader looks there in every working folder: an empty element is that folder.
 bool dependsOnTheWorkingFolder(const std::string& element) {
@@ -33,42 +28,57 @@ bool findsItsLibrariesInFixedPlaces(const ElfFile& elf) {
     return std::none_of(elf.runPath.begin(), elf.runPath.end(), dependsOnTheWorkingFolder);
 }
 
-/// Whether it stops at an index or a precondition of the standard library's that does not hold.
-bool assertsInTheStandardLibrary(const ElfFile& elf) {
-    return std::any_of(elf.imports.begin(), elf.imports.end(),
-                       [](std::string_view name) { return name.find("__glibcxx_assert_fail") != name.npos; });
+bool importsAnyOf(const ElfFile& elf, bool (*matches)(std::string_view)) {
+    return std::any_of(elf.imports.begin(), elf.imports.end(), matches);
 }
 
-/// More than the start files bring along.
-bool marksItsBranchTargets(const ElfFile& elf) {
-    return elf.branchTargets > 100;
+/// The C library checks the size of what is written to: in optimised builds only.
+bool hasTheCLibraryCheckSizes(const ElfFile& elf) {
+    return importsAnyOf(
+        elf, [](std::string_view name) { return name.starts_with("__") && name.ends_with("_chk"); });
 }
 
-/// How many of the nine that every file has: relocations that are read-only, a stack that is not code,
-/// guarded returns, checked sizes, no fixed place, libraries from fixed places, an asserting standard
-/// library, marked branch targets, probed stacks.
-int defencesOf(const ElfFile& elf) {
-    return (elf.hasRelro && elf.bindsNow ? 1 : 0) + (elf.namesStack && !elf.stackIsExecutable ? 1 : 0) +
-           (elf.imports.contains("__stack_chk_fail") ? 1 : 0) + (importsACheckingFunction(elf) ? 1 : 0) +
-           (elf.isPositionIndependent ? 1 : 0) + (findsItsLibrariesInFixedPlaces(elf) ? 1 : 0) +
-           (assertsInTheStandardLibrary(elf) ? 1 : 0) + (marksItsBranchTargets(elf) ? 1 : 0) +
-           (elf.stackProbes > 0 ? 1 : 0);
+/// It stops at an index or a precondition of the standard library's that does not hold.
+bool hasTheStandardLibraryAssert(const ElfFile& elf) {
+    return importsAnyOf(
+        elf, [](std::string_view name) { return name.find("__glibcxx_assert_fail") != name.npos; });
 }
 
-class BuiltFile : public testing::TestWithParam<const char*> {
-protected:
-    void SetUp() override {
-        if (!KORVA_HARDENED)
-            GTEST_SKIP() << "An instrumented build does without these defences.";
-    }
-
-    const ElfFile elf = readElf(GetParam());
+struct Defence {
+    const char* name;
+    bool (*isIn)(const ElfFile&);
 };
 
-class BuiltProgram : public BuiltFile {};
+/// What every file has.
+constexpr Defence defences[] = {
+    {"IsReadOnlyWhereTheLoaderHasBoundIt", [](const ElfFile& elf) { return elf.hasRelro && elf.bindsNow; }},
+    {"HasNoExecutableStack", [](const ElfFile& elf) { return elf.namesStack && !elf.stackIsExecutable; }},
+    {"GuardsTheReturnAddressesOnItsStack",
+     [](const ElfFile& elf) { return elf.imports.contains("__stack_chk_fail"); }},
+    {"HasTheCLibraryCheckSizes", hasTheCLibraryCheckSizes},
+    {"IsLoadedAnywhere", [](const ElfFile& elf) { return elf.isPositionIndependent; }},
+    {"FindsItsLibrariesInFixedPlaces", findsItsLibrariesInFixedPlaces},
+    {"HasTheStandardLibraryAssert", hasTheStandardLibraryAssert},
+    // More than the start files bring along.
+    {"MarksWhereAJumpByAPointerMayGo", [](const ElfFile& elf) { return elf.branchTargets > 100; }},
+    {"TouchesThePagesOfALargeFrameInTurn", [](const ElfFile& elf) { return elf.stackProbes > 0; }},
+};
 
-std::string nameOf(const testing::TestParamInfo<const char*>& file) {
-    const std::string_view path = file.param;
+constexpr const char* productFiles[] = {KORVA_TOOL, KORVA_PLUGIN, KORVA_HOST_LIBRARY};
+
+/// Why this build cannot be judged by that defence; empty if it can.
+std::string excuse(const Defence& defence) {
+    if (!KORVA_HARDENED)
+        return "An instrumented build does without these defences.";
+    if (!KORVA_CHECKS_SIZES && defence.isIn == hasTheCLibraryCheckSizes)
+        return "The C library checks sizes in optimised builds only.";
+    return "";
+}
+
+class BuiltFile : public testing::TestWithParam<std::tuple<const char*, Defence>> {};
+class BuiltProgram : public testing::TestWithParam<const char*> {};
+
+std::string nameOf(std::string_view path) {
     std::string name(path.substr(path.rfind('/') + 1));
     std::erase_if(name, [](char c) { return std::isalnum(static_cast<unsigned char>(c)) == 0; });
     return name;
@@ -76,69 +86,46 @@ std::string nameOf(const testing::TestParamInfo<const char*>& file) {
 
 } // namespace
 
-TEST_P(BuiltFile, IsReadOnlyWhereTheLoaderHasBoundIt) {
-    EXPECT_TRUE(elf.hasRelro);
-    EXPECT_TRUE(elf.bindsNow);
-}
-
-TEST_P(BuiltFile, HasNoExecutableStack) {
-    EXPECT_TRUE(elf.namesStack);
-    EXPECT_FALSE(elf.stackIsExecutable);
-}
-
-TEST_P(BuiltFile, GuardsTheReturnAddressesOnItsStack) {
-    EXPECT_TRUE(elf.imports.contains("__stack_chk_fail"));
-}
-
-TEST_P(BuiltFile, HasTheCLibraryCheckSizes) {
-    if (!KORVA_CHECKS_SIZES)
-        GTEST_SKIP() << "The C library checks sizes in optimised builds only.";
-    EXPECT_TRUE(importsACheckingFunction(elf)) << testing::PrintToString(elf.imports);
-}
-
-TEST_P(BuiltFile, HasTheStandardLibraryAssert) {
-    EXPECT_TRUE(assertsInTheStandardLibrary(elf));
-}
-
-TEST_P(BuiltFile, MarksWhereAJumpByAPointerMayGo) {
-    EXPECT_TRUE(marksItsBranchTargets(elf)) << elf.branchTargets;
-}
-
-TEST_P(BuiltFile, TouchesThePagesOfALargeFrameInTurn) {
-    EXPECT_GT(elf.stackProbes, 0u);
-}
-
-TEST_P(BuiltFile, IsLoadedAnywhere) {
-    EXPECT_TRUE(elf.isPositionIndependent);
+TEST_P(BuiltFile, HasTheDefence) {
+    const auto& [file, defence] = GetParam();
+    if (!excuse(defence).empty())
+        GTEST_SKIP() << excuse(defence);
+    EXPECT_TRUE(defence.isIn(readElf(file)));
 }
 
 TEST_P(BuiltProgram, IsAProgramThatIsLoadedAnywhere) {
+    if (!KORVA_HARDENED)
+        GTEST_SKIP() << "An instrumented build does without these defences.";
+    const ElfFile elf = readElf(GetParam());
     EXPECT_TRUE(elf.hasInterpreter);
     EXPECT_TRUE(elf.isPositionIndependent);
     EXPECT_TRUE(elf.saysPie);
 }
 
-INSTANTIATE_TEST_SUITE_P(Hardening, BuiltFile, testing::Values(KORVA_TOOL, KORVA_PLUGIN, KORVA_HOST_LIBRARY),
-                         nameOf);
-INSTANTIATE_TEST_SUITE_P(Hardening, BuiltProgram, testing::Values(KORVA_TOOL, KORVA_A_TEST_PROGRAM), nameOf);
+INSTANTIATE_TEST_SUITE_P(Hardening, BuiltFile,
+                         testing::Combine(testing::ValuesIn(productFiles), testing::ValuesIn(defences)),
+                         [](const auto& each) {
+                             return nameOf(std::get<0>(each.param)) + std::get<1>(each.param).name;
+                         });
+INSTANTIATE_TEST_SUITE_P(Hardening, BuiltProgram, testing::Values(KORVA_TOOL, KORVA_A_TEST_PROGRAM),
+                         [](const auto& each) { return nameOf(each.param); });
 
 TEST(Hardening, ChecksSizesThatAreKnownOnlyWhenItRuns) {
-    if (!KORVA_HARDENED)
-        GTEST_SKIP() << "An instrumented build does without these defences.";
-    if (!KORVA_CHECKS_SIZES)
-        GTEST_SKIP() << "The C library checks sizes in optimised builds only.";
+    if (const std::string reason = excuse({"", hasTheCLibraryCheckSizes}); !reason.empty())
+        GTEST_SKIP() << reason;
     EXPECT_TRUE(readElf(KORVA_HOST_LIBRARY).imports.contains("__memcpy_chk"));
 }
 
 TEST(Hardening, IsCountedForTheScoreboard) {
     if (!KORVA_HARDENED || !KORVA_CHECKS_SIZES)
         GTEST_SKIP() << "Not all these defences are in an instrumented build or one that is not optimised.";
-    constexpr int defencesDue = 3 * 9;
-    int found = 0;
-    for (const char* file : {KORVA_TOOL, KORVA_PLUGIN, KORVA_HOST_LIBRARY})
-        found += defencesOf(readElf(file));
+    constexpr std::size_t defencesDue = std::size(productFiles) * std::size(defences);
+    std::size_t found = 0;
+    for (const char* file : productFiles)
+        for (const Defence& defence : defences)
+            found += defence.isIn(readElf(file)) ? 1 : 0;
     EXPECT_EQ(found, defencesDue);
-    std::printf("figure: defences read from the built tool, plug-in and host library: %d of %d\n", found,
+    std::printf("figure: defences read from the built tool, plug-in and host library: %zu of %zu\n", found,
                 defencesDue);
 }
 

@@ -1,24 +1,22 @@
 // The rules that hold between the rooms, read from the sources themselves.
 
+#include "Sources.h"
+
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <filesystem>
-#include <fstream>
-#include <iterator>
 #include <map>
 #include <regex>
 #include <set>
-#include <sstream>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace {
 
 namespace fs = std::filesystem;
+using namespace Structure;
 using Lines = std::vector<std::string>;
-
-const fs::path root = KORVA_SOURCE_DIR;
 
 /// A room is named by its folder; an include belongs to the room whose include directory holds it.
 const std::map<std::string, std::string> roomOfInclude = {
@@ -118,21 +116,8 @@ Lines violations(const std::string& room, const Lines& lines) {
     return found;
 }
 
-Lines linesOf(const fs::path& file) {
-    std::ifstream stream(file);
-    Lines lines;
-    for (std::string line; std::getline(stream, line);)
-        lines.push_back(line);
-    return lines;
-}
-
 std::vector<fs::path> sourcesBelow(const fs::path& folder) {
-    std::vector<fs::path> sources;
-    for (const auto& entry : fs::recursive_directory_iterator(folder))
-        if (entry.path().extension() == ".h" || entry.path().extension() == ".cpp")
-            sources.push_back(entry.path());
-    std::sort(sources.begin(), sources.end());
-    return sources;
+    return filesBelow(folder, {".h", ".cpp"});
 }
 
 class Rooms : public ::testing::TestWithParam<std::string> {};
@@ -142,7 +127,7 @@ TEST_P(Rooms, IncludeOnlyWhatTheirArrowsAllow) {
     const auto sources = sourcesBelow(root / room);
     ASSERT_FALSE(sources.empty());
     for (const fs::path& source : sources)
-        for (const std::string& violation : violations(room, linesOf(source)))
+        for (const std::string& violation : violations(room, linesOf(contentOf(source))))
             ADD_FAILURE() << fs::relative(source, root).string() << ": " << violation;
 }
 
@@ -158,12 +143,8 @@ INSTANTIATE_TEST_SUITE_P(Structure, Rooms,
 
 TEST(Structure, HeadersAreIncludedOnce) {
     for (const auto& [room, allowed] : mayInclude)
-        for (const fs::path& source : sourcesBelow(root / room)) {
-            const Lines lines = linesOf(source);
-            if (source.extension() != ".h")
-                continue;
-            EXPECT_TRUE(std::find(lines.begin(), lines.end(), "#pragma once") != lines.end()) << source;
-        }
+        for (const fs::path& header : filesBelow(root / room, {".h"}))
+            EXPECT_NE(("\n" + contentOf(header)).find("\n#pragma once\n"), std::string::npos) << header;
 }
 
 /// Whether a line of a script has a text read as commands by the shell, or by Python, a second time.
@@ -176,7 +157,8 @@ TEST(Structure, ScriptsEvaluateNoText) {
     int lines = 0;
     for (const char* const folder : {"scripts", "Lab", ".ci"})
         for (const auto& entry : fs::recursive_directory_iterator(root / folder))
-            for (const std::string& line : entry.is_regular_file() ? linesOf(entry.path()) : Lines{}) {
+            for (const std::string& line :
+                 entry.is_regular_file() ? linesOf(contentOf(entry.path())) : Lines{}) {
                 ++lines;
                 EXPECT_FALSE(evaluatesText(line)) << entry.path() << ": " << line;
             }
@@ -192,13 +174,15 @@ TEST(StructureRules, FindAnEvaluationInAScript) {
 }
 
 TEST(StructureRules, FindAnIncludeAgainstTheArrows) {
-    EXPECT_EQ(violations("HostFramework", {"#include \"NativeCameraKorva/KorvaHelper.h\""}).size(), 1u);
-    EXPECT_EQ(violations("Simulator/Camera", {"#include \"Network/CameraServer.h\""}).size(), 1u);
-    EXPECT_EQ(violations("Simulator/Network", {"  #  include \"NativeCameraKorva/KorvaMessage.h\""}).size(),
-              1u);
-    EXPECT_EQ(violations(device, {"#include \"ReferenceHost/HostControl.h\""}).size(), 1u);
-    EXPECT_EQ(violations("Console", {"#include \"NativeCameraKorva/KorvaHelper.h\""}).size(), 1u);
-    EXPECT_EQ(violations(device, {"#include \"../../Platform/posix/Kernel.h\""}).size(), 1u);
+    for (const auto& [room, line] : {
+             std::pair<std::string, std::string>("HostFramework", "\"NativeCameraKorva/KorvaHelper.h\""),
+             {"Simulator/Camera", "\"Network/CameraServer.h\""},
+             {"Simulator/Network", "\"NativeCameraKorva/KorvaMessage.h\""},
+             {device, "\"ReferenceHost/HostControl.h\""},
+             {"Console", "\"NativeCameraKorva/KorvaHelper.h\""},
+             {device, "\"../../Platform/posix/Kernel.h\""},
+         })
+        EXPECT_EQ(violations(room, {"  #  include " + line}).size(), 1u) << room << line;
 }
 
 TEST(StructureRules, FindAnIncludeUpwardsWithinThePlugIn) {
@@ -207,12 +191,11 @@ TEST(StructureRules, FindAnIncludeUpwardsWithinThePlugIn) {
     };
     EXPECT_TRUE(includes(device, "KorvaInternals.h") && includes(camera, "KorvaMessage.h") &&
                 includes(camera, "KorvaPictureDecoding.h") && includes(wire, "KorvaByteSum.h"));
-    EXPECT_FALSE(includes(camera, "KorvaCamera.h"));
-    EXPECT_FALSE(includes(wire, "KorvaHelper.h"));
-    EXPECT_FALSE(includes(wire, "KorvaSampleKernels.h"));
-    EXPECT_FALSE(includes(picture, "KorvaMessage.h"));
-    EXPECT_FALSE(includes(base, "KorvaMessage.h"));
-    EXPECT_FALSE(includes(device, "KorvaNowhere.h"));
+    for (const auto& [room, header] :
+         {std::pair(camera, "KorvaCamera.h"), std::pair(wire, "KorvaHelper.h"),
+          std::pair(wire, "KorvaSampleKernels.h"), std::pair(picture, "KorvaMessage.h"),
+          std::pair(base, "KorvaMessage.h"), std::pair(device, "KorvaNowhere.h")})
+        EXPECT_FALSE(includes(room, header)) << room << " " << header;
 }
 
 TEST(Structure, NoTwoFilesOfThePlugInHaveOneName) {
@@ -222,19 +205,13 @@ TEST(Structure, NoTwoFilesOfThePlugInHaveOneName) {
     EXPECT_GT(names.size(), 40u);
 }
 
-TEST(StructureRules, FindASystemHeaderOutsideThePlatform) {
-    for (const char* header : {"windows.h", "unistd.h", "sys/socket.h", "time.h"}) {
-        const std::string line = std::string("#include <") + header + ">";
-        EXPECT_EQ(violations(base, {line}).size(), 1u) << header;
-        EXPECT_EQ(violations("Console", {line}).size(), 1u) << header;
-        EXPECT_TRUE(violations("Platform", {line}).empty()) << header;
+TEST(StructureRules, FindWhatOnlyThePlatformMayDo) {
+    for (const char* line : {"#include <windows.h>", "#include <unistd.h>", "#include <sys/socket.h>",
+                             "#include <time.h>", "#ifdef _WIN32", "#if defined(__linux__)"}) {
+        for (const std::string& room : {base, picture, std::string("ReferenceHost"), std::string("Console")})
+            EXPECT_EQ(violations(room, {line}).size(), 1u) << line;
+        EXPECT_TRUE(violations("Platform", {line}).empty()) << line;
     }
-}
-
-TEST(StructureRules, FindATestForTheSystemOutsideThePlatform) {
-    EXPECT_EQ(violations(picture, {"#ifdef _WIN32"}).size(), 1u);
-    EXPECT_EQ(violations("ReferenceHost", {"#if defined(__linux__)"}).size(), 1u);
-    EXPECT_TRUE(violations("Platform", {"#if defined(_WIN32)"}).empty());
 }
 
 TEST(StructureRules, FindThreadsAndLocksInThePlugIn) {
