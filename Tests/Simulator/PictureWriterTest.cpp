@@ -17,25 +17,6 @@ namespace {
 const Picture colour{{2, 2}, 3, {0x0102, 0x0304, 0x0506, 1, 2, 3, 0x4000, 0, 0x3FFF, 4, 5, 6}};
 const Picture grey{{3, 2}, 1, {0, 1, 0x0100, 16384, 16383, 0x1234}};
 
-/// What libpng's simple reader makes of a file: 16-bit samples, or nothing if it refuses it.
-std::vector<std::uint16_t> readBack(const Bytes& file, png_uint_32 format, PictureSize size) {
-    png_image image{};
-    image.version = PNG_IMAGE_VERSION;
-    if (png_image_begin_read_from_memory(&image, file.data(), file.size()) == 0)
-        return {};
-    image.format = format;
-    std::vector<std::uint16_t> samples(PNG_IMAGE_SIZE(image) / 2);
-    const bool sizeRight = image.width == size.width && image.height == size.height;
-    if (png_image_finish_read(&image, nullptr, samples.data(), 0, nullptr) == 0 || !sizeRight)
-        return {};
-    return samples;
-}
-
-/// The depth and colour type that a PNG file announces.
-std::pair<int, int> depthAndType(const Bytes& file) {
-    return {file.at(24), file.at(25)};
-}
-
 } // namespace
 
 TEST(SgiWriter, WritesAVerbatimTwoByteHeader) {
@@ -61,12 +42,6 @@ TEST(SgiWriter, WritesGreyAsOneChannelOfTwoDimensions) {
 
 TEST(SgiWriter, WritesAnEmptyPictureAsAHeader) {
     EXPECT_EQ(writeSgi({{0, 0}, 3, {}}).size(), 512U);
-}
-
-TEST(PngWriter, WritesGreyThatLibpngReadsBack) {
-    const Bytes file = writePng(grey);
-    EXPECT_EQ(depthAndType(file), std::pair(16, PNG_COLOR_TYPE_GRAY));
-    EXPECT_EQ(readBack(file, PNG_FORMAT_LINEAR_Y, grey.size).size(), grey.samples.size());
 }
 
 TEST(PngWriter, KeepsSamplesExactly) {
@@ -105,7 +80,10 @@ TEST(PngWriter, SaysWhatLibpngRefuses) {
 }
 
 TEST(PngWriter, EmptyPngIsRefusedByLibpng) {
-    EXPECT_TRUE(readBack(writeEmptyPng(), PNG_FORMAT_LINEAR_Y, {0, 0}).empty());
+    const Bytes file = writeEmptyPng();
+    png_image image{};
+    image.version = PNG_IMAGE_VERSION;
+    EXPECT_EQ(png_image_begin_read_from_memory(&image, file.data(), file.size()), 0);
 }
 
 } // namespace Simulator
