@@ -4,6 +4,7 @@
 
 #include <cerrno>
 #include <limits>
+#include <utility>
 #include <vector>
 
 using namespace std::chrono_literals;
@@ -11,7 +12,6 @@ using Simulator::CloseConnection;
 using Simulator::Pause;
 using Simulator::ResetConnection;
 using testing::ElementsAre;
-using testing::IsEmpty;
 using Tests::EthernetClient;
 using Tests::messageOf;
 using Tests::messageOfConnect;
@@ -61,12 +61,6 @@ TEST_F(EthernetConnect, IsTheConnectors) {
                 ElementsAre("new 10.0.0.5:80 -1", "connect 10.0.0.5:80 5000", "close 10.0.0.5:80"));
 }
 
-TEST_F(EthernetConnect, ThatIsRefusedNamesAddressPortOperationAndReason) {
-    PosixEthernetCommunicator refused(L"10.0.0.6", 81, -1);
-    EXPECT_EQ(messageOfConnect(refused), "10.0.0.6:81: connect failed: Connection refused");
-    EXPECT_FALSE(refused.isConnected());
-}
-
 TEST_F(EthernetConnect, EndsAtItsTimeOutAndAfterFiveSecondsByDefault) {
     static_assert(PosixEthernetCommunicator::defaultConnectTimeoutMs == 5000);
     world.calls.failAlways("connect", ETIMEDOUT);
@@ -77,15 +71,15 @@ TEST_F(EthernetConnect, EndsAtItsTimeOutAndAfterFiveSecondsByDefault) {
     EXPECT_EQ(elapsed(), 5s + 40ms);
 }
 
-TEST_F(EthernetConnect, RefusesWhatIsNoPort) {
+TEST_F(EthernetConnect, IsRefusedByNobodyThereAndForWhatIsNoPort) {
     for (const int port : {-1, 0, 65536, std::numeric_limits<int>::max()}) {
         PosixEthernetCommunicator other(L"10.0.0.5", port, -1);
         EXPECT_EQ(messageOfConnect(other),
                   "10.0.0.5:" + std::to_string(port) + ": connect failed: A port is 1 to 65535");
     }
-    world.at("10.0.0.5", 65535);
     PosixEthernetCommunicator highest(L"10.0.0.5", 65535, -1);
-    EXPECT_EQ(messageOfConnect(highest), "nothing was thrown");
+    EXPECT_EQ(messageOfConnect(highest), "10.0.0.5:65535: connect failed: Connection refused");
+    EXPECT_FALSE(highest.isConnected());
 }
 
 TEST_F(EthernetConnect, IsMadeAnewBelowAnOuterHold) {
@@ -144,19 +138,16 @@ TEST_F(EthernetWrite, BoundsWhatItDropsOfAPeerThatNeverEnds) {
     EXPECT_THAT(peer.texts(), ElementsAre("?", "?"));
 }
 
-TEST_F(EthernetWrite, FindsWhileDroppingThatThePeerHasClosed) {
-    peer.greet({text("stale"), CloseConnection{}});
-    const Connector hold(client);
-    EXPECT_EQ(messageOf([&] { write("?", true); }),
-              "10.0.0.5:80: send failed: Connection closed by the peer");
-    EXPECT_FALSE(client.isConnected());
-}
-
 TEST_F(EthernetWrite, ThatFailsNamesAddressPortOperationAndReason) {
+    peer.greet({text("stale"), CloseConnection{}});
     world.calls.fail("send", EPIPE);
-    const Connector hold(client);
-    EXPECT_EQ(messageOf([&] { write("?", false); }), "10.0.0.5:80: send failed: Broken pipe");
-    EXPECT_FALSE(client.isConnected());
+    for (const auto& [discards, reason] :
+         {std::pair(true, "Connection closed by the peer"), std::pair(false, "Broken pipe")}) {
+        const Connector hold(client);
+        EXPECT_EQ(messageOf([&] { write("?", discards); }),
+                  std::string("10.0.0.5:80: send failed: ") + reason);
+        EXPECT_FALSE(client.isConnected());
+    }
 }
 
 TEST_F(EthernetWrite, EndsWhereTheDeviceTakesNothingForTenSeconds) {
@@ -169,26 +160,51 @@ TEST_F(EthernetWrite, EndsWhereTheDeviceTakesNothingForTenSeconds) {
     EXPECT_FALSE(client.isConnected());
 }
 
-TEST_F(EthernetRead, OfUpToSixteenBytesWaitsThroughAPause) {
-    peer.greet({text("abc"), Pause{4s}, text("defghijklmnop")});
-    for (const unsigned int count : {6u, 16u}) {
+TEST_F(EthernetRead, GivesWhatComesWhileItWaits) {
+    const World::Actions throughAPause{text("abc"), Pause{4s}, text("defghijklmnop")};
+    const World::Actions drip{World::sendingInPieces(World::Bytes(100, 'x'), 1, 10ms)};
+    const World::Actions much{text(std::string(3 * piece, 'x'))};
+    const std::string onePiece(piece, 'x');
+    struct Row {
+        const char* what;
+        World::Actions comes;
+        unsigned int count;
+        unsigned int timeoutMs;
+        std::string text;
+        World::Duration time;
+    };
+    for (const auto& [what, comes, count, timeoutMs, due, time] : {
+             Row{"a header through a pause", throughAPause, 6, 5000, "abcdef", 4s},
+             Row{"sixteen bytes through a pause", throughAPause, 16, 5000, "abcdefghijklmnop", 4s},
+             Row{"more until the line is quiet for 20 ms", throughAPause, 17, 5000, "abc", 20ms},
+             Row{"more through a shorter pause", {text("a"), Pause{20ms}, text("b")}, 17, 5000, "ab", 40ms},
+             Row{"more after a longer wait for the first", {Pause{4s}, text("abc")}, 17, 5000, "abc", 4020ms},
+             Row{"no more than asked for", {text("abcdef")}, 4, 5000, "abcd", 0ms},
+             Row{"nothing of a header in its time", {}, 6, 30, "", 30ms},
+             Row{"nothing of more in its time", {}, 100, 30, "", 30ms},
+             Row{"what came of a header in its time", {text("abc")}, 6, 40, "abc", 40ms},
+             Row{"a drip until its time counted from its start", drip, 16, 55, "xxxxxx", 55ms},
+             Row{"more of a drip until its time", drip, 100, 55, "xxxxxx", 55ms},
+             Row{"one piece of what is there without time", much, 3 * piece, 0, onePiece, 0ms},
+         }) {
+        SCOPED_TRACE(what);
+        peer.greet(comes);
         const Connector hold(client);
-        EXPECT_EQ(read(count), std::string("abcdefghijklmnop", count));
+        const auto begin = elapsed();
+        EXPECT_TRUE(read(count, timeoutMs) == due);
+        EXPECT_EQ(elapsed() - begin, time);
+        EXPECT_TRUE(client.isConnected());
     }
 }
 
-TEST_F(EthernetRead, OfMoreThanSixteenBytesEndsWhereTheLineIsQuiet) {
-    peer.greet({text("abc"), Pause{20ms}, text("def"), Pause{21ms}, text("rest")});
+TEST_F(EthernetRead, LeavesTheRestForTheNext) {
+    peer.greet({text("abcdef"), Pause{21ms}, text("rest")});
     const Connector hold(client);
-    EXPECT_EQ(read(17), "abcdef");
-    EXPECT_EQ(elapsed(), 20ms + 20ms);
+    std::string buffer = "??????";
+    EXPECT_EQ(client.readBytes(buffer.data(), 4, 1, 0), 4);
+    EXPECT_EQ(buffer, "abcd??");
+    EXPECT_EQ(read(17), "ef");
     EXPECT_EQ(read(4), "rest");
-}
-
-TEST_F(EthernetRead, OfMoreThanSixteenBytesWaitsLongerForTheFirst) {
-    peer.greet({Pause{4s}, text("abcdefghijklmnopq")});
-    const Connector hold(client);
-    EXPECT_EQ(read(17), "abcdefghijklmnopq");
 }
 
 TEST_F(EthernetRead, GoesOnPieceByPieceUntilTheCountIsReached) {
@@ -198,48 +214,6 @@ TEST_F(EthernetRead, GoesOnPieceByPieceUntilTheCountIsReached) {
     EXPECT_TRUE(read(2 * piece + 5) == sent);
     EXPECT_THAT(world.calls.of("receive"), ElementsAre("receive 10.0.0.5:80 65536",
                                                        "receive 10.0.0.5:80 65536", "receive 10.0.0.5:80 5"));
-}
-
-TEST_F(EthernetRead, TakesNoMoreThanAsked) {
-    peer.greet({text("abcdef")});
-    const Connector hold(client);
-    std::string buffer = "??????";
-    EXPECT_EQ(client.readBytes(buffer.data(), 4, 1, 0), 4);
-    EXPECT_EQ(buffer, "abcd??");
-    EXPECT_EQ(read(2), "ef");
-}
-
-TEST_F(EthernetRead, EndsAtItsTimeOutWithNothing) {
-    const Connector hold(client);
-    EXPECT_EQ(read(6, 30), "");
-    EXPECT_EQ(elapsed(), 30ms);
-    EXPECT_EQ(read(100, 30), "");
-    EXPECT_EQ(elapsed(), 60ms);
-    EXPECT_TRUE(client.isConnected());
-}
-
-TEST_F(EthernetRead, EndsAtItsTimeOutWithWhatItHas) {
-    peer.greet({text("abc")});
-    const Connector hold(client);
-    EXPECT_EQ(read(6, 40), "abc");
-    EXPECT_EQ(elapsed(), 40ms);
-    EXPECT_TRUE(client.isConnected());
-}
-
-TEST_F(EthernetRead, CountsItsTimeOutFromItsStart) {
-    peer.greet({World::sendingInPieces(World::Bytes(100, 'x'), 1, 10ms)});
-    for (const unsigned int count : {16u, 100u}) {
-        const Connector hold(client);
-        const auto begin = elapsed();
-        EXPECT_EQ(read(count, 55), "xxxxxx");
-        EXPECT_EQ(elapsed() - begin, 55ms);
-    }
-}
-
-TEST_F(EthernetRead, EndsAtItsTimeOutThoughMoreIsThere) {
-    peer.greet({text(patternOf(3 * piece))});
-    const Connector hold(client);
-    EXPECT_EQ(read(3 * piece, 0).size(), piece);
 }
 
 TEST_F(EthernetRead, ReturnsWhatCameBeforeTheEndAndThenThrows) {
@@ -257,20 +231,16 @@ TEST_F(EthernetRead, ReturnsWhatCameBeforeTheEndAndThenThrows) {
         << "the failure is forgotten with its hold";
 }
 
-TEST_F(EthernetRead, OfAClosedConnectionThrows) {
-    peer.greet({CloseConnection{}});
-    const Connector hold(client);
-    EXPECT_EQ(messageOf([&] { read(6); }), "10.0.0.5:80: receive failed: Connection closed by the peer");
-    EXPECT_FALSE(client.isConnected());
-}
-
-TEST_F(EthernetRead, OfAResetConnectionThrowsTheSystemsReason) {
-    peer.greet({ResetConnection{}});
-    const Connector hold(client);
-    for (const char* time : {"first", "again"}) {
-        EXPECT_EQ(messageOf([&] { read(6); }), "10.0.0.5:80: receive failed: Connection reset by peer")
-            << time;
-        EXPECT_FALSE(client.isConnected());
+TEST_F(EthernetRead, OfAnEndedConnectionThrowsTheReasonAgainAndAgain) {
+    for (const auto& [end, reason] :
+         {std::pair<Simulator::Action, std::string>(CloseConnection{}, "Connection closed by the peer"),
+          {ResetConnection{}, "Connection reset by peer"}}) {
+        peer.greet({end});
+        const Connector hold(client);
+        for (int time = 0; time < 2; ++time) {
+            EXPECT_EQ(messageOf([&] { read(6); }), "10.0.0.5:80: receive failed: " + reason);
+            EXPECT_FALSE(client.isConnected());
+        }
     }
 }
 
@@ -301,15 +271,7 @@ TEST_F(EthernetProgress, IsReportedEveryTenthOfASecondWhileNothingComes) {
     EXPECT_THAT(reports, ElementsAre(0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 3));
 }
 
-TEST_F(EthernetProgress, IsReportedNoMoreOnceTheObserverIsRemoved) {
-    peer.greet({text("abc")});
-    client.setProgressObserver({});
-    const Connector hold(client);
-    EXPECT_EQ(read(3), "abc");
-    EXPECT_THAT(reports, IsEmpty());
-}
-
-TEST_F(EthernetProgress, EndsTheReadByWhatTheObserverThrows) {
+TEST_F(EthernetProgress, EndsTheReadByWhatTheObserverThrowsUntilItIsRemoved) {
     struct Cancelled {};
     peer.greet({text("abcdef")});
     client.setProgressObserver([](std::size_t, std::size_t) { throw Cancelled(); });

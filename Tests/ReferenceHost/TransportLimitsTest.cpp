@@ -28,18 +28,30 @@ namespace {
 constexpr TransportLimits shortHold{.hold = 55ms};
 constexpr TransportLimits speed{.hold = 0ms, .bytesPerSecond = 1000, .window = 50ms};
 
-const std::string heldTooLong =
-    "10.0.0.5:80: receive failed: Took too long: 6 bytes in 0.1 s, the connection may be held 0.1 s";
+constexpr TransportLimits perTwoSeconds{.hold = 0ms, .bytesPerSecond = 1000, .window = 2s};
+constexpr TransportLimits noWindow{.hold = 0ms, .bytesPerSecond = 1000, .window = 0ms};
+
+// What the failures of a read and of a connect say.
+
+std::string heldTooLong(int bytes) {
+    return "10.0.0.5:80: receive failed: Took too long: " + std::to_string(bytes) +
+           " bytes in 0.1 s, the connection may be held 0.1 s";
+}
+std::string tooSlow(const std::string& amount) {
+    return "10.0.0.5:80: receive failed: Too slow: " + amount +
+           ", at least 1000 bytes a second are asked for";
+}
 const std::string operatedTooLong =
     "10.0.0.5:80: receive failed: Took too long: 6 bytes in 0.1 s, the operation may last 0.1 s";
 const std::string notConnectedInTime =
     "10.0.0.5:80: connect failed: Took too long: 0 bytes in 0.1 s, the connection may be held 0.1 s";
-const std::string tooSlow =
-    "10.0.0.5:80: receive failed: Too slow: 6 bytes in 0.1 s, at least 1000 bytes a second are asked for";
 
-/// The peer sends a byte every 10 ms from the connect on, unless a test says otherwise.
+/// A byte every 10 ms.
+const World::Actions drip{World::sendingInPieces(World::Bytes(500, 'x'), 1, 10ms)};
+
+/// The peer drips from the connect on, unless a test says otherwise.
 struct LimitedClient : EthernetClient {
-    LimitedClient() { peer.greet({World::sendingInPieces(World::Bytes(500, 'x'), 1, 10ms)}); }
+    LimitedClient() { peer.greet(drip); }
     ~LimitedClient() override { setDefaultTransportLimits({}); }
 
     /// How a hold of the client for `talk` fails.
@@ -68,30 +80,37 @@ struct DefaultTransportLimits : LimitedClient {};
 
 } // namespace
 
-TEST_F(EthernetLimits, EndADripByTheHoldsTime) {
-    client.setLimits(shortHold);
-    for (const unsigned int count : {16u, 100'000u})
-        EXPECT_EQ(failureOfReading(client, count), heldTooLong);
-    EXPECT_EQ(elapsed(), 2 * 55ms);
-}
-
-TEST_F(EthernetLimits, EndADripByTheLeastSpeed) {
-    client.setLimits(speed);
-    for (const unsigned int count : {16u, 100'000u})
-        EXPECT_EQ(failureOfReading(client, count), tooSlow);
-    EXPECT_EQ(elapsed(), 2 * 50ms);
-}
-
-TEST_F(EthernetLimits, LetPassWhatIsFastEnoughInEachWindow) {
-    client.setLimits({.hold = 0ms, .bytesPerSecond = 1000, .window = 2s});
-    const std::string piece(2000, 'x');
-    peer.greet({text("x"), Pause{2s}, text(piece.substr(1)), Pause{2s}, text(piece), Pause{2s},
-                text(piece.substr(1))});
-    EXPECT_EQ(failureOfReading(client, 100'000),
-              "10.0.0.5:80: receive failed: Too slow: 1999 bytes in 2.0 s, "
-              "at least 1000 bytes a second are asked for")
-        << "earlier windows do not help";
-    EXPECT_EQ(elapsed(), 6s);
+TEST_F(EthernetLimits, EndAReadThatTakesTooLongOrIsTooSlow) {
+    const World::Actions flood{World::sendingEndlessly(World::Bytes(1000))};
+    const auto bytes = [](std::size_t count) { return text(std::string(count, 'x')); };
+    const World::Actions twice{bytes(1),    Pause{2s}, bytes(1999), Pause{2s},
+                               bytes(2000), Pause{2s}, bytes(1999)};
+    struct Row {
+        const char* what;
+        TransportLimits limits;
+        World::Actions comes;
+        unsigned int count;
+        std::string message;
+        World::Duration time;
+    };
+    for (const auto& [what, limits, comes, count, message, time] : {
+             Row{"a header that drips", shortHold, drip, 16, heldTooLong(6), 55ms},
+             Row{"a picture that drips", shortHold, drip, 100'000, heldTooLong(6), 55ms},
+             Row{"silence", shortHold, {}, 16, heldTooLong(0), 55ms},
+             Row{"a flood", shortHold, flood, 100'000, heldTooLong(56'000), 55ms},
+             Row{"a slow header", speed, drip, 16, tooSlow("6 bytes in 0.1 s"), 50ms},
+             Row{"a slow picture", speed, drip, 100'000, tooSlow("6 bytes in 0.1 s"), 50ms},
+             Row{"slow in the third window", perTwoSeconds, twice, 100'000, tooSlow("1999 bytes in 2.0 s"),
+                 6s},
+             Row{"slow in the shortest window", noWindow, drip, 16, tooSlow("0 bytes in 0.0 s"), 2ms},
+         }) {
+        SCOPED_TRACE(what);
+        client.setLimits(limits);
+        peer.greet(comes);
+        const auto begin = elapsed();
+        EXPECT_EQ(failureOfReading(client, count), message);
+        EXPECT_EQ(elapsed() - begin, time);
+    }
 }
 
 TEST_F(EthernetLimits, DoNotCountWhatTheHostDoesBetweenReads) {
@@ -106,12 +125,6 @@ TEST_F(EthernetLimits, DoNotCountWhatTheHostDoesBetweenReads) {
     EXPECT_EQ(elapsed(), 502s);
 }
 
-TEST_F(EthernetLimits, TakeAWindowOfNothingForTheShortest) {
-    client.setLimits({.hold = 0ms, .bytesPerSecond = 2000, .window = 0ms});
-    failureOfReading(client);
-    EXPECT_EQ(elapsed(), 1ms);
-}
-
 TEST_F(EthernetLimits, WaitForEachAnswersFirstByteAsLongAsTheReadDoes) {
     client.setLimits(speed);
     peer.greet({}).act({Pause{4s}, text("answer")}).act({Pause{4s}, text("answer")});
@@ -120,19 +133,6 @@ TEST_F(EthernetLimits, WaitForEachAnswersFirstByteAsLongAsTheReadDoes) {
         write("?", true);
         EXPECT_EQ(read(6), "answer");
     }
-}
-
-TEST_F(EthernetLimits, EndTheWaitForAPeerThatSaysNothing) {
-    client.setLimits(shortHold);
-    peer.greet({});
-    EXPECT_THAT(failureOfReading(client, 6), HasSubstr(": receive failed: Took too long: 0 bytes in "));
-}
-
-TEST_F(EthernetLimits, EndAFloodByTheHoldsTime) {
-    client.setLimits(shortHold);
-    peer.greet({World::sendingEndlessly(World::Bytes(65536))});
-    EXPECT_THAT(failureOfReading(client, 1u << 20), HasSubstr(": receive failed: Took too long: "));
-    EXPECT_EQ(elapsed(), 55ms);
 }
 
 TEST_F(EthernetLimits, BoundAConnect) {
@@ -224,7 +224,7 @@ TEST_F(EthernetOperationLimits, GiveConnectionsHeldAtTheSameTimeOneHoldsTime) {
         World::advance(shortHold.hold);
         EXPECT_EQ(messageOfConnect(client), notConnectedInTime);
     }
-    EXPECT_EQ(failureOfReading(client), heldTooLong);
+    EXPECT_EQ(failureOfReading(client), heldTooLong(6));
 }
 
 TEST_F(DefaultTransportLimits, AreNone) {
@@ -237,9 +237,9 @@ TEST_F(DefaultTransportLimits, HoldForCommunicatorsThatHaveNoneOfTheirOwn) {
     PosixEthernetCommunicator withItsOwn(L"10.0.0.5", 80, -1);
     withItsOwn.setLimits(speed);
     setDefaultTransportLimits(shortHold);
-    EXPECT_EQ(failureOfReading(client), heldTooLong);
-    EXPECT_EQ(failureOfReading(withItsOwn), tooSlow);
+    EXPECT_EQ(failureOfReading(client), heldTooLong(6));
+    EXPECT_EQ(failureOfReading(withItsOwn), tooSlow("6 bytes in 0.1 s"));
     const OperationLimits operation(0ms, speed);
     const OperationLimits nested(10min);
-    EXPECT_EQ(failureOfReading(client), tooSlow) << "the thread's go before";
+    EXPECT_EQ(failureOfReading(client), tooSlow("6 bytes in 0.1 s")) << "the thread's go before";
 }
