@@ -234,10 +234,9 @@ TEST(TextFault, AnswersGarbage) {
 }
 
 TEST(TextFault, AnswersAnEmptyDatagram) {
-    const Reaction reaction = TextConversation({"discovery:empty"}).discover();
-    ASSERT_THAT(reaction.actions, SizeIs(1));
-    EXPECT_THAT(sentBytes(reaction.actions), IsEmpty());
-    EXPECT_TRUE(std::holds_alternative<SendBytes>(reaction.actions[0]));
+    const std::vector<Action> actions = TextConversation({"discovery:empty"}).discover().actions;
+    ASSERT_THAT(actions, SizeIs(1));
+    EXPECT_THAT(std::get<SendBytes>(actions[0]).length, 0U);
 }
 
 TEST(TextFault, HearsNothingBehindAConnectionThatItEnded) {
