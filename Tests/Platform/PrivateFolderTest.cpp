@@ -4,9 +4,8 @@
 #include "Support/Environment.h"
 #include "Support/TemporaryFolder.h"
 
+#include <cstdlib>
 #include <filesystem>
-#include <fstream>
-#include <functional>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -21,48 +20,24 @@ fs::perms permissionsOf(const fs::path& path) {
     return fs::symlink_status(path).permissions();
 }
 
-/// Something that stands where the folder should, in a folder of its own; false where it cannot be made here.
+/// Something that stands where the folder `p` should, made by the shell; where that fails, it cannot be made
+/// here.
 struct Obstacle {
     const char* name;
-    std::function<bool(const fs::path&)> make;
-    std::string complaint;
+    const char* commands;
+    const char* complaint;
 };
 
-bool makeFolder(const fs::path& path, unsigned mode) {
-    fs::create_directory(path);
-    fs::permissions(path, static_cast<fs::perms>(mode));
-    return true;
-}
-
 const Obstacle obstacles[] = {
-    {"ALinkToAFolder",
-     [](const fs::path& path) {
-         makeFolder(path.parent_path() / "private", 0700);
-         fs::create_directory_symlink("private", path);
-         return true;
-     },
-     "is a symbolic link"},
-    {"ALinkToNothing",
-     [](const fs::path& path) {
-         fs::create_symlink("missing", path);
-         return true;
-     },
-     "is a symbolic link"},
-    {"AFile", [](const fs::path& path) { return std::ofstream(path).good(); }, "is not a folder"},
-    {"AFolderThatOthersRead", [](const fs::path& path) { return makeFolder(path, 0704); },
-     "is open to others"},
-    {"AFolderThatAGroupEnters", [](const fs::path& path) { return makeFolder(path, 0710); },
-     "is open to others"},
-    {"SomebodyElsesFolder",
-     [](const fs::path& path) { return makeFolder(path, 0700) && chown(path.c_str(), 12345, 12345) == 0; },
-     "belongs to somebody else"},
-    {"AFolderThatOthersMayReplace",
-     [](const fs::path& path) { return makeFolder(path, 0700) && makeFolder(path.parent_path(), 0777); },
+    {"ALinkToAFolder", "mkdir -m 700 private; ln -s private p", "is a symbolic link"},
+    {"ALinkToNothing", "ln -s missing p", "is a symbolic link"},
+    {"AFile", "touch p", "is not a folder"},
+    {"AFolderThatOthersRead", "mkdir -m 704 p", "is open to others"},
+    {"AFolderThatAGroupEnters", "mkdir -m 710 p", "is open to others"},
+    {"SomebodyElsesFolder", "mkdir -m 700 p; chown 12345:12345 p", "belongs to somebody else"},
+    {"AFolderThatOthersMayReplace", "mkdir -m 700 p; chmod 777 .",
      "is where others may put another folder in its place"},
-    {"AFolderThatSomebodyElseMayReplace",
-     [](const fs::path& path) {
-         return makeFolder(path, 0700) && chown(path.parent_path().c_str(), 12345, 12345) == 0;
-     },
+    {"AFolderThatSomebodyElseMayReplace", "mkdir -m 700 p; chown 12345:12345 .",
      "is where others may put another folder in its place"},
 };
 
@@ -84,7 +59,7 @@ INSTANTIATE_TEST_SUITE_P(Obstacles, PrivateFolderThatMeets, testing::ValuesIn(ob
 
 TEST_P(PrivateFolderThatMeets, IsNone) {
     const fs::path path = folder.path() / "p";
-    if (!GetParam().make(path))
+    if (std::system(("cd " + folder.path().string() + "; " + GetParam().commands + " 2>&-").c_str()) != 0)
         GTEST_SKIP() << "only root gives folders away";
     EXPECT_EQ(Platform::makePrivateFolder(path), GetParam().complaint);
     EXPECT_EQ(fs::exists(folder.path() / "missing"), false);
@@ -103,7 +78,7 @@ TEST(PrivateFolder, IsClosedToOthersAsAreThoseMadeForIt) {
 
 TEST(PrivateFolder, MayLieWhereAllWriteAndNobodyReplaces) {
     const TestSupport::TemporaryFolder folder;
-    makeFolder(folder.path(), 01777);
+    fs::permissions(folder.path(), static_cast<fs::perms>(01777));
     EXPECT_EQ(Platform::makePrivateFolder(folder.file("p")), "");
 }
 

@@ -6,6 +6,7 @@
 #include <climits>
 #include <gtest/gtest.h>
 #include <string>
+#include <type_traits>
 #include <utility>
 #include <vector>
 
@@ -33,18 +34,51 @@ std::string encodeFrom(const std::basic_string<Wide>& wide) {
     return text;
 }
 
-// The converters with everything else as it should be.
+// Both directions, with everything else as it should be.
 
-int widen(const char* text, int bytes, wchar_t* wide, int count, DWORD flags = 0, UINT page = CP_UTF8) {
-    SetLastError(ERROR_SUCCESS);
-    return MultiByteToWideChar(page, flags, text, bytes, wide, count);
-}
+struct TextToWide {
+    using From = char;
+    using To = wchar_t;
+    static constexpr DWORD refusing = MB_ERR_INVALID_CHARS;
+    static constexpr const From* longText = "\xC3\xA4z"; ///< and its end are three units
+    static constexpr int longTextUnits = 3;
+    static constexpr const From* letters = "ab";
 
-int narrow(const wchar_t* wide, int count, char* text, int bytes, DWORD flags = 0, UINT page = CP_UTF8,
-           const char* substitute = nullptr, BOOL* used = nullptr) {
-    SetLastError(ERROR_SUCCESS);
-    return WideCharToMultiByte(page, flags, wide, count, text, bytes, substitute, used);
-}
+    static int convert(const From* text, int count, To* to, int room, DWORD flags = 0, UINT page = CP_UTF8) {
+        SetLastError(ERROR_SUCCESS);
+        return MultiByteToWideChar(page, flags, text, count, to, room);
+    }
+};
+
+struct WideToText {
+    using From = wchar_t;
+    using To = char;
+    static constexpr DWORD refusing = WC_ERR_INVALID_CHARS;
+    static constexpr const From* longText = L"\u20ACz"; ///< and its end are five units
+    static constexpr int longTextUnits = 5;
+    static constexpr const From* letters = L"ab";
+
+    static int convert(const From* text, int count, To* to, int room, DWORD flags = 0, UINT page = CP_UTF8,
+                       const char* substitute = nullptr, BOOL* used = nullptr) {
+        SetLastError(ERROR_SUCCESS);
+        return WideCharToMultiByte(page, flags, text, count, to, room, substitute, used);
+    }
+};
+
+template <typename Direction>
+struct Conversion : testing::Test {
+    using To = typename Direction::To;
+    std::array<To, 6> room{To{'?'}, To{'?'}, To{'?'}, To{'?'}, To{'?'}, To{'?'}};
+};
+
+struct Directions {
+    template <typename Direction>
+    static std::string GetName(int) {
+        return std::is_same_v<Direction, TextToWide> ? "TextToWide" : "WideToText";
+    }
+};
+using BothDirections = testing::Types<TextToWide, WideToText>;
+TYPED_TEST_SUITE(Conversion, BothDirections, Directions);
 
 /// The error of a call that answered 0.
 DWORD errorOf(int answer) {
@@ -95,153 +129,114 @@ const std::string boundariesUtf8 =
 
 } // namespace
 
-TEST(TextToWide, SubstitutesEachMaximalSubpartOfMalformedTextOrRefusesIt) {
+TEST(TextToWideUnits, SubstituteEachMaximalSubpartOfMalformedTextOrRefuseIt) {
     for (const auto& [what, text, expected] : malformedCases()) {
         SCOPED_TRACE(what);
         EXPECT_EQ(decodeAs<char32_t>(text), expected);
         EXPECT_EQ(decodeAs<char16_t>(text), std::u16string(expected.begin(), expected.end()));
         std::array<wchar_t, 32> wide{};
-        EXPECT_EQ(
-            errorOf(widen(text.data(), static_cast<int>(text.size()), wide.data(), 32, MB_ERR_INVALID_CHARS)),
-            ERROR_NO_UNICODE_TRANSLATION);
+        EXPECT_EQ(errorOf(TextToWide::convert(text.data(), static_cast<int>(text.size()), wide.data(), 32,
+                                              MB_ERR_INVALID_CHARS)),
+                  ERROR_NO_UNICODE_TRANSLATION);
     }
 }
 
-TEST(TextToWide, TakesWellFormedTextWhereToldToRefuse) {
-    std::array<wchar_t, 4> wide{};
-    EXPECT_EQ(widen("\xC3\xA4z", 3, wide.data(), 4, MB_ERR_INVALID_CHARS), 2);
-    EXPECT_EQ(std::wstring(wide.data(), 2), L"\u00E4z");
-    EXPECT_EQ(GetLastError(), ERROR_SUCCESS);
-}
-
-TEST(TextToWide, DecodesTheBoundariesOfEverySequenceLength) {
+TEST(TextToWideUnits, ReachTheBoundariesOfEverySequenceLengthAndArePairsIfTheyAreOfSixteenBits) {
     EXPECT_EQ(decodeAs<char32_t>(boundariesUtf8), boundaries);
-}
-
-TEST(TextToWide, MakesSurrogatePairsOfTextOutsideTheBasicPlaneInSixteenBitUnits) {
     EXPECT_EQ(decodeAs<char16_t>("\xF0\x9F\x98\x80\xF0\x90\x80\x80\xF4\x8F\xBF\xBF"),
               u"\U0001F600\U00010000\U0010FFFF");
-    EXPECT_EQ(decodeAs<char16_t>("\xF0\x9F\x98\x80").size(), 2u);
 }
 
-TEST(TextToWide, CountsTheTerminatorOnlyWhereItLooksForTheEnd) {
-    std::array<wchar_t, 4> wide{L'?', L'?', L'?', L'?'};
-    EXPECT_EQ(widen("ab", 2, wide.data(), 4), 2);
-    EXPECT_EQ(wide[2], L'?');
-    EXPECT_EQ(widen("ab", -1, wide.data(), 4), 3);
-    EXPECT_EQ(wide[2], L'\0');
-    EXPECT_EQ(widen("", -1, wide.data(), 4), 1);
-}
-
-TEST(TextToWide, ConvertsZerosInsideACountedText) {
-    std::array<wchar_t, 4> wide{};
-    EXPECT_EQ(widen("a\0b", 3, wide.data(), 4), 3);
-    EXPECT_EQ(std::wstring(wide.data(), 3), std::wstring(L"a\0b", 3));
-}
-
-TEST(TextToWide, TellsTheSizeAndWritesNothingWhereTheBufferHasNone) {
-    wchar_t untouched = L'?';
-    EXPECT_EQ(widen("\xC3\xA4z", -1, nullptr, 0), 3);
-    EXPECT_EQ(widen("\xC3\xA4z", -1, &untouched, 0), 3);
-    EXPECT_EQ(untouched, L'?');
-    EXPECT_EQ(GetLastError(), ERROR_SUCCESS);
-}
-
-TEST(TextToWide, RefusesABufferThatIsTooSmallAndWritesNothingBeyondIt) {
-    std::array<wchar_t, 3> wide{L'?', L'?', L'?'};
-    EXPECT_EQ(errorOf(widen("abc", 3, wide.data(), 2)), ERROR_INSUFFICIENT_BUFFER);
-    EXPECT_EQ(wide[2], L'?');
-    EXPECT_EQ(widen("abc", 3, wide.data(), 3), 3);
-}
-
-TEST(TextToWide, RefusesWrongArguments) {
-    std::array<wchar_t, 4> room{};
-    wchar_t* const wide = room.data();
-    const auto* const itself = reinterpret_cast<const char*>(wide);
-    EXPECT_EQ(errorOf(widen("ab", 0, wide, 4)), ERROR_INVALID_PARAMETER) << "no bytes";
-    EXPECT_EQ(errorOf(widen("ab", -2, wide, 4)), ERROR_INVALID_PARAMETER) << "a negative number";
-    EXPECT_EQ(errorOf(widen(nullptr, 2, wide, 4)), ERROR_INVALID_PARAMETER) << "no text";
-    EXPECT_EQ(errorOf(widen("ab", 2, wide, -1)), ERROR_INVALID_PARAMETER) << "a negative buffer";
-    EXPECT_EQ(errorOf(widen("ab", 2, nullptr, 4)), ERROR_INVALID_PARAMETER) << "no buffer";
-    EXPECT_EQ(errorOf(widen(itself, 2, wide, 4)), ERROR_INVALID_PARAMETER) << "onto itself";
-    EXPECT_EQ(errorOf(widen("ab", 2, wide, 4, 0, 1252)), ERROR_INVALID_PARAMETER) << "another code page";
-    EXPECT_EQ(errorOf(widen("ab", 2, wide, 4, 1)), ERROR_INVALID_FLAGS);
-    EXPECT_EQ(errorOf(widen("ab", 2, wide, 4, MB_ERR_INVALID_CHARS | 1)), ERROR_INVALID_FLAGS);
-}
-
-TEST(WideToText, EncodesTheBoundariesOfEverySequenceLength) {
+TEST(WideUnitsToText, ReachTheBoundariesOfEverySequenceLengthAndArePairsIfTheyAreOfSixteenBits) {
     EXPECT_EQ(encodeFrom(boundaries), boundariesUtf8);
-}
-
-TEST(WideToText, JoinsSurrogatePairsInSixteenBitUnits) {
     EXPECT_EQ(encodeFrom(std::u16string(u"\U0001F600\U00010000\U0010FFFFz")),
               "\xF0\x9F\x98\x80\xF0\x90\x80\x80\xF4\x8F\xBF\xBFz");
 }
 
-TEST(WideToText, SubstitutesLoneSurrogatesInSixteenBitUnits) {
+TEST(WideUnitsToText, AreSubstitutedIfTheyAreNoCodePoints) {
     const std::string mark = "\xEF\xBF\xBD";
     const char16_t high = 0xD83D;
     const char16_t low = 0xDE00;
-    EXPECT_EQ(encodeFrom(std::u16string{high}), mark) << "cut off by the end";
-    EXPECT_EQ(encodeFrom(std::u16string{high, u'z'}), mark + "z");
-    EXPECT_EQ(encodeFrom(std::u16string{low, u'z'}), mark + "z");
-    EXPECT_EQ(encodeFrom(std::u16string{low, high}), mark + mark) << "the wrong way round";
-    EXPECT_EQ(encodeFrom(std::u16string{low, low}), mark + mark);
-    EXPECT_EQ(encodeFrom(std::u16string{high, high, low}), mark + "\xF0\x9F\x98\x80");
-}
-
-TEST(WideToText, SubstitutesSurrogatesAndValuesThatAreNoCodePoints) {
-    const std::string mark = "\xEF\xBF\xBD";
+    for (const auto& [wide, text] : {
+             std::pair(std::u16string{high}, mark), // cut off by the end
+             std::pair(std::u16string{high, u'z'}, mark + "z"),
+             std::pair(std::u16string{low, u'z'}, mark + "z"),
+             std::pair(std::u16string{low, high}, mark + mark), // the wrong way round
+             std::pair(std::u16string{low, low}, mark + mark),
+             std::pair(std::u16string{high, high, low}, mark + "\xF0\x9F\x98\x80"),
+         })
+        EXPECT_EQ(encodeFrom(wide), text);
     EXPECT_EQ(utf8FromWide(std::wstring{wchar_t{0xD800}, L'a', wchar_t{0xDFFF}}), mark + "a" + mark);
     EXPECT_EQ(utf8FromWide(std::wstring{wchar_t{0xD83D}, wchar_t{0xDE00}}), mark + mark) << "no pairs here";
     EXPECT_EQ(utf8FromWide(std::wstring{wchar_t{0x110000}, static_cast<wchar_t>(-1)}), mark + mark);
 }
 
-TEST(WideToText, RefusesMalformedTextWhereToldTo) {
+TEST(WideUnitsToText, AreRefusedIfTheyAreNoCodePointsWhereToldTo) {
     std::array<char, 8> text{};
     const std::wstring lone{L'a', wchar_t{0xD800}};
-    EXPECT_EQ(errorOf(narrow(lone.data(), 2, text.data(), 8, WC_ERR_INVALID_CHARS)),
+    EXPECT_EQ(errorOf(WideToText::convert(lone.data(), 2, text.data(), 8, WC_ERR_INVALID_CHARS)),
               ERROR_NO_UNICODE_TRANSLATION);
-    EXPECT_EQ(narrow(L"a\u00E4", 2, text.data(), 8, WC_ERR_INVALID_CHARS), 3);
+}
+
+TYPED_TEST(Conversion, TakesWellFormedTextWhereToldToRefuse) {
+    EXPECT_EQ(TypeParam::convert(TypeParam::longText, -1, this->room.data(), 6, TypeParam::refusing),
+              TypeParam::longTextUnits);
     EXPECT_EQ(GetLastError(), ERROR_SUCCESS);
 }
 
-TEST(WideToText, CountsTheTerminatorOnlyWhereItLooksForTheEnd) {
-    std::array<char, 4> text{'?', '?', '?', '?'};
-    EXPECT_EQ(narrow(L"ab", 2, text.data(), 4), 2);
-    EXPECT_EQ(text[2], '?');
-    EXPECT_EQ(narrow(L"ab", -1, text.data(), 4), 3);
-    EXPECT_EQ(text[2], '\0');
+TYPED_TEST(Conversion, CountsTheTerminatorOnlyWhereItLooksForTheEnd) {
+    const typename TypeParam::From zeroInside[] = {'a', 0, 'b'};
+    const typename TypeParam::From empty[] = {0};
+    auto& units = this->room;
+    EXPECT_EQ(TypeParam::convert(TypeParam::letters, 2, units.data(), 6), 2);
+    EXPECT_EQ(units[2], '?');
+    EXPECT_EQ(TypeParam::convert(TypeParam::letters, -1, units.data(), 6), 3);
+    EXPECT_EQ(units[2], 0);
+    EXPECT_EQ(TypeParam::convert(empty, -1, units.data(), 6), 1);
+    EXPECT_EQ(TypeParam::convert(zeroInside, 3, units.data(), 6), 3);
+    EXPECT_TRUE(units[0] == 'a' && units[1] == 0 && units[2] == 'b');
 }
 
-TEST(WideToText, TellsTheSizeAndWritesNothingWhereTheBufferHasNone) {
-    char untouched = '?';
-    EXPECT_EQ(narrow(L"\u20ACz", -1, &untouched, 0), 5);
-    EXPECT_EQ(narrow(L"\u20ACz", 2, nullptr, 0), 4);
-    EXPECT_EQ(untouched, '?');
+TYPED_TEST(Conversion, TellsTheSizeAndWritesNothingWhereTheBufferHasNone) {
+    EXPECT_EQ(TypeParam::convert(TypeParam::longText, -1, nullptr, 0), TypeParam::longTextUnits);
+    EXPECT_EQ(TypeParam::convert(TypeParam::letters, 2, this->room.data(), 0), 2);
+    EXPECT_EQ(this->room[0], '?');
+    EXPECT_EQ(GetLastError(), ERROR_SUCCESS);
 }
 
-TEST(WideToText, RefusesABufferThatIsTooSmallAndWritesNothingBeyondIt) {
-    std::array<char, 4> text{'?', '?', '?', '?'};
-    EXPECT_EQ(errorOf(narrow(L"a\u20AC", 2, text.data(), 3)), ERROR_INSUFFICIENT_BUFFER)
-        << "the second character does not fit";
-    EXPECT_EQ(text[3], '?');
-    EXPECT_EQ(narrow(L"a\u20AC", 2, text.data(), 4), 4);
+TYPED_TEST(Conversion, RefusesABufferThatIsTooSmallAndWritesNothingBeyondIt) {
+    constexpr int needed = TypeParam::longTextUnits;
+    EXPECT_EQ(errorOf(TypeParam::convert(TypeParam::longText, -1, this->room.data(), needed - 1)),
+              ERROR_INSUFFICIENT_BUFFER);
+    EXPECT_EQ(this->room[needed - 1], '?');
+    EXPECT_EQ(TypeParam::convert(TypeParam::longText, -1, this->room.data(), needed), needed);
 }
 
-TEST(WideToText, RefusesWrongArguments) {
-    std::array<char, 4> room{};
-    char* const text = room.data();
+TYPED_TEST(Conversion, RefusesWrongArguments) {
+    const auto refusal = [this](const typename TypeParam::From* text, int count, int size, DWORD flags = 0,
+                                UINT page = CP_UTF8) {
+        return errorOf(TypeParam::convert(text, count, this->room.data(), size, flags, page));
+    };
+    const auto* const ab = TypeParam::letters;
+    EXPECT_EQ(refusal(ab, 0, 6), ERROR_INVALID_PARAMETER) << "no units";
+    EXPECT_EQ(refusal(ab, -2, 6), ERROR_INVALID_PARAMETER) << "a negative number";
+    EXPECT_EQ(refusal(nullptr, 2, 6), ERROR_INVALID_PARAMETER) << "no text";
+    EXPECT_EQ(refusal(ab, 2, -1), ERROR_INVALID_PARAMETER) << "a negative buffer";
+    EXPECT_EQ(errorOf(TypeParam::convert(ab, 2, nullptr, 6)), ERROR_INVALID_PARAMETER) << "no buffer";
+    EXPECT_EQ(refusal(reinterpret_cast<const typename TypeParam::From*>(this->room.data()), 2, 6),
+              ERROR_INVALID_PARAMETER)
+        << "onto itself";
+    EXPECT_EQ(refusal(ab, 2, 6, 0, 1252), ERROR_INVALID_PARAMETER) << "another code page";
+    EXPECT_EQ(refusal(ab, 2, 6, 1), ERROR_INVALID_FLAGS);
+    EXPECT_EQ(refusal(ab, 2, 6, TypeParam::refusing | 1), ERROR_INVALID_FLAGS);
+}
+
+TEST(WideUnitsToText, HaveNoDefaultCharacter) {
+    std::array<char, 4> text{};
     BOOL used = 0;
-    EXPECT_EQ(errorOf(narrow(L"ab", 0, text, 4)), ERROR_INVALID_PARAMETER) << "no text";
-    EXPECT_EQ(errorOf(narrow(L"ab", -2, text, 4)), ERROR_INVALID_PARAMETER) << "a negative number";
-    EXPECT_EQ(errorOf(narrow(nullptr, 2, text, 4)), ERROR_INVALID_PARAMETER) << "a null text";
-    EXPECT_EQ(errorOf(narrow(L"ab", 2, nullptr, 4)), ERROR_INVALID_PARAMETER) << "no buffer";
-    EXPECT_EQ(errorOf(narrow(L"ab", 2, text, -1)), ERROR_INVALID_PARAMETER) << "a negative buffer";
-    EXPECT_EQ(errorOf(narrow(L"ab", 2, text, 4, 0, 1252)), ERROR_INVALID_PARAMETER) << "another code page";
-    EXPECT_EQ(errorOf(narrow(L"ab", 2, text, 4, 0, CP_UTF8, "?")), ERROR_INVALID_PARAMETER);
-    EXPECT_EQ(errorOf(narrow(L"ab", 2, text, 4, 0, CP_UTF8, nullptr, &used)), ERROR_INVALID_PARAMETER);
-    EXPECT_EQ(errorOf(narrow(L"ab", 2, text, 4, 1)), ERROR_INVALID_FLAGS);
+    for (const auto& [substitute, tells] : {std::pair<const char*, BOOL*>("?", nullptr), {nullptr, &used}})
+        EXPECT_EQ(errorOf(WideToText::convert(L"ab", 2, text.data(), 4, 0, CP_UTF8, substitute, tells)),
+                  ERROR_INVALID_PARAMETER);
 }
 
 TEST(WholeTexts, ConvertThereAndBackInWholeCodePoints) {

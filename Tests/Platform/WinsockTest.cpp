@@ -35,7 +35,10 @@ struct Winsock : testing::Test {
     /// The query that the peer hears.
     TestSupport::Datagram ask() const {
         EXPECT_EQ(own.send("AreThere", peer.port()), 8);
-        return peer.receive().value();
+        const TestSupport::Datagram query = peer.receive().value();
+        EXPECT_EQ(query.text, "AreThere");
+        EXPECT_EQ(query.address, "127.0.0.1");
+        return query;
     }
     void haveAnswered(std::string_view text) const { peer.answer(ask(), text); }
 
@@ -85,12 +88,6 @@ TEST_F(Winsock, GivesNoSocketsOfOtherKinds) {
     EXPECT_EQ(errorOfSocket(23, SOCK_DGRAM, IPPROTO_UDP), 10047);
     EXPECT_EQ(errorOfSocket(AF_INET, 1, IPPROTO_UDP), 10044);
     EXPECT_EQ(errorOfSocket(AF_INET, SOCK_DGRAM, 6), 10043);
-}
-
-TEST_F(Winsock, SendsExactlyTheBytes) {
-    const TestSupport::Datagram received = ask();
-    EXPECT_EQ(received.text, "AreThere");
-    EXPECT_EQ(received.address, "127.0.0.1");
 }
 
 TEST_F(Winsock, TellsATimeOutAs10060AfterTheTimeSetAlsoAmidstSignals) {
@@ -205,17 +202,13 @@ TEST_F(Winsock, TellsASocketThatIsNone) {
     own.handle = open;
 }
 
-TEST_F(Winsock, ClosesTheSocketOnce) {
+TEST_F(Winsock, ClosesTheSocketOnceAndKeepsAnErrorForTheThreadThatHadIt) {
     const std::size_t before = TestSupport::openDescriptors();
     const SOCKET other = socket(AF_INET, SOCK_DGRAM, 0);
     EXPECT_EQ(closesocket(other), 0);
     EXPECT_EQ(TestSupport::openDescriptors(), before);
-    EXPECT_EQ(errorOf(closesocket(other)), 10038);
-}
-
-TEST_F(Winsock, KeepsAnErrorForTheThreadThatHadIt) {
     SetLastError(0);
-    std::thread([] { EXPECT_EQ(errorOf(closesocket(INVALID_SOCKET)), 10038); }).join();
+    std::thread([other] { EXPECT_EQ(errorOf(closesocket(other)), 10038); }).join();
     EXPECT_EQ(WSAGetLastError(), 0);
 }
 

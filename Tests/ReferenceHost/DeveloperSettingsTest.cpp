@@ -12,16 +12,11 @@ using DeveloperSettings::WString;
 using ReferenceHost::developerSettings;
 using ReferenceHost::setDeveloperSetting;
 
-TEST(DeveloperSettings, HaveTheDefaultsOfTheirKindsWhereUnset) {
-    EXPECT_FALSE(Boolean("unset boolean").value());
-    EXPECT_EQ(String("unset text").value(), "");
-    EXPECT_EQ(WString("unset wide text").value(), L"");
-}
-
-TEST(DeveloperSettings, AreCreatedByTheirConstruction) {
+TEST(DeveloperSettings, AreCreatedByTheirConstructionWithTheDefaultsOfTheirKinds) {
     EXPECT_EQ(developerSettings().count("created boolean"), 0u);
-    const Boolean boolean("created boolean");
-    const String text("created text");
+    EXPECT_FALSE(Boolean("created boolean").value());
+    EXPECT_EQ(String("created text").value(), "");
+    EXPECT_EQ(WString("created wide text").value(), L"");
     EXPECT_EQ(developerSettings().at("created boolean"), "false");
     EXPECT_EQ(developerSettings().at("created text"), "");
 }

@@ -96,22 +96,19 @@ TEST(DeviceModelThreads, ExecuteAsynchronouslyOnAThreadOfTheHosts) {
     FakeCamera camera;
     std::thread::id executedOn;
     std::thread::id toldOn;
+    const auto tell = [&] { toldOn = std::this_thread::get_id(); };
     camera.installCmdHandler<Knock>([&](const std::shared_ptr<Cmd>&, const CmdResultCallbacks&) {
         executedOn = std::this_thread::get_id();
     });
-    camera.execAsync(std::make_shared<Knock>(), {[&] { toldOn = std::this_thread::get_id(); }, {}}).get();
+    camera.execAsync(std::make_shared<Knock>(), {tell, {}}).get();
     EXPECT_NE(executedOn, std::this_thread::get_id());
     EXPECT_EQ(toldOn, executedOn);
-}
-
-TEST(DeviceModelThreads, GiveAnAsynchronousFailureToFutureAndCallback) {
-    FakeCamera camera;
     camera.installCmdHandler<Knock>(Tests::throwBroken);
-    bool failed = false;
-    std::future<void> future =
-        camera.execAsync(std::make_shared<Knock>(), {{}, [&](const std::exception_ptr&) { failed = true; }});
-    EXPECT_THROW(future.get(), std::runtime_error);
-    EXPECT_TRUE(failed);
+    toldOn = {};
+    std::future<void> failing =
+        camera.execAsync(std::make_shared<Knock>(), {{}, [&](const std::exception_ptr&) { tell(); }});
+    EXPECT_THROW(failing.get(), std::runtime_error);
+    EXPECT_NE(toldOn, std::thread::id()) << "future and callback get the failure";
 }
 
 TEST(DeviceModelThreads, ReadDescriptionsAtOnce) {

@@ -78,64 +78,58 @@ TEST_F(ADevice, HasANumberThatNoOtherLivingOneHas) {
     }
 }
 
-TEST_F(ADevice, TakesAnotherNumberUnlessItIsTaken) {
+TEST_F(ADevice, TakesAnotherNumberUnlessItIsTakenAndGivesUpItsOwn) {
     auto second = std::make_unique<BareDevice>(nullptr);
+    const int numberOfFirst = device->getId();
     const int numberOfSecond = second->getId();
-    device->updateId(device->getId());
+    device->updateId(numberOfFirst);
     EXPECT_THROW(device->updateId(numberOfSecond), DeviceException);
-    EXPECT_NE(device->getId(), numberOfSecond);
+    EXPECT_EQ(device->getId(), numberOfFirst);
     second.reset();
     device->updateId(numberOfSecond);
     EXPECT_EQ(device->getId(), numberOfSecond);
-}
-
-TEST_F(ADevice, GivesUpItsOldNumberForAnother) {
-    BareDevice second(nullptr);
-    const int old = device->getId();
-    device->updateId(1'000'000);
-    second.updateId(old);
-    EXPECT_EQ(second.getId(), old);
+    BareDevice third(nullptr);
+    third.updateId(numberOfFirst);
+    EXPECT_EQ(third.getId(), numberOfFirst);
 }
 
 TEST_F(ADevice, DoesNotGetANumberThatAnotherOneTookForItself) {
     device->updateId(BareDevice(nullptr).getId() + 1);
-    const BareDevice second(nullptr);
-    EXPECT_EQ(second.getId(), device->getId() + 1);
+    EXPECT_EQ(BareDevice(nullptr).getId(), device->getId() + 1);
 }
 
-TEST_F(ADevice, KeepsModelNumberAndPassword) {
+TEST_F(ADevice, SaysAndDoesNothingByItselfUnlessItIsTold) {
+    for (const std::wstring& text : {device->getUID(), device->getModel(), device->getDescription(),
+                                     device->getVersion(), device->getMac(), device->getPassword()})
+        EXPECT_EQ(text, L"");
     EXPECT_EQ(device->getModelId(), 0);
     device->setModelId(61);
     EXPECT_EQ(device->getModelId(), 61);
-    EXPECT_EQ(device->getPassword(), L"");
     device->updatePassword(L"secret");
     EXPECT_EQ(device->getPassword(), L"secret");
-}
-
-TEST_F(ADevice, SaysNothingOfItselfUnlessItIsTold) {
-    for (const std::wstring& text : {device->getUID(), device->getModel(), device->getDescription(),
-                                     device->getVersion(), device->getMac()})
-        EXPECT_EQ(text, L"");
+    EXPECT_FALSE(device->startThread());
+    device->stopPolling();
+    EXPECT_FALSE(device->canDeviceDoTiling());
 }
 
 TEST_F(ADevice, OwnsItsCommunicatorAndReplacesIt) {
-    int destroyed = 0;
-    auto* const first = new FakeCommunicator(L"a", 1, -1, &destroyed);
-    auto* const second = new FakeCommunicator(L"b", 1, -1, &destroyed);
-    device = std::make_unique<BareDevice>(first);
+    const auto token = std::make_shared<int>();
+    auto* const first = new FakeCommunicator(L"a", 1, -1, token);
+    auto* const second = new FakeCommunicator(L"b", 1, -1);
+    device->setCommunicator(first);
     EXPECT_EQ(device->getCommunicator(), first);
     EXPECT_FALSE(device->isOffline());
     device->setCommunicator(first);
-    EXPECT_EQ(destroyed, 0) << "the same one stays";
+    EXPECT_EQ(token.use_count(), 2) << "the same one stays";
     device->setCommunicator(second);
-    EXPECT_EQ(destroyed, 1);
+    EXPECT_EQ(token.use_count(), 1);
     EXPECT_EQ(device->getCommunicator(), second);
     device->setCommunicator(nullptr);
-    EXPECT_EQ(destroyed, 2);
     EXPECT_TRUE(device->isOffline());
-    device->setCommunicator(new FakeCommunicator(L"c", 1, -1, &destroyed));
+    device = std::make_unique<BareDevice>(new FakeCommunicator(L"c", 1, -1, token));
+    EXPECT_EQ(token.use_count(), 2);
     device.reset();
-    EXPECT_EQ(destroyed, 3);
+    EXPECT_EQ(token.use_count(), 1);
 }
 
 TEST_F(ADevice, IsAliveWhereItsCommunicatorConnects) {
@@ -149,6 +143,7 @@ TEST_F(ADevice, IsAliveWhereItsCommunicatorConnects) {
 }
 
 TEST_F(ADevice, FindsItsInterfacesByName) {
+    EXPECT_THROW(device->addInterface(nullptr), std::invalid_argument);
     BaseInterface* const first = add(L"a");
     BaseInterface* const second = add(L"b");
     BaseInterface* const third = add(L"a");
@@ -173,12 +168,7 @@ TEST_F(ADevice, DestroysItsInterfacesFromTheLastToTheFirst) {
     EXPECT_EQ(words, L"cbad") << "and with itself";
 }
 
-TEST_F(ADevice, RefusesANullInterface) {
-    EXPECT_THROW(device->addInterface(nullptr), std::invalid_argument);
-    EXPECT_TRUE(device->getInterfaces().empty());
-}
-
-TEST_F(ADevice, ObservesUntilItsInterfacesAreRemoved) {
+TEST_F(ADevice, ObservesUntilItsInterfacesAreRemovedAndAsItIsAskedTo) {
     add(L"a")->registerObserver2([](const std::wstring&) {});
     EXPECT_TRUE(device->observing());
     device->removeAllInterfaces();
@@ -187,10 +177,6 @@ TEST_F(ADevice, ObservesUntilItsInterfacesAreRemoved) {
     const int number = next->registerObserver2([](const std::wstring&) {});
     EXPECT_TRUE(device->observing()) << "the observers are counted anew";
     next->deregisterObserver(number);
-    EXPECT_FALSE(device->observing());
-}
-
-TEST_F(ADevice, ObservesAsItIsAskedTo) {
     EXPECT_FALSE(device->observing());
     device->startObserving();
     EXPECT_TRUE(device->observing());
@@ -211,12 +197,6 @@ TEST_F(ADevice, TellsTheObserversOfAnInterfaceWhoseDataAreOutOfDate) {
     device->setDataInvalid();
     EXPECT_EQ(told, L"bab");
     EXPECT_TRUE(device->isDataWaiting());
-}
-
-TEST_F(ADevice, PollsNothing) {
-    EXPECT_FALSE(device->startThread());
-    device->stopPolling();
-    EXPECT_FALSE(device->canDeviceDoTiling());
 }
 
 TEST_F(ADevice, DescribesItsConnectionAndATimeOutThatIsNotTheDefault) {

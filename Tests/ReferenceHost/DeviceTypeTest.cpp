@@ -4,6 +4,7 @@
 #include "FakeCamera.h"
 
 #include <gtest/gtest.h>
+#include <memory>
 #include <stdexcept>
 
 using namespace Tolvane::DeviceFramework2::Device;
@@ -35,33 +36,28 @@ TEST(DeviceType, KeepsItsThreeTextsApart) {
 }
 
 TEST(DeviceType, OwnsItsFactories) {
-    int gone = 0;
+    const auto token = std::make_shared<int>();
     {
-        auto* const locator = new FakeLocator(&gone);
-        auto* const builder = new FakeBuilder(&gone);
+        auto* const locator = new FakeLocator(token);
+        auto* const builder = new FakeBuilder(token);
         const FakeType type(locator, builder);
         EXPECT_EQ(&type.getLocator(), locator);
         EXPECT_EQ(&type.getBuilder(), builder);
-        EXPECT_EQ(gone, 0);
+        EXPECT_EQ(token.use_count(), 3);
     }
-    EXPECT_EQ(gone, 2);
+    EXPECT_EQ(token.use_count(), 1);
 }
 
 TEST(DeviceType, WhoseConstructionFailsReleasesItsFactories) {
-    class FailingType : public FakeType {
-    public:
-        using FakeType::FakeType;
-        static const FailingType& make(int* gone) {
-            static const FailingType type(gone);
-            return type;
-        }
-        explicit FailingType(int* gone) : FakeType(new FakeLocator(gone), new FakeBuilder(gone)) {
+    struct FailingType : FakeType {
+        explicit FailingType(const Tests::Token& token)
+            : FakeType(new FakeLocator(token), new FakeBuilder(token)) {
             throw std::runtime_error("broken");
         }
     };
-    int gone = 0;
-    EXPECT_THROW(FailingType::make(&gone), std::runtime_error);
-    EXPECT_EQ(gone, 2);
+    const auto token = std::make_shared<int>();
+    EXPECT_THROW(const FailingType type(token), std::runtime_error);
+    EXPECT_EQ(token.use_count(), 1);
 }
 
 TEST(DeviceType, SupportsTheHostsThreeCommands) {

@@ -18,27 +18,16 @@
 
 namespace Tests {
 
-/// Notes in a number, if it is given one, that its owner went.
-class LastCount {
-public:
-    explicit LastCount(int* destroyed) : destroyed_(destroyed) {}
-    LastCount(const LastCount&) = delete;
-    LastCount& operator=(const LastCount&) = delete;
-    ~LastCount() {
-        if (destroyed_ != nullptr)
-            ++*destroyed_;
-    }
-
-private:
-    int* destroyed_;
-};
+/// Held by whatever is to be seen to go.
+using Token = std::shared_ptr<const int>;
 
 /// A connection that is only counted.
 class FakeCommunicator : public EthernetCommunicator {
 public:
     explicit FakeCommunicator(std::wstring address = L"10.0.0.5", int port = 32769, int timeoutMs = -1,
-                              int* destroyed = nullptr)
-        : EthernetCommunicator(timeoutMs), address_(std::move(address)), port_(port), count_(destroyed) {}
+                              Token token = {})
+        : EthernetCommunicator(timeoutMs), address_(std::move(address)), port_(port),
+          token_(std::move(token)) {}
 
     std::wstring getAddress() const override { return address_; }
     int getPort() const override { return port_; }
@@ -66,30 +55,30 @@ protected:
 private:
     std::wstring address_;
     int port_;
-    LastCount count_;
+    Token token_;
 };
 
 class FakeLocator : public DeviceFramework1Locator {
 public:
-    explicit FakeLocator(int* destroyed = nullptr) : count_(destroyed) {}
+    explicit FakeLocator(Token token = {}) : token_(std::move(token)) {}
     void serialObserverSearch(BroadcastWorkerObserver*) override {}
     void broadcastObserverSearch(BroadcastWorkerObserver*, unsigned int) override {}
     void rangeObserverSearch(BroadcastWorkerObserver*) override {}
     bool supportsRangeSearch() const override { return false; }
 
 private:
-    LastCount count_;
+    Token token_;
 };
 
 class FakeBuilder : public DeviceBuilder {
 public:
-    explicit FakeBuilder(int* destroyed = nullptr) : count_(destroyed) {}
+    explicit FakeBuilder(Token token = {}) : token_(std::move(token)) {}
     Device* build(xercesc::DOMNode*) const override { return nullptr; }
     Device* build(const DeviceTemplate&) const override { return nullptr; }
     Device* build(Communicator*) const override { return nullptr; }
 
 private:
-    LastCount count_;
+    Token token_;
 };
 
 class FakeType : public NativeCameraType {

@@ -78,13 +78,9 @@ TEST(ImagingLibrary, ThrowsWhereNoMemoryHoldsTheImage) {
     EXPECT_EQ(ReferenceHost::liveImageCount(), 0u);
 }
 
-TEST(ImagingLibrary, IgnoresTheReleaseOfNoImage) {
-    ImagingFactory::getInstance()->releaseImage(nullptr);
-    EXPECT_EQ(ReferenceHost::liveImageCount(), 0u);
-}
-
 TEST(ImagingLibrary, CountsTheImagesThatAreAlive) {
     const Bytes pixels(3);
+    ImagingFactory::getInstance()->releaseImage(nullptr);
     EXPECT_EQ(ReferenceHost::liveImageCount(), 0u);
     OwnedImage first = create(1, 1, 3, pixels.data());
     const OwnedImage second = create(0, 0, 1, nullptr);
@@ -121,6 +117,5 @@ TEST(GreyConversion, OfAnEmptyImageIsEmpty) {
     const OwnedImage image = create(0, 0, 3, nullptr);
     const OwnedImage grey(ImagingFactory::getInstance()->convertToGreyscale(image.get()));
     EXPECT_NE(grey.get(), image.get());
-    EXPECT_EQ(grey->getWidth(), 0u);
-    EXPECT_EQ(grey->getHeight(), 0u);
+    EXPECT_EQ(grey->getWidth() + grey->getHeight(), 0u);
 }

@@ -242,27 +242,17 @@ TEST(Documents, TroubleshootingExplainsEveryWarnAndErrorLine) {
                 lacking, found);
 }
 
-TEST(DocumentRules, FindATestAsItIsDefined) {
-    EXPECT_EQ(testsDefinedIn("TEST(A, B) {\nTEST_F(C,\n       D) {\nTEST_P(E, F) {"),
-              (Names{"A.B", "C.D", "E.F"}));
-    EXPECT_EQ(testsNamedIn("`Suite.Case`, `File.cpp`, Suite.Other, `Fuzz.Capture`"),
-              (Names{"Fuzz.Capture", "Suite.Case"}));
-}
-
-TEST(DocumentRules, FindTheSectionsUnderAHeading) {
-    EXPECT_EQ(sectionsUnder("#### ", "# T\n#### A\nb\n### C\nd\n#### E\n"),
-              (Texts{"#### A\nb\n", "#### E\n"}));
-}
-
 TEST(DocumentRules, FindWhatAnInputLacks) {
-    const std::string whole = "#### A\n\n- Bound: b\n- Where: c\n- Shown by: no test,\n  `Suite.Case`\n";
-    EXPECT_EQ(lackingIn(whole), Names{});
-    EXPECT_EQ(lackingIn("- Guard: b\n- Where: c\n- Shown by: `Suite.Case`\n"), Names{});
-    EXPECT_EQ(lackingIn("- Bound: Where `Suite.Case`\n- Shown by: c\n"),
-              (Names{"where it stands", "a test that shows it"}));
-    EXPECT_EQ(lackingIn("- Where: c\n- Shown by: `Suite.Case`\n\n"), Names{"a bound"});
-    EXPECT_EQ(lackingIn("- Bound: b\n- Where: c\n- Shown by: d\n\n  `Suite.Case`\n"),
-              Names{"a test that shows it"});
+    for (const auto& [section, lacking] : {
+             std::pair("- Bound: b\n- Where: c\n- Shown by: no test,\n  `Suite.Case`\n", Names{}),
+             std::pair("- Guard: b\n- Where: c\n- Shown by: `Suite.Case`\n", Names{}),
+             std::pair("- Bound: Where `Suite.Case`\n- Shown by: c\n",
+                       Names{"where it stands", "a test that shows it"}),
+             std::pair("- Where: c\n- Shown by: `Suite.Case`\n\n", Names{"a bound"}),
+             std::pair("- Bound: b\n- Where: c\n- Shown by: d\n\n  `Suite.Case`\n",
+                       Names{"a test that shows it"}),
+         })
+        EXPECT_EQ(lackingIn(section), lacking) << section;
 }
 
 TEST(DocumentRules, FindTheFilesThatAreNamed) {

@@ -166,11 +166,10 @@ TEST(Structure, ScriptsEvaluateNoText) {
 }
 
 TEST(StructureRules, FindAnEvaluationInAScript) {
-    EXPECT_TRUE(evaluatesText("  eval \"$line\" &"));
-    EXPECT_TRUE(evaluatesText("ready && eval x"));
-    EXPECT_TRUE(evaluatesText("    return eval(text)"));
-    EXPECT_FALSE(evaluatesText("# no eval here"));
-    EXPECT_FALSE(evaluatesText("retrieval evaluate"));
+    for (const char* line : {"  eval \"$line\" &", "ready && eval x", "    return eval(text)"})
+        EXPECT_TRUE(evaluatesText(line)) << line;
+    for (const char* line : {"# no eval here", "retrieval evaluate"})
+        EXPECT_FALSE(evaluatesText(line)) << line;
 }
 
 TEST(StructureRules, FindAnIncludeAgainstTheArrows) {
