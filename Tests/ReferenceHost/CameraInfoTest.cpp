@@ -22,7 +22,7 @@ std::wstring modelAfterRoundTrip(const std::wstring& model) {
     return readFrom(info.toXml()).getModel();
 }
 
-std::wstring reasonFor(const std::string& element, const std::string& text) {
+std::string reasonFor(const std::string& element, const std::string& text) {
     return Tests::reasonOf(
         [&] { readFrom("<CameraInfo><" + element + ">" + text + "</" + element + "></CameraInfo>"); });
 }
@@ -120,9 +120,9 @@ TEST(CameraInfo, TakesTheLastOfTwoFieldsOfOneNameAndTextInPieces) {
 TEST(CameraInfo, NamesANumberThatIsNoneAndNoMoreThanItsBeginning) {
     EXPECT_THROW(CameraInfo(nullptr), DeviceException);
     EXPECT_EQ(reasonFor("cameraTypeEnum", "six"),
-              L"The description's element \"cameraTypeEnum\" holds no number: \"six\"");
+              "The description's element \"cameraTypeEnum\" holds no number: \"six\"");
     EXPECT_LT(reasonFor("cameraTypeEnum", std::string(100'000, 'x')).size(), 200u);
     for (const char* number : {"", " ", "x", "6x", "6 6", "0x6", "6.0", "2147483648", "-2147483649", "+6",
                                "-", "99999999999999999999"})
-        EXPECT_NE(reasonFor("resolutionX", number), L"") << number;
+        EXPECT_NE(reasonFor("resolutionX", number), "") << number;
 }

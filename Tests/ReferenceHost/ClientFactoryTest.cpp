@@ -29,7 +29,7 @@ int timeoutOf(const std::string& text) {
         ->getConnectTimeoutMs();
 }
 
-std::wstring reasonFor(const std::string& children) {
+std::string reasonFor(const std::string& children) {
     return Tests::reasonOf([&] { builtFrom(children); });
 }
 
@@ -69,18 +69,18 @@ TEST(ClientFactory, TakesTheLastOfTwoChildrenOfOneName) {
 }
 
 TEST(ClientFactory, RefusesAConnectionWithoutAddressPortOrPossibleNumber) {
-    const std::wstring start = L"The description's ";
+    const std::string start = "The description's ";
     for (const auto& [children, reason] : {
-             std::pair("<port>1</port>", L"connection has no address"),
-             std::pair("<address/><port>1</port>", L"connection has no address"),
-             std::pair("<address>a</address>", L"connection has no port"),
-             std::pair("<address>a</address><port>0</port>", L"connection has no possible port: 0"),
+             std::pair("<port>1</port>", "connection has no address"),
+             std::pair("<address/><port>1</port>", "connection has no address"),
+             std::pair("<address>a</address>", "connection has no port"),
+             std::pair("<address>a</address><port>0</port>", "connection has no possible port: 0"),
              std::pair("<address>a</address><port>1</port><timeout>soon</timeout>",
-                       L"element \"timeout\" holds no number: \"soon\""),
+                       "element \"timeout\" holds no number: \"soon\""),
          })
         EXPECT_EQ(reasonFor(children), start + reason);
     for (const char* port : {"-1", "65536", "x", "", "32769x"})
-        EXPECT_NE(reasonFor("<address>a</address><port>" + std::string(port) + "</port>"), L"") << port;
+        EXPECT_NE(reasonFor("<address>a</address><port>" + std::string(port) + "</port>"), "") << port;
 }
 
 TEST(ClientFactory, RefusesANullNode) {

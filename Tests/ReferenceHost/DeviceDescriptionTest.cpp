@@ -19,12 +19,12 @@ using testing::StartsWith;
 
 namespace {
 
-const std::wstring refused = L"The device description is refused: ";
-const std::wstring documentType = refused + L"it has a document type";
-const std::wstring tooDeep = refused + L"its elements are nested too deeply";
-const std::wstring tooLarge = refused + L"it has more than 1048576 bytes";
+const std::string refused = "The device description is refused: ";
+const std::string documentType = refused + "it has a document type";
+const std::string tooDeep = refused + "its elements are nested too deeply";
+const std::string tooLarge = refused + "it has more than 1048576 bytes";
 
-std::wstring reasonFor(const std::string& xml) {
+std::string reasonFor(const std::string& xml) {
     return Tests::reasonOf([&] { const DeviceDescription description(xml); });
 }
 
@@ -87,10 +87,10 @@ std::string utf16(const std::string& ascii) {
 struct DescriptionFile : testing::Test {
     void write(const std::string& contents) const { std::ofstream(file, std::ios::binary) << contents; }
     /// Behind the file's name, which every reason begins with.
-    std::wstring reason() const {
-        const std::wstring reason = Tests::reasonOf([&] { DeviceDescription::fromFile(file); });
-        EXPECT_THAT(reason, StartsWith(file.wstring() + L": "));
-        return reason.substr(std::min(reason.size(), file.wstring().size() + 2));
+    std::string reason() const {
+        const std::string reason = Tests::reasonOf([&] { DeviceDescription::fromFile(file); });
+        EXPECT_THAT(reason, StartsWith(file.string() + ": "));
+        return reason.substr(std::min(reason.size(), file.string().size() + 2));
     }
 
     const TestSupport::TemporaryFolder folder;
@@ -127,9 +127,9 @@ TEST(DeviceDescription, RefusesWhatIsNotWellFormed) {
          {"", " ", "x", "<a>", "<a></b>", "<a/><b/>", "<a b=1/>", "<a>&unknown;</a>", "<a>&#0;</a>",
           "<a>\x01</a>", "<a>\xC3</a>", "<a>\xED\xA0\x80</a>", "<a", "<a b='' b=''/>", "</a>",
           "<?xml version='1.x'?><a/>", "<?xml version='1.0' encoding='no-such'?><a/>"})
-        EXPECT_NE(reasonFor(xml), L"") << xml;
-    EXPECT_NE(reasonFor(std::string("<a>\0</a>", 8)), L"");
-    EXPECT_THAT(reasonFor("<a>\n  <b></a>"), StartsWith(refused + L"line 2, column "));
+        EXPECT_NE(reasonFor(xml), "") << xml;
+    EXPECT_NE(reasonFor(std::string("<a>\0</a>", 8)), "");
+    EXPECT_THAT(reasonFor("<a>\n  <b></a>"), StartsWith(refused + "line 2, column "));
 }
 
 TEST(DeviceDescription, RefusesADocumentTypeInEveryEncoding) {
@@ -187,12 +187,12 @@ TEST(DeviceDescription, AsksNobodyOnTheNetwork) {
 
 TEST(DeviceDescription, BoundsItsSize) {
     const auto ofSize = [](std::size_t size) { return "<a>" + std::string(size - 7, 'x') + "</a>"; };
-    EXPECT_EQ(reasonFor(ofSize(DeviceDescription::mostBytes)), L"");
+    EXPECT_EQ(reasonFor(ofSize(DeviceDescription::mostBytes)), "");
     EXPECT_EQ(reasonFor(ofSize(DeviceDescription::mostBytes + 1)), tooLarge);
 }
 
 TEST(DeviceDescription, BoundsItsDepth) {
-    EXPECT_EQ(reasonFor(nested(DeviceDescription::mostDepth)), L"");
+    EXPECT_EQ(reasonFor(nested(DeviceDescription::mostDepth)), "");
     EXPECT_EQ(reasonFor(nested(DeviceDescription::mostDepth + 1)), tooDeep);
     EXPECT_EQ(reasonFor(repeated(100'000, "<a>")), tooDeep);
 }
@@ -200,15 +200,15 @@ TEST(DeviceDescription, BoundsItsDepth) {
 TEST(DeviceDescription, CountsDepthAnewForEachBranch) {
     const std::string branches = repeated(100, "<a><b/></a>") + repeated(100, "<c/>");
     const int depthLeft = DeviceDescription::mostDepth - 1;
-    EXPECT_EQ(reasonFor("<r>" + branches + nested(depthLeft) + "</r>"), L"");
+    EXPECT_EQ(reasonFor("<r>" + branches + nested(depthLeft) + "</r>"), "");
     EXPECT_EQ(reasonFor("<r>" + branches + nested(depthLeft + 1) + "</r>"), tooDeep);
 }
 
 TEST(DeviceDescription, BoundsTheNumberOfItsElements) {
     const auto ofElements = [](int count) { return "<r>" + repeated(count - 1, "<a/>") + "</r>"; };
-    EXPECT_EQ(reasonFor(ofElements(DeviceDescription::mostElements)), L"");
+    EXPECT_EQ(reasonFor(ofElements(DeviceDescription::mostElements)), "");
     EXPECT_EQ(reasonFor(ofElements(DeviceDescription::mostElements + 1)),
-              refused + L"it has too many elements");
+              refused + "it has too many elements");
 }
 
 TEST(DeviceDescription, BoundsTheNumberOfAttributes) {
@@ -218,9 +218,9 @@ TEST(DeviceDescription, BoundsTheNumberOfAttributes) {
             xml += " b" + std::to_string(i) + "=''";
         return xml + "/>";
     };
-    EXPECT_EQ(reasonFor(withAttributes(DeviceDescription::mostAttributes)), L"");
+    EXPECT_EQ(reasonFor(withAttributes(DeviceDescription::mostAttributes)), "");
     EXPECT_EQ(reasonFor(withAttributes(DeviceDescription::mostAttributes + 1)),
-              refused + L"an element has too many attributes");
+              refused + "an element has too many attributes");
 }
 
 TEST_F(DescriptionFile, IsRead) {
@@ -229,9 +229,9 @@ TEST_F(DescriptionFile, IsRead) {
 }
 
 TEST_F(DescriptionFile, ThatIsMissingOrAFolderIsRefused) {
-    EXPECT_EQ(reason(), refused + L"the file cannot be read");
+    EXPECT_EQ(reason(), refused + "the file cannot be read");
     std::filesystem::create_directory(file);
-    EXPECT_EQ(reason(), refused + L"the file cannot be read");
+    EXPECT_EQ(reason(), refused + "the file cannot be read");
 }
 
 TEST_F(DescriptionFile, ThatIsTooLargeIsRefusedWithoutReadingItAll) {
@@ -242,5 +242,5 @@ TEST_F(DescriptionFile, ThatIsTooLargeIsRefusedWithoutReadingItAll) {
 
 TEST_F(DescriptionFile, ThatIsNotWellFormedIsNamed) {
     write("");
-    EXPECT_THAT(reason(), StartsWith(refused + L"line 1"));
+    EXPECT_THAT(reason(), StartsWith(refused + "line 1"));
 }

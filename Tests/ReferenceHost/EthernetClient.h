@@ -4,6 +4,7 @@
 #include "Communicator/Connector.h"
 #include "Communicator/DeviceException.h"
 #include "Communicator/PosixEthernetCommunicator.h"
+#include "Support/Thrown.h"
 #include "World/Stage.h"
 
 #include <gmock/gmock.h>
@@ -39,15 +40,10 @@ inline Simulator::Action text(std::string_view bytes) {
     return World::sending({bytes.begin(), bytes.end()});
 }
 
-/// The message of the DeviceException that `action` throws, or that it threw none.
+/// The message of the DeviceException that `action` throws; empty if it throws none.
 template <class Action>
-std::string messageOf(Action action) {
-    try {
-        action();
-    } catch (const DeviceException& exception) {
-        return exception.what();
-    }
-    return "nothing was thrown";
+std::string messageOf(const Action& action) {
+    return TestSupport::thrownBy<DeviceException>(action);
 }
 
 /// The message of a connect that fails.

@@ -9,6 +9,7 @@
 #include "NativeCameraControl/ImagingInterface.h"
 #include "NativeCameraControl/NativeCamera.h"
 #include "NativeCameraControl/NativeCameraType.h"
+#include "Support/Thrown.h"
 
 #include <memory>
 #include <stdexcept>
@@ -105,13 +106,8 @@ inline void throwBroken(const std::shared_ptr<Tolvane::DeviceFramework2::Device:
 
 /// The message of the DeviceException that `action` throws; empty if it throws none.
 template <typename Action>
-std::wstring reasonOf(Action action) {
-    try {
-        action();
-    } catch (const DeviceException& exception) {
-        return exception.getMessage();
-    }
-    return L"";
+std::string reasonOf(const Action& action) {
+    return TestSupport::thrownBy<DeviceException>(action);
 }
 
 /// Imaging of 3 by 2 pixels.

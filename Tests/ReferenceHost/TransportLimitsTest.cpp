@@ -81,7 +81,7 @@ struct DefaultTransportLimits : LimitedClient {};
 } // namespace
 
 TEST_F(EthernetLimits, EndAReadThatTakesTooLongOrIsTooSlow) {
-    const World::Actions flood{World::sendingEndlessly(World::Bytes(1000))};
+    const World::Actions flood{World::sendingInPieces(World::Bytes(1 << 20), 1000, 1ms)};
     const auto bytes = [](std::size_t count) { return text(std::string(count, 'x')); };
     const World::Actions twice{bytes(1),    Pause{2s}, bytes(1999), Pause{2s},
                                bytes(2000), Pause{2s}, bytes(1999)};
@@ -167,7 +167,7 @@ TEST_F(EthernetLimits, CountAHoldFromItsFirstConnect) {
         World::advance(shortHold.hold);
         EXPECT_EQ(messageOfConnect(client), notConnectedInTime);
     }
-    EXPECT_EQ(messageOfConnect(client), "nothing was thrown") << "another hold has its own time";
+    EXPECT_EQ(messageOfConnect(client), "") << "another hold has its own time";
 }
 
 TEST_F(EthernetLimits, MayBeOfAnyLength) {
@@ -186,7 +186,7 @@ TEST_F(EthernetOperationLimits, EndWhatCommunicatorsOfAnyMakerDo) {
     EXPECT_EQ(messageOfConnect(client),
               "10.0.0.5:80: connect failed: Took too long: 0 bytes in 0.1 s, the operation may last 0.1 s");
     std::async(std::launch::async, [this] {
-        EXPECT_EQ(messageOfConnect(client), "nothing was thrown") << "another thread";
+        EXPECT_EQ(messageOfConnect(client), "") << "another thread";
     }).wait();
 }
 

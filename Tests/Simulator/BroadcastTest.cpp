@@ -4,6 +4,7 @@
 
 #include "Camera/TextLanguage.h"
 #include "Conversation.h"
+#include "Events.h"
 #include "Support/NetworkNamespace.h"
 
 #include <arpa/inet.h>
@@ -14,7 +15,6 @@
 
 #include <array>
 #include <list>
-#include <mutex>
 
 namespace Simulator {
 
@@ -41,19 +41,15 @@ protected:
     CameraServer& serve(const std::string& address, CameraSettings settings = smallCamera()) {
         ServerOptions options;
         options.address = address;
-        options.log = [this](const std::string& line) {
-            const std::lock_guard lock(mutex);
-            log.push_back(line);
-        };
+        options.log = events.log();
         CameraServer& server = servers.emplace_back(std::move(settings), options);
         server.start();
         return server;
     }
 
     const TestSupport::NetworkNamespace machine;
-    std::mutex mutex;
-    std::vector<std::string> log;
-    std::list<CameraServer> servers; // gone before the log is
+    Events events;
+    std::list<CameraServer> servers;
 };
 
 /// The replies to a query sent to `address` until none has come for 200 ms, and who sent them.
@@ -141,8 +137,7 @@ TEST_F(BroadcastTest, SaysThatTheNetMaskIsNotThatOfTheAddress) {
     CameraSettings settings = smallCamera();
     settings.netMask = "255.255.0.0";
     EXPECT_THAT(serve("10.77.1.11", settings).broadcasts(), ElementsAre("255.255.255.255"));
-    const std::lock_guard lock(mutex);
-    EXPECT_THAT(log,
+    EXPECT_THAT(events.lines(),
                 ElementsAre("hears no queries to everybody: Cannot serve UDP port 32768 of 10.77.255.255: "
                             "Cannot assign requested address"));
 }

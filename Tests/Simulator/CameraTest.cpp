@@ -2,6 +2,7 @@
 
 #include "Conversation.h"
 #include "Support/TemporaryFolder.h"
+#include "Support/Thrown.h"
 
 #include <gtest/gtest.h>
 #include <sys/stat.h>
@@ -23,12 +24,7 @@ CameraSettings showing(const std::string& path) {
 }
 
 std::string refusalOf(const std::string& path) {
-    try {
-        const Camera camera(showing(path));
-    } catch (const std::runtime_error& refusal) {
-        return refusal.what();
-    }
-    return "accepted";
+    return TestSupport::thrownBy<std::runtime_error>([&] { const Camera camera(showing(path)); });
 }
 
 } // namespace

@@ -1,5 +1,7 @@
 #include "Camera/Fault.h"
 
+#include "Support/Thrown.h"
+
 #include <gmock/gmock.h>
 
 #include <iterator>
@@ -15,12 +17,7 @@ using ::testing::HasSubstr;
 namespace {
 
 std::string refusalOf(std::string_view text) {
-    try {
-        parseFault(text);
-    } catch (const std::invalid_argument& refusal) {
-        return refusal.what();
-    }
-    return "accepted";
+    return TestSupport::thrownBy<std::invalid_argument>([&] { parseFault(text); });
 }
 
 bool hits(std::string_view fault, Place asked) {

@@ -72,12 +72,6 @@ TEST(TextLanguage, EveryTextCanBeChosen) {
               "[Korva --Room Lab 2 --IP 10.77.1.11 --NetMask 255.255.0.0]");
 }
 
-TEST(TextLanguage, KnownKeysComeInTheOrderInWhichTheyWereAsked) {
-    EXPECT_EQ(replyText(Place::version, {"--API", "--Lens", "--Camera", "--sw", "--HW"}),
-              "[Version --API 1.4 --HW M61]");
-    EXPECT_EQ(replyText(Place::serial, {"--Spectro"}), "[SerialNumber]");
-}
-
 TEST(TextLanguage, EmptyValueKeepsTheBlankBehindItsKey) {
     CameraSettings camera;
     camera.room = "";

@@ -65,7 +65,7 @@ TEST(TextSession, AnswersQueriesByTheirWordAndKeys) {
              std::pair<std::string, std::string>("[Version]", versionReply), // no key: all of them
              {"[SerialNumber ]", serialReply},
              {"[ --Settings]", networkReply},
-             {"[Version --Lens --SW]", "[Version --SW 3.2.15]"}, // known keys only
+             {"[Version --Lens --API --sw --Camera --HW]", "[Version --API 1.4 --HW M61]"}, // known keys only
              {"[SerialNumber --Spectro]", "[SerialNumber]"},
              {"[\tVersion \r\n --SW\v--HW\f]", "[Version --SW 3.2.15 --HW M61]"}, // any blanks
              {"[Reboot --Now]", "[Unknown]"},
