@@ -60,6 +60,7 @@ TEST(NativeCamera, WithoutSerialNumberIsKnownByItsMacAddress) {
     EXPECT_EQ(camera.getDescription(), L"Meridian, 10.0.0.5");
     EXPECT_EQ(FakeCamera().getDescription(), L"") << "that nobody described";
     EXPECT_EQ(FakeCamera().getUID(), L"");
+    EXPECT_EQ(FakeCamera().getResolution(), (Point<int, 2>(0, 0)));
 }
 
 TEST(NativeCamera, DescribesItselfInOneLineWhateverItsTextsHold) {

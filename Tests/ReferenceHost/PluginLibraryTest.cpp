@@ -133,7 +133,9 @@ TEST_F(LoadedPlugin, GivesDevicesThatTheHostCasts) {
     const std::unique_ptr<Device> device = builtCamera();
     auto* const camera = dynamic_cast<NativeCamera*>(device.get());
     ASSERT_NE(camera, nullptr);
-    EXPECT_EQ(dynamic_cast<Device*>(static_cast<INativeCamera*>(camera)), device.get());
+    INativeCamera* const inner = camera;
+    EXPECT_EQ(dynamic_cast<Device*>(inner), device.get());
+    EXPECT_EQ(dynamic_cast<BaseDevice*>(inner), static_cast<BaseDevice*>(device.get()));
     EXPECT_NE(dynamic_cast<ImagingInterface*>(device->getInterface(ImagingInterface::interfaceTypeName)),
               nullptr);
 }

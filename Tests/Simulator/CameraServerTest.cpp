@@ -12,6 +12,7 @@
 
 #include <algorithm>
 #include <atomic>
+#include <tuple>
 
 namespace {
 
@@ -182,31 +183,28 @@ TEST_F(CameraServerTest, ReadsNoMoreFromAClientThatTakesNoAnswers) {
     expectThatOthersAreServed();
 }
 
-TEST_F(CameraServerTest, AnswersAnotherClientAmidstManyRequestsOfOne) {
-    server.emplace(smallCamera(), anyPorts(events.log()));
-    LoopbackClient busy = binary();
-    busy.send(repeated(probeRequest, 1000));
-    LoopbackClient other = binary();
-    other.send(getRequest);
-    server->start();
-    EXPECT_EQ(other.read(17), errorAnswer(ErrorCode::noPicture));
-    // Not all of one client's before the other's turn, which comes with the one after its connection.
-    EXPECT_LT(events.countBefore("probe", "get -> "), 3 * Connection::mostStepsPerTurn);
-}
-
-TEST_F(CameraServerTest, AnswersAnotherClientWhileAPictureIsRendered) {
-    CameraSettings settings;
-    settings.scene.kind = SceneKind::noise;
-    server.emplace(settings, anyPorts(events.log()));
-    LoopbackClient busy = binary();
+TEST_F(CameraServerTest, AnswersAnotherClientAmidstManyRequestsAndWhileAPictureIsRendered) {
+    CameraSettings rendering;
+    rendering.scene.kind = SceneKind::noise;
+    Bytes captures;
     for (int exposure = 1; exposure <= 250; ++exposure)
-        busy.send(joined({configureWith(exposure, 2, 2), takeRequest, getRequest}));
-    LoopbackClient other = binary();
-    other.send(probeRequest);
-    server->start();
-    EXPECT_EQ(other.read(13), doneAnswer);
-    EXPECT_EQ(events.countBefore("GetImage", "probe"), 0);
-    server->stop();
+        captures = joined({captures, configureWith(exposure, 2, 2), takeRequest, getRequest});
+    // Not all of one client's before the other's turn, which comes with the one after its connection.
+    constexpr int someTurns = 3 * Connection::mostStepsPerTurn;
+    for (const auto& [settings, requests, part, most] :
+         {std::tuple(smallCamera(), repeated(probeRequest, 1000), "probe", someTurns),
+          std::tuple(rendering, captures, "GetImage", 1)}) {
+        Events said;
+        server.emplace(settings, anyPorts(said.log()));
+        LoopbackClient busy = binary();
+        busy.send(requests);
+        LoopbackClient other = binary();
+        other.send(getRequest);
+        server->start();
+        EXPECT_EQ(other.read(17), errorAnswer(ErrorCode::noPicture));
+        EXPECT_LT(said.countBefore(part, "get -> Error"), most);
+        server.reset();
+    }
 }
 
 TEST_F(CameraServerTest, TriesAgainAfterAWhileWhereThereIsNoDescriptorForAClient) {
