@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cctype>
 #include <cstdio>
+#include <cstdlib>
 #include <filesystem>
 #include <gtest/gtest.h>
 #include <iterator>
@@ -64,7 +65,23 @@ constexpr Defence defences[] = {
     {"TouchesThePagesOfALargeFrameInTurn", [](const ElfFile& elf) { return elf.stackProbes > 0; }},
 };
 
-constexpr const char* productFiles[] = {KORVA_TOOL, KORVA_PLUGIN, KORVA_HOST_LIBRARY};
+/// Tool, plug-in and host library: as they were built, or as they lie below the folder KORVA_INSTALLED.
+std::vector<std::string> findProductFiles() {
+    std::vector<std::string> files{KORVA_TOOL, KORVA_PLUGIN, KORVA_HOST_LIBRARY};
+    const char* const folder = std::getenv("KORVA_INSTALLED");
+    for (std::string& file : files) {
+        if (folder == nullptr)
+            continue;
+        const fs::path name = fs::path(file).filename();
+        file = fs::path(folder) / name; // where nothing lies
+        for (const auto& entry : fs::recursive_directory_iterator(folder))
+            if (entry.is_regular_file() && entry.path().filename() == name)
+                file = entry.path();
+    }
+    return files;
+}
+
+const std::vector<std::string> productFiles = findProductFiles();
 
 /// Why this build cannot be judged by that defence; empty if it can.
 std::string excuse(const Defence& defence) {
@@ -75,8 +92,8 @@ std::string excuse(const Defence& defence) {
     return "";
 }
 
-class BuiltFile : public testing::TestWithParam<std::tuple<const char*, Defence>> {};
-class BuiltProgram : public testing::TestWithParam<const char*> {};
+class BuiltFile : public testing::TestWithParam<std::tuple<std::string, Defence>> {};
+class BuiltProgram : public testing::TestWithParam<std::string> {};
 
 std::string nameOf(std::string_view path) {
     std::string name(path.substr(path.rfind('/') + 1));
@@ -107,21 +124,21 @@ INSTANTIATE_TEST_SUITE_P(Hardening, BuiltFile,
                          [](const auto& each) {
                              return nameOf(std::get<0>(each.param)) + std::get<1>(each.param).name;
                          });
-INSTANTIATE_TEST_SUITE_P(Hardening, BuiltProgram, testing::Values(KORVA_TOOL, KORVA_A_TEST_PROGRAM),
+INSTANTIATE_TEST_SUITE_P(Hardening, BuiltProgram, testing::Values(productFiles[0], KORVA_A_TEST_PROGRAM),
                          [](const auto& each) { return nameOf(each.param); });
 
 TEST(Hardening, ChecksSizesThatAreKnownOnlyWhenItRuns) {
     if (const std::string reason = excuse({"", hasTheCLibraryCheckSizes}); !reason.empty())
         GTEST_SKIP() << reason;
-    EXPECT_TRUE(readElf(KORVA_HOST_LIBRARY).imports.contains("__memcpy_chk"));
+    EXPECT_TRUE(readElf(productFiles[2]).imports.contains("__memcpy_chk"));
 }
 
 TEST(Hardening, IsCountedForTheScoreboard) {
     if (!KORVA_HARDENED || !KORVA_CHECKS_SIZES)
         GTEST_SKIP() << "Not all these defences are in an instrumented build or one that is not optimised.";
-    constexpr std::size_t defencesDue = std::size(productFiles) * std::size(defences);
+    const std::size_t defencesDue = productFiles.size() * std::size(defences);
     std::size_t found = 0;
-    for (const char* file : productFiles)
+    for (const std::string& file : productFiles)
         for (const Defence& defence : defences)
             found += defence.isIn(readElf(file)) ? 1 : 0;
     EXPECT_EQ(found, defencesDue);
