@@ -8,6 +8,7 @@
 #include <utility>
 
 using ReferenceHost::DeviceDescription;
+using Tests::filledInfo;
 
 namespace {
 
@@ -25,21 +26,6 @@ std::wstring modelAfterRoundTrip(const std::wstring& model) {
 std::string reasonFor(const std::string& element, const std::string& text) {
     return Tests::reasonOf(
         [&] { readFrom("<CameraInfo><" + element + ">" + text + "</" + element + "></CameraInfo>"); });
-}
-
-CameraInfo filledInfo() {
-    CameraInfo info;
-    info.setCameraTypeEnum(6);
-    info.setIpAddress(L"ip");
-    info.setFW(L"fw");
-    info.setMacAddress(L"mac");
-    info.setResolutionX(-3);
-    info.setResolutionY(2147483647);
-    info.setModel(L"model");
-    info.setSerialNumber(L"serial");
-    info.setDefaultGateway(L"gateway");
-    info.setSubnetMask(L"mask");
-    return info;
 }
 
 const std::string filledXml = "  <CameraInfo>\n"

@@ -110,6 +110,22 @@ std::string reasonOf(const Action& action) {
     return TestSupport::thrownBy<DeviceException>(action);
 }
 
+/// Another value in each field.
+inline CameraInfo filledInfo() {
+    CameraInfo info;
+    info.setCameraTypeEnum(6);
+    info.setIpAddress(L"ip");
+    info.setFW(L"fw");
+    info.setMacAddress(L"mac");
+    info.setResolutionX(-3);
+    info.setResolutionY(2147483647);
+    info.setModel(L"model");
+    info.setSerialNumber(L"serial");
+    info.setDefaultGateway(L"gateway");
+    info.setSubnetMask(L"mask");
+    return info;
+}
+
 /// Imaging of 3 by 2 pixels.
 class FakeImaging : public ImagingInterface {
 public:

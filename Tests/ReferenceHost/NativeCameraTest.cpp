@@ -14,21 +14,9 @@
 using namespace Tolvane::DeviceFramework2::Device;
 using Tests::FakeCamera;
 using Tests::FakeCommunicator;
+using Tests::filledInfo;
 
 namespace {
-
-CameraInfo someInfo() {
-    CameraInfo info;
-    info.setCameraTypeEnum(6);
-    info.setIpAddress(L"10.0.0.5");
-    info.setFW(L"SW-3.2.15_API-1");
-    info.setMacAddress(L"02-00-00-00-00-05");
-    info.setResolutionX(1920);
-    info.setResolutionY(1080);
-    info.setModel(L"Meridian");
-    info.setSerialNumber(L"4711");
-    return info;
-}
 
 xercesc::DOMNode* childNamed(xercesc::DOMNode* parent, const std::u16string& name) {
     for (xercesc::DOMNode* child = parent->getFirstChild(); child != nullptr; child = child->getNextSibling())
@@ -40,24 +28,24 @@ xercesc::DOMNode* childNamed(xercesc::DOMNode* parent, const std::u16string& nam
 } // namespace
 
 TEST(NativeCamera, TellsWhoItIs) {
-    const FakeCamera camera(nullptr, someInfo());
-    EXPECT_EQ(camera.getUID(), L"4711");
-    EXPECT_EQ(camera.getModel(), L"Meridian");
-    EXPECT_EQ(camera.getDescription(), L"Meridian, 10.0.0.5, serial number 4711");
+    const FakeCamera camera(nullptr, filledInfo());
+    EXPECT_EQ(camera.getUID(), L"serial");
+    EXPECT_EQ(camera.getModel(), L"model");
+    EXPECT_EQ(camera.getDescription(), L"model, ip, serial number serial");
     EXPECT_EQ(camera.getName(), camera.getDescription());
-    EXPECT_EQ(camera.getVersion(), L"SW-3.2.15_API-1");
-    EXPECT_EQ(camera.getMac(), L"02-00-00-00-00-05");
-    EXPECT_EQ(camera.getResolution(), (Point<int, 2>(1920, 1080)));
-    EXPECT_EQ(camera.getCameraInfo().getSerialNumber(), L"4711");
+    EXPECT_EQ(camera.getVersion(), L"fw");
+    EXPECT_EQ(camera.getMac(), L"mac");
+    EXPECT_EQ(camera.getResolution(), (Point<int, 2>(-3, 2147483647)));
+    EXPECT_EQ(camera.getCameraInfo().getSerialNumber(), L"serial");
     EXPECT_EQ(camera.getEmbeddedIntrinsics(), L"");
 }
 
 TEST(NativeCamera, WithoutSerialNumberIsKnownByItsMacAddress) {
-    CameraInfo info = someInfo();
+    CameraInfo info = filledInfo();
     info.setSerialNumber(L"");
     const FakeCamera camera(nullptr, info);
-    EXPECT_EQ(camera.getUID(), L"02-00-00-00-00-05");
-    EXPECT_EQ(camera.getDescription(), L"Meridian, 10.0.0.5");
+    EXPECT_EQ(camera.getUID(), L"mac");
+    EXPECT_EQ(camera.getDescription(), L"model, ip");
     EXPECT_EQ(FakeCamera().getDescription(), L"") << "that nobody described";
     EXPECT_EQ(FakeCamera().getUID(), L"");
     EXPECT_EQ(FakeCamera().getResolution(), (Point<int, 2>(0, 0)));
@@ -94,11 +82,11 @@ TEST(NativeCamera, RefusesADepthAndAGainThatItHasNot) {
 }
 
 TEST(NativeCamera, WritesADescriptionThatCanBeReadBack) {
-    const FakeCamera camera(new FakeCommunicator(L"10.0.0.5", 32769, 250), someInfo());
+    const FakeCamera camera(new FakeCommunicator(L"10.0.0.5", 32769, 250), filledInfo());
     const ReferenceHost::DeviceDescription description(camera.toXml());
 
     const CameraInfo info(childNamed(description.root(), u"CameraInfo"));
-    EXPECT_EQ(info.toXml(), someInfo().toXml());
+    EXPECT_EQ(info.toXml(), filledInfo().toXml());
 
     const std::unique_ptr<Communicator> communicator(
         ClientFactory::buildCommunicator(childNamed(description.root(), u"connection")));
