@@ -1,53 +1,35 @@
 // Both decoders on files that other programs wrote, against what another program decodes from them
 // (Pictures/ORIGIN).
 
-#include "NativeCameraKorva/KorvaMemoryStream.h"
-#include "NativeCameraKorva/KorvaPictureDecoding.h"
+#include "Decoding.h"
 
 #include "Support/Beginning.h"
-#include "Support/DecodedPicture.h"
-#include "Support/PictureFiles.h"
-
-#include <gtest/gtest.h>
 
 #include <algorithm>
-#include <array>
 #include <filesystem>
-#include <istream>
+#include <ostream>
 #include <string>
 #include <vector>
 
+namespace DecodingTests {
 namespace {
 
-using Support::Bytes;
-using Support::noPicture;
 using TestSupport::beginningOf;
-using Picture = Support::DecodedPicture;
 
 constexpr std::int32_t width = 19;
 constexpr std::uint32_t height = 13;
 constexpr std::size_t channelsOfReference = 4;
 
-const std::filesystem::path folder = KORVA_TEST_PICTURES;
-
-Picture decodedPng(const Bytes& file, std::string& text) {
-    Korva::mybuf memory(file.data(), file.size());
-    std::istream stream(&memory);
-    testing::internal::CaptureStderr();
-    const Picture picture = Support::pictureOf(Korva::decodePng(stream, text));
-    testing::internal::GetCapturedStderr();
-    return picture;
+Bytes fileNamed(const std::string& name) {
+    return Support::readFile(std::filesystem::path(KORVA_TEST_PICTURES) / name);
 }
 
-Picture decodedPng(const Bytes& file) {
-    std::string text;
-    return decodedPng(file, text);
+Picture png(const Bytes& file) {
+    return decoded(decodePng, file).picture;
 }
 
-Picture decodedSgi(const Bytes& file) {
-    Korva::mybuf memory(file.data(), file.size());
-    std::istream stream(&memory);
-    return Support::pictureOf(Korva::decodeSgi(stream));
+Picture sgi(const Bytes& file) {
+    return decoded(decodeSgi, file).picture;
 }
 
 std::uint32_t littleEndian16(const Bytes& bytes, std::size_t index) {
@@ -56,21 +38,17 @@ std::uint32_t littleEndian16(const Bytes& bytes, std::size_t index) {
 
 /// A picture's samples, widened to 16 bits.
 std::vector<std::uint32_t> samplesOf(const Picture& picture) {
+    const bool isWide = (picture.format & image_t::depth16) != 0;
     std::vector<std::uint32_t> samples;
-    if ((picture.format & image_t::depth16) != 0) {
-        for (std::size_t i = 0; i < picture.pixels.size() / 2; ++i)
-            samples.push_back(littleEndian16(picture.pixels, i));
-    } else {
-        for (const unsigned char sample : picture.pixels)
-            samples.push_back(257u * sample);
-    }
+    for (std::size_t i = 0; i < picture.pixels.size() / (isWide ? 2 : 1); ++i)
+        samples.push_back(isWide ? littleEndian16(picture.pixels, i) : 257u * picture.pixels[i]);
     return samples;
 }
 
 /// The same samples as the other program read them: of its red, green, blue and alpha those that the format
 /// has.
 std::vector<std::uint32_t> referenceSamples(const std::string& name, std::uint32_t format) {
-    const Bytes reference = Support::readFile(folder / (name + ".rgba"));
+    const Bytes reference = fileNamed(name + ".rgba");
     std::vector<std::size_t> wanted{0};
     if (image_t::channels(format) >= 3)
         wanted = {0, 1, 2};
@@ -83,34 +61,63 @@ std::vector<std::uint32_t> referenceSamples(const std::string& name, std::uint32
     return samples;
 }
 
-void expectPictureOf(const std::string& name, const Picture& picture, std::uint32_t format) {
-    EXPECT_EQ(picture.format, format);
-    EXPECT_EQ(picture.width, width);
-    EXPECT_EQ(picture.height, height);
-    EXPECT_EQ(samplesOf(picture), referenceSamples(name, format));
-}
-
-struct Case {
+struct Foreign {
     std::string name;
     std::uint32_t format;
 };
 
-void PrintTo(const Case& file, std::ostream* out) {
-    *out << file.name;
+const Foreign pngs[] = {
+    {"grey1.png", 3},
+    {"grey2.png", 3},
+    {"grey4.png", 3},
+    {"grey8.png", 3},
+    {"grey16.png", 19},
+    {"grey1-interlaced.png", 3},
+    {"grey2-interlaced.png", 3},
+    {"grey4-interlaced.png", 3},
+    {"grey8-interlaced.png", 3},
+    {"grey16-interlaced.png", 19},
+    {"rgb8.png", 1},
+    {"rgb16.png", 17},
+    {"rgb8-interlaced.png", 1},
+    {"rgb16-interlaced.png", 17},
+    {"palette1.png", 1},
+    {"palette2.png", 1},
+    {"palette4.png", 1},
+    {"palette8.png", 1},
+    {"palette1-interlaced.png", 1},
+    {"palette2-interlaced.png", 1},
+    {"palette4-interlaced.png", 1},
+    {"palette8-interlaced.png", 1},
+    {"grey-alpha8.png", 4},
+    {"grey-alpha16.png", 20},
+    {"grey-alpha8-interlaced.png", 4},
+    {"grey-alpha16-interlaced.png", 20},
+    {"rgba8.png", 2},
+    {"rgba16.png", 18},
+    {"rgba8-interlaced.png", 2},
+    {"rgba16-interlaced.png", 18},
+    {"grey16-text.png", 19},
+    {"rgb8-packed-text.png", 1},
+    {"grey8-international-text.png", 3},
+    {"grey8-transparent.png", 3},
+    {"rgb8-transparent.png", 1},
+};
+
+const Foreign sgis[] = {{"grey16-verbatim.sgi", 19}, {"rgb16-verbatim.sgi", 17}, {"rgba16-verbatim.sgi", 18}};
+
+void expectPictureOf(const Foreign& file, const Picture& picture) {
+    EXPECT_EQ(picture.format, file.format) << file.name;
+    EXPECT_EQ(picture.width, width) << file.name;
+    EXPECT_EQ(picture.height, height) << file.name;
+    EXPECT_EQ(samplesOf(picture), referenceSamples(file.name, file.format)) << file.name;
 }
 
-std::string testName(const testing::TestParamInfo<Case>& file) {
-    std::string name = file.param.name;
-    std::replace_if(
-        name.begin(), name.end(), [](char c) { return c == '-' || c == '.'; }, '_');
-    return name;
-}
-
-class ForeignPng : public testing::TestWithParam<Case> {};
-
-TEST_P(ForeignPng, DecodesToThePixelsThatAnotherProgramReads) {
-    expectPictureOf(GetParam().name, decodedPng(Support::readFile(folder / GetParam().name)),
-                    GetParam().format);
+TEST(ForeignPictures, DecodeToThePixelsThatAnotherProgramReads) {
+    for (const Foreign& each : pngs)
+        expectPictureOf(each, png(fileNamed(each.name)));
+    for (const Foreign& each : sgis)
+        expectPictureOf(each, sgi(fileNamed(each.name)));
 }
 
 /// Where each chunk starts, and where the last one ends.
@@ -123,97 +130,46 @@ std::vector<std::size_t> chunkBoundaries(const Bytes& file) {
     return boundaries;
 }
 
-TEST_P(ForeignPng, CutAtAChunkIsEmptyUnlessOnlyTheLastChunkIsMissing) {
-    const Bytes file = Support::readFile(folder / GetParam().name);
-    const Picture whole = decodedPng(file);
-    const std::vector<std::size_t> boundaries = chunkBoundaries(file);
-    ASSERT_GE(boundaries.size(), 4u);
-    ASSERT_EQ(boundaries.back(), file.size());
-    const std::size_t endOfPixels = boundaries[boundaries.size() - 2];
-    for (const std::size_t boundary : boundaries) {
-        EXPECT_EQ(decodedPng(beginningOf(file, boundary)), boundary >= endOfPixels ? whole : noPicture)
-            << boundary;
-        // Within the chunk that starts there: its type is cut, or its first bytes.
-        for (const std::size_t more : {1, 6, 9}) {
-            const std::size_t length = std::min(boundary + more, endOfPixels - 1);
-            EXPECT_EQ(decodedPng(beginningOf(file, length)), noPicture) << length;
+TEST(ForeignPng, CutAtAChunkIsEmptyUnlessOnlyTheLastChunkIsMissing) {
+    for (const Foreign& each : pngs) {
+        SCOPED_TRACE(each.name);
+        const Bytes file = fileNamed(each.name);
+        const Picture whole = png(file);
+        const std::vector<std::size_t> boundaries = chunkBoundaries(file);
+        ASSERT_GE(boundaries.size(), 4u);
+        ASSERT_EQ(boundaries.back(), file.size());
+        const std::size_t endOfPixels = boundaries[boundaries.size() - 2];
+        for (const std::size_t boundary : boundaries) {
+            EXPECT_EQ(png(beginningOf(file, boundary)), boundary >= endOfPixels ? whole : noPicture)
+                << boundary;
+            // Within the chunk that starts there: its type is cut, or its first bytes.
+            for (const std::size_t more : {1, 6, 9}) {
+                const std::size_t length = std::min(boundary + more, endOfPixels - 1);
+                EXPECT_EQ(png(beginningOf(file, length)), noPicture) << length;
+            }
         }
     }
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    EveryKind, ForeignPng,
-    testing::Values(Case{"grey1.png", 3}, Case{"grey2.png", 3}, Case{"grey4.png", 3}, Case{"grey8.png", 3},
-                    Case{"grey16.png", 19}, Case{"grey1-interlaced.png", 3}, Case{"grey2-interlaced.png", 3},
-                    Case{"grey4-interlaced.png", 3}, Case{"grey8-interlaced.png", 3},
-                    Case{"grey16-interlaced.png", 19}, Case{"rgb8.png", 1}, Case{"rgb16.png", 17},
-                    Case{"rgb8-interlaced.png", 1}, Case{"rgb16-interlaced.png", 17}, Case{"palette1.png", 1},
-                    Case{"palette2.png", 1}, Case{"palette4.png", 1}, Case{"palette8.png", 1},
-                    Case{"palette1-interlaced.png", 1}, Case{"palette2-interlaced.png", 1},
-                    Case{"palette4-interlaced.png", 1}, Case{"palette8-interlaced.png", 1},
-                    Case{"grey-alpha8.png", 4}, Case{"grey-alpha16.png", 20},
-                    Case{"grey-alpha8-interlaced.png", 4}, Case{"grey-alpha16-interlaced.png", 20},
-                    Case{"rgba8.png", 2}, Case{"rgba16.png", 18}, Case{"rgba8-interlaced.png", 2},
-                    Case{"rgba16-interlaced.png", 18}, Case{"grey16-text.png", 19},
-                    Case{"rgb8-packed-text.png", 1}, Case{"grey8-international-text.png", 3},
-                    Case{"grey8-transparent.png", 3}, Case{"rgb8-transparent.png", 1}),
-    testName);
-
-TEST(ForeignPngText, IsThatOfTheFirstChunk) {
-    std::string text;
-    decodedPng(Support::readFile(folder / "grey16-text.png"), text);
-    EXPECT_EQ(text, "First text");
-    decodedPng(Support::readFile(folder / "rgb8-packed-text.png"), text);
-    EXPECT_EQ(text, "First text");
-    decodedPng(Support::readFile(folder / "grey8-international-text.png"), text);
-    EXPECT_EQ(text, "International text");
-    text = "untouched";
-    decodedPng(Support::readFile(folder / "grey16.png"), text);
-    EXPECT_EQ(text, "untouched");
+TEST(ForeignPng, HasTheTextOfItsFirstChunk) {
+    EXPECT_EQ(decoded(decodePng, fileNamed("grey16-text.png")).text, "First text");
+    EXPECT_EQ(decoded(decodePng, fileNamed("rgb8-packed-text.png")).text, "First text");
+    EXPECT_EQ(decoded(decodePng, fileNamed("grey8-international-text.png")).text, "International text");
+    EXPECT_EQ(decoded(decodePng, fileNamed("grey16.png")).text, untouchedText);
 }
 
-TEST(ForeignPngTransparency, ThatAddsAChannelGivesAnEmptyImage) {
-    EXPECT_EQ(decodedPng(Support::readFile(folder / "grey2-transparent.png")), noPicture);
-    EXPECT_EQ(decodedPng(Support::readFile(folder / "palette4-transparent.png")), noPicture);
+TEST(ForeignPng, WhoseTransparencyAddsAChannelGivesAnEmptyImage) {
+    EXPECT_EQ(png(fileNamed("grey2-transparent.png")), noPicture);
+    EXPECT_EQ(png(fileNamed("palette4-transparent.png")), noPicture);
 }
 
-class ForeignSgi : public testing::TestWithParam<Case> {};
-
-TEST_P(ForeignSgi, DecodesToThePixelsThatAnotherProgramReads) {
-    expectPictureOf(GetParam().name, decodedSgi(Support::readFile(folder / GetParam().name)),
-                    GetParam().format);
-}
-
-TEST_P(ForeignSgi, CutAnywhereKeepsTheSamplesThatItHolds) {
-    Bytes file = Support::readFile(folder / GetParam().name);
-    ASSERT_EQ(file.size(), 512 + image_t::byteCount(GetParam().format, width, height));
-    for (std::size_t length = 512; length < file.size(); length += 37) {
-        Bytes filledUp = beginningOf(file, length - length % 2);
-        filledUp.resize(file.size());
-        EXPECT_EQ(decodedSgi(beginningOf(file, length)), decodedSgi(filledUp)) << length;
-    }
-}
-
-INSTANTIATE_TEST_SUITE_P(EveryKind, ForeignSgi,
-                         testing::Values(Case{"grey16-verbatim.sgi", 19}, Case{"rgb16-verbatim.sgi", 17},
-                                         Case{"rgba16-verbatim.sgi", 18}),
-                         testName);
-
-TEST(ForeignSgiOfEightBits, IsAPictureOfZerosInItsSize) {
-    for (const auto& [name, format] :
-         {std::pair{"grey8-verbatim.sgi", 3u}, {"rgb8-verbatim.sgi", 1u}, {"rgba8-verbatim.sgi", 2u}}) {
-        const Picture expected{format, width, height, Bytes(image_t::byteCount(format, width, height), 0)};
-        EXPECT_EQ(decodedSgi(Support::readFile(folder / name)), expected) << name;
-    }
-}
-
-TEST(ForeignSgiOfRuns, IsAnEmptyImage) {
-    for (const char* const name :
-         {"grey8-rle.sgi", "grey16-rle.sgi", "rgb8-rle.sgi", "rgb16-rle.sgi", "rgba8-rle.sgi"}) {
-        const Bytes file = Support::readFile(folder / name);
-        EXPECT_EQ(file.at(2), 1) << name;
-        EXPECT_EQ(decodedSgi(file), noPicture) << name;
+TEST(ForeignSgi, OfEightBitsIsAPictureOfZerosInItsSize) {
+    for (const Foreign& each :
+         {Foreign{"grey8-verbatim.sgi", 3}, {"rgb8-verbatim.sgi", 1}, {"rgba8-verbatim.sgi", 2}}) {
+        const Bytes zeros(image_t::byteCount(each.format, width, height), 0);
+        EXPECT_EQ(sgi(fileNamed(each.name)), (Picture{each.format, width, height, zeros})) << each.name;
     }
 }
 
 } // namespace
+} // namespace DecodingTests
