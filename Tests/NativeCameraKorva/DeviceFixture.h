@@ -3,12 +3,12 @@
 
 #include "ImagingLibrary/image_t.h"
 #include "NativeCameraKorva/KorvaCamera.h"
+#include "Support/SamplePictures.h"
 #include "Support/ScriptedCommunicator.h"
 #include "Support/WireMessages.h"
 
 #include <cstddef>
 #include <cstdint>
-#include <memory>
 #include <vector>
 
 namespace DeviceFixture {
@@ -34,25 +34,13 @@ inline std::uint8_t greyOf(unsigned int index, unsigned int seed = 0) {
 
 /// An SGI file of three channels of 16 bits, all the same, whose pixels come out as greyOf() says.
 inline Bytes greyFile(unsigned int width, unsigned int height, unsigned int seed = 0) {
-    constexpr unsigned int headerBytes = 512;
     constexpr unsigned int samplesPerGreyStep = 64;
-    Bytes file{0x01, 0xDA, 0, 2, 0, 3};
-    for (const unsigned int field : {width, height, 3u}) {
-        file.push_back(static_cast<std::uint8_t>(field >> 8));
-        file.push_back(static_cast<std::uint8_t>(field));
-    }
-    file.resize(headerBytes);
-    for (int channel = 0; channel < 3; ++channel) {
-        for (unsigned int fromBottom = 0; fromBottom < height; ++fromBottom) {
-            for (unsigned int x = 0; x < width; ++x) {
-                const unsigned int index = (height - 1 - fromBottom) * width + x;
-                const unsigned int sample = greyOf(index, seed) * samplesPerGreyStep;
-                file.push_back(static_cast<std::uint8_t>(sample >> 8));
-                file.push_back(static_cast<std::uint8_t>(sample));
-            }
-        }
-    }
-    return file;
+    TestSupport::Samples samples{
+        static_cast<std::uint16_t>(width), static_cast<std::uint16_t>(height), 3, {}};
+    for (unsigned int index = 0; index < width * height; ++index)
+        samples.values.insert(samples.values.end(), 3,
+                              static_cast<std::uint16_t>(greyOf(index, seed) * samplesPerGreyStep));
+    return TestSupport::sgiFile(samples);
 }
 
 /// The grey pixels of that file's picture, the first `count`.
@@ -80,16 +68,6 @@ using Codes = std::vector<int>;
 inline NetworkHealthCallback into(Codes& codes) {
     return [&codes](NetworkHealth health) { codes.push_back(health.getCode()); };
 }
-
-/// A device and the transport that belongs to it.
-struct HeldCamera {
-    explicit HeldCamera(int width = 4, int height = 3)
-        : transport(new ScriptedCommunicator),
-          device(std::make_unique<KorvaCamera>(transport, describedAs(width, height))) {}
-
-    ScriptedCommunicator* transport;
-    std::unique_ptr<KorvaCamera> device;
-};
 
 inline Bytes pixelsOf(const image_t& image) {
     if (image.pixels == nullptr)

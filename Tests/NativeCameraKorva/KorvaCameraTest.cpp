@@ -1,18 +1,14 @@
 #include "NativeCameraKorva/KorvaCamera.h"
 
-#include "Communicator/DeviceException.h"
 #include "Device/CaptureCmds.h"
 #include "Device/Exceptions.h"
-#include "DeviceFixture.h"
+#include "NativeCameraControl/Imaging2Interface.h"
 #include "NativeCameraKorva/KorvaCameraLoader.h"
 #include "NativeCameraKorva/KorvaImaging2Interface.h"
 #include "NativeCameraKorva/KorvaImagingInterface.h"
-#include "NativeCameraKorva/WrappedD1Exception.h"
-#include "ReferenceHost/HostControl.h"
-#include "Support/LogCapture.h"
+#include "PluginLog.h"
+#include "StagedDevice.h"
 #include "Support/VirtualTable.h"
-
-#include <gmock/gmock.h>
 
 #include <cstddef>
 #include <cstdint>
@@ -25,16 +21,11 @@
 
 using namespace Tolvane::DeviceFramework2::Device;
 using namespace DeviceFixture;
-using ::testing::ElementsAre;
-using ::testing::IsEmpty;
+using namespace PluginLogs;
 using TestSupport::entryOf;
 using TestSupport::functionAt;
-using TestSupport::LogCapture;
-using TestSupport::LogText;
 
 namespace {
-
-constexpr const char* internalsLogger = "Plenar.KorvaCamera.KorvaInternals";
 
 /// How the device says that a command is over.
 struct Outcome {
@@ -49,12 +40,33 @@ struct Outcome {
     int failed = 0;
 };
 
-template <class Command>
-image_t filledBy(KorvaCamera& camera) {
-    image_t image;
-    camera.execInternal(std::make_shared<Command>(image, "some key"), {});
-    return image;
-}
+/// A device of 4 x 3 pixels, whose reports are kept.
+struct ADevice : ::testing::Test {
+    World::Stage world;
+    PluginLog internalsLog{"Plenar.KorvaCamera.KorvaInternals", "KorvaInternals"};
+    StagedDevice staged;
+    World::Peer& camera = staged.camera;
+    KorvaCamera& device = *staged.device;
+    Codes codes;
+    Outcome outcome;
+
+    ADevice() { device.setNetworkHealthCallback(into(codes)); }
+
+    template <class Command>
+    image_t filledBy() {
+        image_t image;
+        device.execInternal(std::make_shared<Command>(image, "some key"), outcome.callbacks());
+        return image;
+    }
+    image_t filled() { return filledBy<Capture::FillMonoImage>(); }
+};
+
+/// A device that is no KorvaCamera.
+class OtherCamera final : public NativeCamera {
+public:
+    OtherCamera() : NativeCamera(nullptr, describedAs(4, 3)) {}
+    const DeviceType& getType() const override { throw std::bad_cast(); }
+};
 
 /// A command that says it is another one.
 class Impostor final : public Cmd {
@@ -68,317 +80,219 @@ private:
 
 } // namespace
 
-TEST(KorvaCameraClass, HasTheHostsTree) {
+TEST_F(ADevice, HasTheHostsTree) {
     static_assert(std::is_base_of_v<NativeCamera, KorvaCamera>);
     static_assert(std::is_convertible_v<NativeCamera*, INativeCamera*>);
     static_assert(std::is_convertible_v<NativeCamera*, Device2Bridge*>);
     static_assert(std::is_convertible_v<Device2Bridge*, Device*>);
     static_assert(std::is_convertible_v<Device*, BaseDevice*>);
     static_assert(std::is_convertible_v<BaseDevice*, AbstractDevice*>);
-    const HeldCamera camera;
-    INativeCamera* const part = camera.device.get();
-    EXPECT_EQ(dynamic_cast<BaseDevice*>(part), static_cast<BaseDevice*>(camera.device.get()));
+    INativeCamera* const part = &device;
+    EXPECT_EQ(dynamic_cast<BaseDevice*>(part), static_cast<BaseDevice*>(&device));
 }
 
-TEST(KorvaCameraClass, HasItsOwnOperationDirectlyBehindTheDestructor) {
+TEST_F(ADevice, KeepsTheOrderOfTheHostsOperationsItsOwnDirectlyBehindTheDestructor) {
     // Slots 0 to 9 are INativeCamera's, slot 10 is the destructor with its entries 10 and 11.
     EXPECT_EQ(entryOf(&KorvaCamera::setNetworkHealthCallback), 12);
-}
-
-TEST(KorvaCameraClass, SetsTheCallbackThroughTheTable) {
-    HeldCamera camera;
-    Codes codes;
-    INativeCamera* const part = camera.device.get();
-    functionAt<void(INativeCamera*, NetworkHealthCallback)>(part, 12)(part, into(codes));
-    EXPECT_FALSE(camera.device->isAlive());
-    EXPECT_THAT(codes, ElementsAre(2056));
-}
-
-TEST(KorvaCameraClass, OverridesTypeAndAliveOfTheDevicePart) {
-    HeldCamera camera;
-    camera.transport->afterNextWrite().deliver(doneMessage());
-    Device* const part = camera.device.get();
+    INativeCamera* const native = &device;
+    Codes later;
+    functionAt<void(INativeCamera*, NetworkHealthCallback)>(native, 12)(native, into(later));
+    Device* const part = &device;
     EXPECT_EQ(&functionAt<const DeviceType&(const Device*)>(part, 4)(part), &getKorvaCameraType());
-    EXPECT_TRUE(functionAt<bool(Device*)>(part, 15)(part));
-    EXPECT_EQ(camera.transport->writes().size(), 1u);
+    EXPECT_FALSE(functionAt<bool(Device*)>(part, 15)(part));
+    EXPECT_THAT(later, ElementsAre(2056));
 }
 
-TEST(KorvaCamera, HasTwoInterfacesTheImagingInterfaceFirst) {
-    const HeldCamera camera;
-    const std::vector<BaseInterface*> interfaces = camera.device->getInterfaces();
+TEST_F(ADevice, HasItsPartsFromTheBeginning) {
+    EXPECT_THAT(world.calls.of("connect"), IsEmpty()) << "building a device asks the camera nothing";
+    EXPECT_TRUE(world.communicators.contains(device.getCommunicator()));
+    EXPECT_EQ(device.getCameraInfo().getSerialNumber(), L"4711");
+    EXPECT_EQ(device.getResolution(), (Point<int, 2>(4, 3)));
+    const std::vector<BaseInterface*> interfaces = device.getInterfaces();
     ASSERT_EQ(interfaces.size(), 2u);
     EXPECT_NE(dynamic_cast<KorvaImagingInterface*>(interfaces[0]), nullptr);
     EXPECT_NE(dynamic_cast<KorvaImaging2Interface*>(interfaces[1]), nullptr);
-    EXPECT_EQ(&interfaces[0]->getDevice(), camera.device.get());
-    EXPECT_EQ(&interfaces[1]->getDevice(), camera.device.get());
-}
-
-TEST(KorvaCamera, IsOfTheOneKorvaType) {
-    const HeldCamera camera;
-    const HeldCamera other;
-    EXPECT_EQ(&static_cast<Device&>(*camera.device).getType(), &getKorvaCameraType());
-    EXPECT_EQ(&other.device->getType(), &getKorvaCameraType());
-}
-
-TEST(KorvaCamera, OwnsItsCommunicatorAndKeepsItsDescription) {
-    const HeldCamera camera(1676, 1266);
-    EXPECT_EQ(camera.device->getCommunicator(), camera.transport);
-    EXPECT_EQ(camera.device->getCameraInfo().getSerialNumber(), L"4711");
-    EXPECT_EQ(camera.device->getResolution(), (Point<int, 2>(1676, 1266)));
-    EXPECT_TRUE(camera.transport->calls().empty()) << "building a device asks the camera nothing";
-}
-
-TEST(KorvaCamera, MakesOneInternalsObjectForBothInterfaces) {
-    const LogCapture log(internalsLogger);
-    const HeldCamera camera;
-    EXPECT_THAT(log.texts(),
-                ElementsAre(LogText{"INFO", "Korva Internals created for Korva Camera: Korva Meridian M61, "
-                                            "10.0.0.5, serial number 4711"},
-                            LogText{"INFO", "Setting korva exposure to 15 x100 ms"}));
-    camera.device->setExposureTime(300000);
-    EXPECT_EQ(camera.device->getExposureTime(), 300000);
-    EXPECT_EQ(camera.device->getBitDepth(), 8);
-}
-
-TEST(KorvaCamera, SupportsItsThreeCommandsFromTheBeginning) {
-    const HeldCamera camera;
+    EXPECT_EQ(&interfaces[0]->getDevice(), &device);
+    EXPECT_EQ(&interfaces[1]->getDevice(), &device);
+    EXPECT_EQ(internalsLog.linesOf("Korva Internals created").size(), 1u) << "one object for both";
     image_t image;
-    EXPECT_TRUE(camera.device->supports(Capture::FillMonoImage(image)));
-    EXPECT_TRUE(camera.device->supports(Capture::FillNativeImage(image)));
-    EXPECT_TRUE(camera.device->supports(SetNetworkHealthCallback({})));
-    EXPECT_FALSE(camera.device->supports(Cmd()));
-    EXPECT_FALSE(camera.device->supports(SetCmd<image_t&>(image)));
+    EXPECT_TRUE(device.supports(Capture::FillMonoImage(image)));
+    EXPECT_TRUE(device.supports(Capture::FillNativeImage(image)));
+    EXPECT_TRUE(device.supports(SetNetworkHealthCallback({})));
+    EXPECT_FALSE(device.supports(Cmd()));
+    EXPECT_FALSE(device.supports(SetCmd<image_t&>(image)));
 }
 
-TEST(KorvaCamera, FillsMonoAndNativeImagesAlike) {
-    HeldCamera camera;
-    answerCapture(*camera.transport, greyFile(4, 3));
-    const image_t mono = filledBy<Capture::FillMonoImage>(*camera.device);
-    answerCapture(*camera.transport, greyFile(4, 3));
-    const image_t native = filledBy<Capture::FillNativeImage>(*camera.device);
+TEST_F(ADevice, HasAnImagingInterfaceOfEightBitsThatHandsTheWorkOn) {
+    ImagingInterface& imaging =
+        dynamic_cast<ImagingInterface&>(*device.getInterface(ImagingInterface::interfaceTypeName));
+    EXPECT_EQ(imaging.getInterfaceType(), ImagingInterface::interfaceTypeName);
+    EXPECT_EQ(imaging.getResolution(), (Point<int, 2>(4, 3)));
+    EXPECT_EQ(imaging.getBitDepth(), 8);
+    EXPECT_EQ(imaging.getExposureTime(), 150000);
+    imaging.setExposureTime(-5000);
+    EXPECT_EQ(imaging.getExposureTime(), -5000);
+    EXPECT_EQ(device.getExposureTime(), -5000);
+    EXPECT_EQ(internalsLog.texts().back(), info("Setting korva exposure to 1 x100 ms"));
+    answerCapture(camera, greyFile(4, 3));
+    const auto* const pixels = static_cast<const std::uint8_t*>(imaging.getImage());
+    ASSERT_NE(pixels, nullptr);
+    EXPECT_EQ(Bytes(pixels, pixels + 12), greyPixels(12));
+    EXPECT_EQ(imaging.getImage(), nullptr) << "nothing more is answered";
+}
+
+TEST(AnImagingInterface, RefusesTheResolutionOfADeviceThatIsNoKorvaCamera) {
+    OtherCamera other;
+    EXPECT_THROW(KorvaImagingInterface(other, nullptr).getResolution(), std::bad_cast);
+}
+
+TEST_F(ADevice, HasASecondImagingInterfaceThatAnswersZero) {
+    auto* const second =
+        dynamic_cast<Imaging2Interface*>(device.getInterface(Imaging2Interface::interfaceTypeName));
+    ASSERT_NE(second, nullptr);
+    second->setBinning(4);
+    second->setGamma(2.2);
+    EXPECT_EQ(second->getBinning(), 0);
+    EXPECT_EQ(second->getGamma(), 0.0);
+    EXPECT_EQ(second->getFrameCount(), 0);
+    EXPECT_EQ(second->getFrameRate(), 0);
+    EXPECT_THAT(camera.requests(), IsEmpty());
+}
+
+TEST_F(ADevice, FillsMonoAndNativeImagesAlikeEachWithItsOwnPixels) {
+    answerCapture(camera, greyFile(4, 3));
+    const image_t mono = filledBy<Capture::FillMonoImage>();
+    answerCapture(camera, greyFile(4, 3, 90));
+    const image_t native = filledBy<Capture::FillNativeImage>();
+    EXPECT_EQ(outcome.done, 2) << "whoever commands is told once";
+    EXPECT_EQ(outcome.failed, 0);
     for (const image_t* const image : {&mono, &native}) {
         EXPECT_EQ(image->format, 3u);
         EXPECT_EQ(image->width, 4);
         EXPECT_EQ(image->height, 3u);
-        EXPECT_EQ(pixelsOf(*image), greyPixels(12));
     }
+    staged.device.reset(); // which a picture outlives
+    EXPECT_EQ(pixelsOf(mono), greyPixels(12));
+    EXPECT_EQ(pixelsOf(native), greyPixels(12, 90));
 }
 
-TEST(KorvaCamera, GivesAPictureItsOwnPixels) {
-    HeldCamera camera;
-    answerCapture(*camera.transport, greyFile(4, 3));
-    const image_t first = filledBy<Capture::FillMonoImage>(*camera.device);
-    answerCapture(*camera.transport, greyFile(4, 3, 90));
-    const image_t second = filledBy<Capture::FillMonoImage>(*camera.device);
-    EXPECT_EQ(pixelsOf(first), greyPixels(12));
-    EXPECT_EQ(pixelsOf(second), greyPixels(12, 90));
-    camera.device.reset();
-    EXPECT_EQ(pixelsOf(first), greyPixels(12)) << "a picture outlives its camera";
-}
-
-TEST(KorvaCamera, ReplacesWhatTheImageHeld) {
-    HeldCamera camera;
-    answerCapture(*camera.transport, greyFile(4, 3));
+TEST_F(ADevice, ReplacesWhatTheImageHeld) {
+    answerCapture(camera, greyFile(4, 3));
     int released = 0;
     unsigned char former[6] = {};
     image_t image(image_t::layoutRgb, 2, 1, former, static_cast<int>(PixelBufferMode::borrow));
     image.pixels = image_t::Pixels(former, [&released](unsigned char*) { ++released; });
-    camera.device->execInternal(std::make_shared<Capture::FillMonoImage>(image), {});
+    device.execInternal(std::make_shared<Capture::FillMonoImage>(image), {});
     EXPECT_EQ(released, 1);
     EXPECT_EQ(pixelsOf(image), greyPixels(12));
 }
 
-TEST(KorvaCamera, FillsABlackImageOfItsSizeWhereTheCaptureFails) {
-    HeldCamera camera(40, 30);
-    Codes codes;
-    camera.device->setNetworkHealthCallback(into(codes));
-    Outcome outcome;
-    image_t image;
-    camera.device->execInternal(std::make_shared<Capture::FillMonoImage>(image), outcome.callbacks());
+TEST_F(ADevice, FillsABlackImageOfItsSizeWhereTheCaptureFails) {
+    const image_t image = filled();
     EXPECT_EQ(image.format, 3u);
-    EXPECT_EQ(image.width, 40);
-    EXPECT_EQ(image.height, 30u);
-    EXPECT_EQ(pixelsOf(image), Bytes(1200, 0));
+    EXPECT_EQ(image.width, 4);
+    EXPECT_EQ(image.height, 3u);
+    EXPECT_EQ(pixelsOf(image), Bytes(12, 0));
     EXPECT_THAT(codes, ElementsAre(1032));
     EXPECT_EQ(outcome.done, 1);
     EXPECT_EQ(outcome.failed, 0);
 }
 
-TEST(KorvaCamera, FillsAnEmptyImageWhereItsResolutionIsNone) {
+TEST_F(ADevice, FillsAnEmptyImageWhereItsResolutionIsNone) {
     for (const auto& [width, height] : {std::pair{-4, 3}, {4, -3}, {-4, -3}, {2000000, 2000000}}) {
-        HeldCamera camera(width, height);
-        const image_t image = filledBy<Capture::FillMonoImage>(*camera.device);
+        const StagedDevice odd(width, height);
+        image_t image(image_t::layoutGrey, 1, 1, nullptr, 0);
+        odd.device->execInternal(std::make_shared<Capture::FillMonoImage>(image), {});
         EXPECT_EQ(image.pixels, nullptr);
         EXPECT_EQ(image.width, 0);
     }
 }
 
-TEST(KorvaCamera, TellsWhoeverCommandsOnceThatItIsDone) {
-    HeldCamera camera;
-    answerCapture(*camera.transport, greyFile(4, 3));
-    image_t image;
-    Outcome outcome;
-    const std::shared_ptr<Cmd> command = std::make_shared<Capture::FillNativeImage>(image);
-    camera.device->execInternal(command, outcome.callbacks());
-    EXPECT_EQ(outcome.done, 1);
-    EXPECT_EQ(outcome.failed, 0);
-    EXPECT_EQ(command.use_count(), 1);
-}
-
-TEST(KorvaCamera, ExecutesCommandsOnAThreadOfTheHost) {
-    HeldCamera camera;
-    answerCapture(*camera.transport, greyFile(4, 3));
-    image_t image;
-    Outcome outcome;
-    camera.device->execAsync(std::make_shared<Capture::FillMonoImage>(image), outcome.callbacks()).get();
-    EXPECT_EQ(pixelsOf(image), greyPixels(12));
-    EXPECT_EQ(outcome.done, 1);
-}
-
-TEST(KorvaCamera, RefusesACommandThatIsNotWhatItsNameSays) {
-    HeldCamera camera;
-    for (const char* const name :
-         {typeid(Capture::FillMonoImage).name(), typeid(Capture::FillNativeImage).name(),
-          typeid(SetNetworkHealthCallback).name()}) {
-        const std::shared_ptr<Cmd> command = std::make_shared<Impostor>(name);
-        Outcome outcome;
+TEST_F(ADevice, RefusesACommandThatIsNotWhatItsNameSays) {
+    int failures = 0;
+    for (const std::type_info* const type :
+         {&typeid(Capture::FillMonoImage), &typeid(Capture::FillNativeImage),
+          &typeid(SetNetworkHealthCallback)}) {
+        const std::shared_ptr<Cmd> command = std::make_shared<Impostor>(type->name());
         try {
-            camera.device->execInternal(command, outcome.callbacks());
-            ADD_FAILURE() << name << " was taken";
+            device.execInternal(command, outcome.callbacks());
+            ADD_FAILURE() << type->name() << " was taken";
         } catch (const Exceptions::IncorrectCommandTypeException& failure) {
             EXPECT_EQ(failure.getCommand(), command);
         }
         EXPECT_EQ(command.use_count(), 1);
-        EXPECT_EQ(outcome.failed, 1);
-        EXPECT_EQ(outcome.done, 0);
+        EXPECT_EQ(outcome.failed, ++failures);
     }
-    EXPECT_THAT(camera.transport->calls(), IsEmpty());
+    EXPECT_EQ(outcome.done, 0);
+    EXPECT_THAT(camera.requests(), IsEmpty());
 }
 
-TEST(KorvaCamera, KeepsOnlyTheLaterNetworkHealthCallback) {
-    HeldCamera camera;
-    Codes first;
-    Codes second;
-    Codes third;
-    camera.device->execInternal(std::make_shared<SetNetworkHealthCallback>(into(first)), {});
-    camera.device->execInternal(std::make_shared<SetNetworkHealthCallback>(into(second)), {});
-    EXPECT_FALSE(camera.device->isAlive());
-    camera.device->setNetworkHealthCallback(into(third));
-    EXPECT_FALSE(camera.device->isAlive());
-    camera.device->execInternal(std::make_shared<SetNetworkHealthCallback>(nullptr), {});
-    EXPECT_FALSE(camera.device->isAlive());
-    EXPECT_THAT(first, IsEmpty());
-    EXPECT_THAT(second, ElementsAre(2056));
-    EXPECT_THAT(third, ElementsAre(2056));
+TEST_F(ADevice, KeepsOnlyTheLaterNetworkHealthCallback) {
+    Codes later;
+    Codes last;
+    device.execInternal(std::make_shared<SetNetworkHealthCallback>(into(later)), {});
+    EXPECT_FALSE(device.isAlive());
+    device.setNetworkHealthCallback(into(last));
+    EXPECT_FALSE(device.isAlive());
+    device.execInternal(std::make_shared<SetNetworkHealthCallback>(nullptr), {});
+    EXPECT_FALSE(device.isAlive());
+    EXPECT_THAT(codes, IsEmpty());
+    EXPECT_THAT(later, ElementsAre(2056));
+    EXPECT_THAT(last, ElementsAre(2056));
 }
 
-namespace {
-
-/// A callable that fails as the older layer does when it is copied, once it is armed.
-struct FailingCallable {
-    FailingCallable(bool& isArmed) : armed(isArmed) {}
-    FailingCallable(const FailingCallable& other) : armed(other.armed) {
-        if (armed)
-            throw TolvaneException(L"no copy", L"Host.cpp", 5);
-    }
-    FailingCallable(FailingCallable&&) = default;
-    void operator()(NetworkHealth) const {}
-    bool& armed;
-};
-
-} // namespace
-
-TEST(KorvaCamera, WrapsAnExceptionOfTheOlderLayerThatACommandMeets) {
-    HeldCamera camera;
-    bool armed = false;
-    const std::shared_ptr<Cmd> command = std::make_shared<SetNetworkHealthCallback>(FailingCallable(armed));
-    armed = true;
-    Outcome outcome;
-    try {
-        camera.device->execInternal(command, outcome.callbacks());
-        FAIL() << "the callable was copied";
-    } catch (const Exceptions::WrappedD1Exception& failure) {
-        EXPECT_STREQ(failure.what(), "A Device1 layer exception caught: [no copy]");
-    }
-    EXPECT_EQ(outcome.failed, 1);
-    EXPECT_EQ(command.use_count(), 1);
-}
-
-TEST(KorvaCamera, IsAliveWhereTheCameraAnswers) {
-    HeldCamera camera;
-    Codes codes;
-    camera.device->setNetworkHealthCallback(into(codes));
-    camera.transport->afterNextWrite().deliver(doneMessage());
-    EXPECT_TRUE(camera.device->isAlive());
-    EXPECT_NO_THROW(EXPECT_FALSE(camera.device->isAlive()));
-    camera.transport->throwOnConnect(std::make_exception_ptr(DeviceException(L"gone")));
-    EXPECT_NO_THROW(EXPECT_FALSE(camera.device->isAlive()));
-    EXPECT_THAT(codes, ElementsAre(2056, 2056));
-}
-
-TEST(KorvaCamera, WorksWithoutACommunicator) {
-    KorvaCamera camera(nullptr, describedAs(4, 3));
-    Codes codes;
-    camera.setNetworkHealthCallback(into(codes));
-    EXPECT_EQ(pixelsOf(filledBy<Capture::FillMonoImage>(camera)), Bytes(12, 0));
-    EXPECT_FALSE(camera.isAlive());
+TEST_F(ADevice, WorksWithoutACommunicator) {
+    device.setCommunicator(nullptr);
+    EXPECT_EQ(pixelsOf(filled()), Bytes(12, 0));
+    EXPECT_FALSE(device.isAlive());
     EXPECT_THAT(codes, ElementsAre(1032, 2056));
 }
 
-TEST(KorvaCamera, OutlivesTheRemovalOfItsInterfaces) {
-    HeldCamera camera;
-    Codes codes;
-    camera.device->setNetworkHealthCallback(into(codes));
-    camera.device->removeAllInterfaces();
-    EXPECT_FALSE(camera.device->isAlive());
-    camera.device->setNetworkHealthCallback(into(codes));
-    EXPECT_EQ(pixelsOf(filledBy<Capture::FillMonoImage>(*camera.device)), Bytes(12, 0));
+TEST_F(ADevice, OutlivesTheRemovalOfItsInterfaces) {
+    device.removeAllInterfaces();
+    EXPECT_FALSE(device.isAlive());
+    device.setNetworkHealthCallback(into(codes));
+    EXPECT_EQ(pixelsOf(filled()), Bytes(12, 0));
     EXPECT_THAT(codes, IsEmpty());
-    EXPECT_THAT(camera.transport->calls(), IsEmpty());
+    EXPECT_THAT(camera.requests(), IsEmpty());
 }
 
-TEST(KorvaCamera, LetsAHealthCallbackRemoveTheInterfaces) {
+TEST_F(ADevice, LetsAHealthCallbackRemoveTheInterfaces) {
     for (const bool throughInterface : {false, true}) {
-        HeldCamera camera;
-        answerCapture(*camera.transport, greyFile(4, 3));
-        KorvaCamera& device = *camera.device;
-        device.setNetworkHealthCallback([&device](NetworkHealth) { device.removeAllInterfaces(); });
-        if (throughInterface)
-            dynamic_cast<ImagingInterface&>(*device.getInterfaces().front()).getImage();
-        else
-            EXPECT_EQ(pixelsOf(filledBy<Capture::FillMonoImage>(device)), greyPixels(12));
-        EXPECT_THAT(device.getInterfaces(), IsEmpty());
-    }
-}
-
-TEST(KorvaCamera, TakesEverythingAlongWhenItGoes) {
-    const auto token = std::make_shared<int>(0);
-    for (int i = 0; i < 1000; ++i) {
-        HeldCamera camera;
-        camera.device->setNetworkHealthCallback([token](NetworkHealth) {});
-        camera.transport->onWrite([token](std::size_t) {});
-        answerCapture(*camera.transport, greyFile(4, 3));
+        StagedDevice own;
+        answerCapture(camera, greyFile(4, 3));
+        KorvaCamera& its = *own.device;
+        its.setNetworkHealthCallback([&its](NetworkHealth) { its.removeAllInterfaces(); });
         image_t image;
-        camera.device->execInternal(std::make_shared<Capture::FillMonoImage>(image), {});
-        ASSERT_NE(image.pixels, nullptr);
-        ASSERT_GE(token.use_count(), 3) << "the internals hold one, the transport the other";
-        const std::unique_ptr<Device> asTheHostHoldsIt = std::move(camera.device);
+        if (throughInterface) {
+            dynamic_cast<ImagingInterface&>(*its.getInterfaces().front()).getImage();
+        } else {
+            its.execInternal(std::make_shared<Capture::FillMonoImage>(image), {});
+            EXPECT_EQ(pixelsOf(image), greyPixels(12));
+        }
+        EXPECT_THAT(its.getInterfaces(), IsEmpty());
     }
-    EXPECT_EQ(token.use_count(), 1);
-    EXPECT_EQ(ReferenceHost::liveImageCount(), 0u);
 }
 
-TEST(KorvaCamera, GoesWhileSomebodyObservesIt) {
-    HeldCamera camera;
+TEST_F(ADevice, TakesEverythingAlongWhenItGoes) {
+    const auto token = std::make_shared<int>(0);
+    device.setNetworkHealthCallback([token](NetworkHealth) {});
+    answerCapture(camera, greyFile(4, 3));
+    filled();
+    EXPECT_EQ(token.use_count(), 2);
+    EXPECT_EQ(world.communicators.size(), 1u);
     int notices = 0;
-    camera.device->getInterfaces().front()->registerObserver2([&notices](const std::wstring&) { ++notices; });
-    EXPECT_TRUE(camera.device->observing());
-    EXPECT_NO_THROW(camera.device.reset());
-    EXPECT_EQ(notices, 0);
+    device.getInterfaces().front()->registerObserver2([&notices](const std::wstring&) { ++notices; });
+    EXPECT_TRUE(device.observing());
+    EXPECT_NO_THROW(staged.device.reset());
+    EXPECT_EQ(token.use_count(), 1);
+    EXPECT_THAT(world.communicators, IsEmpty());
+    EXPECT_EQ(notices, 0) << "whoever observes it hears nothing of its end";
 }
 
-TEST(KorvaCamera, MayBeDestroyedThroughEveryPart) {
-    delete static_cast<INativeCamera*>(HeldCamera().device.release());
-    delete static_cast<Device*>(HeldCamera().device.release());
-    delete static_cast<BaseDevice*>(HeldCamera().device.release());
+TEST_F(ADevice, MayBeDestroyedThroughEveryPart) {
+    delete static_cast<INativeCamera*>(StagedDevice().device.release());
+    delete static_cast<Device*>(StagedDevice().device.release());
+    delete static_cast<BaseDevice*>(StagedDevice().device.release());
+    EXPECT_EQ(world.communicators.size(), 1u); // that of the fixture's own
 }
