@@ -5,14 +5,11 @@
 
 #include "Communicator/PosixEthernetCommunicator.h"
 #include "ImagingLibrary/ImagingFactory.h"
+#include "PluginLog.h"
 #include "ReferenceHost/HostControl.h"
-#include "Support/LogCapture.h"
-#include "Support/LogLocation.h"
 #include "Support/SamplePictures.h"
 #include "Support/TemporaryFolder.h"
 #include "World/Stage.h"
-
-#include <gmock/gmock.h>
 
 #include <string>
 #include <vector>
@@ -20,15 +17,14 @@
 namespace CaptureTests {
 
 using namespace std::chrono_literals;
-using TestSupport::LogText;
+using namespace PluginLogs;
 using TestSupport::pngFile;
 using TestSupport::sgiFile;
+using TestSupport::uniformSamples;
 using World::Bytes;
 using World::done;
 using World::image;
 using World::refusal;
-
-inline constexpr char loggerName[] = "Plenar.KorvaCamera.KorvaCapture";
 
 /// What capture is called with.
 struct Settings {
@@ -41,6 +37,9 @@ struct Settings {
 
 inline constexpr Settings greyPng{.png = true, .monochrome = true};
 
+/// Two pixels.
+inline const TestSupport::Samples colours{2, 1, 3, {0, 64, 16384, 63, 16383, 65535}};
+
 /// The capture logger stands at info unless a test says otherwise. Afterwards no image may be alive but those
 /// that the test got.
 struct Capture : ::testing::Test {
@@ -48,14 +47,9 @@ struct Capture : ::testing::Test {
     World::Stage world;
     World::Peer& camera = world.at("10.0.0.5", 32769);
     PosixEthernetCommunicator communicator{L"10.0.0.5", 32769, -1};
-    TestSupport::LogCapture log{loggerName, log4cxx::Level::getInfo()};
-    // Two pixels: (0, 64, 16384) and (63, 16383, 65535).
-    const TestSupport::Samples colours{2, 1, 3, {0, 64, 16384, 63, 16383, 65535}};
-    const Bytes reducedColours{0, 1, 255, 0, 255, 255};
-
+    PluginLog log{"Plenar.KorvaCamera.KorvaCapture", "KorvaHelper", log4cxx::Level::getInfo()};
     Capture() { ReferenceHost::setImagesSubDirectory(folder.path().wstring()); }
     ~Capture() override {
-        TestSupport::expectFrom(log, "KorvaHelper");
         world.calls.failNoMore(); // the test's own variables are gone
         for (Image* const each : taken_)
             ImagingFactory::getInstance()->releaseImage(each);
@@ -73,7 +67,6 @@ struct Capture : ::testing::Test {
     void answerAttempt(const Bytes& file) { World::answerCapture(camera, file); }
     void answerGoodAttempt() { answerAttempt(sgiFile(colours)); }
 
-    bool isAlive(Image* taken) const { return world.imaging.alive.contains(taken); }
     std::vector<std::string> imagingCalls() const {
         return world.calls.of({"createImage", "convertToGreyscale", "releaseImage"});
     }

@@ -8,209 +8,153 @@ namespace CaptureTests {
 namespace {
 
 using Creation = World::Imaging::Creation;
-using ::testing::ElementsAre;
-using ::testing::IsEmpty;
 using TestSupport::Samples;
-using TestSupport::uniformSamples;
 
-struct CapturePicture : Capture {
-    /// Both attempts get the same file.
-    Image* captureOf(const Bytes& file, const Settings& settings = {}) {
-        answerAttempt(file);
-        answerAttempt(file);
-        return capture(settings);
-    }
+constexpr Settings colour;
+constexpr Settings grey{.monochrome = true};
+constexpr Settings forcedGrey{.forceMode1 = true, .monochrome = true};
+constexpr Settings colourPng{.png = true};
 
-    void expectMismatch(const Bytes& file, const Settings& settings, const std::string& came,
-                        const std::string& expected) {
-        log.setLevel(log4cxx::Level::getError());
-        EXPECT_EQ(captureOf(file, settings), nullptr);
-        const LogText line{"ERROR", "Korva image does not hold the expected samples: got " + came +
-                                        ", expected " + expected + " of 16 bits per pixel"};
-        EXPECT_THAT(log.texts(), ElementsAre(line, line));
-        EXPECT_THAT(imagingCalls(), IsEmpty());
-    }
+Creation ofColours(unsigned int width, unsigned int height, Bytes pixels) {
+    return {width, height, 8, 3, 0, std::move(pixels)};
+}
+Creation ofGreys(unsigned int width, unsigned int height, Bytes pixels) {
+    return {width, height, 8, 1, 0, std::move(pixels)};
+}
+/// The camera's answer with a picture of 16 bits.
+Bytes sgi(const Samples& samples) {
+    return image(sgiFile(samples));
+}
 
-    void expectCreation(const Creation& creation) {
-        EXPECT_THAT(world.imaging.creations, ElementsAre(creation));
-    }
+Bytes wrongChecksum(Bytes message) {
+    message.back() ^= 1;
+    return message;
+}
+
+/// A grey picture in which the pixels from 50,000 on are black, but one.
+Samples nearlyBlack(std::uint16_t width) {
+    Samples samples = uniformSamples(width, 100, 1, 0);
+    samples.values[50'000] = 1;
+    return samples;
+}
+
+struct Taken {
+    const char* what;
+    Bytes answer;
+    Settings settings;
+    Creation creation; ///< what the imaging library is to make the picture of
 };
 
-TEST_F(CapturePicture, ReducesSamplesToEightBits) {
-    answerGoodAttempt();
-    EXPECT_NE(capture(), nullptr);
-    expectCreation({2, 1, 8, 3, 0, reducedColours});
+using CapturePicture = Capture;
+
+TEST_F(CapturePicture, IsReducedToEightBitsAndConverted) {
+    const Creation reduced = ofColours(2, 1, {0, 1, 255, 0, 255, 255});
+    const Taken rows[] = {
+        {"colour", sgi(colours), colour, reduced},
+        {"grey", image(pngFile({3, 1, 1, {63, 64, 16384}})), greyPng, ofGreys(3, 1, {0, 1, 255})},
+        {"rows from the top", sgi({2, 2, 1, {64, 128, 192, 256}}), grey, ofGreys(2, 2, {1, 2, 3, 4})},
+        {"grey in the forced mode 1", sgi(uniformSamples(2, 2, 1, 640)), forcedGrey,
+         ofGreys(2, 2, {10, 10, 10, 10})},
+        {"a wrong checksum", wrongChecksum(sgi(colours)), colour, reduced},
+        {"the first of two arguments",
+         World::message({{6, sgiFile(colours)}, {6, sgiFile(uniformSamples(1, 1, 3, 64))}}), colour, reduced},
+        {"exactly the black ratio", sgi(nearlyBlack(1000)), grey, ofGreys(1000, 100, Bytes(100'000, 0))},
+        {"not black, but below the first grey level", sgi(uniformSamples(4, 4, 3, 63)), colour,
+         ofColours(4, 4, Bytes(48, 0))},
+        {"one sample that is not zero", sgi({1, 1, 3, {0, 0, 1}}), colour, ofColours(1, 1, {0, 0, 0})},
+        {"colour where grey was asked for", sgi(colours), grey, ofGreys(2, 1, {0, 1})},
+        {"alpha where colour was asked for", sgi({2, 1, 4, {64, 128, 192, 256, 320, 384, 448, 512}}), colour,
+         ofColours(2, 1, {1, 2, 3, 4, 5, 6})},
+        {"what cannot be decoded", image({1, 2, 3}), colour, ofColours(0, 0, {})},
+        {"no bytes", image({}), greyPng, ofGreys(0, 0, {})},
+        {"no rows", image(TestSupport::sgiHeader(5, 0, 1, 1)), colour, ofColours(5, 0, {})},
+    };
+    for (const Taken& row : rows) {
+        SCOPED_TRACE(row.what);
+        camera.answer(done()).answer(done()).answer(row.answer);
+        world.calls.clear();
+        Image* const taken = capture(row.settings);
+        ASSERT_NE(taken, nullptr);
+        EXPECT_EQ(world.imaging.creations.back(), row.creation);
+        EXPECT_EQ(taken->getSamplesPerPixel(), 1u);
+        EXPECT_EQ(log.texts().back(),
+                  info("Pulled Korva image with resolution: " + std::to_string(row.creation.width) + ' ' +
+                       std::to_string(row.creation.height)));
+        // An image of one sample is its own grey image.
+        std::vector<std::string> calls{"createImage", "convertToGreyscale"};
+        if (row.creation.samplesPerPixel == 3)
+            calls.emplace_back("releaseImage");
+        EXPECT_EQ(imagingCalls(), calls);
+    }
+    EXPECT_EQ(log.texts().size(), std::size(rows)) << "each with one attempt";
+    EXPECT_EQ(world.imaging.alive.size(), std::size(rows));
 }
 
-TEST_F(CapturePicture, OfThreeSamplesIsConvertedAndTheColourImageReleased) {
-    answerGoodAttempt();
-    Image* const taken = capture();
-    EXPECT_THAT(imagingCalls(), ElementsAre("createImage", "convertToGreyscale", "releaseImage"));
-    EXPECT_THAT(world.imaging.alive, ElementsAre(taken));
-    EXPECT_EQ(taken->getSamplesPerPixel(), 1u);
-}
-
-TEST_F(CapturePicture, OfOneSampleIsItsOwnGreyImageAndNotReleased) {
-    answerAttempt(pngFile({3, 1, 1, {63, 64, 16384}}));
-    Image* const taken = capture(greyPng);
-    EXPECT_THAT(imagingCalls(), ElementsAre("createImage", "convertToGreyscale"));
-    EXPECT_THAT(world.imaging.alive, ElementsAre(taken));
-    expectCreation({3, 1, 8, 1, 0, {0, 1, 255}});
-}
-
-TEST_F(CapturePicture, KeepsRowsFromTheTop) {
-    answerAttempt(sgiFile({2, 2, 1, {64, 128, 192, 256}}));
-    EXPECT_NE(capture({.monochrome = true}), nullptr);
-    expectCreation({2, 2, 8, 1, 0, {1, 2, 3, 4}});
-}
-
-TEST_F(CapturePicture, ReducesOneSamplePerPixelInMonochromeEvenIfModeOneIsForced) {
-    answerAttempt(sgiFile(uniformSamples(2, 2, 1, 640)));
-    EXPECT_NE(capture({.forceMode1 = true, .monochrome = true}), nullptr);
-    expectCreation({2, 2, 8, 1, 0, {10, 10, 10, 10}});
-}
-
-TEST_F(CapturePicture, WithAWrongChecksumIsTaken) {
-    Bytes message = image(sgiFile(colours));
-    message.back() ^= 1;
-    camera.answer(done());
-    camera.answer(done());
-    camera.answer(message);
-    EXPECT_NE(capture(), nullptr);
-    expectCreation({2, 1, 8, 3, 0, reducedColours});
-}
-
-TEST_F(CapturePicture, IsTheFirstArgumentOfTheAnswer) {
-    camera.answer(done());
-    camera.answer(done());
-    camera.answer(World::message({{6, sgiFile(colours)}, {6, sgiFile(uniformSamples(1, 1, 3, 64))}}));
-    EXPECT_NE(capture(), nullptr);
-    expectCreation({2, 1, 8, 3, 0, reducedColours});
-}
-
-TEST_F(CapturePicture, OfExactlyTheBlackRatioPasses) {
-    Samples samples = uniformSamples(1000, 100, 1, 0);
-    samples.values[50'000] = 1;
-    EXPECT_NE(captureOf(sgiFile(samples), {.monochrome = true}), nullptr);
-    EXPECT_EQ(camera.requests().size(), 3u);
-}
-
-TEST_F(CapturePicture, AboveTheBlackRatioIsBlack) {
-    Samples samples = uniformSamples(1001, 100, 1, 0);
-    samples.values[50'000] = 1;
-    EXPECT_EQ(captureOf(sgiFile(samples), {.monochrome = true}), nullptr);
-    EXPECT_EQ(camera.requests().size(), 6u);
-}
-
-TEST_F(CapturePicture, IsNotBlackWhereItsSamplesAreBelowTheFirstGreyLevel) {
-    EXPECT_NE(captureOf(sgiFile(uniformSamples(4, 4, 3, 63))), nullptr);
-    expectCreation({4, 4, 8, 3, 0, Bytes(48, 0)});
-}
-
-TEST_F(CapturePicture, CountsAPixelAsBlackOnlyIfAllItsSamplesAreZero) {
-    EXPECT_NE(captureOf(sgiFile({1, 1, 3, {0, 0, 1}})), nullptr);
-}
-
-TEST_F(CapturePicture, ThatCannotBeDecodedGoesOnEmpty) {
-    answerAttempt({1, 2, 3});
-    Image* const taken = capture();
-    ASSERT_NE(taken, nullptr);
-    EXPECT_EQ(taken->getWidth(), 0u);
-    EXPECT_THAT(log.texts(), ElementsAre(LogText{"INFO", "Pulled Korva image with resolution: 0 0"}));
-    expectCreation({0, 0, 8, 3, 0, {}});
-}
-
-TEST_F(CapturePicture, OfNoBytesGoesOnEmpty) {
-    answerAttempt({});
-    EXPECT_NE(capture(greyPng), nullptr);
-    expectCreation({0, 0, 8, 1, 0, {}});
-}
-
-TEST_F(CapturePicture, WithoutRowsGoesOnEmpty) {
-    answerAttempt(TestSupport::sgiHeader(5, 0, 1, 1));
-    EXPECT_NE(capture(), nullptr);
-    EXPECT_THAT(log.texts(), ElementsAre(LogText{"INFO", "Pulled Korva image with resolution: 5 0"}));
-    expectCreation({5, 0, 8, 3, 0, {}});
-}
-
-TEST_F(CapturePicture, OfEightBitsFailsItsAttempt) {
-    expectMismatch(pngFile(uniformSamples(2, 2, 1, 99), 8), greyPng, "1 of 8 bits", "1");
-}
-
-TEST_F(CapturePicture, OfEightBitsFailsHoweverManyChannelsItHas) {
-    expectMismatch(pngFile(uniformSamples(2, 2, 4, 99), 8), greyPng, "4 of 8 bits", "1");
-}
-
-TEST_F(CapturePicture, FromAnEightBitSgiFileFailsItsAttempt) {
-    expectMismatch(TestSupport::sgiHeader(2, 2, 3, 1), {}, "3 of 8 bits", "3");
-}
-
-TEST_F(CapturePicture, InGreyFailsWhereColourWasAskedFor) {
-    expectMismatch(pngFile(uniformSamples(2, 2, 1, 99)), {.png = true}, "1 of 16 bits", "3");
-}
-
-TEST_F(CapturePicture, InGreyAndAlphaFailsWhereColourWasAskedFor) {
-    expectMismatch(pngFile(uniformSamples(2, 2, 2, 99)), {.png = true}, "2 of 16 bits", "3");
-}
-
-TEST_F(CapturePicture, InColourGoesOnWithItsFirstSamplesWhereGreyWasAskedFor) {
-    answerAttempt(sgiFile(colours));
-    EXPECT_NE(capture({.monochrome = true}), nullptr);
-    expectCreation({2, 1, 8, 1, 0, {0, 1}});
-}
-
-TEST_F(CapturePicture, WithAlphaGoesOnWithItsFirstSamplesWhereColourWasAskedFor) {
-    answerAttempt(sgiFile({2, 1, 4, {64, 128, 192, 256, 320, 384, 448, 512}}));
-    EXPECT_NE(capture(), nullptr);
-    expectCreation({2, 1, 8, 3, 0, {1, 2, 3, 4, 5, 6}});
+TEST_F(CapturePicture, ThatDoesNotHoldWhatWasAskedForFailsItsAttempt) {
+    const auto mismatch = [](const std::string& came, const std::string& expected) {
+        return error("Korva image does not hold the expected samples: got " + came + ", expected " +
+                     expected + " of 16 bits per pixel");
+    };
+    const struct {
+        const char* what;
+        Bytes file;
+        Settings settings;
+        LogText line;
+    } rows[] = {
+        {"8 bits", pngFile(uniformSamples(2, 2, 1, 99), 8), greyPng, mismatch("1 of 8 bits", "1")},
+        {"8 bits of more channels", pngFile(uniformSamples(2, 2, 4, 99), 8), greyPng,
+         mismatch("4 of 8 bits", "1")},
+        {"8 bits in SGI", TestSupport::sgiHeader(2, 2, 3, 1), colour, mismatch("3 of 8 bits", "3")},
+        {"grey for colour", pngFile(uniformSamples(2, 2, 1, 99)), colourPng, mismatch("1 of 16 bits", "3")},
+        {"grey and alpha for colour", pngFile(uniformSamples(2, 2, 2, 99)), colourPng,
+         mismatch("2 of 16 bits", "3")},
+        {"above the black ratio", sgiFile(nearlyBlack(1001)), grey,
+         error("All black image from Korva detected")},
+    };
+    log.setLevel(log4cxx::Level::getError());
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.what);
+        answerAttempt(row.file);
+        answerAttempt(row.file);
+        const std::size_t logged = log.lines().size();
+        EXPECT_EQ(capture(row.settings), nullptr);
+        ASSERT_EQ(log.lines().size(), logged + 2);
+        EXPECT_EQ(log.texts()[logged], row.line);
+        EXPECT_EQ(log.texts()[logged + 1], row.line);
+        EXPECT_EQ(camera.answersLeft(), 0u);
+    }
+    EXPECT_THAT(imagingCalls(), IsEmpty());
 }
 
 TEST_F(CapturePicture, IsDumpedAsItCameWhereTraceIsEnabled) {
     log.setLevel(log4cxx::Level::getTrace());
-    answerGoodAttempt();
-    EXPECT_NE(capture(), nullptr);
-    const auto file = folder.path() / "KorvaImage Thu Jan 01 00-00-00 1970.sgi";
-    EXPECT_EQ(std::filesystem::file_size(file), sgiFile(colours).size());
-    EXPECT_EQ(world.calls.of({"fopen", "fwrite", "fclose"}).size(), 3u);
-}
-
-TEST_F(CapturePicture, IsDumpedUnderThePngNameWhereItIsPng) {
-    log.setLevel(log4cxx::Level::getTrace());
-    answerAttempt(pngFile(uniformSamples(2, 2, 1, 99)));
-    EXPECT_NE(capture(greyPng), nullptr);
-    EXPECT_TRUE(std::filesystem::exists(folder.path() / "KorvaImage Thu Jan 01 00-00-00 1970.png"));
-}
-
-TEST_F(CapturePicture, IsDumpedBetweenFetchingAndDecoding) {
-    log.setLevel(log4cxx::Level::getTrace());
+    const Bytes png = pngFile(uniformSamples(2, 2, 1, 99));
     answerAttempt({7}); // no picture at all is dumped too
     EXPECT_NE(capture(), nullptr);
-    const std::vector<LogText> texts = log.texts();
-    EXPECT_EQ(texts.at(5).message.substr(0, 30), "Time to read image from Korva ");
-    EXPECT_EQ(texts.at(6).message.substr(0, 25), "Dumping Korva picture to ");
-    EXPECT_EQ(texts.at(7).message, "Pulled Korva image with resolution: 0 0");
+    answerAttempt(png);
+    EXPECT_NE(capture(greyPng), nullptr);
+    const std::string name = "KorvaImage Thu Jan 01 00-00-00 1970";
+    EXPECT_EQ(std::filesystem::file_size(folder.path() / (name + ".sgi")), 1u);
+    EXPECT_EQ(std::filesystem::file_size(folder.path() / (name + ".png")), png.size());
+    const Texts texts = log.texts();
+    EXPECT_THAT(Texts(texts.begin() + 5, texts.begin() + 8),
+                ElementsAre(debug("Time to read image from Korva 0ms"),
+                            trace("Dumping Korva picture to " + name),
+                            info("Pulled Korva image with resolution: 0 0")));
 }
 
-TEST_F(CapturePicture, IsNotDumpedWhereTraceIsNotEnabled) {
-    log.setLevel(log4cxx::Level::getDebug());
-    answerGoodAttempt();
-    EXPECT_NE(capture(), nullptr);
-    EXPECT_THAT(world.calls.of("fopen"), IsEmpty());
-}
-
-TEST_F(CapturePicture, IsTakenEvenIfItCannotBeDumped) {
+TEST_F(CapturePicture, IsTakenWhereItCannotBeDumpedAndNotDumpedBelowTrace) {
     log.setLevel(log4cxx::Level::getTrace());
     world.calls.fail("fopen", 0);
     answerGoodAttempt();
     EXPECT_NE(capture(), nullptr);
-}
-
-TEST_F(CapturePicture, IsTheSameWithoutLogging) {
-    log.setLevel(log4cxx::Level::getOff());
-    answerGoodAttempt();
-    EXPECT_NE(capture(), nullptr);
-    expectCreation({2, 1, 8, 3, 0, reducedColours});
-    EXPECT_THAT(log.lines(), IsEmpty());
+    for (const auto& level : {log4cxx::Level::getDebug(), log4cxx::Level::getOff()}) {
+        log.setLevel(level);
+        answerGoodAttempt();
+        EXPECT_NE(capture(), nullptr);
+    }
+    EXPECT_EQ(world.calls.of("fopen").size(), 1u);
+    EXPECT_THAT(folder.names(), IsEmpty());
 }
 
 } // namespace

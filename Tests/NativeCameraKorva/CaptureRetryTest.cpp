@@ -2,169 +2,114 @@
 
 #include "CaptureFixture.h"
 
-#include <algorithm>
-#include <functional>
-#include <ostream>
 #include <stdexcept>
 
 namespace CaptureTests {
 namespace {
 
-using ::testing::ElementsAre;
-using ::testing::ElementsAreArray;
-using ::testing::IsEmpty;
-using TestSupport::uniformSamples;
+const LogText retryLine = info("First image grab attempt failed, re-trying image grab");
+const LogText pulledLine = info("Pulled Korva image with resolution: 2 1");
 
-const LogText retryLine{"INFO", "First image grab attempt failed, re-trying image grab"};
-const LogText twoByOne{"INFO", "Pulled Korva image with resolution: 2 1"};
-const LogText blackLine{"ERROR", "All black image from Korva detected"};
-
-/// One way in which an attempt fails.
+/// One way in which an attempt fails: what is answered, and what the capture logger says, info and above.
 struct Failure {
-    const char* name;
-    std::function<void(Capture&)> script;
-    std::vector<LogText> lines; ///< of the capture logger, info and above
-    std::size_t writes;
+    std::string name;
+    std::vector<Bytes> answers; ///< the last one may be missing: no bytes
+    Texts lines;
 };
 
 void PrintTo(const Failure& failure, std::ostream* stream) {
     *stream << failure.name;
 }
 
+const Bytes none;
+const Bytes black = image(sgiFile(uniformSamples(2, 1, 3, 0)));
+const Bytes grey = image(sgiFile(uniformSamples(2, 1, 1, 9)));
+
 const Failure failures[] = {
-    {"configuration not answered",
-     [](Capture& test) { test.camera.stayUnanswered(); },
-     {{"ERROR", "parseIncomingMessage failed for image configuration"}},
-     1},
-    {"configuration refused", [](Capture& test) { test.camera.answer(refusal()); }, {}, 1},
-    {"configuration answered with an image", [](Capture& test) { test.camera.answer(image({1})); }, {}, 1},
-    {"configuration answered without argument",
-     [](Capture& test) { test.camera.answer(World::message({})); },
-     {},
-     1},
-    {"take not answered",
-     [](Capture& test) {
-         test.camera.answer(done());
-         test.camera.stayUnanswered();
-     },
-     {{"ERROR", "parseIncomingMessage failed for take image request"}},
-     2},
-    {"take refused",
-     [](Capture& test) {
-         test.camera.answer(done());
-         test.camera.answer(refusal());
-     },
-     {},
-     2},
-    {"get not answered",
-     [](Capture& test) {
-         test.camera.answer(done());
-         test.camera.answer(done());
-         test.camera.stayUnanswered();
-     },
-     {{"ERROR", "parseIncomingMessage failed for GetImage"}},
-     3},
-    {"get answered with done",
-     [](Capture& test) {
-         for (int i = 0; i < 3; ++i)
-             test.camera.answer(done());
-     },
-     {},
-     3},
-    {"get answered with an error",
-     [](Capture& test) {
-         test.camera.answer(done());
-         test.camera.answer(done());
-         test.camera.answer(refusal());
-     },
-     {},
-     3},
-    {"all black",
-     [](Capture& test) { test.answerAttempt(sgiFile(uniformSamples(2, 1, 3, 0))); },
-     {twoByOne, blackLine},
-     3},
-    {"too few channels",
-     [](Capture& test) { test.answerAttempt(sgiFile(uniformSamples(2, 1, 1, 9))); },
-     {twoByOne,
-      {"ERROR", "Korva image does not hold the expected samples: got 1 of 16 bits, expected 3 of 16 bits per "
-                "pixel"}},
-     3},
+    {"ConfigurationNotAnswered", {none}, {error("parseIncomingMessage failed for image configuration")}},
+    {"ConfigurationRefused", {refusal()}, {}},
+    {"ConfigurationAnsweredWithAnImage", {image({1})}, {}},
+    {"ConfigurationAnsweredWithoutArgument", {World::message({})}, {}},
+    {"TakeNotAnswered", {done(), none}, {error("parseIncomingMessage failed for take image request")}},
+    {"TakeRefused", {done(), refusal()}, {}},
+    {"GetNotAnswered", {done(), done(), none}, {error("parseIncomingMessage failed for GetImage")}},
+    {"GetAnsweredWithDone", {done(), done(), done()}, {}},
+    {"GetAnsweredWithAnError", {done(), done(), refusal()}, {}},
+    {"AllBlack", {done(), done(), black}, {pulledLine, error("All black image from Korva detected")}},
+    {"TooFewChannels",
+     {done(), done(), grey},
+     {pulledLine, error("Korva image does not hold the expected samples: got 1 of 16 bits, expected 3 of 16 "
+                        "bits per pixel")}},
 };
 
-std::vector<LogText> joined(std::initializer_list<std::vector<LogText>> parts) {
-    std::vector<LogText> all;
+Texts joined(std::initializer_list<Texts> parts) {
+    Texts all;
     for (const auto& part : parts)
         all.insert(all.end(), part.begin(), part.end());
     return all;
 }
 
-struct AFailedAttempt : Capture, ::testing::WithParamInterface<Failure> {};
+struct AFailedAttempt : Capture, ::testing::WithParamInterface<Failure> {
+    const Texts& lines = GetParam().lines;
+
+    void failOnce() {
+        for (const Bytes& answer : GetParam().answers)
+            camera.act(answer.empty() ? World::Actions{} : World::Actions{World::sending(answer)});
+    }
+};
 
 TEST_P(AFailedAttempt, IsFollowedByASecondOneThatMaySucceed) {
-    GetParam().script(*this);
+    failOnce();
     answerGoodAttempt();
-    EXPECT_TRUE(isAlive(capture()));
-    EXPECT_EQ(camera.requests().size(), GetParam().writes + 3);
-    EXPECT_THAT(log.texts(), ElementsAreArray(joined({GetParam().lines, {retryLine, twoByOne}})));
+    EXPECT_TRUE(world.imaging.alive.contains(capture()));
+    EXPECT_EQ(camera.requests().size(), GetParam().answers.size() + 3);
+    EXPECT_EQ(log.texts(), joined({lines, {retryLine, pulledLine}}));
 }
 
 TEST_P(AFailedAttempt, IsTheEndIfItIsTheSecond) {
-    GetParam().script(*this);
-    GetParam().script(*this);
-    answerGoodAttempt(); // a third attempt would succeed
-    EXPECT_EQ(capture(), nullptr);
-    EXPECT_EQ(camera.requests().size(), GetParam().writes * 2);
-    EXPECT_THAT(log.texts(), ElementsAreArray(joined({GetParam().lines, {retryLine}, GetParam().lines})));
-    EXPECT_THAT(imagingCalls(), IsEmpty());
-}
-
-TEST_P(AFailedAttempt, FailsWithoutLoggingToo) {
-    log.setLevel(log4cxx::Level::getOff());
-    GetParam().script(*this);
-    GetParam().script(*this);
-    EXPECT_EQ(capture(), nullptr);
-    EXPECT_EQ(camera.requests().size(), GetParam().writes * 2);
+    for (const bool isLogged : {true, false}) {
+        if (!isLogged)
+            log.turnOff();
+        failOnce();
+        failOnce();
+        answerGoodAttempt(); // a third attempt would succeed
+        EXPECT_EQ(capture(), nullptr);
+        EXPECT_EQ(camera.answersLeft(), 3u);
+        camera.forget();
+        EXPECT_EQ(log.texts(), joined({lines, {retryLine}, lines}));
+        EXPECT_THAT(imagingCalls(), IsEmpty());
+    }
 }
 
 INSTANTIATE_TEST_SUITE_P(CaptureRetry, AFailedAttempt, ::testing::ValuesIn(failures),
-                         [](const auto& failure) {
-                             std::string name = failure.param.name;
-                             std::replace(name.begin(), name.end(), ' ', '_');
-                             return name;
-                         });
+                         [](const auto& failure) { return failure.param.name; });
 
 /// What the host throws goes out, as the transport's does; the connection is given back.
 struct CaptureExceptions : Capture {
     const std::runtime_error broken{"broken"};
 
     /// The capture of a camera that does all it is asked is sent so many requests and then throws.
-    void expectThrown(std::size_t requests, const Settings& settings = {}) {
+    void expectThrown(int requests, const Settings& settings = {}) {
         camera.forget();
         answerAttempt(settings.png ? pngFile(uniformSamples(2, 2, 1, 640)) : sgiFile(colours));
         world.calls.clear();
         EXPECT_THROW(capture(settings), std::runtime_error);
-        EXPECT_EQ(world.calls.of("send").size(), requests);
+        EXPECT_EQ(world.calls.of("send").size(), static_cast<std::size_t>(requests));
         EXPECT_EQ(world.calls.of("close").size(), 1u);
         EXPECT_THAT(world.imaging.alive, IsEmpty());
         world.calls.failNoMore();
     }
 };
 
-TEST_F(CaptureExceptions, PassFromEveryWriteAndTheConnectionIsReleased) {
-    for (const int request : {1, 2, 3}) {
-        world.calls.throwFrom("send", broken, request);
-        expectThrown(static_cast<std::size_t>(request));
-    }
-}
-
-TEST_F(CaptureExceptions, PassFromTheReadsOfEveryAnswerAndTheConnectionIsReleased) {
-    for (const int answer : {1, 2, 3}) {
-        for (const char* const part : {"6", "5", "2"}) { // header, argument, checksum
-            world.calls.throwFrom("receive 10.0.0.5:32769 " + std::string(part), broken, answer);
-            expectThrown(static_cast<std::size_t>(answer));
+TEST_F(CaptureExceptions, PassFromEveryWriteAndReadAndTheConnectionIsReleased) {
+    for (const int request : {1, 2, 3}) { // a read of header, argument and checksum each
+        for (const std::string call :
+             {"send", "receive 10.0.0.5:32769 6", "receive 10.0.0.5:32769 5", "receive 10.0.0.5:32769 2"}) {
+            world.calls.throwFrom(call, broken, request);
+            expectThrown(request);
         }
     }
-    EXPECT_THAT(imagingCalls(), IsEmpty());
+    EXPECT_THAT(world.imaging.creations, IsEmpty());
 }
 
 TEST_F(CaptureExceptions, PassFromTheImagingLibraryAndLeaveNoImage) {

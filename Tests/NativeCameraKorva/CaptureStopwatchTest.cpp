@@ -8,7 +8,6 @@
 
 namespace {
 
-using Korva::CaptureStopwatch;
 using World::System;
 
 struct Stopwatch : ::testing::Test {
@@ -19,93 +18,65 @@ struct Stopwatch : ::testing::Test {
     }
 
     static void pass(std::int64_t counts) { System::current().counter += counts; }
-
-    CaptureStopwatch watch;
-};
-
-TEST_F(Stopwatch, BeginsStoppedAtZero) {
-    EXPECT_FALSE(watch.running());
-    EXPECT_EQ(watch.totalCounts(), 0);
-    EXPECT_EQ(watch.lastCounts(), 0);
-    EXPECT_EQ(watch.intervals(), 0u);
-    EXPECT_EQ(watch.elapsedMs(), 0.0);
-}
-
-TEST_F(Stopwatch, MeasuresFromStartToStop) {
-    watch.start();
-    EXPECT_TRUE(watch.running());
-    pass(42);
-    watch.stop();
-    EXPECT_FALSE(watch.running());
-    EXPECT_EQ(watch.lastCounts(), 42);
-    EXPECT_EQ(watch.elapsedMs(), 42.0);
-}
-
-TEST_F(Stopwatch, AddsIntervalsUp) {
-    for (const int counts : {10, 30}) {
+    void measure(std::int64_t counts) {
         watch.start();
         pass(counts);
         watch.stop();
-        pass(1000);
     }
-    EXPECT_EQ(watch.lastCounts(), 30);
-    EXPECT_EQ(watch.totalCounts(), 40);
-    EXPECT_EQ(watch.intervals(), 2u);
+    void expectCounts(std::int64_t last, std::int64_t total, unsigned int intervals) const {
+        EXPECT_EQ(watch.lastCounts(), last);
+        EXPECT_EQ(watch.totalCounts(), total);
+        EXPECT_EQ(watch.intervals(), intervals);
+    }
+
+    Korva::CaptureStopwatch watch;
+};
+
+TEST_F(Stopwatch, AddsItsIntervalsUpAndTellsTheLast) {
+    EXPECT_FALSE(watch.running());
+    expectCounts(0, 0, 0);
+    EXPECT_EQ(watch.elapsedMs(), 0.0);
+    measure(42);
+    pass(1000);
+    expectCounts(42, 42, 1);
+    measure(30);
+    expectCounts(30, 72, 2);
+    EXPECT_FALSE(watch.running());
+    watch.start();
+    pass(5);
+    EXPECT_TRUE(watch.running());
+    EXPECT_EQ(watch.elapsedMs(), 30.0) << "the last one, while it runs";
 }
 
 TEST_F(Stopwatch, StoppingAStoppedWatchChangesNothing) {
-    watch.start();
-    pass(10);
-    watch.stop();
+    measure(10);
     pass(10);
     watch.stop();
     EXPECT_FALSE(watch.running());
-    EXPECT_EQ(watch.lastCounts(), 10);
-    EXPECT_EQ(watch.totalCounts(), 10);
-    EXPECT_EQ(watch.intervals(), 1u);
+    expectCounts(10, 10, 1);
 }
 
 TEST_F(Stopwatch, StartingARunningWatchStartsAnew) {
     watch.start();
     pass(10);
-    watch.start();
-    pass(3);
-    watch.stop();
-    EXPECT_EQ(watch.lastCounts(), 3);
-    EXPECT_EQ(watch.intervals(), 1u);
+    measure(3);
+    expectCounts(3, 3, 1);
 }
 
-TEST_F(Stopwatch, AnswersWithTheLastIntervalWhileRunning) {
-    watch.start();
-    pass(10);
-    watch.stop();
-    watch.start();
-    pass(5);
-    EXPECT_EQ(watch.elapsedMs(), 10.0);
-}
-
-TEST_F(Stopwatch, DividesByTheCountersFrequency) {
+TEST_F(Stopwatch, DividesByTheCountersFrequencyAndKeepsTheFractionOfLongIntervals) {
     System::current().frequency = 3;
-    watch.start();
-    pass(7);
-    watch.stop();
+    measure(7);
     EXPECT_EQ(watch.elapsedMs(), (2.0 + 1.0 / 3.0) * 1000.0);
-}
-
-TEST_F(Stopwatch, KeepsTheFractionOfLongIntervals) {
     // As a single quotient of doubles the last count would be lost.
-    System::current().frequency = std::int64_t{1} << 53;
-    watch.start();
-    pass((std::int64_t{1} << 53) * 2 + 1);
-    watch.stop();
+    constexpr std::int64_t beyondDoubles = std::int64_t{1} << 53;
+    System::current().frequency = beyondDoubles;
+    measure(beyondDoubles * 2 + 1);
     EXPECT_EQ(watch.elapsedMs(), 2000.0);
-    EXPECT_EQ(watch.lastCounts(), (std::int64_t{1} << 53) * 2 + 1);
+    EXPECT_EQ(watch.lastCounts(), beyondDoubles * 2 + 1);
 }
 
 TEST_F(Stopwatch, TellsNoTimeWhereTheFrequencyCannotBeHad) {
-    watch.start();
-    pass(5);
-    watch.stop();
+    measure(5);
     World::Calls::current().fail("QueryPerformanceFrequency", 0);
     EXPECT_EQ(watch.elapsedMs(), 0.0);
     System::current().frequency = 0;

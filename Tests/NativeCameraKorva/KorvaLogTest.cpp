@@ -1,95 +1,92 @@
 #include "NativeCameraKorva/KorvaLog.h"
 
+#include "PluginLog.h"
 #include "Support/DigitsApart.h"
-#include "Support/LogCapture.h"
-
-#include <gmock/gmock.h>
 
 #include <ios>
 #include <sstream>
 
 namespace {
 
-using ::testing::ElementsAre;
-using ::testing::IsEmpty;
-using TestSupport::LogCapture;
-using TestSupport::LogText;
+using namespace PluginLogs;
 
 constexpr char loggerName[] = "Plenar.KorvaLogTest";
 
 struct Log : ::testing::Test {
     log4cxx::LoggerPtr logger = log4cxx::Logger::getLogger(loggerName);
-    LogCapture log{loggerName};
+    PluginLog log{loggerName, "KorvaThing"};
 };
 
 TEST_F(Log, HasFiveLevels) {
-    KORVA_LOG(logger, Trace, "File", 1);
-    KORVA_LOG(logger, Debug, "File", 2);
-    KORVA_LOG(logger, Info, "File", 3);
-    KORVA_LOG(logger, Warn, "File", 4);
-    KORVA_LOG(logger, Error, "File", 5);
-    EXPECT_THAT(log.texts(), ElementsAre(LogText{"TRACE", "1"}, LogText{"DEBUG", "2"}, LogText{"INFO", "3"},
-                                         LogText{"WARN", "4"}, LogText{"ERROR", "5"}));
+    KORVA_LOG(logger, Trace, "KorvaThing", 1);
+    KORVA_LOG(logger, Debug, "KorvaThing", 2);
+    KORVA_LOG(logger, Info, "KorvaThing", 3);
+    KORVA_LOG(logger, Warn, "KorvaThing", 4);
+    KORVA_LOG(logger, Error, "KorvaThing", 5);
+    EXPECT_THAT(log.texts(), ElementsAre(trace("1"), debug("2"), info("3"), warn("4"), error("5")));
 }
 
 TEST_F(Log, BuildsNoMessageWhereTheLevelIsNotEnabled) {
-    log.setLevel(log4cxx::Level::getInfo());
+    log.setLevel(log4cxx::Level::getWarn());
     int built = 0;
-    KORVA_LOG(logger, Debug, "File", ++built);
+    KORVA_LOG(logger, Info, "KorvaThing", ++built);
+    KORVA_LOG_WIDE(logger, Info, "KorvaThing", ++built);
     EXPECT_EQ(built, 0);
     EXPECT_THAT(log.lines(), IsEmpty());
-    KORVA_LOG(logger, Info, "File", ++built);
+    KORVA_LOG(logger, Warn, "KorvaThing", ++built);
     EXPECT_EQ(built, 1);
 }
 
 TEST_F(Log, StartsEachMessageWithAFreshStream) {
-    KORVA_LOG(logger, Info, "File", std::hex << 255);
-    KORVA_LOG(logger, Info, "File", 255);
-    EXPECT_THAT(log.texts(), ElementsAre(LogText{"INFO", "ff"}, LogText{"INFO", "255"}));
+    KORVA_LOG(logger, Info, "KorvaThing", std::hex << 255);
+    KORVA_LOG(logger, Info, "KorvaThing", 255);
+    EXPECT_THAT(log.texts(), ElementsAre(info("ff"), info("255")));
 }
 
 TEST_F(Log, WritesNumbersAlikeWhateverTheGlobalLocale) {
     std::string following;
     {
         const TestSupport::DigitsApart locale;
-        KORVA_LOG(logger, Info, "File",
+        KORVA_LOG(logger, Info, "KorvaThing",
                   "(" << 1600 << "," << -1200 << ") " << std::hex << 0x6400 << " " << 10.25);
+        KORVA_LOG_WIDE(logger, Info, "KorvaThing", 1600 << L" " << 10.25);
         following = (std::ostringstream() << 1600).str();
     }
     EXPECT_EQ(following, "1'6'0'0");
-    EXPECT_THAT(log.texts(), ElementsAre(LogText{"INFO", "(1600,-1200) 6400 10.25"}));
+    EXPECT_THAT(log.texts(), ElementsAre(info("(1600,-1200) 6400 10.25"), info("1600 10.25")));
+}
+
+TEST_F(Log, WritesWideTextAsUtf8) {
+    KORVA_LOG_WIDE(logger, Info, "KorvaThing", L"  at: " << std::wstring(L"Caf\u00E9") << 7);
+    EXPECT_THAT(log.texts(), ElementsAre(info("  at: Caf\xC3\xA9"
+                                              "7")));
 }
 
 struct Speaker {
     static void say(const log4cxx::LoggerPtr& logger) { KORVA_LOG(logger, Info, "KorvaThing", "text"); }
 };
 
-TEST_F(Log, NamesTheFunctionByItsFullSignature) {
-    Speaker::say(logger);
-    EXPECT_EQ(log.lines().at(0).scope, "{anonymous}::Speaker"); // which the bare name does not hold
-    EXPECT_EQ(log.lines().at(0).method, "say");
-}
-
-TEST_F(Log, NamesFileFunctionAndLine) {
+TEST_F(Log, NamesFunctionAndLine) {
     const int before = __LINE__;
     KORVA_LOG(logger, Info, "KorvaThing", "text");
-    const TestSupport::LogLine& line = log.lines().at(0);
-    EXPECT_EQ(line.file, "BackEnd/NativeCameraKorva/KorvaThing");
-    EXPECT_EQ(line.method, "TestBody");
-    EXPECT_EQ(line.line, before + 1);
-}
-
-TEST_F(Log, TakesALineThatIsAStableId) {
-    KORVA_LOG_AT_LINE(logger, Info, "KorvaThing", 4711, "text");
-    EXPECT_EQ(log.lines().at(0).line, 4711);
+    KORVA_LOG_WIDE(logger, Error, "KorvaThing", L"text");
+    KORVA_LOG_AT_LINE(logger, Info, "KorvaThing", 4711, "text"); // a stable id
+    EXPECT_EQ(log.lines().at(0).line, before + 1);
+    EXPECT_EQ(log.lines().at(1).line, before + 2);
+    EXPECT_EQ(log.lines().at(2).line, 4711);
+    for (const LogLine& line : log.lines())
+        EXPECT_EQ(line.method, "TestBody");
+    Speaker::say(logger);
+    EXPECT_EQ(log.lines().back().scope, "{anonymous}::Speaker"); // which the bare name does not hold
+    EXPECT_EQ(log.lines().back().method, "say");
 }
 
 TEST_F(Log, KeepsEveryByte) {
     std::string bytes;
     for (int byte = 0; byte < 256; ++byte)
         bytes.push_back(static_cast<char>(byte));
-    KORVA_LOG(logger, Info, "File", bytes);
-    EXPECT_THAT(log.texts(), ElementsAre(LogText{"INFO", bytes}));
+    KORVA_LOG(logger, Info, "KorvaThing", bytes);
+    EXPECT_THAT(log.texts(), ElementsAre(info(bytes)));
 }
 
 } // namespace
