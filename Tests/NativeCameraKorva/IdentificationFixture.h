@@ -7,12 +7,9 @@
 #include "Communicator/Connector.h"
 #include "Communicator/DeviceException.h"
 #include "Communicator/PosixEthernetCommunicator.h"
-#include "Support/LogCapture.h"
-#include "Support/LogLocation.h"
+#include "PluginLog.h"
 #include "Support/SamplePictures.h"
 #include "World/Stage.h"
-
-#include <gmock/gmock.h>
 
 #include <cstddef>
 #include <cstdint>
@@ -21,7 +18,7 @@
 
 namespace IdentificationTests {
 
-using TestSupport::LogText;
+using namespace PluginLogs;
 using World::answerCapture;
 using World::Bytes;
 
@@ -47,17 +44,14 @@ inline Bytes samplePng(std::uint16_t width, std::uint16_t height) {
 /// A camera at 10.0.0.5, or at whatever address is asked. The logger stands at info.
 struct Identification : ::testing::Test {
     World::Stage world;
-    TestSupport::LogCapture log{loggerName, log4cxx::Level::getInfo()};
+    PluginLog log{loggerName, "KorvaHelper", log4cxx::Level::getInfo()};
     PosixEthernetCommunicator camera{L"10.0.0.5", 32768, -1};
 
     Identification() {
         text();
         binary();
     }
-    ~Identification() override {
-        TestSupport::expectFrom(log, "KorvaHelper");
-        EXPECT_FALSE(camera.isConnected());
-    }
+    ~Identification() override { EXPECT_FALSE(camera.isConnected()); }
 
     World::Peer& text() { return world.at("", 32768); }
     World::Peer& binary() { return world.at("", 32769); }

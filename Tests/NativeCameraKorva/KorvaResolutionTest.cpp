@@ -7,35 +7,31 @@
 namespace IdentificationTests {
 namespace {
 
-using ::testing::ElementsAre;
-using ::testing::IsEmpty;
-using ::testing::SizeIs;
 using Size = Point<int, 2>;
 
-TEST(EndsWith, FindsASuffix) {
-    EXPECT_TRUE(Korva::endsWithOrIsOneShorter("M61", "M61"));
-    EXPECT_TRUE(Korva::endsWithOrIsOneShorter("XM61", "M61"));
-    EXPECT_TRUE(Korva::endsWithOrIsOneShorter("M61M61", "M61"));
-    EXPECT_FALSE(Korva::endsWithOrIsOneShorter("M615", "M61"));
-    EXPECT_FALSE(Korva::endsWithOrIsOneShorter("M61 ", "M61"));
-    EXPECT_FALSE(Korva::endsWithOrIsOneShorter("m61", "M61"));
+TEST(EndsWith, FindsASuffixAndAnyThatIsOneCharacterLonger) {
+    const struct {
+        const char* text;
+        const char* suffix;
+        bool isFound;
+    } rows[] = {
+        {"M61", "M61", true},   {"XM61", "M61", true}, {"M61M61", "M61", true}, {"M615", "M61", false},
+        {"M61 ", "M61", false}, {"m61", "M61", false}, {"", "", true},          {"M61", "", true},
+        {"M6", "M61", true},    {"ab", "M61", true},   {"", "x", true},         {"", "M61", false},
+        {"M", "M61", false},    {"61", "M615", false},
+    };
+    for (const auto& row : rows)
+        EXPECT_EQ(Korva::endsWithOrIsOneShorter(row.text, row.suffix), row.isFound)
+            << row.text << ' ' << row.suffix;
 }
 
-TEST(EndsWith, FindsTheEmptySuffixEverywhere) {
-    EXPECT_TRUE(Korva::endsWithOrIsOneShorter("", ""));
-    EXPECT_TRUE(Korva::endsWithOrIsOneShorter("M61", ""));
-}
+const Texts unknownLines{info("HWid lookup failed, don't recognize unknown"),
+                         info("Determine resolution from image grab")};
+const LogText unknownError = error("Unknown error during initial sample image capture");
 
-TEST(EndsWith, FindsEverySuffixThatIsOneCharacterLonger) {
-    EXPECT_TRUE(Korva::endsWithOrIsOneShorter("M6", "M61"));
-    EXPECT_TRUE(Korva::endsWithOrIsOneShorter("ab", "M61"));
-    EXPECT_TRUE(Korva::endsWithOrIsOneShorter("", "x"));
-}
-
-TEST(EndsWith, FindsNoSuffixThatIsLongerStill) {
-    EXPECT_FALSE(Korva::endsWithOrIsOneShorter("", "M61"));
-    EXPECT_FALSE(Korva::endsWithOrIsOneShorter("M", "M61"));
-    EXPECT_FALSE(Korva::endsWithOrIsOneShorter("61", "M615"));
+Texts sampled(const std::string& hardwareId, const std::string& size) {
+    return {info("HWid lookup failed, don't recognize " + hardwareId), unknownLines[1],
+            info("Sample image has resolution: " + size + ". Setting camera info.")};
 }
 
 /// The second communicator's part: a camera at the binary port.
@@ -43,9 +39,7 @@ struct Resolution : ::testing::Test {
     World::Stage world;
     World::Peer& camera = world.at("10.0.0.5", 32769);
     PosixEthernetCommunicator communicator{L"10.0.0.5", 32769, -1};
-    TestSupport::LogCapture log{loggerName, log4cxx::Level::getInfo()};
-
-    ~Resolution() override { TestSupport::expectFrom(log, "KorvaHelper"); }
+    PluginLog log{loggerName, "KorvaHelper", log4cxx::Level::getInfo()};
 
     Size resolutionOf(const std::string& hardwareId) {
         return Korva::getKorvaResolution(hardwareId, &communicator);
@@ -55,80 +49,61 @@ struct Resolution : ::testing::Test {
     }
 
     /// The lines, without those of the grab itself.
-    std::vector<LogText> ownLines() const {
-        auto lines = log.texts();
+    Texts ownLines() const {
+        Texts lines = log.texts();
         std::erase_if(lines, [](const LogText& line) {
             return line.message.starts_with("parseIncomingMessage") ||
-                   line.message.starts_with("First image grab") || line.message.starts_with("Pulled Korva") ||
-                   line.message.starts_with("All black");
+                   line.message.starts_with("First image grab") || line.message.starts_with("Pulled Korva");
         });
         return lines;
     }
 };
 
-struct KnownId {
-    std::string hardwareId;
-    std::string row;
-    Size resolution;
-};
-
-void PrintTo(const KnownId& known, std::ostream* out) {
-    *out << '"' << known.hardwareId << '"';
-}
-
-struct KnownResolution : Resolution, ::testing::WithParamInterface<KnownId> {};
-
-TEST_P(KnownResolution, IsThatOfTheRow) {
-    const auto [hardwareId, row, resolution] = GetParam();
-    EXPECT_EQ(resolutionOf(hardwareId), resolution);
-    EXPECT_THAT(log.texts(), ElementsAre(LogText{"INFO", "Recognize HWID " + row + ". Has resolution (" +
-                                                             std::to_string(resolution.x()) + "," +
-                                                             std::to_string(resolution.y()) + ")"}));
-    EXPECT_EQ(log.lines().at(0).file, "BackEnd/NativeCameraKorva/KorvaHelper");
+TEST_F(Resolution, OfAKnownIdentifierIsThatOfItsRow) {
+    const Size halved(1676, 1266);
+    const Size full(2748, 1836);
+    const struct {
+        const char* hardwareId;
+        std::string row;
+        Size resolution;
+    } rows[] = {
+        {"M61", "M61", halved},      {"XM61", "M61", halved},
+        {"M6", "M61", halved}, // two characters are an M61
+        {"\xC3\xA4", "M61", halved}, {"M615", "M615", full},
+        {"ABM615", "M615", full},    {"M62", "M615", full}, // three others are an M615, M62 among them
+        {"ABC", "M615", full},       {"XM62", "M62", full}, // and a longer one has its own row
+    };
+    for (const auto& row : rows) {
+        EXPECT_EQ(resolutionOf(row.hardwareId), row.resolution) << row.hardwareId;
+        EXPECT_EQ(log.texts().back(),
+                  info("Recognize HWID " + row.row + ". Has resolution (" +
+                       std::to_string(row.resolution.x()) + "," + std::to_string(row.resolution.y()) + ")"));
+    }
+    EXPECT_THAT(log.lines(), SizeIs(std::size(rows)));
     EXPECT_THAT(world.calls.of("connect"), IsEmpty());
+    EXPECT_EQ(Korva::getKorvaResolution("M61", nullptr), Size(1676, 1266)) << "needs no communicator";
 }
 
-// The order of the rows and the odd end: two characters are an M61, three others an M615, M62 among them.
-INSTANTIATE_TEST_SUITE_P(
-    Rows, KnownResolution,
-    ::testing::Values(KnownId{"M61", "M61", Size(1676, 1266)}, KnownId{"XM61", "M61", Size(1676, 1266)},
-                      KnownId{"M6", "M61", Size(1676, 1266)}, KnownId{"\xC3\xA4", "M61", Size(1676, 1266)},
-                      KnownId{"M615", "M615", Size(2748, 1836)}, KnownId{"ABM615", "M615", Size(2748, 1836)},
-                      KnownId{"M62", "M615", Size(2748, 1836)}, KnownId{"ABC", "M615", Size(2748, 1836)}));
-
-TEST_F(Resolution, NeedsNoCommunicatorForAKnownIdentifier) {
-    EXPECT_EQ(Korva::getKorvaResolution("M61", nullptr), Size(1676, 1266));
+TEST_F(Resolution, OfAnUnknownIdentifierIsThatOfOneGreyPngAtTheShortestExposure) {
+    Texts expected;
+    for (const std::string hardwareId : {"M616", "", "X", "M61 ", "M615x"}) {
+        answerCapture(camera, samplePng(5, 3));
+        world.calls.clear();
+        EXPECT_EQ(resolutionOf(hardwareId), Size(5, 3));
+        const Texts lines = sampled(hardwareId, "5x3");
+        expected.insert(expected.end(), lines.begin(), lines.end());
+        EXPECT_EQ(ownLines(), expected);
+        EXPECT_EQ(imagingCalls().back(), "releaseImage");
+        EXPECT_THAT(world.calls.of("Sleep"), IsEmpty());
+    }
+    EXPECT_EQ(camera.requests().at(0),
+              World::message({{2, {0, 1}}, {3, {3}}, {4, {2}}, {7, {16}}, {8, {4}}}));
 }
 
-TEST_F(Resolution, DoesNotDependOnTheLog) {
-    log.setLevel(log4cxx::Level::getOff());
-    answerCapture(camera, samplePng(3, 2));
-    EXPECT_EQ(resolutionOf("unknown"), Size(3, 2));
-}
-
-struct UnknownResolution : Resolution, ::testing::WithParamInterface<std::string> {};
-
-TEST_P(UnknownResolution, IsThatOfASamplePicture) {
-    answerCapture(camera, samplePng(5, 3));
-    EXPECT_EQ(resolutionOf(GetParam()), Size(5, 3));
-    EXPECT_THAT(ownLines(),
-                ElementsAre(LogText{"INFO", "HWid lookup failed, don't recognize " + GetParam()},
-                            LogText{"INFO", "Determine resolution from image grab"},
-                            LogText{"INFO", "Sample image has resolution: 5x3. Setting camera info."}));
-    EXPECT_EQ(imagingCalls().back(), "releaseImage");
-}
-
-INSTANTIATE_TEST_SUITE_P(Ids, UnknownResolution, ::testing::Values("M616", "", "X", "M61 ", "M615x"));
-
-TEST_F(Resolution, IsThatOfAnEmptySampleTooAndSaidToBe) {
-    Support::Bytes noPicture = samplePng(5, 3);
-    noPicture.front() = 0;
-    answerCapture(camera, noPicture);
+TEST_F(Resolution, OfAnEmptySampleIsNoneAndSaidToBe) {
+    answerCapture(camera, {1, 2, 3});
     EXPECT_EQ(resolutionOf("unknown"), Size(0, 0));
-    EXPECT_THAT(ownLines(),
-                ElementsAre(LogText{"INFO", "HWid lookup failed, don't recognize unknown"},
-                            LogText{"INFO", "Determine resolution from image grab"},
-                            LogText{"INFO", "Sample image has resolution: 0x0. Setting camera info."}));
+    EXPECT_EQ(ownLines(), sampled("unknown", "0x0"));
     EXPECT_THAT(imagingCalls(), ElementsAre("createImage", "convertToGreyscale", "releaseImage"));
     EXPECT_THAT(camera.requests(), SizeIs(3)); // it is a picture: no second grab
 }
@@ -144,95 +119,56 @@ TEST_F(Resolution, IsSaidBeforeTheSampleIsGivenBack) {
     EXPECT_EQ(lastLine, "Sample image has resolution: 5x3. Setting camera info.");
 }
 
-// Deliberate: the three-character rule makes a row for "M62" alone, but a longer one has its own.
-TEST_F(Resolution, HasARowForALongerM62) {
-    EXPECT_EQ(resolutionOf("ABM62"), Size(2748, 1836));
-    EXPECT_EQ(resolutionOf("XM62"), Size(2748, 1836));
-    const LogText ownRow{"INFO", "Recognize HWID M62. Has resolution (2748,1836)"};
-    EXPECT_THAT(log.texts(), ElementsAre(ownRow, ownRow));
-}
-
-TEST_F(Resolution, IsSampledWithOneGreyPngAtTheShortestExposure) {
-    answerCapture(camera, samplePng(2, 2));
-    resolutionOf("unknown");
-    ASSERT_THAT(camera.requests(), SizeIs(3));
-    EXPECT_EQ(camera.requests().at(0),
-              World::message({{2, {0, 1}}, {3, {3}}, {4, {2}}, {7, {16}}, {8, {4}}}));
-    EXPECT_THAT(world.calls.of("Sleep"), IsEmpty());
-}
-
-TEST_F(Resolution, TakesThePictureOfASecondGrab) {
-    // Each grab makes two attempts.
-    camera.answer(World::refusal());
-    camera.answer(World::refusal());
+TEST_F(Resolution, IsGrabbedASecondTimeOnlyWhereTheFirstGaveNoPicture) {
+    camera.answer(World::refusal()); // each grab makes two attempts
     answerCapture(camera, samplePng(4, 3));
     EXPECT_EQ(resolutionOf("unknown"), Size(4, 3));
-    EXPECT_THAT(camera.requests(), SizeIs(5));
-}
-
-TEST_F(Resolution, MakesNoSecondGrabWhereTheFirstGaveAPicture) {
-    camera.answer(World::refusal());
-    answerCapture(camera, samplePng(4, 3));
-    EXPECT_EQ(resolutionOf("unknown"), Size(4, 3));
-    EXPECT_THAT(camera.requests(), SizeIs(4));
     EXPECT_THAT(world.calls.of("connect"), SizeIs(1));
+    camera.answer(World::refusal()).answer(World::refusal());
+    answerCapture(camera, samplePng(4, 3));
+    EXPECT_EQ(resolutionOf("unknown"), Size(4, 3));
+    EXPECT_THAT(world.calls.of("connect"), SizeIs(3));
+    EXPECT_EQ(camera.answersLeft(), 0u);
 }
 
 TEST_F(Resolution, IsUnknownAfterTwoGrabsWithoutPicture) {
     EXPECT_EQ(resolutionOf("unknown"), Size(0, 0));
     EXPECT_THAT(camera.requests(), SizeIs(4));
     EXPECT_THAT(world.calls.of("connect"), SizeIs(2));
-    EXPECT_THAT(ownLines(), ElementsAre(LogText{"INFO", "HWid lookup failed, don't recognize unknown"},
-                                        LogText{"INFO", "Determine resolution from image grab"}));
+    EXPECT_EQ(ownLines(), unknownLines);
     EXPECT_THAT(imagingCalls(), IsEmpty());
+    EXPECT_EQ(Korva::getKorvaResolution("unknown", nullptr), Size(0, 0)) << "as without a communicator";
 }
 
-TEST_F(Resolution, IsUnknownWithoutACommunicator) {
-    EXPECT_EQ(Korva::getKorvaResolution("unknown", nullptr), Size(0, 0));
-}
-
-/// The error line that a grab leaves which throws `exception`.
-struct ThrownInGrab : Resolution {
-    template <class Exception>
-    std::vector<LogText> errorsWhere(const Exception& exception) {
-        world.calls.throwFrom("connect", exception);
-        EXPECT_EQ(resolutionOf("unknown"), Size(0, 0));
-        return log.textsFrom(log4cxx::Level::getError());
-    }
-};
-
-constexpr char communicatorError[] = "Communicator error trying to get sample image: ";
-
-TEST_F(ThrownInGrab, IsNamedWhereItIsADeviceException) {
-    EXPECT_THAT(errorsWhere(DeviceException(L"no camera", L"file", 7)),
-                ElementsAre(LogText{"ERROR", std::string(communicatorError) + "no camera"}));
-    // No second grab.
-    EXPECT_THAT(world.calls.of("connect"), SizeIs(1));
-}
-
-TEST_F(ThrownInGrab, IsNamedWhereItIsOfTheFamilysRoot) {
-    EXPECT_THAT(errorsWhere(TolvaneExceptionBase(L"root")),
-                ElementsAre(LogText{"ERROR", std::string(communicatorError) + "root"}));
-}
-
-TEST_F(ThrownInGrab, IsNotNamedWhereItIsAnyOther) {
-    const LogText unknown{"ERROR", "Unknown error during initial sample image capture"};
-    EXPECT_THAT(errorsWhere(std::runtime_error("x")), ElementsAre(unknown));
-    EXPECT_THAT(errorsWhere(7), ElementsAre(unknown, unknown));
-}
-
-TEST_F(ThrownInGrab, LeavesTheResolutionUnknownWithoutLoggingToo) {
-    log.setLevel(log4cxx::Level::getOff());
-    EXPECT_THAT(errorsWhere(DeviceException(L"no camera")), IsEmpty());
-    EXPECT_THAT(errorsWhere(7), IsEmpty());
-}
-
-TEST_F(ThrownInGrab, LeavesNoPictureBehindWhereTheImagingThrows) {
-    answerCapture(camera, samplePng(2, 2));
-    world.calls.throwFrom("convertToGreyscale", std::runtime_error("x"));
+TEST_F(Resolution, DoesNotDependOnTheLog) {
+    log.turnOff();
+    answerCapture(camera, samplePng(3, 2));
+    EXPECT_EQ(resolutionOf("unknown"), Size(3, 2));
+    world.calls.throwFrom("connect", DeviceException(L"no camera"));
     EXPECT_EQ(resolutionOf("unknown"), Size(0, 0));
-    EXPECT_THAT(log.textsFrom(log4cxx::Level::getError()),
-                ElementsAre(LogText{"ERROR", "Unknown error during initial sample image capture"}));
+    world.calls.throwFrom("connect", 7);
+    EXPECT_EQ(resolutionOf("unknown"), Size(0, 0));
+}
+
+TEST_F(Resolution, IsUnknownWithAnErrorLineWhereTheGrabThrows) {
+    const std::string communicatorError = "Communicator error trying to get sample image: ";
+    const auto errorWhere = [this](const char* call, const auto& exception) {
+        camera.forget();
+        answerCapture(camera, samplePng(2, 2));
+        world.calls.throwFrom(call, exception);
+        const std::size_t sent = world.calls.of("connect").size();
+        EXPECT_EQ(resolutionOf("unknown"), Size(0, 0));
+        EXPECT_THAT(world.calls.of("connect"), SizeIs(sent + 1)) << "no second grab";
+        return log.errors().back();
+    };
+    EXPECT_EQ(errorWhere("connect", DeviceException(L"no camera", L"file", 7)),
+              error(communicatorError + "no camera"));
+    EXPECT_EQ(errorWhere("connect", TolvaneExceptionBase(L"root")), error(communicatorError + "root"));
+    EXPECT_EQ(errorWhere("connect", std::runtime_error("x")), unknownError);
+    EXPECT_EQ(errorWhere("connect", 7), unknownError);
+    EXPECT_EQ(errorWhere("convertToGreyscale", std::runtime_error("x")),
+              unknownError); // and no picture is left
+    EXPECT_THAT(log.errors(), SizeIs(5));
 }
 
 } // namespace
