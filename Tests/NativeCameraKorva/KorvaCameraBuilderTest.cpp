@@ -7,13 +7,9 @@
 #include "NativeCameraKorva/KorvaCamera.h"
 #include "NativeCameraKorva/KorvaCameraLoader.h"
 #include "OtherEthernet.h"
+#include "PluginLog.h"
 #include "ReferenceHost/DeviceDescription.h"
-#include "Support/LogCapture.h"
-#include "Support/LogLocation.h"
-#include "Support/ScriptedCommunicator.h"
 #include "World/Stage.h"
-
-#include <gmock/gmock.h>
 
 #include <functional>
 #include <memory>
@@ -22,31 +18,29 @@
 
 namespace {
 
-using ::testing::Contains;
-using ::testing::ElementsAre;
-using ::testing::HasSubstr;
-using ::testing::IsEmpty;
-using ::testing::SizeIs;
-using TestSupport::LogLine;
-using TestSupport::LogText;
+using namespace PluginLogs;
 
 using DevicePointer = std::unique_ptr<Device>;
 
 /// A builder, of whose communicators none may be left.
 struct CameraBuilder : ::testing::Test {
     World::Stage world;
-    TestSupport::LogCapture log{"Plenar.KorvaCamera.KorvaCameraBuilder"};
-    TestSupport::LogCapture identificationLog{"Plenar.KorvaCamera.KorvaCapture"};
+    PluginLog log{"Plenar.KorvaCamera.KorvaCameraBuilder", "KorvaCameraBuilder"};
+    PluginLog identificationLog{"Plenar.KorvaCamera.KorvaCapture", "KorvaHelper"};
     KorvaCameraBuilder korvaBuilder;
     const DeviceBuilder& builder = korvaBuilder;
 
-    ~CameraBuilder() override {
-        TestSupport::expectFrom(log, "KorvaCameraBuilder");
-        TestSupport::expectFrom(identificationLog, "KorvaHelper");
-    }
-
-    const EthernetCommunicator& communicatorOf(const Device& device) const {
-        return dynamic_cast<const EthernetCommunicator&>(*device.getCommunicator());
+    /// A device of the family with that serial number, connected to that place.
+    static void expectCamera(const Device* device, const std::wstring& serialNumber,
+                             const std::wstring& address, int port, int timeoutMs) {
+        ASSERT_NE(device, nullptr);
+        EXPECT_NE(dynamic_cast<const KorvaCamera*>(device), nullptr);
+        EXPECT_EQ(&device->getType(), &getKorvaCameraType());
+        EXPECT_EQ(dynamic_cast<const NativeCamera&>(*device).getCameraInfo().getSerialNumber(), serialNumber);
+        const auto& communicator = dynamic_cast<const EthernetCommunicator&>(*device->getCommunicator());
+        EXPECT_EQ(communicator.getAddress(), address);
+        EXPECT_EQ(communicator.getPort(), port);
+        EXPECT_EQ(communicator.getConnectTimeoutMs(), timeoutMs);
     }
 };
 
@@ -56,13 +50,9 @@ CameraInfo infoOf(const Device& device) {
 
 // From a stored description.
 
-std::string descriptionOf(const std::string& name, int type) {
+std::string korva(const std::string& name, int type = 6) {
     return "<CameraInfo><cameraTypeEnum>" + std::to_string(type) + "</cameraTypeEnum><serialNumber>" + name +
            "</serialNumber></CameraInfo>";
-}
-
-std::string korva(const std::string& name) {
-    return descriptionOf(name, 6);
 }
 
 std::string connectionTo(const std::string& address) {
@@ -78,89 +68,61 @@ struct BuilderFromXml : CameraBuilder {
     }
 };
 
-TEST_F(BuilderFromXml, BuildsTheCameraThatIsDescribed) {
-    const DevicePointer device = build(korva("K-1") + connection);
-    ASSERT_NE(device, nullptr);
-    EXPECT_NE(dynamic_cast<KorvaCamera*>(device.get()), nullptr);
-    EXPECT_EQ(infoOf(*device).getSerialNumber(), L"K-1");
-    EXPECT_EQ(communicatorOf(*device).getAddress(), L"10.0.0.1");
-    EXPECT_EQ(&device->getType(), &getKorvaCameraType());
+TEST_F(BuilderFromXml, BuildsTheCameraThatIsDescribedByTheLastOfItsChildren) {
+    const std::string stranger = "<stranger/>";
+    const struct {
+        const char* what;
+        std::string children;
+        std::wstring serialNumber;
+        std::wstring address;
+    } rows[] = {
+        {"one of each", korva("K-1") + connection, L"K-1", L"10.0.0.1"},
+        {"strangers among them",
+         "text" + stranger + "<!-- comment -->" + korva("K-1") + stranger + connection + stranger, L"K-1",
+         L"10.0.0.1"},
+        {"two descriptions", korva("K-1") + connection + korva("K-2"), L"K-2", L"10.0.0.1"},
+        {"two families", korva("X", 5) + connection + korva("K-1"), L"K-1", L"10.0.0.1"},
+        {"two connections", connection + korva("K-1") + connectionTo("10.0.0.2"), L"K-1", L"10.0.0.2"},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.what);
+        const DevicePointer device = build(row.children);
+        expectCamera(device.get(), row.serialNumber, row.address, 32769, -1);
+        EXPECT_THAT(world.communicators, SizeIs(1)) << "one that is replaced goes";
+    }
     EXPECT_THAT(world.calls.of("connect"), IsEmpty());
 }
 
-TEST_F(BuilderFromXml, SkipsWhatIsNeither) {
-    const std::string stranger = "<stranger/>";
-    EXPECT_NE(build("text" + stranger + "<!-- comment -->" + korva("K-1") + stranger + connection + stranger),
-              nullptr);
-}
-
-TEST_F(BuilderFromXml, TakesTheLastOfTwoDescriptions) {
-    const DevicePointer device = build(korva("K-1") + connection + korva("K-2"));
-    ASSERT_NE(device, nullptr);
-    EXPECT_EQ(infoOf(*device).getSerialNumber(), L"K-2");
-}
-
-TEST_F(BuilderFromXml, JudgesTheLastOfTwoDescriptions) {
-    EXPECT_EQ(build(korva("K-1") + connection + descriptionOf("X", 5)), nullptr);
-    EXPECT_NE(build(descriptionOf("X", 5) + connection + korva("K-1")), nullptr);
-}
-
-TEST_F(BuilderFromXml, TakesTheLastOfTwoConnectionsAndDestroysTheFirst) {
-    const DevicePointer device = build(connection + korva("K-1") + connectionTo("10.0.0.2"));
-    ASSERT_NE(device, nullptr);
-    EXPECT_EQ(communicatorOf(*device).getAddress(), L"10.0.0.2");
-    EXPECT_THAT(world.calls.of("delete"), ElementsAre("delete 10.0.0.1:32769"));
-}
-
-TEST_F(BuilderFromXml, ComparesNamesExactly) {
+TEST_F(BuilderFromXml, BuildsNothingOfAnythingElse) {
+    std::vector<std::string> descriptions{"",
+                                          connection,
+                                          korva("K-1"),
+                                          "<inner>" + korva("K-1") + connection + "</inner>",
+                                          "<CameraInfo/>" + connection,
+                                          korva("K-1") + connection + korva("X", 5)};
+    for (const int type : {0, 5, 7, -6})
+        descriptions.push_back(korva("X", type) + connection);
     for (const std::string name : {"camerainfo", "CameraInfoX", "CameraInf", "CAMERAINFO", "k:CameraInfo"})
-        EXPECT_EQ(build("<" + name + "><cameraTypeEnum>6</cameraTypeEnum></" + name + ">" + connection),
-                  nullptr)
-            << name;
+        descriptions.push_back("<" + name + "><cameraTypeEnum>6</cameraTypeEnum></" + name + ">" +
+                               connection);
     for (const std::string name : {"Connection", "connections", "connectio", "CONNECTION"})
-        EXPECT_EQ(build(korva("K-1") + "<" + name + "/>"), nullptr) << name;
-    EXPECT_THAT(log.texts(), IsEmpty());
-}
-
-TEST_F(BuilderFromXml, SeesTheChildrenAlone) {
-    EXPECT_EQ(build("<inner>" + korva("K-1") + connection + "</inner>"), nullptr);
-}
-
-TEST_F(BuilderFromXml, BuildsNothingWithoutADescription) {
-    EXPECT_EQ(build(connection), nullptr);
-    EXPECT_THAT(world.calls.of("buildCommunicator"), SizeIs(1));
-    EXPECT_THAT(log.texts(), IsEmpty());
-}
-
-TEST_F(BuilderFromXml, BuildsNothingWithoutAConnection) {
-    EXPECT_EQ(build(korva("K-1")), nullptr);
-    EXPECT_EQ(build(""), nullptr);
+        descriptions.push_back(korva("K-1") + "<" + name + "/>");
+    for (const std::string& description : descriptions)
+        EXPECT_EQ(build(description), nullptr) << description;
     world.calls.fail("buildCommunicator", 0); // the host makes none of it
     EXPECT_EQ(build(korva("K-1") + connection), nullptr);
-    EXPECT_THAT(log.texts(), IsEmpty());
-}
-
-TEST_F(BuilderFromXml, BuildsNothingOfAnotherFamily) {
-    for (const int type : {0, 5, 7, -6})
-        EXPECT_EQ(build(descriptionOf("X", type) + connection), nullptr) << type;
-    EXPECT_EQ(build("<CameraInfo/>" + connection), nullptr);
-    EXPECT_THAT(log.texts(), IsEmpty());
-}
-
-TEST_F(BuilderFromXml, BuildsNothingFromNoElement) {
     EXPECT_EQ(builder.build(static_cast<xercesc::DOMNode*>(nullptr)), nullptr);
-}
-
-TEST_F(BuilderFromXml, PassesOnWhatADescriptionThrows) {
-    const std::string unreadable = "<CameraInfo><cameraTypeEnum>six</cameraTypeEnum></CameraInfo>";
-    EXPECT_THROW(build(connection + korva("K-1") + unreadable), DeviceException);
-    EXPECT_THAT(world.calls.of("delete"), SizeIs(1));
     EXPECT_THAT(log.texts(), IsEmpty());
 }
 
-TEST_F(BuilderFromXml, PassesOnWhatAConnectionThrows) {
-    EXPECT_THROW(build(korva("K-1") + connection + "<connection/>"), DeviceException);
-    EXPECT_THAT(world.calls.of("delete"), SizeIs(1));
+TEST_F(BuilderFromXml, PassesOnWhatAnElementThrows) {
+    const std::string unreadable = "<CameraInfo><cameraTypeEnum>six</cameraTypeEnum></CameraInfo>";
+    for (const std::string& last : {unreadable, std::string("<connection/>")}) {
+        world.calls.clear();
+        EXPECT_THROW(build(connection + korva("K-1") + last), DeviceException);
+        EXPECT_THAT(world.calls.of("delete"), SizeIs(1));
+    }
+    EXPECT_THAT(log.texts(), IsEmpty());
 }
 
 TEST_F(BuilderFromXml, ReadsBackWhatADeviceWrote) {
@@ -177,73 +139,49 @@ TEST_F(BuilderFromXml, ReadsBackWhatADeviceWrote) {
 /// A template whose communicator the test makes.
 struct TestTemplate final : NativeCameraTemplate {
     using NativeCameraTemplate::NativeCameraTemplate;
-    std::function<Communicator*()> onCreate;
+    std::function<void()> onCreate = [] {};
     Communicator* createCommunicator() const override {
-        return onCreate ? onCreate() : NativeCameraTemplate::createCommunicator();
+        onCreate();
+        return NativeCameraTemplate::createCommunicator();
     }
 };
-
-CameraInfo describedAs(int type) {
-    CameraInfo info;
-    info.setCameraTypeEnum(type);
-    info.setSerialNumber(L"K-1");
-    return info;
-}
 
 struct BuilderFromTemplate : CameraBuilder {
     static CommunicatorTemplate connectionTemplate() {
         const PosixEthernetCommunicator communicator(L"10.0.0.5", 40000, 250);
         return CommunicatorTemplate(&communicator);
     }
-    static std::unique_ptr<TestTemplate> templateOf(int type) {
-        return std::make_unique<TestTemplate>(getKorvaCameraType(), describedAs(type), connectionTemplate());
-    }
-    DevicePointer build(const DeviceTemplate& deviceTemplate) const {
+    DevicePointer build(
+        int type, std::function<void()> onCreate = [] {}) const {
+        CameraInfo info;
+        info.setCameraTypeEnum(type);
+        info.setSerialNumber(L"K-1");
+        TestTemplate deviceTemplate(getKorvaCameraType(), info, connectionTemplate());
+        deviceTemplate.onCreate = std::move(onCreate);
         return DevicePointer(builder.build(deviceTemplate));
     }
     template <typename Exception>
     DevicePointer buildWhereCreationThrows(const Exception& exception) const {
-        const auto deviceTemplate = templateOf(6);
-        deviceTemplate->onCreate = [&exception]() -> Communicator* { throw exception; };
-        return build(*deviceTemplate);
+        return build(6, [&exception] { throw exception; });
     }
 };
 
 TEST_F(BuilderFromTemplate, BuildsTheCameraWithTheTemplatesConnection) {
-    const DevicePointer device = build(*templateOf(6));
-    ASSERT_NE(device, nullptr);
-    EXPECT_NE(dynamic_cast<KorvaCamera*>(device.get()), nullptr);
-    EXPECT_EQ(infoOf(*device).getSerialNumber(), L"K-1");
-    EXPECT_EQ(communicatorOf(*device).getAddress(), L"10.0.0.5");
-    EXPECT_EQ(communicatorOf(*device).getPort(), 40000);
-    EXPECT_EQ(communicatorOf(*device).getConnectTimeoutMs(), 250);
+    expectCamera(build(6).get(), L"K-1", L"10.0.0.5", 40000, 250);
 }
 
-TEST_F(BuilderFromTemplate, BuildsNothingOfAnotherFamily) {
-    for (const int type : {0, 5, 7}) {
-        const auto deviceTemplate = templateOf(type);
-        deviceTemplate->onCreate = []() -> Communicator* { throw std::logic_error("not to be asked for"); };
-        EXPECT_EQ(build(*deviceTemplate), nullptr) << type;
-    }
+TEST_F(BuilderFromTemplate, BuildsNothingOfAnotherFamilyOrKind) {
+    for (const int type : {0, 5, 7})
+        EXPECT_EQ(build(type, [] { throw std::logic_error("not to be asked for"); }), nullptr) << type;
+    const DeviceTemplate other(getKorvaCameraType(), connectionTemplate());
+    EXPECT_EQ(DevicePointer(builder.build(other)), nullptr);
     EXPECT_THAT(log.texts(), IsEmpty());
 }
 
-TEST_F(BuilderFromTemplate, BuildsNothingFromATemplateOfAnotherKind) {
-    EXPECT_EQ(build(DeviceTemplate(getKorvaCameraType(), connectionTemplate())), nullptr);
-    EXPECT_THAT(log.texts(), IsEmpty());
-}
-
-TEST_F(BuilderFromTemplate, BuildsNothingWhereTheHostThrowsADeviceException) {
+TEST_F(BuilderFromTemplate, BuildsNothingWhereTheHostThrowsADeviceExceptionOrABadCast) {
     EXPECT_EQ(buildWhereCreationThrows(DeviceException(L"unreachable", L"Client.cpp", 12)), nullptr);
-    EXPECT_THAT(log.texts(), IsEmpty());
-}
-
-TEST_F(BuilderFromTemplate, BuildsNothingWhereTheHostThrowsABadCast) {
     EXPECT_EQ(buildWhereCreationThrows(std::bad_cast()), nullptr);
     EXPECT_THAT(log.texts(), IsEmpty());
-}
-
-TEST_F(BuilderFromTemplate, PassesOnWhateverElseIsThrown) {
     EXPECT_THROW(buildWhereCreationThrows(std::runtime_error("unexpected")), std::runtime_error);
     EXPECT_THROW(buildWhereCreationThrows(TolvaneException(L"an elder")), TolvaneException);
     EXPECT_THROW(buildWhereCreationThrows(42), int);
@@ -253,122 +191,98 @@ TEST_F(BuilderFromTemplate, PassesOnWhateverElseIsThrown) {
 
 struct BuilderFromConnection : CameraBuilder {
     /// The camera at that address answers its identification.
-    void answerQueries(const std::string& address) {
+    void answerQueries(const std::string& address = "10.0.0.5") {
         World::answerIdentification(world.at(address, 32768), {.hardware = "XM615"});
     }
     DevicePointer build(Communicator* communicator) const {
         return DevicePointer(builder.build(communicator));
     }
-    DevicePointer buildFrom(const std::wstring& address, int port) const {
+    DevicePointer buildFrom(const std::wstring& address = L"10.0.0.5", int port = 32768) const {
         PosixEthernetCommunicator given(address, port, 250);
         return build(&given);
     }
 };
 
-TEST_F(BuilderFromConnection, IdentifiesTheCamera) {
-    answerQueries("10.0.0.5");
-    const DevicePointer device = buildFrom(L"10.0.0.5", 32768);
-    ASSERT_NE(device, nullptr);
-    EXPECT_NE(dynamic_cast<KorvaCamera*>(device.get()), nullptr);
-    EXPECT_EQ(infoOf(*device).getCameraTypeEnum(), 6);
-    EXPECT_EQ(infoOf(*device).getIpAddress(), L"10.0.0.5");
-    EXPECT_EQ(infoOf(*device).getSerialNumber(), L"K-0042");
-    EXPECT_EQ(infoOf(*device).getResolutionX(), 2748);
-    EXPECT_EQ(infoOf(*device).getMacAddress(), L"");
-    EXPECT_THAT(world.calls.of("SendARP"), SizeIs(1)) << "as without a MAC";
-    EXPECT_THAT(log.texts(), IsEmpty());
-}
-
-TEST_F(BuilderFromConnection, ConnectsTheDeviceToTheBinaryPortWhateverItWasGiven) {
+TEST_F(BuilderFromConnection, IdentifiesTheCameraAndConnectsTheDeviceToTheBinaryPort) {
     for (const int port : {1, 32768, 32769, 40000}) {
-        answerQueries("10.0.0.5");
-        const DevicePointer device = buildFrom(L"10.0.0.5", port);
-        ASSERT_NE(device, nullptr);
-        EXPECT_EQ(communicatorOf(*device).getAddress(), L"10.0.0.5");
-        EXPECT_EQ(communicatorOf(*device).getPort(), 32769);
-        EXPECT_EQ(communicatorOf(*device).getConnectTimeoutMs(), -1);
+        answerQueries();
+        world.calls.clear();
+        PosixEthernetCommunicator given(L"10.0.0.5", port, 250);
+        const DevicePointer device = build(&given);
+        expectCamera(device.get(), L"K-0042", L"10.0.0.5", 32769, -1);
+        EXPECT_EQ(infoOf(*device).getCameraTypeEnum(), 6);
+        EXPECT_EQ(infoOf(*device).getIpAddress(), L"10.0.0.5");
+        EXPECT_EQ(infoOf(*device).getResolutionX(), 2748);
+        EXPECT_EQ(infoOf(*device).getMacAddress(), L"");
+        EXPECT_THAT(world.calls.of("SendARP"), SizeIs(1)) << "as without a MAC";
+        EXPECT_NE(device->getCommunicator(), &given);
+        EXPECT_THAT(world.calls.of("connect"), ElementsAre("connect 10.0.0.5:32768 5000"));
+        EXPECT_TRUE(world.communicators.contains(&given)) << "the given connection is left alone";
     }
-}
-
-TEST_F(BuilderFromConnection, LeavesTheGivenConnectionAlone) {
-    answerQueries("10.0.0.5");
-    PosixEthernetCommunicator given(L"10.0.0.5", 40000, 250);
-    const DevicePointer device = build(&given);
-    ASSERT_NE(device, nullptr);
-    EXPECT_NE(device->getCommunicator(), &given);
-    EXPECT_THAT(world.calls.of("connect"), ElementsAre("connect 10.0.0.5:32768 5000"));
-    EXPECT_THAT(world.calls.of("delete 10.0.0.5:40000"), IsEmpty());
+    EXPECT_THAT(log.texts(), IsEmpty());
 }
 
 TEST_F(BuilderFromConnection, AsksAtAnAddressThatIsNoAscii) {
     answerQueries("k\xC3\xB6rva.local");
-    EXPECT_NE(buildFrom(L"k\u00f6rva.local", 32768), nullptr);
+    EXPECT_NE(buildFrom(L"k\u00f6rva.local"), nullptr);
 }
 
-TEST_F(BuilderFromConnection, WarnsWhereThereIsNone) {
-    EXPECT_EQ(build(nullptr), nullptr);
-    ASSERT_THAT(log.texts(),
-                ElementsAre(LogText{"WARN", "Ethernet communicator needed to build Korva camera"}));
-    const LogLine line = log.lines().front();
-    EXPECT_EQ(line.file, "BackEnd/NativeCameraKorva/KorvaCameraBuilder");
-    EXPECT_EQ(line.method, "build");
-    EXPECT_EQ(line.line, 37);
-}
-
-TEST_F(BuilderFromConnection, WarnsWhereItIsOfAnotherKind) {
+TEST_F(BuilderFromConnection, WarnsWhereThereIsNoneOrOneOfAnotherKind) {
     TestSupport::ScriptedCommunicator other;
     IdentificationTests::OtherEthernet otherEthernet;
+    const LogText warning = warn("Ethernet communicator needed to build Korva camera");
+    EXPECT_EQ(build(nullptr), nullptr);
     EXPECT_EQ(build(&other), nullptr);
     EXPECT_EQ(build(&otherEthernet), nullptr);
-    const LogText warning{"WARN", "Ethernet communicator needed to build Korva camera"};
-    EXPECT_THAT(log.texts(), ElementsAre(warning, warning));
+    EXPECT_THAT(log.texts(), ElementsAre(warning, warning, warning));
+    EXPECT_EQ(log.lines().front().method, "build");
+    EXPECT_EQ(log.lines().front().line, 37);
     EXPECT_THAT(world.calls.lines(), IsEmpty());
 }
 
-TEST_F(BuilderFromConnection, DependsOnNoLogging) {
-    log.setLevel(log4cxx::Level::getOff());
+TEST_F(BuilderFromConnection, LogsACameraThatCannotBeIdentifiedOrConnected) {
+    const struct {
+        const char* what;
+        std::function<void()> fail;
+        std::string description;
+    } rows[] = {
+        {"no answer", [] {}, "Couldn't get any version info from Korva device at: 10.0.0.5.. ignore it"},
+        {"a source line",
+         [this] { world.calls.throwFrom("connect", DeviceException(L"na\u00efve", L"Client.cpp", 0)); },
+         "na\u00efve @ Client.cpp:0"},
+        {"no source line",
+         [this] { world.calls.throwFrom("connect", DeviceException(L"broken", L"Client.cpp", -1)); },
+         "broken"},
+        {"no connection for the device",
+         [this] {
+             answerQueries();
+             world.calls.throwFrom("createEthernetCommunicator", DeviceException(L"no more"), 2);
+         },
+         "no more"},
+    };
+    world.at("10.0.0.5", 32768);
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.what);
+        row.fail();
+        EXPECT_EQ(buildFrom(), nullptr);
+        ASSERT_GE(log.lines().size(), 2u);
+        const auto lines = log.lines().end() - 2;
+        EXPECT_EQ(lines[0].message, "DeviceException while determining camera info.");
+        EXPECT_EQ(lines[0].line, 46);
+        EXPECT_EQ(lines[1].message, "    " + row.description);
+        EXPECT_EQ(lines[1].line, 47);
+    }
+    EXPECT_THAT(log.errors(), SizeIs(2 * std::size(rows)));
+    log.turnOff();
+    EXPECT_EQ(buildFrom(), nullptr);
     EXPECT_EQ(build(nullptr), nullptr);
-    EXPECT_EQ(buildFrom(L"10.0.0.5", 32768), nullptr);
-    EXPECT_THAT(log.texts(), IsEmpty());
-}
-
-TEST_F(BuilderFromConnection, LogsACameraThatCannotBeIdentified) {
-    world.at("10.0.0.5", 32768); // it says nothing
-    EXPECT_EQ(buildFrom(L"10.0.0.5", 32768), nullptr);
-    ASSERT_THAT(log.texts(),
-                ElementsAre(LogText{"ERROR", "DeviceException while determining camera info."},
-                            LogText{"ERROR", "    Couldn't get any version info from Korva device at: "
-                                             "10.0.0.5.. ignore it"}));
-    EXPECT_EQ(log.lines()[0].file, "BackEnd/NativeCameraKorva/KorvaCameraBuilder");
-    EXPECT_EQ(log.lines()[0].line, 46);
-    EXPECT_EQ(log.lines()[1].line, 47);
-}
-
-TEST_F(BuilderFromConnection, LogsTheSourceLineOfAFailureThatHasOne) {
-    world.calls.throwFrom("connect", DeviceException(L"na\u00efve", L"Client.cpp", 0));
-    EXPECT_EQ(buildFrom(L"10.0.0.5", 32768), nullptr);
-    EXPECT_THAT(log.texts(), Contains(LogText{"ERROR", "    na\u00efve @ Client.cpp:0"}));
-}
-
-TEST_F(BuilderFromConnection, LogsTheMessageAloneOfAFailureWithoutSourceLine) {
-    world.calls.throwFrom("connect", DeviceException(L"broken", L"Client.cpp", -1));
-    EXPECT_EQ(buildFrom(L"10.0.0.5", 32768), nullptr);
-    EXPECT_THAT(log.texts(), Contains(LogText{"ERROR", "    broken"}));
-}
-
-TEST_F(BuilderFromConnection, LogsADeviceConnectionThatCannotBeMade) {
-    answerQueries("10.0.0.5");
-    world.calls.throwFrom("createEthernetCommunicator", DeviceException(L"no more"), 2);
-    EXPECT_EQ(buildFrom(L"10.0.0.5", 32768), nullptr);
-    EXPECT_THAT(log.texts(), ElementsAre(LogText{"ERROR", "DeviceException while determining camera info."},
-                                         LogText{"ERROR", "    no more"}));
 }
 
 TEST_F(BuilderFromConnection, PassesOnWhateverElseIsThrown) {
     world.calls.throwFrom("connect", std::runtime_error("unexpected"));
-    EXPECT_THROW(buildFrom(L"10.0.0.5", 32768), std::runtime_error);
+    EXPECT_THROW(buildFrom(), std::runtime_error);
     world.calls.throwFrom("connect", TolvaneException(L"an elder"));
-    EXPECT_THROW(buildFrom(L"10.0.0.5", 32768), TolvaneException);
+    EXPECT_THROW(buildFrom(), TolvaneException);
     EXPECT_THAT(log.texts(), IsEmpty());
 }
 

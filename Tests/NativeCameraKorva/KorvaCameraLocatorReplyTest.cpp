@@ -3,52 +3,78 @@
 #include "LocatorFixture.h"
 
 using namespace LocatorTests;
-using ::testing::ElementsAre;
-using ::testing::ElementsAreArray;
-using ::testing::IsEmpty;
-using ::testing::SizeIs;
 
 namespace {
 
-constexpr char notParsed[] = "Got message that wasn't parsed as a Korva response: ";
+using namespace std::string_literals;
+using Datagrams = std::vector<std::string>;
 
-struct LocatorReplies : LocatorSearch {
-    /// Room and address of every reply that was recognised.
-    std::vector<std::string> recognised() const {
-        const std::string prefix = "Message from Korva device: ";
-        std::vector<std::string> texts;
-        for (const LogText& line : linesOf(prefix)) {
-            EXPECT_EQ(line.level, "INFO");
-            texts.push_back(line.message.substr(prefix.size()));
-        }
-        return texts;
-    }
-
-    /// What was not recognised, as the log has it.
-    std::vector<std::string> others() const {
-        std::vector<std::string> texts;
-        for (const LogText& line : linesOf(notParsed)) {
-            EXPECT_EQ(line.level, "INFO");
-            texts.push_back(line.message.substr(sizeof notParsed - 1));
-        }
-        return texts;
-    }
+/// The datagrams of a search, and what the log has of each: room and address, or the text of no reply.
+struct Replies {
+    const char* what;
+    Datagrams datagrams;
+    Texts lines;
 };
 
-TEST_F(LocatorReplies, AreReadUntilNoneComes) {
-    network.datagrams = {replyOf("Lab 2", "10.0.0.5"), "hello", replyOf("Roof", "10.0.0.6")};
-    search();
-    EXPECT_THAT(calls.of("recvfrom"), SizeIs(4));
-    EXPECT_THAT(recognised(), ElementsAre("Lab 2 10.0.0.5", "Roof 10.0.0.6"));
-    EXPECT_THAT(linesOf("Last"), ElementsAre(LogText{"INFO", "Last recv returned: -1 WSAError: 10060"}));
+LogText recognised(const std::string& roomAndAddress) {
+    return info("Message from Korva device: " + roomAndAddress);
+}
+LogText other(const std::string& text) {
+    return info("Got message that wasn't parsed as a Korva response: " + text);
+}
+LogText last(const std::string& end) {
+    return info("Last recv returned: " + end);
+}
+
+using LocatorReplies = LocatorSearch;
+
+TEST_F(LocatorReplies, AreReadByTheirOwnBytesIntoABufferThatIsNotCleared) {
+    const std::string lab = replyOf("Lab", "10.0.0.5");
+    const std::string closing = " --IP 10.0.0.5]";
+    const std::string longRoom(256 - std::string("[Korva --Room ").size() - closing.size(), 'L');
+    const std::string full = "[Korva --Room " + longRoom + closing;
+    ASSERT_EQ(full.size(), 256u);
+    const std::string noRoom = "[Korva --IP 10.0.0.5]";
+    const std::string noEnd = "[Korva --Room Lab --IP 10.0.0.5";
+    const std::string noMark = "[korva --Room Lab --IP 10.0.0.50]";
+    const std::string xs(256, 'x');
+    const LogText labLine = recognised("Lab 10.0.0.5");
+    const LogText fullLine = recognised(longRoom + " 10.0.0.5");
+    const Replies rows[] = {
+        {"until none comes",
+         {lab, "hello hello hello hello hello hello", lab},
+         {labLine, other("hello hello hello hello hello hello"), labLine}},
+        {"without room, end or mark", {noRoom, noEnd, noMark}, {other(noRoom), other(noEnd), other(noMark)}},
+        {"the tail of the one before shows",
+         {"a long one", "short"},
+         {other("a long one"), other("shortg one")}},
+        // Together with what is left of the first, the second and the third would be replies.
+        {"and does not count", {lab, "[Korv", "[Korva --Room Lab --I"}, {labLine, other(lab), other(lab)}},
+        {"up to the first zero", {"one\0two"s, lab + "\0tail"s}, {other("one"), labLine}},
+        {"as many as the buffer holds", {full, xs}, {fullLine, other(xs)}},
+        {"of larger ones the first bytes", {lab + " " + xs + xs, xs + lab}, {labLine, other(xs)}},
+    };
+    for (const Replies& row : rows) {
+        SCOPED_TRACE(row.what);
+        beginAnew();
+        network.datagrams.assign(row.datagrams.begin(), row.datagrams.end());
+        const PluginLog own(loggerName, "KorvaCameraLocator");
+        search();
+        Texts lines = own.texts(); // of the datagrams
+        std::erase_if(lines,
+                      [](const LogText& line) { return line.message.find("essage") == std::string::npos; });
+        EXPECT_EQ(lines, row.lines);
+        EXPECT_THAT(calls.of("recvfrom"), SizeIs(row.datagrams.size() + 1));
+        EXPECT_EQ(own.linesOf("Last recv"), Texts{last("-1 WSAError: 10060")});
+    }
 }
 
 TEST_F(LocatorReplies, EndWithAnyFailureOfTheSocket) {
     network.datagrams = {replyOf("Lab", "10.0.0.5"), replyOf("Roof", "10.0.0.6")};
     calls.fail("recvfrom", WSAECONNRESET, 2);
     search();
-    EXPECT_THAT(recognised(), ElementsAre("Lab 10.0.0.5"));
-    EXPECT_THAT(linesOf("Last"), ElementsAre(LogText{"INFO", "Last recv returned: -1 WSAError: 10054"}));
+    EXPECT_THAT(log.linesOf("Message"), ElementsAre(recognised("Lab 10.0.0.5")));
+    EXPECT_THAT(log.linesOf("Last"), ElementsAre(last("-1 WSAError: 10054")));
     EXPECT_THAT(calls.of("SendARP"), SizeIs(1)) << "what was gathered is worked on";
 }
 
@@ -56,129 +82,41 @@ TEST_F(LocatorReplies, EndWithAnEmptyDatagram) {
     SetLastError(0);
     network.datagrams = {"", replyOf("Roof", "10.0.0.6")};
     search();
-    EXPECT_THAT(recognised(), IsEmpty());
-    EXPECT_THAT(linesOf("Last"), ElementsAre(LogText{"INFO", "Last recv returned: 0 WSAError: 0"}));
+    EXPECT_THAT(log.linesOf("Message"), ::testing::IsEmpty());
+    EXPECT_THAT(log.linesOf("Last"), ElementsAre(last("0 WSAError: 0")));
     EXPECT_EQ(network.startups, 0);
 }
 
-TEST_F(LocatorReplies, ThatAreShortenedShowTheTailOfTheOneBefore) {
-    network.datagrams = {"a long message of no camera", "short"};
-    search();
-    EXPECT_THAT(others(), ElementsAre("a long message of no camera", "shortg message of no camera"));
-}
-
-TEST_F(LocatorReplies, WithoutRoomAddressOrMarkAreLoggedAsNotParsed) {
-    const std::vector<std::string> texts{"[Korva --IP 10.0.0.5]", "[Korva --Room Lab --IP 10.0.0.5",
-                                         "[korva --Room Lab --IP 10.0.0.50]"};
-    network.datagrams.assign(texts.begin(), texts.end());
-    search();
-    EXPECT_THAT(recognised(), IsEmpty());
-    EXPECT_THAT(others(), ElementsAreArray(texts));
-}
-
-TEST_F(LocatorReplies, AreReadByTheirOwnBytesAlone) {
-    const std::string reply = replyOf("Lab", "10.0.0.5");
-    // Together with what is left of the first, the second and the third would be replies.
-    network.datagrams = {reply, "[Korv", "[Korva --Room Lab --I"};
-    search();
-    EXPECT_THAT(recognised(), ElementsAre("Lab 10.0.0.5"));
-    EXPECT_THAT(others(), ElementsAre(reply, reply));
-}
-
-TEST_F(LocatorReplies, EndInTheLogAtTheFirstZero) {
-    network.datagrams = {std::string("one\0two", 7), replyOf("Lab", "10.0.0.5") + std::string("\0tail", 5)};
-    search();
-    EXPECT_THAT(others(), ElementsAre("one"));
-    EXPECT_THAT(recognised(), ElementsAre("Lab 10.0.0.5"));
-}
-
-TEST_F(LocatorReplies, MayFillTheBuffer) {
-    const std::string closing = " --IP 10.0.0.5]";
-    std::string reply = "[Korva --Room ";
-    reply += std::string(256 - reply.size() - closing.size(), 'L') + closing;
-    ASSERT_EQ(reply.size(), 256u);
-    network.datagrams = {reply, std::string(256, 'x')};
-    search();
-    EXPECT_THAT(recognised(), ElementsAre(reply.substr(14, 227) + " 10.0.0.5"));
-    EXPECT_THAT(others(), ElementsAre(std::string(256, 'x')));
-}
-
-TEST_F(LocatorReplies, LargerThanTheBufferCountByTheirFirstBytes) {
-    const std::string reply = replyOf("Lab", "10.0.0.5");
-    network.datagrams = {reply + " " + std::string(300, 'x'), std::string(256, 'y') + reply};
-    search();
-    EXPECT_THAT(recognised(), ElementsAre("Lab 10.0.0.5"));
-    EXPECT_THAT(others(), ElementsAre(std::string(256, 'y')));
-}
-
-TEST_F(LocatorReplies, OfOneCameraMakeTwoEntries) {
-    network.datagrams = {replyOf("Lab", "10.0.0.5"), replyOf("Lab", "10.0.0.5")};
-    search();
-    EXPECT_THAT(recognised(), ElementsAre("Lab 10.0.0.5", "Lab 10.0.0.5"));
-    EXPECT_THAT(calls.of("SendARP"), SizeIs(2));
-}
-
-struct Parsed {
-    bool isReply = false;
-    std::string room;
-    std::string ip;
-};
-
-Parsed parsed(const char* text) {
-    Parsed result;
-    result.isReply = KorvaCameraLocator::parseDiscoveryReply(text, result.room, result.ip);
-    return result;
-}
-
-TEST(DiscoveryReply, TellsRoomAndAddress) {
-    const Parsed reply = parsed("[Korva --Room Lab 2 --IP 192.168.10.27]");
-    EXPECT_TRUE(reply.isReply);
-    EXPECT_EQ(reply.room, "Lab 2");
-    EXPECT_EQ(reply.ip, "192.168.10.27");
-}
-
-TEST(DiscoveryReply, MayHoldMoreKeysInAnyOrder) {
-    const Parsed reply = parsed("junk [KorvaMeridian --IP 10.0.0.5 --Serial 7 --Room Lab]");
-    EXPECT_TRUE(reply.isReply);
-    EXPECT_EQ(reply.room, "Lab");
-    EXPECT_EQ(reply.ip, "10.0.0.5");
-}
-
-TEST(DiscoveryReply, MustBearTheMark) {
-    EXPECT_FALSE(parsed("").isReply);
-    EXPECT_FALSE(parsed("[Korv").isReply);
-    EXPECT_FALSE(parsed("[korva --Room Lab --IP 10.0.0.5]").isReply);
-    EXPECT_FALSE(parsed("Korva --Room Lab --IP 10.0.0.5]").isReply);
-    EXPECT_FALSE(parsed("[Other --Room Lab --IP 10.0.0.5]").isReply);
-}
-
-TEST(DiscoveryReply, MayBearTheMarkAnywhere) {
-    EXPECT_TRUE(parsed("--Room Lab --IP 10.0.0.5] [Korva").isReply);
-}
-
-TEST(DiscoveryReply, MustNameARoom) {
-    EXPECT_FALSE(parsed("[Korva --IP 10.0.0.5]").isReply);
-    EXPECT_FALSE(parsed("[Korva --IP 10.0.0.5 --Room ]").isReply);
-    EXPECT_FALSE(parsed("[Korva --IP 10.0.0.5 --room Lab]").isReply);
-}
-
-TEST(DiscoveryReply, MustNameAnAddress) {
-    EXPECT_FALSE(parsed("[Korva --Room Lab]").isReply);
-    EXPECT_FALSE(parsed("[Korva --Room Lab --Ip 10.0.0.5]").isReply);
-}
-
-TEST(DiscoveryReply, LosesAnAddressThatNoBracketCloses) {
-    const Parsed reply = parsed("[Korva --Room Lab --IP 10.0.0.5");
-    EXPECT_FALSE(reply.isReply);
-    EXPECT_EQ(reply.room, "Lab");
-    EXPECT_EQ(reply.ip, "");
-}
-
-TEST(DiscoveryReply, TakesTheNextKeyForAValueThatIsMissing) {
-    const Parsed reply = parsed("[Korva --Room --IP 10.0.0.5]");
-    EXPECT_TRUE(reply.isReply);
-    EXPECT_EQ(reply.room, "--IP");
-    EXPECT_EQ(reply.ip, "10.0.0.5");
+TEST(DiscoveryReply, BearsTheMarkAnywhereAndNamesRoomAndAddress) {
+    const struct {
+        const char* text;
+        bool isReply;
+        std::string room = {};
+        std::string ip = {};
+    } rows[] = {
+        {"[Korva --Room Lab 2 --IP 192.168.10.27]", true, "Lab 2", "192.168.10.27"},
+        {"junk [KorvaMeridian --IP 10.0.0.5 --Serial 7 --Room Lab]", true, "Lab", "10.0.0.5"},
+        {"--Room Lab --IP 10.0.0.5] [Korva", true, "Lab", "10.0.0.5"},
+        {"[Korva --Room --IP 10.0.0.5]", true, "--IP", "10.0.0.5"}, // the next key for a missing value
+        {"", false},
+        {"[Korv", false},
+        {"[korva --Room Lab --IP 10.0.0.5]", false},
+        {"Korva --Room Lab --IP 10.0.0.5]", false},
+        {"[Other --Room Lab --IP 10.0.0.5]", false},
+        {"[Korva --IP 10.0.0.5]", false, "", "10.0.0.5"},
+        {"[Korva --IP 10.0.0.5 --Room ]", false, "", "10.0.0.5"},
+        {"[Korva --IP 10.0.0.5 --room Lab]", false, "", "10.0.0.5"},
+        {"[Korva --Room Lab]", false, "Lab", ""},
+        {"[Korva --Room Lab --Ip 10.0.0.5]", false, "Lab", ""},
+        {"[Korva --Room Lab --IP 10.0.0.5", false, "Lab", ""}, // no bracket closes it
+    };
+    for (const auto& row : rows) {
+        std::string room;
+        std::string ip;
+        EXPECT_EQ(KorvaCameraLocator::parseDiscoveryReply(row.text, room, ip), row.isReply) << row.text;
+        EXPECT_EQ(room, row.room) << row.text;
+        EXPECT_EQ(ip, row.ip) << row.text;
+    }
 }
 
 } // namespace

@@ -5,11 +5,8 @@
 
 #include "DeviceControl/BroadcastWorkerObserver.h"
 #include "NativeCameraControl/NativeCameraTemplate.h"
-#include "Support/LogCapture.h"
-#include "Support/LogLocation.h"
+#include "PluginLog.h"
 #include "World/Stage.h"
-
-#include <gmock/gmock.h>
 
 #include <cstddef>
 #include <functional>
@@ -20,7 +17,11 @@
 
 namespace LocatorTests {
 
-using TestSupport::LogText;
+using namespace PluginLogs;
+
+inline constexpr char loggerName[] = "Plenar.KorvaCamera.KorvaCameraLocator";
+inline const std::string firstHardware("\x00\x1a\x2b\x3c\x4d\x5e", 6);
+inline const std::string secondHardware("\x00\x1a\x2b\x3c\x4d\x5f", 6);
 
 /// Keeps what it is told.
 struct RecordingObserver final : BroadcastWorkerObserver {
@@ -49,16 +50,12 @@ struct LocatorSearch : ::testing::Test {
     World::Stage world;
     World::Network& network = world.network;
     World::Calls& calls = world.calls;
-    TestSupport::LogCapture log{"Plenar.KorvaCamera.KorvaCameraLocator"};
-    TestSupport::LogCapture identificationLog{"Plenar.KorvaCamera.KorvaCapture"};
+    PluginLog log{loggerName, "KorvaCameraLocator"};
+    PluginLog identificationLog{"Plenar.KorvaCamera.KorvaCapture", "KorvaHelper"};
     RecordingObserver observer;
     KorvaCameraLocator locator;
 
     LocatorSearch() { beginAnew(); }
-    ~LocatorSearch() override {
-        TestSupport::expectFrom(log, "KorvaCameraLocator");
-        TestSupport::expectFrom(identificationLog, "KorvaHelper");
-    }
 
     void beginAnew() {
         World::reset();
@@ -69,7 +66,7 @@ struct LocatorSearch : ::testing::Test {
 
     /// A camera that answers the broadcast, ARP and its identification.
     void addCamera(const std::string& room, const std::string& ip,
-                   const std::string& hardwareAddress = std::string("\x00\x1a\x2b\x3c\x4d\x5e", 6)) {
+                   const std::string& hardwareAddress = firstHardware) {
         network.datagrams.push_back(replyOf(room, ip));
         network.arp[ip].hardwareAddress = hardwareAddress;
         World::answerIdentification(world.at(ip, 32768), {.serial = "K-" + room});
@@ -80,13 +77,10 @@ struct LocatorSearch : ::testing::Test {
         calls.throwAlways("connect " + ip + ":32768", std::runtime_error("unexpected"));
     }
 
-    /// The log lines that begin with `text`.
-    std::vector<LogText> linesOf(const std::string& text) const {
-        std::vector<LogText> found;
-        for (const LogText& line : log.texts())
-            if (line.message.starts_with(text))
-                found.push_back(line);
-        return found;
+    /// One camera was reported, the one in that room.
+    void expectFound(const std::wstring& room) const {
+        ASSERT_EQ(observer.found.size(), 1u);
+        EXPECT_EQ(observer.infoOf(0).getSerialNumber(), L"K-" + room);
     }
 };
 
