@@ -18,14 +18,24 @@ constexpr ULONG oneAdapter = sizeof(IP_ADAPTER_INFO);
 /// Fills the buffer of that many bytes, and answers.
 std::function<DWORD(IP_ADAPTER_INFO*, ULONG)> onAsk;
 
-/// Chains `count` adapters, the last one to `behind`.
-DWORD chain(IP_ADAPTER_INFO* adapters, std::size_t count, IP_ADAPTER_INFO* behind) {
-    for (std::size_t at = 0; at < count; ++at) {
-        adapters[at] = {};
-        adapters[at].Index = static_cast<DWORD>(at + 1);
-        adapters[at].Next = at + 1 < count ? &adapters[at + 1] : behind;
-    }
-    return NO_ERROR;
+/// Has the system chain `count` adapters, the last one to the bytes `behind` the first.
+auto chain(std::size_t count, std::size_t behind) {
+    return [=](IP_ADAPTER_INFO* adapters) {
+        for (std::size_t at = 0; at < count; ++at) {
+            adapters[at] = {};
+            adapters[at].Index = static_cast<DWORD>(at + 1);
+            adapters[at].Next = &adapters[at + 1];
+        }
+        adapters[count - 1].Next =
+            reinterpret_cast<IP_ADAPTER_INFO*>(reinterpret_cast<char*>(adapters) + behind);
+    };
+}
+
+auto chain(std::size_t count) {
+    return [=](IP_ADAPTER_INFO* adapters) {
+        chain(count, 0)(adapters);
+        adapters[count - 1].Next = nullptr;
+    };
 }
 
 /// The indices of the adapters that are walked, each followed by a blank.
@@ -42,25 +52,45 @@ DWORD GetAdaptersInfo(IP_ADAPTER_INFO* adapters, ULONG* bytes) {
     return onAsk(adapters, *bytes);
 }
 
-TEST(AdapterList, IsWalkedInOrder) {
-    onAsk = [](IP_ADAPTER_INFO* adapters, ULONG bytes) {
-        EXPECT_EQ(bytes, 3 * oneAdapter);
-        return chain(adapters, 3, nullptr);
+TEST(AdapterList, IsWalkedInOrderWithinItsMemory) {
+    IP_ADAPTER_INFO elsewhere{};
+    const auto leave = [&elsewhere](IP_ADAPTER_INFO* adapters) {
+        chain(1)(adapters);
+        adapters->Next = &elsewhere;
     };
-    AdapterList list(3 * oneAdapter);
-    EXPECT_EQ(list.fill(), NO_ERROR);
-    EXPECT_EQ(walk(list), "1 2 3 ");
-    EXPECT_EQ(list.next(), nullptr);
-}
-
-TEST(AdapterList, HasNoneBeforeItIsFilled) {
-    AdapterList list(3 * oneAdapter);
-    EXPECT_EQ(list.next(), nullptr);
+    const struct {
+        const char* what;
+        ULONG bytes;
+        std::function<void(IP_ADAPTER_INFO*)> fill;
+        const char* walked;
+    } rows[] = {
+        {"three adapters", 3 * oneAdapter, chain(3), "1 2 3 "},
+        {"a link out of its memory", 2 * oneAdapter, leave, "1 "},
+        {"a link to the rest of its memory", 3 * oneAdapter - 8, chain(1, 2 * oneAdapter), "1 "},
+        {"a link that is not aligned", 3 * oneAdapter, chain(1, oneAdapter + 1), "1 "},
+        {"a circle", 4 * oneAdapter, chain(2, 0), "1 2 1 2 "},
+        {"memory that costs only what is filled", std::numeric_limits<ULONG>::max(), chain(1), "1 "},
+        {"no memory", 0, [](auto*) {}, ""},
+        {"too little memory for one", 1, [](auto*) {}, ""},
+        {"one byte too little", oneAdapter - 1, [](auto*) {}, ""},
+    };
+    for (const auto& row : rows) {
+        onAsk = [&row](IP_ADAPTER_INFO* adapters, ULONG bytes) {
+            EXPECT_EQ(bytes, row.bytes);
+            row.fill(adapters);
+            return NO_ERROR;
+        };
+        AdapterList list(row.bytes);
+        EXPECT_EQ(list.next(), nullptr) << "not yet filled";
+        EXPECT_EQ(list.fill(), NO_ERROR);
+        EXPECT_EQ(walk(list), row.walked) << row.what;
+        EXPECT_EQ(list.next(), nullptr) << row.what;
+    }
 }
 
 TEST(AdapterList, HasNoneWhereTheSystemDoesNotTell) {
     onAsk = [](IP_ADAPTER_INFO* adapters, ULONG) {
-        chain(adapters, 1, nullptr);
+        chain(1)(adapters);
         return ERROR_GEN_FAILURE;
     };
     AdapterList list(oneAdapter);
@@ -68,60 +98,9 @@ TEST(AdapterList, HasNoneWhereTheSystemDoesNotTell) {
     EXPECT_EQ(list.next(), nullptr);
 }
 
-TEST(AdapterList, HasNoneInMemoryTooSmallForOne) {
-    onAsk = [](IP_ADAPTER_INFO*, ULONG) { return NO_ERROR; };
-    for (const ULONG bytes : {ULONG{0}, ULONG{1}, oneAdapter - 1}) {
-        AdapterList list(bytes);
-        EXPECT_EQ(list.fill(), NO_ERROR);
-        EXPECT_EQ(list.next(), nullptr) << bytes;
-    }
-}
-
-TEST(AdapterList, EndsWhereALinkLeavesItsMemory) {
-    IP_ADAPTER_INFO elsewhere{};
-    onAsk = [&elsewhere](IP_ADAPTER_INFO* adapters, ULONG) { return chain(adapters, 1, &elsewhere); };
-    AdapterList list(2 * oneAdapter);
-    EXPECT_EQ(list.fill(), NO_ERROR);
-    EXPECT_EQ(walk(list), "1 ");
-}
-
-TEST(AdapterList, EndsWhereALinkLeadsToTheRestOfItsMemory) {
-    onAsk = [](IP_ADAPTER_INFO* adapters, ULONG) { return chain(adapters, 1, adapters + 2); };
-    AdapterList list(3 * oneAdapter - 8);
-    EXPECT_EQ(list.fill(), NO_ERROR);
-    EXPECT_EQ(walk(list), "1 ");
-}
-
-TEST(AdapterList, EndsWhereALinkIsNotAligned) {
-    onAsk = [](IP_ADAPTER_INFO* adapters, ULONG) {
-        auto* const odd = reinterpret_cast<char*>(adapters) + oneAdapter + 1;
-        return chain(adapters, 1, reinterpret_cast<IP_ADAPTER_INFO*>(odd));
-    };
-    AdapterList list(3 * oneAdapter);
-    EXPECT_EQ(list.fill(), NO_ERROR);
-    EXPECT_EQ(walk(list), "1 ");
-}
-
-TEST(AdapterList, EndsThoughItsLinksGoInACircle) {
-    onAsk = [](IP_ADAPTER_INFO* adapters, ULONG) { return chain(adapters, 2, adapters); };
-    AdapterList list(4 * oneAdapter);
-    EXPECT_EQ(list.fill(), NO_ERROR);
-    EXPECT_EQ(walk(list), "1 2 1 2 ");
-}
-
-TEST(AdapterList, CostsOnlyWhatTheSystemFills) {
-    onAsk = [](IP_ADAPTER_INFO* adapters, ULONG) { return chain(adapters, 1, nullptr); };
-    AdapterList list(std::numeric_limits<ULONG>::max());
-    EXPECT_EQ(list.fill(), NO_ERROR);
-    EXPECT_EQ(walk(list), "1 ");
-}
-
-TEST(AdapterText, EndsAtItsZero) {
+TEST(AdapterText, EndsAtItsZeroOrWithItsEntry) {
     EXPECT_EQ(Korva::textOf(IP_ADDRESS_STRING{"10.0.0.5"}), "10.0.0.5");
     EXPECT_EQ(Korva::textOf(IP_ADDRESS_STRING{}), "");
-}
-
-TEST(AdapterText, EndsWithItsEntry) {
     IP_ADDRESS_STRING entry;
     std::memset(entry.String, '1', sizeof entry.String);
     EXPECT_EQ(Korva::textOf(entry), std::string(16, '1'));

@@ -4,12 +4,11 @@
 
 #include "DeviceControl/Device.h"
 #include "DeviceControl/DeviceBuilder.h"
+#include "PluginLog.h"
 #include "ReferenceHost/DeviceDescription.h"
 #include "ReferenceHost/HostControl.h"
 #include "ReferenceHost/PluginLibrary.h"
-#include "Support/LogCapture.h"
 
-#include <gmock/gmock.h>
 #include <log4cxx/logmanager.h>
 #include <malloc.h>
 
@@ -21,12 +20,8 @@
 #include <memory>
 #include <string>
 
+using namespace PluginLogs;
 using namespace PluginTests;
-using ::testing::ElementsAre;
-using ::testing::IsEmpty;
-using TestSupport::LogCapture;
-using TestSupport::LogLine;
-using TestSupport::LogText;
 
 namespace {
 
@@ -63,19 +58,31 @@ void loadUseAndUnload() {
     ASSERT_NE(device, nullptr);
 }
 
-TEST(EntryPoint, RegistersTheCameraTypeOnce) {
+/// The plug-in, and what its entry says.
+struct EntryPoint : ::testing::Test {
     const Plugin plugin;
-    EXPECT_THAT(registeredTypes(), IsEmpty());
+    PluginLog log{loaderLogger, "KorvaCameraLoader"};
+    const DeviceType* const type = &plugin.cameraType();
+
+    EntryPoint() { EXPECT_THAT(registeredTypes(), IsEmpty()) << "loading and asking register nothing"; }
+};
+
+TEST_F(EntryPoint, SaysThatItInitialisesAndRegistersTheOneCameraType) {
+    log.onLine([](const LogLine&) { EXPECT_THAT(registeredTypes(), IsEmpty()); });
     EXPECT_EQ(plugin.initialize(1), 0);
-    ASSERT_THAT(registeredTypes(), ElementsAre(&plugin.cameraType()));
-    EXPECT_EQ(registeredTypes()[0]->getCode(), L"KRV");
-    EXPECT_EQ(registeredTypes()[0]->getVersion(), L"1.0");
-    EXPECT_EQ(registeredTypes()[0]->getName(), L"Korva");
+    EXPECT_THAT(registeredTypes(), ElementsAre(type));
+    EXPECT_EQ(type->getCode(), L"KRV");
+    EXPECT_EQ(type->getVersion(), L"1.0");
+    EXPECT_EQ(type->getName(), L"Korva");
+    EXPECT_TRUE(type->isSameType(registeredTypes().at(0)));
+    EXPECT_FALSE(type->isSameType(nullptr));
+    EXPECT_THAT(type->getVariants(), IsEmpty());
+    ASSERT_THAT(log.texts(), ElementsAre(info("Initializing KRV camera support...")));
+    EXPECT_EQ(log.lines().front().method, "initializeKorvaCamera");
+    EXPECT_EQ(log.lines().front().line, 49);
 }
 
-TEST(EntryPoint, RefusesEveryOtherVersion) {
-    const LogCapture log(loaderLogger);
-    const Plugin plugin;
+TEST_F(EntryPoint, RefusesEveryOtherVersion) {
     for (const int version : {0, 2, -1, 257, 1 << 16 | 1})
         EXPECT_EQ(plugin.initialize(version), -1) << version;
     EXPECT_THAT(registeredTypes(), IsEmpty());
@@ -83,52 +90,12 @@ TEST(EntryPoint, RefusesEveryOtherVersion) {
     EXPECT_EQ(plugin.initialize(1), 0) << "a refusal spoils nothing";
 }
 
-TEST(EntryPoint, SaysThatItInitialises) {
-    const LogCapture log(loaderLogger);
-    const Plugin plugin;
-    EXPECT_EQ(plugin.initialize(1), 0);
-    ASSERT_THAT(log.texts(), ElementsAre(LogText{"INFO", "Initializing KRV camera support..."}));
-    const LogLine line = log.lines().front();
-    EXPECT_EQ(line.file, "BackEnd/NativeCameraKorva/KorvaCameraLoader");
-    EXPECT_EQ(line.method, "initializeKorvaCamera");
-    EXPECT_EQ(line.line, 49);
-}
-
-TEST(EntryPoint, SaysThatItInitialisesBeforeItRegisters) {
-    const Plugin plugin;
-    LogCapture log(loaderLogger);
-    log.onLine([](const LogLine&) { EXPECT_THAT(registeredTypes(), IsEmpty()); });
-    plugin.initialize(1);
-    EXPECT_EQ(log.lines().size(), 1u);
-    EXPECT_EQ(registeredTypes().size(), 1u);
-}
-
-TEST(EntryPoint, SaysNothingAboveInfo) {
-    const LogCapture log(loaderLogger, log4cxx::Level::getWarn());
-    const Plugin plugin;
-    EXPECT_EQ(plugin.initialize(1), 0);
-    EXPECT_THAT(registeredTypes(), ElementsAre(&plugin.cameraType()));
+TEST_F(EntryPoint, RegistersTheSameTypeAtEveryCallAndSaysNothingAboveInfo) {
+    log.setLevel(log4cxx::Level::getWarn());
+    plugin.initializeCamera();
+    plugin.initializeCamera();
+    EXPECT_THAT(registeredTypes(), ElementsAre(type, type));
     EXPECT_THAT(log.texts(), IsEmpty());
-}
-
-TEST(EntryPoint, RegistersTheSameTypeAtEveryCall) {
-    const LogCapture log(loaderLogger);
-    const Plugin plugin;
-    plugin.initializeCamera();
-    plugin.initializeCamera();
-    EXPECT_THAT(registeredTypes(), ElementsAre(&plugin.cameraType(), &plugin.cameraType()));
-    EXPECT_EQ(log.texts().size(), 2u);
-}
-
-TEST(EntryPoint, GivesOneTypeBeforeAndAfterRegistration) {
-    const Plugin plugin;
-    const DeviceType* const before = &plugin.cameraType();
-    EXPECT_THAT(registeredTypes(), IsEmpty()) << "asking registers nothing";
-    plugin.initialize(1);
-    EXPECT_EQ(&plugin.cameraType(), before);
-    EXPECT_TRUE(before->isSameType(registeredTypes().at(0)));
-    EXPECT_FALSE(before->isSameType(nullptr));
-    EXPECT_THAT(before->getVariants(), IsEmpty());
 }
 
 TEST(ExitPoint, DoesNothingWhateverItIsGiven) {
@@ -142,16 +109,12 @@ TEST(ExitPoint, DoesNothingWhateverItIsGiven) {
     EXPECT_EQ(plugin.cameraType().getCode(), L"KRV");
 }
 
-TEST(ModuleObjects, IncludeTheLoggers) {
+TEST(ModuleObjects, IncludeTheLoggersAndTheSettingsThatNobodyReads) {
     const Plugin plugin;
     for (const char* const name :
          {"KorvaInternalsComm", "KorvaCameraBuilder", "KorvaCameraLocator", "KorvaCapture",
           "KorvaImagingInterface", "KorvaInternals", "KorvaIntrinsics"})
         EXPECT_TRUE(isLogger(std::string("Plenar.KorvaCamera.") + name)) << name;
-}
-
-TEST(ModuleObjects, IncludeTheSettingsThatNobodyReads) {
-    const Plugin plugin;
     const std::map<std::string, std::string> settings = ReferenceHost::developerSettings();
     for (const char* const name :
          {"developerMode", "tradeshow", "enableTimingProfileLogging", "logging.ImageDirectory"})
@@ -175,16 +138,11 @@ TEST(ModuleObjects, AreMadeByTheLoadingButForTheLoadersLogger) {
     EXPECT_EXIT(std::exit(watchTheFirstLoad()), ::testing::ExitedWithCode(0), "");
 }
 
-TEST(Unloading, LeavesNothingMapped) {
+TEST(Unloading, LeavesNothingMappedBehindADevice) {
     {
         const Plugin plugin;
-        plugin.initialize(1);
         EXPECT_GT(mappingsOfThePlugin(), 0);
     }
-    EXPECT_EQ(mappingsOfThePlugin(), 0);
-}
-
-TEST(Unloading, LeavesNothingMappedBehindADevice) {
     loadUseAndUnload();
     EXPECT_EQ(mappingsOfThePlugin(), 0);
     EXPECT_THAT(registeredTypes(), IsEmpty());
