@@ -66,44 +66,32 @@ struct Foreign {
     std::uint32_t format;
 };
 
-const Foreign pngs[] = {
-    {"grey1.png", 3},
-    {"grey2.png", 3},
-    {"grey4.png", 3},
-    {"grey8.png", 3},
-    {"grey16.png", 19},
-    {"grey1-interlaced.png", 3},
-    {"grey2-interlaced.png", 3},
-    {"grey4-interlaced.png", 3},
-    {"grey8-interlaced.png", 3},
-    {"grey16-interlaced.png", 19},
-    {"rgb8.png", 1},
-    {"rgb16.png", 17},
-    {"rgb8-interlaced.png", 1},
-    {"rgb16-interlaced.png", 17},
-    {"palette1.png", 1},
-    {"palette2.png", 1},
-    {"palette4.png", 1},
-    {"palette8.png", 1},
-    {"palette1-interlaced.png", 1},
-    {"palette2-interlaced.png", 1},
-    {"palette4-interlaced.png", 1},
-    {"palette8-interlaced.png", 1},
-    {"grey-alpha8.png", 4},
-    {"grey-alpha16.png", 20},
-    {"grey-alpha8-interlaced.png", 4},
-    {"grey-alpha16-interlaced.png", 20},
-    {"rgba8.png", 2},
-    {"rgba16.png", 18},
-    {"rgba8-interlaced.png", 2},
-    {"rgba16-interlaced.png", 18},
-    {"grey16-text.png", 19},
-    {"rgb8-packed-text.png", 1},
-    {"grey8-international-text.png", 3},
-    {"grey8-transparent.png", 3},
-    {"rgb8-transparent.png", 1},
-};
+/// Every kind of PNG file: its bits, interlaced and not; with texts, and with transparency that adds no
+/// channel.
+std::vector<Foreign> everyPng() {
+    const struct {
+        std::string kind;
+        std::vector<int> bits;
+        std::uint32_t layout;
+    } kinds[] = {{"grey", {1, 2, 4, 8, 16}, image_t::layoutGrey},
+                 {"rgb", {8, 16}, image_t::layoutRgb},
+                 {"palette", {1, 2, 4, 8}, image_t::layoutRgb},
+                 {"grey-alpha", {8, 16}, image_t::layoutGreyAlpha},
+                 {"rgba", {8, 16}, image_t::layoutRgba}};
+    std::vector<Foreign> all{{"grey16-text.png", 19},
+                             {"rgb8-packed-text.png", 1},
+                             {"grey8-international-text.png", 3},
+                             {"grey8-transparent.png", 3},
+                             {"rgb8-transparent.png", 1}};
+    for (const auto& [kind, bits, layout] : kinds)
+        for (const int depth : bits)
+            for (const char* const end : {".png", "-interlaced.png"})
+                all.push_back(
+                    {kind + std::to_string(depth) + end, layout + (depth == 16 ? image_t::depth16 : 0)});
+    return all;
+}
 
+const std::vector<Foreign> pngs = everyPng();
 const Foreign sgis[] = {{"grey16-verbatim.sgi", 19}, {"rgb16-verbatim.sgi", 17}, {"rgba16-verbatim.sgi", 18}};
 
 void expectPictureOf(const Foreign& file, const Picture& picture) {

@@ -2,6 +2,8 @@
 
 #include "Communicator/DeviceException.h"
 #include "Device/CaptureCmds.h"
+#include "NativeCameraKorva/WrappedD1Exception.h"
+#include "World/Calls.h"
 
 #include <gtest/gtest.h>
 
@@ -9,6 +11,7 @@
 #include <memory>
 #include <stdexcept>
 #include <string>
+#include <type_traits>
 
 using namespace Tolvane::DeviceFramework2::Device;
 using ImageCmd = SetCmd<image_t&>;
@@ -76,4 +79,17 @@ TEST_F(CmdHandlers, WrapExceptionsOfTheOlderLayerAndLetEveryOtherPass) {
     expectThrown<WrappedD1Exception>(*this, DeviceException(L"gone"), prefix + "[gone]");
     expectThrown<std::runtime_error>(*this, std::runtime_error("plain"), "plain");
     expectThrown<TolvaneExceptionBase>(*this, TolvaneExceptionBase(L"root"), "root");
+}
+
+TEST(WrappedD1Exception, IsADeviceExceptionOfTheNewerLayerThatWrapsTheMessageInUtf8) {
+    static_assert(std::is_base_of_v<Exceptions::DeviceException, Exceptions::WrappedD1Exception>);
+    const auto textOf = [](const wchar_t* message) {
+        const Exceptions::WrappedD1Exception failure(message);
+        return std::string(static_cast<const Exceptions::DeviceException&>(failure).what());
+    };
+    EXPECT_EQ(textOf(L"\U0001F4F7"), "A Device1 layer exception caught: [\xF0\x9F\x93\xB7]");
+    EXPECT_EQ(textOf(L""), "A Device1 layer exception caught: []");
+    World::Calls::current().failAlways("WideCharToMultiByte", 0);
+    EXPECT_EQ(textOf(L"it broke"), "A Device1 layer exception caught: []");
+    World::Calls::current().failNoMore();
 }

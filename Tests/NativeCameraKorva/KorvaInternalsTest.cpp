@@ -50,31 +50,21 @@ Bytes pixelsAt(const std::uint8_t* pixels, std::size_t count = 12) {
     return pixels == nullptr ? Bytes{} : Bytes(pixels, pixels + count);
 }
 
-TEST_F(KorvaInternalsTest, TellsOfItsCreationWithTheCamerasDescriptionThenSetsTheFirstExposure) {
-    const StagedDevice camera;
-    const PluginLog log(loggerName, "KorvaInternals");
-    const KorvaInternals internals(camera.device.get());
-    EXPECT_THAT(log.texts(), ElementsAre(info("Korva Internals created for Korva Camera: Korva Meridian M61, "
-                                              "10.0.0.5, serial number 4711"),
-                                         info("Setting korva exposure to 15 x100 ms")));
-    EXPECT_EQ(log.lines().at(0).method, "KorvaInternals");
-    EXPECT_EQ(log.lines().at(1).method, "setExposureTime");
-    EXPECT_EQ(internals.getExposureTime(), 150000);
-}
-
-TEST_F(KorvaInternalsTest, TellsOfItsCreationInUtf8) {
-    CameraInfo info;
-    info.setModel(L"M\u00FCller \U0001F4F7");
-    KorvaCamera camera(nullptr, info);
-    EXPECT_EQ(everything.texts().front().message,
-              "Korva Internals created for Korva Camera: M\xC3\xBCller \xF0\x9F\x93\xB7");
-}
-
-TEST_F(KorvaInternalsTest, SaysNothingWhereInfoIsNotEnabled) {
-    everything.setLevel(log4cxx::Level::getWarn());
-    const Bench bench;
-    EXPECT_THAT(everything.texts(), IsEmpty());
-    EXPECT_EQ(bench.internals.getExposureTime(), 150000);
+TEST_F(KorvaInternalsTest, TellsOfItsCreationInUtf8ThenSetsTheFirstExposure) {
+    CameraInfo description = describedAs(4, 3);
+    description.setModel(L"M\u00FCller \U0001F4F7");
+    KorvaCamera camera(nullptr, description);
+    for (const bool isLogged : {true, false}) {
+        const PluginLog log(loggerName, "KorvaInternals", isLogged);
+        const KorvaInternals internals(&camera);
+        log.expect(
+            {info("Korva Internals created for Korva Camera: M\xC3\xBCller \xF0\x9F\x93\xB7, 10.0.0.5, "
+                  "serial number 4711"),
+             info("Setting korva exposure to 15 x100 ms")});
+        EXPECT_EQ(internals.getExposureTime(), 150000);
+    }
+    EXPECT_EQ(everything.lines().at(2).method, "KorvaInternals");
+    EXPECT_EQ(everything.lines().at(3).method, "setExposureTime");
 }
 
 TEST_F(KorvaInternalsTest, TurnsExposureTimesIntoUnitsOf100Milliseconds) {
@@ -215,7 +205,7 @@ TEST_F(KorvaInternalsTest, ReleasesThePictureBeforeItReportsIt) {
 /// What a capture and a probe log when they fail, with the line that the location names; 0 if none is fixed.
 struct Failure {
     std::string what;
-    std::function<void(World::Calls&)> plan;
+    std::function<void(Bench&)> plan;
     std::string captureText;
     int captureLine;
     std::string probeText;
@@ -223,13 +213,17 @@ struct Failure {
 };
 
 template <class Exception>
-std::function<void(World::Calls&)> throwing(const std::string& call, const Exception& exception) {
-    return [=](World::Calls& calls) { calls.throwAlways(call, exception); };
+std::function<void(Bench&)> throwing(const std::string& call, const Exception& exception) {
+    return [=](Bench&) { World::Calls::current().throwAlways(call, exception); };
 }
 
-void throwWhatCannotBeConverted(World::Calls& calls) {
-    calls.throwAlways("connect", deviceFailure);
-    calls.failAlways("WideCharToMultiByte", 0);
+void throwWhatCannotBeConverted(Bench&) {
+    World::Calls::current().throwAlways("connect", deviceFailure);
+    World::Calls::current().failAlways("WideCharToMultiByte", 0);
+}
+
+void takeCommunicator(Bench& bench) {
+    bench.device.device->setCommunicator(nullptr);
 }
 
 TEST_F(KorvaInternalsTest, LogsAndReportsEachFailureWhateverTheCallbackDoes) {
@@ -241,10 +235,12 @@ TEST_F(KorvaInternalsTest, LogsAndReportsEachFailureWhateverTheCallbackDoes) {
     const std::string read = "receive 10.0.0.5:32769 6";
     const std::string noAnswer = probe + "parseIncomingMessage failed";
     const Failure failures[] = {
-        {"no answer", [](World::Calls&) {}, failedLine.message, 0, noAnswer, 138},
+        {"no answer", [](Bench&) {}, failedLine.message, 0, noAnswer, 138},
         {"no connection", throwing("connect", deviceFailure), told, 101, probe + told, 147},
         {"a broken connection", throwing(read, deviceFailure), told, 101, probe + told, 147},
         {"a message that cannot be converted", throwWhatCannotBeConverted, untold, 101, probe + untold, 147},
+        {"no communicator", takeCommunicator, failedLine.message, 0,
+         probe + untold + "The camera has no communicator", 147},
         {"another exception", throwing("connect", otherFailure), unknown, 107, inProbe, 153},
         {"another at the request", throwing("send", otherFailure), unknown, 107, inProbe, 153},
         {"what is no exception", throwing("send", 42), unknown, 107, inProbe, 153},
@@ -259,7 +255,7 @@ TEST_F(KorvaInternalsTest, LogsAndReportsEachFailureWhateverTheCallbackDoes) {
                 Bench bench;
                 bench.internals.setNetworkHealthCallback(callback);
                 const PluginLog log(loggerName, "KorvaInternals", isLogged);
-                row.plan(world.calls);
+                row.plan(bench);
                 EXPECT_NO_THROW(EXPECT_EQ(bench.capture(), nullptr));
                 EXPECT_NO_THROW(EXPECT_FALSE(bench.internals.validateConnection()));
                 world.calls.failNoMore();
@@ -283,19 +279,6 @@ TEST_F(KorvaInternalsTest, LogsAndReportsEachFailureWhateverTheCallbackDoes) {
             EXPECT_EQ(std::exchange(codes, {}), (Codes{1032, 2056}));
         }
     }
-}
-
-TEST_F(KorvaInternalsTest, OfADeviceWithoutACommunicatorFailInTheirOrdinaryWay) {
-    KorvaCamera camera(nullptr, describedAs(4, 3));
-    KorvaInternals internals(&camera);
-    Codes reports;
-    internals.setNetworkHealthCallback(into(reports));
-    EXPECT_EQ(internals.getImaging1Image(), nullptr);
-    EXPECT_FALSE(internals.validateConnection());
-    EXPECT_THAT(reports, ElementsAre(1032, 2056));
-    EXPECT_THAT(everything.errors(),
-                ElementsAre(failedLine, error("validateConnection: Communicator error: The camera has no "
-                                              "communicator")));
 }
 
 TEST_F(KorvaInternalsTest, TakeAPictureThatCouldNotBeReportedForAFailedCapture) {

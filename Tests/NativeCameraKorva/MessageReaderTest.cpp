@@ -62,27 +62,27 @@ TEST_F(MessageReader, AcceptsAMessageInSoManyReads) {
         {"half of the sum 0x0100", "01 0000000E 01 04 00000001 EB 01"_hex, {{4, {0xEB}}}},
     };
     for (const Accepted& row : rows) {
-        SCOPED_TRACE(row.what);
-        ScriptedCommunicator fresh;
-        fresh.deliver(row.message);
-        args.clear();
-        const std::size_t warned = log.troubles().size();
-        ASSERT_TRUE(parseIncomingMessage(&fresh, header, args));
-        std::vector<ScriptedCommunicator::Call> reads{readOf(6)};
-        std::vector<Told> told;
-        for (const FullArg& arg : args) {
-            told.push_back(toldBy(arg));
-            reads.push_back(readOf(5));
-            if (!told.back().second.empty())
-                reads.push_back(readOf(static_cast<unsigned int>(told.back().second.size())));
+        for (const bool isLogged : {true, false}) {
+            SCOPED_TRACE(row.what);
+            const PluginLog own(loggerName, "KorvaBinaryCommunication", isLogged, log4cxx::Level::getInfo());
+            ScriptedCommunicator fresh;
+            fresh.deliver(row.message);
+            args.clear();
+            ASSERT_TRUE(parseIncomingMessage(&fresh, header, args));
+            std::vector<ScriptedCommunicator::Call> reads{readOf(6)};
+            std::vector<Told> told;
+            for (const FullArg& arg : args) {
+                told.push_back(toldBy(arg));
+                reads.push_back(readOf(5));
+                if (!told.back().second.empty())
+                    reads.push_back(readOf(static_cast<unsigned int>(told.back().second.size())));
+            }
+            reads.push_back(readOf(2, 4000));
+            EXPECT_EQ(told, row.args);
+            EXPECT_EQ(fresh.reads(), reads);
+            EXPECT_TRUE(fresh.isExhausted());
+            own.expect(row.warnings);
         }
-        reads.push_back(readOf(2, 4000));
-        EXPECT_EQ(told, row.args);
-        EXPECT_EQ(fresh.reads(), reads);
-        EXPECT_TRUE(fresh.isExhausted());
-        const Texts warnings = log.troubles();
-        EXPECT_EQ(Texts(warnings.begin() + static_cast<std::ptrdiff_t>(warned), warnings.end()),
-                  row.warnings);
     }
 }
 
@@ -239,13 +239,6 @@ TEST_F(MessageReader, PassesTheTransportsExceptionOnFromEveryRead) {
         EXPECT_THROW(parseIncomingMessage(&fresh, header, args), std::runtime_error) << before;
         EXPECT_EQ(args.size(), keptArgs) << before;
     }
-}
-
-TEST_F(MessageReader, AcceptsWithoutLogging) {
-    log.turnOff();
-    communicator.deliver(message({{imageCode, {1, 2, 3}}}));
-    EXPECT_TRUE(parse());
-    EXPECT_THAT(log.lines(), IsEmpty());
 }
 
 } // namespace

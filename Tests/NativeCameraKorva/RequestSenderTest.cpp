@@ -2,6 +2,7 @@
 
 #include "Support/DigitsApart.h"
 
+#include <cstring>
 #include <stdexcept>
 #include <utility>
 
@@ -116,6 +117,33 @@ TEST_F(RequestSender, PassesTheTransportsExceptionOn) {
     communicator.throwOnWrite(0, std::make_exception_ptr(std::runtime_error("broken")));
     EXPECT_THROW(with(ArgCode::Format, {0}).send(), std::runtime_error);
     EXPECT_EQ(args.size(), 1u);
+}
+
+TEST(Checksum, SumsAllBytesButTheLastTwoModulo65536) {
+    const struct {
+        const char* what;
+        Bytes message;
+        std::uint16_t sum;
+    } rows[] = {
+        {"a probe", "01 0000000E 01 04 00000001 00 FFFF"_hex, 0x15},
+        {"a message without arguments", "01 00000008 00 0009"_hex, 9},
+        {"nothing but the checksum", "1234"_hex, 0},
+        {"bytes above 127", "80FF 0000"_hex, 0x17F},
+        {"more than 65535", Bytes(302, 255), 10964},
+        {"millions of bytes", Bytes(3'000'001, 255), static_cast<std::uint16_t>(2'999'999u * 255)},
+    };
+    for (const auto& row : rows)
+        EXPECT_EQ(calculateChkSum(row.message.data(), row.message.size()), row.sum) << row.what;
+}
+
+TEST(ChecksumField, LiesTwoBytesBeforeTheEndOfTheMessageAtWhateverAddress) {
+    for (Bytes message : {"01 0000000E 01 04 00000001 00 1234"_hex, "01 0000000D 01 05 00000000 1234"_hex}) {
+        unsigned char field[2];
+        std::memcpy(field, static_cast<const void*>(getChkSum(reinterpret_cast<Header*>(message.data()))),
+                    sizeof field);
+        EXPECT_EQ(field[0], 0x12);
+        EXPECT_EQ(field[1], 0x34);
+    }
 }
 
 } // namespace

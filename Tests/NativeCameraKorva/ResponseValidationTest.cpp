@@ -61,19 +61,14 @@ TEST(ResponseValidation, JudgesAResponseByItsFirstArgument) {
 }
 
 TEST(ResponseValidation, RefusesEveryOtherCodeAndWritesItAsOneByte) {
-    Header header{1, bigEndian32(13), 1};
-    std::vector<FullArg> args(1);
+    const Header one{1, bigEndian32(13), 1};
+    const std::string unexpected = "Korva returned an unexpected response code code: ";
     for (int code = 0; code < 256; ++code) {
         if (code == doneCode || code == errorCode || code == imageCode)
             continue;
-        args[0].header.type = static_cast<std::uint8_t>(code);
-        for (const bool expectImage : {false, true}) {
-            PluginLog log(loggerName, "KorvaBinaryCommunication");
-            EXPECT_FALSE(validateCommandResponse(header, args, expectImage));
-            EXPECT_THAT(log.texts(),
-                        ElementsAre(headerLine, warn("Korva returned an unexpected response code code: " +
-                                                     std::string(1, static_cast<char>(code)))));
-        }
+        const Texts lines{headerLine, warn(unexpected + static_cast<char>(code))};
+        for (const Wanted wanted : {Wanted::done, Wanted::image})
+            expectJudged("another code", one, {{static_cast<std::uint8_t>(code), {}}}, wanted, false, lines);
     }
 }
 
