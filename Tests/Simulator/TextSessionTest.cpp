@@ -148,13 +148,9 @@ TEST(TextSession, OutlivesGarbage) {
     }
 }
 
-TEST(TextSession, TellsWhatIsAskedAndAnswered) {
-    TextConversation client({"version:hostile"});
-    EXPECT_THAT(client.reaction("[Version --SW \x07]").events,
+TEST(TextFault, HitsItsQueryAsOftenAsItSaysAndIsTold) {
+    EXPECT_THAT(TextConversation({"version:hostile"}).reaction("[Version --SW \x07]").events,
                 ElementsAre("[Version --SW \\x07] -> [Version --SW 3.2.15]", "fault version:hostile"));
-}
-
-TEST(TextFault, HitsItsQueryAsOftenAsItSays) {
     TextConversation client({"serial:silent*2", "text:close*1"});
     EXPECT_EQ(client.ask("[Foo]"), "[Unknown]");
     for (const char* answer : {"", "", "close"})
@@ -247,10 +243,10 @@ TEST(TextFault, HearsNothingBehindAConnectionThatItEnded) {
 }
 
 TEST(TextFault, Drips) {
-    const Reaction pieces = TextConversation({"serial:drip=10/3"}).reaction(serialQuery);
-    ASSERT_THAT(pieces.actions, SizeIs(1));
-    EXPECT_EQ(std::get<SendBytes>(pieces.actions[0]).pieceBytes, 10U);
-    EXPECT_EQ(std::get<SendBytes>(pieces.actions[0]).pause.count(), 3);
+    const std::vector<Action> pieces = TextConversation({"serial:drip=10/3"}).reaction(serialQuery).actions;
+    ASSERT_THAT(pieces, SizeIs(1));
+    EXPECT_EQ(std::get<SendBytes>(pieces[0]).pieceBytes, 10U);
+    EXPECT_EQ(std::get<SendBytes>(pieces[0]).pause.count(), 3);
 }
 
 TEST(TextFault, StaleReplyIsThatToTheQueryBefore) {
