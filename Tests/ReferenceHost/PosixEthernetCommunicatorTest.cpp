@@ -27,13 +27,7 @@ struct EthernetConnect : EthernetClient {};
 struct EthernetWrite : EthernetClient {};
 struct EthernetRead : EthernetClient {};
 
-struct EthernetProgress : EthernetClient {
-    EthernetProgress() {
-        client.setProgressObserver(
-            [this](std::size_t received, std::size_t) { reports.push_back(received); });
-    }
-    std::vector<std::size_t> reports;
-};
+struct EthernetProgress : EthernetClient {};
 
 std::string patternOf(std::size_t count) {
     std::string pattern(count, '\0');
@@ -244,31 +238,27 @@ TEST_F(EthernetRead, OfAnEndedConnectionThrowsTheReasonAgainAndAgain) {
     }
 }
 
-TEST_F(EthernetProgress, IsReportedEvery64KiBAndAtTheEnd) {
-    static constexpr std::size_t count = 2 * piece + 5;
-    client.setProgressObserver([this](std::size_t received, std::size_t expected) {
-        reports.push_back(received);
-        EXPECT_EQ(expected, count);
-    });
-    peer.greet({World::sendingInPieces(World::Bytes(count), piece - 1, 1ms)});
-    const Connector hold(client);
-    read(count);
-    EXPECT_THAT(reports, ElementsAre(2 * (piece - 1), count));
-}
-
-TEST_F(EthernetProgress, IsReportedAtTheEndOfAReadThatGotLess) {
-    peer.greet({text("abc")});
-    const Connector hold(client);
-    read(3);
-    read(6, 10);
-    EXPECT_THAT(reports, ElementsAre(3, 0));
-}
-
-TEST_F(EthernetProgress, IsReportedEveryTenthOfASecondWhileNothingComes) {
-    peer.greet({Pause{1001ms}, text("abc")});
-    const Connector hold(client);
-    EXPECT_EQ(read(3), "abc");
-    EXPECT_THAT(reports, ElementsAre(0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 3));
+TEST_F(EthernetProgress, IsReportedEvery64KiBEveryTenthOfASecondAndAtTheEnd) {
+    using Reports = std::vector<std::size_t>;
+    const std::size_t large = 2 * piece + 5;
+    const World::Actions pieces{World::sendingInPieces(World::Bytes(large), piece - 1, 1ms)};
+    for (const auto& [comes, count, due] : {
+             std::tuple(pieces, large, Reports{2 * (piece - 1), large}),
+             std::tuple(World::Actions{text("abc")}, std::size_t{3}, Reports{3}),
+             std::tuple(World::Actions{text("abc")}, std::size_t{17}, Reports{3}), // less than asked for
+             std::tuple(World::Actions{Pause{1001ms}, text("abc")}, std::size_t{3},
+                        Reports{0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 3}),
+         }) {
+        Reports reports;
+        client.setProgressObserver([&reports, all = count](std::size_t received, std::size_t expected) {
+            reports.push_back(received);
+            EXPECT_EQ(expected, all);
+        });
+        peer.greet(comes);
+        const Connector hold(client);
+        read(static_cast<unsigned int>(count));
+        EXPECT_EQ(reports, due);
+    }
 }
 
 TEST_F(EthernetProgress, EndsTheReadByWhatTheObserverThrowsUntilItIsRemoved) {
