@@ -1,6 +1,5 @@
-// A whole search for cameras over scripted sockets and a scripted transport. The input is the three text
-// replies that every camera gives, and then the datagrams that answer the query, each ended by a record
-// separator (0x1E).
+// A whole search for cameras over scripted sockets. The input is the three text replies that every camera
+// gives, and then the datagrams that answer the query, each ended by a record separator (0x1E).
 
 #include "FuzzInput.h"
 
@@ -8,7 +7,6 @@
 #include "NativeCameraControl/NativeCameraTemplate.h"
 #include "NativeCameraKorva/KorvaCameraLocator.h"
 #include "NativeCameraKorva/KorvaCommParser.h"
-#include "Support/ScriptedTransport.h"
 #include "World/Network.h"
 
 #include <array>
@@ -18,9 +16,8 @@
 
 namespace {
 
+using Fuzz::Bytes;
 using Fuzz::require;
-using TestSupport::Bytes;
-using TestSupport::ScriptedCommunicator;
 using World::Network;
 
 constexpr std::uint8_t recordSeparator = 0x1E;
@@ -68,7 +65,7 @@ void recognise(std::string text) {
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     World::reset();
     scriptNetwork();
-    TestSupport::ScriptedTransport transport;
+    Network& network = Network::current();
     Fuzz::Input input(data, size);
     std::array<Fuzz::View, 3> replies;
     for (Fuzz::View& reply : replies)
@@ -76,18 +73,14 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     std::size_t datagrams = 0;
     for (; datagrams < mostDatagrams && !input.isEmpty(); ++datagrams) {
         const Fuzz::View datagram = input.viewUpTo(recordSeparator);
-        recognise(
-            Network::current().datagrams.emplace_back(std::string(datagram.begin(), datagram.end())).text);
-        for (const Fuzz::View reply : replies) {
-            ScriptedCommunicator& camera = transport.atPort(textPort).afterNextWrite();
-            if (!reply.empty())
-                camera.deliver(Bytes(reply.begin(), reply.end()));
-        }
+        recognise(network.datagrams.emplace_back(std::string(datagram.begin(), datagram.end())).text);
+        for (const Fuzz::View reply : replies)
+            network.at("", textPort).answer(Bytes(reply.begin(), reply.end()));
     }
     CountingObserver observer;
     KorvaCameraLocator().broadcastObserverSearch(&observer, 0);
     require(observer.found <= datagrams);
-    require(transport.alive() == 0);
-    require(Network::current().openSockets.empty() && Network::current().startups == 0);
+    require(network.openConnections().empty());
+    require(network.openSockets.empty() && network.startups == 0);
     return 0;
 }

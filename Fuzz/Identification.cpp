@@ -1,49 +1,25 @@
-// A whole identification over a scripted transport. The input is the camera's three text replies, each ended
+// A whole identification over scripted connections. The input is the camera's three text replies, each ended
 // by a record separator (0x1E) and none if it is empty, and then the file of its sample picture.
 
+#include "FuzzInput.h"
 #include "PngChunks.h"
 
 #include "Communicator/DeviceException.h"
 #include "ImagingLibrary/image_t.h"
 #include "NativeCameraKorva/KorvaIdentification.h"
-#include "Support/ScriptedHost.h"
-#include "Support/ScriptedTransport.h"
-#include "Support/WireMessages.h"
-#include "World/Clock.h"
-
-#include <algorithm>
-#include <cstdint>
-#include <cstdlib>
+#include "ReferenceHost/HostControl.h"
+#include "World/Answers.h"
+#include "World/Calls.h"
+#include "World/Network.h"
 
 namespace {
 
-using TestSupport::Bytes;
-using TestSupport::ScriptedCommunicator;
+using Fuzz::Bytes;
+using Fuzz::require;
 
 constexpr std::size_t byteLimit = std::size_t{1} << 16;
 constexpr std::uint8_t recordSeparator = 0x1E;
 constexpr int korvaCameraType = 6;
-constexpr std::uint8_t doneCode = 0;
-constexpr std::uint8_t imageCode = 6;
-
-void require(bool condition) {
-    if (!condition)
-        std::abort();
-}
-
-/// Takes the bytes up to the next separator from the front of `rest`.
-Bytes nextRecord(Bytes& rest) {
-    const auto end = std::find(rest.begin(), rest.end(), recordSeparator);
-    Bytes record(rest.begin(), end);
-    rest.erase(rest.begin(), end == rest.end() ? end : end + 1);
-    return record;
-}
-
-void answer(ScriptedCommunicator& camera, const Bytes& reply) {
-    camera.afterNextWrite();
-    if (!reply.empty())
-        camera.deliver(reply);
-}
 
 void checkDescription(const CameraInfo& info) {
     require(info.getCameraTypeEnum() == korvaCameraType);
@@ -57,23 +33,25 @@ void checkDescription(const CameraInfo& info) {
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     image_t::setByteLimit(byteLimit);
     World::reset();
-    TestSupport::ScriptedHost host;
-    TestSupport::ScriptedTransport transport;
-    Bytes rest(data, data + size);
-    for (int query = 0; query < 3; ++query)
-        answer(transport.atPort(32768), nextRecord(rest));
-    Fuzz::shortenCutChunk(rest);
-    ScriptedCommunicator& binary = transport.atPort(32769);
-    answer(binary, TestSupport::wireMessage({{doneCode, {}}}));
-    answer(binary, TestSupport::wireMessage({{doneCode, {}}}));
-    answer(binary, TestSupport::wireMessage({{imageCode, rest}}));
+    auto& calls = World::Calls::current();
+    calls.failAlways("fopen", 0); // no run leaves a file behind
+    auto& network = World::Network::current();
+    Fuzz::Input input(data, size);
+    for (int query = 0; query < 3; ++query) {
+        const Fuzz::View reply = input.viewUpTo(recordSeparator);
+        network.at("10.0.0.5", 32768).answer(Bytes(reply.begin(), reply.end()));
+    }
+    const Fuzz::View rest = input.rest();
+    Bytes file(rest.begin(), rest.end());
+    Fuzz::shortenCutChunk(file);
+    network.at("10.0.0.5", 32769).answer(World::done()).answer(World::done()).answer(World::image(file));
     try {
         checkDescription(Korva::determineCameraInfoByAddress("10.0.0.5", ""));
     } catch (const DeviceException& exception) {
         require(!exception.getMessage().empty());
     }
-    require(transport.alive() == 0 && host.imaging.alive.empty());
-    require(transport.calls("connect 10.0.0.5:32768").size() == 1);
-    require(transport.calls("disconnect 10.0.0.5:32768").size() == 1);
+    require(network.openConnections().empty() && ReferenceHost::liveImageCount() == 0);
+    require(calls.of("connect 10.0.0.5:32768").size() == 1);
+    require(calls.of("close 10.0.0.5:32768").size() == 1);
     return 0;
 }

@@ -165,6 +165,77 @@ TEST(Structure, ScriptsEvaluateNoText) {
     EXPECT_GT(lines, 500);
 }
 
+/// What declares functions that only a world of the tests may define.
+std::set<std::string> callsOfThePlatform() {
+    static const std::regex declaration(R"(^(?!inline|constexpr)[A-Za-z_][\w:*& ]*?(\w+)\(.*)");
+    std::set<std::string> names;
+    std::smatch match;
+    for (const fs::path& header : sourcesBelow(root / "Platform/include"))
+        for (const std::string& line : linesOf(header))
+            if (std::regex_match(line, match, declaration))
+                names.insert(match[1]);
+    return names;
+}
+
+/// Whether a line begins a class of communicators, or the definition of one of the platform's `calls`.
+bool beginsAWorld(const std::string& line, const std::set<std::string>& calls) {
+    static const std::regex communicator(
+        R"(\b(class|struct)\b.*[:,] *(public |virtual )*(Posix)?(Ethernet)?Communicator\b)");
+    static const std::regex definition(
+        R"(^[A-Za-z_][\w:*& ]* [*&]?((Platform::)?TcpSocket::\w+|Platform::Clock::now|(Platform::)?(Winsock::)?(\w+))\(.*[^;])");
+    std::smatch match;
+    if (std::regex_search(line, communicator))
+        return true;
+    return std::regex_match(line, match, definition) && (!match[5].matched || calls.contains(match[5]));
+}
+
+/// Who plays a part of the world, and why there.
+const std::map<std::string, std::string> furtherWorlds = {
+    {"Fuzz/SpanCommunicator.h", "speed: it reads from the fuzzer's memory"},
+    {"Tests/Integration/ServedCamera.h", "real sockets, with shorter time-outs than the plug-in asks for"},
+    {"Tests/NativeCameraKorva/KorvaAdapterListTest.cpp", "lists of adapters that no network has"},
+    {"Tests/NativeCameraKorva/OtherEthernet.h", "a connection that is not the host's TCP client"},
+    {"Tests/ReferenceHost/ClientFactoryTest.cpp", "the host: of any communicator"},
+    {"Tests/ReferenceHost/ConnectorTest.cpp", "the host: of any communicator"},
+    {"Tests/ReferenceHost/FakeCamera.h", "the host: of any camera and its communicator"},
+    {"Tests/Structure/StructureTest.cpp", "the examples below"},
+    {"Tests/Support/ScriptedCommunicator.h", "what the plug-in asks of a communicator, argument by argument"},
+    {"Tests/Support/TimedLine.h", "the fault matrix is not in the world yet"},
+};
+
+TEST(Structure, TestsHaveOneWorld) {
+    const std::set<std::string> calls = callsOfThePlatform();
+    EXPECT_GT(calls.size(), 30u);
+    std::set<std::string> found;
+    for (const char* const folder : {"Tests", "Fuzz", "Benchmarks"})
+        for (const fs::path& source : sourcesBelow(root / folder))
+            for (const std::string& line : linesOf(source))
+                if (beginsAWorld(line, calls))
+                    found.insert(fs::relative(source, root).string());
+    const auto isOfTheWorld = [](const std::string& file) { return file.starts_with("Tests/World/"); };
+    EXPECT_EQ(std::erase_if(found, isOfTheWorld), 4u) << "its clock, network, system and sockets";
+    for (const auto& [file, reason] : furtherWorlds)
+        EXPECT_EQ(found.erase(file), 1u) << file << " is none any more";
+    for (const std::string& file : found)
+        ADD_FAILURE() << file << " plays what Tests/World plays";
+}
+
+TEST(StructureRules, FindASecondWorld) {
+    const std::set<std::string> calls = callsOfThePlatform();
+    for (const char* const line :
+         {"class Line final : public Communicator {", "struct Other : EthernetCommunicator {",
+          "class Slow : public PosixEthernetCommunicator {", "void Sleep(DWORD milliseconds) {",
+          "std::FILE* Platform::fopen(const char* path, const char* mode) {",
+          "SOCKET socket(int family, int type, int protocol) {", "char* _ctime64(const __time64_t* when) {",
+          "SocketResult TcpSocket::send(const void* data, std::size_t count,",
+          "Platform::Clock::time_point Platform::Clock::now() noexcept {"})
+        EXPECT_TRUE(beginsAWorld(line, calls)) << line;
+    for (const char* const line : {"    Sleep(10);", "void Sleep(DWORD milliseconds);", "class Communicator;",
+                                   "struct Camera : Scene {", "SOCKET socketOf(int family) {",
+                                   "void use(Communicator& communicator) {"})
+        EXPECT_FALSE(beginsAWorld(line, calls)) << line;
+}
+
 TEST(StructureRules, FindAnEvaluationInAScript) {
     for (const char* line : {"  eval \"$line\" &", "ready && eval x", "    return eval(text)"})
         EXPECT_TRUE(evaluatesText(line)) << line;

@@ -7,6 +7,7 @@
 #include <gmock/gmock.h>
 
 #include <cstdio>
+#include <map>
 #include <new>
 #include <set>
 
@@ -48,14 +49,10 @@ struct AllocationTorture : ::testing::TestWithParam<Operation> {
     std::set<std::string> seen;
 
     /// False where the operation does not ask for so many.
-    bool failOne(long number) {
-        SCOPED_TRACE("allocation " + std::to_string(number));
+    bool failOne(int number) {
         const auto scene = GetParam().make();
-        const auto [outcome, wasReached] = [&] {
-            const AllocationFailure failure(number);
-            const std::string came = scene->run();
-            return std::pair(came, failure.wasReached());
-        }();
+        const std::string outcome = scene->run({"allocation", number});
+        const bool wasReached = scene->wasReached();
         seen.insert(outcome);
         EXPECT_TRUE(outcome == "good" || scene->complained() || !expected.complains) << outcome;
         EXPECT_EQ(scene->residue(), "") << outcome;
@@ -65,21 +62,16 @@ struct AllocationTorture : ::testing::TestWithParam<Operation> {
     }
 };
 
-TEST_P(AllocationTorture, EachFailsOnce) {
+TEST_P(AllocationTorture, EachFailsOnceAndLeavesNothingBehind) {
     ASSERT_EQ(GetParam().make()->run(), "good");
-    long number = 1;
-    while (failOne(number)) {
-        ++number;
+    int number = 1;
+    for (; failOne(number); ++number) {
+        SCOPED_TRACE("allocation " + std::to_string(number));
         ASSERT_LT(number, 20'000);
+        EXPECT_EQ(leakOf([&] { failOne(number); }), 0);
     }
     EXPECT_EQ(seen, expected.all);
-    std::printf("figure: allocations failed once in turn, %s: %ld\n", GetParam().name.c_str(), number - 1);
-}
-
-TEST_P(AllocationTorture, LeavesNothingBehind) {
-    ASSERT_EQ(GetParam().make()->run(), "good");
-    for (long number = 1; failOne(number); ++number)
-        EXPECT_EQ(leakOf([&] { failOne(number); }), 0) << "allocation " << number;
+    std::printf("figure: allocations failed once in turn, %s: %d\n", GetParam().name.c_str(), number - 1);
 }
 
 INSTANTIATE_TEST_SUITE_P(All, AllocationTorture, ::testing::ValuesIn(operations()),
@@ -89,30 +81,29 @@ TEST(CommParserAllocations, FailAsBadAllocAndLeaveTheParserAsItWas) {
     std::string text =
         "[Korva --Room a room whose name is long enough --IP 192.168.100.200 --And-A-Long-Key x]";
     const std::string former = "--Former a value that is long enough]";
-    for (long number = 1;; ++number) {
+    bool threw = true;
+    for (int number = 1; threw; ++number) {
+        SCOPED_TRACE(number);
         ASSERT_LT(number, 100);
         Korva::CommParser parser;
         parser.parse(std::string(former).data());
-        const AllocationFailure failure(number);
-        bool threw = false;
-        try {
-            const PluginAtWork scope;
-            parser.parse(text.data());
-        } catch (const std::bad_alloc&) {
-            threw = true;
-        }
-        EXPECT_EQ(threw, failure.wasReached()) << number;
-        EXPECT_EQ(parser.isParsed(), !threw) << number;
-        if (!threw) {
-            EXPECT_GT(number, 5);
-            return;
-        }
-        EXPECT_EQ(parser.getValue("--Former"), "a value that is long enough") << number;
-        EXPECT_EQ(parser.getValue("--Room"), "") << number;
+        threw = false;
+        const bool wasReached = failAllocation(number, [&] {
+            try {
+                parser.parse(text.data());
+            } catch (const std::bad_alloc&) {
+                threw = true;
+            }
+        });
+        EXPECT_EQ(threw, wasReached);
+        EXPECT_EQ(parser.isParsed(), !threw);
+        EXPECT_EQ(parser.getValue("--Former"), "a value that is long enough");
+        EXPECT_EQ(parser.getValue("--Room"), threw ? "" : "a room whose name is long enough");
+        EXPECT_TRUE(threw || number > 5);
         parser.parse(text.data());
         EXPECT_TRUE(parser.isParsed());
-        EXPECT_EQ(parser.getValue("--Room"), "a room whose name is long enough") << number;
-        EXPECT_EQ(parser.getValue("--IP"), "192.168.100.200") << number;
+        EXPECT_EQ(parser.getValue("--Room"), "a room whose name is long enough");
+        EXPECT_EQ(parser.getValue("--IP"), "192.168.100.200");
     }
 }
 

@@ -1,7 +1,6 @@
 #include "Allocations.h"
 
 #include "Support/OperatorNew.h"
-#include "Support/OutsidePlugin.h"
 
 #include <cstddef>
 #include <cstdlib>
@@ -9,47 +8,17 @@
 namespace {
 
 long live = 0;
-int atWork = 0;
-long asked = 0;
-long failing = 0;
 
 /// True where the allocation that is now asked for is to fail.
 bool failsNow() {
-    return atWork != 0 && !TestSupport::OutsidePlugin::isOutside() && ++asked == failing;
+    return TestSupport::PluginAtWork::isNow() && World::Calls::current().planned("allocation").has_value();
 }
 
 } // namespace
 
-namespace Torture {
-
-PluginAtWork::PluginAtWork() {
-    ++atWork;
-}
-PluginAtWork::~PluginAtWork() {
-    --atWork;
-}
-
-bool PluginAtWork::isNow() {
-    return atWork != 0;
-}
-
-AllocationFailure::AllocationFailure(long number) {
-    asked = 0;
-    failing = number;
-}
-AllocationFailure::~AllocationFailure() {
-    failing = 0;
-}
-
-bool AllocationFailure::wasReached() const {
-    return asked >= failing;
-}
-
-long liveAllocations() {
+long Torture::liveAllocations() {
     return live;
 }
-
-} // namespace Torture
 
 // The linker's --wrap=malloc and --wrap=free lead here what the program's own objects call, the plug-in's
 // among them: libpng's memory comes that way.

@@ -1,36 +1,29 @@
 #pragma once
-// Counts the plug-in's allocations and fails one of them. For a program that links Allocations.cpp and
-// Tests/Support/OperatorNew.cpp. One thread.
+// Every allocation of the plug-in's is a call "allocation" of World::Calls, and so are those of the libraries
+// that it calls. For a program that links Allocations.cpp and Tests/Support/OperatorNew.cpp. One thread.
+
+#include "Support/OutsidePlugin.h"
+#include "World/Calls.h"
 
 #include <algorithm>
 
 namespace Torture {
 
-/// From construction to destruction the plug-in is at work. Its allocations, and those of the libraries that
-/// it calls, are numbered from 1; what happens outside the plug-in (TestSupport::OutsidePlugin) is not
-/// counted.
-class PluginAtWork {
-public:
-    PluginAtWork();
-    PluginAtWork(const PluginAtWork&) = delete;
-    PluginAtWork& operator=(const PluginAtWork&) = delete;
-    ~PluginAtWork();
-
-    static bool isNow();
-};
-
-/// From construction to destruction the `number`-th allocation from now on fails, and none after it. With 0
-/// none fails.
-class AllocationFailure {
-public:
-    explicit AllocationFailure(long number);
-    AllocationFailure(const AllocationFailure&) = delete;
-    AllocationFailure& operator=(const AllocationFailure&) = delete;
-    ~AllocationFailure();
-
-    /// True where so many were asked for.
-    bool wasReached() const;
-};
+/// Does `work`, the plug-in's, of whose allocations the `number`-th fails; with 0 none. False where it asks
+/// for fewer.
+template <class Work>
+bool failAllocation(int number, const Work& work) {
+    auto& calls = World::Calls::current();
+    if (number != 0)
+        calls.fail("allocation", 0, number);
+    {
+        const TestSupport::PluginAtWork scope;
+        work();
+    }
+    const bool wasReached = !calls.isToFail();
+    calls.failNoMore();
+    return wasReached;
+}
 
 /// How many pieces of memory this process holds of operator new and of the plug-in's malloc.
 long liveAllocations();

@@ -12,17 +12,13 @@
 namespace {
 
 using Support::DecodedPicture;
-using Torture::AllocationFailure;
 
-DecodedPicture decodeSgi(const Support::Bytes& file, long failing) {
+DecodedPicture decodeSgi(const Support::Bytes& file, int failing) {
     Korva::mybuf memory(file.data(), file.size());
     std::istream stream(&memory);
-    const AllocationFailure failure(failing);
-    const image_t picture = [&stream] {
-        const Torture::PluginAtWork scope;
-        return Korva::decodeSgi(stream);
-    }();
-    EXPECT_EQ(picture.pixels == nullptr, failing != 0 && failure.wasReached()) << failing;
+    image_t picture;
+    const bool wasReached = Torture::failAllocation(failing, [&] { picture = Korva::decodeSgi(stream); });
+    EXPECT_EQ(picture.pixels == nullptr, failing != 0 && wasReached) << failing;
     return Support::pictureOf(picture);
 }
 
@@ -30,7 +26,7 @@ TEST(CutPictureAllocations, GiveAnEmptyImageWhereTheyFail) {
     Support::Bytes file = TestSupport::sgiFile(TestSupport::uniformSamples(4, 3, 3, 64));
     file.resize(file.size() - 12); // half a row of the last plane, and the row behind it
     const DecodedPicture whole = decodeSgi(file, 0);
-    long failing = 1;
+    int failing = 1;
     for (; decodeSgi(file, failing) == Support::noPicture; ++failing) {
         ASSERT_LT(failing, 20);
         EXPECT_EQ(decodeSgi(file, 0), whole);

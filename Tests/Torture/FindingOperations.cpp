@@ -27,8 +27,8 @@ constexpr char noMac[] = "00-00-00-00-00-00";
 /// What the scene's camera says of itself, as textOf gives it.
 std::string cameraText(int host, const std::string& mac, const std::string& model, const std::string& size) {
     const std::string number = std::to_string(host);
-    return "6|10.0.0." + number + "|SW-3.2.0000000000000000015_API-1.4|" + mac + "|Korva Meridian " + model +
-           "|K-" + number + "|10.0.0.254|255.255.255.0|" + size;
+    return "6|10.0.0." + number + "|SW-3.2.0000000000000000015_API-7|" + mac + "|Korva Meridian " + model +
+           "|K-" + number + "|10.0.0.1|255.255.255.0|" + size;
 }
 
 /// "good" for what was expected, else what came.
@@ -44,7 +44,7 @@ struct Observer final : BroadcastWorkerObserver {
     void deviceFound(DeviceTemplate* deviceTemplate, int /*reserved*/) override {
         const OutsidePlugin outside;
         found.emplace_back(deviceTemplate);
-        Scene::current()->hostCall("device found");
+        World::Calls::current().enter("deviceFound");
     }
 };
 
@@ -52,13 +52,14 @@ struct Search final : Scene {
     KorvaCameraLocator locator;
 
     void prepare() override {
-        network.adapters = {{"eth0", {{"10.0.0.1", "255.255.255.0"}}},
-                            {"eth1", {{"10.0.1.1", "255.255.255.0"}}}};
-        network.arp["10.0.0.5"].hardwareAddress = std::string("\x00\x1a\x2b\x3c\x4d\x5e", 6);
-        network.arp["10.0.0.6"].hardwareAddress = std::string("\x00\x1a\x2b\x3c\x4d\x5f", 6);
+        world.network.adapters = {{"eth0", {{"10.0.0.1", "255.255.255.0"}}},
+                                  {"eth1", {{"10.0.1.1", "255.255.255.0"}}}};
+        world.network.arp["10.0.0.5"].hardwareAddress = std::string("\x00\x1a\x2b\x3c\x4d\x5e", 6);
+        world.network.arp["10.0.0.6"].hardwareAddress = std::string("\x00\x1a\x2b\x3c\x4d\x5f", 6);
         const std::string room = "a room whose name is long enough";
-        network.datagrams = {"[Korva --Room " + room + " --IP 10.0.0.5]", "neither this nor that, but long",
-                             "[Korva --Room Lab --IP 10.0.0.6]", "[Korva --Room " + room + " --IP 10.0.0.5]"};
+        world.network.datagrams = {"[Korva --Room " + room + " --IP 10.0.0.5]",
+                                   "neither this nor that, but long", "[Korva --Room Lab --IP 10.0.0.6]",
+                                   "[Korva --Room " + room + " --IP 10.0.0.5]"};
         answerIdentification(5, knownModel);
         answerIdentification(6, unknownModel);
         answerGrab(6);
@@ -94,7 +95,7 @@ struct Identification final : Scene {
     PosixEthernetCommunicator camera{L"10.0.0.5", 32768, -1};
 
     void prepare() override {
-        network.arp["10.0.0.5"].hardwareAddress = std::string("\x00\x1a\x2b\x3c\x4d\x5e", 6);
+        world.network.arp["10.0.0.5"].hardwareAddress = std::string("\x00\x1a\x2b\x3c\x4d\x5e", 6);
         answerIdentification(5, model);
         answerGrab(5);
     }
@@ -131,12 +132,12 @@ struct BuildFromDescription final : Build {
     std::unique_ptr<ReferenceHost::DeviceDescription> description;
 
     void prepare() override {
-        transport.builtAddress = L"10.0.0.5";
         const CameraInfo info = DeviceFixture::describedAs(1676, 1266);
         expected = textOf(info);
         // The connection first, so that it is there where the description cannot be read.
-        description = std::make_unique<ReferenceHost::DeviceDescription>("<Device><connection/>" +
-                                                                         info.toXml() + "</Device>");
+        description = std::make_unique<ReferenceHost::DeviceDescription>(
+            "<Device><connection><address>10.0.0.5</address><port>32769</port></connection>" + info.toXml() +
+            "</Device>");
     }
     std::string operate() override { return buildFrom(description->root()); }
 };
@@ -160,7 +161,7 @@ struct BuildFromConnection final : Build {
     PosixEthernetCommunicator given{L"10.0.0.5", 40000, -1};
 
     void prepare() override {
-        network.arp["10.0.0.5"].hardwareAddress = std::string("\x00\x1a\x2b\x3c\x4d\x5e", 6);
+        world.network.arp["10.0.0.5"].hardwareAddress = std::string("\x00\x1a\x2b\x3c\x4d\x5e", 6);
         answerIdentification(5, knownModel);
         expected = cameraText(5, {}, knownModel, "1676x1266");
     }

@@ -1,7 +1,6 @@
 // How much memory the process holds at its peak where a camera, or a file, announces or sends too much. Each
 // case runs in a child process of its own, whose peak is counted from when the case begins.
 
-#include "NativeCameraKorva/DeviceFixture.h"
 #include "NativeCameraKorva/KorvaBinaryCommunication.h"
 #include "NativeCameraKorva/KorvaCameraLocator.h"
 #include "NativeCameraKorva/KorvaHelper.h"
@@ -9,6 +8,8 @@
 #include "NativeCameraKorva/KorvaMemoryStream.h"
 #include "NativeCameraKorva/KorvaPictureDecoding.h"
 
+#include "Camera/Bytes.h"
+#include "Communicator/Connector.h"
 #include "Communicator/DeviceException.h"
 #include "Communicator/PosixEthernetCommunicator.h"
 #include "DeviceControl/BroadcastWorkerObserver.h"
@@ -20,8 +21,7 @@
 #include "Support/LogCapture.h"
 #include "Support/PictureFiles.h"
 #include "Support/SamplePictures.h"
-#include "Support/ScriptedTransport.h"
-#include "Support/WireMessages.h"
+#include "World/Answers.h"
 #include "World/Calls.h"
 #include "World/Network.h"
 
@@ -34,7 +34,6 @@
 #include <memory>
 #include <stdexcept>
 #include <string>
-#include <sys/mman.h>
 #include <sys/wait.h>
 #include <unistd.h>
 #include <vector>
@@ -43,8 +42,10 @@
 namespace {
 
 using Support::operator+;
-using TestSupport::Bytes;
-using TestSupport::ScriptedCommunicator;
+using Simulator::append32;
+using World::Actions;
+using World::Bytes;
+using World::sending;
 
 constexpr double mebi = 1024.0 * 1024.0;
 /// The limits, of the announced pictures and of the decoded pixels.
@@ -106,11 +107,14 @@ void expectPeak(const char* name, double bound, const std::function<bool()>& wor
     }
 }
 
+/// Calls are not kept, so that the test itself takes no memory.
 struct HostilePeak : ::testing::Test {
     TestSupport::LogCapture log{"Plenar", log4cxx::Level::getOff()};
-    TestSupport::ScriptedTransport transport;
 
-    HostilePeak() { World::reset(); }
+    HostilePeak() {
+        World::reset();
+        World::Calls::current().onCall = [](const std::string&) { World::Calls::current().clear(); };
+    }
 };
 
 #ifndef KORVA_SANITIZED
@@ -131,31 +135,49 @@ TEST_F(HostilePeak, SeesWhatIsHeldForAMoment) {
 /// The beginning of a message whose arguments are images of those lengths; the first one's bytes follow.
 Bytes announcement(std::uint32_t messageBytes, std::uint8_t argCount, std::uint32_t imageBytes) {
     Bytes bytes{1};
-    TestSupport::appendBig32(bytes, messageBytes);
+    append32(bytes, messageBytes);
     bytes.push_back(argCount);
     bytes.push_back(6);
-    TestSupport::appendBig32(bytes, imageBytes);
+    append32(bytes, imageBytes);
     return bytes;
 }
 
-/// A capture that ends without a picture, of a camera that twice answers the get request as `answer` says.
-bool captureOf(const std::function<void(ScriptedCommunicator&)>& answer) {
-    ScriptedCommunicator camera;
-    for (int attempt = 0; attempt < 2; ++attempt) {
-        camera.afterNextWrite().deliver(DeviceFixture::doneMessage());
-        camera.afterNextWrite().deliver(DeviceFixture::doneMessage());
-        camera.afterNextWrite();
-        answer(camera);
+/// Zeros that take no memory of their own.
+Actions zeros(std::size_t mebibytes) {
+    static const Simulator::Action one = sending(Bytes(1 << 20));
+    return Actions(mebibytes, one);
+}
+
+Actions operator+(Actions left, const Actions& right) {
+    left.insert(left.end(), right.begin(), right.end());
+    return left;
+}
+
+/// A camera, and the host's communicator to it.
+struct Camera {
+    World::Peer& peer = World::Network::current().at("10.0.0.5", 32769);
+    PosixEthernetCommunicator communicator{L"10.0.0.5", 32769, -1};
+
+    /// Answers an attempt at a picture; the get request as `answer` says.
+    void answerAttempt(const Actions& answer) {
+        peer.answer(World::done()).answer(World::done()).act(answer);
     }
-    return Korva::capture(&camera, false, false, false, 1, false) == nullptr;
+
+    Image* capture(bool png = false) { return Korva::capture(&communicator, false, png, false, 1, false); }
+};
+
+/// A capture that ends without a picture, of a camera that twice answers the get request so.
+bool captureFails(const Actions& answer) {
+    Camera camera;
+    camera.answerAttempt(answer);
+    camera.answerAttempt(answer);
+    return camera.capture() == nullptr;
 }
 
 void expectPeakOfAnnouncement(const char* name, std::uint32_t imageBytes) {
     const std::uint32_t messageBytes = imageBytes > 0xFFFFFFF0 ? imageBytes : imageBytes + 13;
-    expectPeak(name, small, [=] {
-        return captureOf(
-            [=](ScriptedCommunicator& camera) { camera.deliver(announcement(messageBytes, 1, imageBytes)); });
-    });
+    const Actions answer{sending(announcement(messageBytes, 1, imageBytes))};
+    expectPeak(name, small, [&] { return captureFails(answer); });
 }
 
 TEST_F(HostilePeak, OfAnnouncedImagesThatDoNotCome) {
@@ -164,49 +186,29 @@ TEST_F(HostilePeak, OfAnnouncedImagesThatDoNotCome) {
     expectPeakOfAnnouncement("image announced as 4 GiB", 0xFFFFFFFF);
 }
 
-/// Zeros that cost nothing to read.
-class Zeros {
-public:
-    explicit Zeros(std::size_t bytes)
-        : bytes_(bytes), memory_(mmap(nullptr, bytes, PROT_READ, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0)) {}
-    Zeros(const Zeros&) = delete;
-    Zeros& operator=(const Zeros&) = delete;
-    ~Zeros() { munmap(memory_, bytes_); }
-
-    std::span<const std::uint8_t> view() const { return {static_cast<std::uint8_t*>(memory_), bytes_}; }
-
-private:
-    std::size_t bytes_;
-    void* memory_;
-};
-
 TEST_F(HostilePeak, OfAnImageThatStopsOnTheWay) {
-    const Zeros part(64 << 20);
-    expectPeak("image announced as 256 MiB, silent after 64 MiB", 64 + small, [&] {
-        return captureOf([&](ScriptedCommunicator& camera) {
-            camera.deliver(announcement(limit + 13, 1, limit)).deliverView(part.view());
-        });
-    });
+    const Actions answer = Actions{sending(announcement(limit + 13, 1, limit))} + zeros(64);
+    expectPeak("image announced as 256 MiB, silent after 64 MiB", 64 + small,
+               [&] { return captureFails(answer); });
 }
 
 TEST_F(HostilePeak, OfThreeImagesInOneMessage) {
-    const Zeros image(limit);
+    const Bytes next = announcement(0, 0, limit);
+    const Actions message = Actions{sending(announcement(0xFFFFFFFF, 3, limit))} + zeros(256) +
+                            Actions{sending(Bytes(next.begin() + 6, next.end()))} + zeros(256);
     expectPeak("three images of 256 MiB in one message", limitMebi + small, [&] {
-        ScriptedCommunicator camera;
-        const Bytes next = announcement(0, 0, limit);
-        camera.deliver(announcement(0xFFFFFFFF, 3, limit)).deliverView(image.view());
-        camera.deliver(Bytes(next.begin() + 6, next.end())).deliverView(image.view());
+        Camera camera;
+        camera.peer.greet(message);
+        const Connector hold(camera.communicator);
         Korva::Binary::Header header;
         std::vector<Korva::Binary::FullArg> args;
-        return !Korva::Binary::parseIncomingMessage(&camera, header, args) && args.size() == 1;
+        return !Korva::Binary::parseIncomingMessage(&camera.communicator, header, args) && args.size() == 1;
     });
 }
 
 TEST_F(HostilePeak, Of255Arguments) {
-    const std::vector<TestSupport::WireArg> args(255, {8, {1, 2, 3, 4}});
-    const Bytes message = TestSupport::wireMessage(args);
-    expectPeak("255 arguments", small,
-               [&] { return captureOf([&](ScriptedCommunicator& camera) { camera.deliver(message); }); });
+    const Actions answer{sending(World::message(std::vector<World::Arg>(255, {8, {1, 2, 3, 4}})))};
+    expectPeak("255 arguments", small, [&] { return captureFails(answer); });
 }
 
 // Pictures.
@@ -264,7 +266,7 @@ Bytes packedMebibytes(std::size_t count, unsigned char value = 0) {
         checksum = adler32(checksum, unpacked.data(), static_cast<uInt>(unpacked.size()));
     }
     Bytes end{3, 0}; // an empty last block
-    TestSupport::appendBig32(end, static_cast<std::uint32_t>(checksum));
+    append32(end, static_cast<std::uint32_t>(checksum));
     return stream + end;
 }
 
@@ -315,13 +317,11 @@ TEST_F(HostilePeak, OfSgiFilesThatAnnounceTooMuch) {
 /// A capture of `file`, which gives an image: the file, its 16-bit samples, and of these half as much in the
 /// host's image of 8-bit samples and a sixth in its grey one.
 void expectPeakOfCapture(const char* name, bool png, const Bytes& file) {
-    const Bytes answer = TestSupport::wireMessage({{6, file}});
+    const Actions answer{sending(World::image(file))};
     expectPeak(name, limitMebi * (1 + 1. / 2 + 1. / 6) + small, [&] {
-        ScriptedCommunicator camera;
-        camera.afterNextWrite().deliver(DeviceFixture::doneMessage());
-        camera.afterNextWrite().deliver(DeviceFixture::doneMessage());
-        camera.afterNextWrite().deliverView(answer);
-        Image* const image = Korva::capture(&camera, false, png, false, 1, false);
+        Camera camera;
+        camera.answerAttempt(answer);
+        Image* const image = camera.capture(png);
         if (image != nullptr)
             ImagingFactory::getInstance()->releaseImage(image);
         return image != nullptr;
@@ -352,7 +352,7 @@ bool searchFlooded(int count) {
     auto& network = World::Network::current();
     network.adapters = {{"eth0", {{"10.0.0.1", "255.255.255.0"}}}};
     int left = count;
-    // One by one, and the calls not kept, so that the test itself takes no memory.
+    // One by one, so that the test itself takes no memory.
     World::Calls::current().onCall = [&](const std::string& call) {
         World::Calls::current().clear();
         if (call.starts_with("recvfrom") && left-- > 0)
@@ -374,13 +374,12 @@ TEST_F(HostilePeak, OfAFloodOfReplies) {
 }
 
 TEST_F(HostilePeak, OfEndlessTextReplies) {
-    const Zeros zeros(256 << 20);
-    const Bytes words(64 << 20, 'x');
+    const Actions replies[] = {zeros(256), {World::sendingEndlessly(Bytes(1 << 20, 'x'))}};
     expectPeak("text replies without end", small, [&] {
-        for (const auto view : {zeros.view(), std::span<const std::uint8_t>(words)}) {
-            ScriptedCommunicator& script = transport.atPort(32768);
+        for (const Actions& reply : replies) {
+            World::Peer& texts = World::Network::current().at("10.0.0.5", 32768);
             for (int query = 0; query < 3; ++query)
-                script.afterNextWrite().deliverView(view);
+                texts.act(reply);
             PosixEthernetCommunicator camera(L"10.0.0.5", 32768, -1);
             try {
                 Korva::determineCameraInfo(&camera, "00-00-00-00-00-00");

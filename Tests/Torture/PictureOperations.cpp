@@ -2,6 +2,7 @@
 
 #include "Communicator/PosixEthernetCommunicator.h"
 #include "Device/CaptureCmds.h"
+#include "ImagingLibrary/ImagingFactory.h"
 #include "NativeCameraControl/ImagingInterface.h"
 #include "NativeCameraKorva/DeviceFixture.h"
 #include "NativeCameraKorva/KorvaHelper.h"
@@ -29,18 +30,20 @@ struct WholeCapture final : Scene {
         if (grey)
             answerGrab(5);
         else
-            DeviceFixture::answerCapture(freshCamera(5, 32769), DeviceFixture::greyFile(4, 3));
+            World::answerCapture(freshCamera(5, 32769), DeviceFixture::greyFile(4, 3));
     }
     std::string operate() override {
         Image* const image = plugin([&] { return Korva::capture(&camera, false, grey, grey, 1, false); });
         if (image == nullptr)
             return "no picture";
-        const auto& picture = dynamic_cast<const TestSupport::ScriptedImage&>(*image);
-        const std::string size =
-            std::to_string(picture.getWidth()) + "x" + std::to_string(picture.getHeight());
-        const bool isRight = grey ? size == "6x5" && picture.pixels() == Bytes(30, 0x40)
-                                  : size == "4x3" && picture.pixels() == DeviceFixture::greyPixels(12);
-        host.imaging.releaseImage(image);
+        const unsigned width = image->getWidth();
+        const unsigned height = image->getHeight();
+        const auto* const bytes = static_cast<const std::uint8_t*>(image->getRawImageData());
+        const Bytes pixels(bytes, bytes + std::size_t{width} * height);
+        ImagingFactory::getInstance()->releaseImage(image);
+        const std::string size = std::to_string(width) + "x" + std::to_string(height);
+        const bool isRight = grey ? size == "6x5" && pixels == Bytes(30, 0x40)
+                                  : size == "4x3" && pixels == DeviceFixture::greyPixels(12);
         if (size == "0x0")
             return "empty picture";
         return isRight ? "good" : "wrong picture of " + size;
@@ -55,7 +58,7 @@ struct HeldDevice : Scene {
         device.setNetworkHealthCallback([this](NetworkHealth health) {
             const OutsidePlugin outside;
             codes.push_back(health.getCode());
-            hostCall("health");
+            world.calls.enter("health");
         });
     }
 
@@ -65,7 +68,7 @@ struct HeldDevice : Scene {
 
     void prepare() override {
         codes.clear();
-        DeviceFixture::answerCapture(freshCamera(5, 32769), DeviceFixture::greyFile(4, 3));
+        World::answerCapture(freshCamera(5, 32769), DeviceFixture::greyFile(4, 3));
     }
     std::string withReport(const std::string& outcome, int code) const {
         return !codes.empty() && codes.back() == code ? outcome : outcome + ", but not reported";

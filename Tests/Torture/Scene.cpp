@@ -1,54 +1,34 @@
 #include "Scene.h"
 
 #include "Communicator/DeviceException.h"
-#include "DeveloperDLL/DeveloperSettings.h"
-#include "Support/OutsidePlugin.h"
+#include "ReferenceHost/HostControl.h"
 #include "Support/SamplePictures.h"
-#include "Support/WireMessages.h"
 #include "VantrelCommon/CameraInfo.h"
 
-#include <array>
 #include <cctype>
+#include <map>
 #include <new>
 #include <ostream>
-#include <stdexcept>
 #include <utility>
 
 namespace Torture {
 namespace {
-
-Scene* onStage = nullptr;
 
 constexpr const char* loggers[] = {
     "Plenar.KorvaCamera.KorvaInternalsComm",    "Plenar.KorvaCamera.KorvaCameraBuilder",
     "Plenar.KorvaCamera.KorvaCameraLocator",    "Plenar.KorvaCamera.KorvaCapture",
     "Plenar.KorvaCamera.KorvaImagingInterface", "Plenar.KorvaCamera.KorvaInternals"};
 
-[[noreturn]] void raise(Thrown thrown) {
-    switch (thrown) {
-    case Thrown::deviceException:
-        throw DeviceException(L"torture", L"Torture.cpp", 12);
-    case Thrown::tolvaneException:
-        throw TolvaneException(L"torture");
-    case Thrown::badAlloc:
-        throw std::bad_alloc();
-    case Thrown::number:
-        break;
-    }
-    throw 42;
-}
-
 std::string narrow(const std::wstring& text) {
     return std::string(text.begin(), text.end());
 }
 
-/// "write 32769" of "write 10.0.0.5:32769 37 bytes true 1"; the ports are two kinds of calls.
+/// "send 10.0.0.5:32769" of "send 10.0.0.5:32769 37 bytes": each place is a kind of calls of its own.
 std::string nameOfLine(const std::string& line) {
-    const std::size_t wordEnd = line.find(' ');
-    const std::size_t colon = line.find(':');
-    if (wordEnd == std::string::npos || colon == std::string::npos)
-        return line;
-    return line.substr(0, wordEnd) + line.substr(colon).replace(0, 1, " ").substr(0, 6);
+    const std::size_t first = line.find(' ');
+    const std::size_t second = line.find(' ', first + 1);
+    const bool namesPlace = line.find(':', first) < second && !line.starts_with("fopen");
+    return line.substr(0, namesPlace ? second : first);
 }
 
 } // namespace
@@ -58,14 +38,7 @@ std::ostream& operator<<(std::ostream& stream, const Call& call) {
 }
 
 Scene::Scene() {
-    onStage = this;
-    World::reset();
-    host.imagesFolder = folder.path().wstring();
-    TestSupport::onScriptedHostCall() = [this](const std::string& call) { hostCall(call); };
-    transport.onCall = [this](const std::string& line) {
-        if (!line.starts_with("disconnect") && !line.starts_with("destroy"))
-            hostCall(nameOfLine(line));
-    };
+    ReferenceHost::setImagesSubDirectory(folder.path().wstring());
     for (const char* const logger : loggers) {
         logs_.emplace_back(logger);
         linesBefore_.push_back(0);
@@ -73,23 +46,22 @@ Scene::Scene() {
 }
 
 Scene::~Scene() {
-    World::reset();
-    onStage = nullptr;
+    world.network.openSockets.clear(); // residue() has told of them
 }
 
-Scene* Scene::current() {
-    return onStage;
-}
-
-std::string Scene::run() {
+std::string Scene::run(const Call& failing, const World::Calls::Failure& failure) {
     for (std::size_t at = 0; at < logs_.size(); ++at)
         linesBefore_[at] = logs_[at].lines().size();
     prepare();
+    world.calls.clear();
+    if (!failing.name.empty())
+        world.calls.fail(failing.name, failure, failing.occurrence);
     try {
         return operate();
     } catch (const DeviceException& exception) {
-        const bool isOurs = exception.getMessage() != L"torture";
-        return "throws DeviceException" + (isOurs ? ": " + narrow(exception.getMessage()) : std::string());
+        const std::string message = narrow(exception.getMessage());
+        const bool isTheHosts = message == "torture" || message.starts_with("10.0.0.5:");
+        return "throws DeviceException" + (isTheHosts ? "" : ": " + message);
     } catch (const TolvaneException&) {
         return "throws TolvaneException";
     } catch (const std::bad_alloc&) {
@@ -101,19 +73,31 @@ std::string Scene::run() {
     }
 }
 
+void Scene::takeStock() {
+    wasReached_ = !world.calls.isToFail();
+    world.calls.failNoMore();
+    made_.clear();
+    std::map<std::string, int> occurrences;
+    for (const std::string& line : world.calls.lines()) {
+        const std::string name = nameOfLine(line);
+        // What is taken down cannot fail.
+        if (!name.starts_with("close ") && !name.starts_with("delete "))
+            made_.push_back({name, ++occurrences[name]});
+    }
+}
+
 std::string Scene::residue() const {
     std::string text;
-    const auto count = [&text](const char* what, long number) {
+    const auto count = [&text](const char* what, std::size_t number) {
         if (number != 0)
             text += std::string(what) + ": " + std::to_string(number) + " ";
     };
-    const auto lines = [this](const char* word) { return static_cast<long>(transport.calls(word).size()); };
-    count("communicators", transport.alive() - ownCommunicators);
-    count("connections", lines("connect ") - lines("disconnect "));
-    count("images", static_cast<long>(host.imaging.alive.size()));
-    count("sockets", static_cast<long>(network.openSockets.size()));
-    count("startups", network.startups);
-    count("files", World::System::current().openFiles);
+    count("communicators", world.communicators.size() - static_cast<std::size_t>(ownCommunicators));
+    count("connections", world.network.openConnections().size());
+    count("images", world.imaging.alive.size());
+    count("sockets", world.network.openSockets.size());
+    count("startups", static_cast<std::size_t>(world.network.startups));
+    count("files", static_cast<std::size_t>(world.system.openFiles));
     return text;
 }
 
@@ -127,74 +111,21 @@ bool Scene::complained() const {
     return false;
 }
 
-void Scene::failPlatform(const Call& call) {
-    constexpr int code = 10050;
-    World::Calls::current().fail(call.name, code, call.occurrence);
-}
-
-void Scene::failHost(const Call& call, Thrown thrown) {
-    failingHostCall_ = call;
-    thrown_ = thrown;
-}
-
-void Scene::hostCall(const std::string& name) {
-    const TestSupport::OutsidePlugin outside;
-    if (!PluginAtWork::isNow())
-        return;
-    const int occurrence = ++hostOccurrences_[name];
-    if (name == failingHostCall_.name && occurrence == failingHostCall_.occurrence)
-        raise(thrown_);
-}
-
-namespace {
-
-std::vector<Call> spread(const std::map<std::string, int>& occurrences) {
-    std::vector<Call> calls;
-    for (const auto& [name, count] : occurrences)
-        for (int occurrence = 1; occurrence <= count; ++occurrence)
-            calls.push_back({name, occurrence});
-    return calls;
-}
-
-} // namespace
-
-std::vector<Call> Scene::platformCalls() const {
-    return spread(World::Calls::current().counts());
-}
-
-std::vector<Call> Scene::hostCalls() const {
-    return spread(hostOccurrences_);
-}
-
-TestSupport::ScriptedCommunicator& Scene::freshCamera(int number, int port) {
-    auto& camera = transport.at(L"10.0.0." + std::to_wstring(number), port);
-    // What an earlier, broken run left.
-    while (!camera.isExhausted()) {
-        camera.writeBytes(nullptr, 0, false, 0);
-        std::array<char, 4096> rest{};
-        while (camera.readBytes(rest.data(), static_cast<unsigned int>(rest.size()), 0, 0) > 0) {
-        }
-    }
+World::Peer& Scene::freshCamera(int host, int port) {
+    World::Peer& camera = world.at("10.0.0." + std::to_string(host), port);
+    camera.forget(); // what an earlier, broken run left
     return camera;
 }
 
-void Scene::answerIdentification(int number, const std::string& hardwareId) {
-    auto& camera = freshCamera(number, 32768);
-    // Longer than what a string holds without memory of its own.
-    TestSupport::answerText(camera,
-                            "[Version --HW " + hardwareId + " --SW 3.2.0000000000000000015 --API 1.4]");
-    TestSupport::answerText(camera, "[SerialNumber --Camera K-" + std::to_string(number) + "]");
-    TestSupport::answerText(camera, "[--Settings --NetworkProtocol DHCP --NetMask 255.255.255.0 "
-                                    "--NetGateway 10.0.0.254]");
+void Scene::answerIdentification(int host, const std::string& hardwareId) {
+    // A version longer than what a string holds without memory of its own.
+    World::answerIdentification(freshCamera(host, 32768),
+                                {hardwareId, "3.2.0000000000000000015", "K-" + std::to_string(host)});
 }
 
-void Scene::answerGrab(int number) {
-    auto& camera = freshCamera(number, 32769);
-    const TestSupport::Bytes done = TestSupport::wireMessage({{0, {}}});
-    camera.afterNextWrite().deliver(done);
-    camera.afterNextWrite().deliver(done);
-    camera.afterNextWrite().deliver(
-        TestSupport::wireMessage({{6, TestSupport::pngFile(TestSupport::uniformSamples(6, 5, 1, 0x1000))}}));
+void Scene::answerGrab(int host) {
+    World::answerCapture(freshCamera(host, 32769),
+                         TestSupport::pngFile(TestSupport::uniformSamples(6, 5, 1, 0x1000)));
 }
 
 std::string textOf(const CameraInfo& info) {
@@ -204,13 +135,6 @@ std::string textOf(const CameraInfo& info) {
           info.getDefaultGateway(), info.getSubnetMask()})
         text += "|" + narrow(field);
     return text + "|" + std::to_string(info.getResolutionX()) + "x" + std::to_string(info.getResolutionY());
-}
-
-std::vector<Call> callsOf(const Operation& operation, std::vector<Call> (Scene::*kind)() const) {
-    const auto scene = operation.make();
-    if (scene->run() != "good")
-        throw std::logic_error(operation.name + " fails undisturbed");
-    return ((*scene).*kind)();
 }
 
 std::vector<Operation> operations() {
@@ -237,11 +161,3 @@ std::string nameOf(const std::string& operation) {
 }
 
 } // namespace Torture
-
-// In the reference host's place.
-bool DeveloperSettings::Boolean::value() const {
-    const TestSupport::OutsidePlugin outside;
-    if (Torture::Scene* const scene = Torture::Scene::current())
-        scene->hostCall("setting");
-    return false;
-}

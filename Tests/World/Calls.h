@@ -22,22 +22,27 @@ public:
 
     // What is to happen.
 
-    /// The `occurrence`-th call from now on whose line begins with the words of `beginning` ("send",
-    /// "connect 10.0.0.5:32769") ends with `code`, in the way of the function called.
-    void fail(std::string beginning, int code, int occurrence = 1) {
-        plans_.push_back({std::move(beginning), occurrence, code});
+    /// A code, with which the function called ends in its own way; or what it throws.
+    using Failure = std::variant<int, std::exception_ptr>;
+
+    /// So ends the `occurrence`-th call from now on whose line begins with the words of `beginning` ("send",
+    /// "connect 10.0.0.5:32769").
+    void fail(std::string beginning, Failure failure, int occurrence = 1) {
+        plans_.push_back({std::move(beginning), occurrence, std::move(failure)});
     }
     /// The same for each such call.
     void failAlways(std::string beginning, int code) { fail(std::move(beginning), code, always); }
     /// That call throws `exception`.
     template <class Exception>
     void throwFrom(std::string beginning, Exception exception, int occurrence = 1) {
-        plans_.push_back({std::move(beginning), occurrence, std::make_exception_ptr(std::move(exception))});
+        fail(std::move(beginning), std::make_exception_ptr(std::move(exception)), occurrence);
     }
     template <class Exception>
     void throwAlways(std::string beginning, Exception exception) {
         throwFrom(std::move(beginning), std::move(exception), always);
     }
+    /// True while something is planned that has not happened.
+    bool isToFail() const { return !plans_.empty(); }
     /// Nothing that was planned happens any more, and onCall is forgotten.
     void failNoMore() {
         plans_.clear();
@@ -64,7 +69,7 @@ public:
     std::optional<int> enter(const std::string& line);
     /// Notes a call that cannot fail.
     void note(const std::string& line);
-    /// A call that is too frequent to be noted: what is planned for it, as enter() has it.
+    /// A call that is too frequent to be noted: what is planned for it, as enter() has it. Takes no memory.
     std::optional<int> planned(std::string_view line);
 
 private:
@@ -72,7 +77,7 @@ private:
     struct Plan {
         std::string beginning;
         int left; ///< calls until it happens, or always
-        std::variant<int, std::exception_ptr> failure;
+        Failure failure;
     };
 
     std::vector<Plan> plans_;

@@ -41,7 +41,54 @@ std::string placeOf(const std::wstring& address, int port) {
     return Platform::utf8FromWide(address) + ":" + std::to_string(port);
 }
 
+int modelCalls = 0;
+
+void enterFromPlugin(const char* line) {
+    if (TestSupport::PluginAtWork::isNow())
+        Calls::current().enter(line);
+}
+
+/// One of the host's, whose calls are noted too.
+class NotedImage final : public Image {
+public:
+    explicit NotedImage(Image* hosts) : hosts_(hosts) {}
+    NotedImage(const NotedImage&) = delete;
+    NotedImage& operator=(const NotedImage&) = delete;
+    ~NotedImage() override { hostsInstance()->releaseImage(hosts_); }
+
+    unsigned int getWidth() const override { return noted("getWidth")->getWidth(); }
+    unsigned int getHeight() const override { return noted("getHeight")->getHeight(); }
+    unsigned int getBitsPerSample() const override { return noted("getBitsPerSample")->getBitsPerSample(); }
+    unsigned int getSamplesPerPixel() const override {
+        return noted("getSamplesPerPixel")->getSamplesPerPixel();
+    }
+    void* getRawImageData() override { return noted("getRawImageData")->getRawImageData(); }
+
+    Image* convertToGreyscale() {
+        Image* const converted = hostsInstance()->convertToGreyscale(hosts_);
+        return converted == hosts_ ? this : new NotedImage(converted);
+    }
+
+private:
+    Image* noted(const char* call) const {
+        enterFromPlugin(call);
+        return hosts_;
+    }
+
+    Image* hosts_;
+};
+
 } // namespace
+
+ModelCall::ModelCall(const char* name) {
+    if (modelCalls == 0)
+        enterFromPlugin(name);
+    ++modelCalls;
+}
+
+ModelCall::~ModelCall() {
+    --modelCalls;
+}
 
 Host& Host::current() {
     static Host host;
@@ -58,8 +105,8 @@ Image* Imaging::createImage(unsigned int width, unsigned int height, unsigned in
                             unsigned int samplesPerPixel, const void* pixels, int flags) {
     const OutsidePlugin outside;
     Calls::current().enter("createImage");
-    Image* const image =
-        hostsInstance()->createImage(width, height, bitsPerSample, samplesPerPixel, pixels, flags);
+    Image* const image = new NotedImage(
+        hostsInstance()->createImage(width, height, bitsPerSample, samplesPerPixel, pixels, flags));
     const auto* const bytes = static_cast<const std::uint8_t*>(pixels);
     const std::size_t count = std::size_t{width} * height * samplesPerPixel;
     creations.push_back({width, height, bitsPerSample, samplesPerPixel, flags, {}});
@@ -72,14 +119,15 @@ void Imaging::releaseImage(Image* image) {
     const OutsidePlugin outside;
     if (image != nullptr && alive.erase(image) == 0)
         return Calls::current().note("release of a dead image");
-    hostsInstance()->releaseImage(image);
+    delete image;
     Calls::current().enter("releaseImage");
 }
 
 Image* Imaging::convertToGreyscale(Image* image) {
     const OutsidePlugin outside;
     Calls::current().enter("convertToGreyscale");
-    Image* const converted = onConvert ? onConvert(image) : hostsInstance()->convertToGreyscale(image);
+    Image* const converted =
+        onConvert ? onConvert(image) : dynamic_cast<NotedImage&>(*image).convertToGreyscale();
     alive.insert(converted);
     return converted;
 }

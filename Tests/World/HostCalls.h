@@ -16,9 +16,9 @@
 
 namespace World {
 
-/// The host's imaging library, whose calls are noted: "createImage", "convertToGreyscale", "releaseImage";
-/// and "release of a dead image" for one that is not alive. An image that could not be released is gone all
-/// the same.
+/// The host's imaging library, whose calls are noted: "createImage", "convertToGreyscale", "releaseImage",
+/// and "release of a dead image" for one that is not alive; of its images, those that
+/// TestSupport::PluginAtWork makes, as "getWidth". An image that could not be released is gone all the same.
 class Imaging final : public ImagingLibrary {
 public:
     struct Creation {
@@ -56,6 +56,19 @@ struct Host {
 
     Imaging imaging;
     std::map<const void*, std::string> communicators; ///< "ADDRESS:PORT" of those that are alive
+};
+
+/// One call of the host's device model or settings, from construction to destruction. It is noted where it is
+/// TestSupport::PluginAtWork that calls, and not the model itself: "emptyDescription", "copiedDescription",
+/// "storedDescription", "CommunicatorTemplate", "NativeCameraTemplate", "ImagingInterface",
+/// "Imaging2Interface", "initialize", "installCommonCmdHandlers", "addInterface", "getCommunicator",
+/// "setting".
+class ModelCall {
+public:
+    explicit ModelCall(const char* name);
+    ModelCall(const ModelCall&) = delete;
+    ModelCall& operator=(const ModelCall&) = delete;
+    ~ModelCall();
 };
 
 } // namespace World
