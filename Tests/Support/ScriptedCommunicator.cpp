@@ -3,28 +3,18 @@
 #include "Support/OutsidePlugin.h"
 
 #include <algorithm>
-#include <cstring>
+#include <iterator>
 #include <utility>
 
 namespace TestSupport {
 
 ScriptedCommunicator::Call ScriptedCommunicator::readCall(unsigned int count, unsigned int timeoutMs) {
-    Call call;
-    call.kind = Kind::read;
-    call.count = count;
-    call.reserved = 1;
-    call.timeoutMs = timeoutMs;
-    return call;
+    return {.kind = Kind::read, .count = count, .reserved = 1, .timeoutMs = timeoutMs};
 }
 
 ScriptedCommunicator::Call ScriptedCommunicator::writeCall(Bytes written) {
-    Call call;
-    call.kind = Kind::write;
-    call.count = static_cast<unsigned int>(written.size());
-    call.discardUnread = true;
-    call.reserved = 1;
-    call.written = std::move(written);
-    return call;
+    const auto count = static_cast<unsigned int>(written.size());
+    return {Kind::write, count, true, 1, 0, std::move(written)};
 }
 
 ScriptedCommunicator& ScriptedCommunicator::deliver(Bytes piece) {
@@ -49,21 +39,17 @@ ScriptedCommunicator& ScriptedCommunicator::deliverView(std::span<const std::uin
 }
 
 ScriptedCommunicator& ScriptedCommunicator::answerReadWith(int result) {
-    Step& step = script_.emplace_back();
-    step.what = Step::What::result;
-    step.result = result;
+    script_.emplace_back().result = result;
     return *this;
 }
 
 ScriptedCommunicator& ScriptedCommunicator::throwOnRead(std::exception_ptr exception) {
-    Step& step = script_.emplace_back();
-    step.what = Step::What::exception;
-    step.exception = std::move(exception);
+    script_.emplace_back().exception = std::move(exception);
     return *this;
 }
 
 ScriptedCommunicator& ScriptedCommunicator::afterNextWrite() {
-    script_.emplace_back().what = Step::What::nextWrite;
+    script_.emplace_back().isNextWrite = true;
     return *this;
 }
 
@@ -82,95 +68,62 @@ ScriptedCommunicator& ScriptedCommunicator::onWrite(std::function<void(std::size
     return *this;
 }
 
-std::vector<ScriptedCommunicator::Call> ScriptedCommunicator::reads() const {
+std::vector<ScriptedCommunicator::Call> ScriptedCommunicator::of(Kind kind) const {
     std::vector<Call> found;
-    for (const Call& call : calls_) {
-        if (call.kind == Kind::read) {
-            found.push_back(call);
-            found.back().destination = nullptr;
-        }
-    }
+    std::ranges::copy_if(calls_, std::back_inserter(found), [kind](auto& call) { return call.kind == kind; });
+    return found;
+}
+
+std::vector<ScriptedCommunicator::Call> ScriptedCommunicator::reads() const {
+    std::vector<Call> found = of(Kind::read);
+    for (Call& call : found)
+        call.destination = nullptr;
     return found;
 }
 
 std::vector<ScriptedCommunicator::Call> ScriptedCommunicator::writes() const {
-    std::vector<Call> found;
-    std::copy_if(calls_.begin(), calls_.end(), std::back_inserter(found),
-                 [](const Call& call) { return call.kind == Kind::write; });
-    return found;
-}
-
-std::vector<ScriptedCommunicator::Kind> ScriptedCommunicator::kinds() const {
-    std::vector<Kind> found;
-    for (const Call& call : calls_)
-        found.push_back(call.kind);
-    return found;
+    return of(Kind::write);
 }
 
 void ScriptedCommunicator::writeBytes(const void* data, unsigned int count, bool discardUnread,
                                       int reserved) {
     const OutsidePlugin outside;
     const auto* const bytes = static_cast<const std::uint8_t*>(data);
-    Call call;
-    call.kind = Kind::write;
-    call.count = count;
-    call.discardUnread = discardUnread;
-    call.reserved = reserved;
-    call.written.assign(bytes, bytes + count);
-    calls_.push_back(std::move(call));
-
+    calls_.push_back({Kind::write, count, discardUnread, reserved, 0, Bytes(bytes, bytes + count)});
     const std::size_t index = writeCount_++;
     if (writeObserver_)
         writeObserver_(index);
     if (const auto found = writeExceptions_.find(index); found != writeExceptions_.end())
         std::rethrow_exception(found->second);
-    openNextExchange();
-}
-
-void ScriptedCommunicator::openNextExchange() {
-    const auto next = std::find_if(script_.begin(), script_.end(),
-                                   [](const Step& step) { return step.what == Step::What::nextWrite; });
+    const auto next = std::ranges::find_if(script_, &Step::isNextWrite);
     if (next != script_.end())
         script_.erase(script_.begin(), std::next(next));
 }
 
 int ScriptedCommunicator::readBytes(void* data, unsigned int count, int reserved, unsigned int timeoutMs) {
     const OutsidePlugin outside;
-    Call call;
-    call.kind = Kind::read;
-    call.count = count;
-    call.reserved = reserved;
-    call.timeoutMs = timeoutMs;
-    call.destination = data;
-    calls_.push_back(std::move(call));
-
-    if (script_.empty() || script_.front().what == Step::What::nextWrite)
+    calls_.push_back({Kind::read, count, false, reserved, timeoutMs, {}, data});
+    if (script_.empty() || script_.front().isNextWrite)
         return 0;
     Step& step = script_.front();
-    if (step.what == Step::What::exception) {
-        const std::exception_ptr exception = step.exception;
-        script_.pop_front();
-        std::rethrow_exception(exception);
+    const std::exception_ptr exception = step.exception;
+    int read = step.result.value_or(0);
+    if (exception == nullptr && !step.result) {
+        const std::size_t taken = std::min<std::size_t>(count, step.view.size());
+        std::copy_n(step.view.begin(), taken, static_cast<std::uint8_t*>(data));
+        step.view = step.view.subspan(taken);
+        read = static_cast<int>(taken);
     }
-    if (step.what == Step::What::result) {
-        const int result = step.result;
-        script_.pop_front();
-        return result;
-    }
-    const std::size_t taken = std::min<std::size_t>(count, step.view.size());
-    if (taken != 0)
-        std::memcpy(data, step.view.data(), taken);
-    step.view = step.view.subspan(taken);
     if (step.view.empty())
         script_.pop_front();
-    return static_cast<int>(taken);
+    if (exception != nullptr)
+        std::rethrow_exception(exception);
+    return read;
 }
 
 void ScriptedCommunicator::connect() {
     const OutsidePlugin outside;
-    Call call;
-    call.kind = Kind::connect;
-    calls_.push_back(std::move(call));
+    calls_.push_back({Kind::connect});
     if (connectException_)
         std::rethrow_exception(connectException_);
     connected_ = true;
@@ -178,9 +131,7 @@ void ScriptedCommunicator::connect() {
 
 void ScriptedCommunicator::disconnect() noexcept {
     const OutsidePlugin outside;
-    Call call;
-    call.kind = Kind::disconnect;
-    calls_.push_back(std::move(call));
+    calls_.push_back({Kind::disconnect});
     connected_ = false;
 }
 

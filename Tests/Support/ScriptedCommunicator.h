@@ -9,6 +9,7 @@
 #include <exception>
 #include <functional>
 #include <map>
+#include <optional>
 #include <span>
 #include <vector>
 
@@ -29,7 +30,7 @@ public:
         bool discardUnread = false; ///< writes only
         int reserved = 0;
         unsigned int timeoutMs = 0;  ///< reads only
-        Bytes written;               ///< writes only: the bytes
+        Bytes written = {};          ///< writes only: the bytes
         void* destination = nullptr; ///< reads only
 
         bool operator==(const Call&) const = default;
@@ -66,7 +67,6 @@ public:
     std::vector<Call> reads() const;
     /// The writes alone.
     std::vector<Call> writes() const;
-    std::vector<Kind> kinds() const;
     /// True where no piece is left to be read.
     bool isExhausted() const { return script_.empty(); }
 
@@ -79,15 +79,16 @@ protected:
     void disconnect() noexcept override;
 
 private:
+    /// A piece, unless it is something else.
     struct Step {
-        enum class What { piece, result, exception, nextWrite } what = What::piece;
-        Bytes owned;
-        std::span<const std::uint8_t> view;
-        int result = 0;
-        std::exception_ptr exception;
+        Bytes owned = {};
+        std::span<const std::uint8_t> view = {};
+        std::optional<int> result = {};
+        std::exception_ptr exception = {};
+        bool isNextWrite = false;
     };
 
-    void openNextExchange();
+    std::vector<Call> of(Kind kind) const;
 
     std::deque<Step> script_;
     std::map<std::size_t, std::exception_ptr> writeExceptions_;
