@@ -32,12 +32,11 @@
 #include <functional>
 #include <malloc.h>
 #include <memory>
-#include <stdexcept>
 #include <string>
+#include <sys/mman.h>
 #include <sys/wait.h>
 #include <unistd.h>
 #include <vector>
-#include <zlib.h>
 
 namespace {
 
@@ -74,26 +73,23 @@ double memoryOf(const std::string& field) {
 /// The growth of the memory that a child process holds at the peak of `work`, in MiB; -1 where it did not end
 /// well.
 double peakOf(const std::function<bool()>& work) {
-    int channel[2];
-    if (pipe(channel) != 0)
-        return -1;
+    void* const shared =
+        mmap(nullptr, sizeof(double), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0);
+    auto* const growth = static_cast<double*>(shared);
     const pid_t child = fork();
     if (child == 0) {
         malloc_trim(0);                              // what is free would serve unseen
         std::ofstream("/proc/self/clear_refs") << 5; // the peak is now
         const double before = memoryOf("VmRSS");
         const bool went = work();
-        const double growth = memoryOf("VmHWM") - before;
-        const bool told = write(channel[1], &growth, sizeof growth) == sizeof growth;
-        _exit(went && told ? 0 : 1);
+        *growth = memoryOf("VmHWM") - before;
+        _exit(went ? 0 : 1);
     }
-    close(channel[1]);
-    double growth = -1;
-    const bool heard = read(channel[0], &growth, sizeof growth) == sizeof growth;
-    close(channel[0]);
     int status = 1;
     waitpid(child, &status, 0);
-    return heard && status == 0 ? growth : -1;
+    const double told = status == 0 ? *growth : -1;
+    munmap(shared, sizeof(double));
+    return told;
 }
 
 /// Expects the case to end well. Prints what it took and holds it against its bound, in MiB, where that
@@ -239,35 +235,8 @@ Bytes pngWith(const Bytes& chunk, int count = 1) {
     return pngOf(2, 2, chunks + Support::pngPixels(Bytes(10, 0)));
 }
 
-/// `bytes` packed, without an end: what follows the first two bytes may be repeated, and unpacks again.
-Bytes packedUntilFlush(const Bytes& bytes) {
-    z_stream stream{};
-    if (deflateInit(&stream, Z_BEST_COMPRESSION) != Z_OK)
-        throw std::runtime_error("cannot compress");
-    Bytes result(deflateBound(&stream, bytes.size()) + 64);
-    stream.next_in = const_cast<Bytef*>(bytes.data());
-    stream.avail_in = static_cast<uInt>(bytes.size());
-    stream.next_out = result.data();
-    stream.avail_out = static_cast<uInt>(result.size());
-    deflate(&stream, Z_FULL_FLUSH);
-    result.resize(stream.total_out);
-    deflateEnd(&stream);
-    return result;
-}
-
-/// A deflate stream of `count` MiB of one value: the same flushed piece over and over.
 Bytes packedMebibytes(std::size_t count, unsigned char value = 0) {
-    const Bytes unpacked(1 << 20, value);
-    Bytes stream = packedUntilFlush(unpacked);
-    const Bytes piece(stream.begin() + 2, stream.end()); // behind zlib's own two bytes
-    uLong checksum = adler32(1, unpacked.data(), static_cast<uInt>(unpacked.size()));
-    for (std::size_t i = 1; i < count; ++i) {
-        stream.insert(stream.end(), piece.begin(), piece.end());
-        checksum = adler32(checksum, unpacked.data(), static_cast<uInt>(unpacked.size()));
-    }
-    Bytes end{3, 0}; // an empty last block
-    append32(end, static_cast<std::uint32_t>(checksum));
-    return stream + end;
+    return Support::packed(Bytes(count << 20, value));
 }
 
 TEST_F(HostilePeak, OfPngFilesThatAnnounceTooMuch) {

@@ -5,7 +5,7 @@
 #include "Support/SamplePictures.h"
 #include "VantrelCommon/CameraInfo.h"
 
-#include <cctype>
+#include <algorithm>
 #include <map>
 #include <new>
 #include <ostream>
@@ -148,16 +148,9 @@ void PrintTo(const Operation& operation, std::ostream* stream) {
     *stream << operation.name;
 }
 
-std::string nameOf(const std::string& operation) {
-    std::string name;
-    bool isWordBegin = true;
-    for (const char letter : operation) {
-        if (letter != ' ')
-            name +=
-                isWordBegin ? static_cast<char>(std::toupper(static_cast<unsigned char>(letter))) : letter;
-        isWordBegin = letter == ' ';
-    }
-    return name;
+std::string nameOf(std::string operation) {
+    std::ranges::replace(operation, ' ', '_');
+    return operation;
 }
 
 } // namespace Torture

@@ -112,6 +112,6 @@ std::vector<Operation> operations();
 void PrintTo(const Operation& operation, std::ostream* stream);
 
 /// The operation's name for a test's parameter.
-std::string nameOf(const std::string& operation);
+std::string nameOf(std::string operation);
 
 } // namespace Torture
