@@ -9,7 +9,7 @@
 #include "ReferenceHost/HostControl.h"
 #include "ReferenceHost/PluginLibrary.h"
 #include "Support/LogCapture.h"
-#include "Support/PrivateNetworks.h"
+#include "Support/NetworkNamespace.h"
 #include "Verdict.h"
 
 #include <chrono>

@@ -41,26 +41,34 @@ void probeWithAFault(const Stage& stage) {
     stage.camera.capture(Expect::picture, std::string("after ") + row.fault);
 }
 
-void stopAndStart(const Stage& stage) {
-    stage.camera.leave();
+/// Nobody answers.
+void missTheCamera(const Stage& stage, const char* circumstance) {
     ++stage.tally.pulls;
-    stage.camera.capture(Expect::nothing, "camera away");
-    stage.camera.probe(false, "camera away");
-    demandPicture(stage.camera, "camera back");
+    stage.camera.capture(Expect::nothing, circumstance);
+    stage.camera.probe(false, circumstance);
 }
 
 /// The connection breaks at whatever point of a capture, or just behind it.
-void stopDuringACapture(const Stage& stage) {
+template <class Break>
+void breakDuringACapture(const Stage& stage, const char* circumstance, const Break& breakIt) {
     stage.camera.serve("get:drip=20000/1");
     ++stage.tally.pulls;
     const std::chrono::microseconds delay(stage.camera.random().below(40'000));
-    {
-        const std::jthread puller([&camera = stage.camera, delay] {
-            std::this_thread::sleep_for(delay);
-            camera.leaveMeanwhile();
-        });
-        stage.camera.capture(Expect::either, "stopped meanwhile");
-    }
+    const std::jthread puller([&breakIt, delay] {
+        std::this_thread::sleep_for(delay);
+        breakIt();
+    });
+    stage.camera.capture(Expect::either, circumstance);
+}
+
+void stopAndStart(const Stage& stage) {
+    stage.camera.leave();
+    missTheCamera(stage, "camera away");
+    demandPicture(stage.camera, "camera back");
+}
+
+void stopDuringACapture(const Stage& stage) {
+    breakDuringACapture(stage, "stopped meanwhile", [&stage] { stage.camera.leaveMeanwhile(); });
     demandPicture(stage.camera, "after a stop during a capture");
 }
 
@@ -68,9 +76,7 @@ void pullTheCable(const Stage& stage) {
     if (!stage.networks.areOwn())
         return stopAndStart(stage);
     stage.networks.pullCable(stage.index);
-    ++stage.tally.pulls;
-    stage.camera.capture(Expect::nothing, "cable pulled");
-    stage.camera.probe(false, "cable pulled");
+    missTheCamera(stage, "cable pulled");
     stage.networks.mendCable(stage.index);
     demandPicture(stage.camera, "cable mended");
 }
@@ -78,16 +84,7 @@ void pullTheCable(const Stage& stage) {
 void pullTheCableDuringACapture(const Stage& stage) {
     if (!stage.networks.areOwn())
         return captureFromASilentCamera(stage);
-    stage.camera.serve("get:drip=20000/1");
-    ++stage.tally.pulls;
-    const std::chrono::microseconds delay(stage.camera.random().below(40'000));
-    {
-        const std::jthread puller([&stage, delay] {
-            std::this_thread::sleep_for(delay);
-            stage.networks.pullCable(stage.index);
-        });
-        stage.camera.capture(Expect::either, "cable pulled meanwhile");
-    }
+    breakDuringACapture(stage, "cable pulled meanwhile", [&stage] { stage.networks.pullCable(stage.index); });
     stage.networks.mendCable(stage.index);
     demandPicture(stage.camera, "cable mended after a capture");
 }

@@ -2,15 +2,13 @@
 
 #include "Run.h"
 
-#include "Support/PrivateNetworks.h"
+#include "Support/NetworkNamespace.h"
+
+#include <CLI/CLI.hpp>
 
 #include <clocale>
 #include <cstdio>
-#include <cstdlib>
 #include <exception>
-#include <optional>
-#include <string>
-#include <string_view>
 #include <vector>
 
 namespace {
@@ -27,51 +25,29 @@ constexpr bool sanitized = true;
 constexpr bool sanitized = false;
 #endif
 
-std::optional<double> numberOf(const char* text) {
-    char* end = nullptr;
-    const double number = std::strtod(text, &end);
-    if (end == text || *end != '\0' || number < 0)
-        return std::nullopt;
-    return number;
-}
-
-std::optional<Soak::Options> optionsOf(const std::vector<char*>& arguments) {
-    Soak::Options options;
-    options.plugin = KORVA_PLUGIN;
-    options.judgeMemory = !sanitized;
-    for (std::size_t at = 1; at + 1 < arguments.size(); at += 2) {
-        const std::string_view name = arguments[at];
-        const auto number = numberOf(arguments[at + 1]);
-        if (name == "--plugin")
-            options.plugin = arguments[at + 1];
-        else if (name == "--minutes" && number)
-            options.minutes = *number;
-        else if (name == "--seed" && number)
-            options.seed = static_cast<std::uint64_t>(*number);
-        else
-            return std::nullopt;
-    }
-    if (arguments.size() % 2 == 0)
-        return std::nullopt;
-    return options;
-}
-
 } // namespace
 
 int main(int argc, char** argv) {
     const std::vector<char*> arguments(argv, argv + argc);
-    auto options = optionsOf(arguments);
-    if (!options || options->minutes == 0) {
+    Soak::Options options{.plugin = KORVA_PLUGIN, .judgeMemory = !sanitized};
+    CLI::App app;
+    app.set_help_flag();
+    app.add_option("--minutes", options.minutes)->check(CLI::PositiveNumber);
+    app.add_option("--seed", options.seed);
+    app.add_option("--plugin", options.plugin);
+    try {
+        app.parse(argc, argv);
+    } catch (const CLI::ParseError&) {
         std::fputs(usage, stderr);
         return 2;
     }
-    options->ownNetworks = TestSupport::hasPrivateNetworks();
-    if (!options->ownNetworks && TestSupport::privateNetworksAllowed())
+    options.ownNetworks = TestSupport::hasPrivateNetworks();
+    if (!options.ownNetworks && TestSupport::privateNetworksAllowed())
         return TestSupport::runAgainWithPrivateNetworks(arguments);
     std::setlocale(LC_ALL, "C.UTF-8");
     Soak::Holding::prepare();
     try {
-        return Soak::Run(*options).toItsEnd() ? 0 : 1;
+        return Soak::Run(options).toItsEnd() ? 0 : 1;
     } catch (const std::exception& failure) {
         std::printf("The run broke off: %s\nverdict: FAILED\n", failure.what());
         return 1;

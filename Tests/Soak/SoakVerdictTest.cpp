@@ -15,54 +15,51 @@ namespace {
 
 constexpr std::uint64_t manyBytes = std::uint64_t{100} << 20;
 
-std::vector<Holding> evenHoldings() {
-    return std::vector<Holding>(100, Holding{manyBytes, manyBytes, 20, 1});
-}
-
-std::vector<std::string> verdictOn(const std::vector<Holding>& holdings, bool judgeMemory = true) {
+/// A run of a hundred rounds that holds the same, but for what `change` makes of a round.
+template <class Change>
+std::vector<std::string> verdictOn(const Change& change, bool judgeMemory = true) {
+    std::vector<Holding> holdings(100, Holding{manyBytes, manyBytes, 20, 1});
+    for (std::size_t at = 0; at < holdings.size(); ++at)
+        change(holdings[at], at);
     return notFlat(Drift(holdings), judgeMemory);
 }
 
 } // namespace
 
 TEST(SoakVerdict, CallsARunFlatThatHoldsTheSame) {
-    EXPECT_THAT(verdictOn(evenHoldings()), IsEmpty());
+    EXPECT_THAT(verdictOn([](Holding&, std::size_t) {}), IsEmpty());
 }
 
 TEST(SoakVerdict, OverlooksTheFirstFifth) {
-    auto holdings = evenHoldings();
-    for (std::size_t at = 0; at < 20; ++at)
-        holdings[at] = {};
-    EXPECT_THAT(verdictOn(holdings), IsEmpty());
+    const auto begin = [](Holding& holding, std::size_t at) { holding = at < 20 ? Holding{} : holding; };
+    EXPECT_THAT(verdictOn(begin), IsEmpty());
 }
 
 TEST(SoakVerdict, OverlooksSingleOutliers) {
-    auto holdings = evenHoldings();
-    for (std::size_t at = 75; at < 100; at += 3)
-        holdings[at] = {2 * manyBytes, 2 * manyBytes, 40, 2};
-    EXPECT_THAT(verdictOn(holdings), IsEmpty());
+    const auto leap = [](Holding& holding, std::size_t at) {
+        if (at >= 75 && at % 3 == 0)
+            holding = {2 * manyBytes, 2 * manyBytes, 40, 2};
+    };
+    EXPECT_THAT(verdictOn(leap), IsEmpty());
 }
 
 TEST(SoakVerdict, FindsAHeapThatGrowsByTwoKilobytesARound) {
-    auto holdings = evenHoldings();
-    for (std::size_t at = 0; at < holdings.size(); ++at)
-        holdings[at].heapBytes += 2048 * at;
-    EXPECT_THAT(verdictOn(holdings), ElementsAre(StartsWith("bytes of heap in use: ")));
-    EXPECT_THAT(verdictOn(holdings, false), IsEmpty());
+    const auto grow = [](Holding& holding, std::size_t at) { holding.heapBytes += 2048 * at; };
+    EXPECT_THAT(verdictOn(grow), ElementsAre(StartsWith("bytes of heap in use: ")));
+    EXPECT_THAT(verdictOn(grow, false), IsEmpty());
 }
 
 TEST(SoakVerdict, FindsResidentMemoryThatGrows) {
-    auto holdings = evenHoldings();
-    for (std::size_t at = 0; at < holdings.size(); ++at)
-        holdings[at].residentBytes += (std::uint64_t{128} << 10) * at;
-    EXPECT_THAT(verdictOn(holdings), ElementsAre(StartsWith("resident bytes: ")));
+    const auto grow = [](Holding& holding, std::size_t at) { holding.residentBytes += at << 17; };
+    EXPECT_THAT(verdictOn(grow), ElementsAre(StartsWith("resident bytes: ")));
 }
 
 TEST(SoakVerdict, FindsOneDescriptorAndOneThreadMore) {
-    auto holdings = evenHoldings();
-    for (std::size_t at = 60; at < holdings.size(); ++at)
-        holdings[at].descriptors = 21, holdings[at].threads = 2;
-    EXPECT_THAT(verdictOn(holdings),
+    const auto grow = [](Holding& holding, std::size_t at) {
+        if (at >= 60)
+            holding = {manyBytes, manyBytes, 21, 2};
+    };
+    EXPECT_THAT(verdictOn(grow),
                 ElementsAre("descriptors: 20 at first, 21 at last", "threads: 1 at first, 2 at last"));
 }
 

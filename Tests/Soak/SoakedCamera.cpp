@@ -13,6 +13,7 @@
 #include <cstdio>
 #include <stdexcept>
 #include <thread>
+#include <unistd.h>
 
 using namespace std::chrono_literals;
 using namespace Tolvane::DeviceFramework2::Device;
@@ -74,7 +75,7 @@ void SoakedCamera::serve(const std::string& fault) {
         settings_.faults.push_back(Simulator::parseFault(fault));
     answered_ = noAnswer;
     server_ = networks_.serve(index_, settings_, [this](const std::string& event) {
-        serverThread_ = thisThread();
+        serverThread_ = gettid();
         if (event.find("(discovery)") != std::string::npos)
             answered_ = std::chrono::steady_clock::now().time_since_epoch();
     });

@@ -17,10 +17,7 @@ constexpr std::size_t warmUpPart = 5;
 constexpr std::size_t parts = 3;
 
 std::uint64_t entriesOf(const char* folder) {
-    std::uint64_t count = 0;
-    for ([[maybe_unused]] const auto& entry : std::filesystem::directory_iterator(folder))
-        ++count;
-    return count;
+    return static_cast<std::uint64_t>(std::ranges::distance(std::filesystem::directory_iterator(folder)));
 }
 
 std::uint64_t residentNow() {
@@ -32,22 +29,14 @@ std::uint64_t residentNow() {
 }
 
 std::uint64_t median(std::span<const Holding> holdings, std::uint64_t Holding::*what) {
-    std::vector<std::uint64_t> values;
-    for (const Holding& each : holdings)
-        values.push_back(each.*what);
-    const auto middle = values.begin() + static_cast<std::ptrdiff_t>(values.size() / 2);
-    std::nth_element(values.begin(), middle, values.end());
-    return *middle;
+    std::vector<Holding> sorted(holdings.begin(), holdings.end());
+    std::ranges::sort(sorted, {}, what);
+    return sorted[sorted.size() / 2].*what;
 }
 
 Holding medians(std::span<const Holding> holdings) {
     return {median(holdings, &Holding::residentBytes), median(holdings, &Holding::heapBytes),
             median(holdings, &Holding::descriptors), median(holdings, &Holding::threads)};
-}
-
-std::string change(const char* what, std::uint64_t first, std::uint64_t last) {
-    return std::string(what) + ": " + std::to_string(first) + " at first, " + std::to_string(last) +
-           " at last";
 }
 
 } // namespace
@@ -72,19 +61,22 @@ Drift::Drift(const std::vector<Holding>& holdings) {
 }
 
 std::vector<std::string> notFlat(const Drift& drift, bool judgeMemory) {
-    const auto& [first, last] = drift;
     std::vector<std::string> found;
-    const auto residentSlack =
-        std::max(residentSlackBytes,
-                 static_cast<std::uint64_t>(residentSlackPart * static_cast<double>(first.residentBytes)));
-    if (judgeMemory && last.heapBytes > first.heapBytes + heapSlackBytes)
-        found.push_back(change("bytes of heap in use", first.heapBytes, last.heapBytes));
-    if (judgeMemory && last.residentBytes > first.residentBytes + residentSlack)
-        found.push_back(change("resident bytes", first.residentBytes, last.residentBytes));
-    if (last.descriptors > first.descriptors)
-        found.push_back(change("descriptors", first.descriptors, last.descriptors));
-    if (last.threads > first.threads)
-        found.push_back(change("threads", first.threads, last.threads));
+    const auto judge = [&](const char* name, auto Holding::*what, std::uint64_t slack) {
+        const std::uint64_t first = drift.first.*what;
+        const std::uint64_t last = drift.last.*what;
+        if (last > first + slack)
+            found.push_back(std::string(name) + ": " + std::to_string(first) + " at first, " +
+                            std::to_string(last) + " at last");
+    };
+    const double residentPart = residentSlackPart * static_cast<double>(drift.first.residentBytes);
+    if (judgeMemory) {
+        judge("bytes of heap in use", &Holding::heapBytes, heapSlackBytes);
+        judge("resident bytes", &Holding::residentBytes,
+              std::max(residentSlackBytes, static_cast<std::uint64_t>(residentPart)));
+    }
+    judge("descriptors", &Holding::descriptors, 0);
+    judge("threads", &Holding::threads, 0);
     return found;
 }
 

@@ -1,7 +1,7 @@
 // main() of the test programs that make networks of their own. Exit code 77 where the system does not allow
 // that.
 
-#include "Support/PrivateNetworks.h"
+#include "Support/NetworkNamespace.h"
 #include "Support/TestLocale.h"
 
 #include <cstdio>

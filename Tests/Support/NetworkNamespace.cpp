@@ -1,5 +1,6 @@
 #include "Support/NetworkNamespace.h"
 
+#include <cstdio>
 #include <cstdlib>
 #include <fcntl.h>
 #include <sched.h>
@@ -7,6 +8,12 @@
 #include <unistd.h>
 
 namespace TestSupport {
+
+namespace {
+
+constexpr const char* marker = "KORVA_TEST_IN_NAMESPACE";
+
+} // namespace
 
 NetworkNamespace::NetworkNamespace() {
     if (unshare(CLONE_NEWNET) != 0)
@@ -39,6 +46,24 @@ void NetworkNamespace::run(std::string commands, const NetworkNamespace* other) 
 void NetworkNamespace::awaitLink(const std::string& adapter) const {
     run("for try in $(seq 500); do ip link show " + adapter +
         " | grep -q 'state UP' && exit 0; sleep 0.01; done; exit 1");
+}
+
+bool hasPrivateNetworks() {
+    return std::getenv(marker) != nullptr; // NOLINT(concurrency-mt-unsafe): before any thread
+}
+
+bool privateNetworksAllowed() {
+    return std::system("unshare -Urn true 2>/dev/null") == 0; // NOLINT(cert-env33-c): fixed words
+}
+
+int runAgainWithPrivateNetworks(const std::vector<char*>& arguments) {
+    setenv(marker, "1", 1);
+    std::vector<const char*> command{"unshare", "-Urn"};
+    command.insert(command.end(), arguments.begin(), arguments.end());
+    command.push_back(nullptr);
+    execvp("unshare", const_cast<char* const*>(command.data()));
+    std::perror("unshare");
+    return 1;
 }
 
 } // namespace TestSupport

@@ -3,6 +3,7 @@
 // process, and they end with it.
 
 #include <string>
+#include <vector>
 
 namespace TestSupport {
 
@@ -31,5 +32,19 @@ public:
 private:
     int descriptor_;
 };
+
+// The right to make them: a program that needs it runs itself again as the root of a user namespace, where
+// even a plain user has it.
+
+/// Whether this process was started by runAgainWithPrivateNetworks.
+bool hasPrivateNetworks();
+
+/// Whether this system lets its users make network namespaces. Asks by making one, which takes some
+/// milliseconds.
+bool privateNetworksAllowed();
+
+/// Replaces the process by the same program in namespaces of its own. `arguments` are main's, without the
+/// null. Returns, an exit status, only where that fails.
+int runAgainWithPrivateNetworks(const std::vector<char*>& arguments);
 
 } // namespace TestSupport
