@@ -20,6 +20,11 @@ Action sendBeginning(const Fault& fault, const SharedBytes& answer) {
     return SendBytes{answer, std::min(wanted, answer->size()), 0, {}};
 }
 
+Action sendEndlessly(std::uint8_t byte) {
+    const auto block = std::make_shared<const Bytes>(endlessBlock, byte);
+    return SendBytes{block, block->size(), 0, {}, true};
+}
+
 SharedBytes flipped(const SharedBytes& answer, std::uint32_t bit) {
     Bytes changed = *answer;
     if (bit / 8 < changed.size())
@@ -88,10 +93,10 @@ std::optional<Actions> faultedDelivery(const Fault& fault, const SharedBytes& an
         return twice(fault, answer);
     case FaultKind::scatter:
         return scattered(*answer, fault.pauseMs, seed);
-    case FaultKind::endless: {
-        const auto block = std::make_shared<const Bytes>(endlessBlock, std::uint8_t{'U'});
-        return Actions{SendBytes{block, block->size(), 0, {}, true}};
-    }
+    case FaultKind::endless:
+        return Actions{sendEndlessly('U')};
+    case FaultKind::trail:
+        return Actions{sendWhole(answer), sendEndlessly(0)};
     case FaultKind::silent:
         return Actions{};
     default:

@@ -35,6 +35,7 @@ enum class FaultKind {
     stale,   ///< the answer to the message before on this connection; the first message gets none
     scatter, ///< pieces of random size, up to `pauseMs` between them; of discovery: a datagram each
     endless, ///< the byte 'U' instead of the answer, for as long as the client stays
+    trail,   ///< the answer, and zeros behind it for as long as the client stays
     truncateClose,  ///< the first `number` bytes (unset: half of them), then the connection is closed
     truncateSilent, ///< the first `number` bytes (unset: half of them), and the rest never comes
     reset,          ///< the connection is reset

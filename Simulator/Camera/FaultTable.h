@@ -85,6 +85,8 @@ inline constexpr std::array faultRows = {
     FaultRow{"scatter", FaultKind::scatter, ValueForm::pause, everywhere,
              "random pieces, pauses of up to MS between them"},
     FaultRow{"endless", FaultKind::endless, ValueForm::none, inConnections, "bytes without end"},
+    FaultRow{"trail", FaultKind::trail, ValueForm::none, inConnections,
+             "zeros without end behind the answer"},
     FaultRow{"missing-key", FaultKind::missingKey, ValueForm::key, inReplies,
              "the key and its value left out"},
     FaultRow{"empty-value", FaultKind::emptyValue, ValueForm::key, inReplies, "the key without a value"},

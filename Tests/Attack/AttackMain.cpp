@@ -154,8 +154,8 @@ private:
             for (const auto& each : finder.templates)
                 if (attackers_[index].isOf(*each))
                     found.emplace_back(&attackers_[index], each.get());
-            const IdentityOutcome expected = attackers_[index].foundBySearch();
-            areAllThere = areAllThere && (found.size() > before || !expected.isSure || !expected.identity);
+            const Faults::Outcome expected = attackers_[index].foundBySearch();
+            areAllThere = areAllThere && (found.size() > before || !expected.isSure || !expected.isGood);
             if (found.size() > before + 1)
                 tally_.find(name(), "a camera found twice");
         }

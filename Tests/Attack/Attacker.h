@@ -92,9 +92,7 @@ public:
     void awaitSearch() { play(random_->oneIn(2), samples, true); }
 
     /// What a search must find of it.
-    IdentityOutcome foundBySearch() const {
-        return isFound(script_, address_) ? identityOf(script_, address_) : IdentityOutcome{};
-    }
+    Faults::Outcome foundBySearch() const { return searchOf(script_, address_); }
 
     bool isOf(const DeviceTemplate& found) const { return infoOf(found).getIpAddress() == wide(address_); }
 
@@ -114,8 +112,7 @@ public:
     void awaitEnds() const { camera_.awaitEnds(); }
 
 private:
-    using Size = FaultMatrix::Size;
-    static constexpr CaptureForm samples{true, 1}; ///< an identification's
+    static constexpr Asking samples{true, 1}; ///< an identification's
     static constexpr int textPort = 32768;
     static constexpr int binaryPort = 32769;
 
@@ -144,8 +141,8 @@ private:
             captureByDevice(true);
     }
 
-    void play(bool lies, const CaptureForm& form, bool isSearched = false) {
-        script_ = drawScript(*random_, lies, form, size_, address_);
+    void play(bool lies, const Asking& asking, bool isSearched = false) {
+        script_ = drawScript(*random_, lies, asking, size_, address_);
         if (!isSearched)
             script_.datagrams.clear();
         camera_.play(script_);
@@ -166,33 +163,34 @@ private:
         device_ = builtFromConnection();
         if (device_ == nullptr)
             throw std::runtime_error(where_ + ": an honest camera gives no device");
-        judgeIdentity(dynamic_cast<NativeCamera&>(*device_).getCameraInfo(), identityOf(script_, address_));
+        judgeIdentity(dynamic_cast<NativeCamera&>(*device_).getCameraInfo(), identified());
         description_ = device_->toXml();
     }
 
     void buildFromLies() {
         play(true, samples);
         const std::unique_ptr<Device> built = builtFromConnection();
-        const IdentityOutcome expected = identityOf(script_, address_);
+        const Faults::Outcome expected = identified();
         tally_.count(!expected.isSure ? "builds not judged" : built ? "devices built" : "builds refused");
         expectLine(built == nullptr, "a refused build");
         if (built)
             judgeIdentity(dynamic_cast<NativeCamera&>(*built).getCameraInfo(), expected);
         else
-            require(!expected.isSure || !expected.identity, "no device");
+            require(!expected.isSure || !expected.isGood, "no device");
     }
 
-    void judgeIdentity(const CameraInfo& info, const IdentityOutcome& expected) {
-        if (!expected.isSure)
-            return;
-        const FaultMatrix::Identity& camera = expected.identity.value_or(FaultMatrix::Identity());
-        require(expected.identity && info.getCameraTypeEnum() == 6 && info.getIpAddress() == wide(address_) &&
-                    info.getFW() == wide("SW-" + camera.software + "_API-" + camera.api) &&
-                    info.getModel() == wide("Korva Meridian " + camera.hardware) &&
-                    info.getSerialNumber() == wide(camera.serial) &&
-                    info.getSubnetMask() == wide(camera.netMask) &&
-                    info.getDefaultGateway() == wide(camera.gateway) &&
-                    Size(info.getResolutionX(), info.getResolutionY()) == camera.size,
+    /// With the bound that the host has.
+    static Asking bounded(Asking asking) {
+        asking.mostPictureBytes = mostPictureBytes;
+        return asking;
+    }
+
+    Faults::Outcome identified() const { return Faults::identify(cameraOf(script_, address_), bounded({})); }
+
+    void judgeIdentity(const CameraInfo& info, const Faults::Outcome& expected) {
+        require(!expected.isSure ||
+                    (expected.isGood && info.getCameraTypeEnum() == 6 &&
+                     info.getIpAddress() == wide(address_) && Faults::told(info) == expected.identity),
                 "another identity: " + info.toXml());
     }
 
@@ -214,14 +212,11 @@ private:
     }
 
     void captureByDevice(bool lies) {
-        const CaptureForm form;
-        play(lies, form);
-        Outcome expected = captureOf(script_, form);
+        Asking asking;
+        asking.resolution = size_;
+        play(lies, asking);
+        const Faults::Outcome expected = Faults::picture(cameraOf(script_, address_), bounded(asking));
         const std::size_t wanted = static_cast<std::size_t>(size_.first * size_.second);
-        if (expected.pixels && expected.pixels->size() < wanted)
-            expected.pixels.reset();
-        if (expected.pixels)
-            expected.pixels->resize(wanted);
         const unsigned exposure = expose();
         std::vector<int> health;
         listen([&health](NetworkHealth reported) { health.push_back(reported.getCode()); });
@@ -267,13 +262,13 @@ private:
 
     void captureDirectly() {
         const bool isMonochrome = random_->oneIn(2);
-        const CaptureForm form{random_->oneIn(2), isMonochrome ? 1U : 3U};
-        play(!random_->oneIn(4), form);
+        const Asking asking{random_->oneIn(2), isMonochrome ? 1U : 3U};
+        play(!random_->oneIn(4), asking);
         std::optional<Bytes> actual;
         try {
             const auto host = connection(binaryPort);
             Image* const image =
-                plugin_->capture(host.get(), random_->oneIn(4), form.png, isMonochrome, 1, false);
+                plugin_->capture(host.get(), random_->oneIn(4), asking.isPng, isMonochrome, 1, false);
             if (image != nullptr) {
                 actual =
                     bytesAt(image->getRawImageData(), std::size_t{image->getWidth()} * image->getHeight());
@@ -282,23 +277,23 @@ private:
         } catch (const TolvaneException&) {
             ++linesHeard; // its own, which the host has in hand
         }
-        judge("direct captures", captureOf(script_, form), actual);
+        judge("direct captures", Faults::capture(cameraOf(script_, address_), bounded(asking)), actual);
     }
 
     void probe() {
         play(!random_->oneIn(3), {});
         const bool isAlive = device_->isAlive();
         tally_.count(isAlive ? "connection checks that hold" : "connection checks that fail");
-        require(isAlive == isAliveBy(script_), "a wrong connection check");
+        require(isAlive == Faults::check(cameraOf(script_, address_)).isGood, "a wrong connection check");
         expectLine(!isAlive, "a failed connection check");
     }
 
-    void judge(const std::string& what, const Outcome& expected, const std::optional<Bytes>& actual) {
+    void judge(const std::string& what, const Faults::Outcome& expected, const std::optional<Bytes>& actual) {
         expectLine(!actual, what);
         tally_.count(what + (!expected.isSure ? " not judged"
                              : actual         ? " with the right picture"
                                               : " without a picture"));
-        require(!expected.isSure || actual == expected.pixels,
+        require(!expected.isSure || (expected.isGood ? actual == expected.pixels : !actual),
                 what + (actual ? ": a wrong picture" : ": no picture"));
     }
 

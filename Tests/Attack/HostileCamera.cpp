@@ -82,7 +82,7 @@ void HostileCamera::awaitEnds() const {
         std::this_thread::sleep_for(std::chrono::milliseconds(1)); // its own thread sees them
 }
 
-std::shared_ptr<HostileCamera::Scene> HostileCamera::scene() const {
+std::shared_ptr<Scene> HostileCamera::scene() const {
     const std::lock_guard lock(mutex_);
     return scene_;
 }
@@ -132,21 +132,19 @@ bool HostileCamera::serve(Client& client) {
         const Bytes request = takeRequest(client.unread, client.isText);
         if (request.empty())
             return true;
-        const Answer answer = answerTo(request, client);
+        if (request[headerBytes] == static_cast<std::uint8_t>(Code::exposure))
+            exposure_ = request[11] * 256U + request[12];
+        const Answer& answer = client.scene->answerTo(request);
         if (!send(client.socket, answer) || answer.closes)
             return false;
     }
 }
 
-Answer HostileCamera::answerTo(const Bytes& request, const Client& client) {
-    auto& [script, attempts] = *client.scene;
-    if (client.isText)
+const Answer& Scene::answerTo(const Bytes& request) {
+    if (request[0] == '[')
         return script.texts[request[1] == 'V' ? 0 : request[1] == 'S' ? 1 : 2];
     const Code code{request[headerBytes]};
-    if (code == Code::exposure) {
-        ++attempts;
-        exposure_ = request[11] * 256U + request[12];
-    }
+    attempts += code == Code::exposure ? 1 : 0;
     const auto& attempt = script.attempts[attempts % 2 == 0 ? 1 : 0];
     switch (code) {
     case Code::exposure:

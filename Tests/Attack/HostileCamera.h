@@ -4,7 +4,7 @@
 #include "CameraNetworks.h"
 #include "Network/Socket.h"
 
-#include "Support/WireMessages.h"
+#include "World/Answers.h"
 
 #include <array>
 #include <atomic>
@@ -18,7 +18,7 @@
 
 namespace Attack {
 
-using TestSupport::Bytes;
+using World::Bytes;
 
 struct Answer {
     Bytes bytes;
@@ -30,9 +30,18 @@ struct Answer {
 struct Script {
     std::vector<std::string> datagrams = {}; ///< to a discovery query
     std::array<Answer, 3> texts = {};        ///< to the queries for version, serial number and settings
-    /// To configuration, take and get of an attempt at a picture; a third attempt gets the first one's again.
+    /// To configuration, take and get of an attempt at a picture.
     std::array<std::array<Answer, 3>, 2> attempts = {};
     Answer probe = {};
+};
+
+/// A script as it is played: a third attempt gets the first one's answers again.
+struct Scene {
+    Script script;
+    std::size_t attempts = 0;
+
+    /// Of a whole request, which may be a configuration, the next attempt's.
+    const Answer& answerTo(const Bytes& request);
 };
 
 /// At the ports of a real camera from construction to destruction; its thread does all the sending.
@@ -52,10 +61,6 @@ public:
     unsigned exposure() const { return exposure_; }
 
 private:
-    struct Scene {
-        Script script;
-        std::size_t attempts = 0;
-    };
     struct Client {
         Simulator::Socket socket;
         bool isText = false;
@@ -67,7 +72,6 @@ private:
     std::shared_ptr<Scene> scene() const;
     void answerQuery() const;
     bool serve(Client& client);
-    Answer answerTo(const Bytes& request, const Client& client);
 
     std::pair<Simulator::Socket, Simulator::Socket> stop_ = Simulator::makePipe();
     Simulator::Socket queries_;

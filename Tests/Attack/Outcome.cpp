@@ -1,70 +1,68 @@
 #include "Outcome.h"
 
-#include "FaultMatrixReader.h"
-#include "Oracle.h"
+#include "Camera/Delivery.h"
+#include "Camera/MessageCodec.h"
 
 #include <algorithm>
-
-using FaultMatrix::Afterwards;
-using FaultMatrix::Ending;
-using FaultMatrix::Verdict;
-using TestSupport::wireMessage;
+#include <utility>
 
 namespace Attack {
 
 namespace {
 
 constexpr std::size_t replyBytes = 256;
-constexpr std::uint8_t doneCode = 0;
-constexpr std::uint8_t imageCode = 6;
 
-FaultMatrix::Received readingOf(const Answer& answer, bool wantsPicture) {
-    return FaultMatrix::received(answer.bytes, answer.closes ? Ending::closed : Ending::silence,
-                                 wantsPicture);
-}
+/// What a scene answers, in the oracle's time: at once.
+class Told final : public Simulator::Session {
+public:
+    explicit Told(std::shared_ptr<Scene> scene) : scene_(std::move(scene)) {}
 
-std::string textOf(const Bytes& bytes) {
-    return {bytes.begin(), bytes.end()};
-}
+    void append(Simulator::ByteView request) override {
+        const Answer& answer = scene_->answerTo({request.begin(), request.end()});
+        due_.emplace().actions.push_back(Simulator::sendWhole(std::make_shared<const Bytes>(answer.bytes)));
+        if (answer.closes)
+            due_->actions.emplace_back(Simulator::CloseConnection{});
+    }
+    std::optional<Simulator::Reaction> next() override { return std::exchange(due_, std::nullopt); }
+    std::size_t waitingBytes() const override { return 0; }
+
+private:
+    std::shared_ptr<Scene> scene_;
+    std::optional<Simulator::Reaction> due_;
+};
 
 Answer textAnswer(const std::string& text) {
     return {Bytes(text.begin(), text.end())};
 }
 
-void takePicture(const Bytes& file, const CaptureForm& form, Outcome& outcome) {
-    const Picture picture =
-        form.png ? pngPicture(file, mostPictureBytes) : sgiPicture(file, mostPictureBytes);
-    // What lies under a transparent colour is told by no reader.
-    outcome.isSure = outcome.isSure && !(form.png && picture.has16Bits && picture.channels % 2 == 0);
-    outcome.pixels = greyOf(picture, form.samplesPerPixel);
-    outcome.size = {static_cast<int>(picture.width), static_cast<int>(picture.height)};
-}
-
 /// A camera that waits for nothing: where the reader would wait for more than came, the connection closes.
-void settle(Answer& answer, bool isPicture) {
-    answer.closes =
-        answer.closes || answer.bytes.empty() || readingOf(answer, isPicture).reading.waited.count() > 0;
+void settle(Answer& answer) {
+    Scene scene;
+    scene.script.probe = answer;
+    const auto shared = std::make_shared<Scene>(scene);
+    answer.closes = answer.closes || answer.bytes.empty() ||
+                    Faults::waitFor([&] { return std::make_unique<Told>(shared); }) > Faults::Time(0);
 }
 
-Bytes fileOf(Random& random, const CaptureForm& form, const FaultMatrix::Size& size) {
+Bytes fileOf(Random& random, const Asking& asking, const Size& size) {
     const auto width = static_cast<unsigned>(size.first);
     const auto height = static_cast<unsigned>(size.second);
-    if (!form.png)
+    if (!asking.isPng)
         return sgiOfNoise(random, width, height, 3);
     using Support::PngColour;
     return pngOfNoise(
         random,
-        {width, height, 16, form.samplesPerPixel == 3 ? PngColour::rgb : PngColour::grey, random.oneIn(2)});
+        {width, height, 16, asking.samplesPerPixel == 3 ? PngColour::rgb : PngColour::grey, random.oneIn(2)});
 }
 
 std::array<Answer, 3> rightAttempt(const Bytes& file) {
-    const Bytes done = wireMessage({{doneCode, {}}});
-    return {Answer{done}, Answer{done}, Answer{wireMessage({{imageCode, file}})}};
+    const Bytes done = World::done();
+    return {Answer{done}, Answer{done}, Answer{World::image(file)}};
 }
 
 /// Damages an answer that is a message: its picture, its bytes, or how they come.
 void spoil(Random& random, const std::array<Answer, 3>& others, Answer& answer, bool isPicture,
-           const CaptureForm& form, const FaultMatrix::Size& size) {
+           const Asking& asking, const Size& size) {
     static constexpr std::size_t headOfAMessage = 13;
     switch (random.below(isPicture ? 8 : 4)) {
     case 0:
@@ -72,8 +70,8 @@ void spoil(Random& random, const std::array<Answer, 3>& others, Answer& answer, 
         break;
     case 1: // behind a right checksum
         damage(random, answer.bytes, headOfAMessage);
-        answer.bytes.resize(std::max<std::size_t>(answer.bytes.size(), 2) - 2);
-        answer.bytes = TestSupport::withChecksum(std::move(answer.bytes));
+        answer.bytes.resize(std::max<std::size_t>(answer.bytes.size(), 2));
+        Simulator::seal(answer.bytes);
         break;
     case 2:
         answer.piece = 1 + answer.bytes.size() / (1 + random.below(20));
@@ -87,22 +85,21 @@ void spoil(Random& random, const std::array<Answer, 3>& others, Answer& answer, 
                 answer.bytes.insert(answer.bytes.end(), next.bytes.begin(), next.bytes.end());
         break;
     case 4: // of another kind or size
-        answer.bytes = wireMessage(
-            {{imageCode, random.oneIn(2) ? pngOfNoise(random, anyPngKind(random))
-                                         : sgiOfNoise(random, static_cast<unsigned>(size.first) + 1,
-                                                      static_cast<unsigned>(random.below(40)),
-                                                      random.oneIn(2) ? 4 : 1)}});
+        answer.bytes = World::image(
+            random.oneIn(2) ? pngOfNoise(random, anyPngKind(random))
+                            : sgiOfNoise(random, static_cast<unsigned>(size.first) + 1,
+                                         static_cast<unsigned>(random.below(40)), random.oneIn(2) ? 4 : 1));
         break;
     default: {
-        Bytes file = fileOf(random, form, size);
-        if (form.png)
+        Bytes file = fileOf(random, asking, size);
+        if (asking.isPng)
             damagePng(random, file);
         else
             damage(random, file, 20);
-        answer.bytes = wireMessage({{imageCode, file}});
+        answer.bytes = World::image(file);
     }
     }
-    settle(answer, isPicture);
+    settle(answer);
 }
 
 /// What a camera says of itself. Its datagrams name its own address or are no replies: nobody else is asked.
@@ -126,74 +123,32 @@ void spoilTexts(Random& random, Script& script, const std::string& address) {
         Answer reply = textAnswer("[Korva --Room " + text() + " --IP " + address + "]");
         if (random.oneIn(2))
             damage(random, reply.bytes, replyBytes);
-        const std::string datagram = textOf(reply.bytes);
-        const auto found = FaultMatrix::foundIn(datagram.substr(0, replyBytes));
+        const std::string datagram(reply.bytes.begin(), reply.bytes.end());
         // An empty datagram would end the search for everybody.
-        if (!datagram.empty() && (!found || found->ip == address))
+        if (!datagram.empty() && Faults::addressIn(datagram).value_or(address) == address)
             script.datagrams.push_back(datagram);
     }
 }
 
 } // namespace
 
-Outcome captureOf(const Script& script, const CaptureForm& form) {
-    Outcome outcome;
-    for (const auto& attempt : script.attempts) {
-        bool isOver = false;
-        for (std::size_t step = 0; step < attempt.size() && !isOver; ++step) {
-            const bool isPicture = step == 2;
-            const auto [reading, file, unread] = readingOf(attempt[step], isPicture);
-            const bool isRead = reading.verdict == Verdict::accepted;
-            if (isRead && isPicture)
-                takePicture(file, form, outcome);
-            const bool isBroken =
-                reading.verdict == Verdict::thrown || reading.afterwards == Afterwards::broken;
-            // What was not read is dropped before the next request, if it has come by then. In one piece it
-            // has, and the connection's end with it.
-            if (!outcome.pixels && unread != 0 && (!isBroken || attempt[step].piece != 0))
-                outcome.isSure = false;
-            if (outcome.pixels || isBroken)
-                return outcome;
-            isOver = !isRead;
-        }
-    }
-    return outcome;
+Faults::Camera cameraOf(const Script& script, const std::string& address) {
+    const Faults::Camera::Accept accept = [scene = std::make_shared<Scene>(Scene{script})] {
+        return std::make_unique<Told>(scene);
+    };
+    return {accept, accept, address};
 }
 
-bool isAliveBy(const Script& script) {
-    const Verdict verdict = readingOf(script.probe, false).reading.verdict;
-    return verdict == Verdict::accepted || verdict == Verdict::refused; // a check does not judge
+Faults::Outcome searchOf(const Script& script, const std::string& address) {
+    std::vector<Faults::Datagram> datagrams;
+    for (const std::string& datagram : script.datagrams)
+        datagrams.emplace_back(datagram, Faults::Time(0));
+    Asking asking;
+    asking.mostPictureBytes = mostPictureBytes;
+    return Faults::search(cameraOf(script, address), datagrams, asking);
 }
 
-IdentityOutcome identityOf(const Script& script, const std::string& address) {
-    FaultMatrix::Identified camera;
-    camera.address = std::wstring(address.begin(), address.end());
-    for (std::size_t i = 0; i < script.texts.size(); ++i) {
-        const Answer& answer = script.texts[i];
-        camera.replies[i] = textOf(answer.bytes).substr(0, replyBytes);
-        if (answer.closes)
-            camera.faulty = {i, FaultMatrix::receivedReply(camera.replies[i], Ending::closed)};
-    }
-    // Taken twice where the first try gives nothing.
-    const Outcome sample = captureOf(script, {true, 1});
-    camera.sampleSize = sample.pixels ? sample.size : FaultMatrix::Size{0, 0};
-    // Any size will do where nobody can tell whether there is a picture.
-    if (!sample.isSure)
-        camera.sampleSize = {1, 1};
-    IdentityOutcome outcome{true, FaultMatrix::identify(camera).identity};
-    if (outcome.identity && !FaultMatrix::knownSize(outcome.identity->hardware))
-        outcome.isSure = sample.isSure;
-    return outcome;
-}
-
-bool isFound(const Script& script, const std::string& address) {
-    return std::ranges::any_of(script.datagrams, [&address](const std::string& datagram) {
-        const auto found = FaultMatrix::foundIn(datagram.substr(0, replyBytes));
-        return found && found->ip == address;
-    });
-}
-
-Script drawScript(Random& random, bool lies, const CaptureForm& form, const FaultMatrix::Size& size,
+Script drawScript(Random& random, bool lies, const Asking& asking, const Size& size,
                   const std::string& address) {
     Script script;
     script.datagrams = {"[Korva --Room Lab 2 --IP " + address + "]"};
@@ -201,7 +156,7 @@ Script drawScript(Random& random, bool lies, const CaptureForm& form, const Faul
                     textAnswer("[SerialNumber --Camera 1234]"),
                     textAnswer("[Settings --NetMask 255.255.255.0 --NetGateway 10.0.0.1]")};
     for (auto& attempt : script.attempts)
-        attempt = rightAttempt(fileOf(random, form, size));
+        attempt = rightAttempt(fileOf(random, asking, size));
     script.probe = script.attempts[0][0];
     if (!lies)
         return script;
@@ -210,9 +165,9 @@ Script drawScript(Random& random, bool lies, const CaptureForm& form, const Faul
     const auto right = script.attempts[1];
     for (std::size_t left = 1 + random.below(5); left > 0; --left) {
         const std::size_t step = random.below(3);
-        spoil(random, right, script.attempts[random.below(2)][step], step == 2, form, size);
+        spoil(random, right, script.attempts[random.below(2)][step], step == 2, asking, size);
     }
-    spoil(random, right, script.probe, false, form, size);
+    spoil(random, right, script.probe, false, asking, size);
     return script;
 }
 

@@ -4,45 +4,28 @@
 #include "HostileCamera.h"
 
 #include "Draws.h"
-#include "FaultMatrixIdentity.h"
+#include "Oracle.h"
 
-#include <cstddef>
-#include <optional>
 #include <string>
 
 namespace Attack {
 
+using Faults::Asking;
+using Faults::Size;
+
 /// No more pixels than this come of a file, in bytes: the host is told so too.
 inline constexpr std::size_t mostPictureBytes = std::size_t{4} << 20;
 
-struct CaptureForm {
-    bool png = false;
-    unsigned samplesPerPixel = 3;
-};
+/// Who plays the script, at that address; each connection goes on with the attempts of the one before.
+Faults::Camera cameraOf(const Script& script, const std::string& address);
 
-struct Outcome {
-    bool isSure = true;                         ///< false where it depends on when bytes arrive
-    std::optional<Bytes> pixels = std::nullopt; ///< grey; nothing where there is no picture
-    FaultMatrix::Size size = {0, 0};
-};
-Outcome captureOf(const Script& script, const CaptureForm& form);
+/// Of a search that hears its datagrams.
+Faults::Outcome searchOf(const Script& script, const std::string& address);
 
-/// Whether a connection check holds.
-bool isAliveBy(const Script& script);
-
-struct IdentityOutcome {
-    bool isSure = true;
-    std::optional<FaultMatrix::Identity> identity = std::nullopt;
-};
-IdentityOutcome identityOf(const Script& script, const std::string& address);
-
-/// Whether a search that hears its datagrams contacts the camera.
-bool isFound(const Script& script, const std::string& address);
-
-/// Every answer right: captures of `form` give noise of `size`, an identification a camera of an unknown
-/// model, whose sample picture that is where `form` is PNG of one sample. With `lies` some answers are
+/// Every answer right: captures of `asking` give noise of `size`, an identification a camera of an unknown
+/// model, whose sample picture that is where `asking` is PNG of one sample. With `lies` some answers are
 /// damaged: messages, files, texts, and how they come.
-Script drawScript(Random& random, bool lies, const CaptureForm& form, const FaultMatrix::Size& size,
+Script drawScript(Random& random, bool lies, const Asking& asking, const Size& size,
                   const std::string& address);
 
 } // namespace Attack

@@ -70,7 +70,7 @@ TEST(Fault, WritesItselfAsItIsRead) {
              "text:reset serial:close network:truncate-close=7 version:truncate-silent "
              "configure:many-arguments get:huge-image*1 take:flip=103 discovery:flip=0 any:garbage "
              "get:twice*1 take:stale serial:stale*2 get:scatter=15 discovery:scatter=2 probe:endless "
-             "text:endless*1"))
+             "text:endless*1 serial:trail"))
         EXPECT_EQ(parseFault(text).describe(), text);
 }
 

@@ -140,6 +140,15 @@ TEST(FaultedAnswer, EndlessSendsTheSameByteAgainAndAgain) {
     EXPECT_EQ(*sending.bytes, Bytes(sending.length, 'U'));
 }
 
+TEST(FaultedAnswer, TrailSendsZerosWithoutEndBehindTheAnswer) {
+    const auto actions = answerWith("take:trail");
+    ASSERT_EQ(actions.size(), 2U);
+    EXPECT_EQ(*std::get<SendBytes>(actions[0]).bytes, doneAnswer);
+    const auto& zeros = std::get<SendBytes>(actions[1]);
+    EXPECT_TRUE(zeros.endless);
+    EXPECT_EQ(*zeros.bytes, Bytes(zeros.length));
+}
+
 TEST(FaultedAnswer, DripSendsTheRightAnswerInPieces) {
     const auto actions = answerWith("get:drip=100/5");
     ASSERT_EQ(actions.size(), 1U);

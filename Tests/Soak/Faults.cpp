@@ -1,132 +1,65 @@
 #include "Faults.h"
 
+#include <algorithm>
+
 namespace Soak {
-
-namespace {
-
-using enum Expect;
 
 // Garbage is not among them: it may end like a message, and then has a wrong checksum and a line, or not.
 // What hits once spoils the first attempt alone. A broken connection is no matter for a second attempt.
-constexpr FaultRow captureRows[] = {
-    {"get:checksum", picture, 1},
-    {"get:length-large", picture},
-    {"configure:two-arguments", picture},
-    {"take:two-arguments", picture},
-    {"get:two-arguments", picture},
-    {"take:delay=40", picture},
-    {"get:delay=40", picture},
-    {"configure:drip=1/1", picture},
-    {"take:drip=5/2", picture},
-    {"get:drip=100000/1", picture},
-    {"configure:scatter=2", picture},
-    {"get:scatter=2", picture},
-    {"get:twice", picture},
-    {"get:many-arguments", picture},
-    {"take:flip=0*1", picture, 1},
-    {"get:stale*1", picture},
-    {"get:huge-image*1", picture},
-    {"configure:checksum*1", picture, 1},
-    {"configure:error=3*1", picture},
-    {"take:error=7*1", picture},
-    {"get:error=4294967295*1", picture},
-    {"get:wrong-response*1", picture},
-    {"configure:wrong-response*1", picture},
-    {"take:no-argument*1", picture},
-    {"configure:wrong-command*1", picture},
-    {"take:unknown-code*1", picture},
-    {"get:length-small*1", picture},
-    {"get:length-wrap*1", picture},
-    {"take:long-value*1", picture},
-    {"get:black-picture*1", picture},
-    {"take:checksum", nothing, 2},
-    {"take:error=7", nothing},
-    {"get:wrong-response", nothing},
-    {"get:no-argument", nothing},
-    {"get:stale", nothing},
-    {"configure:flip=0", nothing, 2},
-    {"take:wrong-command", nothing},
-    {"configure:unknown-code", nothing},
-    {"get:length-small", nothing},
-    {"get:length-wrap", nothing},
-    {"take:long-value", nothing},
-    {"get:garbage-picture", nothing},
-    {"get:empty-picture", nothing},
-    {"get:black-picture", nothing},
-    {"get:truncate-close", nothing},
-    {"get:truncate-close=1000", nothing},
-    {"configure:truncate-close=3", nothing},
-    {"take:truncate-close=9", nothing},
-    {"configure:close", nothing},
-    {"take:close", nothing},
-    {"get:close*1", nothing},
-    {"configure:reset", nothing},
-    {"take:reset*1", nothing},
-    {"get:reset", nothing},
-};
+const std::vector<std::string> captureFaults = Faults::faultsIn(
+    "configure:two-arguments configure:drip=1/1 configure:scatter=2 configure:checksum*1 "
+    "configure:error=3*1 configure:wrong-response*1 configure:wrong-command*1 configure:flip=0 "
+    "configure:unknown-code configure:truncate-close=3 configure:close configure:reset "
+    "take:two-arguments take:delay=40 take:drip=5/2 take:flip=0*1 take:error=7*1 take:no-argument*1 "
+    "take:unknown-code*1 take:long-value*1 take:checksum take:error=7 take:wrong-command "
+    "take:long-value take:truncate-close=9 take:close take:reset*1 "
+    "get:checksum get:length-large get:two-arguments get:delay=40 get:drip=100000/1 get:scatter=2 "
+    "get:twice get:many-arguments get:stale*1 get:huge-image*1 get:error=4294967295*1 "
+    "get:wrong-response*1 get:length-small*1 get:length-wrap*1 get:black-picture*1 "
+    "get:wrong-response get:no-argument get:stale get:length-small get:length-wrap "
+    "get:garbage-picture get:empty-picture get:black-picture get:truncate-close "
+    "get:truncate-close=1000 get:close*1 get:reset");
 
-constexpr FaultRow silentRows[] = {
-    {"configure:silent*1", picture},
-    {"take:silent*1", picture},
-    {"get:silent*1", picture},
-    {"configure:truncate-silent=3*1", picture},
-    {"get:truncate-silent=1011*1", picture},
-    {"get:truncate-silent", nothing},
-    {"take:silent", nothing},
-    {"take:endless", nothing},
-};
+const std::vector<std::string> silentFaults =
+    Faults::faultsIn("configure:silent*1 configure:truncate-silent=3*1 "
+                     "take:silent*1 take:silent take:endless "
+                     "get:silent*1 get:truncate-silent=1011*1 get:truncate-silent");
 
-constexpr FaultRow probeRows[] = {
-    {"probe:close", nothing},         {"probe:reset", nothing},    {"probe:truncate-close=7", nothing},
-    {"probe:checksum", nothing, 1},   {"probe:delay=40", picture}, {"probe:drip=1/1", picture},
-    {"probe:error=3", picture}, // an answer that can be read is an answer
-    {"probe:two-arguments", picture}, {"probe:twice", picture},    {"probe:scatter=2", picture},
-};
+const std::vector<std::string> probeFaults = Faults::faultsIn(
+    "probe:close probe:reset probe:truncate-close=7 probe:checksum probe:delay=40 probe:drip=1/1 "
+    "probe:error=3 probe:two-arguments probe:twice probe:scatter=2");
 
-constexpr const char* identificationRows[] = {
-    "version:close",
-    "version:reset",
-    "serial:close",
-    "network:reset",
-};
+const std::vector<std::string> identificationFaults =
+    Faults::faultsIn("version:close version:reset serial:close network:reset");
 
 // Not among them: an empty datagram, which ends the search for all.
-constexpr SearchRow searchRows[] = {
-    {"", true},
-    {"", true},
-    {"", true},
-    {"", true},
-    {"discovery:twice", true},
-    {"discovery:silent", false},
-    {"discovery:garbage", false},
-    {"discovery:scatter=1", false},
-    {"discovery:flip=0", false},
-    {"discovery:other-marker", false},
-    {"discovery:missing-key=--Room", false},
-    {"version:close", false},
-    {"serial:reset", false},
-};
+const std::vector<std::string> searchFaults = Faults::faultsIn(
+    "discovery:twice discovery:silent discovery:garbage discovery:scatter=1 discovery:flip=0 "
+    "discovery:other-marker discovery:missing-key=--Room "
+    "version:close serial:reset");
+
+namespace {
+
+/// Of files longer than any number of bytes above.
+constexpr Simulator::PictureSize pictureSize{40, 20};
 
 } // namespace
 
-std::span<const FaultRow> captureFaults() {
-    return captureRows;
+Faults::Outcome outcomeOf(Faults::Operation operation, const std::string& fault) {
+    Simulator::CameraSettings settings;
+    settings.scene.kind = Simulator::SceneKind::noise;
+    settings.size = pictureSize;
+    if (!fault.empty())
+        settings.faults.push_back(Simulator::parseFault(fault));
+    Faults::Asking asking;
+    asking.resolution = {pictureSize.width, pictureSize.height};
+    return Faults::outcomeOf(operation, settings, asking);
 }
 
-std::span<const FaultRow> silentFaults() {
-    return silentRows;
-}
-
-std::span<const FaultRow> probeFaults() {
-    return probeRows;
-}
-
-std::span<const char* const> identificationFaults() {
-    return identificationRows;
-}
-
-std::span<const SearchRow> searchFaults() {
-    return searchRows;
+std::size_t checksumLines(const Faults::Outcome& outcome) {
+    return static_cast<std::size_t>(std::ranges::count_if(outcome.lines, [](const Faults::Line& line) {
+        return line.message.starts_with("Korva Response failed chksum");
+    }));
 }
 
 } // namespace Soak

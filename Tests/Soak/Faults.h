@@ -1,7 +1,11 @@
 #pragma once
-// The faults that a run sets, and what each must lead to.
+// The faults that a run sets. What each must lead to, the oracle says.
 
-#include <span>
+#include "Cells.h"
+
+#include <cstddef>
+#include <string>
+#include <vector>
 
 namespace Soak {
 
@@ -11,30 +15,25 @@ enum class Expect {
     either,  ///< one of the two
 };
 
-struct FaultRow {
-    const char* fault; ///< as Simulator::parseFault reads it
-    Expect expect;
-    unsigned checksumLines = 0; ///< warn lines about wrong checksums that one capture leads to
-};
+/// What the fault, or none where `fault` is empty, leads to.
+Faults::Outcome outcomeOf(Faults::Operation operation, const std::string& fault);
+
+/// Of its lines, those about a wrong checksum.
+std::size_t checksumLines(const Faults::Outcome& outcome);
 
 /// Faults of captures that end soon.
-std::span<const FaultRow> captureFaults();
+extern const std::vector<std::string> captureFaults;
 
 /// Faults of captures that take one or two time-outs of 10 s.
-std::span<const FaultRow> silentFaults();
+extern const std::vector<std::string> silentFaults;
 
-/// Faults of connection checks; picture stands for an answer.
-std::span<const FaultRow> probeFaults();
+/// Faults of connection checks.
+extern const std::vector<std::string> probeFaults;
 
 /// Faults of identification, after which there is no device.
-std::span<const char* const> identificationFaults();
+extern const std::vector<std::string> identificationFaults;
 
-/// What one camera does while the host searches.
-struct SearchRow {
-    const char* fault; ///< empty: none
-    bool isFound;
-};
-
-std::span<const SearchRow> searchFaults();
+/// What one camera of two or three does while the host searches.
+extern const std::vector<std::string> searchFaults;
 
 } // namespace Soak

@@ -16,29 +16,31 @@ void captureAFewTimes(const Stage& stage) {
     stage.camera.probe(true, "without a fault");
 }
 
-void playFault(SoakedCamera& camera, Tally& tally, const FaultRow& row) {
-    camera.serve(row.fault);
-    camera.capture(row.expect, row.fault);
-    tally.checksumLines += row.checksumLines;
-    demandPicture(camera, std::string("after ") + row.fault);
+void playFault(SoakedCamera& camera, Tally& tally, const std::string& fault) {
+    const Faults::Outcome expected = outcomeOf(Faults::Operation::picture, fault);
+    camera.serve(fault);
+    camera.capture(expected.isGood ? Expect::picture : Expect::nothing, fault);
+    tally.checksumLines += checksumLines(expected);
+    demandPicture(camera, "after " + fault);
 }
 
 void captureWithAFault(const Stage& stage) {
-    playFault(stage.camera, stage.tally, stage.camera.random().of(captureFaults()));
+    playFault(stage.camera, stage.tally, stage.camera.random().of(captureFaults));
 }
 
 void captureFromASilentCamera(const Stage& stage) {
-    playFault(stage.camera, stage.tally, stage.camera.random().of(silentFaults()));
+    playFault(stage.camera, stage.tally, stage.camera.random().of(silentFaults));
 }
 
 void probeWithAFault(const Stage& stage) {
-    const FaultRow& row = stage.camera.random().of(probeFaults());
-    stage.camera.serve(row.fault);
-    stage.camera.probe(row.expect == Expect::picture, row.fault);
-    stage.tally.checksumLines += row.checksumLines;
+    const std::string fault = stage.camera.random().of(probeFaults);
+    const Faults::Outcome expected = outcomeOf(Faults::Operation::check, fault);
+    stage.camera.serve(fault);
+    stage.camera.probe(expected.isGood, fault);
+    stage.tally.checksumLines += checksumLines(expected);
     stage.camera.serve();
-    stage.camera.probe(true, std::string("after ") + row.fault);
-    stage.camera.capture(Expect::picture, std::string("after ") + row.fault);
+    stage.camera.probe(true, "after " + fault);
+    stage.camera.capture(Expect::picture, "after " + fault);
 }
 
 /// Nobody answers.
@@ -103,9 +105,9 @@ void buildAnew(const Stage& stage) {
 }
 
 void buildFromAFaultyCamera(const Stage& stage) {
-    const std::string fault = stage.camera.random().of(identificationFaults());
+    const std::string fault = stage.camera.random().of(identificationFaults);
     stage.camera.serve(fault);
-    stage.camera.buildFromConnection(stage.type, false, fault);
+    stage.camera.buildFromConnection(stage.type, outcomeOf(Faults::Operation::identify, fault).isGood, fault);
     stage.camera.serve();
     stage.camera.buildFromConnection(stage.type, true, "after " + fault);
     stage.camera.capture(Expect::picture, "after " + fault);

@@ -156,10 +156,10 @@ void Run::searchRound() {
     std::vector<bool> isFound;
     std::vector<std::string> faults;
     for (SoakedCamera& camera : cameras_) {
-        const SearchRow& row = random_.of(searchFaults());
-        faults.emplace_back(row.fault);
-        isFound.push_back(row.isFound);
-        camera.serve(row.fault);
+        const std::string fault = random_.oneIn(3) ? "" : random_.of(searchFaults);
+        faults.emplace_back(fault);
+        isFound.push_back(outcomeOf(Faults::Operation::discover, fault).isGood);
+        camera.serve(fault);
         camera.useExposures(SoakedCamera::fewExposures);
     }
     onAll(cameras_, [](SoakedCamera& camera, std::size_t) {

@@ -6,14 +6,13 @@
 #include "World/Calls.h"
 #include "World/Clock.h"
 #include "World/Network.h"
+#include "World/Wire.h"
 
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
-#include <deque>
 #include <string>
 
-using namespace std::chrono_literals;
 using Platform::SocketResult;
 using Platform::SocketStatus;
 using TestSupport::OutsidePlugin;
@@ -22,9 +21,6 @@ using World::Network;
 namespace {
 
 using Clock = Platform::Clock;
-
-/// What comes endlessly comes as fast as this, if its sender does not pause.
-constexpr auto endlessPause = 1ms;
 
 SocketResult failedWith(int error, std::size_t bytes = 0) {
     return {SocketStatus::failed, bytes, std::strerror(error)};
@@ -48,80 +44,21 @@ std::string placeOf(const std::string& address, int port) {
 
 } // namespace
 
-/// Carries out what the session does, at its time.
 struct Network::Connection {
     std::string place;
-    std::unique_ptr<Simulator::Session> session;
+    World::Wire wire;
     std::size_t room = everything; ///< what the peer still takes
-    std::deque<Simulator::Action> actions = {};
-    std::size_t sent = 0;             ///< of the action in front
-    World::Time ready = World::now(); ///< when the action in front can go on
 
-    /// What the session does next comes behind what it is still doing.
-    void ask() {
-        while (auto reaction = session->next())
-            for (Simulator::Action& action : reaction->actions)
-                actions.push_back(std::move(action));
-    }
-
-    void take(const void* data, std::size_t count) {
-        if (front() == nullptr)
-            ready = std::max(ready, World::now());
-        session->append({static_cast<const std::uint8_t*>(data), count});
-        ask();
-    }
-
-    /// The action in front that has an effect here; null where there is none.
-    Simulator::Action* front() {
-        while (!actions.empty()) {
-            const auto* const bytes = std::get_if<Simulator::SendBytes>(&actions.front());
-            const auto* const pause = std::get_if<Simulator::Pause>(&actions.front());
-            if (pause != nullptr)
-                ready += pause->length;
-            else if (bytes == nullptr || sent < bytes->length)
-                return &actions.front();
-            actions.pop_front();
-            sent = 0;
-        }
-        return nullptr;
-    }
+    /// True where something has come, or the connection has ended.
+    bool isReady() { return wire.next().value_or(World::Time::max()) <= World::now(); }
 
     /// True where something comes, or the connection ends, by then; waits for it.
     bool await(World::Time deadline) {
-        const bool comes = front() != nullptr && ready <= std::max(deadline, World::now());
-        World::waitUntil(comes ? ready : deadline);
+        const World::Time next = wire.next().value_or(World::Time::max());
+        const bool comes = next <= std::max(deadline, World::now());
+        World::waitUntil(comes ? next : deadline);
         return comes;
     }
-
-    /// Copies what has come by now; 0 where the connection ends.
-    std::size_t copy(std::uint8_t* data, std::size_t count) {
-        std::size_t copied = 0;
-        while (copied < count && front() != nullptr && ready <= World::now()) {
-            const auto* const sending = std::get_if<Simulator::SendBytes>(front());
-            if (sending == nullptr)
-                break;
-            copied += copyPiece(*sending, data + copied, count - copied);
-        }
-        return copied;
-    }
-
-    std::size_t copyPiece(const Simulator::SendBytes& sending, std::uint8_t* data, std::size_t count) {
-        const std::size_t left = sending.length - sent;
-        const std::size_t pieceLeft =
-            sending.pieceBytes == 0 ? left : std::min(left, sending.pieceBytes - sent % sending.pieceBytes);
-        const std::size_t copied = std::min(count, pieceLeft);
-        std::memcpy(data, sending.bytes->data() + sent, copied);
-        sent += copied;
-        if (copied == pieceLeft && sent < sending.length)
-            ready += sending.pause;
-        if (sending.endless && sent == sending.length) {
-            sent = 0;
-            ready += std::max<World::Duration>(sending.pause, endlessPause);
-        }
-        return copied;
-    }
-
-    bool isReset() { return std::holds_alternative<Simulator::ResetConnection>(*front()); }
 };
 
 void Network::serve(const std::string& address, int port, Accept accept, std::size_t room) {
@@ -190,8 +127,7 @@ SocketResult TcpSocket::open(const std::string& host, std::uint16_t port, std::c
     if (server == network.servers.end())
         return failedWith(ECONNREFUSED);
     auto connection = std::make_shared<Network::Connection>(
-        Network::Connection{place, server->second.accept(), server->second.room});
-    connection->ask();
+        Network::Connection{place, {server->second.accept(), World::now()}, server->second.room});
     // Never twice, lest one from before reset() passes for another.
     static int made = 0;
     descriptor_ = made++;
@@ -207,7 +143,7 @@ SocketResult TcpSocket::send(const void* data, std::size_t count, std::chrono::m
     const auto code = enter("send", *connection, World::shown({static_cast<const char*>(data), count}));
     if (code)
         return endWith(*code, World::now() + stallTimeout);
-    if (connection->front() != nullptr && connection->ready <= World::now() && connection->isReset())
+    if (connection->isReady() && connection->wire.isReset())
         return failedWith(ECONNRESET);
     const std::size_t taken = std::min(count, connection->room);
     connection->room -= connection->room == Network::everything ? 0 : taken;
@@ -215,7 +151,7 @@ SocketResult TcpSocket::send(const void* data, std::size_t count, std::chrono::m
         World::waitUntil(World::now() + stallTimeout);
         return timedOut(taken);
     }
-    connection->take(data, count);
+    connection->wire.take(data, count, World::now());
     return {SocketStatus::done, count, {}};
 }
 
@@ -228,11 +164,12 @@ SocketResult TcpSocket::receive(void* data, std::size_t count, Clock::time_point
         return endWith(*code, deadline);
     if (!connection->await(deadline))
         return timedOut();
-    const std::size_t received = connection->copy(static_cast<std::uint8_t*>(data), count);
+    const std::size_t received = connection->wire.copy(data, count, World::now());
     if (received != 0)
         return {SocketStatus::done, received, {}};
-    return connection->isReset() ? failedWith(ECONNRESET)
-                                 : SocketResult{SocketStatus::closed, 0, "Connection closed by the peer"};
+    return connection->wire.isReset()
+               ? failedWith(ECONNRESET)
+               : SocketResult{SocketStatus::closed, 0, "Connection closed by the peer"};
 }
 
 } // namespace Platform

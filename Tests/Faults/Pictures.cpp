@@ -1,11 +1,11 @@
-#include "Oracle.h"
+#include "Pictures.h"
 
 #include <png.h>
 
 #include <algorithm>
 #include <cstring>
 
-namespace Attack {
+namespace Faults {
 
 namespace {
 
@@ -102,26 +102,32 @@ bool agree(const Picture& decoded, const Picture& simple) {
     return true;
 }
 
-std::optional<Bytes> greyOf(const Picture& picture, unsigned samplesPerPixel) {
-    Bytes grey;
+std::string flawOf(const Picture& picture, unsigned samplesPerPixel) {
     if (picture.pixels() == 0)
-        return grey;
+        return {};
     if (!picture.has16Bits || picture.channels < samplesPerPixel)
-        return std::nullopt;
+        return "Korva image does not hold the expected samples: got " + std::to_string(picture.channels) +
+               " of " + (picture.has16Bits ? "16" : "8") + " bits, expected " +
+               std::to_string(samplesPerPixel) + " of 16 bits per pixel";
     std::size_t black = 0;
+    for (std::size_t i = 0; i < picture.pixels(); ++i)
+        black += isBlack(picture.samples.data() + i * samplesPerPixel, samplesPerPixel) ? 1 : 0;
+    const bool isAllBlack = static_cast<double>(black) / static_cast<double>(picture.pixels()) > 0.99999;
+    return isAllBlack ? "All black image from Korva detected" : "";
+}
+
+Bytes greyOf(const Picture& picture, unsigned samplesPerPixel) {
+    Bytes grey;
     // Of a picture with more samples the first so many count, one after the other.
     for (std::size_t i = 0; i < picture.pixels(); ++i) {
         const unsigned* const pixel = picture.samples.data() + i * samplesPerPixel;
-        black += isBlack(pixel, samplesPerPixel) ? 1 : 0;
         const unsigned value =
             samplesPerPixel == 1
                 ? reduced(pixel[0])
                 : (299 * reduced(pixel[0]) + 587 * reduced(pixel[1]) + 114 * reduced(pixel[2]) + 500) / 1000;
         grey.push_back(static_cast<unsigned char>(value));
     }
-    if (static_cast<double>(black) / static_cast<double>(picture.pixels()) > 0.99999)
-        return std::nullopt;
     return grey;
 }
 
-} // namespace Attack
+} // namespace Faults

@@ -1,15 +1,13 @@
 #pragma once
 // What must come of a picture file, by plain loops: nothing of the plug-in, the host or the simulator.
 
-#include "Support/PictureFiles.h"
-
 #include <cstddef>
-#include <optional>
+#include <string>
 #include <vector>
 
-namespace Attack {
+namespace Faults {
 
-using Support::Bytes;
+using Bytes = std::vector<unsigned char>;
 
 /// 0 x 0 where a file is not accepted.
 struct Picture {
@@ -28,15 +26,18 @@ struct Picture {
 Picture sgiPicture(const Bytes& file, std::size_t mostBytes);
 
 /// A PNG file, as libpng's simple reader reads it. A transparent colour is one more channel, and what 16-bit
-/// samples lie under one that is not opaque is not told. Not accepted where such a channel is added to samples
-/// that are expanded, those of a palette or of fewer than 8 bits.
+/// samples lie under one that is not opaque is not told. Not accepted where such a channel is added to
+/// samples that are expanded, those of a palette or of fewer than 8 bits.
 Picture pngPicture(const Bytes& file, std::size_t mostBytes);
 
 /// True where the colours that both define are the same, and the transparency, if `decoded` has any.
 bool agree(const Picture& decoded, const Picture& simple);
 
-/// The host's grey pixels of a picture that a capture asked for with so many samples a pixel; nothing where
-/// its attempt fails.
-std::optional<Bytes> greyOf(const Picture& picture, unsigned samplesPerPixel);
+/// The error line of an attempt that cannot use the picture, with so many samples asked for a pixel; empty
+/// where it can.
+std::string flawOf(const Picture& picture, unsigned samplesPerPixel);
 
-} // namespace Attack
+/// The host's grey pixels of a picture without a flaw.
+Bytes greyOf(const Picture& picture, unsigned samplesPerPixel);
+
+} // namespace Faults

@@ -1,0 +1,121 @@
+#pragma once
+// What the plug-in does, in the oracle's words.
+
+#include "Cells.h"
+
+#include "Support/LogCapture.h"
+
+#include "Communicator/DeviceException.h"
+#include "DeviceControl/BroadcastWorkerObserver.h"
+#include "DeviceControl/DeviceTemplate.h"
+#include "NativeCameraControl/ImagingInterface.h"
+#include "NativeCameraControl/NativeCameraTemplate.h"
+#include "NativeCameraKorva/KorvaCamera.h"
+#include "Platform/Text.h"
+
+#include <gtest/gtest.h>
+
+#include <memory>
+#include <string>
+#include <string_view>
+
+namespace Faults {
+
+/// Every line at warn and above.
+class PluginLines {
+public:
+    Lines lines() const {
+        Lines lines;
+        for (const TestSupport::LogLine& line : log_.lines())
+            lines.push_back({line.level, behind(line.logger, "Plenar.KorvaCamera."),
+                             behind(line.file, "BackEnd/NativeCameraKorva/"), line.message, line.line});
+        return lines;
+    }
+
+private:
+    static std::string behind(std::string_view text, std::string_view prefix) {
+        return std::string(text.starts_with(prefix) ? text.substr(prefix.size()) : text);
+    }
+
+    TestSupport::LogCapture log_{"Plenar.KorvaCamera", log4cxx::Level::getWarn()};
+};
+
+/// What one operation leads to: its value or its exception, and its lines.
+template <class Perform>
+Outcome outcomeBy(Perform perform) {
+    Outcome outcome;
+    const PluginLines log;
+    try {
+        perform(outcome);
+    } catch (const DeviceException& exception) {
+        outcome.exception = Platform::utf8FromWide(exception.getMessage());
+    }
+    outcome.lines = log.lines();
+    return outcome;
+}
+
+/// Writes down the camera that a search finds, at most one.
+struct Finder final : BroadcastWorkerObserver {
+    explicit Finder(Outcome& outcome) : outcome_(outcome) {}
+    void deviceFound(DeviceTemplate* deviceTemplate, int /*reserved*/) override {
+        const std::unique_ptr<DeviceTemplate> owned(deviceTemplate);
+        outcome_.isGood = outcome_.identity.empty();
+        outcome_.identity = told(dynamic_cast<const NativeCameraTemplate&>(*owned).getCameraInfo());
+    }
+
+private:
+    Outcome& outcome_;
+};
+
+/// A device whose camera is described as Asking says.
+class HeldDevice {
+public:
+    explicit HeldDevice(Communicator* communicator) : device_(communicator, described()) {
+        device_.setNetworkHealthCallback(
+            [this](NetworkHealth health) { reports_.push_back(health.getCode()); });
+    }
+
+    void takePicture(Outcome& outcome) {
+        reports_.clear();
+        auto* const imaging =
+            dynamic_cast<ImagingInterface*>(device_.getInterface(ImagingInterface::interfaceTypeName));
+        const auto [width, height] = Asking().resolution;
+        const auto* const pixels = static_cast<const std::uint8_t*>(imaging->getImage());
+        outcome.isGood = pixels != nullptr;
+        outcome.pixels = outcome.isGood ? Bytes(pixels, pixels + width * height) : Bytes{};
+        outcome.health = reports_;
+    }
+
+    void check(Outcome& outcome) {
+        reports_.clear();
+        outcome.isGood = device_.isAlive();
+        outcome.health = reports_;
+    }
+
+private:
+    static CameraInfo described() {
+        CameraInfo info;
+        info.setResolutionX(Asking().resolution.first);
+        info.setResolutionY(Asking().resolution.second);
+        return info;
+    }
+
+    std::vector<int> reports_;
+    KorvaCamera device_;
+};
+
+inline std::string nameOfCell(const ::testing::TestParamInfo<Cell>& info) {
+    return nameOf(info.param);
+}
+
+/// Value, health and lines; the rest depends on the network.
+inline void expectSameResult(const Outcome& actual, const Outcome& expected) {
+    EXPECT_EQ(actual.isGood, expected.isGood);
+    EXPECT_EQ(actual.pixels, expected.pixels);
+    EXPECT_EQ(actual.identity, expected.identity);
+    EXPECT_EQ(actual.exception, expected.exception);
+    EXPECT_EQ(actual.lines, expected.lines);
+    EXPECT_EQ(actual.health, expected.health);
+}
+
+} // namespace Faults
