@@ -48,7 +48,7 @@ std::vector<std::string> valuesOf(const FaultRow& row, Place place) {
     case ValueForm::optionalBytes:
         return {"", "=3", "=8"};
     case ValueForm::bytes:
-        return {"=1", "=25", "=300"};
+        return {"=1", "=25", "=255", "=256", "=300"};
     case ValueForm::pause:
         return {"=15", "=4500", "=10500"};
     case ValueForm::drip:
