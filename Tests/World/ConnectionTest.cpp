@@ -103,6 +103,36 @@ TEST_F(Connection, GoesOnEndlesslyAMillisecondApart) {
     EXPECT_EQ(elapsed(), 2ms);
 }
 
+/// Answers each request without end.
+class Endless final : public Simulator::Session {
+public:
+    explicit Endless(int& answered) : answered_(answered) {}
+    void append(Simulator::ByteView) override { ++waiting_; }
+    std::optional<Simulator::Reaction> next() override {
+        if (waiting_ == 0)
+            return std::nullopt;
+        --waiting_;
+        ++answered_;
+        return Simulator::Reaction{{sendingEndlessly({'x'})}, {}};
+    }
+    std::size_t waitingBytes() const override { return 0; }
+
+private:
+    int& answered_;
+    int waiting_ = 0;
+};
+
+TEST_F(Connection, AsksASessionForItsNextAnswerWhenTheOneBeforeIsDone) {
+    int answered = 0;
+    world.network.serve("10.0.0.5", 80, [&] { return std::make_unique<Endless>(answered); });
+    open();
+    for (int request = 0; request < 2; ++request) {
+        socket.send("?", 1, 10s);
+        EXPECT_EQ(receive(1), "x");
+    }
+    EXPECT_EQ(answered, 1);
+}
+
 TEST_F(Connection, EndsBehindWhatWasSent) {
     askFor({text("end"), Pause{5ms}, CloseConnection{}});
     EXPECT_EQ(receive(9), "end");
