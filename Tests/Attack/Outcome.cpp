@@ -4,6 +4,7 @@
 #include "Camera/MessageCodec.h"
 
 #include <algorithm>
+#include <chrono>
 #include <utility>
 
 namespace Attack {
@@ -20,6 +21,9 @@ public:
     void append(Simulator::ByteView request) override {
         const Answer& answer = scene_->answerTo({request.begin(), request.end()});
         due_.emplace().actions.push_back(Simulator::sendWhole(std::make_shared<const Bytes>(answer.bytes)));
+        // Behind pieces the end is late, and so may they be.
+        if (answer.piece != 0)
+            due_->actions.emplace_back(Simulator::Pause{std::chrono::milliseconds(1)});
         if (answer.closes)
             due_->actions.emplace_back(Simulator::CloseConnection{});
     }
@@ -39,6 +43,7 @@ Answer textAnswer(const std::string& text) {
 void settle(Answer& answer) {
     Scene scene;
     scene.script.probe = answer;
+    scene.script.probe.piece = 0;
     const auto shared = std::make_shared<Scene>(scene);
     answer.closes = answer.closes || answer.bytes.empty() ||
                     Faults::waitFor([&] { return std::make_unique<Told>(shared); }) > Faults::Time(0);

@@ -16,7 +16,7 @@ constexpr std::size_t smallRead = 16;
 
 void Connection::requireOpen(const char* operation) const {
     if (!brokenBecause_.empty())
-        throw Broken{operation, brokenBecause_};
+        throw Broken{operation, brokenBecause_, true};
 }
 
 /// True where something comes, or the connection ends, by then.
@@ -32,12 +32,14 @@ bool Connection::send(const Simulator::Bytes& request) {
     requireOpen("send");
     static Simulator::Bytes scratch(16384);
     std::size_t dropped = 0;
-    const auto end = clock_.now + longestDrop;
-    for (auto deadline = clock_.now; dropped < mostDropped && await(deadline);) {
+    const auto start = clock_.now;
+    const auto end = start + longestDrop;
+    for (auto deadline = start; dropped < mostDropped && await(deadline);) {
         const std::size_t count = wire_.copy(scratch.data(), scratch.size(), clock_.now);
-        if (count == 0)
+        if (count == 0) {
             this->end();
-        requireOpen("send");
+            throw Broken{"send", brokenBecause_, dropped == 0 || clock_.now == start};
+        }
         dropped += count;
         if (clock_.now >= end)
             break;

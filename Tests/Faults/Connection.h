@@ -12,6 +12,8 @@ namespace Faults {
 struct Broken {
     std::string operation;
     std::string reason;
+    /// False where the end is met behind unread bytes and later than they: it may not have come by then.
+    bool isSure = true;
 };
 
 class Connection {

@@ -147,10 +147,11 @@ private:
 
     /// What breaks the connection to `place` there is the host's exception.
     template <class Step>
-    static std::invoke_result_t<Step> translated(const std::string& place, Step step) {
+    std::invoke_result_t<Step> translated(const std::string& place, Step step) {
         try {
             return step();
         } catch (const Broken& broken) {
+            outcome_.isSure = outcome_.isSure && broken.isSure;
             throw Failure{place + ": " + broken.operation + " failed: " + broken.reason};
         }
     }

@@ -100,6 +100,14 @@ TEST_F(Oracle, FindsTheEndOfAConnectionWithTheNextRequest) {
     EXPECT_EQ(outcome.attempts, 1);
 }
 
+TEST_F(Oracle, IsSureOfAnEndBehindUnreadBytesOnlyWhereItComesWithThem) {
+    const Bytes unreadable{1, 0, 0, 0, 8, 1, 0, 0, 0, 0, 9, 0, 0};
+    binary.act({sending(unreadable), Simulator::CloseConnection{}});
+    EXPECT_TRUE(picture(camera).isSure);
+    binary.act({sending(unreadable), Simulator::Pause{1ms}, Simulator::CloseConnection{}});
+    EXPECT_FALSE(picture(camera).isSure);
+}
+
 TEST_F(Oracle, TellsOfAResetByTheReadThatMetIt) {
     binary.act({Simulator::ResetConnection{}});
     EXPECT_EQ(capture(camera).exception, "10.0.0.5:32769: receive failed: Connection reset by peer");
