@@ -31,6 +31,16 @@ Line ofProtocol(const char* level, const std::string& text) {
     return {level, "KorvaInternalsComm", "KorvaBinaryCommunication", text};
 }
 
+TEST(OracleOfReplies, ReadsThemAsTheTableOfTheProtocolShows) {
+    using Entries = std::vector<std::string>;
+    EXPECT_EQ(entriesOf("[Korva --Room --IP 10.0.0.5]"), (Entries{"--Room", "--IP", "10.0.0.5"}));
+    EXPECT_EQ(entriesOf("[Korva --Room Lab --IP 10.0.0.5"), (Entries{"--Room", "Lab", "--IP"}));
+    EXPECT_EQ(entriesOf("--Room Lab East ]"), (Entries{"--Room", "Lab East "}));
+    EXPECT_EQ(entriesOf("--A x] --B y]"), (Entries{"--A", "x"}));
+    EXPECT_EQ(entriesOf("--A x]]"), (Entries{"--A", "x]"}));
+    EXPECT_EQ(entriesOf("[Korva --IP] --Room Lab]"), (Entries{"--IP]", "--Room", "Lab"}));
+}
+
 struct Oracle : ::testing::Test {
     World::Peer texts;
     World::Peer binary;
