@@ -200,7 +200,6 @@ const std::map<std::string, std::string> furtherWorlds = {
     {"Tests/ReferenceHost/FakeCamera.h", "the host: of any camera and its communicator"},
     {"Tests/Structure/StructureTest.cpp", "the examples below"},
     {"Tests/Support/ScriptedCommunicator.h", "what the plug-in asks of a communicator, argument by argument"},
-    {"Tests/Support/TimedLine.h", "the fault matrix is not in the world yet"},
 };
 
 TEST(Structure, TestsHaveOneWorld) {
