@@ -6,6 +6,7 @@
 #include "Draws.h"
 #include "Oracle.h"
 
+#include <cstddef>
 #include <string>
 
 namespace Attack {

@@ -4,7 +4,9 @@
 #include "World/Wire.h"
 
 #include <cstddef>
+#include <memory>
 #include <string>
+#include <utility>
 
 namespace Faults {
 

@@ -4,7 +4,10 @@
 #include "Connection.h"
 #include "Oracle.h"
 
+#include <cstdint>
 #include <optional>
+#include <string>
+#include <vector>
 
 namespace Faults {
 
