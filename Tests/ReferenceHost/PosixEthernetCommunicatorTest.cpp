@@ -138,7 +138,7 @@ TEST_F(EthernetWrite, ThatFailsNamesAddressPortOperationAndReason) {
     for (const auto& [discards, reason] :
          {std::pair(true, "Connection closed by the peer"), std::pair(false, "Broken pipe")}) {
         const Connector hold(client);
-        EXPECT_EQ(messageOf([&] { write("?", discards); }),
+        EXPECT_EQ(messageOf([&, discard = discards] { write("?", discard); }),
                   std::string("10.0.0.5:80: send failed: ") + reason);
         EXPECT_FALSE(client.isConnected());
     }
