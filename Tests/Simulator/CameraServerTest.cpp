@@ -109,11 +109,13 @@ TEST_F(CameraServerTest, AnswersAWholeCaptureToEachClientByItself) {
 }
 
 TEST_F(CameraServerTest, AnswersRequestsSentTogetherByAClientThatHasEndedItsSide) {
-    serve();
+    server.emplace(smallCamera(), anyPorts(events.log()));
     LoopbackClient client = binary();
-    client.send(joined({probeRequest, takeRequest, probeRequest}));
+    client.send(joined({repeated(probeRequest, 300), takeRequest})); // more than fits into a turn
     shutdown(client.descriptor(), SHUT_WR);
-    EXPECT_EQ(client.read(100), joined({doneAnswer, errorAnswer(ErrorCode::notConfigured), doneAnswer}));
+    server->start();
+    EXPECT_EQ(client.read(10'000),
+              joined({repeated(doneAnswer, 300), errorAnswer(ErrorCode::notConfigured)}));
     EXPECT_EQ(client.end(), End::closed);
 }
 
