@@ -56,6 +56,8 @@ protected:
         CameraSearch search(locator, log, limits);
         const End end = search.await([this](const CameraTemplatePointer& camera) {
             found.push_back(camera->getCameraInfo().getModel());
+            if (found.size() == 1 && isSlowToTake)
+                locator.ended.get_future().wait();
         });
         elapsed = search.elapsed();
         unasked = search.unasked();
@@ -83,6 +85,7 @@ protected:
     std::promise<void> release;
     std::future<void> released = release.get_future();
     bool wasLeft = false;
+    bool isSlowToTake = false; ///< what was found first: the search ends meanwhile
     std::vector<std::wstring> found;
     std::chrono::milliseconds elapsed{0};
     std::size_t unasked = 0;
@@ -91,13 +94,14 @@ protected:
 
 } // namespace
 
-TEST_F(CameraSearchTest, HandsOverWhatIsFound) {
+TEST_F(CameraSearchTest, HandsOverWhatIsFoundInItsOrder) {
+    isSlowToTake = true;
     locator.play = [this](auto& observer) {
-        find(observer, L"one");
-        find(observer, L"two");
+        for (const wchar_t* model : {L"one", L"two", L"three"})
+            find(observer, model);
     };
     EXPECT_EQ(run(10min), End::over);
-    EXPECT_EQ(found, (std::vector<std::wstring>{L"one", L"two"}));
+    EXPECT_EQ(found, (std::vector<std::wstring>{L"one", L"two", L"three"}));
     EXPECT_FALSE(Console::isThreadLeftBehind());
 }
 

@@ -1,24 +1,19 @@
 #include "Console/CommandRun.h"
 
-#include <gtest/gtest.h>
+#include "Outcome.h"
 
-#include <functional>
 #include <memory>
 #include <new>
 #include <stdexcept>
-#include <string>
 
-using Console::CommandFailure;
-using Console::ExitStatus;
-using Console::OnInterrupt;
+using namespace Console;
 
 namespace {
 
 /// What a command says on standard error that fails by what `work` throws.
 std::string complaintOf(const std::function<void()>& work) {
-    testing::internal::CaptureStderr();
-    EXPECT_EQ(Console::runCommand({}, OnInterrupt::note, work), ExitStatus::failed);
-    return testing::internal::GetCapturedStderr();
+    return ConsoleTests::shownBy(
+        [&] { EXPECT_EQ(runCommand({}, OnInterrupt::note, work), ExitStatus::failed); });
 }
 
 } // namespace
@@ -31,15 +26,15 @@ TEST(CommandRun, SaysOfAShortageOfMemoryThatItIsOne) {
 TEST(CommandRun, RemembersThatMemoryRanShortUntilItIsAsked) {
     if (KORVA_SANITIZED)
         GTEST_SKIP() << "The operator new of an instrumented build ends the process.";
-    Console::takeMemoryShortage();
-    const ExitStatus status = Console::runCommand({}, OnInterrupt::note, [] {
+    takeMemoryShortage();
+    const ExitStatus status = runCommand({}, OnInterrupt::note, [] {
         constexpr std::size_t moreThanThereIs = std::size_t{1} << 60;
         const std::unique_ptr<char[]> none(new (std::nothrow) char[moreThanThereIs]);
         EXPECT_EQ(none, nullptr);
     });
     EXPECT_EQ(status, ExitStatus::done);
-    EXPECT_TRUE(Console::takeMemoryShortage());
-    EXPECT_FALSE(Console::takeMemoryShortage());
+    EXPECT_TRUE(takeMemoryShortage());
+    EXPECT_FALSE(takeMemoryShortage());
 }
 
 TEST(CommandRun, ShowsNoReasonThatCouldSteerATerminal) {
@@ -47,7 +42,6 @@ TEST(CommandRun, ShowsNoReasonThatCouldSteerATerminal) {
               "korva: a\\x1b[2J\\x0akorva: b\n");
     EXPECT_EQ(complaintOf([] { throw CommandFailure("first \x1b\nkorva: second \x07"); }),
               "korva: first \\x1b\nkorva: second \\x07\n");
-    testing::internal::CaptureStderr();
-    Console::warn({"a\x1b[2J\nkorva: b"});
-    EXPECT_EQ(testing::internal::GetCapturedStderr(), "korva: warning: a\\x1b[2J\\x0akorva: b\n");
+    EXPECT_EQ(ConsoleTests::shownBy([] { warn({"a\x1b[2J\nkorva: b"}); }),
+              "korva: warning: a\\x1b[2J\\x0akorva: b\n");
 }

@@ -1,42 +1,23 @@
 #include "Console/CommonOptions.h"
 
+#include "Parsed.h"
 #include "Platform/Text.h"
 #include "ReferenceHost/HostControl.h"
 #include "Support/Environment.h"
 #include "Support/TemporaryFolder.h"
 #include "VantrelCommon/PlenarDiagnostics.h"
 
-#include <CLI/CLI.hpp>
-#include <gtest/gtest.h>
-
 #include <filesystem>
 #include <stdexcept>
-#include <string>
-#include <vector>
 
+using Console::addCommonOptions;
 using Console::CommonOptions;
+using ConsoleTests::parsed;
 
-namespace {
-
-CommonOptions parsed(std::vector<std::string> arguments) {
-    CLI::App app;
-    CommonOptions options;
-    addCommonOptions(app, options);
-    std::vector<std::string> reversed(arguments.rbegin(), arguments.rend());
-    app.parse(reversed);
-    return options;
-}
-
-std::string freshFolder(const char* name) {
-    const std::string folder = testing::TempDir() + name;
-    std::filesystem::remove_all(folder);
-    return folder;
-}
-
-} // namespace
+namespace fs = std::filesystem;
 
 TEST(CommonOptions, AreAllAbsentByDefault) {
-    const CommonOptions options = parsed({});
+    const CommonOptions options = parsed(addCommonOptions, "");
     EXPECT_EQ(options.log.level, "");
     EXPECT_EQ(options.log.configFile, "");
     EXPECT_EQ(options.diagnosticsFolder, "");
@@ -44,27 +25,24 @@ TEST(CommonOptions, AreAllAbsentByDefault) {
 }
 
 TEST(CommonOptions, TakeEveryLevelInAnyCase) {
-    for (const char* level : {"off", "error", "warn", "info", "debug", "trace"})
-        EXPECT_EQ(parsed({"--log", level}).log.level, level);
-    EXPECT_EQ(parsed({"--log", "TRACE"}).log.level, "trace");
+    for (const std::string level : {"off", "error", "warn", "info", "debug", "trace"})
+        EXPECT_EQ(parsed(addCommonOptions, "--log " + level).log.level, level);
+    EXPECT_EQ(parsed(addCommonOptions, "--log TRACE").log.level, "trace");
 }
 
 TEST(CommonOptions, RefuseUnknownLevelMissingConfigurationAndShapelessSetting) {
-    EXPECT_THROW(parsed({"--log", "loud"}), CLI::ParseError);
-    EXPECT_THROW(parsed({"--log-config", freshFolder("korva-no-such-file")}), CLI::ParseError);
-    EXPECT_THROW(parsed({"--setting", "name"}), CLI::ParseError);
-    EXPECT_THROW(parsed({"--setting", "=value"}), CLI::ParseError);
+    ConsoleTests::expectRefusal(
+        addCommonOptions, {"--log loud", "--log-config /no/such/file", "--setting name", "--setting =value"});
 }
 
 TEST(CommonOptions, SettingsMayBeRepeatedAndHoldEqualSigns) {
-    const CommonOptions options = parsed({"--setting", "a=1", "--setting", "b=x=y", "--setting", "c="});
     const std::vector<std::pair<std::string, std::string>> expected = {{"a", "1"}, {"b", "x=y"}, {"c", ""}};
-    EXPECT_EQ(options.settings, expected);
+    EXPECT_EQ(parsed(addCommonOptions, "--setting a=1 --setting b=x=y --setting c=").settings, expected);
 }
 
 TEST(CommonOptions, HelpAndVersionEndTheParse) {
-    EXPECT_THROW(parsed({"--help"}), CLI::CallForHelp);
-    EXPECT_THROW(parsed({"--version"}), CLI::CallForVersion);
+    EXPECT_THROW(parsed(addCommonOptions, "--help"), CLI::CallForHelp);
+    EXPECT_THROW(parsed(addCommonOptions, "--version"), CLI::CallForVersion);
 }
 
 TEST(CommonOptions, SettingsReachTheHost) {
@@ -75,12 +53,13 @@ TEST(CommonOptions, SettingsReachTheHost) {
 }
 
 TEST(CommonOptions, DiagnosticsFolderReachesTheHostAndIsMade) {
+    const TestSupport::TemporaryFolder folder;
     CommonOptions options;
     options.log.level = "trace";
-    options.diagnosticsFolder = freshFolder("korva-diagnostics-\xC3\xA9/deep");
+    options.diagnosticsFolder = folder.file("\xC3\xA9/deep");
     EXPECT_EQ(applyToHost(options), "");
     EXPECT_EQ(PlenarDiagnostics::getImagesSubDirectory(), Platform::wideFromUtf8(options.diagnosticsFolder));
-    EXPECT_TRUE(std::filesystem::is_directory(options.diagnosticsFolder));
+    EXPECT_TRUE(fs::is_directory(options.diagnosticsFolder));
 }
 
 TEST(CommonOptions, NameNoFolderOfDumpsWhereALoggingConfigurationDecidesWhetherThereAreAny) {
@@ -92,12 +71,8 @@ TEST(CommonOptions, NameNoFolderOfDumpsWhereALoggingConfigurationDecidesWhetherT
 TEST(CommonOptions, FolderThatCannotBeMadeIsNamed) {
     CommonOptions options;
     options.diagnosticsFolder = "/dev/null/\x1B[2J";
-    try {
-        applyToHost(options);
-        FAIL() << "no exception";
-    } catch (const std::runtime_error& error) {
-        EXPECT_STREQ(error.what(), "cannot make the diagnostics folder /dev/null/\\x1b[2J: Not a directory");
-    }
+    EXPECT_EQ(ConsoleTests::messageOf<std::runtime_error>([&] { applyToHost(options); }),
+              "cannot make the diagnostics folder /dev/null/\\x1b[2J: Not a directory");
 }
 
 TEST(CommonOptions, HostsOwnFolderIsMadeReadyAndNamedWherePicturesAreDumped) {
@@ -112,10 +87,10 @@ TEST(CommonOptions, HostsOwnFolderIsMadeReadyAndNamedWherePicturesAreDumped) {
 
     options.log.level = "trace";
     EXPECT_EQ(applyToHost(options), "fetched picture files are dumped into " + shown);
-    const std::filesystem::path own = folder.file("\x1B[2J/korva-diagnostics");
-    EXPECT_TRUE(std::filesystem::is_directory(own));
+    const fs::path own = folder.file("\x1B[2J/korva-diagnostics");
+    EXPECT_TRUE(fs::is_directory(own));
 
-    std::filesystem::permissions(own, std::filesystem::perms::all);
+    fs::permissions(own, fs::perms::all);
     EXPECT_EQ(applyToHost(options), "warning: fetched picture files are not dumped: " + shown +
                                         " is open to others; try: --diagnostics DIR");
 }

@@ -5,7 +5,6 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <numeric>
 #include <set>
 
 using Console::boxFiltered;
@@ -16,35 +15,34 @@ namespace {
 
 using Pixels = std::vector<unsigned char>;
 
+void expectSheet(const GreySheet& sheet, std::uint32_t width, std::uint32_t height, const Pixels& pixels) {
+    EXPECT_EQ(sheet.width, width);
+    EXPECT_EQ(sheet.height, height);
+    EXPECT_EQ(sheet.pixels, pixels);
+}
+
+/// One with so many pictures more.
+void add(ContactSheet& sheet, std::size_t pictures) {
+    for (std::size_t i = 0; i < pictures; ++i)
+        sheet.add(4, 4, Pixels(16, 200), {"caption"});
+}
+
 } // namespace
 
 TEST(BoxFilter, AveragesEachBoxRounded) {
-    const Pixels pixels = {0, 10, 20, 30, //
-                           2, 20, 30, 41};
-    const GreySheet small = boxFiltered(4, 2, pixels, 2, 2);
-    EXPECT_EQ(small.width, 2u);
-    EXPECT_EQ(small.height, 1u);
-    EXPECT_EQ(small.pixels, (Pixels{8, 30}));
+    expectSheet(boxFiltered(4, 2, Pixels{0, 10, 20, 30, 2, 20, 30, 41}, 2, 2), 2, 1, {8, 30});
 }
 
 TEST(BoxFilter, CountsEveryPixelOnceWhereTheSidesDoNotDivide) {
-    Pixels pixels(7 * 5, 100);
-    const GreySheet small = boxFiltered(7, 5, pixels, 3, 3);
-    EXPECT_EQ(small.width, 3u);
-    EXPECT_EQ(small.height, 2u);
-    EXPECT_EQ(small.pixels, Pixels(6, 100));
+    expectSheet(boxFiltered(7, 5, Pixels(7 * 5, 100), 3, 3), 3, 2, Pixels(6, 100));
 }
 
 TEST(BoxFilter, NeverEnlarges) {
-    const Pixels pixels = {1, 2};
-    EXPECT_EQ(boxFiltered(2, 1, pixels, 480, 360).pixels, pixels);
+    expectSheet(boxFiltered(2, 1, Pixels{1, 2}, 480, 360), 2, 1, {1, 2});
 }
 
 TEST(BoxFilter, KeepsAtLeastAPixelOfAThinPicture) {
-    const GreySheet small = boxFiltered(10000, 1, Pixels(10000, 7), 480, 360);
-    EXPECT_EQ(small.width, 480u);
-    EXPECT_EQ(small.height, 1u);
-    EXPECT_EQ(small.pixels, Pixels(480, 7));
+    expectSheet(boxFiltered(10000, 1, Pixels(10000, 7), 480, 360), 480, 1, Pixels(480, 7));
 }
 
 TEST(ContactSheet, WithoutPicturesIsEmpty) {
@@ -53,12 +51,10 @@ TEST(ContactSheet, WithoutPicturesIsEmpty) {
 
 TEST(ContactSheet, StandsThreePicturesSideBySideAndMoreInAGrid) {
     ContactSheet sheet;
-    for (int i = 0; i < 3; ++i)
-        sheet.add(4, 4, Pixels(16, 200), {"caption"});
+    add(sheet, 3);
     const GreySheet three = sheet.layOut();
     EXPECT_EQ(three.width, 3u * 500 + 20);
-    for (int i = 3; i < 9; ++i)
-        sheet.add(4, 4, Pixels(16, 200), {"caption"});
+    add(sheet, 6);
     const GreySheet nine = sheet.layOut();
     EXPECT_EQ(nine.width, three.width);
     EXPECT_EQ(nine.height, 3 * three.height);
@@ -74,10 +70,9 @@ TEST(ContactSheet, CutsLongCaptionsOff) {
 
 TEST(ContactSheet, KeepsOnlySoManyPictures) {
     ContactSheet sheet;
-    for (std::size_t i = 0; i < ContactSheet::mostPictures; ++i)
-        sheet.add(1, 1, Pixels{0}, {});
+    add(sheet, ContactSheet::mostPictures);
     const std::uint32_t height = sheet.layOut().height;
-    sheet.add(1, 1, Pixels{0}, {});
+    add(sheet, 1);
     EXPECT_EQ(sheet.layOut().height, height);
 }
 

@@ -1,9 +1,8 @@
 #include "Console/PictureFile.h"
 
+#include "Outcome.h"
 #include "Support/FileSizeLimit.h"
-
-#include <gtest/gtest.h>
-#include <png.h>
+#include "Support/TemporaryFolder.h"
 
 #include <filesystem>
 #include <fstream>
@@ -16,74 +15,34 @@ using Console::checkWritable;
 using Console::encodeGreyPng;
 using Console::PictureFileError;
 using Console::writeWholeFile;
-using TestSupport::FileSizeLimit;
+using ConsoleTests::messageOf;
 
 namespace fs = std::filesystem;
 
 namespace {
 
 using Bytes = std::vector<unsigned char>;
+using Names = std::vector<std::string>;
 
-/// An empty folder of the test's own.
 class PictureFile : public testing::Test {
 protected:
-    PictureFile() {
-        const auto* const test = testing::UnitTest::GetInstance()->current_test_info();
-        folder_ = fs::path(testing::TempDir()) / (std::string("korva-picture-") + test->name());
-        fs::remove_all(folder_);
-        fs::create_directories(folder_);
-    }
-    ~PictureFile() override { fs::remove_all(folder_); }
+    std::string path(const std::string& name) const { return folder_.file(name); }
 
-    std::string path(const char* name) const { return (folder_ / name).string(); }
-
-    std::vector<std::string> names() const {
-        std::vector<std::string> all;
-        for (const auto& entry : fs::directory_iterator(folder_))
-            all.push_back(entry.path().filename().string());
-        return all;
+    Bytes bytesOf(const std::string& name) const {
+        std::ifstream stream(path(name), std::ios::binary);
+        return {std::istreambuf_iterator<char>(stream), {}};
     }
 
-    fs::path folder_;
+    /// The complaint about `file`, whose writing fails for this reason.
+    static void expectFailure(const std::string& file, const std::string& reason, const Bytes& bytes = {1}) {
+        EXPECT_EQ(messageOf<PictureFileError>([&] { writeWholeFile(file, bytes); }),
+                  "cannot write " + file + ": " + reason + "; try: another --output");
+    }
+
+    const TestSupport::TemporaryFolder folder_;
 };
 
-Bytes fileBytes(const std::string& path) {
-    std::ifstream stream(path, std::ios::binary);
-    return {std::istreambuf_iterator<char>(stream), {}};
-}
-
-std::string messageOf(const std::string& path, const Bytes& bytes) {
-    try {
-        writeWholeFile(path, bytes);
-    } catch (const PictureFileError& error) {
-        return error.what();
-    }
-    return "no error";
-}
-
 } // namespace
-
-TEST_F(PictureFile, PngReadsBackAsItWas) {
-    constexpr unsigned width = 7;
-    constexpr unsigned height = 5;
-    Bytes pixels;
-    for (unsigned i = 0; i < width * height; ++i)
-        pixels.push_back(static_cast<unsigned char>(i * 37));
-    const Bytes file = encodeGreyPng(width, height, pixels);
-
-    constexpr std::size_t colourTypeOffset = 25;
-    EXPECT_EQ(file.at(colourTypeOffset - 1), 8);
-    EXPECT_EQ(file.at(colourTypeOffset), PNG_COLOR_TYPE_GRAY);
-    png_image image{};
-    image.version = PNG_IMAGE_VERSION;
-    ASSERT_NE(png_image_begin_read_from_memory(&image, file.data(), file.size()), 0) << image.message;
-    EXPECT_EQ(image.width, width);
-    EXPECT_EQ(image.height, height);
-    image.format = PNG_FORMAT_GRAY;
-    Bytes back(width * height);
-    ASSERT_NE(png_image_finish_read(&image, nullptr, back.data(), width, nullptr), 0) << image.message;
-    EXPECT_EQ(back, pixels);
-}
 
 TEST_F(PictureFile, RefusesPictureWithoutPixelsOrWithTooFew) {
     const Bytes pixels(10);
@@ -93,17 +52,12 @@ TEST_F(PictureFile, RefusesPictureWithoutPixelsOrWithTooFew) {
     EXPECT_THROW(encodeGreyPng(0xFFFFFFFF, 0xFFFFFFFF, pixels), PictureFileError);
 }
 
-TEST_F(PictureFile, WritesTheBytesAndNothingElse) {
-    writeWholeFile(path("a.png"), Bytes{1, 2, 3});
-    EXPECT_EQ(fileBytes(path("a.png")), (Bytes{1, 2, 3}));
-    EXPECT_EQ(names(), std::vector<std::string>{"a.png"});
-}
-
-TEST_F(PictureFile, ReplacesAnOlderFile) {
-    writeWholeFile(path("a.png"), Bytes(100, 1));
-    writeWholeFile(path("a.png"), Bytes{2});
-    EXPECT_EQ(fileBytes(path("a.png")), Bytes{2});
-    EXPECT_EQ(names(), std::vector<std::string>{"a.png"});
+TEST_F(PictureFile, IsWrittenAloneInTheOldersPlaceUnderAnyName) {
+    const std::string name = "caf\xC3\xA9.png";
+    writeWholeFile(path(name), Bytes(100, 1));
+    writeWholeFile(path(name), Bytes{1, 2, 3});
+    EXPECT_EQ(bytesOf(name), (Bytes{1, 2, 3}));
+    EXPECT_EQ(folder_.names(), Names{name});
 }
 
 TEST_F(PictureFile, FollowsASymbolicLink) {
@@ -111,87 +65,47 @@ TEST_F(PictureFile, FollowsASymbolicLink) {
     fs::create_symlink("real.png", path("link.png"));
     writeWholeFile(path("link.png"), Bytes{2});
     EXPECT_TRUE(fs::is_symlink(path("link.png")));
-    EXPECT_EQ(fileBytes(path("real.png")), Bytes{2});
-}
-
-TEST_F(PictureFile, TakesNamesOutsideAscii) {
-    writeWholeFile(path("caf\xC3\xA9.png"), Bytes{1});
-    EXPECT_EQ(names(), std::vector<std::string>{"caf\xC3\xA9.png"});
+    EXPECT_EQ(bytesOf("real.png"), Bytes{2});
 }
 
 TEST_F(PictureFile, FullDiskLeavesNothingBehind) {
-    std::string message;
     {
-        const FileSizeLimit limit(4096);
-        message = messageOf(path("a.png"), Bytes(100'000, 7));
+        const TestSupport::FileSizeLimit limit(100);
+        expectFailure(path("a.png"), "File too large", Bytes(101, 7));
     }
-    EXPECT_EQ(message, "cannot write " + path("a.png") + ": File too large; try: another --output");
-    EXPECT_TRUE(names().empty());
-}
-
-TEST_F(PictureFile, LastBytesThatDoNotFitAreNoticed) {
-    std::string message;
-    {
-        const FileSizeLimit limit(100);
-        message = messageOf(path("a.png"), Bytes(101, 7)); // fits the stream's buffer, not the disk
-    }
-    EXPECT_NE(message, "no error");
-    EXPECT_TRUE(names().empty());
-}
-
-TEST_F(PictureFile, FullDiskLeavesTheOlderFileAlone) {
-    writeWholeFile(path("a.png"), Bytes{1, 2, 3});
-    {
-        const FileSizeLimit limit(4096);
-        EXPECT_NE(messageOf(path("a.png"), Bytes(100'000, 7)), "no error");
-    }
-    EXPECT_EQ(fileBytes(path("a.png")), (Bytes{1, 2, 3}));
-    EXPECT_EQ(names(), std::vector<std::string>{"a.png"});
-}
-
-TEST_F(PictureFile, MissingFolderIsNamedWithTheReason) {
-    const std::string file = path("missing/a.png");
-    EXPECT_EQ(messageOf(file, Bytes{1}),
-              "cannot write " + file + ": No such file or directory; try: another --output");
+    EXPECT_EQ(folder_.names(), Names{});
 }
 
 TEST_F(PictureFile, NameThatCannotBeOneIsRefusedBeforeTheWriting) {
-    const std::string file = path(std::string(256, 'a').c_str());
-    EXPECT_EQ(messageOf(file, Bytes{1}),
-              "cannot write " + file + ": File name too long; try: another --output");
-    EXPECT_THROW(checkWritable(file), PictureFileError);
+    expectFailure(path("missing/a.png"), "No such file or directory");
+    EXPECT_THROW(checkWritable(path("missing/a.png")), PictureFileError);
+    const std::string tooLong = path(std::string(256, 'a'));
+    expectFailure(tooLong, "File name too long");
+    EXPECT_THROW(checkWritable(tooLong), PictureFileError);
     fs::create_symlink("b", path("a"));
     fs::create_symlink("a", path("b"));
     EXPECT_THROW(checkWritable(path("a")), PictureFileError);
 }
 
 TEST_F(PictureFile, NamesInErrorsCannotSteerATerminal) {
-    EXPECT_EQ(messageOf("/missing/\x1B[2J", Bytes{1}),
+    EXPECT_EQ(messageOf<PictureFileError>([] { writeWholeFile("/missing/\x1B[2J", Bytes{1}); }),
               "cannot write /missing/\\x1b[2J: No such file or directory; try: another --output");
-    try {
-        Console::makeFolder("/dev/null/\x1B[2J");
-        FAIL() << "no exception";
-    } catch (const PictureFileError& error) {
-        EXPECT_STREQ(error.what(), "cannot make the folder /dev/null/\\x1b[2J: Not a directory");
-    }
+    EXPECT_EQ(messageOf<PictureFileError>([] { Console::makeFolder("/dev/null/\x1B[2J"); }),
+              "cannot make the folder /dev/null/\\x1b[2J: Not a directory");
 }
 
 TEST_F(PictureFile, FolderAndWhatIsNoOrdinaryFileAreNotReplaced) {
-    EXPECT_EQ(messageOf(folder_.string(), Bytes{1}),
-              "cannot write " + folder_.string() + ": Is a directory; try: another --output");
+    expectFailure(folder_.path(), "Is a directory");
     // Stands for /dev/null and the like, which a user with the right to would replace by a file.
-    const std::string pipe = path("pipe");
-    ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
-    EXPECT_EQ(messageOf(pipe, Bytes{1}),
-              "cannot write " + pipe + ": it exists and is not an ordinary file; try: another --output");
-    EXPECT_TRUE(fs::is_fifo(pipe));
+    ASSERT_EQ(mkfifo(path("pipe").c_str(), 0600), 0);
+    expectFailure(path("pipe"), "it exists and is not an ordinary file");
+    EXPECT_TRUE(fs::is_fifo(path("pipe")));
 }
 
 TEST_F(PictureFile, CheckLeavesNothingBehindAndTouchesNothing) {
     checkWritable(path("a.png"));
-    EXPECT_TRUE(names().empty());
+    EXPECT_EQ(folder_.names(), Names{});
     writeWholeFile(path("a.png"), Bytes{1});
     checkWritable(path("a.png"));
-    EXPECT_EQ(fileBytes(path("a.png")), Bytes{1});
-    EXPECT_THROW(checkWritable(path("missing/a.png")), PictureFileError);
+    EXPECT_EQ(bytesOf("a.png"), Bytes{1});
 }

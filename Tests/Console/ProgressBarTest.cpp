@@ -4,16 +4,15 @@
 
 #include <cstdio>
 #include <memory>
+#include <utility>
+#include <vector>
 
 using Console::ProgressBar;
 using Console::progressText;
 
-TEST(ProgressText, ShowsShareBytesAndRate) {
+TEST(ProgressText, ShowsShareBytesAndRateInTheirUnits) {
     EXPECT_EQ(progressText(15'000'000, 30'000'000, 2.0, 80),
               "[####################....................] 15.0 MB of 30.0 MB, 7.5 MB/s");
-}
-
-TEST(ProgressText, ChoosesTheUnit) {
     EXPECT_EQ(progressText(999, 1000, 0, 22), "999 B of 1.0 kB");
     EXPECT_EQ(progressText(999'900, 1'000'000'000, 1.0, 36), "999.9 kB of 1.0 GB, 999.9 kB/s");
 }
@@ -33,35 +32,32 @@ TEST(ProgressText, NeverRunsPastItsEnd) {
     EXPECT_EQ(progressText(0, 0, 0, 26), "[............] 0 B of 0 B");
 }
 
-TEST(ProgressBar, AddsUpTheReadsOfOnePicture) {
+namespace {
+
+using Bytes = std::pair<std::size_t, std::size_t>;
+
+/// What a bar counts, received and expected, that observes these reads.
+Bytes countOf(const std::vector<Bytes>& reads) {
     ProgressBar bar(stderr);
-    bar.observe(300, 1000);
-    bar.observe(400, 1000);
-    bar.observe(100, 600);
-    EXPECT_EQ(bar.received(), 500u);
-    EXPECT_EQ(bar.expected(), 1000u);
-    bar.observe(590, 600);
-    bar.observe(10, 10);
-    EXPECT_EQ(bar.received(), 1000u);
-    EXPECT_EQ(bar.expected(), 1000u);
+    for (const auto& [received, expected] : reads)
+        bar.observe(received, expected);
+    return {bar.received(), bar.expected()};
+}
+
+} // namespace
+
+TEST(ProgressBar, AddsUpTheReadsOfOnePicture) {
+    EXPECT_EQ(countOf({{300, 1000}, {400, 1000}, {100, 600}}), Bytes(500, 1000));
+    EXPECT_EQ(countOf({{300, 1000}, {400, 1000}, {590, 600}, {10, 10}}), Bytes(1000, 1000));
 }
 
 TEST(ProgressBar, StartsAnewWithTheNextPicture) {
-    ProgressBar bar(stderr);
-    bar.observe(1000, 1000);
-    bar.observe(6, 6);
-    bar.observe(200, 1000);
-    EXPECT_EQ(bar.received(), 200u);
-    EXPECT_EQ(bar.expected(), 1000u);
+    EXPECT_EQ(countOf({{1000, 1000}, {6, 6}, {200, 1000}}), Bytes(200, 1000));
 }
 
 TEST(ProgressBar, IgnoresHeadersAndChecksums) {
-    ProgressBar bar(stderr);
-    bar.observe(6, 6);
-    bar.observe(16, 16);
-    EXPECT_EQ(bar.expected(), 0u);
-    bar.observe(17, 17);
-    EXPECT_EQ(bar.expected(), 17u);
+    EXPECT_EQ(countOf({{6, 6}, {16, 16}}), Bytes(0, 0));
+    EXPECT_EQ(countOf({{6, 6}, {16, 16}, {17, 17}}), Bytes(17, 17));
 }
 
 TEST(ProgressBar, DrawsNothingIntoAFile) {

@@ -6,41 +6,41 @@
 #include <vector>
 
 using Console::SearchProgress;
-using Addresses = std::vector<std::string>;
+using Lines = std::vector<std::string>;
 
 namespace {
 
-SearchProgress after(const std::vector<std::string>& lines) {
+SearchProgress after(const Lines& lines) {
     SearchProgress progress;
     for (const std::string& line : lines)
         progress.take(line);
     return progress;
 }
 
-constexpr auto begins = "broadcastObserverSearch..";
-constexpr auto ends = "Last recv returned: -1 WSAError: 10060";
+const std::string begins = "broadcastObserverSearch..";
+const std::string ends = "Last recv returned: -1 WSAError: 10060";
+const std::string fifth = "Message from Korva device: Lab 10.0.0.5";
+const std::string sixth = "Message from Korva device: Big room 10.0.0.6";
 
 } // namespace
 
 TEST(SearchProgress, ListensFromTheSearchsBeginToItsLastDatagram) {
     EXPECT_FALSE(after({}).isListening());
-    EXPECT_TRUE(after({begins, "Message from Korva device: Lab 10.0.0.5"}).isListening());
+    EXPECT_TRUE(after({begins, fifth}).isListening());
     EXPECT_FALSE(after({begins, ends}).isListening());
 }
 
 TEST(SearchProgress, KnowsWhoAnsweredEachOnce) {
     const SearchProgress progress = after(
-        {begins, "Message from Korva device: Lab 10.0.0.5", "Message from Korva device: Big room 10.0.0.6",
-         "Message from Korva device: Lab 10.0.0.5",
+        {begins, fifth, sixth, fifth,
          "Got message that wasn't parsed as a Korva response: Message from Korva device: Lab 10.0.0.7"});
-    EXPECT_EQ(progress.addresses(), (Addresses{"10.0.0.5", "10.0.0.6"}));
+    EXPECT_EQ(progress.addresses(), (Lines{"10.0.0.5", "10.0.0.6"}));
     EXPECT_EQ(progress.unasked(), 3u);
 }
 
 TEST(SearchProgress, CountsWhomTheSearchHasTurnedTo) {
     const SearchProgress progress =
-        after({begins, "Message from Korva device: Lab 10.0.0.5", "Message from Korva device: Lab 10.0.0.6",
-               "Message from Korva device: Lab 10.0.0.5", ends, "Found Korva with MAC 00-00-00-00-00-05",
+        after({begins, fifth, sixth, fifth, ends, "Found Korva with MAC 00-00-00-00-00-05",
                "Found Korva with MAC 00-00-00-00-00-05 more than once, ignoring.."});
     EXPECT_EQ(progress.unasked(), 1u);
 }
@@ -54,8 +54,8 @@ TEST(SearchProgress, KeepsNoMoreAnswersThanTheSearchDoes) {
 }
 
 TEST(SearchProgress, BeginsAnewWithTheNextSearch) {
-    const SearchProgress progress = after({begins, "Message from Korva device: Lab 10.0.0.5", ends, begins});
-    EXPECT_EQ(progress.addresses(), Addresses{});
+    const SearchProgress progress = after({begins, fifth, ends, begins});
+    EXPECT_EQ(progress.addresses(), Lines{});
     EXPECT_EQ(progress.unasked(), 0u);
     EXPECT_TRUE(progress.isListening());
 }

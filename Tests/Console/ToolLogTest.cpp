@@ -1,8 +1,10 @@
 #include "Console/ToolLog.h"
 
+#include "Outcome.h"
 #include "Platform/StandardError.h"
+#include "Support/TemporaryFolder.h"
 
-#include <gtest/gtest.h>
+#include <gmock/gmock.h>
 #include <log4cxx/basicconfigurator.h>
 #include <log4cxx/level.h>
 #include <log4cxx/logger.h>
@@ -16,72 +18,99 @@
 
 using Console::LogOptions;
 using Console::ToolLog;
+using ConsoleTests::shownBy;
+using log4cxx::Level;
+using testing::HasSubstr;
 
 namespace {
+
+using Lines = std::vector<std::string>;
 
 log4cxx::LoggerPtr logger() {
     return log4cxx::Logger::getLogger("Plenar.Test");
 }
 
+void log(const log4cxx::LevelPtr& level, const std::string& message) {
+    logger()->forcedLog(level, message);
+}
+
 void logOnEveryLevel() {
-    using log4cxx::Level;
     for (const auto& level :
          {Level::getTrace(), Level::getDebug(), Level::getInfo(), Level::getWarn(), Level::getError()})
         if (logger()->isEnabledFor(level))
-            logger()->forcedLog(level, std::string("one"));
+            log(level, "one");
 }
 
 std::string shownWith(const LogOptions& options) {
-    testing::internal::CaptureStderr();
-    {
-        const ToolLog log(options, nullptr);
+    return shownBy([&options] {
+        const ToolLog toolLog(options, nullptr);
         logOnEveryLevel();
+    });
+}
+
+/// What a listener to the logger gets.
+Lines heardOf(ToolLog& toolLog) {
+    Lines heard;
+    toolLog.listenTo("Plenar.Test", [&heard](std::string_view line) { heard.emplace_back(line); });
+    logOnEveryLevel();
+    log4cxx::Logger::getLogger("Plenar.Other")->forcedLog(Level::getError(), std::string("other"));
+    toolLog.listenTo("Plenar.Test", {});
+    logOnEveryLevel();
+    return heard;
+}
+
+/// A log that is laid out by a file.
+class ConfiguredToolLog : public testing::Test {
+protected:
+    /// The options that name a file of this text.
+    LogOptions configured(const std::string& text, const std::string& name = "log.properties") const {
+        std::ofstream(folder_.file(name)) << text;
+        return {"error", folder_.file(name)};
     }
-    return testing::internal::GetCapturedStderr();
-}
 
-std::string consoleAppender(const std::string& name, const std::string& pattern) {
-    const std::string key = "log4j.appender." + name;
-    return key + "=org.apache.log4j.ConsoleAppender\n" + key + ".Target=System.err\n" + key +
-           ".layout=org.apache.log4j.PatternLayout\n" + key + ".layout.ConversionPattern=" + pattern + "\n";
-}
-
-/// A configuration that writes lines of level info and above to `target`.
-std::string fileConfiguration(const std::string& target) {
-    return "log4j.rootLogger=INFO, F\nlog4j.appender.F=org.apache.log4j.FileAppender\n"
-           "log4j.appender.F.File=" +
-           target +
-           "\nlog4j.appender.F.Append=false\nlog4j.appender.F.layout=org.apache.log4j.PatternLayout\n"
-           "log4j.appender.F.layout.ConversionPattern=%p|%m%n\n";
-}
-
-std::string contentOf(const std::string& file) {
-    std::ifstream stream(file);
-    return {std::istreambuf_iterator<char>(stream), {}};
-}
-
-/// What `config` makes of an error, and nothing of it looks like a library's line.
-std::string shownApartFromLibraries(const std::string& config) {
-    std::string fromLibraries;
-    testing::internal::CaptureStderr();
-    {
-        const Platform::LibraryErrors guard([&](std::string_view line) { fromLibraries += line; });
-        const ToolLog log({"error", config}, nullptr);
-        logger()->forcedLog(log4cxx::Level::getError(), std::string("caf\xC3\xA9"));
-        log4cxx::BasicConfigurator::resetConfiguration(); // which waits for what is still under way
+    /// Lines of level info and above go to a file.
+    LogOptions intoFile(const std::string& more = "") const {
+        return configured("log4j.rootLogger=INFO, F\nlog4j.appender.F=org.apache.log4j.FileAppender\n"
+                          "log4j.appender.F.File=" +
+                          folder_.file("log") +
+                          "\nlog4j.appender.F.layout=org.apache.log4j.PatternLayout\n"
+                          "log4j.appender.F.layout.ConversionPattern=%p|%m%n\n" +
+                          more);
     }
-    EXPECT_EQ(fromLibraries, "");
-    return testing::internal::GetCapturedStderr();
-}
+
+    std::string inFile() const {
+        std::ifstream stream(folder_.file("log"));
+        return {std::istreambuf_iterator<char>(stream), {}};
+    }
+
+    static std::string consoleAppender(const std::string& name, const std::string& pattern) {
+        const std::string key = "log4j.appender." + name;
+        return key + "=org.apache.log4j.ConsoleAppender\n" + key + ".Target=System.err\n" + key +
+               ".layout=org.apache.log4j.PatternLayout\n" + key + ".layout.ConversionPattern=" + pattern +
+               "\n";
+    }
+
+    /// What these options make of an error, and nothing of it looks like a library's line.
+    static std::string shownApartFromLibraries(const LogOptions& options) {
+        std::string fromLibraries;
+        const std::string shown = shownBy([&] {
+            const Platform::LibraryErrors guard([&](std::string_view line) { fromLibraries += line; });
+            const ToolLog toolLog(options, nullptr);
+            log(Level::getError(), "caf\xC3\xA9");
+            log4cxx::BasicConfigurator::resetConfiguration(); // which waits for what is still under way
+        });
+        EXPECT_EQ(fromLibraries, "");
+        return shown;
+    }
+
+    const TestSupport::TemporaryFolder folder_;
+};
 
 } // namespace
 
-TEST(ToolLog, ShowsNothingUnlessAsked) {
+TEST(ToolLog, ShowsTheLevelAskedForAndAboveAndNothingUnlessAsked) {
     EXPECT_EQ(shownWith({}), "");
     EXPECT_EQ(shownWith({"off", ""}), "");
-}
-
-TEST(ToolLog, ShowsTheLevelAskedForAndAbove) {
     EXPECT_EQ(shownWith({"error", ""}), "ERROR Plenar.Test - one\n");
     EXPECT_EQ(shownWith({"warn", ""}), "WARN Plenar.Test - one\nERROR Plenar.Test - one\n");
     EXPECT_EQ(shownWith({"trace", ""}), "TRACE Plenar.Test - one\nDEBUG Plenar.Test - one\n"
@@ -90,135 +119,107 @@ TEST(ToolLog, ShowsTheLevelAskedForAndAbove) {
 }
 
 TEST(ToolLog, EnablesOnlyTheLevelsItNeeds) {
-    const ToolLog log({}, nullptr);
+    const ToolLog toolLog({}, nullptr);
     EXPECT_TRUE(logger()->isWarnEnabled());
     EXPECT_FALSE(logger()->isInfoEnabled());
 }
 
 TEST(ToolLog, EscapesWhatCouldSteerATerminal) {
-    testing::internal::CaptureStderr();
-    {
-        const ToolLog log({"warn", ""}, nullptr);
-        logger()->forcedLog(log4cxx::Level::getWarn(), std::string("a\x1b[2J\nERROR b \xff"));
-    }
-    EXPECT_EQ(testing::internal::GetCapturedStderr(), "WARN Plenar.Test - a\\x1b[2J\\x0aERROR b \\xff\n");
+    EXPECT_EQ(shownBy([] {
+                  const ToolLog toolLog({"warn", ""}, nullptr);
+                  log(Level::getWarn(), "a\x1b[2J\nERROR b \xff");
+              }),
+              "WARN Plenar.Test - a\\x1b[2J\\x0aERROR b \\xff\n");
 }
 
 TEST(ToolLog, KeepsWarningsAndErrorsAsRemarksWhateverIsShown) {
-    ToolLog log({"off", ""}, nullptr);
-    logger()->forcedLog(log4cxx::Level::getWarn(), std::string("first"));
-    logger()->forcedLog(log4cxx::Level::getInfo(), std::string("not this"));
-    logger()->forcedLog(log4cxx::Level::getError(), std::string("second\n"));
-    logger()->forcedLog(log4cxx::Level::getWarn(), std::string("first"));
-    EXPECT_EQ(log.takeRemarks(), (std::vector<std::string>{"first", "second\\x0a"}));
-    EXPECT_TRUE(log.takeRemarks().empty());
+    ToolLog toolLog({"off", ""}, nullptr);
+    log(Level::getWarn(), "first");
+    log(Level::getInfo(), "not this");
+    log(Level::getError(), "second\n");
+    log(Level::getWarn(), "first");
+    EXPECT_EQ(toolLog.takeRemarks(), (Lines{"first", "second\\x0a"}));
+    EXPECT_EQ(toolLog.takeRemarks(), Lines{});
 }
 
 TEST(ToolLog, KeepsOnlySoManyRemarks) {
-    ToolLog log({}, nullptr);
+    ToolLog toolLog({}, nullptr);
     for (int i = 0; i < 100; ++i)
-        logger()->forcedLog(log4cxx::Level::getError(), std::to_string(i));
-    EXPECT_EQ(log.takeRemarks().size(), 8u);
+        log(Level::getError(), std::to_string(i));
+    EXPECT_EQ(toolLog.takeRemarks().size(), 8u);
 }
 
 TEST(ToolLog, StopsShowingAtItsEnd) {
-    testing::internal::CaptureStderr();
-    { const ToolLog log({"error", ""}, nullptr); }
-    logger()->forcedLog(log4cxx::Level::getError(), std::string("late"));
-    EXPECT_EQ(testing::internal::GetCapturedStderr().find("ERROR Plenar.Test - late"), std::string::npos);
+    EXPECT_THAT(shownBy([] {
+                    { const ToolLog toolLog({"error", ""}, nullptr); }
+                    log(Level::getError(), "late");
+                }),
+                testing::Not(HasSubstr("ERROR Plenar.Test - late")));
 }
 
-TEST(ToolLog, FollowsAConfigurationFile) {
-    const std::string target = testing::TempDir() + "korva-tool-log.txt";
-    const std::string config = testing::TempDir() + "korva-tool-log.properties";
-    std::ofstream(config) << fileConfiguration(target);
-    EXPECT_EQ(shownWith({"", config}), "");
-    EXPECT_EQ(contentOf(target), "INFO|one\nWARN|one\nERROR|one\n");
+TEST(ToolLog, LetsListenToOneLoggerFromInfoOnWithoutShowingIt) {
+    EXPECT_EQ(shownBy([] {
+                  ToolLog toolLog({}, nullptr);
+                  EXPECT_EQ(heardOf(toolLog), (Lines{"one", "one", "one"}));
+                  EXPECT_FALSE(logger()->isInfoEnabled()) << "as it was before";
+              }),
+              "");
 }
 
-TEST(ToolLog, LeavesNoLineOutOfAFileWhereAThreadIsLeftToItself) {
-    const std::string target = testing::TempDir() + "korva-left-log.txt";
-    const std::string config = testing::TempDir() + "korva-left-log.properties";
-    std::ofstream(config) << fileConfiguration(target) << "log4j.appender.F.BufferedIO=true\n";
+TEST(ToolLog, IgnoresAThreadThatIsLeftToItself) {
+    EXPECT_EQ(
+        shownBy([] {
+            ToolLog toolLog({"warn", ""}, nullptr);
+            Lines heard;
+            toolLog.listenTo("Plenar.Test", [&heard](std::string_view line) { heard.emplace_back(line); });
+            toolLog.ignore(std::this_thread::get_id());
+            log4cxx::Logger::getLogger("Plenar.Other")->forcedLog(Level::getError(), std::string("one"));
+            EXPECT_FALSE(logger()->isErrorEnabled());
+            EXPECT_EQ(heard, Lines{});
+            EXPECT_EQ(toolLog.takeRemarks(), Lines{});
+        }),
+        "");
+}
+
+TEST_F(ConfiguredToolLog, FollowsItsFile) {
+    const LogOptions options = intoFile();
+    EXPECT_EQ(shownWith({"", options.configFile}), "");
+    EXPECT_EQ(inFile(), "INFO|one\nWARN|one\nERROR|one\n");
+}
+
+TEST_F(ConfiguredToolLog, LeavesNoLineOutOfAFileWhereAThreadIsLeftToItself) {
     {
-        ToolLog log({"", config}, nullptr);
-        logger()->forcedLog(log4cxx::Level::getInfo(), std::string("one"));
-        log.ignore(std::this_thread::get_id());
+        ToolLog toolLog(intoFile("log4j.appender.F.BufferedIO=true\n"), nullptr);
+        log(Level::getInfo(), "one");
+        toolLog.ignore(std::this_thread::get_id());
     }
-    EXPECT_EQ(contentOf(target), "INFO|one\n");
+    EXPECT_EQ(inFile(), "INFO|one\n");
     EXPECT_FALSE(logger()->isErrorEnabled());
 }
 
-TEST(ToolLog, LooksAsItsConfigurationSaysWhileLibrariesAreKeptApart) {
-    const std::string config = testing::TempDir() + "korva-tool-log-console.properties";
-    std::ofstream(config) << "log4j.rootLogger=INFO, A\n"
-                          << "log4j.logger.Plenar.Test=INFO, B\n"
-                          << consoleAppender("A", "root|%p|%m%n") << consoleAppender("B", "own|%p|%m%n");
-    EXPECT_EQ(shownApartFromLibraries(config),
+TEST_F(ConfiguredToolLog, LooksAsItsFileSaysWhileLibrariesAreKeptApart) {
+    EXPECT_EQ(shownApartFromLibraries(configured("log4j.rootLogger=INFO, A\n"
+                                                 "log4j.logger.Plenar.Test=INFO, B\n" +
+                                                 consoleAppender("A", "root|%p|%m%n") +
+                                                 consoleAppender("B", "own|%p|%m%n"))),
               "own|ERROR|caf\xC3\xA9\nroot|ERROR|caf\xC3\xA9\nERROR Plenar.Test - caf\xC3\xA9\n");
 }
 
-TEST(ToolLog, LooksAsItsConfigurationSaysBehindAnAsynchronousAppender) {
-    const std::string config = testing::TempDir() + "korva-tool-log-console.xml";
-    std::ofstream(config) << R"(<log4j:configuration xmlns:log4j="http://jakarta.apache.org/log4j/">
+TEST_F(ConfiguredToolLog, LooksAsItsFileSaysBehindAnAsynchronousAppender) {
+    const LogOptions options = configured(
+        R"(<log4j:configuration xmlns:log4j="http://jakarta.apache.org/log4j/">
         <appender name="A" class="org.apache.log4j.ConsoleAppender"><param name="Target" value="System.err"/>
             <layout class="org.apache.log4j.PatternLayout"><param name="ConversionPattern" value="%p|%m%n"/>
             </layout></appender>
         <appender name="B" class="org.apache.log4j.AsyncAppender"><appender-ref ref="A"/></appender>
-        <root><priority value="info"/><appender-ref ref="B"/></root></log4j:configuration>)";
-    const std::string shown = shownApartFromLibraries(config);
-    EXPECT_NE(shown.find("ERROR|caf\xC3\xA9\n"), std::string::npos) << shown;
+        <root><priority value="info"/><appender-ref ref="B"/></root></log4j:configuration>)",
+        "log.xml");
+    EXPECT_THAT(shownApartFromLibraries(options), HasSubstr("ERROR|caf\xC3\xA9\n"));
 }
 
-namespace {
-
-using Lines = std::vector<std::string>;
-
-/// What a listener to the logger gets of a line on every level.
-Lines heardOf(ToolLog& log) {
-    Lines heard;
-    log.listenTo("Plenar.Test", [&heard](std::string_view line) { heard.emplace_back(line); });
-    logOnEveryLevel();
-    log4cxx::Logger::getLogger("Plenar.Other")->forcedLog(log4cxx::Level::getError(), std::string("other"));
-    log.listenTo("Plenar.Test", {});
-    logOnEveryLevel();
-    return heard;
-}
-
-} // namespace
-
-TEST(ToolLog, LetsListenToOneLoggerFromInfoOnWithoutShowingIt) {
-    testing::internal::CaptureStderr();
-    {
-        ToolLog log({}, nullptr);
-        EXPECT_EQ(heardOf(log), (Lines{"one", "one", "one"}));
-        EXPECT_FALSE(logger()->isInfoEnabled()) << "as it was before";
-    }
-    EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
-}
-
-TEST(ToolLog, LeavesTheLevelsOfAConfigurationFileAsTheyAre) {
-    const std::string file = testing::TempDir() + "korva-listening.properties";
-    std::ofstream(file) << "log4j.rootLogger=ERROR, A\n" << consoleAppender("A", "%m%n");
-    testing::internal::CaptureStderr();
-    {
-        ToolLog log({"off", file}, nullptr);
-        EXPECT_EQ(heardOf(log), Lines{"one"});
-    }
-    testing::internal::GetCapturedStderr();
-}
-
-TEST(ToolLog, IgnoresAThreadThatIsLeftToItself) {
-    testing::internal::CaptureStderr();
-    {
-        ToolLog log({"warn", ""}, nullptr);
-        Lines heard;
-        log.listenTo("Plenar.Test", [&heard](std::string_view line) { heard.emplace_back(line); });
-        log.ignore(std::this_thread::get_id());
-        log4cxx::Logger::getLogger("Plenar.Other")->forcedLog(log4cxx::Level::getError(), std::string("one"));
-        EXPECT_FALSE(logger()->isErrorEnabled());
-        EXPECT_EQ(heard, Lines{});
-        EXPECT_EQ(log.takeRemarks(), Lines{});
-    }
-    EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
+TEST_F(ConfiguredToolLog, HearsNoMoreThanTheLevelsOfItsFileLetPass) {
+    shownBy([this] {
+        ToolLog toolLog(configured("log4j.rootLogger=ERROR, A\n" + consoleAppender("A", "%m%n")), nullptr);
+        EXPECT_EQ(heardOf(toolLog), Lines{"one"});
+    });
 }
