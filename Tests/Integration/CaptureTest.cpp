@@ -12,10 +12,9 @@
 
 #include <gtest/gtest.h>
 
-#include <optional>
+#include <future>
 #include <ostream>
 #include <string>
-#include <thread>
 
 using namespace Integration;
 using Simulator::CameraSettings;
@@ -23,10 +22,13 @@ using Simulator::SceneKind;
 
 namespace {
 
-CameraSettings settingsOf(SceneKind scene, Simulator::PictureSize size = {173, 97}) {
+CameraSettings settingsOf(SceneKind scene, Simulator::PictureSize size = {173, 97},
+                          const char* fault = nullptr) {
     CameraSettings settings;
     settings.scene.kind = scene;
     settings.size = size;
+    if (fault != nullptr)
+        settings.faults = {Simulator::parseFault(fault)};
     return settings;
 }
 
@@ -44,19 +46,17 @@ class CaptureOfEveryKind : public testing::TestWithParam<KindCase> {};
 } // namespace
 
 TEST_P(CaptureOfEveryKind, GivesTheSceneInGrey) {
-    const CaptureKind kind = GetParam().kind;
     for (const SceneKind scene : {SceneKind::grid, SceneKind::ramp, SceneKind::noise, SceneKind::white}) {
-        const CameraSettings settings = settingsOf(scene);
-        ServedCamera camera(settings);
-        PosixEthernetCommunicator communicator(L"127.0.0.1", camera.port(), -1);
-        const ImagePointer image = captureFrom(communicator, kind, 15);
-        ASSERT_NE(image, nullptr) << settings.scene.describe();
+        ConnectedCamera connected(settingsOf(scene));
+        const ImagePointer image = connected.capture(GetParam().kind);
+        ASSERT_NE(image, nullptr) << connected.settings.scene.describe();
         EXPECT_EQ(image->getWidth(), 173u);
         EXPECT_EQ(image->getHeight(), 97u);
         EXPECT_EQ(image->getSamplesPerPixel(), 1u);
         EXPECT_EQ(image->getBitsPerSample(), 8u);
-        EXPECT_EQ(pixelsOf(image.get()), expectedPixels(settings, kind, 15)) << settings.scene.describe();
-        EXPECT_EQ(camera.stopAndCount("configure: exposure"), 1u);
+        EXPECT_EQ(pixelsOf(image.get()), expectedPixels(connected.settings, GetParam().kind, 15))
+            << connected.settings.scene.describe();
+        EXPECT_EQ(connected.camera.stopAndCount("configure: exposure"), 1u);
     }
     EXPECT_EQ(ReferenceHost::liveImageCount(), 0u);
 }
@@ -71,93 +71,52 @@ INSTANTIATE_TEST_SUITE_P(
     [](const auto& each) { return each.param.name; });
 
 TEST(Capture, GrowsBrighterWithTheExposureUntilItSaturates) {
-    const CameraSettings settings = settingsOf(SceneKind::ramp);
-    ServedCamera camera(settings);
-    PosixEthernetCommunicator communicator(L"127.0.0.1", camera.port(), -1);
-    for (const int exposure : {1, 7, 15, 3600}) {
-        const ImagePointer image = captureFrom(communicator, {}, exposure);
-        EXPECT_EQ(pixelsOf(image.get()), expectedPixels(settings, {}, exposure)) << exposure;
-    }
+    ConnectedCamera connected(settingsOf(SceneKind::ramp));
+    for (const int exposure : {1, 7, 15, 3600})
+        EXPECT_TRUE(connected.givesItsScene({}, exposure)) << exposure;
 }
 
-TEST(Capture, FetchesAFullSizePicture) {
-    const CameraSettings settings = settingsOf(SceneKind::noise, {2748, 1836});
-    ServedCamera camera(settings);
-    PosixEthernetCommunicator communicator(L"127.0.0.1", camera.port(), -1);
-    const ImagePointer image = captureFrom(communicator, {}, 15);
-    EXPECT_TRUE(pixelsOf(image.get()) == expectedPixels(settings, {}, 15));
-}
-
-TEST(Capture, FetchesPicturesOfOnePixelOneRowAndOneColumn) {
+TEST(Capture, FetchesPicturesOfOnePixelOneRowOneColumnAndFullSize) {
     for (const Simulator::PictureSize size :
-         {Simulator::PictureSize{1, 1}, Simulator::PictureSize{65535, 1}, Simulator::PictureSize{1, 4000}}) {
-        const CameraSettings settings = settingsOf(SceneKind::white, size);
-        ServedCamera camera(settings);
-        PosixEthernetCommunicator communicator(L"127.0.0.1", camera.port(), -1);
-        const ImagePointer image = captureFrom(communicator, {}, 15);
-        EXPECT_TRUE(pixelsOf(image.get()) == expectedPixels(settings, {}, 15)) << size.width;
+         {Simulator::PictureSize{1, 1}, {65535, 1}, {1, 4000}, {2748, 1836}})
+        EXPECT_TRUE(ConnectedCamera(settingsOf(SceneKind::noise, size)).givesItsScene()) << size.width;
+}
+
+TEST(Capture, AssemblesAPictureThatDripsAndPausesLongerThanTheQuietOfTheLine) {
+    for (const char* fault : {"any:drip=7/0", "get:drip=1000/60"}) {
+        ConnectedCamera connected(settingsOf(SceneKind::noise, {40, 20}, fault));
+        EXPECT_TRUE(connected.givesItsScene()) << fault;
+        EXPECT_EQ(connected.camera.stopAndCount("configure: exposure"), 1u) << fault;
     }
-}
-
-TEST(Capture, AssemblesADrippedPicture) {
-    CameraSettings settings = settingsOf(SceneKind::noise);
-    settings.faults = {Simulator::parseFault("any:drip=7/0")};
-    settings.size = Simulator::PictureSize{40, 20};
-    ServedCamera camera(settings);
-    PosixEthernetCommunicator communicator(L"127.0.0.1", camera.port(), -1);
-    EXPECT_EQ(pixelsOf(captureFrom(communicator, {}, 15).get()), expectedPixels(settings, {}, 15));
-}
-
-TEST(Capture, OutlastsPausesLongerThanTheQuietOfTheLine) {
-    CameraSettings settings = settingsOf(SceneKind::noise, {40, 20});
-    settings.faults = {Simulator::parseFault("get:drip=1000/60")};
-    ServedCamera camera(settings);
-    PosixEthernetCommunicator communicator(L"127.0.0.1", camera.port(), -1);
-    EXPECT_EQ(pixelsOf(captureFrom(communicator, {}, 15).get()), expectedPixels(settings, {}, 15));
-    EXPECT_EQ(camera.stopAndCount("configure: exposure"), 1u);
 }
 
 TEST(Capture, WorksAgainAfterTheConnectionWasPulled) {
-    CameraSettings settings = settingsOf(SceneKind::ramp);
-    settings.faults = {Simulator::parseFault("get:reset*1")};
-    ServedCamera camera(settings);
-    PosixEthernetCommunicator communicator(L"127.0.0.1", camera.port(), -1);
-    EXPECT_THROW(captureFrom(communicator, {}, 15), DeviceException);
-    EXPECT_FALSE(communicator.isConnected());
-    EXPECT_EQ(pixelsOf(captureFrom(communicator, {}, 15).get()), expectedPixels(settings, {}, 15));
+    ConnectedCamera connected(settingsOf(SceneKind::ramp, {173, 97}, "get:reset*1"));
+    EXPECT_THROW(connected.capture(), DeviceException);
+    EXPECT_FALSE(connected.communicator.isConnected());
+    EXPECT_TRUE(connected.givesItsScene());
 }
 
 TEST(Capture, WorksAgainAfterTheCameraWasAwayAndCameBack) {
     const CameraSettings settings = settingsOf(SceneKind::ramp);
     auto camera = std::make_unique<ServedCamera>(settings);
-    const int port = camera->port();
+    const auto port = static_cast<std::uint16_t>(camera->port());
     PosixEthernetCommunicator communicator(L"127.0.0.1", port, -1);
     EXPECT_NE(captureFrom(communicator, {}, 15), nullptr);
     camera.reset();
     EXPECT_THROW(captureFrom(communicator, {}, 15), DeviceException);
-    camera = std::make_unique<ServedCamera>(settings, static_cast<std::uint16_t>(port));
+    camera = std::make_unique<ServedCamera>(settings, port);
     EXPECT_EQ(pixelsOf(captureFrom(communicator, {}, 15).get()), expectedPixels(settings, {}, 15));
 }
 
 TEST(Capture, OfTwoCamerasAtOnceGivesEachItsOwnPicture) {
-    const CameraSettings first = settingsOf(SceneKind::grid, {300, 200});
-    const CameraSettings second = settingsOf(SceneKind::noise, {211, 150});
-    ServedCamera firstCamera(first);
-    ServedCamera secondCamera(second);
-    const auto takeThree = [](const ServedCamera& camera, const CameraSettings& settings, bool& allRight) {
-        const Bytes expected = expectedPixels(settings, {}, 15);
-        PosixEthernetCommunicator communicator(L"127.0.0.1", camera.port(), -1);
-        allRight = true;
-        for (int i = 0; i < 3; ++i)
-            allRight = allRight && pixelsOf(captureFrom(communicator, {}, 15).get()) == expected;
+    const auto givesThree = [](const CameraSettings& settings) {
+        ConnectedCamera connected(settings);
+        return connected.givesItsScene() && connected.givesItsScene() && connected.givesItsScene();
     };
-    bool firstRight = false;
-    bool secondRight = false;
-    std::thread other([&] { takeThree(secondCamera, second, secondRight); });
-    takeThree(firstCamera, first, firstRight);
-    other.join();
-    EXPECT_TRUE(firstRight);
-    EXPECT_TRUE(secondRight);
+    auto other = std::async(std::launch::async, givesThree, settingsOf(SceneKind::noise, {211, 150}));
+    EXPECT_TRUE(givesThree(settingsOf(SceneKind::grid, {300, 200})));
+    EXPECT_TRUE(other.get());
 }
 
 namespace {
@@ -169,9 +128,7 @@ std::vector<std::pair<std::string, Bytes>> dumpedBy(const CameraSettings& settin
     const std::string name = folder.path().string();
     ReferenceHost::setImagesSubDirectory(std::wstring(name.begin(), name.end()));
     const TestSupport::LogCapture log("Plenar.KorvaCamera.KorvaCapture", level);
-    ServedCamera camera(settings);
-    PosixEthernetCommunicator communicator(L"127.0.0.1", camera.port(), -1);
-    EXPECT_NE(captureFrom(communicator, kind, 15), nullptr);
+    EXPECT_NE(ConnectedCamera(settings).capture(kind), nullptr);
     std::vector<std::pair<std::string, Bytes>> files;
     for (const std::string& file : folder.names())
         files.emplace_back(file, fileBytes(folder.path() / file));
@@ -181,18 +138,16 @@ std::vector<std::pair<std::string, Bytes>> dumpedBy(const CameraSettings& settin
 } // namespace
 
 TEST(ImageDump, HoldsExactlyTheFileTheCameraSent) {
-    const CameraSettings settings = settingsOf(SceneKind::noise);
-    const auto sgi = dumpedBy(settings, {false, false, false}, log4cxx::Level::getTrace());
-    ASSERT_EQ(sgi.size(), 1u);
-    EXPECT_TRUE(sgi[0].first.starts_with("KorvaImage ") && sgi[0].first.ends_with(".sgi")) << sgi[0].first;
-    EXPECT_TRUE(sgi[0].second ==
-                Simulator::writeSgi(Simulator::renderScene(SceneKind::noise, {173, 97}, 3, 15, 1)));
-
-    const auto png = dumpedBy(settings, {false, true, true}, log4cxx::Level::getTrace());
-    ASSERT_EQ(png.size(), 1u);
-    EXPECT_TRUE(png[0].first.starts_with("KorvaImage ") && png[0].first.ends_with(".png")) << png[0].first;
-    EXPECT_TRUE(png[0].second ==
-                Simulator::writePng(Simulator::renderScene(SceneKind::noise, {173, 97}, 1, 15, 1)));
+    for (const bool png : {false, true}) {
+        const auto files =
+            dumpedBy(settingsOf(SceneKind::noise), {false, png, png}, log4cxx::Level::getTrace());
+        const Simulator::Picture sent =
+            Simulator::renderScene(SceneKind::noise, {173, 97}, png ? 1 : 3, 15, 1);
+        ASSERT_EQ(files.size(), 1u);
+        EXPECT_TRUE(files[0].first.starts_with("KorvaImage ")) << files[0].first;
+        EXPECT_TRUE(files[0].first.ends_with(png ? ".png" : ".sgi")) << files[0].first;
+        EXPECT_TRUE(files[0].second == (png ? Simulator::writePng(sent) : Simulator::writeSgi(sent)));
+    }
 }
 
 TEST(ImageDump, IsNotWrittenBelowTraceLevel) {
@@ -202,8 +157,5 @@ TEST(ImageDump, IsNotWrittenBelowTraceLevel) {
 TEST(ImageDump, FolderThatIsMissingLeavesTheCaptureUnaffected) {
     ReferenceHost::setImagesSubDirectory(L"/dev/null/missing");
     const TestSupport::LogCapture log("Plenar.KorvaCamera.KorvaCapture", log4cxx::Level::getTrace());
-    const CameraSettings settings = settingsOf(SceneKind::noise);
-    ServedCamera camera(settings);
-    PosixEthernetCommunicator communicator(L"127.0.0.1", camera.port(), -1);
-    EXPECT_EQ(pixelsOf(captureFrom(communicator, {}, 15).get()), expectedPixels(settings, {}, 15));
+    EXPECT_TRUE(ConnectedCamera(settingsOf(SceneKind::noise)).givesItsScene());
 }

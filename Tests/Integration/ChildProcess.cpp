@@ -6,6 +6,7 @@
 #include <cstdlib>
 #include <fcntl.h>
 #include <linux/capability.h>
+#include <ostream>
 #include <poll.h>
 #include <sys/ioctl.h>
 #include <sys/prctl.h>
@@ -62,6 +63,28 @@ std::pair<int, int> makeTerminal() {
 
 } // namespace
 
+void PrintTo(const ProcessResult& result, std::ostream* stream) {
+    *stream << "status " << result.status << ", output:\n" << result.output << "errors:\n" << result.errors;
+}
+
+testing::Matcher<const ProcessResult&> ended(const testing::Matcher<int>& status, const Text& output,
+                                             const Text& errors) {
+    return testing::AllOf(testing::Field("status", &ProcessResult::status, status),
+                          testing::Field("output", &ProcessResult::output, output),
+                          testing::Field("errors", &ProcessResult::errors, errors));
+}
+
+Text has(const std::vector<std::string>& parts) {
+    std::vector<Text> each;
+    for (const std::string& part : parts)
+        each.emplace_back(testing::HasSubstr(part));
+    return testing::AllOfArray(each);
+}
+
+ProcessResult run(const std::vector<std::string>& command) {
+    return ChildProcess(command).result();
+}
+
 ChildProcess::ChildProcess(const std::vector<std::string>& arguments, ErrorStream errorStream) {
     std::vector<char*> pointers;
     pointers.reserve(arguments.size() + 1);
@@ -107,6 +130,11 @@ int ChildProcess::wait() {
         return -1;
     pid_ = -1;
     return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
+}
+
+ProcessResult ChildProcess::result() {
+    const int status = wait();
+    return {status, output_, errors_};
 }
 
 void ChildProcess::signal(int number) const {

@@ -1,13 +1,34 @@
 #pragma once
 // A program that a test runs and watches from outside.
 
+#include <gmock/gmock.h>
+
 #include <chrono>
 #include <functional>
+#include <iosfwd>
 #include <string>
 #include <sys/types.h>
 #include <vector>
 
 namespace Integration {
+
+/// How a program ended, and all that it said.
+struct ProcessResult {
+    int status = -1;
+    std::string output;
+    std::string errors;
+};
+
+void PrintTo(const ProcessResult& result, std::ostream* stream);
+
+using Text = testing::Matcher<const std::string&>;
+
+/// Matches a program that ended with this status, this standard output and this standard error.
+testing::Matcher<const ProcessResult&> ended(const testing::Matcher<int>& status, const Text& output,
+                                             const Text& errors);
+
+/// Matches a text that has all these parts.
+Text has(const std::vector<std::string>& parts);
 
 /// Standard output and error are collected, standard input is empty. Every wait is bounded. One thread.
 class ChildProcess {
@@ -32,6 +53,9 @@ public:
     /// has not ended within 60 s.
     int wait();
 
+    /// wait(), and what it said.
+    ProcessResult result();
+
     void signal(int number) const;
 
     const std::string& output() const { return output_; }
@@ -49,5 +73,8 @@ private:
     std::string output_;
     std::string errors_;
 };
+
+/// Runs a program to its end.
+ProcessResult run(const std::vector<std::string>& command);
 
 } // namespace Integration

@@ -1,6 +1,5 @@
 // Whatever a camera calls itself, the tool's output stays what it is: lines, JSON, XML, file names.
 
-#include "TemporaryFolder.h"
 #include "TerminalText.h"
 #include "ToolRun.h"
 
@@ -11,7 +10,6 @@
 
 #include <algorithm>
 #include <fstream>
-#include <gtest/gtest.h>
 #include <iterator>
 #include <nlohmann/json.hpp>
 #include <ostream>
@@ -25,6 +23,9 @@
 
 using namespace Integration;
 using Support::operator+;
+using nlohmann::json;
+using testing::_;
+using testing::StartsWith;
 
 namespace {
 
@@ -57,46 +58,50 @@ const HostileText hostileTexts[] = {
     {"Long", std::string(900, 'L')},
 };
 
-/// Everything that a camera says of itself is this text; its pictures are small.
-std::vector<std::string> optionsOf(const std::string& text) {
-    return {"--size",     "8x6", "--room",     text, "--serial", text,
-            "--hardware", text,  "--firmware", text, "--api",    text};
+/// Matches what cannot steer a terminal.
+Text harmless() {
+    return testing::ResultOf("what steers a terminal", whatSteersATerminal, "");
 }
 
-/// Every line of standard error is the tool's own or a log line as the tool lays them out.
-void expectHonestLines(const std::string& errors) {
+std::vector<std::string> linesOf(const std::string& text) {
+    std::vector<std::string> lines;
+    std::istringstream stream(text);
+    for (std::string line; std::getline(stream, line);)
+        lines.push_back(line);
+    return lines;
+}
+
+/// Whether a line of standard error is the tool's own or a log line as the tool lays them out.
+bool isHonest(const std::string& line) {
     static const std::regex honest(
         R"((TRACE|DEBUG|INFO|WARN|ERROR) Plenar\.(KorvaCamera|NativeCameraKorva)\.Korva\w+ - .*|korva: .*)");
-    std::istringstream stream(errors);
-    for (std::string line; std::getline(stream, line);) {
-        EXPECT_TRUE(std::regex_match(line, honest)) << line;
-        EXPECT_FALSE(line.starts_with("korva: forged") || line.starts_with("ERROR")) << line;
-    }
+    return std::regex_match(line, honest) && !line.starts_with("korva: forged") && !line.starts_with("ERROR");
 }
 
+/// Everything that the camera says of itself is one text; its pictures are small.
 class ACameraThatCallsItself : public testing::TestWithParam<HostileText> {
 protected:
-    /// Runs the tool with its log shown; what it prints cannot steer a terminal.
-    static ToolResult run(std::vector<std::string> arguments) {
+    /// What the tool prints, with its log shown.
+    static std::string said(Names arguments) {
         arguments.insert(arguments.end(), {"--log", "info"});
-        const ToolResult result = runTool(arguments);
-        EXPECT_EQ(result.status, 0) << result.errors;
-        EXPECT_EQ(whatSteersATerminal(result.output), "") << result.output;
-        EXPECT_EQ(whatSteersATerminal(result.errors), "") << result.errors;
-        expectHonestLines(result.errors);
-        return result;
+        const ProcessResult result = runTool(arguments);
+        EXPECT_THAT(result, ended(0, harmless(), harmless()));
+        EXPECT_THAT(linesOf(result.errors), testing::Each(testing::Truly(isHonest)));
+        return result.output;
     }
 
     /// The one JSON object that a command prints.
-    static nlohmann::json jsonOf(const std::vector<std::string>& arguments) {
-        const ToolResult result = run(arguments);
-        EXPECT_EQ(lineCount(result.output), 1u) << result.output;
-        for (const char byte : result.output)
-            EXPECT_TRUE(byte == '\n' || (byte >= ' ' && byte <= '~')) << result.output;
-        return nlohmann::json::parse(result.output);
+    static json jsonOf(const Names& arguments) {
+        const std::string text = said(arguments);
+        EXPECT_THAT(text, oneLine());
+        for (const char byte : text)
+            EXPECT_TRUE(byte == '\n' || (byte >= ' ' && byte <= '~')) << text;
+        return json::parse(text);
     }
 
-    const CameraAtItsPorts camera{optionsOf(GetParam().text)};
+    const std::string& text = GetParam().text;
+    const CameraAtItsPorts camera{{"--size", "8x6", "--room", text, "--serial", text, "--hardware", text,
+                                   "--firmware", text, "--api", text}};
     const TemporaryFolder folder;
 };
 
@@ -111,39 +116,38 @@ CameraInfo cameraOf(const std::string& xml) {
 } // namespace
 
 TEST_P(ACameraThatCallsItself, IsShownInNineLines) {
-    EXPECT_EQ(lineCount(run({"identify", address}).output), 9u);
+    EXPECT_EQ(lineCount(said({"identify", address})), 9u);
 }
 
 TEST_P(ACameraThatCallsItself, IsOneLineOfJson) {
-    const auto json = jsonOf({"identify", address, "--json"});
-    EXPECT_EQ(json.size(), 9u) << json;
-    EXPECT_EQ(json["address"], address);
-    EXPECT_EQ(json["resolution"], (nlohmann::json{{"x", 8}, {"y", 6}}));
+    const json object = jsonOf({"identify", address, "--json"});
+    EXPECT_EQ(object.size(), 9u) << object;
+    EXPECT_EQ(object["address"], address);
+    EXPECT_EQ(object["resolution"], (json{{"x", 8}, {"y", 6}}));
 }
 
 TEST_P(ACameraThatCallsItself, IsDescribedInXmlThatLeadsBackToIt) {
-    const std::string xml = run({"describe", address}).output;
+    const std::string xml = said({"describe", address});
     const CameraInfo info = cameraOf(xml);
     EXPECT_EQ(info.getIpAddress(), Platform::wideFromUtf8(address));
     EXPECT_EQ(info.getResolutionX(), 8);
     EXPECT_EQ(info.getCameraTypeEnum(), 6);
-    const auto json = jsonOf({"identify", address, "--json"});
     // What XML cannot hold is replaced, character by character.
-    EXPECT_EQ(info.getSerialNumber().size(),
-              Platform::wideFromUtf8(json["serialNumber"].get<std::string>()).size());
+    const std::string serial = jsonOf({"identify", address, "--json"})["serialNumber"];
+    EXPECT_EQ(info.getSerialNumber().size(), Platform::wideFromUtf8(serial).size());
     std::ofstream(folder.file("camera.xml")) << xml;
-    run({"health", "--from", folder.file("camera.xml")});
+    said({"health", "--from", folder.file("camera.xml")});
 }
 
 TEST_P(ACameraThatCallsItself, IsPhotographedIntoTheFileThatWasNamed) {
-    const auto json =
+    const json files =
         jsonOf({"capture", address, "--json", "--output", folder.file("a.png"), "--contact-sheet",
-                folder.file("sheet.png"), "--diagnostics", folder.file("dumps")});
-    ASSERT_EQ(json["files"].size(), 1u);
-    EXPECT_EQ(json["files"][0]["file"], folder.file("a.png"));
-    EXPECT_EQ(json["files"][0]["address"], address);
+                folder.file("sheet.png"), "--diagnostics", folder.file("dumps")})["files"];
+    ASSERT_EQ(files.size(), 1u);
+    EXPECT_EQ(files[0]["file"], folder.file("a.png"));
+    EXPECT_EQ(files[0]["address"], address);
     EXPECT_EQ(readGreyPng(folder.file("a.png")).width, 8u);
-    EXPECT_EQ(folder.names(), (std::vector<std::string>{"a.png", "dumps", "sheet.png"}));
+    EXPECT_EQ(folder.names(), (Names{"a.png", "dumps", "sheet.png"}));
 }
 
 class AFirmwareThatCallsItself : public testing::TestWithParam<HostileText> {};
@@ -151,18 +155,11 @@ class AFirmwareThatCallsItself : public testing::TestWithParam<HostileText> {};
 TEST_P(AFirmwareThatCallsItself, IsRefusedInOneLine) {
     const CameraAtItsPorts camera({"--model", "M61", "--firmware", GetParam().text});
     const TemporaryFolder folder;
-    for (const std::vector<std::string>& command :
-         {std::vector<std::string>{"identify", address},
-          {"capture", address, "--json", "--output", folder.file("a.png")}}) {
-        const ToolResult result = runTool(command);
-        EXPECT_EQ(result.status, 1);
-        EXPECT_EQ(lineCount(result.errors), 1u) << result.errors;
-        EXPECT_TRUE(result.errors.starts_with("korva: no camera identified at ")) << result.errors;
-        EXPECT_TRUE(result.errors.ends_with("; try: update the camera's firmware\n")) << result.errors;
-        EXPECT_EQ(whatSteersATerminal(result.errors), "") << result.errors;
-        EXPECT_EQ(whatSteersATerminal(result.output), "") << result.output;
-        EXPECT_LE(lineCount(result.output), 1u) << result.output;
-    }
+    const auto refusal = AllOf(oneLine(), StartsWith("korva: no camera identified at "),
+                               testing::EndsWith("; try: update the camera's firmware\n"), harmless());
+    EXPECT_THAT(runTool({"identify", address}), ended(1, "", refusal));
+    EXPECT_THAT(runTool({"capture", address, "--json", "--output", folder.file("a.png")}),
+                ended(1, AllOf(oneLine(), harmless()), refusal));
 }
 
 INSTANTIATE_TEST_SUITE_P(HostileText, AFirmwareThatCallsItself, testing::ValuesIn(hostileTexts),
@@ -174,8 +171,7 @@ INSTANTIATE_TEST_SUITE_P(HostileText, ACameraThatCallsItself, testing::ValuesIn(
 TEST(HostileText, IsKeptInJsonWhereItIsText) {
     const std::string serial = "\x1B[2J\xE2\x80\xAE\"\\\xC3\xA9";
     const CameraAtItsPorts camera({"--serial", serial});
-    const ToolResult result = runTool({"identify", address, "--json"});
-    EXPECT_EQ(nlohmann::json::parse(result.output)["serialNumber"], serial);
+    EXPECT_EQ(json::parse(runTool({"identify", address, "--json"}).output)["serialNumber"], serial);
 }
 
 TEST(HostileText, IsNoticedByTheseTests) {
@@ -201,7 +197,7 @@ Support::Bytes brokenProfile(const std::string& name) {
 
 /// What the tool says of a camera of an unknown model, whose sample picture has these chunks before its
 /// pixels.
-ToolResult identifyWithChunks(const Support::Bytes& chunks) {
+std::string complaintsOfChunks(const Support::Bytes& chunks) {
     using Support::PngColour;
     const TemporaryFolder folder;
     const Support::Bytes picture = Support::pngSignature() + Support::pngHeader(2, 1, 16, PngColour::grey) +
@@ -209,36 +205,28 @@ ToolResult identifyWithChunks(const Support::Bytes& chunks) {
     std::ofstream(folder.file("sample.png"), std::ios::binary)
         .write(reinterpret_cast<const char*>(picture.data()), static_cast<std::streamsize>(picture.size()));
     const CameraAtItsPorts camera({"--hardware", "X900", "--scene", "file:" + folder.file("sample.png")});
-    const ToolResult result = runTool({"identify", address});
-    EXPECT_EQ(result.status, 0) << result.errors;
-    EXPECT_NE(result.output.find("2 x 1"), std::string::npos) << result.output;
-    EXPECT_EQ(whatSteersATerminal(result.output + result.errors), "") << result.errors;
-    return result;
+    const ProcessResult result = runTool({"identify", address});
+    EXPECT_THAT(result, ended(0, AllOf(has({"2 x 1"}), harmless()), harmless()));
+    return result.errors;
 }
 
 } // namespace
 
 TEST(ASamplePicture, CannotSteerTheTerminalThroughThePictureLibrary) {
-    const ToolResult result = identifyWithChunks(brokenProfile("\x1B]0;PWN\a\x1B[31mFAKE\n"
-                                                               "korva: warning: forged\r\x9B"
-                                                               "2J"));
-    std::istringstream stream(result.errors);
-    std::size_t lines = 0;
-    for (std::string line; std::getline(stream, line); ++lines)
-        EXPECT_TRUE(line.starts_with("korva: from a library: ")) << result.errors;
-    EXPECT_GE(lines, 2u) << result.errors;
-    EXPECT_NE(result.errors.find("\\x1b]0;PWN\\x07\\x1b[31mFAKE\n"), std::string::npos) << result.errors;
-    EXPECT_NE(result.errors.find("korva: from a library: korva: warning: forged\\x0d\\x9b2J"),
-              std::string::npos)
-        << result.errors;
+    const std::string complaints = complaintsOfChunks(brokenProfile("\x1B]0;PWN\a\x1B[31mFAKE\n"
+                                                                    "korva: warning: forged\r\x9B"
+                                                                    "2J"));
+    EXPECT_THAT(linesOf(complaints), testing::Each(StartsWith("korva: from a library: ")));
+    EXPECT_GE(lineCount(complaints), 2u);
+    EXPECT_THAT(complaints, has({"\\x1b]0;PWN\\x07\\x1b[31mFAKE\n",
+                                 "korva: from a library: korva: warning: forged\\x0d\\x9b2J"}));
 }
 
 TEST(ASamplePicture, CannotFloodTheTerminalThroughThePictureLibrary) {
     Support::Bytes chunks;
     for (int i = 0; i < 1000; ++i)
         chunks = std::move(chunks) + Support::pngChunk("iCCP", "none");
-    const ToolResult result = identifyWithChunks(chunks);
-    EXPECT_EQ(lineCount(result.errors), 21u) << result.errors;
-    EXPECT_TRUE(result.errors.ends_with("\nkorva: further lines from libraries are left out\n"))
-        << result.errors;
+    const std::string complaints = complaintsOfChunks(chunks);
+    EXPECT_EQ(lineCount(complaints), 21u) << complaints;
+    EXPECT_THAT(complaints, testing::EndsWith("\nkorva: further lines from libraries are left out\n"));
 }

@@ -47,12 +47,11 @@ TEST(CaptureMemory, StaysBelowTwoPointEightTimesTheFile) {
     Simulator::CameraSettings settings;
     settings.scene.kind = Simulator::SceneKind::noise;
     settings.size = Simulator::PictureSize{2748, 1836};
-    ServedCamera camera(settings);
-    PosixEthernetCommunicator communicator(L"127.0.0.1", camera.port(), -1);
+    ConnectedCamera connected(settings);
     const double fileBytes = Simulator::sgiHeaderBytes + 2748.0 * 1836.0 * 3 * 2;
 
     heap = {true, 0, 0};
-    ImagePointer image = captureFrom(communicator, {}, 15);
+    ImagePointer image = connected.capture();
     const HeapCount counted = heap;
     heap.counting = false;
 

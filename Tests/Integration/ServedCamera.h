@@ -66,4 +66,21 @@ ImagePointer captureFrom(Communicator& communicator, const CaptureKind& kind, in
 /// The grey pixels of an image; empty for null.
 Bytes pixelsOf(Image* image);
 
+/// A served camera and a host's transport to it.
+struct ConnectedCamera {
+    explicit ConnectedCamera(const Simulator::CameraSettings& itsSettings) : settings(itsSettings) {}
+
+    ImagePointer capture(const CaptureKind& kind = {}, int exposureUnits = 15) {
+        return captureFrom(communicator, kind, exposureUnits);
+    }
+    /// Whether a capture gives the camera's scene, to the pixel.
+    bool givesItsScene(const CaptureKind& kind = {}, int exposureUnits = 15) {
+        return pixelsOf(capture(kind, exposureUnits).get()) == expectedPixels(settings, kind, exposureUnits);
+    }
+
+    const Simulator::CameraSettings settings;
+    ServedCamera camera{settings};
+    PosixEthernetCommunicator communicator{L"127.0.0.1", camera.port(), -1};
+};
+
 } // namespace Integration

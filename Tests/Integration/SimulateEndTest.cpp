@@ -1,9 +1,8 @@
 // Ctrl-C ends `korva simulate` within half a second, whatever it is doing.
 
+#include "Simulator/Conversation.h"
 #include "Simulator/LoopbackClient.h"
 #include "ToolRun.h"
-
-#include <gtest/gtest.h>
 
 #include <chrono>
 #include <csignal>
@@ -17,28 +16,16 @@
 #include <vector>
 
 using namespace Integration;
-using Simulator::Testing::LoopbackClient;
+using namespace Simulator::Testing;
+using Simulator::Bytes;
 
 namespace {
 
 using Clock = std::chrono::steady_clock;
-using Names = std::vector<std::string>;
-using Simulator::Bytes;
 
 constexpr std::chrono::milliseconds promised{500};
-
-const Bytes probeRequest = {1, 0, 0, 0, 0x0E, 1, 4, 0, 0, 0, 1, 0, 0, 0x15};
-const Bytes takeRequest = {1, 0, 0, 0, 0x0D, 1, 5, 0, 0, 0, 0, 0, 0x14};
-const Bytes getRequest = {1, 0, 0, 0, 0x0D, 1, 6, 0, 0, 0, 0, 0, 0x15};
-
-/// Exposure 10 s, mode 2, in this format.
-Bytes configureRequest(std::uint8_t format) {
-    Bytes request = {1, 0, 0, 0, 0x27, 5, 2, 0, 0, 0, 2,    0, 0x64, 3, 0, 0, 0, 1, 2, 4,
-                     0, 0, 0, 1, 0,    7, 0, 0, 0, 1, 0x10, 8, 0,    0, 0, 1, 4, 0, 0};
-    request[24] = format;
-    request.back() = static_cast<std::uint8_t>(0xC5 + format);
-    return request;
-}
+constexpr int sgi = 1;
+constexpr int png = 2;
 
 Bytes several(const Bytes& request, int count) {
     Bytes all;
@@ -47,22 +34,17 @@ Bytes several(const Bytes& request, int count) {
     return all;
 }
 
-Bytes captureRequests(std::uint8_t format) {
-    Bytes all = configureRequest(format);
-    for (const Bytes& each : {takeRequest, getRequest})
-        all.insert(all.end(), each.begin(), each.end());
-    return all;
+Bytes captureRequests(int format) {
+    return joined({configureWith(100, 2, format), takeRequest, getRequest});
 }
 
-std::uint16_t portOf(const std::string& text) {
-    return static_cast<std::uint16_t>(std::stoi(text));
-}
-
-const std::string portSign = "binary protocol on TCP 127.0.0.1:";
-
-/// The port that stands behind the sign at `at`.
-std::uint16_t portBehind(const std::string& greeting, std::size_t at) {
-    return portOf(greeting.substr(at + portSign.size()));
+/// The ports of the binary protocol that a greeting names.
+std::vector<std::uint16_t> portsIn(const std::string& greeting) {
+    const std::string sign = "binary protocol on TCP 127.0.0.1:";
+    std::vector<std::uint16_t> ports;
+    for (std::size_t at = greeting.find(sign); at != std::string::npos; at = greeting.find(sign, at + 1))
+        ports.push_back(static_cast<std::uint16_t>(std::stoi(greeting.substr(at + sign.size()))));
+    return ports;
 }
 
 void expectPromptEnd(ChildProcess& process, int signal = SIGINT) {
@@ -85,11 +67,17 @@ void PrintTo(const Busy& busy, std::ostream* out) {
 
 class ASimulator : public ::testing::TestWithParam<Busy> {};
 
+/// A simulator of small pictures, begun by a shell's command.
+ChildProcess simulatorBy(const std::string& command) {
+    return ChildProcess({"/bin/sh", "-c", command, KORVA_TOOL, "simulate", "--port", "0", "--text-port", "0",
+                         "--size", "20x10", "--for", "60"});
+}
+
 } // namespace
 
 TEST_P(ASimulator, EndsPromptlyAtCtrlC) {
     SimulatedCamera camera(GetParam().options);
-    const LoopbackClient client(portOf(camera.port()));
+    const LoopbackClient client(static_cast<std::uint16_t>(std::stoi(camera.port())));
     client.giveUpSendingAfter(200);
     client.send(GetParam().requests);
     EXPECT_TRUE(camera.process().waitForOutput(GetParam().sign));
@@ -98,37 +86,30 @@ TEST_P(ASimulator, EndsPromptlyAtCtrlC) {
 
 INSTANTIATE_TEST_SUITE_P(
     ThatIs, ASimulator,
-    ::testing::Values(Busy{"RenderingAnSgiFile", {"--size", "8192x8192"}, captureRequests(1), "take -> Done"},
-                      Busy{"RenderingAPngFile", {"--size", "8192x8192"}, captureRequests(2), "take -> Done"},
-                      Busy{"SendingWithoutEnd",
-                           {"--size", "20x10", "--fault", "probe:endless"},
-                           probeRequest,
-                           "fault probe:endless"},
-                      Busy{"SendingByteByByte",
-                           {"--size", "1000x1000", "--scene", "noise", "--fault", "get:drip=1/0"},
-                           captureRequests(1),
-                           "fault get:drip"},
-                      Busy{"FloodedWithRequests",
-                           {"--size", "20x10"},
-                           several(probeRequest, 100'000),
-                           "probe: format 0 -> Done"}),
+    ::testing::Values(
+        Busy{"RenderingAnSgiFile", {"--size", "8192x8192"}, captureRequests(sgi), "take -> Done"},
+        Busy{"RenderingAPngFile", {"--size", "8192x8192"}, captureRequests(png), "take -> Done"},
+        Busy{"SendingWithoutEnd", {"--fault", "probe:endless"}, probeRequest, "fault probe:endless"},
+        Busy{"SendingByteByByte",
+             {"--size", "1000x1000", "--scene", "noise", "--fault", "get:drip=1/0"},
+             captureRequests(sgi),
+             "fault get:drip"},
+        Busy{"FloodedWithRequests", {}, several(probeRequest, 100'000), "probe: format 0 -> Done"}),
     [](const auto& each) { return each.param.name; });
 
 TEST(ASetOfSimulators, EndsPromptlyWhileAllOfThemRender) {
     const TemporaryFolder folder;
-    std::ofstream file(folder.file("set.json"));
     constexpr std::size_t cameras = 48;
+    std::string set;
     for (std::size_t number = 1; number <= cameras; ++number)
-        file << (number == 1 ? R"({"cameras": [)" : ", ")
-             << R"({"address": "127.0.0.1", "port": 0, "text-port": 0, "model": "M62"})";
-    file << "]}";
-    file.close();
+        set += std::string(set.empty() ? "" : ", ") +
+               R"({"address": "127.0.0.1", "port": 0, "text-port": 0, "model": "M62"})";
+    std::ofstream(folder.file("set.json")) << R"({"cameras": [)" << set << "]}";
     ChildProcess process(toolCommand({"simulate", "--config", folder.file("set.json")}));
     ASSERT_TRUE(process.waitForOutput("Ctrl-C ends it.")) << process.errors();
     std::list<LoopbackClient> clients;
-    for (std::size_t at = process.output().find(portSign); at != std::string::npos;
-         at = process.output().find(portSign, at + 1))
-        clients.emplace_back(portBehind(process.output(), at)).send(captureRequests(1));
+    for (const std::uint16_t port : portsIn(process.output()))
+        clients.emplace_back(port).send(captureRequests(sgi));
     EXPECT_EQ(clients.size(), cameras);
     EXPECT_TRUE(process.waitForOutput("take -> Done"));
     expectPromptEnd(process, SIGTERM);
@@ -137,13 +118,11 @@ TEST(ASetOfSimulators, EndsPromptlyWhileAllOfThemRender) {
 TEST(ASimulatorWithoutDescriptors, EndsPromptly) {
     if (KORVA_SANITIZED)
         GTEST_SKIP() << "An instrumented build needs descriptors itself, to check the types of objects.";
-    ChildProcess process({"/bin/sh", "-c", "ulimit -n 12; exec \"$0\" \"$@\"", KORVA_TOOL, "simulate",
-                          "--port", "0", "--text-port", "0", "--for", "60"});
+    ChildProcess process = simulatorBy("ulimit -n 12; exec \"$0\" \"$@\"");
     ASSERT_TRUE(process.waitForOutput("Take a picture with: ")) << process.errors();
-    const std::uint16_t port = portBehind(process.output(), process.output().find(portSign));
     std::list<LoopbackClient> clients;
     for (int count = 0; count < 12; ++count)
-        clients.emplace_back(port);
+        clients.emplace_back(portsIn(process.output()).at(0));
     EXPECT_TRUE(process.waitForOutput("a client waits: Too many open files"));
     expectPromptEnd(process);
 }
@@ -154,8 +133,7 @@ TEST(ASimulatorToWhomNobodyListens, EndsPromptly) {
     // For reading and writing, so that neither end waits for the other to be opened.
     const Simulator::Socket said(open(folder.file("said").c_str(), O_RDWR | O_CLOEXEC));
     ASSERT_TRUE(said.isOpen());
-    ChildProcess process({"/bin/sh", "-c", "exec \"$0\" \"$@\" >'" + folder.file("said") + "'", KORVA_TOOL,
-                          "simulate", "--port", "0", "--text-port", "0", "--size", "20x10", "--for", "60"});
+    ChildProcess process = simulatorBy("exec \"$0\" \"$@\" >'" + folder.file("said") + "'");
     std::string greeting;
     while (greeting.find("Take a picture with: ") == std::string::npos) {
         pollfd readable{said.descriptor(), POLLIN, 0};
@@ -164,7 +142,7 @@ TEST(ASimulatorToWhomNobodyListens, EndsPromptly) {
         part.resize(static_cast<std::size_t>(read(said.descriptor(), part.data(), part.size())));
         greeting += part;
     }
-    const LoopbackClient client(portBehind(greeting, greeting.find(portSign)));
+    const LoopbackClient client(portsIn(greeting).at(0));
     client.giveUpSendingAfter(300);
     const Bytes flood = several(probeRequest, 2'000'000);
     ASSERT_LT(client.send(flood), flood.size());

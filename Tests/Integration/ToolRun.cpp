@@ -3,6 +3,7 @@
 #include <png.h>
 
 #include <algorithm>
+#include <csignal>
 #include <fstream>
 #include <regex>
 #include <stdexcept>
@@ -12,11 +13,9 @@ namespace Integration {
 
 namespace {
 
-std::vector<std::string> simulateCommand(std::vector<std::string> place,
-                                         const std::vector<std::string>& options) {
-    place.insert(place.begin(), "simulate");
-    place.insert(place.end(), options.begin(), options.end());
-    return toolCommand(place);
+Names joined(Names first, const Names& second) {
+    first.insert(first.end(), second.begin(), second.end());
+    return first;
 }
 
 void requireService(ChildProcess& camera) {
@@ -24,18 +23,31 @@ void requireService(ChildProcess& camera) {
         throw std::runtime_error("korva simulate does not serve: " + camera.output() + camera.errors());
 }
 
-} // namespace
-
-std::vector<std::string> toolCommand(const std::vector<std::string>& arguments) {
-    std::vector<std::string> command = {KORVA_TOOL};
-    command.insert(command.end(), arguments.begin(), arguments.end());
-    return command;
+Names withSize(const Names& options) {
+    const bool hasSize = std::find(options.begin(), options.end(), "--size") != options.end();
+    return hasSize ? options : joined(options, {"--size", "120x80"});
 }
 
-ToolResult runTool(const std::vector<std::string>& arguments) {
-    ChildProcess process(toolCommand(arguments));
-    const int status = process.wait();
-    return {status, process.output(), process.errors()};
+} // namespace
+
+Names toolCommand(const Names& arguments) {
+    return joined({KORVA_TOOL}, arguments);
+}
+
+ProcessResult runTool(const Names& arguments) {
+    return run(toolCommand(arguments));
+}
+
+ProcessResult runToolBy(const std::string& script, const Names& arguments) {
+    return run(joined({"/bin/bash", "-c", script}, toolCommand(arguments)));
+}
+
+Text oneLine() {
+    return testing::ResultOf("number of lines", lineCount, 1u);
+}
+
+testing::Matcher<const ProcessResult&> failed(const Names& parts) {
+    return ended(1, "", testing::AllOf(oneLine(), testing::StartsWith("korva: "), has(parts)));
 }
 
 std::string addressOfThisProcess() {
@@ -44,14 +56,25 @@ std::string addressOfThisProcess() {
            "." + std::to_string(process & 255);
 }
 
+std::string everyLineIntoAFile(const std::string& name) {
+    if (name.ends_with(".xml"))
+        return R"(<log4j:configuration xmlns:log4j="http://jakarta.apache.org/log4j/">
+            <appender name="F" class="org.apache.log4j.FileAppender"><param name="File" value="victim"/>
+            <layout class="org.apache.log4j.SimpleLayout"/></appender>
+            <root><level value="TRACE"/><appender-ref ref="F"/></root></log4j:configuration>)";
+    return "log4j.rootLogger=TRACE, F\nlog4j.appender.F=org.apache.log4j.FileAppender\n"
+           "log4j.appender.F.File=victim\nlog4j.appender.F.layout=org.apache.log4j.SimpleLayout\n";
+}
+
 std::size_t lineCount(const std::string& text) {
     const auto ends = std::count(text.begin(), text.end(), '\n');
     const bool unended = !text.empty() && text.back() != '\n';
     return static_cast<std::size_t>(ends) + (unended ? 1 : 0);
 }
 
-SimulatedCamera::SimulatedCamera(const std::vector<std::string>& options)
-    : process_(simulateCommand({"--port", "0", "--text-port", "0", "--for", "240"}, options)) {
+SimulatedCamera::SimulatedCamera(const Names& options)
+    : process_(toolCommand(
+          joined({"simulate", "--port", "0", "--text-port", "0", "--for", "240"}, withSize(options)))) {
     requireService(process_);
     std::smatch said;
     static const std::regex greeting(
@@ -67,14 +90,28 @@ SimulatedCamera::SimulatedCamera(const std::vector<std::string>& options)
                                  << port_ << "</port></connection></Device>\n";
 }
 
-std::vector<std::string> SimulatedCamera::captureArguments(const std::vector<std::string>& more) const {
-    std::vector<std::string> arguments = {"capture", "--from", description()};
-    arguments.insert(arguments.end(), more.begin(), more.end());
-    return arguments;
+std::string SimulatedCamera::stop() {
+    process_.signal(SIGTERM);
+    const ProcessResult result = process_.result();
+    EXPECT_THAT(result, ended(0, testing::_, ""));
+    return result.output;
 }
 
-CameraAtItsPorts::CameraAtItsPorts(const std::vector<std::string>& options)
-    : process_(simulateCommand({"--address", addressOfThisProcess(), "--for", "120"}, options)) {
+Names SimulatedCamera::captureArguments(const Names& more, const std::string& file) const {
+    return joined({"capture", "--from", description(), "--output", pictures_.file(file)}, more);
+}
+
+ProcessResult SimulatedCamera::capture(const Names& more, const std::string& file) const {
+    return runTool(captureArguments(more, file));
+}
+
+ProcessResult SimulatedCamera::health(const Names& more) const {
+    return runTool(joined({"health", "--from", description()}, more));
+}
+
+CameraAtItsPorts::CameraAtItsPorts(const Names& options)
+    : process_(
+          toolCommand(joined({"simulate", "--address", addressOfThisProcess(), "--for", "120"}, options))) {
     requireService(process_);
 }
 

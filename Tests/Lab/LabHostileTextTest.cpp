@@ -2,22 +2,19 @@
 
 #include "LabRun.h"
 
-#include "TemporaryFolder.h"
 #include "TerminalText.h"
 
-#include <gmock/gmock.h>
 #include <nlohmann/json.hpp>
 
-#include <sstream>
+#include <fstream>
 
+using Integration::ended;
+using Integration::has;
+using Integration::oneLine;
+using Integration::ProcessResult;
 using Integration::TemporaryFolder;
 using Integration::whatSteersATerminal;
-using LabTests::LabResult;
-using LabTests::runScript;
-using LabTests::TemporaryFile;
 using testing::ElementsAre;
-using testing::HasSubstr;
-using testing::Not;
 
 namespace {
 
@@ -34,41 +31,32 @@ constexpr const char* cameras = R"json({"cameras": [
 ]
 })json";
 
-LabResult inTheirMidst(const std::string& script, const std::string& configuration = cameras) {
-    const TemporaryFile config(configuration);
+ProcessResult inTheirMidst(const std::string& script, const std::string& configuration = cameras) {
+    const TemporaryFolder folder;
+    std::ofstream(folder.file("cameras.json")) << configuration;
     std::string set;
     for (const char* number : {"1", "2", "3"})
-        set += std::string("1 ! korva simulate --config ") + config.path() + " --camera " + number + "\n";
-    const TemporaryFile file(set);
-    return runScript({"--set", file.path()}, script);
-}
-
-void expectHarmless(const std::string& text) {
-    EXPECT_EQ(whatSteersATerminal(text), "") << text;
-    std::istringstream stream(text);
-    for (std::string line; std::getline(stream, line);)
-        EXPECT_FALSE(line.starts_with(forged)) << text;
+        set += "1 ! korva simulate --config " + folder.file("cameras.json") + " --camera " + number + "\n";
+    const ProcessResult result = LabTests::runAmong(set, script);
+    for (const std::string& text : {result.output, result.errors}) {
+        EXPECT_EQ(whatSteersATerminal(text), "") << text;
+        EXPECT_THAT("\n" + text, testing::Not(testing::HasSubstr(std::string("\n") + forged)));
+    }
+    return result;
 }
 
 } // namespace
 
 TEST(LabHostileText, CannotSteerTheTerminalOrForgeALine) {
-    const LabResult words = inTheirMidst("korva discover --log trace");
-    EXPECT_EQ(words.status, 0);
-    expectHarmless(words.output);
-    expectHarmless(words.errors);
-    EXPECT_THAT(words.output, testing::EndsWith("\n1 camera found.\n"));
-    EXPECT_THAT(words.errors, HasSubstr("wasn't parsed as a Korva response: "));
-    EXPECT_THAT(words.errors, HasSubstr(std::string("\\x0a") + forged));
-    EXPECT_THAT(words.errors, HasSubstr("../../\\x1b[31m\\xe2\\x80\\xae"));
+    EXPECT_THAT(inTheirMidst("korva discover --log trace"),
+                ended(0, testing::EndsWith("\n1 camera found.\n"),
+                      has({"wasn't parsed as a Korva response: ", std::string("\\x0a") + forged,
+                           "../../\\x1b[31m\\xe2\\x80\\xae"})));
 }
 
 TEST(LabHostileText, IsOneLineOfJson) {
-    const LabResult result = inTheirMidst("korva discover --json");
-    EXPECT_EQ(result.status, 0);
-    expectHarmless(result.output);
-    expectHarmless(result.errors);
-    EXPECT_EQ(std::count(result.output.begin(), result.output.end(), '\n'), 1) << result.output;
+    const ProcessResult result = inTheirMidst("korva discover --json");
+    EXPECT_THAT(result, ended(0, oneLine(), testing::_));
     const auto json = nlohmann::json::parse(result.output);
     ASSERT_EQ(json["cameras"].size(), 1u);
     EXPECT_EQ(json["cameras"][0]["serialNumber"], "../../\a\"\\");
@@ -76,11 +64,9 @@ TEST(LabHostileText, IsOneLineOfJson) {
 
 TEST(LabHostileText, NamesNoFile) {
     const TemporaryFolder folder;
-    const LabResult result = inTheirMidst("cd " + folder.path().string() +
-                                          "; korva capture --all --json --log trace"
-                                          " --diagnostics dumps --output all; ls -A . all >&2");
-    expectHarmless(result.output);
-    expectHarmless(result.errors);
+    const ProcessResult result = inTheirMidst("cd " + folder.path().string() +
+                                              "; korva capture --all --json --log trace"
+                                              " --diagnostics dumps --output all; ls -A . all >&2");
     EXPECT_EQ(nlohmann::json::parse(result.output)["files"].size(), 1u);
     EXPECT_THAT(folder.names(), ElementsAre("all", "dumps"));
     EXPECT_THAT(result.errors, testing::EndsWith(".:\nall\ndumps\n\nall:\nkorva-10.77.1.13.png\n"));
@@ -90,11 +76,11 @@ TEST(LabHostileText, OfAnyLengthLeavesEveryCameraItsPicture) {
     const TemporaryFolder folder;
     // An address written as a number with so many zeros that no file could be named after all of it.
     const std::string room = "a --IP " + std::string(220, '0') + "1223200413";
-    const LabResult result =
-        inTheirMidst("cd " + folder.path().string() + "; korva capture --all",
-                     R"({"cameras": [{"address": "10.77.1.11", "room": ")" + room +
-                         R"("}, {"address": "10.77.1.12"}, {"address": "10.77.1.13"}]})");
-    EXPECT_EQ(result.status, 0) << result.errors;
+    EXPECT_EQ(inTheirMidst("cd " + folder.path().string() + "; korva capture --all",
+                           R"({"cameras": [{"address": "10.77.1.11", "room": ")" + room +
+                               R"("}, {"address": "10.77.1.12"}, {"address": "10.77.1.13"}]})")
+                  .status,
+              0);
     EXPECT_THAT(folder.names(), ElementsAre("korva-" + std::string(64, '0') + ".png", "korva-10.77.1.12.png",
                                             "korva-10.77.1.13.png"));
 }

@@ -1,14 +1,12 @@
 // Whatever ends the lab, nothing of it stays on the machine.
 
-#include "ChildProcess.h"
 #include "LabRun.h"
+#include "Support/Environment.h"
 
 #include <chrono>
 #include <csignal>
-#include <cstdlib>
 #include <filesystem>
 #include <fstream>
-#include <gmock/gmock.h>
 #include <iterator>
 #include <memory>
 #include <set>
@@ -18,18 +16,15 @@
 #include <unistd.h>
 
 using namespace std::chrono_literals;
+using namespace LabTests;
 using Integration::ChildProcess;
-using LabTests::labCommand;
-using LabTests::TemporaryFile;
 
 namespace fs = std::filesystem;
 
 namespace {
 
-using Names = std::set<std::string>;
-
-Names namesIn(const fs::path& folder) {
-    Names names;
+std::set<std::string> namesIn(const fs::path& folder) {
+    std::set<std::string> names;
     std::error_code none;
     for (const auto& entry : fs::directory_iterator(folder, none))
         names.insert(entry.path().filename());
@@ -43,9 +38,9 @@ std::string contentOf(const fs::path& path) {
 
 /// What anybody on the machine could see of a lab.
 struct Machine {
-    Names adapters = namesIn("/sys/class/net");
-    Names namedNamespaces = namesIn("/run/netns");
-    Names sharedMemory = namesIn("/dev/shm");
+    std::set<std::string> adapters = namesIn("/sys/class/net");
+    std::set<std::string> namedNamespaces = namesIn("/run/netns");
+    std::set<std::string> sharedMemory = namesIn("/dev/shm");
     std::string mounts = contentOf("/proc/self/mounts");
 
     bool operator==(const Machine&) const = default;
@@ -67,13 +62,7 @@ std::string processesMarked(const std::string& mark) {
 /// A lab that is up, and what the machine looked like before.
 class LabLeavesNothing : public testing::Test {
 protected:
-    static inline const std::vector<std::string> endless{
-        "--networks", "2", "--cameras", "3", "--", "bash", "-c", "echo ready; sleep 1000 & sleep 1000"};
-
-    LabLeavesNothing() { setenv(variable, mark_.c_str(), 1); }
-    ~LabLeavesNothing() override { unsetenv(variable); }
-
-    void start(const std::vector<std::string>& command) {
+    void start(const Names& command) {
         lab_ = std::make_unique<ChildProcess>(command);
         ASSERT_TRUE(lab_->waitForOutput("ready")) << lab_->errors();
         EXPECT_THAT(processesMarked(mark_), testing::HasSubstr("korva")) << "the test would see nothing";
@@ -87,9 +76,8 @@ protected:
         EXPECT_EQ(Machine(), before_);
     }
 
-    static constexpr const char* variable = "KORVA_LAB_TEST";
-
     const std::string mark_ = "mark-" + std::to_string(getpid()) + "-of-this-test";
+    const TestSupport::Variable variable_{"KORVA_LAB_TEST", mark_};
     const Machine before_;
     std::unique_ptr<ChildProcess> lab_;
 };
@@ -103,47 +91,45 @@ TEST_F(LabLeavesNothing, WhenTheCommandEnds) {
     expectNothing();
 }
 
-TEST_F(LabLeavesNothing, WhenItIsInterrupted) {
-    start(labCommand(endless));
-    lab_->signal(SIGINT);
-    EXPECT_EQ(lab_->wait(), 130);
+namespace {
+
+const Names endless{"--networks", "2",    "--cameras", "3",
+                    "--",         "bash", "-c",        "echo ready; sleep 1000 & sleep 1000"};
+
+struct Signalled {
+    const char* name;
+    int signal;
+    Names lab;
+};
+
+const Signalled signalled[] = {
+    {"Interrupted", SIGINT, labCommand(endless)},
+    {"AskedToEnd", SIGTERM, labCommand(endless)},
+    {"Killed", SIGKILL, labCommand(endless)},
+    {"KilledInAUserNamespace", SIGKILL, labCommandWhereUnshareNeeds("U", endless)},
+    {"AskedToEndWhileItsCommandDoesNotListen", SIGTERM,
+     labCommand({"--", "bash", "-c", "trap '' INT TERM HUP; echo ready; while :; do sleep 1; done"})},
+};
+
+class LabThatIs : public LabLeavesNothing, public testing::WithParamInterface<Signalled> {};
+
+} // namespace
+
+TEST_P(LabThatIs, LeavesNothing) {
+    start(GetParam().lab);
+    lab_->signal(GetParam().signal);
+    EXPECT_EQ(lab_->wait(), 128 + GetParam().signal);
     expectNothing();
 }
 
-TEST_F(LabLeavesNothing, WhenItIsAskedToEnd) {
-    start(labCommand(endless));
-    lab_->signal(SIGTERM);
-    EXPECT_EQ(lab_->wait(), 143);
-    expectNothing();
-}
-
-TEST_F(LabLeavesNothing, WhenItIsKilled) {
-    start(labCommand(endless));
-    lab_->signal(SIGKILL);
-    EXPECT_EQ(lab_->wait(), 137);
-    expectNothing();
-}
-
-TEST_F(LabLeavesNothing, WhenItIsKilledInAUserNamespace) {
-    start(LabTests::labCommandWhereUnshareNeeds("U", endless));
-    lab_->signal(SIGKILL);
-    EXPECT_EQ(lab_->wait(), 137);
-    expectNothing();
-}
-
-TEST_F(LabLeavesNothing, WhenTheCommandDoesNotListen) {
-    start(labCommand({"--", "bash", "-c", "trap '' INT TERM HUP; echo ready; while :; do sleep 1; done"}));
-    lab_->signal(SIGTERM);
-    EXPECT_EQ(lab_->wait(), 143);
-    expectNothing();
-}
+INSTANTIATE_TEST_SUITE_P(Lab, LabThatIs, testing::ValuesIn(signalled),
+                         [](const auto& row) { return row.param.name; });
 
 TEST_F(LabLeavesNothing, WhenTheTerminalInterruptsAllOfIt) {
-    auto command =
-        std::vector<std::string>{"/bin/bash", "-c", "set -m; \"$@\" & echo group $! end; wait $!", "bash"};
-    const auto lab = labCommand({"--", "bash", "-c",
-                                 "heard=; trap 'echo heard; heard=1' INT; echo ready; until [ $heard ]; do "
-                                 "sleep 0.05; done; echo ended"});
+    Names command{"/bin/bash", "-c", "set -m; \"$@\" & echo group $! end; wait $!", "bash"};
+    const Names lab = labCommand({"--", "bash", "-c",
+                                  "heard=; trap 'echo heard; heard=1' INT; echo ready; until [ $heard ]; do "
+                                  "sleep 0.05; done; echo ended"});
     command.insert(command.end(), lab.begin(), lab.end());
     start(command);
     const std::string& output = lab_->output();
@@ -155,7 +141,6 @@ TEST_F(LabLeavesNothing, WhenTheTerminalInterruptsAllOfIt) {
 }
 
 TEST_F(LabLeavesNothing, WhenACameraFails) {
-    const TemporaryFile set("1\n1 ! false\n");
-    EXPECT_EQ(LabTests::runLab({"--set", set.path(), "true"}).status, 1);
+    EXPECT_EQ(runAmong("1\n1 ! false\n", "true").status, 1);
     expectNothing();
 }

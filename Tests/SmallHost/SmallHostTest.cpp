@@ -3,16 +3,15 @@
 #include "ToolRun.h"
 
 #include <fstream>
-#include <gtest/gtest.h>
 #include <iterator>
 #include <string>
 
-using Integration::ChildProcess;
-using Integration::toolCommand;
+using namespace Integration;
+using testing::_;
 
 namespace {
 
-const std::string address = Integration::addressOfThisProcess();
+const std::string address = addressOfThisProcess();
 
 std::string textOf(const std::string& file) {
     std::ifstream stream(std::string(KORVA_SOURCE_DIR) + "/" + file, std::ios::binary);
@@ -23,32 +22,20 @@ std::string textOf(const std::string& file) {
 
 TEST(SmallHost, IsWhatTheDocumentShows) {
     const std::string source = textOf("Tests/SmallHost/SmallHost.cpp");
-    ASSERT_FALSE(source.empty());
-    EXPECT_NE(textOf("Docs/Integration.md").find("```cpp\n" + source + "```\n"), std::string::npos);
+    ASSERT_NE(source, "");
+    EXPECT_THAT(textOf("Docs/Integration.md"), has({"```cpp\n" + source + "```\n"}));
 }
 
 TEST(SmallHost, TakesAPictureOfTheCameraAtAnAddress) {
-    ChildProcess camera(
-        toolCommand({"simulate", "--address", address, "--model", "M615", "--serial", "77", "--for", "60"}));
-    ASSERT_TRUE(camera.waitForOutput("Take a picture with: ")) << camera.output();
-    ChildProcess host({KORVA_SMALL_HOST, KORVA_PLUGIN, address});
-    EXPECT_EQ(host.wait(), 0) << host.errors();
-    EXPECT_NE(host.output().find("2748 x 1836 pixels, health 2\n"), std::string::npos) << host.output();
+    const CameraAtItsPorts camera({"--model", "M615", "--serial", "77"});
+    EXPECT_THAT(run({KORVA_SMALL_HOST, KORVA_PLUGIN, address}),
+                ended(0, has({"2748 x 1836 pixels, health 2\n"}), _));
 }
 
-TEST(SmallHost, FollowsNoLoggingConfigurationOfTheWorkingFolder) {
-    const Integration::TemporaryFolder folder;
-    std::ofstream(folder.file("log4j.properties"))
-        << "log4j.rootLogger=TRACE, F\nlog4j.appender.F=org.apache.log4j.FileAppender\n"
-           "log4j.appender.F.File=victim\nlog4j.appender.F.layout=org.apache.log4j.SimpleLayout\n";
-    ChildProcess host(
-        {"/usr/bin/env", "-C", folder.path().string(), KORVA_SMALL_HOST, KORVA_PLUGIN, address});
-    EXPECT_EQ(host.wait(), 1);
-    EXPECT_EQ(folder.names(), std::vector<std::string>{"log4j.properties"});
-}
-
-TEST(SmallHost, FailsWhereNobodyAnswers) {
-    ChildProcess host({KORVA_SMALL_HOST, KORVA_PLUGIN, address});
-    EXPECT_EQ(host.wait(), 1);
-    EXPECT_EQ(host.output(), "");
+TEST(SmallHost, FailsWhereNobodyAnswersAndFollowsNoLoggingConfigurationOfTheWorkingFolder) {
+    const TemporaryFolder folder;
+    std::ofstream(folder.file("log4j.properties")) << everyLineIntoAFile("log4j.properties");
+    EXPECT_THAT(run({"/usr/bin/env", "-C", folder.path(), KORVA_SMALL_HOST, KORVA_PLUGIN, address}),
+                ended(1, "", _));
+    EXPECT_EQ(folder.names(), Names{"log4j.properties"});
 }
