@@ -18,6 +18,7 @@
 #include <signal.h>
 #include <stdexcept>
 #include <string>
+#include <tuple>
 #include <vector>
 
 using namespace std::chrono_literals;
@@ -78,6 +79,8 @@ protected:
             logger->forcedLog(log4cxx::Level::getInfo(), line);
     }
 
+    static void hear(const std::string& address) { say("Message from Korva device: Lab " + address); }
+
     Tests::FakeType type;
     Tests::FakeCommunicator communicator;
     ToolLog log{{}, nullptr};
@@ -124,12 +127,12 @@ TEST_F(CameraSearchTest, RunsWhereNoSignalReachesItThatWaitsForAFileToBeWhole) {
 TEST_F(CameraSearchTest, IsLeftToItselfWhereCamerasHoldItBeyondItsTime) {
     locator.play = [this](auto& observer) {
         say("broadcastObserverSearch..");
-        say("Message from Korva device: Lab 10.0.0.5");
-        say("Message from Korva device: Lab 10.0.0.6");
+        hear("10.0.0.5");
+        hear("10.0.0.6");
         say("Last recv returned: -1 WSAError: 10060");
         find(observer, L"one");
         released.wait();
-        say("Message from Korva device: Lab 10.0.0.7");
+        hear("10.0.0.7");
         find(observer, L"late");
     };
     EXPECT_EQ(run(40ms), End::stillAsking);
@@ -145,23 +148,20 @@ TEST_F(CameraSearchTest, SaysThatItIsNotFollowedWhereItsLinesAreOff) {
 }
 
 /// The time of a search, when it no longer listens, and what that is called.
-struct Listening {
-    TimeLimits::Time time;
-    TimeLimits::Time listened;
-    End end;
-};
+using Listening = std::tuple<TimeLimits::Time, TimeLimits::Time, End>;
 
 class AListeningSearch : public CameraSearchTest, public testing::WithParamInterface<Listening> {};
 
 TEST_P(AListeningSearch, IsLeftToItselfOnceItsTimeToListenIsOver) {
+    const auto& [time, listened, end] = GetParam();
     locator.play = [this](auto&) {
         say("broadcastObserverSearch..");
-        say("Message from Korva device: Lab 10.0.0.5");
+        hear("10.0.0.5");
         released.wait();
     };
-    EXPECT_EQ(run(GetParam().time), GetParam().end);
-    EXPECT_GE(elapsed, GetParam().listened);
-    EXPECT_LT(elapsed, GetParam().time);
+    EXPECT_EQ(run(time), end);
+    EXPECT_GE(elapsed, listened);
+    EXPECT_LT(elapsed, time);
     EXPECT_EQ(addresses, std::vector<std::string>{"10.0.0.5"});
 }
 

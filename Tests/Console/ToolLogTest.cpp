@@ -48,15 +48,21 @@ std::string shownWith(const LogOptions& options) {
     });
 }
 
-/// What a listener to the logger gets.
-Lines heardOf(ToolLog& toolLog) {
+/// Listens to the logger while it lives.
+struct Listener {
+    explicit Listener(ToolLog& itsLog) : toolLog(itsLog) {
+        toolLog.listenTo("Plenar.Test", [this](std::string_view line) { heard.emplace_back(line); });
+    }
+    Listener(const Listener&) = delete;
+    Listener& operator=(const Listener&) = delete;
+    ~Listener() { toolLog.listenTo("Plenar.Test", {}); }
+
+    ToolLog& toolLog;
     Lines heard;
-    toolLog.listenTo("Plenar.Test", [&heard](std::string_view line) { heard.emplace_back(line); });
-    logOnEveryLevel();
+};
+
+void logElsewhere() {
     log4cxx::Logger::getLogger("Plenar.Other")->forcedLog(Level::getError(), std::string("other"));
-    toolLog.listenTo("Plenar.Test", {});
-    logOnEveryLevel();
-    return heard;
 }
 
 /// A log that is laid out by a file.
@@ -69,7 +75,7 @@ protected:
     }
 
     /// Lines of level info and above go to a file.
-    LogOptions intoFile(const std::string& more = "") const {
+    LogOptions intoFile(const std::string& more) const {
         return configured("log4j.rootLogger=INFO, F\nlog4j.appender.F=org.apache.log4j.FileAppender\n"
                           "log4j.appender.F.File=" +
                           folder_.file("log") +
@@ -118,12 +124,6 @@ TEST(ToolLog, ShowsTheLevelAskedForAndAboveAndNothingUnlessAsked) {
                                         "ERROR Plenar.Test - one\n");
 }
 
-TEST(ToolLog, EnablesOnlyTheLevelsItNeeds) {
-    const ToolLog toolLog({}, nullptr);
-    EXPECT_TRUE(logger()->isWarnEnabled());
-    EXPECT_FALSE(logger()->isInfoEnabled());
-}
-
 TEST(ToolLog, EscapesWhatCouldSteerATerminal) {
     EXPECT_EQ(shownBy([] {
                   const ToolLog toolLog({"warn", ""}, nullptr);
@@ -160,34 +160,37 @@ TEST(ToolLog, StopsShowingAtItsEnd) {
 TEST(ToolLog, LetsListenToOneLoggerFromInfoOnWithoutShowingIt) {
     EXPECT_EQ(shownBy([] {
                   ToolLog toolLog({}, nullptr);
-                  EXPECT_EQ(heardOf(toolLog), (Lines{"one", "one", "one"}));
+                  {
+                      const Listener listener(toolLog);
+                      logOnEveryLevel();
+                      logElsewhere();
+                      EXPECT_EQ(listener.heard, (Lines{"one", "one", "one"}));
+                  }
+                  EXPECT_TRUE(logger()->isWarnEnabled());
                   EXPECT_FALSE(logger()->isInfoEnabled()) << "as it was before";
               }),
               "");
 }
 
 TEST(ToolLog, IgnoresAThreadThatIsLeftToItself) {
-    EXPECT_EQ(
-        shownBy([] {
-            ToolLog toolLog({"warn", ""}, nullptr);
-            Lines heard;
-            toolLog.listenTo("Plenar.Test", [&heard](std::string_view line) { heard.emplace_back(line); });
-            toolLog.ignore(std::this_thread::get_id());
-            log4cxx::Logger::getLogger("Plenar.Other")->forcedLog(Level::getError(), std::string("one"));
-            EXPECT_FALSE(logger()->isErrorEnabled());
-            EXPECT_EQ(heard, Lines{});
-            EXPECT_EQ(toolLog.takeRemarks(), Lines{});
-        }),
-        "");
+    EXPECT_EQ(shownBy([] {
+                  ToolLog toolLog({"warn", ""}, nullptr);
+                  const Listener listener(toolLog);
+                  toolLog.ignore(std::this_thread::get_id());
+                  logElsewhere();
+                  EXPECT_FALSE(logger()->isErrorEnabled());
+                  EXPECT_EQ(listener.heard, Lines{});
+                  EXPECT_EQ(toolLog.takeRemarks(), Lines{});
+              }),
+              "");
 }
 
 TEST_F(ConfiguredToolLog, FollowsItsFile) {
-    const LogOptions options = intoFile();
-    EXPECT_EQ(shownWith({"", options.configFile}), "");
+    EXPECT_EQ(shownWith(intoFile("")), "ERROR Plenar.Test - one\n");
     EXPECT_EQ(inFile(), "INFO|one\nWARN|one\nERROR|one\n");
 }
 
-TEST_F(ConfiguredToolLog, LeavesNoLineOutOfAFileWhereAThreadIsLeftToItself) {
+TEST_F(ConfiguredToolLog, LeavesNoLineOutOfItsFileWhereAThreadIsLeftToItself) {
     {
         ToolLog toolLog(intoFile("log4j.appender.F.BufferedIO=true\n"), nullptr);
         log(Level::getInfo(), "one");
@@ -220,6 +223,8 @@ TEST_F(ConfiguredToolLog, LooksAsItsFileSaysBehindAnAsynchronousAppender) {
 TEST_F(ConfiguredToolLog, HearsNoMoreThanTheLevelsOfItsFileLetPass) {
     shownBy([this] {
         ToolLog toolLog(configured("log4j.rootLogger=ERROR, A\n" + consoleAppender("A", "%m%n")), nullptr);
-        EXPECT_EQ(heardOf(toolLog), Lines{"one"});
+        const Listener listener(toolLog);
+        logOnEveryLevel();
+        EXPECT_EQ(listener.heard, Lines{"one"});
     });
 }

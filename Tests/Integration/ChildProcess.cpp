@@ -162,19 +162,16 @@ bool ChildProcess::collect(const std::function<bool()>& enough, Clock::time_poin
     return true;
 }
 
-bool ChildProcess::readFrom(int& descriptor, std::string& text) {
+void ChildProcess::readFrom(int& descriptor, std::string& text) {
     std::array<char, 65536> buffer{};
     const ssize_t count = read(descriptor, buffer.data(), buffer.size());
     if (count > 0) {
         text.append(buffer.data(), static_cast<std::size_t>(count));
-        return true;
+    } else if (count == 0 || errno != EINTR) {
+        // A pseudo-terminal whose other side has gone says EIO, a pipe says 0.
+        close(descriptor);
+        descriptor = -1;
     }
-    if (count < 0 && errno == EINTR)
-        return true;
-    // A pseudo-terminal whose other side has gone says EIO, a pipe says 0.
-    close(descriptor);
-    descriptor = -1;
-    return false;
 }
 
 } // namespace Integration

@@ -65,7 +65,7 @@ private:
     using Clock = std::chrono::steady_clock;
 
     bool collect(const std::function<bool()>& enough, Clock::time_point deadline);
-    bool readFrom(int& descriptor, std::string& text);
+    static void readFrom(int& descriptor, std::string& text);
 
     pid_t pid_ = -1;
     int outputDescriptor_ = -1;

@@ -40,17 +40,13 @@ TEST(ToolCapture, JsonIsAllThatStandsOnStandardOutput) {
     const SimulatedCamera camera({"--scene", "white"});
     const ProcessResult result = camera.capture({"--json", "--exposure", "2.5"});
     EXPECT_THAT(result, ended(0, oneLine(), ""));
-    auto said = json::parse(result.output);
+    const json said = json::parse(result.output);
+    EXPECT_EQ(said["exposureSeconds"], 2.5);
+    ASSERT_EQ(said["files"].size(), 1u);
+    EXPECT_EQ(said["files"][0]["address"], "127.0.0.1");
+    EXPECT_EQ(said["files"][0]["file"], camera.pictures().file("a.png"));
+    EXPECT_EQ(said["files"][0]["mean"], 255.0);
     EXPECT_GT(said["files"][0]["milliseconds"].get<double>(), 0.0);
-    said["files"][0].erase("milliseconds");
-    EXPECT_EQ(said, json({{"exposureSeconds", 2.5},
-                          {"files",
-                           {{{"address", "127.0.0.1"},
-                             {"file", camera.pictures().file("a.png")},
-                             {"width", 120},
-                             {"height", 80},
-                             {"mean", 255.0}}}},
-                          {"warnings", json::array()}}));
 }
 
 TEST(ToolCapture, JsonOfAFailureSaysWhy) {
@@ -78,23 +74,12 @@ TEST(ToolCapture, PicturesTakenBeforeAFailureStay) {
     EXPECT_EQ(json::parse(result.output)["files"].size(), 2u);
 }
 
-namespace {
-
-/// What comes of a camera with this fault, of which the plug-in warns.
-struct Warned {
-    const char* fault;
-    const char* warning;
-};
-
-} // namespace
-
 TEST(ToolCapture, PictureThatThePlugInWarnsOfComesWithTheWarning) {
     for (const auto& [fault, warning] :
-         {Warned{"get:black-picture*1", "All black image from Korva detected"},
+         {std::pair<std::string, std::string>{"get:black-picture*1", "All black image from Korva detected"},
           {"take:two-arguments", "Korva returned more arguments than expected: \\x02"}}) {
         const SimulatedCamera camera({"--fault", fault});
-        EXPECT_THAT(camera.capture(),
-                    ended(0, _, "korva: warning: 127.0.0.1: " + std::string(warning) + "\n"));
+        EXPECT_THAT(camera.capture(), ended(0, _, "korva: warning: 127.0.0.1: " + warning + "\n"));
         EXPECT_EQ(camera.pictures().names(), Names{"a.png"});
     }
 }
