@@ -48,21 +48,19 @@ std::string shownWith(const LogOptions& options) {
     });
 }
 
-/// Listens to the logger while it lives.
-struct Listener {
-    explicit Listener(ToolLog& itsLog) : toolLog(itsLog) {
-        toolLog.listenTo("Plenar.Test", [this](std::string_view line) { heard.emplace_back(line); });
-    }
-    Listener(const Listener&) = delete;
-    Listener& operator=(const Listener&) = delete;
-    ~Listener() { toolLog.listenTo("Plenar.Test", {}); }
-
-    ToolLog& toolLog;
-    Lines heard;
-};
-
 void logElsewhere() {
     log4cxx::Logger::getLogger("Plenar.Other")->forcedLog(Level::getError(), std::string("other"));
+}
+
+/// What a listener to the logger hears.
+Lines heardOf(ToolLog& toolLog) {
+    Lines heard;
+    toolLog.listenTo("Plenar.Test", [&heard](std::string_view line) { heard.emplace_back(line); });
+    logOnEveryLevel();
+    logElsewhere();
+    toolLog.listenTo("Plenar.Test", {});
+    logOnEveryLevel();
+    return heard;
 }
 
 /// A log that is laid out by a file.
@@ -74,26 +72,26 @@ protected:
         return {"error", folder_.file(name)};
     }
 
+    static std::string appender(const std::string& name, const std::string& kind, const std::string& setting,
+                                const std::string& pattern) {
+        const std::string key = "log4j.appender." + name;
+        return key + "=org.apache.log4j." + kind + "\n" + key + "." + setting + "\n" + key +
+               ".layout=org.apache.log4j.PatternLayout\n" + key + ".layout.ConversionPattern=" + pattern +
+               "\n";
+    }
+    static std::string onConsole(const std::string& name, const std::string& pattern) {
+        return appender(name, "ConsoleAppender", "Target=System.err", pattern);
+    }
+
     /// Lines of level info and above go to a file.
     LogOptions intoFile(const std::string& more) const {
-        return configured("log4j.rootLogger=INFO, F\nlog4j.appender.F=org.apache.log4j.FileAppender\n"
-                          "log4j.appender.F.File=" +
-                          folder_.file("log") +
-                          "\nlog4j.appender.F.layout=org.apache.log4j.PatternLayout\n"
-                          "log4j.appender.F.layout.ConversionPattern=%p|%m%n\n" +
-                          more);
+        return configured("log4j.rootLogger=INFO, F\n" +
+                          appender("F", "FileAppender", "File=" + folder_.file("log"), "%p|%m%n") + more);
     }
 
     std::string inFile() const {
         std::ifstream stream(folder_.file("log"));
         return {std::istreambuf_iterator<char>(stream), {}};
-    }
-
-    static std::string consoleAppender(const std::string& name, const std::string& pattern) {
-        const std::string key = "log4j.appender." + name;
-        return key + "=org.apache.log4j.ConsoleAppender\n" + key + ".Target=System.err\n" + key +
-               ".layout=org.apache.log4j.PatternLayout\n" + key + ".layout.ConversionPattern=" + pattern +
-               "\n";
     }
 
     /// What these options make of an error, and nothing of it looks like a library's line.
@@ -160,12 +158,7 @@ TEST(ToolLog, StopsShowingAtItsEnd) {
 TEST(ToolLog, LetsListenToOneLoggerFromInfoOnWithoutShowingIt) {
     EXPECT_EQ(shownBy([] {
                   ToolLog toolLog({}, nullptr);
-                  {
-                      const Listener listener(toolLog);
-                      logOnEveryLevel();
-                      logElsewhere();
-                      EXPECT_EQ(listener.heard, (Lines{"one", "one", "one"}));
-                  }
+                  EXPECT_EQ(heardOf(toolLog), (Lines{"one", "one", "one"}));
                   EXPECT_TRUE(logger()->isWarnEnabled());
                   EXPECT_FALSE(logger()->isInfoEnabled()) << "as it was before";
               }),
@@ -175,11 +168,12 @@ TEST(ToolLog, LetsListenToOneLoggerFromInfoOnWithoutShowingIt) {
 TEST(ToolLog, IgnoresAThreadThatIsLeftToItself) {
     EXPECT_EQ(shownBy([] {
                   ToolLog toolLog({"warn", ""}, nullptr);
-                  const Listener listener(toolLog);
+                  Lines heard;
+                  toolLog.listenTo("Plenar.Test", [&](std::string_view line) { heard.emplace_back(line); });
                   toolLog.ignore(std::this_thread::get_id());
                   logElsewhere();
                   EXPECT_FALSE(logger()->isErrorEnabled());
-                  EXPECT_EQ(listener.heard, Lines{});
+                  EXPECT_EQ(heard, Lines{});
                   EXPECT_EQ(toolLog.takeRemarks(), Lines{});
               }),
               "");
@@ -201,11 +195,11 @@ TEST_F(ConfiguredToolLog, LeavesNoLineOutOfItsFileWhereAThreadIsLeftToItself) {
 }
 
 TEST_F(ConfiguredToolLog, LooksAsItsFileSaysWhileLibrariesAreKeptApart) {
-    EXPECT_EQ(shownApartFromLibraries(configured("log4j.rootLogger=INFO, A\n"
-                                                 "log4j.logger.Plenar.Test=INFO, B\n" +
-                                                 consoleAppender("A", "root|%p|%m%n") +
-                                                 consoleAppender("B", "own|%p|%m%n"))),
-              "own|ERROR|caf\xC3\xA9\nroot|ERROR|caf\xC3\xA9\nERROR Plenar.Test - caf\xC3\xA9\n");
+    EXPECT_EQ(
+        shownApartFromLibraries(configured("log4j.rootLogger=INFO, A\n"
+                                           "log4j.logger.Plenar.Test=INFO, B\n" +
+                                           onConsole("A", "root|%p|%m%n") + onConsole("B", "own|%p|%m%n"))),
+        "own|ERROR|caf\xC3\xA9\nroot|ERROR|caf\xC3\xA9\nERROR Plenar.Test - caf\xC3\xA9\n");
 }
 
 TEST_F(ConfiguredToolLog, LooksAsItsFileSaysBehindAnAsynchronousAppender) {
@@ -222,9 +216,7 @@ TEST_F(ConfiguredToolLog, LooksAsItsFileSaysBehindAnAsynchronousAppender) {
 
 TEST_F(ConfiguredToolLog, HearsNoMoreThanTheLevelsOfItsFileLetPass) {
     shownBy([this] {
-        ToolLog toolLog(configured("log4j.rootLogger=ERROR, A\n" + consoleAppender("A", "%m%n")), nullptr);
-        const Listener listener(toolLog);
-        logOnEveryLevel();
-        EXPECT_EQ(listener.heard, Lines{"one"});
+        ToolLog toolLog(configured("log4j.rootLogger=ERROR, A\n" + onConsole("A", "%m%n")), nullptr);
+        EXPECT_EQ(heardOf(toolLog), Lines{"one"});
     });
 }

@@ -1,7 +1,6 @@
 // Whole captures: the plug-in's library, the host's transport over real sockets, a simulated camera.
 
 #include "ServedCamera.h"
-#include "TemporaryFolder.h"
 
 #include "Camera/PngWriter.h"
 #include "Camera/Scene.h"
@@ -9,10 +8,13 @@
 #include "Communicator/DeviceException.h"
 #include "ReferenceHost/HostControl.h"
 #include "Support/LogCapture.h"
+#include "Support/TemporaryFolder.h"
 
 #include <gtest/gtest.h>
 
+#include <fstream>
 #include <future>
+#include <iterator>
 #include <string>
 #include <tuple>
 
@@ -111,43 +113,19 @@ TEST(Capture, OfTwoCamerasAtOnceGivesEachItsOwnPicture) {
     EXPECT_TRUE(other.get());
 }
 
-namespace {
-
-/// What one capture at `level` leaves in the diagnostics folder.
-std::vector<std::pair<std::string, Bytes>> dumpedBy(const CameraSettings& settings, const CaptureKind& kind,
-                                                    const log4cxx::LevelPtr& level) {
-    const TemporaryFolder folder;
-    const std::string name = folder.path().string();
-    ReferenceHost::setImagesSubDirectory(std::wstring(name.begin(), name.end()));
-    const TestSupport::LogCapture log("Plenar.KorvaCamera.KorvaCapture", level);
-    EXPECT_NE(ConnectedCamera(settings).capture(kind), nullptr);
-    std::vector<std::pair<std::string, Bytes>> files;
-    for (const std::string& file : folder.names())
-        files.emplace_back(file, fileBytes(folder.path() / file));
-    return files;
-}
-
-} // namespace
-
-TEST(ImageDump, HoldsExactlyTheFileTheCameraSent) {
+TEST(Capture, DumpsExactlyTheFileTheCameraSent) {
     for (const bool png : {false, true}) {
-        const auto files =
-            dumpedBy(settingsOf(SceneKind::noise), {false, png, png}, log4cxx::Level::getTrace());
+        const TestSupport::TemporaryFolder folder;
+        ReferenceHost::setImagesSubDirectory(folder.path().wstring());
+        const TestSupport::LogCapture log("Plenar.KorvaCamera.KorvaCapture", log4cxx::Level::getTrace());
+        EXPECT_NE(ConnectedCamera(settingsOf(SceneKind::noise)).capture({false, png, png}), nullptr);
         const Simulator::Picture sent =
             Simulator::renderScene(SceneKind::noise, {173, 97}, png ? 1 : 3, 15, 1);
-        ASSERT_EQ(files.size(), 1u);
-        EXPECT_TRUE(files[0].first.starts_with("KorvaImage ")) << files[0].first;
-        EXPECT_TRUE(files[0].first.ends_with(png ? ".png" : ".sgi")) << files[0].first;
-        EXPECT_TRUE(files[0].second == (png ? Simulator::writePng(sent) : Simulator::writeSgi(sent)));
+        ASSERT_EQ(folder.names().size(), 1u);
+        const std::string name = folder.names()[0];
+        EXPECT_TRUE(name.starts_with("KorvaImage ") && name.ends_with(png ? ".png" : ".sgi")) << name;
+        std::ifstream stream(folder.file(name), std::ios::binary);
+        const Bytes dumped(std::istreambuf_iterator<char>(stream), {});
+        EXPECT_TRUE(dumped == (png ? Simulator::writePng(sent) : Simulator::writeSgi(sent)));
     }
-}
-
-TEST(ImageDump, IsNotWrittenBelowTraceLevel) {
-    EXPECT_TRUE(dumpedBy(settingsOf(SceneKind::noise), {}, log4cxx::Level::getDebug()).empty());
-}
-
-TEST(ImageDump, FolderThatIsMissingLeavesTheCaptureUnaffected) {
-    ReferenceHost::setImagesSubDirectory(L"/dev/null/missing");
-    const TestSupport::LogCapture log("Plenar.KorvaCamera.KorvaCapture", log4cxx::Level::getTrace());
-    EXPECT_TRUE(ConnectedCamera(settingsOf(SceneKind::noise)).givesItsScene());
 }

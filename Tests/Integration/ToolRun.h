@@ -2,7 +2,7 @@
 // Runs the built tool as its users do.
 
 #include "ChildProcess.h"
-#include "TemporaryFolder.h"
+#include "Support/TemporaryFolder.h"
 
 #include <cstddef>
 #include <string>
@@ -11,6 +11,7 @@
 namespace Integration {
 
 using Names = std::vector<std::string>;
+using TestSupport::TemporaryFolder;
 
 /// `arguments` behind the tool's own path.
 Names toolCommand(const Names& arguments);

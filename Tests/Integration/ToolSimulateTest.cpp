@@ -53,20 +53,6 @@ TEST(ToolSimulate, WhatCannotBeServedIsAFailureThatNamesIt) {
     EXPECT_THAT(simulate({"--config", folder.file("set.json"), "--model", "M61"}), ended(2, "", _));
 }
 
-TEST(ToolSimulate, ServesAPictureFileAsItIs) {
-    const TemporaryFolder folder;
-    // An SGI file of 3 x 1 pixels, three channels of 16 bits, every sample 64: grey 1.
-    std::string file = {1, static_cast<char>(0xDA), 0, 2, 0, 3, 0, 3, 0, 1, 0, 3};
-    file.resize(512, 0);
-    for (int sample = 0; sample < 3 * 3; ++sample)
-        file += {0, 64};
-    std::ofstream(folder.file("scene.sgi"), std::ios::binary) << file;
-    const SimulatedCamera camera({"--size", "3x1", "--scene", "file:" + folder.file("scene.sgi")});
-    EXPECT_EQ(camera.capture().status, 0);
-    EXPECT_EQ(camera.picture().width, 3u);
-    EXPECT_EQ(camera.picture().pixels, (std::vector<unsigned char>{1, 1, 1}));
-}
-
 TEST(ToolSimulate, WaitsTheExposureWhenToldTo) {
     const SimulatedCamera camera({"--size", "20x10", "--wait-exposure"});
     const auto start = std::chrono::steady_clock::now();

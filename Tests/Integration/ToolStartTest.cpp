@@ -3,7 +3,6 @@
 #include "ElfFile.h"
 #include "ToolRun.h"
 
-#include <algorithm>
 #include <filesystem>
 #include <fstream>
 #include <string>
@@ -23,10 +22,9 @@ ProcessResult runToolIn(const TemporaryFolder& folder, const Names& arguments, c
     return run(command);
 }
 
-const Names simulate = {"simulate", "--port", "0", "--text-port", "0", "--for", "60"};
-
-/// Of a name that log4cxx looks for by itself, or that the environment tells it.
-class ALoggingConfiguration : public testing::TestWithParam<const char*> {};
+Names simulateFor(const std::string& seconds) {
+    return {"simulate", "--port", "0", "--text-port", "0", "--for", seconds};
+}
 
 } // namespace
 
@@ -41,34 +39,26 @@ TEST(ToolStart, RunsNoLibraryOfTheWorkingFolder) {
     EXPECT_THAT(runToolIn(folder, {"identify", addressOfThisProcess()}), failed({"no camera identified at"}));
 }
 
-TEST_P(ALoggingConfiguration, OfTheWorkingFolderIsNotFollowed) {
-    const TemporaryFolder folder;
-    const std::string name = GetParam();
-    std::ofstream(folder.file(name)) << everyLineIntoAFile(name);
-    Names environment;
-    if (!name.starts_with("log4"))
-        environment = {"LOG4CXX_CONFIGURATION=" + name, "log4j.configuration=" + name};
-    Names alone = environment;
-    alone.insert(alone.end(), {"unshare", "-rn"});
-    EXPECT_EQ(
-        runToolIn(folder, {"simulate", "--port", "0", "--text-port", "0", "--for", "0"}, environment).status,
-        0);
-    for (const char* const command : {"identify", "describe", "health", "capture"})
-        EXPECT_EQ(runToolIn(folder, {command, addressOfThisProcess()}, environment).status, 1) << command;
-    // They ask all networks: in one of their own where this system grants it, else they are not run.
-    runToolIn(folder, {"discover"}, alone);
-    runToolIn(folder, {"capture", "--all"}, alone);
-    EXPECT_EQ(folder.names(), Names{name});
+TEST(ToolStart, FollowsNoLoggingConfigurationOfTheWorkingFolder) {
+    // Names that log4cxx looks for by itself, and one that the environment tells it.
+    for (const std::string name :
+         {"log4cxx.xml", "log4cxx.properties", "log4j.xml", "log4j.properties", "named.properties"}) {
+        const TemporaryFolder folder;
+        std::ofstream(folder.file(name)) << everyLineIntoAFile(name);
+        Names environment;
+        if (!name.starts_with("log4"))
+            environment = {"LOG4CXX_CONFIGURATION=" + name, "log4j.configuration=" + name};
+        Names alone = environment;
+        alone.insert(alone.end(), {"unshare", "-rn"});
+        EXPECT_EQ(runToolIn(folder, simulateFor("0"), environment).status, 0);
+        for (const char* const command : {"identify", "describe", "health", "capture"})
+            EXPECT_EQ(runToolIn(folder, {command, addressOfThisProcess()}, environment).status, 1) << command;
+        // They ask all networks: in one of their own where this system grants it, else they are not run.
+        runToolIn(folder, {"discover"}, alone);
+        runToolIn(folder, {"capture", "--all"}, alone);
+        EXPECT_EQ(folder.names(), Names{name});
+    }
 }
-
-INSTANTIATE_TEST_SUITE_P(ToolStart, ALoggingConfiguration,
-                         testing::Values("log4cxx.xml", "log4cxx.properties", "log4j.xml", "log4j.properties",
-                                         "named.properties"),
-                         [](const auto& file) {
-                             std::string name = file.param;
-                             std::replace(name.begin(), name.end(), '.', '_');
-                             return name;
-                         });
 
 TEST(ToolStart, KeepsItsLogOutOfTheConnectionWhereStandardErrorIsClosed) {
     const TemporaryFolder dumps;
@@ -84,11 +74,11 @@ TEST(ToolStart, SaysThatStandardOutputIsClosedOrThatNobodyReadsIt) {
     const SimulatedCamera camera;
     const auto failure = ended(1, "", "korva: standard output could not be written\n");
     for (const Names& arguments : {Names{"--version"}, Names{"capture", "--help"},
-                                   Names{"health", "--from", camera.description()}, simulate})
+                                   Names{"health", "--from", camera.description()}, simulateFor("60")})
         EXPECT_THAT(runToolBy(R"(exec "$0" "$@" >&-)", arguments), failure) << arguments[0];
-    EXPECT_THAT(runToolBy(R"(set -o pipefail; "$0" "$@" | true)", simulate), failure);
+    EXPECT_THAT(runToolBy(R"(set -o pipefail; "$0" "$@" | true)", simulateFor("60")), failure);
     // Standard error too: the status alone is left to say it.
-    EXPECT_EQ(runToolBy(R"(exec "$0" "$@" <&- >&- 2>&-)", simulate).status, 1);
+    EXPECT_EQ(runToolBy(R"(exec "$0" "$@" <&- >&- 2>&-)", simulateFor("60")).status, 1);
 }
 
 TEST(ToolStart, SaysThatMemoryIsShort) {
