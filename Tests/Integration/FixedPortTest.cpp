@@ -106,7 +106,8 @@ TEST(ToolOnTheCamerasOwnPorts, HealthByAddressIdentifiesFirst) {
 TEST(ToolOnTheCamerasOwnPorts, UnidentifiableCameraIsNamedWithThePortAsked) {
     const CameraAtItsPorts camera({"--text", "refused"});
     for (const char* command : {"capture", "identify", "describe", "health"})
-        EXPECT_THAT(runTool({command, address}), failed({address + ":32768", "Connection refused"}))
+        EXPECT_THAT(runTool({command, address}),
+                    failed({"korva: no camera identified at " + address + ":32768: ", "Connection refused"}))
             << command;
 }
 

@@ -147,12 +147,15 @@ TEST(ToolCapture, NameThatIsNoneIsAFailure) {
     EXPECT_EQ(folder.names(), Names{});
 }
 
-TEST(ToolCapture, ReadOnlyFolderIsNoticedBeforeThePictureIsTaken) {
+TEST(ToolCapture, ReadOnlyFolderIsNoticedBeforeTheCameraIsAskedAnything) {
     SimulatedCamera camera;
     fs::permissions(camera.pictures().path(), fs::perms::owner_read | fs::perms::owner_exec);
-    EXPECT_THAT(camera.capture(), ended(1, "",
-                                        "korva: cannot write " + camera.pictures().file("a.png") +
-                                            ": Permission denied; try: another --output\n"));
+    const std::string file = camera.pictures().file("a.png");
+    const auto failure =
+        ended(1, "", "korva: cannot write " + file + ": Permission denied; try: another --output\n");
+    EXPECT_THAT(camera.capture(), failure);
+    // Nobody is there to be identified.
+    EXPECT_THAT(runTool({"capture", addressOfThisProcess(), "--output", file}), failure);
     EXPECT_EQ(camera.pictures().names(), Names{});
     EXPECT_THAT(camera.stop(), Not(has({"connected"})));
 }

@@ -29,9 +29,12 @@ TEST(ToolHealth, CameraThatDoesNotGivesCodeMeaningAndReason) {
 }
 
 TEST(ToolHealth, WatchSaysOnlyWhatIsNewAndEndsAtCtrlC) {
-    const SimulatedCamera camera;
+    // Each of the first three checks is told by a fault of its own.
+    SimulatedCamera camera(
+        {"--fault", "probe:delay=1*1", "--fault", "probe:delay=2*1", "--fault", "probe:delay=3*1"});
     ChildProcess watch(toolCommand({"health", "--from", camera.description(), "--watch"}));
     EXPECT_TRUE(watch.waitForOutput(": good, the camera answers\n"));
+    EXPECT_TRUE(camera.process().waitForOutput("fault probe:delay=3"));
     watch.signal(SIGINT);
     EXPECT_THAT(watch.result(), ended(0, oneLine(), ""));
 }

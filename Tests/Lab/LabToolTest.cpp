@@ -68,12 +68,13 @@ std::string interrupt(const std::string& cameras, const std::string& command, co
         .output;
 }
 
-/// A camera that holds its identification: a byte every 200 ms of a sample picture of some hundred.
-const std::string holding = "1 --hardware X900 --size 40x30 --fault get:drip=1/200\n";
+/// Answers a search behind the others, and so comes after them.
+const std::string late = " --fault discovery:delay=200";
 
-/// The same, which answers a search later than others.
-const std::string holdingLate =
-    "1 --hardware X900 --size 40x30 --fault discovery:delay=200 --fault get:drip=1/200\n";
+/// A camera that holds its identification: a byte every 200 ms of a sample picture of some hundred.
+const std::string holdsIt = "1 --hardware X900 --size 40x30 --fault get:drip=1/200";
+const std::string holding = holdsIt + "\n";
+const std::string holdingLate = holdsIt + late + "\n";
 
 /// A stranger in a lab's set that answers a search and then sends it datagrams for as long as it listens.
 const std::string talker =
@@ -148,7 +149,7 @@ TEST(LabDiscovery, OneInterruptEndsItWhileACameraHoldsIt) {
 }
 
 TEST(LabDiscovery, CameraThatHoldsItLeavesTheOthersTheirTurn) {
-    const ProcessResult result = discover(holding + "1\n2\n", "--max-time 9");
+    const ProcessResult result = discover(holding + "1" + late + "\n2" + late, "--max-time 9");
     EXPECT_THAT(addressesOf(result), UnorderedElementsAre("10.77.1.12", "10.77.2.13"));
     EXPECT_THAT(result.output, Not(HasSubstr("\"cut\"")));
     EXPECT_THAT(result.errors, HasSubstr("10.77.1.11:32769: receive failed: Took too long: "));
@@ -234,7 +235,7 @@ TEST(LabCapture, TakesAPictureWithEveryCameraFoundAndASheetOfThem) {
 
 TEST(LabCapture, OneFailedCameraOfAllDoesNotKeepTheOthersFromTheirPictures) {
     const TemporaryFolder folder;
-    const ProcessResult result = captureAll("1 --binary refused\n2\n", folder);
+    const ProcessResult result = captureAll("1 --binary refused\n2" + late, folder);
     EXPECT_EQ(result.status, 1);
     EXPECT_THAT(addressesIn("files", result), ElementsAre("10.77.2.12"));
     EXPECT_THAT(json::parse(result.output)["error"], has({"no picture from 10.77.1.11:32769: "}));
@@ -242,7 +243,7 @@ TEST(LabCapture, OneFailedCameraOfAllDoesNotKeepTheOthersFromTheirPictures) {
 
 TEST(LabCapture, OneCameraThatHoldsDoesNotKeepTheOthersFromTheirPictures) {
     const TemporaryFolder folder;
-    const ProcessResult result = captureAll("1 --fault get:drip=1/100\n2\n", folder, "--max-time 3");
+    const ProcessResult result = captureAll("1 --fault get:drip=1/100\n2" + late, folder, "--max-time 3");
     EXPECT_EQ(result.status, 1);
     EXPECT_THAT(addressesIn("files", result), ElementsAre("10.77.2.12"));
     EXPECT_THAT(json::parse(result.output)["error"],
