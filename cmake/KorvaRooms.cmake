@@ -4,6 +4,10 @@
 add_library(KorvaBuildFlags INTERFACE)
 target_compile_features(KorvaBuildFlags INTERFACE cxx_std_20)
 target_compile_options(KorvaBuildFlags INTERFACE -Wall -Wextra -Wpedantic -Wconversion -Wshadow)
+# Sources that are compiled together see each other's names; what warnings say of one alone the everyday build hears.
+if(CMAKE_UNITY_BUILD)
+  target_compile_options(KorvaBuildFlags INTERFACE -Wno-shadow $<$<CXX_COMPILER_ID:GNU>:-Wno-subobject-linkage>)
+endif()
 set(KORVA_SANITIZED OFF)
 if(KORVA_SANITIZERS)
   set(KORVA_SANITIZED ON)
@@ -53,15 +57,19 @@ find_program(KORVA_LLD ld.lld)
 # The test programs that have threads, for the thread sanitizer.
 add_custom_target(ThreadTests)
 
-# korva_test(NAME SOURCES file... LIBRARIES target... [LABELS label] [LOCK resource] [PRIVATE_NETWORKS]
-#   [ONE_ENTRY])
+# korva_test(NAME SOURCES file... LIBRARIES target... [APART file...] [LABELS label] [LOCK resource]
+#   [PRIVATE_NETWORKS] [ONE_ENTRY])
 # A GoogleTest program whose cases ctest lists one by one, or with ONE_ENTRY as one: for many short ones, which a
-# process each would make slow. No two with the same LOCK run at a time. With
+# process each would make slow. APART are sources which say a name that another one says, and so are compiled by
+# themselves also where the others are compiled together. No two with the same LOCK run at a time. With
 # PRIVATE_NETWORKS it has the right to make TestSupport::NetworkNamespace, or its cases count as skipped where the
 # system grants that to nobody.
 function(korva_test name)
-  cmake_parse_arguments(arg "PRIVATE_NETWORKS;ONE_ENTRY" "LOCK" "SOURCES;LIBRARIES;LABELS" ${ARGN})
-  add_executable(${name} ${arg_SOURCES})
+  cmake_parse_arguments(arg "PRIVATE_NETWORKS;ONE_ENTRY" "LOCK" "SOURCES;APART;LIBRARIES;LABELS" ${ARGN})
+  add_executable(${name} ${arg_SOURCES} ${arg_APART})
+  if(arg_APART)
+    set_source_files_properties(${arg_APART} PROPERTIES SKIP_UNITY_BUILD_INCLUSION ON)
+  endif()
   if(arg_PRIVATE_NETWORKS)
     target_sources(${name} PRIVATE "${PROJECT_SOURCE_DIR}/Tests/Support/NamespaceMain.cpp")
     target_link_libraries(${name} PRIVATE NetworkSupport)
