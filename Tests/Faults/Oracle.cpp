@@ -50,6 +50,12 @@ std::wstring sizeText(int width, int height) {
     return std::to_wstring(width) + L" x " + std::to_wstring(height);
 }
 
+/// Any answer to it shows that there is a camera.
+Bytes checkRequest() {
+    constexpr std::uint8_t formatCode = 4;
+    return World::message({{formatCode, {0}}});
+}
+
 /// What ends an operation; its message is the host's exception.
 struct Failure {
     std::string message;
@@ -98,10 +104,9 @@ public:
     }
 
     void checkConnection() {
-        constexpr std::uint8_t formatCode = 4;
         try {
             outcome_.isGood = atBinaryPort([this](Connection& connection) {
-                connection.send(World::message({{formatCode, {0}}}));
+                connection.send(checkRequest());
                 return readMessage(connection, outcome_.lines).has_value(); // what it says is not judged
             });
             if (outcome_.isGood)
@@ -368,7 +373,7 @@ Time waitFor(const Camera::Accept& accept) {
     Connection connection(accept(), clock, Asking().longestRead);
     Lines lines;
     try {
-        connection.send({0});
+        connection.send(checkRequest());
         readMessage(connection, lines);
     } catch (const Broken&) {
         // as good as read
