@@ -147,6 +147,13 @@ TEST_F(CameraSearchTest, SaysThatItIsNotFollowedWhereItsLinesAreOff) {
     EXPECT_EQ(run(40ms), End::unfollowed);
 }
 
+TEST_F(CameraSearchTest, LastsAsLongAsItLikesWhereItsTimeHasNoLimit) {
+    locator.play = [this](auto&) {
+        released.wait_for(700ms);
+    }; // longer than any is waited for beyond its time
+    EXPECT_EQ(run(0ms), End::over);
+}
+
 /// The time of a search, when it no longer listens, and what that is called.
 using Listening = std::tuple<TimeLimits::Time, TimeLimits::Time, End>;
 
