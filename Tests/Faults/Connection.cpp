@@ -1,6 +1,7 @@
 #include "Connection.h"
 
 #include <algorithm>
+#include <array>
 
 using namespace std::chrono_literals;
 
@@ -30,7 +31,7 @@ bool Connection::await(World::Wire::Time deadline) {
 
 bool Connection::send(const Simulator::Bytes& request) {
     requireOpen("send");
-    static Simulator::Bytes scratch(16384);
+    std::array<std::uint8_t, 16384> scratch;
     std::size_t dropped = 0;
     const auto start = clock_.now;
     const auto end = start + longestDrop;
