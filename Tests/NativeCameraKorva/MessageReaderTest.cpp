@@ -32,7 +32,23 @@ Told toldBy(const FullArg& arg) {
     return {arg.header.type, {arg.value.begin(), arg.value.begin() + length}};
 }
 
-using MessageReader = Exchange;
+struct MessageReader : Exchange {
+    /// Checks each row with a communicator that delivers its message, logged and not.
+    template <typename Row, typename Check>
+    void onEach(const std::vector<Row>& rows, const Check& check) {
+        for (const Row& row : rows) {
+            for (const bool isLogged : {true, false}) {
+                SCOPED_TRACE(row.what);
+                const PluginLog own(loggerName, "KorvaBinaryCommunication", isLogged,
+                                    log4cxx::Level::getInfo());
+                ScriptedCommunicator fresh;
+                fresh.deliver(row.message);
+                args.clear();
+                check(row, fresh, own);
+            }
+        }
+    }
+};
 
 struct Accepted {
     const char* what;
@@ -44,7 +60,7 @@ struct Accepted {
 TEST_F(MessageReader, AcceptsAMessageInSoManyReads) {
     Bytes wrongSum = message({{imageCode, {1, 2, 3}}});
     wrongSum.back() ^= 1;
-    const Accepted rows[] = {
+    const std::vector<Accepted> rows = {
         {"done", "01 0000000D 01 00 00000000 000F"_hex, {{doneCode, {}}}},
         {"no argument", "01 00000008 00 0009"_hex, {}},
         {"four bytes in wire order", message({{errorCode, {0, 0, 1, 2}}}), {{errorCode, {0, 0, 1, 2}}}},
@@ -61,29 +77,22 @@ TEST_F(MessageReader, AcceptsAMessageInSoManyReads) {
          {warn("Korva Response failed chksum: sent 8192 : calculated 33")}},
         {"half of the sum 0x0100", "01 0000000E 01 04 00000001 EB 01"_hex, {{4, {0xEB}}}},
     };
-    for (const Accepted& row : rows) {
-        for (const bool isLogged : {true, false}) {
-            SCOPED_TRACE(row.what);
-            const PluginLog own(loggerName, "KorvaBinaryCommunication", isLogged, log4cxx::Level::getInfo());
-            ScriptedCommunicator fresh;
-            fresh.deliver(row.message);
-            args.clear();
-            ASSERT_TRUE(parseIncomingMessage(&fresh, header, args));
-            std::vector<ScriptedCommunicator::Call> reads{readOf(6)};
-            std::vector<Told> told;
-            for (const FullArg& arg : args) {
-                told.push_back(toldBy(arg));
-                reads.push_back(readOf(5));
-                if (!told.back().second.empty())
-                    reads.push_back(readOf(static_cast<unsigned int>(told.back().second.size())));
-            }
-            reads.push_back(readOf(2, 4000));
-            EXPECT_EQ(told, row.args);
-            EXPECT_EQ(fresh.reads(), reads);
-            EXPECT_TRUE(fresh.isExhausted());
-            own.expect(row.warnings);
+    onEach(rows, [this](const Accepted& row, ScriptedCommunicator& fresh, const PluginLog& own) {
+        ASSERT_TRUE(parseIncomingMessage(&fresh, header, args));
+        std::vector<ScriptedCommunicator::Call> reads{readOf(6)};
+        std::vector<Told> told;
+        for (const FullArg& arg : args) {
+            told.push_back(toldBy(arg));
+            reads.push_back(readOf(5));
+            if (!told.back().second.empty())
+                reads.push_back(readOf(static_cast<unsigned int>(told.back().second.size())));
         }
-    }
+        reads.push_back(readOf(2, 4000));
+        EXPECT_EQ(told, row.args);
+        EXPECT_EQ(fresh.reads(), reads);
+        EXPECT_TRUE(fresh.isExhausted());
+        own.expect(row.warnings);
+    });
 }
 
 TEST_F(MessageReader, ReadsTheHeaderIntoTheCallersHeader) {
@@ -152,7 +161,7 @@ LogText inconsistent(const std::string& argSize, int totalBytesRead, int expecte
 
 TEST_F(MessageReader, RefusesAMessageWithOneLine) {
     const Bytes wrongSum = "01 00000013 02 00 00000000 06 00000001 01 001F"_hex;
-    const Refused rows[] = {
+    const std::vector<Refused> rows = {
         {"no header", {}, 1, 0, error("Failed to read Header: bytesRead = 0")},
         {"a header in part", {1, 0, 0}, 1, 0, error("Failed to read Header: bytesRead = 3")},
         {"no argument's header", "01 0000000D 01"_hex, 2, 0,
@@ -187,20 +196,13 @@ TEST_F(MessageReader, RefusesAMessageWithOneLine) {
          warn("Korva Response failed chksum: sent 513 : calculated 9")},
         {"no sum", "01 00000008 00"_hex, 2, 0, warn("Korva Response failed chksum: sent 0 : calculated 9")},
     };
-    for (const Refused& row : rows) {
-        for (const bool isLogged : {true, false}) {
-            SCOPED_TRACE(row.what);
-            const PluginLog own(loggerName, "KorvaBinaryCommunication", isLogged, log4cxx::Level::getInfo());
-            ScriptedCommunicator fresh;
-            fresh.deliver(row.message);
-            args.clear();
-            EXPECT_FALSE(row.imageByteLimit ? readMessage(fresh, header, args, *row.imageByteLimit)
-                                            : parseIncomingMessage(&fresh, header, args));
-            EXPECT_EQ(fresh.reads().size(), row.reads);
-            EXPECT_EQ(args.size(), row.keptArgs);
-            own.expect({row.line});
-        }
-    }
+    onEach(rows, [this](const Refused& row, ScriptedCommunicator& fresh, const PluginLog& own) {
+        EXPECT_FALSE(row.imageByteLimit ? readMessage(fresh, header, args, *row.imageByteLimit)
+                                        : parseIncomingMessage(&fresh, header, args));
+        EXPECT_EQ(fresh.reads().size(), row.reads);
+        EXPECT_EQ(args.size(), row.keptArgs);
+        own.expect({row.line});
+    });
 }
 
 TEST_F(MessageReader, TakesAnyOtherCountForAFailedRead) {
