@@ -1,0 +1,76 @@
+#!/usr/bin/env python3
+"""clang-tidy over the product's own sources; exit 1 if it has anything to say.
+
+Sources of one library are read together: most of its time goes into the headers that they share.
+
+usage: scripts/tidy.py COMPILE_COMMANDS FOLDER...   (in the repository; what is read is written to build/tidy)
+"""
+import json
+import os
+import sys
+from concurrent.futures import ThreadPoolExecutor
+from subprocess import run
+
+UNIT = 16  # sources at most, so that there is enough to do for each processor
+
+# Each source of the plug-in has a logger of its own by the same name, which it keeps here too.
+OWN_LOGGER = "#include <log4cxx/logger.h>\n#undef logger\n#define logger logger{}\n"
+
+
+def library(entry):
+    words = entry["command"].split()
+    return words[words.index("-o") + 1].split(".dir/")[0]
+
+
+def is_read_alone(entry):
+    """Sources of the platform name things alike; vector code includes itself, once per instruction set."""
+    with open(entry["file"], encoding="utf-8") as file:
+        return "/Platform/" in entry["file"] or "foreach_target.h" in file.read()
+
+
+def units(entries):
+    groups = {}
+    for entry in entries:
+        groups.setdefault(entry["file"] if is_read_alone(entry) else library(entry), []).append(entry)
+    for group in groups.values():
+        for first in range(0, len(group), UNIT):
+            yield group[first : first + UNIT]
+
+
+def write(unit, path):
+    """Writes a unit's source; returns its compile command, without what is g++'s alone."""
+    with open(path, "w", encoding="utf-8") as file:
+        for number, entry in enumerate(unit):
+            if "/BackEnd/" in entry["file"]:
+                file.write(OWN_LOGGER.format(number))
+            file.write(f'// NOLINTNEXTLINE(bugprone-suspicious-include)\n#include "{entry["file"]}"\n')
+    words = [word for word in unit[0]["command"].split() if word != "-fno-gnu-unique"]
+    words[words.index("-c") + 1] = path
+    return {"directory": unit[0]["directory"], "file": path, "command": " ".join(words)}
+
+
+def check(path):
+    tidy = run(["clang-tidy", "--quiet", "-p", os.path.dirname(path), path], capture_output=True, text=True)
+    return tidy.stdout + tidy.stderr if tidy.returncode else ""
+
+
+def main(commands, rooms):
+    folder = os.path.abspath("build/tidy")
+    os.makedirs(folder, exist_ok=True)
+    with open(commands, encoding="utf-8") as file:
+        entries = {entry["file"]: entry for entry in json.load(file)}  # some are in two libraries
+    entries = [entry for name, entry in entries.items() if os.path.relpath(name).split("/")[0] in rooms]
+    written = [
+        write(unit, os.path.join(folder, f"{number}.cpp")) for number, unit in enumerate(units(entries))
+    ]
+    with open(os.path.join(folder, "compile_commands.json"), "w", encoding="utf-8") as file:
+        json.dump(written, file, indent=1)
+    with ThreadPoolExecutor(os.cpu_count()) as pool:
+        said = [text for text in pool.map(check, [entry["file"] for entry in written]) if text]
+    print("".join(said), end="")
+    print(f"{len(entries)} sources, {'warnings' if said else 'no warnings'}")
+    return 1 if said else 0
+
+
+if __name__ == "__main__":
+    sys.exit(main(sys.argv[1], sys.argv[2:]))
