@@ -1,5 +1,5 @@
 #pragma once
-// If the log lines of the plug-in go while the tool runs.
+// Where the log lines of the plug-in go while the tool runs.
 
 #include <functional>
 #include <memory>

@@ -23,7 +23,8 @@ public:
 
     virtual std::wstring getName() const;           // slot 0: as set, else the description
     virtual void setName(const std::wstring& name); // slot 1
-    /// Slot 2: a positive number that no other living device of the process has.
+    /// Slot 2: a number that no other living device of the process has; positive, unless updateId gave
+    /// another.
     virtual int getId() const;
     /// Slot 3: takes another number. Throws DeviceException if another living device has it.
     virtual void updateId(int id);

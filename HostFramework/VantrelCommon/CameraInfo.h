@@ -46,7 +46,7 @@ public:
     void setSubnetMask(const std::wstring& text) { subnetMask_ = text; }
 
     /// The "CameraInfo" element as UTF-8 text, `indent` blanks before each line, a line feed behind the last:
-    /// its children are cameraTypeEnum, ipAddress, firmware, macAddress, resolutionX, resolutionY, model,
+    /// its children are cameraTypeEnum, resolutionX, resolutionY, ipAddress, firmware, macAddress, model,
     /// serialNumber, defaultGateway and subnetMask. Characters that XML cannot hold become U+FFFD.
     std::string toXml(int indent = 0) const;
 

@@ -1,5 +1,5 @@
 #pragma once
-// If the host keeps what helps to find faults.
+// Where the host keeps what helps to find faults.
 
 #include "HostFrameworkExport.h"
 

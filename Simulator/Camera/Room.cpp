@@ -25,7 +25,7 @@ constexpr float screenBottom = 0.62F;
 constexpr float screenTop = 3.37F;
 constexpr float frameWidth = 0.07F;
 
-// If the projector's corners fall on the front wall: lower left, lower right, upper right, upper left. It
+// Where the projector's corners fall on the front wall: lower left, lower right, upper right, upper left. It
 // stands a little askew, as projectors do before they are calibrated.
 constexpr std::array<std::array<float, 2>, 4> projectedCorners = {
     {{-2.03F, 0.84F}, {2.08F, 0.74F}, {1.99F, 3.24F}, {-1.93F, 3.17F}}};

@@ -13,8 +13,9 @@ std::string stateFolder(const std::string& name);
 
 /// Makes the folder `utf8Path`, and those that hold it, where they are missing, and checks that it is the
 /// user's alone: a folder and no link, the effective user's own, closed to all others, in a folder where
-/// nobody else can put another one in its place. Nothing that exists is changed.
-/// Returns an empty text, or what is wrong with it, as "is a symbolic link". Any thread.
+/// nobody else can put another one in its place, but for a group that its owner lets write there. Nothing
+/// that exists is changed. Returns an empty text, or what is wrong with it, as "is a symbolic link". Any
+/// thread.
 std::string makePrivateFolder(const std::string& utf8Path);
 
 /// A path that is never a folder: no file below it can be made or opened, by nobody.

@@ -12,10 +12,12 @@ namespace Platform {
 /// group cannot be kept is closed to groups. A new one has what the umask leaves of 0666. A link of that name
 /// is replaced, not followed.
 ///
-/// Whatever ends the process meanwhile, the name stands for the old file or the new one, and nothing else is
-/// left behind: the bytes have no name before they are complete. If the file system has no files without
-/// name, they are in a hidden ".korva-...part" beside it, and what would end the process waits until that has
-/// gone (SIGHUP, SIGINT, SIGQUIT, SIGTERM; SIGKILL does not wait). A size limit is a failure, not a signal.
+/// Whatever ends the process meanwhile, the name stands for the old file or the new one, and the bytes have
+/// no name before they are complete. A complete file that is to replace another is called ".korva-...part"
+/// for a moment, and keeps that name if the process is killed then; nothing else is left behind. If the file
+/// system has no files without name, they are in a hidden ".korva-...part" beside it, and what would end the
+/// process waits until that has gone (SIGHUP, SIGINT, SIGQUIT, SIGTERM; SIGKILL does not wait). A size limit
+/// is a failure, not a signal.
 ///
 /// Returns the system's reason where a step fails; the older file is untouched then. Any thread; the signals
 /// wait for it where it is the only thread that does not block them. Throws std::bad_alloc.

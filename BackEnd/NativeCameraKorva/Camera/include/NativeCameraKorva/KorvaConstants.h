@@ -54,7 +54,7 @@ struct CameraModel {
 constexpr char modelM61[] = "M61";
 
 /// All models, in the order in which an identifier is compared with them: a new one is a row here.
-constexpr CameraModel cameraModels[] = {
+inline constexpr CameraModel cameraModels[] = {
     {modelM61, 1676, 1266},
     {"M615", 2748, 1836},
     {"M62", 2748, 1836},

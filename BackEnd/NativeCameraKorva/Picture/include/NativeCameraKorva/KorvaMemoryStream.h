@@ -7,7 +7,7 @@
 
 namespace Korva {
 
-/// Its get area is the given bytes, set once; it reads sequentially and seeking fails. Does not own the
+/// Its get area is the given bytes; it reads sequentially and seeking fails. Does not own the
 /// bytes. A reader that recognises it may take the bytes where they lie (unread, skip).
 struct mybuf final : std::streambuf {
     mybuf(const unsigned char* bytes, std::size_t count) {

@@ -14,9 +14,9 @@ namespace Korva {
 /// `text` gets the text of the first text chunk that stands before the pixels, whatever its key; it is left
 /// alone where there is none.
 ///
-/// An empty image where the file is broken, cut short or too large, where a text before the pixels is longer
-/// than 16 MiB, and if a transparency chunk makes the rows other than the format says. A text that unpacks
-/// to more than 8,000,000 bytes is passed over. Never throws. What is wrong with the file libpng says on
+/// An empty image if the file is broken, cut short or too large, if more than 1 MiB stands before the pixels,
+/// and if a transparency chunk makes the rows other than the format says. A compressed text that unpacks to
+/// more than 1,000,000 bytes is passed over. Never throws. What is wrong with the file libpng says on
 /// standard error.
 image_t decodePng(std::istream& file, std::string& text);
 
