@@ -3,6 +3,7 @@
 #include "CaptureFixture.h"
 
 #include <filesystem>
+#include <stdexcept>
 
 namespace CaptureTests {
 namespace {
@@ -126,7 +127,7 @@ TEST_F(CapturePicture, ThatDoesNotHoldWhatWasAskedForFailsItsAttempt) {
     EXPECT_THAT(imagingCalls(), IsEmpty());
 }
 
-TEST_F(CapturePicture, IsDumpedAsItCameWhereTraceIsEnabled) {
+TEST_F(CapturePicture, IsDumpedAsItCameWhereTraceIsEnabledAndTakenWhereItCannotBe) {
     log.setLevel(log4cxx::Level::getTrace());
     const Bytes png = pngFile(uniformSamples(2, 2, 1, 99));
     answerAttempt({7}); // no picture at all is dumped too
@@ -141,20 +142,23 @@ TEST_F(CapturePicture, IsDumpedAsItCameWhereTraceIsEnabled) {
                 ElementsAre(debug("Time to read image from Korva 0ms"),
                             trace("Dumping Korva picture to " + name),
                             info("Pulled Korva image with resolution: 0 0")));
-}
-
-TEST_F(CapturePicture, IsTakenWhereItCannotBeDumpedAndNotDumpedBelowTrace) {
-    log.setLevel(log4cxx::Level::getTrace());
     world.calls.fail("fopen", 0);
-    answerGoodAttempt();
-    EXPECT_NE(capture(), nullptr);
-    for (const auto& level : {log4cxx::Level::getDebug(), log4cxx::Level::getOff()}) {
+    for (const auto& level :
+         {log4cxx::Level::getTrace(), log4cxx::Level::getDebug(), log4cxx::Level::getOff()}) {
         log.setLevel(level);
         answerGoodAttempt();
         EXPECT_NE(capture(), nullptr);
     }
-    EXPECT_EQ(world.calls.of("fopen").size(), 1u);
-    EXPECT_THAT(folder.names(), IsEmpty());
+    EXPECT_EQ(world.calls.of("fopen").size(), 3u);
+    EXPECT_THAT(folder.names(), SizeIs(2));
+}
+
+TEST_F(CapturePicture, IsGivenBackWhereItsReleaseThrowsTooAndTheFirstExceptionPasses) {
+    world.calls.throwFrom("convertToGreyscale", std::runtime_error("broken"));
+    world.calls.throwAlways("releaseImage", 42);
+    answerGoodAttempt();
+    EXPECT_THROW(capture(), std::runtime_error);
+    EXPECT_THAT(world.imaging.alive, IsEmpty());
 }
 
 } // namespace

@@ -1,8 +1,8 @@
-// What a capture sends, in which order, and how it holds the connection.
+// What a capture sends, in which order, and how it holds the connection. What becomes of answers that are not
+// as they should be is the fault matrix'.
 
 #include "CaptureFixture.h"
 
-#include "Communicator/DeviceException.h"
 #include "Hex.h"
 
 namespace CaptureTests {
@@ -12,18 +12,13 @@ using namespace HexBytes;
 
 using CaptureRequests = Capture;
 
-TEST_F(CaptureRequests, ConfigureThenTakeThenFetch) {
+TEST_F(CaptureRequests, ConfigureThenTakeThenFetchEachAnsweredBeforeTheNext) {
     answerGoodAttempt();
     EXPECT_NE(capture(), nullptr);
     EXPECT_THAT(camera.requests(),
                 ElementsAre("01 00000027 05 02 00000002 0064 03 00000001 02 04 00000001 01 07 00000001 10"
                             "08 00000001 04 00C6"_hex,
                             "01 0000000D 01 05 00000000 0014"_hex, "01 0000000D 01 06 00000000 0015"_hex));
-}
-
-TEST_F(CaptureRequests, AreAnsweredEachBeforeTheNext) {
-    answerGoodAttempt();
-    capture();
     std::vector<std::string> calls = world.calls.of({"connect", "send", "receive", "close", "Sleep"});
     for (std::string& call : calls)
         call.erase(call.find(" 10.0.0.5:32769"), 15);
@@ -32,7 +27,6 @@ TEST_F(CaptureRequests, AreAnsweredEachBeforeTheNext) {
                                    "receive 2", "receive 16384", "send 13 bytes", "receive 6", "receive 5",
                                    "receive 2", "receive 16384", "send 13 bytes", "receive 6", "receive 5",
                                    "receive 524", "receive 2", "close"));
-    EXPECT_EQ(World::elapsed(), 0ms);
 }
 
 TEST_F(CaptureRequests, ConfigureModeFormatAndTheExposuresLowSixteenBits) {
@@ -48,8 +42,6 @@ TEST_F(CaptureRequests, ConfigureModeFormatAndTheExposuresLowSixteenBits) {
         {"mode 1 if forced in grey", {.forceMode1 = true, .monochrome = true}, 18, {1}},
         {"SGI", {}, 24, {1}},
         {"PNG", {.png = true}, 24, {2}},
-        {"exposure", {.exposure = 1}, 11, {0, 1}},
-        {"exposure, high byte first", {.exposure = 0x1234}, 11, {0x12, 0x34}},
         {"exposure of more bits", {.exposure = 0x12345678}, 11, {0x56, 0x78}},
         {"negative exposure", {.exposure = -2}, 11, {0xFF, 0xFE}},
     };
@@ -65,35 +57,20 @@ TEST_F(CaptureRequests, PauseTenSecondsBeforeEachTakeIfTold) {
         if (!isLogged)
             log.turnOff();
         world.calls.clear();
-        camera.answer(done()).answer(refusal()); // so there is a second attempt
+        camera.answer(refusal()); // there is a second attempt, and no pause in this one
         answerGoodAttempt();
         EXPECT_NE(capture({.delayBeforeTake = true}), nullptr);
+        camera.answer(done()).answer(refusal());
+        answerGoodAttempt();
+        EXPECT_NE(capture({.delayBeforeTake = true}), nullptr);
+        const std::string large = "send 10.0.0.5:32769 39 bytes";
+        const std::string small = "send 10.0.0.5:32769 13 bytes";
+        const std::string pause = "Sleep 10000";
         EXPECT_THAT(world.calls.of({"send", "Sleep"}),
-                    ElementsAre("send 10.0.0.5:32769 39 bytes", "Sleep 10000", "send 10.0.0.5:32769 13 bytes",
-                                "send 10.0.0.5:32769 39 bytes", "Sleep 10000", "send 10.0.0.5:32769 13 bytes",
-                                "send 10.0.0.5:32769 13 bytes"));
+                    ElementsAre(large, large, pause, small, small, // the one, and the other
+                                large, pause, small, large, pause, small, small));
     }
-    EXPECT_EQ(log.texts().front(), info("Inserting 10s of delay in between Take and Get"));
-}
-
-TEST_F(CaptureRequests, DoNotPauseWhereTheConfigurationIsRefused) {
-    camera.answer(refusal()).answer(refusal());
-    EXPECT_EQ(capture({.delayBeforeTake = true}), nullptr);
-    EXPECT_THAT(world.calls.of("Sleep"), IsEmpty());
-}
-
-TEST_F(CaptureRequests, HoldTheConnectionForTheWholeCall) {
-    EXPECT_EQ(capture(), nullptr); // no answer at all: two attempts
-    EXPECT_THAT(world.calls.of({"connect", "send", "close"}),
-                ElementsAre("connect 10.0.0.5:32769 5000", "send 10.0.0.5:32769 39 bytes",
-                            "send 10.0.0.5:32769 39 bytes", "close 10.0.0.5:32769"));
-    EXPECT_EQ(World::elapsed(), 20s); // what an answer's header may take, twice
-}
-
-TEST_F(CaptureRequests, AreNotSentWhereTheConnectionFails) {
-    world.calls.fail("connect", ECONNREFUSED);
-    EXPECT_THROW(capture(), DeviceException);
-    EXPECT_THAT(world.calls.of({"connect", "send", "close"}), ElementsAre("connect 10.0.0.5:32769 5000"));
+    EXPECT_THAT(log.texts(), Contains(info("Inserting 10s of delay in between Take and Get")));
 }
 
 TEST_F(CaptureRequests, NeedACommunicator) {

@@ -3,6 +3,7 @@
 #include "Communicator/DeviceException.h"
 #include "Device/CaptureCmds.h"
 #include "NativeCameraKorva/WrappedD1Exception.h"
+#include "Support/Thrown.h"
 #include "World/Calls.h"
 
 #include <gtest/gtest.h>
@@ -23,62 +24,54 @@ struct CmdHandlers : ::testing::Test {
     std::shared_ptr<Cmd> command = std::make_shared<Capture::FillMonoImage>(image, "key");
     int calls = 0; ///< of the result callbacks, which are the device's affair
 
-    /// Hands the command to a handler whose work that is.
-    void execute(const std::function<void(const ImageCmd&)>& work) {
+    /// Hands `given` to a handler whose work that is.
+    void execute(const std::shared_ptr<Cmd>& given, const std::function<void(const ImageCmd&)>& work) {
         CmdResultCallbacks callbacks;
         callbacks.done = [this] { ++calls; };
         callbacks.failed = [this](const std::exception_ptr&) { ++calls; };
-        Korva::makeCmdHandler<ImageCmd>(work)(command, callbacks);
+        Korva::makeCmdHandler<ImageCmd>(work)(given, callbacks);
     }
 
     ~CmdHandlers() override {
         EXPECT_EQ(calls, 0);
         EXPECT_EQ(command.use_count(), 1);
     }
-};
 
-/// What the work throws comes out as an `Outer` with that text.
-template <class Outer, class Inner>
-void expectThrown(CmdHandlers& test, const Inner& inner, const std::string& text) {
-    try {
-        test.execute([&inner](const ImageCmd&) { throw inner; });
-        ADD_FAILURE() << "nothing was thrown";
-    } catch (const Outer& failure) {
-        EXPECT_EQ(failure.what(), text);
+    /// What the work throws comes out as an `Outer` with that text.
+    template <class Outer, class Inner>
+    void expectThrown(const Inner& inner, const std::string& text) {
+        const auto work = [&inner](const ImageCmd&) { throw inner; };
+        EXPECT_EQ(TestSupport::thrownBy<Outer>([&] { execute(command, work); }), text);
     }
-}
+};
 
 } // namespace
 
-TEST_F(CmdHandlers, GiveTheWorkTheCommandAsTheKindThatItExpects) {
+TEST_F(CmdHandlers, GiveTheWorkTheCommandAndRefuseNoneAndOneOfAnotherKindWhichTheyName) {
     const ImageCmd* got = nullptr;
-    execute([&got](const ImageCmd& given) { got = &given; });
-    EXPECT_EQ(got, command.get());
-}
-
-TEST_F(CmdHandlers, RefuseNoCommandAndOneOfAnotherKindWhichTheyName) {
-    bool worked = false;
-    const auto handler =
-        Korva::makeCmdHandler<SetCmd<NetworkHealthCallback>>([&worked](const auto&) { worked = true; });
-    for (const std::shared_ptr<Cmd>& refused : {command, std::shared_ptr<Cmd>()}) {
+    const auto keep = [&got](const ImageCmd& given) { got = &given; };
+    const std::shared_ptr<Cmd> other = std::make_shared<SetNetworkHealthCallback>(nullptr);
+    for (const std::shared_ptr<Cmd>& refused : {other, std::shared_ptr<Cmd>()}) {
         try {
-            handler(refused, {});
+            execute(refused, keep);
             FAIL() << "the handler took the command";
         } catch (const Exceptions::IncorrectCommandTypeException& failure) {
             EXPECT_EQ(failure.getCommand(), refused);
         }
     }
-    EXPECT_FALSE(worked);
+    EXPECT_EQ(got, nullptr);
+    execute(command, keep);
+    EXPECT_EQ(got, command.get());
 }
 
 TEST_F(CmdHandlers, WrapExceptionsOfTheOlderLayerAndLetEveryOtherPass) {
     using Exceptions::WrappedD1Exception;
     const std::string prefix = "A Device1 layer exception caught: ";
-    expectThrown<WrappedD1Exception>(*this, TolvaneException(L"K\u00E4mera weg", L"File.cpp", 7),
+    expectThrown<WrappedD1Exception>(TolvaneException(L"K\u00E4mera weg", L"File.cpp", 7),
                                      prefix + "[K\xC3\xA4mera weg]");
-    expectThrown<WrappedD1Exception>(*this, DeviceException(L"gone"), prefix + "[gone]");
-    expectThrown<std::runtime_error>(*this, std::runtime_error("plain"), "plain");
-    expectThrown<TolvaneExceptionBase>(*this, TolvaneExceptionBase(L"root"), "root");
+    expectThrown<WrappedD1Exception>(DeviceException(L"gone"), prefix + "[gone]");
+    expectThrown<std::runtime_error>(std::runtime_error("plain"), "plain");
+    expectThrown<TolvaneExceptionBase>(TolvaneExceptionBase(L"root"), "root");
 }
 
 TEST(WrappedD1Exception, IsADeviceExceptionOfTheNewerLayerThatWrapsTheMessageInUtf8) {

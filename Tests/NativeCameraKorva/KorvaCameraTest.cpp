@@ -27,19 +27,6 @@ using TestSupport::functionAt;
 
 namespace {
 
-/// How the device says that a command is over.
-struct Outcome {
-    CmdResultCallbacks callbacks() {
-        CmdResultCallbacks both;
-        both.done = [this] { ++done; };
-        both.failed = [this](const std::exception_ptr&) { ++failed; };
-        return both;
-    }
-
-    int done = 0;
-    int failed = 0;
-};
-
 /// A device of 4 x 3 pixels, whose reports are kept.
 struct ADevice : ::testing::Test {
     World::Stage world;
@@ -47,19 +34,31 @@ struct ADevice : ::testing::Test {
     StagedDevice staged;
     World::Peer& camera = staged.camera;
     KorvaCamera& device = *staged.device;
-    Codes codes;
-    Outcome outcome;
+    Codes& codes = staged.reports;
+    int done = 0; ///< as the device says that a command is over
+    int failed = 0;
 
-    ADevice() { device.setNetworkHealthCallback(into(codes)); }
-
-    template <class Command>
-    image_t filledBy() {
+    void execute(const std::shared_ptr<Cmd>& command) {
+        CmdResultCallbacks callbacks;
+        callbacks.done = [this] { ++done; };
+        callbacks.failed = [this](const std::exception_ptr&) { ++failed; };
+        device.execInternal(command, callbacks);
+    }
+    template <class Command = Capture::FillMonoImage>
+    image_t filled() {
         image_t image;
-        device.execInternal(std::make_shared<Command>(image, "some key"), outcome.callbacks());
+        execute(std::make_shared<Command>(image, "some key"));
         return image;
     }
-    image_t filled() { return filledBy<Capture::FillMonoImage>(); }
 };
+
+/// The pixels, if the image is a grey one of 4 x 3.
+Bytes greyPixelsOf(const image_t& image) {
+    EXPECT_EQ(image.format, 3u);
+    EXPECT_EQ(image.width, 4);
+    EXPECT_EQ(image.height, 3u);
+    return pixelsOf(image);
+}
 
 /// A device that is no KorvaCamera.
 class OtherCamera final : public NativeCamera {
@@ -80,21 +79,17 @@ private:
 
 } // namespace
 
-TEST_F(ADevice, HasTheHostsTree) {
+TEST_F(ADevice, HasTheHostsTreeAndItsOwnOperationsDirectlyBehindTheDestructor) {
     static_assert(std::is_base_of_v<NativeCamera, KorvaCamera>);
     static_assert(std::is_convertible_v<NativeCamera*, INativeCamera*>);
     static_assert(std::is_convertible_v<NativeCamera*, Device2Bridge*>);
     static_assert(std::is_convertible_v<Device2Bridge*, Device*>);
     static_assert(std::is_convertible_v<Device*, BaseDevice*>);
     static_assert(std::is_convertible_v<BaseDevice*, AbstractDevice*>);
-    INativeCamera* const part = &device;
-    EXPECT_EQ(dynamic_cast<BaseDevice*>(part), static_cast<BaseDevice*>(&device));
-}
-
-TEST_F(ADevice, KeepsTheOrderOfTheHostsOperationsItsOwnDirectlyBehindTheDestructor) {
     // Slots 0 to 9 are INativeCamera's, slot 10 is the destructor with its entries 10 and 11.
     EXPECT_EQ(entryOf(&KorvaCamera::setNetworkHealthCallback), 12);
     INativeCamera* const native = &device;
+    EXPECT_EQ(dynamic_cast<BaseDevice*>(native), static_cast<BaseDevice*>(&device));
     Codes later;
     functionAt<void(INativeCamera*, NetworkHealthCallback)>(native, 12)(native, into(later));
     Device* const part = &device;
@@ -123,30 +118,13 @@ TEST_F(ADevice, HasItsPartsFromTheBeginning) {
     EXPECT_FALSE(device.supports(SetCmd<image_t&>(image)));
 }
 
-TEST_F(ADevice, HasAnImagingInterfaceOfEightBitsThatHandsTheWorkOn) {
-    ImagingInterface& imaging =
-        dynamic_cast<ImagingInterface&>(*device.getInterface(ImagingInterface::interfaceTypeName));
+TEST_F(ADevice, HasAnImagingInterfaceOfEightBitsAndASecondThatAnswersZero) {
+    ImagingInterface& imaging = staged.imaging();
     EXPECT_EQ(imaging.getInterfaceType(), ImagingInterface::interfaceTypeName);
     EXPECT_EQ(imaging.getResolution(), (Point<int, 2>(4, 3)));
     EXPECT_EQ(imaging.getBitDepth(), 8);
-    EXPECT_EQ(imaging.getExposureTime(), 150000);
-    imaging.setExposureTime(-5000);
-    EXPECT_EQ(imaging.getExposureTime(), -5000);
-    EXPECT_EQ(device.getExposureTime(), -5000);
-    EXPECT_EQ(internalsLog.texts().back(), info("Setting korva exposure to 1 x100 ms"));
-    answerCapture(camera, greyFile(4, 3));
-    const auto* const pixels = static_cast<const std::uint8_t*>(imaging.getImage());
-    ASSERT_NE(pixels, nullptr);
-    EXPECT_EQ(Bytes(pixels, pixels + 12), greyPixels(12));
-    EXPECT_EQ(imaging.getImage(), nullptr) << "nothing more is answered";
-}
-
-TEST(AnImagingInterface, RefusesTheResolutionOfADeviceThatIsNoKorvaCamera) {
     OtherCamera other;
     EXPECT_THROW(KorvaImagingInterface(other, nullptr).getResolution(), std::bad_cast);
-}
-
-TEST_F(ADevice, HasASecondImagingInterfaceThatAnswersZero) {
     auto* const second =
         dynamic_cast<Imaging2Interface*>(device.getInterface(Imaging2Interface::interfaceTypeName));
     ASSERT_NE(second, nullptr);
@@ -159,21 +137,18 @@ TEST_F(ADevice, HasASecondImagingInterfaceThatAnswersZero) {
     EXPECT_THAT(camera.requests(), IsEmpty());
 }
 
-TEST_F(ADevice, FillsMonoAndNativeImagesAlikeEachWithItsOwnPixels) {
+TEST_F(ADevice, FillsMonoAndNativeImagesAlikeEachWithItsOwnPixelsAndABlackOneWhereTheCaptureFails) {
     answerCapture(camera, greyFile(4, 3));
-    const image_t mono = filledBy<Capture::FillMonoImage>();
+    const image_t mono = filled();
     answerCapture(camera, greyFile(4, 3, 90));
-    const image_t native = filledBy<Capture::FillNativeImage>();
-    EXPECT_EQ(outcome.done, 2) << "whoever commands is told once";
-    EXPECT_EQ(outcome.failed, 0);
-    for (const image_t* const image : {&mono, &native}) {
-        EXPECT_EQ(image->format, 3u);
-        EXPECT_EQ(image->width, 4);
-        EXPECT_EQ(image->height, 3u);
-    }
+    const image_t native = filled<Capture::FillNativeImage>();
+    EXPECT_EQ(greyPixelsOf(filled()), Bytes(12, 0));
+    EXPECT_THAT(codes, ElementsAre(2, 2, 1032));
+    EXPECT_EQ(done, 3) << "whoever commands is told once";
+    EXPECT_EQ(failed, 0);
     staged.device.reset(); // which a picture outlives
-    EXPECT_EQ(pixelsOf(mono), greyPixels(12));
-    EXPECT_EQ(pixelsOf(native), greyPixels(12, 90));
+    EXPECT_EQ(greyPixelsOf(mono), greyPixels(12));
+    EXPECT_EQ(greyPixelsOf(native), greyPixels(12, 90));
 }
 
 TEST_F(ADevice, ReplacesWhatTheImageHeld) {
@@ -182,20 +157,9 @@ TEST_F(ADevice, ReplacesWhatTheImageHeld) {
     unsigned char former[6] = {};
     image_t image(image_t::layoutRgb, 2, 1, former, static_cast<int>(PixelBufferMode::borrow));
     image.pixels = image_t::Pixels(former, [&released](unsigned char*) { ++released; });
-    device.execInternal(std::make_shared<Capture::FillMonoImage>(image), {});
+    execute(std::make_shared<Capture::FillMonoImage>(image));
     EXPECT_EQ(released, 1);
-    EXPECT_EQ(pixelsOf(image), greyPixels(12));
-}
-
-TEST_F(ADevice, FillsABlackImageOfItsSizeWhereTheCaptureFails) {
-    const image_t image = filled();
-    EXPECT_EQ(image.format, 3u);
-    EXPECT_EQ(image.width, 4);
-    EXPECT_EQ(image.height, 3u);
-    EXPECT_EQ(pixelsOf(image), Bytes(12, 0));
-    EXPECT_THAT(codes, ElementsAre(1032));
-    EXPECT_EQ(outcome.done, 1);
-    EXPECT_EQ(outcome.failed, 0);
+    EXPECT_EQ(greyPixelsOf(image), greyPixels(12));
 }
 
 TEST_F(ADevice, FillsAnEmptyImageWhereItsResolutionIsNone) {
@@ -215,30 +179,27 @@ TEST_F(ADevice, RefusesACommandThatIsNotWhatItsNameSays) {
           &typeid(SetNetworkHealthCallback)}) {
         const std::shared_ptr<Cmd> command = std::make_shared<Impostor>(type->name());
         try {
-            device.execInternal(command, outcome.callbacks());
+            execute(command);
             ADD_FAILURE() << type->name() << " was taken";
         } catch (const Exceptions::IncorrectCommandTypeException& failure) {
             EXPECT_EQ(failure.getCommand(), command);
         }
         EXPECT_EQ(command.use_count(), 1);
-        EXPECT_EQ(outcome.failed, ++failures);
+        EXPECT_EQ(failed, ++failures);
     }
-    EXPECT_EQ(outcome.done, 0);
+    EXPECT_EQ(done, 0);
     EXPECT_THAT(camera.requests(), IsEmpty());
 }
 
 TEST_F(ADevice, KeepsOnlyTheLaterNetworkHealthCallback) {
     Codes later;
-    Codes last;
-    device.execInternal(std::make_shared<SetNetworkHealthCallback>(into(later)), {});
-    EXPECT_FALSE(device.isAlive());
-    device.setNetworkHealthCallback(into(last));
-    EXPECT_FALSE(device.isAlive());
-    device.execInternal(std::make_shared<SetNetworkHealthCallback>(nullptr), {});
+    execute(std::make_shared<SetNetworkHealthCallback>(into(later)));
     EXPECT_FALSE(device.isAlive());
     EXPECT_THAT(codes, IsEmpty());
     EXPECT_THAT(later, ElementsAre(2056));
-    EXPECT_THAT(last, ElementsAre(2056));
+    execute(std::make_shared<SetNetworkHealthCallback>(nullptr));
+    EXPECT_FALSE(device.isAlive());
+    EXPECT_THAT(later, ElementsAre(2056));
 }
 
 TEST_F(ADevice, OutlivesTheRemovalOfItsInterfaces) {
@@ -258,7 +219,7 @@ TEST_F(ADevice, LetsAHealthCallbackRemoveTheInterfaces) {
         its.setNetworkHealthCallback([&its](NetworkHealth) { its.removeAllInterfaces(); });
         image_t image;
         if (throughInterface) {
-            dynamic_cast<ImagingInterface&>(*its.getInterfaces().front()).getImage();
+            own.capture();
         } else {
             its.execInternal(std::make_shared<Capture::FillMonoImage>(image), {});
             EXPECT_EQ(pixelsOf(image), greyPixels(12));

@@ -1,20 +1,13 @@
 #include "NativeCameraKorva/KorvaImageDump.h"
 
-#include "PluginLog.h"
-#include "ReferenceHost/HostControl.h"
-#include "Support/TemporaryFolder.h"
-#include "World/Stage.h"
+#include "CaptureFixture.h"
 
 #include <cstring>
 #include <filesystem>
-#include <fstream>
-#include <iterator>
-#include <stdexcept>
-#include <string>
 
+namespace CaptureTests {
 namespace {
 
-using namespace PluginLogs;
 using Korva::dumpImage;
 using Korva::Binary::FullArg;
 
@@ -29,33 +22,31 @@ FullArg pictureOf(const std::string& bytes) {
 
 const std::string pictureName = "KorvaImage Mon Nov 16 02-10-00 2026";
 
-struct ImageDump : ::testing::Test {
-    TestSupport::TemporaryFolder folder;
-    World::Stage world;
-    PluginLog log{"Plenar.KorvaCamera.KorvaCapture", "KorvaHelper"};
-    FullArg picture = pictureOf(std::string("\x01\xDA\x00picture", 10));
+struct ImageDump : Capture {
+    const std::string written{"\x01\xDA\x00picture", 10};
+    FullArg picture = pictureOf(written);
 
     ImageDump() {
+        log.setLevel(log4cxx::Level::getTrace());
         world.system.secondsSince1970 = 1794795000; // Mon Nov 16 02:10:00 2026
-        ReferenceHost::setImagesSubDirectory(folder.path().wstring());
     }
     std::vector<std::string> fileCalls() const { return world.calls.of({"fopen", "fwrite", "fclose"}); }
-    std::string content(const std::string& extension) const {
-        std::ifstream stream(folder.path() / (pictureName + extension), std::ios::binary);
-        return {std::istreambuf_iterator<char>(stream), {}};
+    std::string content(const std::string& name) const {
+        const Bytes bytes = Support::readFile(folder.path() / name);
+        return {bytes.begin(), bytes.end()};
     }
 };
 
-TEST_F(ImageDump, WritesTheArgumentsBytesAndNothingElse) {
-    dumpImage(false, picture);
-    EXPECT_THAT(folder.names(), ElementsAre(pictureName + ".sgi"));
-    EXPECT_EQ(content(".sgi"), std::string("\x01\xDA\x00picture", 10));
-}
-
 TEST_F(ImageDump, OpensWritesOneElementAndCloses) {
     dumpImage(true, picture);
-    EXPECT_THAT(fileCalls(), ElementsAre("fopen " + folder.path().string() + "/" + pictureName + ".png wb",
-                                         "fwrite 10 1", "fclose"));
+    EXPECT_THAT(fileCalls(),
+                ElementsAre("fopen " + folder.file(pictureName + ".png") + " wb", "fwrite 10 1", "fclose"));
+    dumpImage(false, picture);
+    EXPECT_THAT(folder.names(), ElementsAre(pictureName + ".png", pictureName + ".sgi"));
+    EXPECT_EQ(content(pictureName + ".sgi"), written);
+    FullArg later = pictureOf("later"); // in the same second
+    dumpImage(true, later);
+    EXPECT_EQ(content(pictureName + ".png"), "later");
 }
 
 TEST_F(ImageDump, KeepsTheBlanksOfTheTimeReplacesEveryStarAndColonAndDropsTheLastCharacter) {
@@ -69,28 +60,23 @@ TEST_F(ImageDump, TracesTheNameWithoutFolderAndExtensionBeforeItOpensTheFile) {
     EXPECT_NO_THROW(dumpImage(true, picture));
     EXPECT_THAT(log.texts(), ElementsAre(trace("Dumping Korva picture to " + pictureName)));
     EXPECT_THAT(fileCalls(), IsEmpty());
-}
-
-TEST_F(ImageDump, SaysNothingWhereTraceIsOff) {
     log.setLevel(log4cxx::Level::getDebug());
     dumpImage(true, picture);
-    EXPECT_THAT(log.lines(), IsEmpty());
-    EXPECT_EQ(folder.names().size(), 1u);
+    EXPECT_THAT(log.lines(), SizeIs(1)) << "nothing where trace is off";
+    EXPECT_THAT(folder.names(), SizeIs(1));
 }
 
-TEST_F(ImageDump, WritesIntoAFolderWhoseNameIsNotAscii) {
+TEST_F(ImageDump, WritesIntoAFolderWhoseNameIsNotAsciiAndIntoNoneThatCannotBeConverted) {
     ReferenceHost::setImagesSubDirectory(folder.path().wstring() + L"/Bildschärfe \x1F4F7");
     const std::string expected = folder.path().string() + "/Bildsch\xC3\xA4rfe \xF0\x9F\x93\xB7";
     std::filesystem::create_directory(expected);
     dumpImage(true, picture);
     EXPECT_TRUE(std::filesystem::exists(expected + "/" + pictureName + ".png"));
-}
-
-TEST_F(ImageDump, OverwritesAPictureOfTheSameSecond) {
+    world.calls.clear();
+    world.calls.failAlways("WideCharToMultiByte", 0);
+    world.calls.fail("fopen", 0);
     dumpImage(true, picture);
-    FullArg later = pictureOf("later");
-    dumpImage(true, later);
-    EXPECT_EQ(content(".png"), "later");
+    EXPECT_THAT(fileCalls(), ElementsAre("fopen /" + pictureName + ".png wb"));
 }
 
 TEST_F(ImageDump, MakesAnEmptyFileOfAnArgumentOfLengthZeroWithDataOrWithout) {
@@ -98,17 +84,9 @@ TEST_F(ImageDump, MakesAnEmptyFileOfAnArgumentOfLengthZeroWithDataOrWithout) {
     FullArg withoutData;
     dumpImage(true, empty);
     dumpImage(false, withoutData);
-    EXPECT_THAT(folder.names(), ElementsAre(pictureName + ".png", pictureName + ".sgi"));
-    EXPECT_EQ(content(".png") + content(".sgi"), "");
+    EXPECT_EQ(content(pictureName + ".png") + content(pictureName + ".sgi"), "");
     EXPECT_EQ(fileCalls().at(1), "fwrite 0 1");
     EXPECT_EQ(fileCalls().size(), 6u);
-}
-
-TEST_F(ImageDump, TakesAFolderWhoseNameCannotBeConvertedForEmpty) {
-    world.calls.failAlways("WideCharToMultiByte", 0);
-    world.calls.fail("fopen", 0);
-    dumpImage(true, picture);
-    EXPECT_THAT(fileCalls(), ElementsAre("fopen /" + pictureName + ".png wb"));
 }
 
 TEST_F(ImageDump, IgnoresWhateverFails) {
@@ -128,3 +106,4 @@ TEST_F(ImageDump, IgnoresWhateverFails) {
 }
 
 } // namespace
+} // namespace CaptureTests
