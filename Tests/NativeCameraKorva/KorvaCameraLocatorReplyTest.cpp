@@ -1,18 +1,26 @@
-// The replies: what is read, what counts as a camera, what the log says.
+// The replies, and the cameras that sent them: what is read, what counts as a camera, who is reported, and
+// that none spoils the others.
 
 #include "LocatorFixture.h"
+
+#include "Communicator/DeviceException.h"
+#include "Communicator/EthernetCommunicator.h"
+#include "NativeCameraKorva/KorvaCameraLoader.h"
+#include "NativeCameraKorva/KorvaCameraTemplate.h"
+
+#include <stdexcept>
+#include <utility>
 
 using namespace LocatorTests;
 
 namespace {
 
 using namespace std::string_literals;
-using Datagrams = std::vector<std::string>;
 
 /// The datagrams of a search, and what the log has of each: room and address, or the text of no reply.
 struct Replies {
     const char* what;
-    Datagrams datagrams;
+    std::vector<std::string> datagrams;
     Texts lines;
 };
 
@@ -69,21 +77,16 @@ TEST_F(LocatorReplies, AreReadByTheirOwnBytesIntoABufferThatIsNotCleared) {
     }
 }
 
-TEST_F(LocatorReplies, EndWithAnyFailureOfTheSocket) {
+TEST_F(LocatorReplies, EndWithAnyFailureOfTheSocketOrAnEmptyDatagram) {
     network.datagrams = {replyOf("Lab", "10.0.0.5"), replyOf("Roof", "10.0.0.6")};
     calls.fail("recvfrom", WSAECONNRESET, 2);
     search();
-    EXPECT_THAT(log.linesOf("Message"), ElementsAre(recognised("Lab 10.0.0.5")));
-    EXPECT_THAT(log.linesOf("Last"), ElementsAre(last("-1 WSAError: 10054")));
     EXPECT_THAT(calls.of("SendARP"), SizeIs(1)) << "what was gathered is worked on";
-}
-
-TEST_F(LocatorReplies, EndWithAnEmptyDatagram) {
     SetLastError(0);
     network.datagrams = {"", replyOf("Roof", "10.0.0.6")};
     search();
-    EXPECT_THAT(log.linesOf("Message"), ::testing::IsEmpty());
-    EXPECT_THAT(log.linesOf("Last"), ElementsAre(last("0 WSAError: 0")));
+    EXPECT_THAT(log.linesOf("Message"), ElementsAre(recognised("Lab 10.0.0.5")));
+    EXPECT_THAT(log.linesOf("Last"), ElementsAre(last("-1 WSAError: 10054"), last("0 WSAError: 0")));
     EXPECT_EQ(network.startups, 0);
 }
 
@@ -94,19 +97,16 @@ TEST(DiscoveryReply, BearsTheMarkAnywhereAndNamesRoomAndAddress) {
         std::string room = {};
         std::string ip = {};
     } rows[] = {
-        {"[Korva --Room Lab 2 --IP 192.168.10.27]", true, "Lab 2", "192.168.10.27"},
-        {"junk [KorvaMeridian --IP 10.0.0.5 --Serial 7 --Room Lab]", true, "Lab", "10.0.0.5"},
+        {"junk [KorvaMeridian --IP 10.0.0.5 --Serial 7 --Room Lab 2]", true, "Lab 2", "10.0.0.5"},
         {"--Room Lab --IP 10.0.0.5] [Korva", true, "Lab", "10.0.0.5"},
         {"[Korva --Room --IP 10.0.0.5]", true, "--IP", "10.0.0.5"}, // the next key for a missing value
         {"", false},
         {"[Korv", false},
         {"[korva --Room Lab --IP 10.0.0.5]", false},
         {"Korva --Room Lab --IP 10.0.0.5]", false},
-        {"[Other --Room Lab --IP 10.0.0.5]", false},
         {"[Korva --IP 10.0.0.5]", false, "", "10.0.0.5"},
         {"[Korva --IP 10.0.0.5 --Room ]", false, "", "10.0.0.5"},
         {"[Korva --IP 10.0.0.5 --room Lab]", false, "", "10.0.0.5"},
-        {"[Korva --Room Lab]", false, "Lab", ""},
         {"[Korva --Room Lab --Ip 10.0.0.5]", false, "Lab", ""},
         {"[Korva --Room Lab --IP 10.0.0.5", false, "Lab", ""}, // no bracket closes it
     };
@@ -117,6 +117,130 @@ TEST(DiscoveryReply, BearsTheMarkAnywhereAndNamesRoomAndAddress) {
         EXPECT_EQ(room, row.room) << row.text;
         EXPECT_EQ(ip, row.ip) << row.text;
     }
+}
+
+// The cameras.
+
+const std::string found = "Found Korva with MAC ";
+const std::string firstMac = "00-1a-2b-3c-4d-5e";
+const std::string secondMac = "00-1a-2b-3c-4d-5f";
+
+struct LocatorCameras : LocatorSearch {
+    LocatorCameras() { addCamera("Lab", "10.0.0.5"); }
+};
+
+TEST_F(LocatorCameras, AreReportedByATemplateOfTheFamilyOnceTheSearchIsClosed) {
+    observer.onFound = [this] { calls.note("observer"); };
+    search();
+    expectFound(L"Lab");
+    EXPECT_THAT(observer.arguments, ElementsAre(0));
+    EXPECT_EQ(&observer.found[0]->getType(), &getKorvaCameraType());
+    EXPECT_NE(dynamic_cast<const KorvaCameraTemplate*>(observer.found[0].get()), nullptr);
+    const CameraInfo info = observer.infoOf(0);
+    EXPECT_EQ(info.getCameraTypeEnum(), 6);
+    EXPECT_EQ(info.getIpAddress(), L"10.0.0.5");
+    EXPECT_EQ(info.getMacAddress(), L"00-1a-2b-3c-4d-5e");
+    EXPECT_EQ(info.getResolutionX(), 1676);
+    EXPECT_THAT(calls.of({"closesocket", "WSACleanup", "SendARP", "new", "createEthernetCommunicator",
+                          "delete", "observer"}),
+                ElementsAre("closesocket 1", "WSACleanup", "SendARP 10.0.0.5, 0.0.0.0, <ffffffffffff>",
+                            // the identification's own, for its text and for a sample picture
+                            "new 10.0.0.5:32768 -1", "createEthernetCommunicator 10.0.0.5:32769 -1",
+                            "new 10.0.0.5:32769 -1", "delete 10.0.0.5:32769", "delete 10.0.0.5:32768",
+                            // the one that the template is made of
+                            "createEthernetCommunicator 10.0.0.5:32769 -1", "new 10.0.0.5:32769 -1",
+                            "observer", "delete 10.0.0.5:32769"));
+    EXPECT_THAT(calls.of("connect"), ElementsAre("connect 10.0.0.5:32768 5000"));
+    const std::unique_ptr<Communicator> made(observer.found[0]->createCommunicator());
+    const auto& ethernet = dynamic_cast<const EthernetCommunicator&>(*made);
+    EXPECT_EQ(ethernet.getAddress(), L"10.0.0.5");
+    EXPECT_EQ(ethernet.getPort(), 32769);
+    EXPECT_EQ(ethernet.getConnectTimeoutMs(), -1);
+}
+
+TEST_F(LocatorCameras, ThatAnswerOnTwoAdaptersAreReportedOnce) {
+    addCamera("Lab", "10.0.1.5");
+    addCamera("Roof", "10.0.0.6", secondHardware);
+    search();
+    ASSERT_THAT(observer.found, SizeIs(2)) << "in the order of their replies";
+    EXPECT_EQ(observer.infoOf(0).getSerialNumber(), L"K-Lab");
+    EXPECT_EQ(observer.infoOf(1).getSerialNumber(), L"K-Roof");
+    EXPECT_THAT(calls.of("new 10.0.1.5"), IsEmpty());
+    addCamera("Lab", "10.0.0.5"); // the next search has forgotten it
+    locator.broadcastObserverSearch(nullptr, 0);
+    EXPECT_THAT(log.linesOf("Found"),
+                ElementsAre(info(found + firstMac), info(found + firstMac + " more than once, ignoring.."),
+                            info(found + secondMac), info(found + firstMac)));
+    EXPECT_THAT(log.troubles(), IsEmpty());
+}
+
+TEST_F(LocatorCameras, WithoutMacAddressAreOneToTheSearch) {
+    addCamera("Roof", "10.0.0.6", secondHardware);
+    network.arp.clear();
+    search();
+    expectFound(L"Lab");
+    EXPECT_EQ(observer.infoOf(0).getMacAddress(), L"00-00-00-00-00-00");
+}
+
+TEST_F(LocatorCameras, ThatCannotBeIdentifiedAreSkippedAndStaySeen) {
+    network.datagrams = {replyOf("Dead", "10.0.0.9"), replyOf("Dead", "10.0.0.9"),
+                         replyOf("Lab", "10.0.0.5")};
+    network.arp["10.0.0.9"].hardwareAddress = secondHardware;
+    calls.throwFrom("connect", DeviceException(L"na\u00efve", L"Client.cpp", 12));
+    search();
+    expectFound(L"Lab");
+    EXPECT_THAT(log.troubles(), ElementsAre(error("DeviceException while determining camera info."),
+                                            error("    na\u00efve @ Client.cpp:12")));
+    EXPECT_THAT(log.linesOf(found + secondMac + " more"), SizeIs(1));
+}
+
+TEST_F(LocatorCameras, AreGuardedAgainstExceptionsOfAnyClassOfAnother) {
+    const std::vector<std::function<void()>> failures{
+        [this] { breakConnectionTo("10.0.0.9"); },
+        [this] { calls.throwFrom("connect 10.0.0.9", 42); }, // no std::exception
+        [this] { calls.throwFrom("SendARP 10.0.0.9", DeviceException(L"unexpected")); }};
+    for (const auto& fail : failures) {
+        beginAnew();
+        observer.found.clear();
+        addCamera("Bad", "10.0.0.9", secondHardware);
+        addCamera("Lab", "10.0.0.5");
+        fail();
+        EXPECT_NO_THROW(search());
+        expectFound(L"Lab");
+        EXPECT_EQ(log.troubles().back(),
+                  warn("Unknown exception processing Korva in room: Bad at IP: 10.0.0.9"));
+    }
+    EXPECT_THAT(log.troubles(), SizeIs(failures.size()));
+}
+
+TEST_F(LocatorCameras, AreFoundAndSkippedWithoutLoggingToo) {
+    log.turnOff();
+    identificationLog.turnOff();
+    network.datagrams = {"no camera", replyOf("Dead", "10.0.0.8")};
+    network.arp["10.0.0.8"].hardwareAddress = std::string("\x00\x1a\x2b\x3c\x4d\x60", 6);
+    addCamera("Bad", "10.0.0.9", secondHardware);
+    addCamera("Lab", "10.0.0.5");
+    addCamera("Lab", "10.0.1.5");
+    breakConnectionTo("10.0.0.9");
+    search();
+    expectFound(L"Lab");
+    EXPECT_THAT(log.texts(), IsEmpty());
+}
+
+TEST_F(LocatorCameras, BelongToAnObserverThatThrows) {
+    addCamera("Roof", "10.0.0.6", secondHardware);
+    // It keeps the template and destroys it, so a second owner would show.
+    observer.onFound = [this] {
+        if (observer.found.size() == 1)
+            throw std::runtime_error("the host's affair");
+        throw DeviceException(L"refused");
+    };
+    search();
+    ASSERT_THAT(observer.found, SizeIs(2));
+    EXPECT_EQ(observer.infoOf(0).getSerialNumber(), L"K-Lab");
+    EXPECT_THAT(log.troubles(),
+                ElementsAre(warn("Unknown exception processing Korva in room: Lab at IP: 10.0.0.5"),
+                            error("DeviceException while determining camera info."), error("    refused")));
 }
 
 } // namespace
