@@ -3,22 +3,17 @@
 
 #include "CaptureFixture.h"
 
-#include "Hex.h"
-
 namespace CaptureTests {
 namespace {
-
-using namespace HexBytes;
 
 using CaptureRequests = Capture;
 
 TEST_F(CaptureRequests, ConfigureThenTakeThenFetchEachAnsweredBeforeTheNext) {
     answerGoodAttempt();
     EXPECT_NE(capture(), nullptr);
+    const Bytes configuration = World::message({{2, {0, 100}}, {3, {2}}, {4, {1}}, {7, {16}}, {8, {4}}});
     EXPECT_THAT(camera.requests(),
-                ElementsAre("01 00000027 05 02 00000002 0064 03 00000001 02 04 00000001 01 07 00000001 10"
-                            "08 00000001 04 00C6"_hex,
-                            "01 0000000D 01 05 00000000 0014"_hex, "01 0000000D 01 06 00000000 0015"_hex));
+                ElementsAre(configuration, World::message({{5, {}}}), World::message({{6, {}}})));
     std::vector<std::string> calls = world.calls.of({"connect", "send", "receive", "close", "Sleep"});
     for (std::string& call : calls)
         call.erase(call.find(" 10.0.0.5:32769"), 15);

@@ -51,14 +51,10 @@ inline Bytes greyPixels(unsigned int count, unsigned int seed = 0) {
     return pixels;
 }
 
-inline Bytes doneMessage() {
-    return TestSupport::wireMessage({{0, {}}});
-}
-
 /// The three answers of a capture, each to the next request.
 inline void answerCapture(ScriptedCommunicator& camera, const Bytes& file) {
-    camera.afterNextWrite().deliver(doneMessage());
-    camera.afterNextWrite().deliver(doneMessage());
+    camera.afterNextWrite().deliver(TestSupport::wireMessage({{0, {}}}));
+    camera.afterNextWrite().deliver(TestSupport::wireMessage({{0, {}}}));
     camera.afterNextWrite().deliver(TestSupport::wireMessage({{6, file}}));
 }
 

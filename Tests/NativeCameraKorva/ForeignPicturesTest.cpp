@@ -3,9 +3,6 @@
 
 #include "Decoding.h"
 
-#include "Support/Beginning.h"
-
-#include <algorithm>
 #include <filesystem>
 #include <ostream>
 #include <string>
@@ -13,8 +10,6 @@
 
 namespace DecodingTests {
 namespace {
-
-using TestSupport::beginningOf;
 
 constexpr std::int32_t width = 19;
 constexpr std::uint32_t height = 13;
@@ -106,37 +101,6 @@ TEST(ForeignPictures, DecodeToThePixelsThatAnotherProgramReads) {
         expectPictureOf(each, png(fileNamed(each.name)));
     for (const Foreign& each : sgis)
         expectPictureOf(each, sgi(fileNamed(each.name)));
-}
-
-/// Where each chunk starts, and where the last one ends.
-std::vector<std::size_t> chunkBoundaries(const Bytes& file) {
-    std::vector<std::size_t> boundaries{Support::pngSignature().size()};
-    while (boundaries.back() + 12 <= file.size()) {
-        const std::size_t at = boundaries.back();
-        boundaries.push_back(at + 12 + file[at + 2] * 256u + file[at + 3]);
-    }
-    return boundaries;
-}
-
-TEST(ForeignPng, CutAtAChunkIsEmptyUnlessOnlyTheLastChunkIsMissing) {
-    for (const Foreign& each : pngs) {
-        SCOPED_TRACE(each.name);
-        const Bytes file = fileNamed(each.name);
-        const Picture whole = png(file);
-        const std::vector<std::size_t> boundaries = chunkBoundaries(file);
-        ASSERT_GE(boundaries.size(), 4u);
-        ASSERT_EQ(boundaries.back(), file.size());
-        const std::size_t endOfPixels = boundaries[boundaries.size() - 2];
-        for (const std::size_t boundary : boundaries) {
-            EXPECT_EQ(png(beginningOf(file, boundary)), boundary >= endOfPixels ? whole : noPicture)
-                << boundary;
-            // Within the chunk that starts there: its type is cut, or its first bytes.
-            for (const std::size_t more : {1, 6, 9}) {
-                const std::size_t length = std::min(boundary + more, endOfPixels - 1);
-                EXPECT_EQ(png(beginningOf(file, length)), noPicture) << length;
-            }
-        }
-    }
 }
 
 TEST(ForeignPng, HasTheTextOfItsFirstChunk) {

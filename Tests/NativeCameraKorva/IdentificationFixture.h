@@ -7,6 +7,7 @@
 #include "Communicator/Connector.h"
 #include "Communicator/DeviceException.h"
 #include "Communicator/PosixEthernetCommunicator.h"
+#include "Platform/Text.h"
 #include "PluginLog.h"
 #include "Support/SamplePictures.h"
 #include "World/Stage.h"
@@ -26,11 +27,11 @@ inline constexpr char loggerName[] = "Plenar.KorvaCamera.KorvaCapture";
 inline constexpr char knownMac[] = "00-1a-2b-3c-4d-5e";
 
 /// The message of the DeviceException that `call` throws; empty, and a failure, where it throws none.
-inline std::wstring messageOf(const std::function<void()>& call) {
+inline std::string messageOf(const std::function<void()>& call) {
     try {
         call();
     } catch (const DeviceException& exception) {
-        return exception.getMessage();
+        return Platform::utf8FromWide(exception.getMessage());
     }
     ADD_FAILURE() << "no DeviceException";
     return {};

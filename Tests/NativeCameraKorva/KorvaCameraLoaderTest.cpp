@@ -138,20 +138,14 @@ TEST(ModuleObjects, AreMadeByTheLoadingButForTheLoadersLogger) {
     EXPECT_EXIT(std::exit(watchTheFirstLoad()), ::testing::ExitedWithCode(0), "");
 }
 
-TEST(Unloading, LeavesNothingMappedBehindADevice) {
-    {
-        const Plugin plugin;
-        EXPECT_GT(mappingsOfThePlugin(), 0);
-    }
-    loadUseAndUnload();
-    EXPECT_EQ(mappingsOfThePlugin(), 0);
-    EXPECT_THAT(registeredTypes(), IsEmpty());
-}
-
 TEST(Unloading, CostsNothingAThousandTimes) {
     constexpr int warmUpRounds = 20;
     constexpr int rounds = 1000;
     constexpr std::size_t allowedBytes = 64 * 1024;
+    {
+        const Plugin plugin;
+        EXPECT_GT(mappingsOfThePlugin(), 0);
+    }
     for (int i = 0; i < warmUpRounds; ++i)
         loadUseAndUnload();
     const std::size_t bytesBefore = mallinfo2().uordblks;
@@ -162,6 +156,7 @@ TEST(Unloading, CostsNothingAThousandTimes) {
     EXPECT_LE(bytesAfter, bytesBefore + allowedBytes);
     EXPECT_EQ(openDescriptors(), descriptorsBefore);
     EXPECT_EQ(mappingsOfThePlugin(), 0);
+    EXPECT_THAT(registeredTypes(), IsEmpty());
     RecordProperty("bytesKept",
                    std::to_string(static_cast<long long>(bytesAfter) - static_cast<long long>(bytesBefore)));
 }

@@ -113,44 +113,33 @@ TEST(CommParser, SeparatesWordsAlikeInEveryLocale) {
     EXPECT_EQ(parser.getValue("--A"), "axb");
 }
 
-TEST(CommParser, CopiesFlagAndEntries) {
+/// It has parsed, and has that value of --A and nothing of --C.
+void expectParser(CommParser& parser, const std::string& value) {
+    EXPECT_TRUE(parser.isParsed());
+    EXPECT_EQ(parser.getValue("--A"), value);
+    EXPECT_EQ(parser.getValue("--C"), "");
+}
+
+TEST(CommParser, IsCopiedAndMovedWithItsEntriesAndKeepsItsFlag) {
+    static_assert(std::is_same_v<decltype(std::declval<CommParser&>().getValue("")), std::string>);
     CommParser source = parsed({"--A x]"});
     CommParser copy(source);
-    EXPECT_TRUE(copy.isParsed());
-    EXPECT_EQ(copy.getValue("--A"), "x");
     CommParser assigned = parsed({"--C z]"});
     assigned = source;
-    EXPECT_EQ(assigned.getValue("--A"), "x");
-    EXPECT_EQ(assigned.getValue("--C"), "");
+    CommParser moved(std::move(source));
+    CommParser moveAssigned = parsed({"--C z]"});
+    moveAssigned = std::move(copy);
+    for (CommParser* const parser : {&assigned, &moved, &moveAssigned}) {
+        expectParser(*parser, "x");
+        CommParser& same = *parser;
+        *parser = same;
+        *parser = std::move(same);
+        expectParser(*parser, "x");
+    }
+    expectParser(source, "");
+    expectParser(copy, "");
     assigned = CommParser();
     EXPECT_FALSE(assigned.isParsed());
-    EXPECT_EQ(source.getValue("--A"), "x");
-}
-
-TEST(CommParser, MovesItsEntriesAndKeepsItsFlag) {
-    CommParser source = parsed({"--A x]"});
-    CommParser moved(std::move(source));
-    EXPECT_TRUE(moved.isParsed());
-    EXPECT_EQ(moved.getValue("--A"), "x");
-    EXPECT_TRUE(source.isParsed());
-    EXPECT_EQ(source.getValue("--A"), "");
-    CommParser assigned = parsed({"--C z]"});
-    assigned = std::move(moved);
-    EXPECT_EQ(assigned.getValue("--A"), "x");
-    EXPECT_EQ(assigned.getValue("--C"), "");
-    EXPECT_TRUE(moved.isParsed());
-    EXPECT_EQ(moved.getValue("--A") + moved.getValue("--C"), "");
-}
-
-TEST(CommParser, StaysAsItWasWhenAssignedToItself) {
-    static_assert(std::is_same_v<decltype(std::declval<CommParser&>().getValue("")), std::string>);
-    CommParser parser = parsed({"--A x]"});
-    CommParser& same = parser;
-    parser = same;
-    EXPECT_EQ(parser.getValue("--A"), "x");
-    parser = std::move(same);
-    EXPECT_TRUE(parser.isParsed());
-    EXPECT_EQ(parser.getValue("--A"), "x");
 }
 
 } // namespace

@@ -1,29 +1,20 @@
-#include "NativeCameraKorva/KorvaIdentification.h"
+#include "IdentificationFixture.h"
 
-#include "PluginLog.h"
 #include "Support/DigitsApart.h"
-#include "World/Calls.h"
-#include "World/Network.h"
 
 #include <optional>
 
+namespace IdentificationTests {
 namespace {
 
-using namespace PluginLogs;
 using namespace std::string_literals;
-using World::Calls;
-using World::Network;
 
 constexpr char zeros[] = "00-00-00-00-00-00";
 
-struct MacAddress : ::testing::Test {
-    PluginLog log{"Plenar.KorvaCamera.KorvaCapture", "KorvaHelper", log4cxx::Level::getInfo()};
-
-    MacAddress() { World::reset(); }
-
+struct MacAddress : Identification {
     /// Of a camera for which ARP answers those bytes and, if it is another, that length.
-    static std::string where(const std::string& bytes, std::optional<ULONG> length = std::nullopt) {
-        Network::current().arp["10.0.0.5"] = {bytes, NO_ERROR, length};
+    std::string where(const std::string& bytes, std::optional<ULONG> length = std::nullopt) {
+        world.network.arp["10.0.0.5"] = {bytes, NO_ERROR, length};
         return Korva::getKorvaMacAddress("10.0.0.5");
     }
 };
@@ -36,8 +27,7 @@ TEST_F(MacAddress, IsSixPairsInLowerCaseJoinedByHyphens) {
     }
     EXPECT_EQ(address, "00-1a-2b-0c-4d-fe");
     EXPECT_THAT(log.lines(), IsEmpty());
-    EXPECT_THAT(Calls::current().lines(),
-                ElementsAre("inet_pton 2, 10.0.0.5", "SendARP 10.0.0.5, 0.0.0.0, <ffffffffffff>"));
+    EXPECT_EQ(world.calls.lines().back(), "SendARP 10.0.0.5, 0.0.0.0, <ffffffffffff>");
 }
 
 TEST_F(MacAddress, HasAsManyPairsAsTheSystemTellsAndAtMostEight) {
@@ -53,7 +43,7 @@ TEST_F(MacAddress, HasAsManyPairsAsTheSystemTellsAndAtMostEight) {
 
 TEST_F(MacAddress, IsZerosAndAWarningWithTheUnsignedCodeWhereTheSystemFindsNone) {
     EXPECT_EQ(Korva::getKorvaMacAddress("10.0.0.5"), zeros);
-    Calls::current().fail("SendARP", -1);
+    world.calls.fail("SendARP", -1);
     EXPECT_EQ(where("\x01\x02\x03\x04\x05\x06"), zeros);
     const std::string warning = "Couldn't retrieve MAC address with ARP call: error: ";
     EXPECT_THAT(log.texts(), ElementsAre(warn(warning + "67"), warn(warning + "4294967295")));
@@ -62,11 +52,12 @@ TEST_F(MacAddress, IsZerosAndAWarningWithTheUnsignedCodeWhereTheSystemFindsNone)
 }
 
 TEST_F(MacAddress, AsksForTheZeroAddressWhereTheTextIsNone) {
-    Network::current().arp["0.0.0.0"] = {"\x01\x02\x03\x04\x05\x06"};
+    world.network.arp["0.0.0.0"] = {"\x01\x02\x03\x04\x05\x06"};
     for (const char* text : {"", "camera", "10.0.0", "10.0.0.5x", "::1"}) {
         EXPECT_EQ(Korva::getKorvaMacAddress(text), "01-02-03-04-05-06");
-        EXPECT_EQ(Calls::current().lines().back(), "SendARP 0.0.0.0, 0.0.0.0, <ffffffffffff>");
+        EXPECT_EQ(world.calls.lines().back(), "SendARP 0.0.0.0, 0.0.0.0, <ffffffffffff>");
     }
 }
 
 } // namespace
+} // namespace IdentificationTests

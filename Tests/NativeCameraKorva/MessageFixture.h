@@ -4,16 +4,17 @@
 #include "NativeCameraKorva/KorvaBinaryCommunication.h"
 #include "NativeCameraKorva/KorvaMessageReader.h"
 
-#include "Hex.h"
 #include "PluginLog.h"
 #include "Support/ScriptedCommunicator.h"
 
+#include <cctype>
+#include <cstddef>
 #include <cstdint>
+#include <string>
 #include <vector>
 
 namespace MessageTests {
 
-using namespace HexBytes;
 using namespace Korva::Binary;
 using namespace PluginLogs;
 using TestSupport::Bytes;
@@ -25,6 +26,18 @@ inline constexpr std::uint8_t doneCode = 0;
 inline constexpr std::uint8_t errorCode = 1;
 inline constexpr std::uint8_t imageCode = 6;
 
+/// Bytes written out by hand: two hexadecimal digits a byte; blanks between bytes mean nothing.
+inline Bytes operator""_hex(const char* text, std::size_t length) {
+    std::string digits;
+    for (std::size_t i = 0; i < length; ++i)
+        if (std::isspace(static_cast<unsigned char>(text[i])) == 0)
+            digits += text[i];
+    Bytes bytes;
+    for (std::size_t i = 0; i < digits.size(); i += 2)
+        bytes.push_back(static_cast<std::uint8_t>(std::stoul(digits.substr(i, 2), nullptr, 16)));
+    return bytes;
+}
+
 struct Exchange : ::testing::Test {
     ScriptedCommunicator communicator;
     PluginLog log{loggerName, "KorvaBinaryCommunication"};
@@ -32,9 +45,6 @@ struct Exchange : ::testing::Test {
     std::vector<FullArg> args;
 
     bool parse() { return parseIncomingMessage(&communicator, header, args); }
-    bool parseWithin(std::uint32_t imageByteLimit) {
-        return readMessage(communicator, header, args, imageByteLimit);
-    }
 };
 
 } // namespace MessageTests

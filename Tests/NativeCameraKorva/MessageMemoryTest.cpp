@@ -50,7 +50,7 @@ TEST_F(MessageMemory, ThatCannotBeHadRefusesTheMessageLoggedOrNot) {
 
 TEST_F(MessageMemory, IsNotAskedForWhereTheImageIsAboveTheLimit) {
     communicator.deliver(sevenBytes);
-    EXPECT_FALSE(parseWithin(6));
+    EXPECT_FALSE(readMessage(communicator, header, args, 6));
     EXPECT_EQ(Support::lastArrayLength(), 4711u);
 }
 

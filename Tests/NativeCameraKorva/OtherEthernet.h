@@ -15,6 +15,12 @@ struct OtherEthernet final : EthernetCommunicator {
     TestSupport::ScriptedCommunicator script;
     std::unique_ptr<Connector> hold;
 
+    /// The answer to the next request.
+    OtherEthernet& say(const std::string& reply) {
+        script.afterNextWrite().deliver({reply.begin(), reply.end()});
+        return *this;
+    }
+
     std::wstring getAddress() const override { return L"10.0.0.5"; }
     int getPort() const override { return 32768; }
     void writeBytes(const void* data, unsigned int count, bool discardUnread, int reserved) override {

@@ -34,23 +34,11 @@ Form formOf(const image_t& image) {
     return {image.format, image.width, image.height};
 }
 
-/// Lowers the most bytes that an image allocates while it lives.
-class ByteLimit {
-public:
-    explicit ByteLimit(std::size_t bytes) { image_t::setByteLimit(bytes); }
-    ByteLimit(const ByteLimit&) = delete;
-    ByteLimit& operator=(const ByteLimit&) = delete;
-    ~ByteLimit() { image_t::setByteLimit(image_t::defaultByteLimit); }
-};
-
-TEST(Image, IsEmptyByDefault) {
-    EXPECT_EQ(formOf(image_t()), Form());
-    EXPECT_EQ(image_t().pixels, nullptr);
-    EXPECT_EQ(image_t().bytesPerRow(), 0u);
-}
-
-TEST(Image, IsLaidOutAndNumberedAsHostsReadIt) {
+TEST(Image, IsLaidOutAndNumberedAsHostsReadItAndEmptyByDefault) {
     const image_t image;
+    EXPECT_EQ(formOf(image), Form());
+    EXPECT_EQ(image.pixels, nullptr);
+    EXPECT_EQ(image.bytesPerRow(), 0u);
     const auto offset = [&image](const void* field) {
         return static_cast<const char*>(field) - reinterpret_cast<const char*>(&image);
     };
@@ -165,19 +153,16 @@ TEST(Image, AllocatesAtMost256Mebibytes) {
     EXPECT_FALSE(image_t::isAllocatable(66, mostWidth, mostHeight));
 }
 
-TEST(Image, AllocatesAtMostTheBytesOfALoweredLimitAndUsesAnyOtherBuffer) {
+TEST(Image, IsEmptyAboveALoweredLimitOrWhereMemoryIsShortUnlessItUsesAnotherBuffer) {
     std::array<unsigned char, 42> pixels{};
-    const ByteLimit limit(36);
+    image_t::setByteLimit(36);
     EXPECT_EQ(formOf(image_t(17, 3, 2, nullptr, copy)), (Form{17, 3, 2}));
     EXPECT_EQ(formOf(image_t(17, 7, 1, nullptr, copy)), Form());
     EXPECT_EQ(formOf(image_t(17, 7, 1, pixels.data(), copy)), Form());
     EXPECT_EQ(formOf(image_t(17, 7, 1, pixels.data(), borrow)), (Form{17, 7, 1}));
     EXPECT_EQ(formOf(image_t(17, 7, 1, new unsigned char[42], adopt)), (Form{17, 7, 1}));
-}
-
-TEST(Image, IsEmptyWhereMemoryIsShort) {
+    image_t::setByteLimit(image_t::defaultByteLimit);
     const Support::ArrayShortage shortage;
-    std::array<unsigned char, 18> pixels{};
     EXPECT_EQ(formOf(image_t(1, 3, 2, nullptr, copy)), Form());
     EXPECT_EQ(formOf(image_t(1, 3, 2, pixels.data(), copy)), Form());
 }
