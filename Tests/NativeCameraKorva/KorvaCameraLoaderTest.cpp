@@ -12,12 +12,16 @@
 #include <log4cxx/logmanager.h>
 #include <malloc.h>
 
+#include <algorithm>
+#include <array>
+#include <cstdio>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
-#include <map>
 #include <memory>
+#include <set>
+#include <sstream>
 #include <string>
 
 using namespace PluginLogs;
@@ -109,25 +113,25 @@ TEST(ExitPoint, DoesNothingWhateverItIsGiven) {
     EXPECT_EQ(plugin.cameraType().getCode(), L"KRV");
 }
 
-TEST(ModuleObjects, IncludeTheLoggersAndTheSettingsThatNobodyReads) {
-    const Plugin plugin;
-    for (const char* const name :
-         {"KorvaInternalsComm", "KorvaCameraBuilder", "KorvaCameraLocator", "KorvaCapture",
-          "KorvaImagingInterface", "KorvaInternals", "KorvaIntrinsics"})
-        EXPECT_TRUE(isLogger(std::string("Plenar.KorvaCamera.") + name)) << name;
-    const std::map<std::string, std::string> settings = ReferenceHost::developerSettings();
-    for (const char* const name :
-         {"developerMode", "tradeshow", "enableTimingProfileLogging", "logging.ImageDirectory"})
-        EXPECT_TRUE(settings.contains(name)) << name;
-}
-
-/// 0 where the plug-in's loggers and settings come with it, and the loader's logger with its first use.
+/// 0 where the plug-in's loggers and settings, those that nobody reads too, come with it, and the loader's
+/// logger with its first use.
 int watchTheFirstLoad() {
-    const char intrinsics[] = "Plenar.KorvaCamera.KorvaIntrinsics";
-    const bool isClean = !isLogger(intrinsics) && ReferenceHost::developerSettings().empty();
+    const std::set<std::string> loggers{"KorvaInternalsComm", "KorvaCameraBuilder",    "KorvaCameraLocator",
+                                        "KorvaCapture",       "KorvaImagingInterface", "KorvaInternals",
+                                        "KorvaIntrinsics"};
+    const auto count = [&loggers] {
+        return std::ranges::count_if(
+            loggers, [](const std::string& name) { return isLogger("Plenar.KorvaCamera." + name); });
+    };
+    const bool isClean = count() == 0 && ReferenceHost::developerSettings().empty();
     const Plugin plugin;
+    std::set<std::string> settings;
+    for (const auto& [name, value] : ReferenceHost::developerSettings())
+        settings.insert(name);
     const bool isLoaded =
-        isLogger(intrinsics) && ReferenceHost::developerSettings().size() == 4 && !isLogger(loaderLogger);
+        count() == 7 && !isLogger(loaderLogger) &&
+        settings == std::set<std::string>{"developerMode", "tradeshow", "enableTimingProfileLogging",
+                                          "logging.ImageDirectory"};
     plugin.initialize(1);
     return isClean && isLoaded && isLogger(loaderLogger) ? 0 : 1;
 }
@@ -159,6 +163,61 @@ TEST(Unloading, CostsNothingAThousandTimes) {
     EXPECT_THAT(registeredTypes(), IsEmpty());
     RecordProperty("bytesKept",
                    std::to_string(static_cast<long long>(bytesAfter) - static_cast<long long>(bytesBefore)));
+}
+
+// What the library shows to the programs that load it.
+
+std::string outputOf(const std::string& command) {
+    std::FILE* const pipe = popen(command.c_str(), "r");
+    if (pipe == nullptr)
+        return {};
+    std::string output;
+    std::array<char, 4096> buffer{};
+    while (const std::size_t count = std::fread(buffer.data(), 1, buffer.size(), pipe))
+        output.append(buffer.data(), count);
+    return pclose(pipe) == 0 ? output : std::string();
+}
+
+/// The demangled names of the symbols that the library defines for others.
+std::set<std::string> exportedNames() {
+    std::istringstream lines(outputOf("nm -D --defined-only -C '" KORVA_PLUGIN_FILE "'"));
+    std::set<std::string> names;
+    std::string address;
+    std::string kind;
+    std::string name;
+    while (lines >> address >> kind && std::getline(lines >> std::ws, name))
+        names.insert(name);
+    return names;
+}
+
+const std::string text = "std::__cxx11::basic_string<char, std::char_traits<char>, std::allocator<char> >";
+const std::string argList = "std::vector<Korva::Binary::FullArg, std::allocator<Korva::Binary::FullArg> >&";
+
+TEST(PluginLibrary, ExportsItsEntryPointsAndNothingElse) {
+    const std::set<std::string> expected{
+        "pnx_initialize_device_plugin",
+        "pnx_uninitialize_device_plugin",
+        "initializeKorvaCamera()",
+        "getKorvaCameraType()",
+        "Korva::Binary::calculateChkSum(unsigned char const*, unsigned long)",
+        "Korva::Binary::getChkSum(Korva::Binary::Header*)",
+        "Korva::Binary::createAndSendMessage(Korva::Binary::Command, " + argList + ", Communicator*)",
+        "Korva::Binary::parseIncomingMessage(Communicator*, Korva::Binary::Header&, " + argList + ")",
+        "Korva::Binary::validateCommandResponse(Korva::Binary::Header&, " + argList + ", bool)",
+        "Korva::CommParser::CommParser()",
+        "Korva::CommParser::CommParser(Korva::CommParser const&)",
+        "Korva::CommParser::CommParser(Korva::CommParser&&)",
+        "Korva::CommParser::operator=(Korva::CommParser const&)",
+        "Korva::CommParser::operator=(Korva::CommParser&&)",
+        "Korva::CommParser::~CommParser()",
+        "Korva::CommParser::parse(char*)",
+        "Korva::CommParser::isParsed()",
+        "Korva::CommParser::getValue(" + text + " const&)",
+        "Korva::determineCameraInfo(Communicator*, " + text + ")",
+        "Korva::checkSoftwareVersion(" + text + ")",
+        "Korva::capture(Communicator*, bool, bool, bool, int, bool)",
+    };
+    EXPECT_THAT(exportedNames(), ::testing::ContainerEq(expected));
 }
 
 } // namespace

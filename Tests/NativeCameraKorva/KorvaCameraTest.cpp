@@ -1,19 +1,24 @@
 #include "NativeCameraKorva/KorvaCamera.h"
 
+#include "Communicator/DeviceException.h"
 #include "Device/CaptureCmds.h"
 #include "Device/Exceptions.h"
 #include "NativeCameraControl/Imaging2Interface.h"
+#include "NativeCameraKorva/KorvaCameraHandlers.h"
 #include "NativeCameraKorva/KorvaCameraLoader.h"
 #include "NativeCameraKorva/KorvaImaging2Interface.h"
 #include "NativeCameraKorva/KorvaImagingInterface.h"
+#include "NativeCameraKorva/WrappedD1Exception.h"
 #include "PluginLog.h"
 #include "StagedDevice.h"
+#include "Support/Thrown.h"
 #include "Support/VirtualTable.h"
 
 #include <cstddef>
 #include <cstdint>
 #include <exception>
 #include <memory>
+#include <stdexcept>
 #include <string>
 #include <type_traits>
 #include <typeinfo>
@@ -245,4 +250,65 @@ TEST_F(ADevice, MayBeDestroyedThroughEveryPart) {
     delete static_cast<Device*>(StagedDevice().device.release());
     delete static_cast<BaseDevice*>(StagedDevice().device.release());
     EXPECT_EQ(world.communicators.size(), 1u); // that of the fixture's own
+}
+
+// The handlers of commands, by themselves.
+
+namespace {
+
+using ImageCmd = SetCmd<image_t&>;
+
+/// What a handler whose work throws `inner` throws as an `Outer`.
+template <class Outer, class Inner>
+std::string thrownFor(const Inner& inner) {
+    image_t image;
+    const auto handler = Korva::makeCmdHandler<ImageCmd>([&inner](const ImageCmd&) { throw inner; });
+    return TestSupport::thrownBy<Outer>(
+        [&] { handler(std::make_shared<Capture::FillMonoImage>(image, "key"), {}); });
+}
+
+} // namespace
+
+TEST(CmdHandlers, GiveTheWorkTheCommandAndRefuseNoneAndOneOfAnotherKindWhichTheyName) {
+    image_t image;
+    const std::shared_ptr<Cmd> command = std::make_shared<Capture::FillMonoImage>(image, "key");
+    const std::shared_ptr<Cmd> other = std::make_shared<SetNetworkHealthCallback>(nullptr);
+    const ImageCmd* got = nullptr;
+    const auto handler = Korva::makeCmdHandler<ImageCmd>([&got](const ImageCmd& given) { got = &given; });
+    for (const std::shared_ptr<Cmd>& refused : {other, std::shared_ptr<Cmd>()}) {
+        try {
+            handler(refused, {});
+            FAIL() << "the handler took the command";
+        } catch (const Exceptions::IncorrectCommandTypeException& failure) {
+            EXPECT_EQ(failure.getCommand(), refused);
+        }
+    }
+    EXPECT_EQ(got, nullptr);
+    handler(command, {});
+    EXPECT_EQ(got, command.get());
+    EXPECT_EQ(command.use_count(), 1);
+    EXPECT_EQ(other.use_count(), 1);
+}
+
+TEST(CmdHandlers, WrapExceptionsOfTheOlderLayerAndLetEveryOtherPass) {
+    using Exceptions::WrappedD1Exception;
+    const std::string prefix = "A Device1 layer exception caught: ";
+    EXPECT_EQ(thrownFor<WrappedD1Exception>(TolvaneException(L"K\u00E4mera weg", L"File.cpp", 7)),
+              prefix + "[K\xC3\xA4mera weg]");
+    EXPECT_EQ(thrownFor<WrappedD1Exception>(DeviceException(L"gone")), prefix + "[gone]");
+    EXPECT_EQ(thrownFor<std::runtime_error>(std::runtime_error("plain")), "plain");
+    EXPECT_EQ(thrownFor<TolvaneExceptionBase>(TolvaneExceptionBase(L"root")), "root");
+}
+
+TEST(WrappedD1Exception, IsADeviceExceptionOfTheNewerLayerThatWrapsTheMessageInUtf8) {
+    static_assert(std::is_base_of_v<Exceptions::DeviceException, Exceptions::WrappedD1Exception>);
+    const auto textOf = [](const wchar_t* message) {
+        const Exceptions::WrappedD1Exception failure(message);
+        return std::string(static_cast<const Exceptions::DeviceException&>(failure).what());
+    };
+    EXPECT_EQ(textOf(L"\U0001F4F7"), "A Device1 layer exception caught: [\xF0\x9F\x93\xB7]");
+    EXPECT_EQ(textOf(L""), "A Device1 layer exception caught: []");
+    World::Calls::current().failAlways("WideCharToMultiByte", 0);
+    EXPECT_EQ(textOf(L"it broke"), "A Device1 layer exception caught: []");
+    World::Calls::current().failNoMore();
 }

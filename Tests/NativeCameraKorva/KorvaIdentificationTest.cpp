@@ -1,11 +1,73 @@
-#include "IdentificationFixture.h"
-#include "OtherEthernet.h"
+// Who a camera is: the conversation with it.
 
+#include "NativeCameraKorva/KorvaIdentification.h"
+
+#include "Communicator/DeviceException.h"
+#include "Communicator/PosixEthernetCommunicator.h"
+#include "NativeCameraKorva/KorvaHelper.h"
+#include "OtherEthernet.h"
+#include "Platform/Text.h"
+#include "PluginLog.h"
+#include "Support/SamplePictures.h"
+#include "World/Stage.h"
+
+#include <cstddef>
+#include <cstdint>
+#include <functional>
 #include <iterator>
+#include <string>
 #include <utility>
 
-namespace IdentificationTests {
 namespace {
+
+using namespace PluginLogs;
+using IdentificationTests::OtherEthernet;
+using World::answerCapture;
+using World::Bytes;
+
+constexpr char loggerName[] = "Plenar.KorvaCamera.KorvaCapture";
+constexpr char knownMac[] = "00-1a-2b-3c-4d-5e";
+
+/// The message of the DeviceException that `call` throws; empty, and a failure, where it throws none.
+std::string messageOf(const std::function<void()>& call) {
+    try {
+        call();
+    } catch (const DeviceException& exception) {
+        return Platform::utf8FromWide(exception.getMessage());
+    }
+    ADD_FAILURE() << "no DeviceException";
+    return {};
+}
+
+/// A grey 16-bit PNG file, bright throughout.
+Bytes samplePng(std::uint16_t width, std::uint16_t height) {
+    return TestSupport::pngFile(TestSupport::uniformSamples(width, height, 1, 0x1010));
+}
+
+/// A camera at 10.0.0.5, or at whatever address is asked. The logger stands at info.
+struct Identification : ::testing::Test {
+    World::Stage world;
+    PluginLog log{loggerName, "KorvaHelper", log4cxx::Level::getInfo()};
+    PosixEthernetCommunicator camera{L"10.0.0.5", 32768, -1};
+
+    Identification() {
+        text();
+        binary();
+    }
+    ~Identification() override { EXPECT_FALSE(camera.isConnected()); }
+
+    World::Peer& text() { return world.at("", 32768); }
+    World::Peer& binary() { return world.at("", 32769); }
+
+    /// The camera answers the three queries, each once.
+    void answerQueries(const std::string& hardwareId = "XM61", const std::string& software = "3.2.15") {
+        World::answerIdentification(text(), {hardwareId, software});
+    }
+
+    CameraInfo identify(const std::string& mac = knownMac) {
+        return Korva::determineCameraInfo(&camera, mac);
+    }
+};
 
 std::string unanswered(const std::string& what) {
     return "Couldn't get any " + what + " info from Korva device at: 10.0.0.5.. ignore it";
@@ -86,22 +148,15 @@ TEST_F(Identification, LooksTheMacAddressUpIfNoneIsGivenAndStoresTheTextThatItWa
     EXPECT_THAT(log.troubles(), ElementsAre(warn("Couldn't retrieve MAC address with ARP call: error: 67")));
 }
 
-/// What the camera says to the three queries, and which texts come of it.
-struct Replies {
-    const char* what;
-    std::string version;
-    std::string serial;
-    std::string network;
-    std::wstring texts; ///< firmware, model, serial number, mask and gateway, with | between them
-};
-
+// What is taken of replies that are cut, damaged or lack a key is the fault matrix'.
 TEST_F(Identification, TakesOfEachReplyWhatItHolds) {
-    const std::string beginning = "[Version --HW XM61 --SW 3.2.15 --API 7 --Camera ";
-    const std::string fill(256 - beginning.size() - 1, 'x');
-    const std::wstring known = L"SW-3.2.15_API-7|Korva Meridian XM61|";
-    const Replies rows[] = {
-        {"keys that are left out", "[Version --HW XM62]", "[SerialNumber]",
-         "[--Settings --NetMask 255.0.0.0]", L"SW-_API-|Korva Meridian XM62||255.0.0.0|"},
+    const struct {
+        const char* what;
+        std::string version;
+        std::string serial;
+        std::string network;
+        std::wstring texts; ///< firmware, model, serial number, mask and gateway, with | between them
+    } rows[] = {
         {"a model that needs no firmware", "[Version --HW M615 --SW 1.0.0 --API 7]", "[S]", "[S]",
          L"SW-1.0.0_API-7|Korva Meridian M615|||"},
         {"text beyond ASCII", "[Version --HW \xC3\xA4M61 --SW 3.2.15 --API 7]", "[S --Camera K\xC3\xB6 42]",
@@ -109,19 +164,10 @@ TEST_F(Identification, TakesOfEachReplyWhatItHolds) {
         {"the first of equal keys of all replies",
          "[Version --HW XM61 --SW 3.2.15 --API 7 --Camera early --NetMask 1.1.1.1]",
          "[SerialNumber --Camera late --NetGateway 2.2.2.2]",
-         "[--Settings --NetMask 3.3.3.3 --NetGateway 3.3.3.3]", known + L"early|1.1.1.1|2.2.2.2"},
-        {"no later reply's entry for a key at the end", "[Version --HW XM61 --SW 3.2.15 --API",
-         "[SerialNumber --Camera", "[--Settings --NetMask 255.0.0.0 --NetGateway",
-         L"SW-3.2.15_API-|Korva Meridian XM61||255.0.0.0|"},
-        {"no earlier reply's tail", "[Version --HW XM61 --SW 3.2.15 --API 7]", "[S --Camera 42", "[B",
-         known + L"||"},
-        {"the first 256 bytes", beginning + fill + "] --NetMask lost]", "[S]", "[S]",
-         known + std::wstring(fill.begin(), fill.end()) + L"||"},
-        {"no value that their end cuts off", beginning + fill + "x]", "[S]", "[S]", known + L"||"},
-        {"nothing behind a zero byte", std::string("[Version --HW XM61 --SW 3.2.15]\0--API 7]", 40), "[S]",
-         "[S]", L"SW-3.2.15_API-|Korva Meridian XM61|||"},
+         "[--Settings --NetMask 3.3.3.3 --NetGateway 3.3.3.3]",
+         L"SW-3.2.15_API-7|Korva Meridian XM61|early|1.1.1.1|2.2.2.2"},
     };
-    for (const Replies& row : rows) {
+    for (const auto& row : rows) {
         text().say(row.version).say(row.serial).say(row.network);
         const CameraInfo info = identify();
         EXPECT_EQ(info.getFW() + L"|" + info.getModel() + L"|" + info.getSerialNumber() + L"|" +
@@ -221,4 +267,3 @@ TEST_F(Identification, GoesOnWithEmptyTextsWhereTheConversionIsRefused) {
 }
 
 } // namespace
-} // namespace IdentificationTests

@@ -183,7 +183,7 @@ LogText inconsistent(const std::string& argSize, int totalBytesRead, int expecte
                  std::to_string(expected));
 }
 
-// Those that end too early are the fault matrix'.
+// Those that end too early or have a bit the other way round are the fault matrix'.
 TEST_F(MessageReader, RefusesAMessageWithOneLine) {
     const Bytes wrongSum = "01 00000013 02 00 00000000 06 00000001 01 001F"_hex;
     const std::vector<Refused> rows = {
@@ -191,12 +191,6 @@ TEST_F(MessageReader, RefusesAMessageWithOneLine) {
          inconsistent("2", 11, 12)},
         {"one that does so behind another", "01 00000014 02 04 00000004 01020304 03 00000001"_hex, 4, 1,
          inconsistent("1", 20, 20)},
-        {"an argument's header past the message", "01 00000008 01 00 00000000 000A"_hex, 2, 0,
-         inconsistent("0", 11, 8)},
-        {"a length that wraps the sum to 10", "01 0000000D 01 00 FFFFFFFF 00000000"_hex, 2, 0,
-         inconsistent("4294967295", 11, 13)},
-        {"such a length of an image", "01 0000000D 01 06 FFFFFFFF 00000000"_hex, 2, 0,
-         inconsistent("4294967295", 11, 13)},
         {"five bytes that are no image", "01 00000064 01 01 00000005 EEEEEEEEEE"_hex, 2, 0,
          error("Korva has sent an argument that is too large: code 1 argSize 5 limit 4")},
         {"an image above 256 MiB", "01 FFFFFFFF 01 06 10000001 00000000"_hex, 2, 0,
@@ -207,8 +201,6 @@ TEST_F(MessageReader, RefusesAMessageWithOneLine) {
          error("Korva has sent an image that is too large: argSize 1 limit 6"), 6},
         {"a second value that is missing", "01 00000064 02 06 00000002 0506 06 00000008"_hex, 5, 1,
          error("Error reading ARG value: bytesRead = 0, expected 8")},
-        {"a wrong sum, which is told byte-swapped", "01 0000000D 01 00 00000000 1234"_hex, 3, 1,
-         warn("Korva Response failed chksum: sent 13330 : calculated 15")}, // 0x3412 and 0x000F
         {"a wrong sum where an image comes second", wrongSum, 5, 2,
          warn("Korva Response failed chksum: sent 7936 : calculated 30")},
         {"a wrong sum without arguments", "01 00000008 00 0102"_hex, 2, 0,
