@@ -8,7 +8,6 @@
 #include "ReferenceHost/HostControl.h"
 #include "StagedDevice.h"
 
-#include <functional>
 #include <limits>
 #include <memory>
 #include <new>
@@ -175,55 +174,48 @@ TEST_F(KorvaInternalsTest, ReleasesThePictureBeforeItReportsIt) {
     EXPECT_EQ(alive, 0u);
 }
 
-/// What a capture and a probe log when they fail, with the line that the location names; 0 if none is fixed.
-struct Failure {
-    const char* what;
-    std::function<void(StagedDevice&)> plan;
-    std::string captureText;
-    int captureLine;
-    std::string probeText;
-    int probeLine;
+/// A line, and the number that its location names; 0 if none is fixed.
+struct NumberedLine {
+    std::string text;
+    int number;
 };
 
-template <class Exception>
-std::function<void(StagedDevice&)> throwing(const Exception& exception) {
-    return [=](StagedDevice&) { World::Calls::current().throwAlways("connect", exception); };
+/// A capture and a probe fail, logged and not, and report it.
+void expectFailures(const char* what, StagedDevice& staged, const NumberedLine& ofCapture,
+                    const NumberedLine& ofProbe) {
+    for (const bool isLogged : {true, false}) {
+        SCOPED_TRACE(what);
+        const PluginLog own(loggerName, "KorvaInternals", isLogged);
+        staged.reports.clear();
+        EXPECT_NO_THROW(EXPECT_EQ(staged.capture(), nullptr));
+        EXPECT_NO_THROW(EXPECT_FALSE(staged.device->isAlive()));
+        EXPECT_THAT(staged.reports, ElementsAre(1032, 2056));
+        own.expect({error(ofCapture.text), error(ofProbe.text)});
+        if (isLogged) {
+            EXPECT_EQ(own.lines().at(0).method, "getImaging1Image");
+            EXPECT_EQ(own.lines().at(1).method, "validateConnection");
+            EXPECT_TRUE(ofCapture.number == 0 || own.lines().at(0).line == ofCapture.number);
+            EXPECT_EQ(own.lines().at(1).line, ofProbe.number);
+        }
+    }
+    World::Calls::current().failNoMore();
 }
 
 TEST_F(KorvaInternalsTest, LogsAndReportsEachFailure) {
-    const DeviceException deviceFailure(L"K\u00E4mera \U0001F4F7 weg", L"Somewhere", 12);
+    StagedDevice staged;
+    expectFailures("no answer", staged, {failedLine.message, 0}, {unanswered, 138});
     const std::string told = "Communicator error: K\xC3\xA4mera \xF0\x9F\x93\xB7 weg";
-    const std::string unknown = "Unknown error during image capture";
-    const std::string probe = "validateConnection: ";
-    const std::string inProbe = "isAlive Unknown error during isAlive()";
-    const auto takeCommunicator = [](StagedDevice& staged) { staged.device->setCommunicator(nullptr); };
-    const Failure failures[] = {
-        {"no answer", [](StagedDevice&) {}, failedLine.message, 0, unanswered, 138},
-        {"no connection", throwing(deviceFailure), told, 101, probe + told, 147},
-        {"no communicator", takeCommunicator, failedLine.message, 0,
-         probe + "Communicator error: The camera has no communicator", 147},
-        {"another exception", throwing(otherFailure), unknown, 107, inProbe, 153},
-        {"what is no exception", throwing(42), unknown, 107, inProbe, 153},
-    };
-    for (const Failure& row : failures) {
-        for (const bool isLogged : {true, false}) {
-            SCOPED_TRACE(row.what);
-            StagedDevice staged;
-            const PluginLog own(loggerName, "KorvaInternals", isLogged);
-            row.plan(staged);
-            EXPECT_NO_THROW(EXPECT_EQ(staged.capture(), nullptr));
-            EXPECT_NO_THROW(EXPECT_FALSE(staged.device->isAlive()));
-            world.calls.failNoMore();
-            EXPECT_THAT(staged.reports, ElementsAre(1032, 2056));
-            own.expect({error(row.captureText), error(row.probeText)});
-            if (isLogged) {
-                EXPECT_EQ(own.lines().at(0).method, "getImaging1Image");
-                EXPECT_EQ(own.lines().at(1).method, "validateConnection");
-                EXPECT_TRUE(row.captureLine == 0 || own.lines().at(0).line == row.captureLine);
-                EXPECT_EQ(own.lines().at(1).line, row.probeLine);
-            }
-        }
-    }
+    world.calls.throwAlways("connect", DeviceException(L"K\u00E4mera \U0001F4F7 weg", L"Somewhere", 12));
+    expectFailures("no connection", staged, {told, 101}, {"validateConnection: " + told, 147});
+    const NumberedLine unknown{"Unknown error during image capture", 107};
+    const NumberedLine unknownInProbe{"isAlive Unknown error during isAlive()", 153};
+    world.calls.throwAlways("connect", otherFailure);
+    expectFailures("another exception", staged, unknown, unknownInProbe);
+    world.calls.throwAlways("connect", 42);
+    expectFailures("what is no exception", staged, unknown, unknownInProbe);
+    staged.device->setCommunicator(nullptr);
+    expectFailures("no communicator", staged, {failedLine.message, 0},
+                   {"validateConnection: Communicator error: The camera has no communicator", 147});
 }
 
 TEST_F(KorvaInternalsTest, SurvivesACallbackThatFailsOrIsMissingAndALogThatFails) {

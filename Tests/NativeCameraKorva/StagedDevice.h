@@ -7,6 +7,7 @@
 #include "NativeCameraControl/ImagingInterface.h"
 #include "World/Stage.h"
 
+#include <cstdint>
 #include <memory>
 #include <string>
 
