@@ -116,15 +116,6 @@ TEST_F(BuilderFromXml, BuildsNothingOfAnythingElse) {
     EXPECT_THAT(log.texts(), IsEmpty());
 }
 
-TEST_F(BuilderFromXml, ReadsBackWhatADeviceWrote) {
-    const DevicePointer device = build(korva("K-1") + connection);
-    ASSERT_NE(device, nullptr);
-    const ReferenceHost::DeviceDescription description(device->toXml());
-    const DevicePointer again(builder.build(description.root()));
-    ASSERT_NE(again, nullptr);
-    EXPECT_EQ(infoOf(*again).toXml(), infoOf(*device).toXml());
-}
-
 // From a template.
 
 struct BuilderFromTemplate : CameraBuilder {

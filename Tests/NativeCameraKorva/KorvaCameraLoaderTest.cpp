@@ -8,6 +8,7 @@
 #include "ReferenceHost/DeviceDescription.h"
 #include "ReferenceHost/HostControl.h"
 #include "ReferenceHost/PluginLibrary.h"
+#include "Support/LoopbackPeer.h"
 
 #include <log4cxx/logmanager.h>
 #include <malloc.h>
@@ -18,7 +19,6 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
-#include <iterator>
 #include <memory>
 #include <set>
 #include <sstream>
@@ -43,11 +43,6 @@ int mappingsOfThePlugin() {
     for (std::string line; std::getline(maps, line);)
         count += line.find(name) != std::string::npos ? 1 : 0;
     return count;
-}
-
-std::ptrdiff_t openDescriptors() {
-    return std::distance(std::filesystem::directory_iterator("/proc/self/fd"),
-                         std::filesystem::directory_iterator());
 }
 
 /// One life of the plug-in: loaded, initialised, a device built and destroyed, unloaded.
@@ -153,12 +148,12 @@ TEST(Unloading, CostsNothingAThousandTimes) {
     for (int i = 0; i < warmUpRounds; ++i)
         loadUseAndUnload();
     const std::size_t bytesBefore = mallinfo2().uordblks;
-    const std::ptrdiff_t descriptorsBefore = openDescriptors();
+    const std::size_t descriptorsBefore = TestSupport::openDescriptors();
     for (int i = 0; i < rounds; ++i)
         loadUseAndUnload();
     const std::size_t bytesAfter = mallinfo2().uordblks;
     EXPECT_LE(bytesAfter, bytesBefore + allowedBytes);
-    EXPECT_EQ(openDescriptors(), descriptorsBefore);
+    EXPECT_EQ(TestSupport::openDescriptors(), descriptorsBefore);
     EXPECT_EQ(mappingsOfThePlugin(), 0);
     EXPECT_THAT(registeredTypes(), IsEmpty());
     RecordProperty("bytesKept",

@@ -179,7 +179,7 @@ TEST_F(LocatorCameras, AreFoundAndSkippedWithoutLoggingToo) {
     addCamera("Bad", "10.0.0.9", secondHardware);
     addCamera("Lab", "10.0.0.5");
     addCamera("Lab", "10.0.1.5");
-    breakConnectionTo("10.0.0.9");
+    calls.throwFrom("connect 10.0.0.9", std::runtime_error("unexpected"));
     search();
     calls.throwFrom("recvfrom", 42);
     search();

@@ -17,15 +17,6 @@ struct Log : ::testing::Test {
     PluginLog log{loggerName, "KorvaThing"};
 };
 
-TEST_F(Log, HasFiveLevels) {
-    KORVA_LOG(logger, Trace, "KorvaThing", 1);
-    KORVA_LOG(logger, Debug, "KorvaThing", 2);
-    KORVA_LOG(logger, Info, "KorvaThing", 3);
-    KORVA_LOG(logger, Warn, "KorvaThing", 4);
-    KORVA_LOG(logger, Error, "KorvaThing", 5);
-    EXPECT_THAT(log.texts(), ElementsAre(trace("1"), debug("2"), info("3"), warn("4"), error("5")));
-}
-
 TEST_F(Log, BuildsNoMessageWhereTheLevelIsNotEnabled) {
     log.setLevel(log4cxx::Level::getWarn());
     int built = 0;

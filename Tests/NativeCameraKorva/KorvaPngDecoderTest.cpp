@@ -47,32 +47,6 @@ Bytes textChunk(std::string_view keyAndText) {
     return pngChunk("tEXt", keyAndText);
 }
 
-TEST(PngDecoder, RefusesAHeaderThatPngDoesNotKnowAndSizesThatNoMemoryHolds) {
-    const struct {
-        const char* what;
-        std::uint32_t width;
-        std::uint32_t height;
-        std::uint8_t depth;
-        int colour;
-    } rows[] = {
-        {"no width", 0, 1, 8, 0},
-        {"no height", 1, 0, 8, 0},
-        {"a depth of 3", 1, 1, 3, 0},
-        {"colour type 1", 1, 1, 8, 1},
-        {"a palette of 16 bits", 1, 1, 16, 3},
-        {"a palette that is missing", 1, 1, 8, 3},
-        {"the largest sides", 0x7FFFFFFF, 0x7FFFFFFF, 16, 6},
-        {"a width beyond PNG's limit", 0xFFFFFFFF, 1, 16, 6},
-        {"a height beyond PNG's limit", 1, 0xFFFFFFFF, 16, 6},
-        {"10^12 pixels", 1000000, 1000000, 16, 6},
-        {"2^32 pixels", 65536, 65536, 16, 6},
-    };
-    for (const auto& row : rows) {
-        const Bytes header = pngHeader(row.width, row.height, row.depth, static_cast<PngColour>(row.colour));
-        EXPECT_EQ(decoded(fileOf(header, {0, 0, 0, 0, 0})).picture, noPicture) << row.what;
-    }
-}
-
 TEST(PngDecoder, GivesTheFirstTextBeforeThePixels) {
     const Bytes many = [] {
         Bytes texts = textChunk("Title\0first"sv);
@@ -118,14 +92,6 @@ TEST(PngDecoder, PassesOverATextThatUnpacksToMoreThanAMillionBytes) {
 TEST(PngDecoder, SaysNothingAboutAGoodFile) {
     EXPECT_EQ(decoded(greyFile()).complaint, "");
     EXPECT_EQ(decoded(Support::readFile(KORVA_TEST_PICTURES "/rgb8-interlaced.png")).complaint, "");
-}
-
-TEST(PngDecoder, RefusesEveryWrongSignature) {
-    for (std::size_t i = 0; i < 8; ++i) {
-        Bytes file = greyFile();
-        file[i] ^= 0x40;
-        EXPECT_EQ(decoded(file).picture, noPicture) << i;
-    }
 }
 
 TEST(PngDecoder, GivesPictureAndTextOnlyOnceTheLastOfThePixelsIsChecked) {

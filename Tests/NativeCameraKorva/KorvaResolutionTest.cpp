@@ -34,19 +34,11 @@ struct LookUp : ::testing::Test {
 
 using Size = Point<int, 2>;
 
-TEST(EndsWith, FindsASuffixAndAnyThatIsOneCharacterLonger) {
-    const struct {
-        const char* text;
-        const char* suffix;
-        bool isFound;
-    } rows[] = {
-        {"M61", "M61", true},   {"XM61", "M61", true}, {"M61M61", "M61", true}, {"M615", "M61", false},
-        {"M61 ", "M61", false}, {"m61", "M61", false}, {"M61", "", true},       {"ab", "M61", true},
-        {"", "x", true},        {"", "M61", false},    {"M", "M61", false},     {"61", "M615", false},
-    };
-    for (const auto& row : rows)
-        EXPECT_EQ(Korva::endsWithOrIsOneShorter(row.text, row.suffix), row.isFound)
-            << row.text << ' ' << row.suffix;
+TEST(EndsWith, IsSoOfAnEmptySuffixAndOfAnyThatIsOneCharacterLonger) {
+    EXPECT_TRUE(Korva::endsWithOrIsOneShorter("M61", ""));
+    EXPECT_TRUE(Korva::endsWithOrIsOneShorter("", "x"));
+    EXPECT_FALSE(Korva::endsWithOrIsOneShorter("m61", "M61"));
+    EXPECT_FALSE(Korva::endsWithOrIsOneShorter("61", "M615"));
 }
 
 // The other constants are those that the tests of the identification and the search meet.
@@ -93,7 +85,7 @@ TEST_F(Resolution, OfAKnownIdentifierIsThatOfItsRow) {
         Size resolution;
     } rows[] = {
         {"M61", "M61", halved},      {"XM61", "M61", halved},
-        {"M6", "M61", halved}, // two characters are an M61
+        {"M61M61", "M61", halved},   {"M6", "M61", halved}, // two characters are an M61
         {"\xC3\xA4", "M61", halved}, {"M615", "M615", full},
         {"ABM615", "M615", full},    {"M62", "M615", full}, // three others are an M615, M62 among them
         {"ABC", "M615", full},       {"XM62", "M62", full}, // and a longer one has its own row

@@ -55,7 +55,6 @@ TEST(SgiDecoder, InterleavesThePlanesAndPutsTheFirstRowAtTheBottom) {
         Bytes file;
         Picture picture;
     } rows[] = {
-        {"colour", colourFile, colours},
         {"the rest of the header, and what follows the pixels",
          filled.bytes() + bigEndian(colourPlanes) + Bytes{1, 2, 3}, colours},
         {"no width", header(0, 2, 3).bytes(), {17, 0, 2, {}}},
@@ -109,17 +108,6 @@ TEST(SgiDecoder, JudgesEachFieldOfTheHeader) {
             EXPECT_EQ(picture.format, accepted == row.formats.end() ? 0 : accepted->second);
             EXPECT_EQ(picture == colours, picture.format == 17);
         }
-    }
-}
-
-TEST(SgiDecoder, RefusesACutHeaderAndZeroesEverySampleThatACutFileDoesNotHoldWhole) {
-    constexpr std::size_t headerLength = 512;
-    for (std::size_t length = 0; length < colourFile.size(); ++length) {
-        // What the complete file would give if the missing samples were zeros.
-        Bytes whole = beginningOf(colourFile, length - length % 2);
-        whole.resize(colourFile.size());
-        const Picture expected = length < headerLength ? noPicture : decoded(whole);
-        ASSERT_EQ(decoded(beginningOf(colourFile, length)), expected) << length;
     }
 }
 

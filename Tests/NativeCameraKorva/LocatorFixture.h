@@ -11,7 +11,6 @@
 #include <cstddef>
 #include <functional>
 #include <memory>
-#include <stdexcept>
 #include <string>
 #include <vector>
 
@@ -70,11 +69,6 @@ struct LocatorSearch : ::testing::Test {
         network.datagrams.push_back(replyOf(room, ip));
         network.arp[ip].hardwareAddress = hardwareAddress;
         World::answerIdentification(world.at(ip, 32768), {.serial = "K-" + room});
-    }
-
-    /// Identifying the camera there ends with an exception that is no DeviceException.
-    void breakConnectionTo(const std::string& ip) {
-        calls.throwAlways("connect " + ip + ":32768", std::runtime_error("unexpected"));
     }
 
     /// One camera was reported, the one in that room.

@@ -141,12 +141,8 @@ Bytes fileNamed(const std::string& name) {
     return Support::readFile(std::filesystem::path(KORVA_TEST_PICTURES) / name);
 }
 
-Picture png(const Bytes& file) {
-    return decoded(decodePng, file).picture;
-}
-
-Picture sgi(const Bytes& file) {
-    return decoded(decodeSgi, file).picture;
+Decoded decodedFrom(const std::string& name) {
+    return decoded(name.ends_with(".png") ? decodePng : decodeSgi, fileNamed(name));
 }
 
 std::uint32_t littleEndian16(const Bytes& bytes, std::size_t index) {
@@ -183,9 +179,9 @@ struct Foreign {
     std::uint32_t format;
 };
 
-/// Every kind of PNG file: its bits, interlaced and not; with texts, and with transparency that adds no
-/// channel.
-std::vector<Foreign> everyPng() {
+/// SGI files, and every kind of PNG file: its bits, interlaced and not; with texts, and with transparency
+/// that adds no channel.
+std::vector<Foreign> everyFile() {
     const struct {
         std::string kind;
         std::vector<int> bits;
@@ -195,11 +191,10 @@ std::vector<Foreign> everyPng() {
                  {"palette", {1, 2, 4, 8}, image_t::layoutRgb},
                  {"grey-alpha", {8, 16}, image_t::layoutGreyAlpha},
                  {"rgba", {8, 16}, image_t::layoutRgba}};
-    std::vector<Foreign> all{{"grey16-text.png", 19},
-                             {"rgb8-packed-text.png", 1},
-                             {"grey8-international-text.png", 3},
-                             {"grey8-transparent.png", 3},
-                             {"rgb8-transparent.png", 1}};
+    std::vector<Foreign> all{{"grey16-verbatim.sgi", 19},  {"rgb16-verbatim.sgi", 17},
+                             {"rgba16-verbatim.sgi", 18},  {"grey16-text.png", 19},
+                             {"rgb8-packed-text.png", 1},  {"grey8-international-text.png", 3},
+                             {"grey8-transparent.png", 3}, {"rgb8-transparent.png", 1}};
     for (const auto& [kind, bits, layout] : kinds)
         for (const int depth : bits)
             for (const char* const end : {".png", "-interlaced.png"})
@@ -208,40 +203,34 @@ std::vector<Foreign> everyPng() {
     return all;
 }
 
-const std::vector<Foreign> pngs = everyPng();
-const Foreign sgis[] = {{"grey16-verbatim.sgi", 19}, {"rgb16-verbatim.sgi", 17}, {"rgba16-verbatim.sgi", 18}};
-
-void expectPictureOf(const Foreign& file, const Picture& picture) {
-    EXPECT_EQ(picture.format, file.format) << file.name;
-    EXPECT_EQ(picture.width, width) << file.name;
-    EXPECT_EQ(picture.height, height) << file.name;
-    EXPECT_EQ(samplesOf(picture), referenceSamples(file.name, file.format)) << file.name;
-}
-
 TEST(ForeignPictures, DecodeToThePixelsThatAnotherProgramReads) {
-    for (const Foreign& each : pngs)
-        expectPictureOf(each, png(fileNamed(each.name)));
-    for (const Foreign& each : sgis)
-        expectPictureOf(each, sgi(fileNamed(each.name)));
+    for (const auto& [name, format] : everyFile()) {
+        SCOPED_TRACE(name);
+        const Picture picture = decodedFrom(name).picture;
+        EXPECT_EQ(picture.format, format);
+        EXPECT_EQ(picture.width, width);
+        EXPECT_EQ(picture.height, height);
+        EXPECT_EQ(samplesOf(picture), referenceSamples(name, format));
+    }
 }
 
 TEST(ForeignPng, HasTheTextOfItsFirstChunk) {
-    EXPECT_EQ(decoded(decodePng, fileNamed("grey16-text.png")).text, "First text");
-    EXPECT_EQ(decoded(decodePng, fileNamed("rgb8-packed-text.png")).text, "First text");
-    EXPECT_EQ(decoded(decodePng, fileNamed("grey8-international-text.png")).text, "International text");
-    EXPECT_EQ(decoded(decodePng, fileNamed("grey16.png")).text, untouchedText);
+    EXPECT_EQ(decodedFrom("grey16-text.png").text, "First text");
+    EXPECT_EQ(decodedFrom("rgb8-packed-text.png").text, "First text");
+    EXPECT_EQ(decodedFrom("grey8-international-text.png").text, "International text");
+    EXPECT_EQ(decodedFrom("grey16.png").text, untouchedText);
 }
 
 TEST(ForeignPng, WhoseTransparencyAddsAChannelGivesAnEmptyImage) {
-    EXPECT_EQ(png(fileNamed("grey2-transparent.png")), noPicture);
-    EXPECT_EQ(png(fileNamed("palette4-transparent.png")), noPicture);
+    EXPECT_EQ(decodedFrom("grey2-transparent.png").picture, noPicture);
+    EXPECT_EQ(decodedFrom("palette4-transparent.png").picture, noPicture);
 }
 
 TEST(ForeignSgi, OfEightBitsIsAPictureOfZerosInItsSize) {
     for (const Foreign& each :
          {Foreign{"grey8-verbatim.sgi", 3}, {"rgb8-verbatim.sgi", 1}, {"rgba8-verbatim.sgi", 2}}) {
         const Bytes zeros(image_t::byteCount(each.format, width, height), 0);
-        EXPECT_EQ(sgi(fileNamed(each.name)), (Picture{each.format, width, height, zeros})) << each.name;
+        EXPECT_EQ(decodedFrom(each.name).picture, (Picture{each.format, width, height, zeros})) << each.name;
     }
 }
 
