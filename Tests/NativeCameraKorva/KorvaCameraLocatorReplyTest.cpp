@@ -36,7 +36,7 @@ LogText last(const std::string& end) {
 
 using LocatorReplies = LocatorSearch;
 
-// Which damaged replies count is the fault matrix' as well.
+// Which damaged replies count is the fault matrix' as well, and what ends them the torture's.
 
 TEST_F(LocatorReplies, AreReadByTheirOwnBytesIntoABufferThatIsNotCleared) {
     const std::string lab = replyOf("Lab", "10.0.0.5");
@@ -81,19 +81,6 @@ TEST_F(LocatorReplies, AreReadByTheirOwnBytesIntoABufferThatIsNotCleared) {
         EXPECT_THAT(calls.of("recvfrom"), SizeIs(row.datagrams.size() + 1));
         EXPECT_EQ(own.linesOf("Last recv"), Texts{last("-1 WSAError: 10060")});
     }
-}
-
-TEST_F(LocatorReplies, EndWithAnyFailureOfTheSocketOrAnEmptyDatagram) {
-    network.datagrams = {replyOf("Lab", "10.0.0.5"), replyOf("Roof", "10.0.0.6")};
-    calls.fail("recvfrom", WSAECONNRESET, 2);
-    search();
-    EXPECT_THAT(calls.of("SendARP"), SizeIs(1)) << "what was gathered is worked on";
-    SetLastError(0);
-    network.datagrams = {"", replyOf("Roof", "10.0.0.6")};
-    search();
-    EXPECT_THAT(log.linesOf("Message"), ElementsAre(recognised("Lab 10.0.0.5")));
-    EXPECT_THAT(log.linesOf("Last"), ElementsAre(last("-1 WSAError: 10054"), last("0 WSAError: 0")));
-    EXPECT_EQ(network.startups, 0);
 }
 
 // The cameras.

@@ -38,13 +38,11 @@ struct RequestSender : Exchange {
 };
 
 TEST_F(RequestSender, WritesEachRequestInOneCallWithItsArgumentsInVectorOrder) {
-    with(ArgCode::Format, {0}).expectSent("01 0000000E 01 04 00000001 00 0015"_hex); // the probe
-    with(ArgCode::TakeImage, {}).expectSent("01 0000000D 01 05 00000000 0014"_hex);
-    with(ArgCode::GetImage, {}).expectSent("01 0000000D 01 06 00000000 0015"_hex);
     with(ArgCode::Exposure, {0, 100}).with(ArgCode::Mode, {2}).with(ArgCode::Format, {1});
     with(ArgCode::Depth, {16}).with(ArgCode::Shift, {4});
     expectSent("01 00000027 05 02 00000002 0064 03 00000001 02 04 00000001 01 07 00000001 10"
                "08 00000001 04 00C6"_hex);
+    with(ArgCode::TakeImage, {}).expectSent("01 0000000D 01 05 00000000 0014"_hex);
     with(ArgCode::Error, {0xFF, 0xFE, 0xFD, 0xFC}).expectSent("01 00000011 01 01 00000004 FFFEFDFC 040E"_hex);
     expectSent("01 00000008 00 0009"_hex);
     expectSent("AB 00000008 00 00B3"_hex, static_cast<Command>(0xAB));
@@ -149,31 +147,21 @@ void expectJudged(const char* what, Header header, const std::vector<World::Arg>
     }
 }
 
+// What is not as it should be is the fault matrix' as well.
 TEST(ResponseValidation, JudgesAResponseByItsFirstArgument) {
     const Header one{1, bigEndian32(13), 1};
-    const Header none{1, bigEndian32(8), 0};
     const Header two{1, bigEndian32(18), 2};
     const Header large{0xAB, bigEndian32(0x0C00FF10), 0x0E};
     const LogText done = debug("Korva Response: DONE");
     const LogText failed = debug("Korva Response: ERROR");
     const LogText picture = debug("Korva Response: GETIMAGE");
-    const LogText noneHeader = debug("Korva Response Header:  1 0 0 0 8 0");
-    const LogText noArgument = error("Korva returned no argument");
-    const std::string code = "Korva returned an error code: ";
     expectJudged("done", one, {{0, {}}}, Wanted::done, true, {headerLine, done});
-    expectJudged("done for an image", one, {{0, {}}}, Wanted::image, false,
-                 {headerLine, done, error("Expected GetImage response, got Done")});
     expectJudged("an image", one, {{6, {}}}, Wanted::image, true, {headerLine, picture});
-    expectJudged("an image for done", one, {{6, {}}}, Wanted::done, false,
-                 {headerLine, picture, warn("Korva returned an unexpected GetImage code: \x06")});
-    expectJudged("an error for an image", one, {{1, {0, 0, 0, 100}}}, Wanted::image, false,
-                 {headerLine, failed, warn(code + "100")});
     expectJudged("the largest error", one, {{1, {255, 255, 255, 255}}}, Wanted::done, false,
-                 {headerLine, failed, warn(code + "4294967295")});
+                 {headerLine, failed, warn("Korva returned an error code: 4294967295")});
     expectJudged("more arguments than one", two, {{0, {}}, {1, {}}}, Wanted::done, true,
                  {debug("Korva Response Header:  1 0 0 0 12 2"),
                   warn("Korva returned more arguments than expected: \x02"), done});
-    expectJudged("no argument", none, {}, Wanted::done, false, {noneHeader, noArgument});
     expectJudged("another command, whatever its arguments", large, {{0, {}}, {0, {}}}, Wanted::done, false,
                  {debug("Korva Response Header: ab c 0 ff 10 e"),
                   error("Korva didn't receive our Camera command: returned \xAB")});
