@@ -86,10 +86,8 @@ private:
 
 TEST_F(ADevice, HasTheHostsTreeAndItsOwnOperationsDirectlyBehindTheDestructor) {
     static_assert(std::is_base_of_v<NativeCamera, KorvaCamera>);
-    static_assert(std::is_convertible_v<NativeCamera*, INativeCamera*>);
     static_assert(std::is_convertible_v<NativeCamera*, Device2Bridge*>);
     static_assert(std::is_convertible_v<Device2Bridge*, Device*>);
-    static_assert(std::is_convertible_v<Device*, BaseDevice*>);
     static_assert(std::is_convertible_v<BaseDevice*, AbstractDevice*>);
     // Slots 0 to 9 are INativeCamera's, slot 10 is the destructor with its entries 10 and 11.
     EXPECT_EQ(entryOf(&KorvaCamera::setNetworkHealthCallback), 12);
