@@ -7,6 +7,7 @@
 #include <cstring>
 #include <functional>
 #include <limits>
+#include <optional>
 #include <string>
 
 using Korva::AdapterList;
@@ -18,23 +19,16 @@ constexpr ULONG oneAdapter = sizeof(IP_ADAPTER_INFO);
 /// Fills the buffer of that many bytes, and answers.
 std::function<DWORD(IP_ADAPTER_INFO*, ULONG)> onAsk;
 
-/// Has the system chain `count` adapters, the last one to the bytes `behind` the first.
-auto chain(std::size_t count, std::size_t behind) {
+/// Has the system chain `count` adapters, the last one to nowhere, or to the bytes `behind` the first.
+auto chain(std::size_t count, std::optional<std::size_t> behind = std::nullopt) {
     return [=](IP_ADAPTER_INFO* adapters) {
         for (std::size_t at = 0; at < count; ++at) {
             adapters[at] = {};
             adapters[at].Index = static_cast<DWORD>(at + 1);
             adapters[at].Next = &adapters[at + 1];
         }
-        adapters[count - 1].Next =
-            reinterpret_cast<IP_ADAPTER_INFO*>(reinterpret_cast<char*>(adapters) + behind);
-    };
-}
-
-auto chain(std::size_t count) {
-    return [=](IP_ADAPTER_INFO* adapters) {
-        chain(count, 0)(adapters);
-        adapters[count - 1].Next = nullptr;
+        char* const first = reinterpret_cast<char*>(adapters);
+        adapters[count - 1].Next = behind ? reinterpret_cast<IP_ADAPTER_INFO*>(first + *behind) : nullptr;
     };
 }
 
