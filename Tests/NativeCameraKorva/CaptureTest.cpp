@@ -1,5 +1,5 @@
 // What a capture sends, says, and makes of the file that the camera sends. What becomes of answers that are
-// not as they should be is the fault matrix', and what becomes of exceptions is the torture's.
+// not as they should be is held by the fault matrix, and what becomes of exceptions by the torture.
 
 #include "NativeCameraKorva/KorvaHelper.h"
 

@@ -36,7 +36,7 @@ LogText last(const std::string& end) {
 
 using LocatorReplies = LocatorSearch;
 
-// Which damaged replies count is the fault matrix' as well, and what ends them the torture's.
+// Which damaged replies count is held by the fault matrix as well, and what ends them by the torture.
 
 TEST_F(LocatorReplies, AreReadByTheirOwnBytesIntoABufferThatIsNotCleared) {
     const std::string lab = replyOf("Lab", "10.0.0.5");

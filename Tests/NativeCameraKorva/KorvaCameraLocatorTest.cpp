@@ -1,5 +1,5 @@
 // The broadcast query: what is asked on which adapter, and what becomes of a search that cannot ask.
-// How long it listens is the fault matrix'.
+// How long it listens is held by the fault matrix.
 
 #include "LocatorFixture.h"
 

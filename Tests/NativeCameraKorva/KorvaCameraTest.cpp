@@ -33,10 +33,7 @@ using TestSupport::functionAt;
 namespace {
 
 /// A device of 4 x 3 pixels, whose reports are kept.
-struct ADevice : ::testing::Test {
-    World::Stage world;
-    PluginLog internalsLog{"Plenar.KorvaCamera.KorvaInternals", "KorvaInternals"};
-    StagedDevice staged;
+struct ADevice : StagedTest {
     World::Peer& camera = staged.camera;
     KorvaCamera& device = *staged.device;
     Codes& codes = staged.reports;
@@ -112,7 +109,7 @@ TEST_F(ADevice, HasItsPartsFromTheBeginning) {
     EXPECT_NE(dynamic_cast<KorvaImaging2Interface*>(interfaces[1]), nullptr);
     EXPECT_EQ(&interfaces[0]->getDevice(), &device);
     EXPECT_EQ(&interfaces[1]->getDevice(), &device);
-    EXPECT_EQ(internalsLog.linesOf("Korva Internals created").size(), 1u) << "one object for both";
+    EXPECT_EQ(log.linesOf("Korva Internals created").size(), 1u) << "one object for both";
     image_t image;
     EXPECT_TRUE(device.supports(Capture::FillMonoImage(image)));
     EXPECT_TRUE(device.supports(Capture::FillNativeImage(image)));

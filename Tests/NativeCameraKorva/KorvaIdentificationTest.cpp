@@ -128,7 +128,7 @@ TEST_F(Identification, SurvivesATransportThatTellsMoreThanWasAskedForOrLess) {
     }
 }
 
-// What is taken of replies that are cut, damaged or lack a key is the fault matrix'.
+// What is taken of replies that are cut, damaged or lack a key is held by the fault matrix.
 TEST_F(Identification, TakesOfEachReplyWhatItHolds) {
     const struct {
         const char* what;
@@ -204,7 +204,7 @@ struct Failure {
     std::size_t queries;
 };
 
-// What comes of other replies, and of none, is the fault matrix'.
+// What comes of other replies, and of none, is held by the fault matrix.
 TEST_F(Identification, EndsWithAnErrorLineAndAnExceptionOfTheSameText) {
     const std::string noResolution = "Found Korva, but couldn't determine its resolution";
     const Failure failures[] = {

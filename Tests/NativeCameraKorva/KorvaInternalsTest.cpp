@@ -1,5 +1,5 @@
-// A camera's internals, by way of its device. What becomes of each answer that is not as it should be is the
-// fault matrix'.
+// A camera's internals, by way of its device. What becomes of each answer that is not as it should be is held
+// by the fault matrix.
 
 #include "NativeCameraKorva/KorvaInternals.h"
 
@@ -27,10 +27,7 @@ const LogText failedLine = error("Failed to capture Korva image");
 const std::string unanswered = "validateConnection: parseIncomingMessage failed";
 const std::runtime_error otherFailure("something else");
 
-struct KorvaInternalsTest : ::testing::Test {
-    World::Stage world;
-    PluginLog log{loggerName, "KorvaInternals"};
-};
+using KorvaInternalsTest = StagedTest;
 
 /// The first pixels, `count` of them.
 Bytes pixelsAt(const std::uint8_t* pixels, std::size_t count = 12) {
@@ -40,14 +37,13 @@ Bytes pixelsAt(const std::uint8_t* pixels, std::size_t count = 12) {
 TEST_F(KorvaInternalsTest, TellsOfItsCreationInUtf8ThenSetsTheFirstExposure) {
     CameraInfo description = describedAs(4, 3);
     description.setModel(L"M\u00FCller \U0001F4F7");
-    for (int i = 0; i < 2; ++i) {
+    for (const bool isLogged : {true, false}) {
+        const PluginLog own(loggerName, "KorvaInternals", isLogged);
         EXPECT_EQ(KorvaCamera(nullptr, description).getExposureTime(), 150000);
-        EXPECT_THAT(
-            log.texts(),
-            ElementsAre(info("Korva Internals created for Korva Camera: M\xC3\xBCller \xF0\x9F\x93\xB7, "
-                             "10.0.0.5, serial number 4711"),
-                        info("Setting korva exposure to 15 x100 ms")));
-        log.turnOff();
+        own.expect(
+            {info("Korva Internals created for Korva Camera: M\xC3\xBCller \xF0\x9F\x93\xB7, 10.0.0.5, "
+                  "serial number 4711"),
+             info("Setting korva exposure to 15 x100 ms")});
     }
     EXPECT_EQ(log.lines().at(0).method, "KorvaInternals");
     EXPECT_EQ(log.lines().at(1).method, "setExposureTime");
@@ -72,7 +68,6 @@ TEST_F(KorvaInternalsTest, TurnsExposureTimesIntoUnitsOf100Milliseconds) {
         {"(2^31 - 1) x 10 wraps to -10", most, 1},
         {"-2^31 x 10 wraps to 0", least, 1},
     };
-    StagedDevice staged;
     for (const auto& row : rows) {
         SCOPED_TRACE(std::string(row.what) + ": " + std::to_string(row.time));
         staged.imaging().setExposureTime(row.time);
@@ -85,7 +80,6 @@ TEST_F(KorvaInternalsTest, TurnsExposureTimesIntoUnitsOf100Milliseconds) {
 
 TEST_F(KorvaInternalsTest, CapturesWithItsExposureInSgiAndThreeSamplesWhateverTheDelaySettingItBeganWith) {
     ReferenceHost::setDeveloperSetting("KorvaGetImageDelay", "true");
-    StagedDevice staged;
     const KorvaInternals delayed(staged.device.get());
     ReferenceHost::setDeveloperSetting("KorvaGetImageDelay", "false");
     EXPECT_TRUE(delayed.hasGetImageDelay());
@@ -128,14 +122,14 @@ TEST_F(KorvaInternalsTest, KeepsAPictureThatHoldsTheCamerasPixels) {
     };
     for (const auto& row : rows) {
         SCOPED_TRACE(row.what);
-        StagedDevice staged(row.cameraWidth, row.cameraHeight);
-        answerCapture(staged.camera, row.width == 0 ? Bytes(600, 0x55) : greyFile(row.width, row.height));
+        StagedDevice odd(row.cameraWidth, row.cameraHeight);
+        answerCapture(odd.camera, row.width == 0 ? Bytes(600, 0x55) : greyFile(row.width, row.height));
         const PluginLog own(loggerName, "KorvaInternals");
-        const std::uint8_t* const pixels = staged.capture();
+        const std::uint8_t* const pixels = odd.capture();
         EXPECT_EQ(pixels != nullptr, row.isKept);
         const auto wanted = static_cast<unsigned int>(row.isKept ? row.cameraWidth * row.cameraHeight : 0);
         EXPECT_EQ(pixelsAt(pixels, wanted), greyPixels(wanted));
-        EXPECT_THAT(staged.reports, ElementsAre(row.isKept ? 2 : 1032));
+        EXPECT_THAT(odd.reports, ElementsAre(row.isKept ? 2 : 1032));
         const std::string size = sizeOf(row.width, row.height);
         const std::string resolution = sizeOf(row.cameraWidth, row.cameraHeight);
         Texts expected;
@@ -149,7 +143,6 @@ TEST_F(KorvaInternalsTest, KeepsAPictureThatHoldsTheCamerasPixels) {
 }
 
 TEST_F(KorvaInternalsTest, KeepsItsBufferForTheNextPictureAndOverAFailedCapture) {
-    StagedDevice staged;
     answerCapture(staged.camera, greyFile(4, 3));
     answerCapture(staged.camera, greyFile(4, 3, 50));
     const std::uint8_t* const first = staged.capture();
@@ -165,7 +158,6 @@ TEST_F(KorvaInternalsTest, KeepsItsBufferForTheNextPictureAndOverAFailedCapture)
 }
 
 TEST_F(KorvaInternalsTest, ReleasesThePictureBeforeItReportsIt) {
-    StagedDevice staged;
     answerCapture(staged.camera, greyFile(4, 3));
     std::size_t alive = 99;
     staged.device->setNetworkHealthCallback(
@@ -202,7 +194,6 @@ void expectFailures(const char* what, StagedDevice& staged, const NumberedLine& 
 }
 
 TEST_F(KorvaInternalsTest, LogsAndReportsEachFailure) {
-    StagedDevice staged;
     expectFailures("no answer", staged, {failedLine.message, 0}, {unanswered, 138});
     const std::string told = "Communicator error: K\xC3\xA4mera \xF0\x9F\x93\xB7 weg";
     world.calls.throwAlways("connect", DeviceException(L"K\u00E4mera \U0001F4F7 weg", L"Somewhere", 12));
@@ -219,8 +210,7 @@ TEST_F(KorvaInternalsTest, LogsAndReportsEachFailure) {
 }
 
 TEST_F(KorvaInternalsTest, SurvivesACallbackThatFailsOrIsMissingAndALogThatFails) {
-    StagedDevice staged;
-    const auto expectFailures = [&staged] {
+    const auto expectFailures = [this] {
         EXPECT_NO_THROW(EXPECT_EQ(staged.capture(), nullptr));
         EXPECT_NO_THROW(EXPECT_FALSE(staged.device->isAlive()));
     };
@@ -239,7 +229,6 @@ TEST_F(KorvaInternalsTest, SurvivesACallbackThatFailsOrIsMissingAndALogThatFails
 }
 
 TEST_F(KorvaInternalsTest, ProbesTheConnectionWithOneMessageAndHoldsItForThatAlone) {
-    StagedDevice staged;
     staged.camera.answer(World::done());
     const PluginLog own(loggerName, "KorvaInternals");
     EXPECT_TRUE(staged.device->isAlive());
@@ -254,7 +243,6 @@ TEST_F(KorvaInternalsTest, ProbesTheConnectionWithOneMessageAndHoldsItForThatAlo
 }
 
 TEST_F(KorvaInternalsTest, UsesTheCommunicatorThatTheDeviceHasNow) {
-    StagedDevice staged;
     staged.device->setCommunicator(StagedDevice::communicatorOf(6));
     World::Peer& later = world.at("10.0.0.6", 32769);
     answerCapture(later, greyFile(4, 3));
@@ -264,7 +252,6 @@ TEST_F(KorvaInternalsTest, UsesTheCommunicatorThatTheDeviceHasNow) {
 }
 
 TEST_F(KorvaInternalsTest, CallsTheCallbackItselfWhichMayCountAndReplaceItselfWhileItRuns) {
-    StagedDevice staged;
     Codes later;
     auto token = std::make_shared<int>(1);
     staged.device->setNetworkHealthCallback([&, token, calls = 0](NetworkHealth health) mutable {

@@ -101,7 +101,7 @@ TEST_F(Resolution, OfAKnownIdentifierIsThatOfItsRow) {
     EXPECT_EQ(Korva::getKorvaResolution("M61", nullptr), halved) << "needs no communicator";
 }
 
-// How often a picture is asked for, and what comes of those that fail, is the fault matrix'.
+// How often a picture is asked for, and what comes of those that fail, is held by the fault matrix.
 TEST_F(Resolution, OfAnUnknownIdentifierIsThatOfOneGreyPngAtTheShortestExposure) {
     std::string lastLine;
     world.calls.onCall = [&](const std::string& call) {

@@ -171,7 +171,7 @@ LogText inconsistent(const std::string& argSize, int totalBytesRead, int expecte
                  std::to_string(expected));
 }
 
-// Those that end too early or have a bit the other way round are the fault matrix'.
+// Those that end too early or have a bit the other way round are held by the fault matrix.
 TEST_F(MessageReader, RefusesAMessageWithOneLine) {
     const Bytes wrongSum = "01 00000013 02 00 00000000 06 00000001 01 001F"_hex;
     const std::vector<Refused> rows = {

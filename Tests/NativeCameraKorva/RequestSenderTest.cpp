@@ -147,7 +147,7 @@ void expectJudged(const char* what, Header header, const std::vector<World::Arg>
     }
 }
 
-// What is not as it should be is the fault matrix' as well.
+// What is not as it should be is held by the fault matrix as well.
 TEST(ResponseValidation, JudgesAResponseByItsFirstArgument) {
     const Header one{1, bigEndian32(13), 1};
     const Header two{1, bigEndian32(18), 2};

@@ -5,7 +5,10 @@
 
 #include "Communicator/PosixEthernetCommunicator.h"
 #include "NativeCameraControl/ImagingInterface.h"
+#include "PluginLog.h"
 #include "World/Stage.h"
+
+#include <gtest/gtest.h>
 
 #include <cstdint>
 #include <memory>
@@ -34,6 +37,12 @@ struct StagedDevice {
     World::Peer& camera = World::Network::current().at("10.0.0.5", 32769);
     Codes reports;
     std::unique_ptr<KorvaCamera> device;
+};
+
+struct StagedTest : ::testing::Test {
+    World::Stage world;
+    PluginLogs::PluginLog log{"Plenar.KorvaCamera.KorvaInternals", "KorvaInternals"};
+    StagedDevice staged;
 };
 
 } // namespace DeviceFixture
