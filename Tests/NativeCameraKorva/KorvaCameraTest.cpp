@@ -62,23 +62,6 @@ Bytes greyPixelsOf(const image_t& image) {
     return pixelsOf(image);
 }
 
-/// A device that is no KorvaCamera.
-class OtherCamera final : public NativeCamera {
-public:
-    OtherCamera() : NativeCamera(nullptr, describedAs(4, 3)) {}
-    const DeviceType& getType() const override { throw std::bad_cast(); }
-};
-
-/// A command that says it is another one.
-class Impostor final : public Cmd {
-public:
-    explicit Impostor(std::string name) : name_(std::move(name)) {}
-    std::string getTypeName() const override { return name_; }
-
-private:
-    std::string name_;
-};
-
 } // namespace
 
 TEST_F(ADevice, HasTheHostsTreeAndItsOwnOperationsDirectlyBehindTheDestructor) {
@@ -123,7 +106,10 @@ TEST_F(ADevice, HasAnImagingInterfaceOfEightBitsAndASecondThatAnswersZero) {
     EXPECT_EQ(imaging.getInterfaceType(), ImagingInterface::interfaceTypeName);
     EXPECT_EQ(imaging.getResolution(), (Point<int, 2>(4, 3)));
     EXPECT_EQ(imaging.getBitDepth(), 8);
-    OtherCamera other;
+    struct OtherCamera final : NativeCamera {
+        OtherCamera() : NativeCamera(nullptr, describedAs(4, 3)) {}
+        const DeviceType& getType() const override { throw std::bad_cast(); }
+    } other; // no KorvaCamera
     EXPECT_THROW(KorvaImagingInterface(other, nullptr).getResolution(), std::bad_cast);
     auto* const second =
         dynamic_cast<Imaging2Interface*>(device.getInterface(Imaging2Interface::interfaceTypeName));
@@ -173,6 +159,11 @@ TEST_F(ADevice, FillsAnEmptyImageWhereItsResolutionIsNone) {
 }
 
 TEST_F(ADevice, RefusesACommandThatIsNotWhatItsNameSays) {
+    struct Impostor final : Cmd {
+        explicit Impostor(std::string itsName) : name(std::move(itsName)) {}
+        std::string getTypeName() const override { return name; }
+        std::string name;
+    };
     for (const std::type_info* const type :
          {&typeid(Capture::FillMonoImage), &typeid(Capture::FillNativeImage),
           &typeid(SetNetworkHealthCallback)})

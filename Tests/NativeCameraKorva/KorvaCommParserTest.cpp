@@ -2,7 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <locale>
 #include <sstream>
 #include <string>
@@ -92,22 +91,13 @@ TEST(CommParser, IsParsedOnceATextWasReadEvenIfItWasNone) {
     EXPECT_TRUE(parser.isParsed());
 }
 
-/// A character classification where 'x' separates words.
-class OddSpaces final : public std::ctype<char> {
-public:
-    OddSpaces() : std::ctype<char>(makeTable()) {}
-
-private:
-    static const mask* makeTable() {
-        static mask table[table_size];
-        std::copy(classic_table(), classic_table() + table_size, table);
-        table[static_cast<unsigned char>('x')] |= space;
-        return table;
-    }
-};
-
 TEST(CommParser, SeparatesWordsAlikeInEveryLocale) {
-    const std::locale former = std::locale::global(std::locale(std::locale::classic(), new OddSpaces));
+    using Classes = std::ctype<char>;
+    std::vector<Classes::mask> table(Classes::classic_table(),
+                                     Classes::classic_table() + Classes::table_size);
+    table['x'] |= Classes::space;
+    const std::locale oddSpaces(std::locale::classic(), new Classes(table.data()));
+    const std::locale former = std::locale::global(oddSpaces);
     CommParser parser = parsed({"--A axb]"});
     std::locale::global(former);
     EXPECT_EQ(parser.getValue("--A"), "axb");

@@ -35,19 +35,12 @@ private:
     std::mt19937 random_{20}; // the same bytes in every run
 };
 
-/// `count` bytes that lie `offset` bytes behind an aligned address and end where their memory ends.
-class Placed {
-public:
-    Placed(const Bytes& bytes, std::size_t offset)
-        : offset_(offset), memory_(offset + bytes.size(), untouched) {
-        std::copy(bytes.begin(), bytes.end(), memory_.begin() + static_cast<std::ptrdiff_t>(offset));
-    }
-    unsigned char* get() { return memory_.data() + offset_; }
-
-private:
-    std::size_t offset_;
-    Bytes memory_;
-};
+/// The bytes, `offset` bytes behind the beginning of memory that ends with them.
+Bytes placed(const Bytes& bytes, std::size_t offset) {
+    Bytes memory(offset, untouched);
+    memory.insert(memory.end(), bytes.begin(), bytes.end());
+    return memory;
+}
 
 Bytes bytesOf(const std::vector<std::uint16_t>& samples) {
     Bytes bytes(2 * samples.size());
@@ -65,12 +58,14 @@ void expectReduced(const std::vector<std::uint16_t>& samples, std::size_t sample
     const std::size_t pixels = samples.size() / samplesPerPixel;
     std::size_t black = 0;
     for (std::size_t pixel = 0; pixel < pixels; ++pixel) {
-        const std::uint16_t* const first = samples.data() + pixel * samplesPerPixel;
-        black += std::all_of(first, first + samplesPerPixel, [](std::uint16_t value) { return value == 0; });
+        const std::uint16_t* const sample = samples.data() + pixel * samplesPerPixel;
+        black +=
+            std::all_of(sample, sample + samplesPerPixel, [](std::uint16_t value) { return value == 0; });
     }
-    Placed memory(bytesOf(samples), offset);
-    ASSERT_EQ(Korva::reduceSamples(memory.get(), pixels, samplesPerPixel), black) << pixels << ' ' << offset;
-    ASSERT_EQ(Bytes(memory.get(), memory.get() + samples.size()), expected) << pixels << ' ' << offset;
+    Bytes memory = placed(bytesOf(samples), offset);
+    unsigned char* const first = memory.data() + offset;
+    ASSERT_EQ(Korva::reduceSamples(first, pixels, samplesPerPixel), black) << pixels << ' ' << offset;
+    ASSERT_EQ(Bytes(first, first + samples.size()), expected) << pixels << ' ' << offset;
 }
 
 /// Every length to 200, and those around the pieces that a long row is done in.
@@ -88,7 +83,8 @@ TEST_P(SampleKernels, SumBytesOfEveryLengthAtEveryAddressModulo65536) {
         for (const unsigned char byte : bytes)
             expected += byte;
         for (const std::size_t offset : {0, 1, 2, 3, 17})
-            ASSERT_EQ(Korva::sumOfBytes(Placed(bytes, offset).get(), count), expected & 0xFFFF) << count;
+            ASSERT_EQ(Korva::sumOfBytes(placed(bytes, offset).data() + offset, count), expected & 0xFFFF)
+                << count;
     }
     const Bytes bytes(3'000'001, 0xFF);
     EXPECT_EQ(Korva::sumOfBytes(bytes.data(), bytes.size()), (bytes.size() * 255) % 65536);
@@ -98,7 +94,7 @@ TEST_P(SampleKernels, SumBytesOfEveryLengthAtEveryAddressModulo65536) {
 TEST_P(SampleKernels, InterleaveBigEndianPlanesOfEveryLengthAtOddAddresses) {
     for (const std::size_t channels : {1, 3, 4}) {
         for (const std::size_t pixels : interleavedLengths()) {
-            std::vector<Placed> planes;
+            std::vector<Bytes> planes;
             std::vector<const unsigned char*> addresses;
             Bytes expected(2 * channels * pixels);
             for (std::size_t channel = 0; channel < channels; ++channel) {
@@ -107,16 +103,15 @@ TEST_P(SampleKernels, InterleaveBigEndianPlanesOfEveryLengthAtOddAddresses) {
                     expected[2 * (channels * i + channel)] = plane[2 * i + 1];
                     expected[2 * (channels * i + channel) + 1] = plane[2 * i];
                 }
-                planes.emplace_back(plane, 1 + channel);
+                planes.push_back(placed(plane, 1 + channel));
+                addresses.push_back(planes.back().data() + 1 + channel);
             }
-            for (Placed& plane : planes)
-                addresses.push_back(plane.get());
             for (const std::size_t offset : {0, 1, 2, 6, 63}) {
-                Placed row(Bytes(expected.size() + 1, untouched), offset);
-                Korva::interleaveRow(addresses.data(), channels, pixels, row.get());
-                EXPECT_EQ(row.get()[expected.size()], untouched) << channels << ' ' << pixels;
-                ASSERT_EQ(Bytes(row.get(), row.get() + expected.size()), expected)
-                    << channels << ' ' << pixels << ' ' << offset;
+                Bytes memory(offset + expected.size() + 1, untouched);
+                Korva::interleaveRow(addresses.data(), channels, pixels, memory.data() + offset);
+                Bytes framed = placed(expected, offset);
+                framed.push_back(untouched);
+                ASSERT_EQ(memory, framed) << channels << ' ' << pixels << ' ' << offset;
             }
         }
     }
