@@ -278,11 +278,11 @@ TEST_F(CapturePicture, IsReducedToEightBitsAndConverted) {
         {"grey in the forced mode 1", sgi(uniformSamples(2, 2, 1, 640)), forcedGrey,
          ofGreys(2, 2, {10, 10, 10, 10})},
         {"exactly the black ratio", sgi(nearlyBlack(1000)), grey, ofGreys(1000, 100, Bytes(100'000, 0))},
-        {"not black, but below the first grey level", sgi(uniformSamples(4, 4, 3, 63)), colour,
+        {"below the first grey level", sgi(uniformSamples(4, 4, 3, 63)), colour,
          ofColours(4, 4, Bytes(48, 0))},
         {"one sample that is not zero", sgi({1, 1, 3, {0, 0, 1}}), colour, ofColours(1, 1, {0, 0, 0})},
-        {"colour where grey was asked for", sgi(colours), grey, ofGreys(2, 1, {0, 1})},
-        {"alpha where colour was asked for", sgi({2, 1, 4, {64, 128, 192, 256, 320, 384, 448, 512}}), colour,
+        {"colour for grey", sgi(colours), grey, ofGreys(2, 1, {0, 1})},
+        {"alpha for colour", sgi({2, 1, 4, {64, 128, 192, 256, 320, 384, 448, 512}}), colour,
          ofColours(2, 1, {1, 2, 3, 4, 5, 6})},
         {"no bytes", image({}), greyPng, ofGreys(0, 0, {})},
         {"no rows", image(TestSupport::sgiHeader(5, 0, 1, 1)), colour, ofColours(5, 0, {})},
@@ -320,7 +320,7 @@ TEST_F(CapturePicture, ThatDoesNotHoldWhatWasAskedForFailsItsAttempt) {
         LogText line;
     } rows[] = {
         {"8 bits", pngFile(uniformSamples(2, 2, 1, 99), 8), greyPng, mismatch("1 of 8 bits", "1")},
-        {"8 bits of more channels", pngFile(uniformSamples(2, 2, 4, 99), 8), greyPng,
+        {"8 bits of four channels", pngFile(uniformSamples(2, 2, 4, 99), 8), greyPng,
          mismatch("4 of 8 bits", "1")},
         {"8 bits in SGI", TestSupport::sgiHeader(2, 2, 3, 1), colour, mismatch("3 of 8 bits", "3")},
         {"grey for colour", pngFile(uniformSamples(2, 2, 1, 99)), colourPng, mismatch("1 of 16 bits", "3")},

@@ -177,7 +177,7 @@ LogText inconsistent(const std::string& argSize, int totalBytesRead, int expecte
 TEST_F(MessageReader, RefusesAMessageWithOneLine) {
     const Bytes wrongSum = "01 00000013 02 00 00000000 06 00000001 01 001F"_hex;
     const std::vector<Refused> rows = {
-        {"an argument that runs past the message", "01 0000000C 01 04 00000002 0707 0000"_hex, 2, 0,
+        {"an argument beyond the message", "01 0000000C 01 04 00000002 0707 0000"_hex, 2, 0,
          inconsistent("2", 11, 12)},
         {"one that does so behind another", "01 00000014 02 04 00000004 01020304 03 00000001"_hex, 4, 1,
          inconsistent("1", 20, 20)},
