@@ -34,7 +34,6 @@ using World::done;
 using World::image;
 using World::refusal;
 
-/// What capture is called with.
 struct Settings {
     bool forceMode1 = false;
     bool png = false;
@@ -45,7 +44,6 @@ struct Settings {
 
 constexpr Settings greyPng{.png = true, .monochrome = true};
 
-/// Two pixels.
 const Samples colours{2, 1, 3, {0, 64, 16384, 63, 16383, 65535}};
 
 /// The capture logger stands at info unless a test says otherwise. Afterwards no image may be alive but those
@@ -260,18 +258,16 @@ Samples nearlyBlack(std::uint16_t width) {
     return samples;
 }
 
-struct Taken {
-    const char* what;
-    Bytes answer;
-    Settings settings;
-    Creation creation; ///< what the imaging library is to make the picture of
-};
-
 using CapturePicture = Capture;
 
 TEST_F(CapturePicture, IsReducedToEightBitsAndConverted) {
     const Creation reduced = ofColours(2, 1, {0, 1, 255, 0, 255, 255});
-    const Taken rows[] = {
+    const struct {
+        const char* what;
+        Bytes answer;
+        Settings settings;
+        Creation creation; ///< what the imaging library is to make the picture of
+    } rows[] = {
         {"colour", sgi(colours), colour, reduced},
         {"grey", image(pngFile({3, 1, 1, {63, 64, 16384}})), greyPng, ofGreys(3, 1, {0, 1, 255})},
         {"rows from the top", sgi({2, 2, 1, {64, 128, 192, 256}}), grey, ofGreys(2, 2, {1, 2, 3, 4})},
@@ -287,7 +283,7 @@ TEST_F(CapturePicture, IsReducedToEightBitsAndConverted) {
         {"no bytes", image({}), greyPng, ofGreys(0, 0, {})},
         {"no rows", image(TestSupport::sgiHeader(5, 0, 1, 1)), colour, ofColours(5, 0, {})},
     };
-    for (const Taken& row : rows) {
+    for (const auto& row : rows) {
         SCOPED_TRACE(row.what);
         camera.answer(done()).answer(done()).answer(row.answer);
         world.calls.clear();

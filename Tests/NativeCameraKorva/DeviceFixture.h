@@ -1,10 +1,9 @@
 #pragma once
-// A camera device over a scripted transport, and what the transport answers.
+// A camera device's description, its pictures and reports.
 
 #include "ImagingLibrary/image_t.h"
 #include "NativeCameraKorva/KorvaCamera.h"
 #include "Support/SamplePictures.h"
-#include "Support/ScriptedCommunicator.h"
 #include "Support/WireMessages.h"
 
 #include <cstddef>
@@ -14,7 +13,6 @@
 namespace DeviceFixture {
 
 using TestSupport::Bytes;
-using TestSupport::ScriptedCommunicator;
 
 inline CameraInfo describedAs(int width, int height) {
     CameraInfo info;
@@ -49,13 +47,6 @@ inline Bytes greyPixels(unsigned int count, unsigned int seed = 0) {
     for (unsigned int index = 0; index < count; ++index)
         pixels.push_back(greyOf(index, seed));
     return pixels;
-}
-
-/// The three answers of a capture, each to the next request.
-inline void answerCapture(ScriptedCommunicator& camera, const Bytes& file) {
-    camera.afterNextWrite().deliver(TestSupport::wireMessage({{0, {}}}));
-    camera.afterNextWrite().deliver(TestSupport::wireMessage({{0, {}}}));
-    camera.afterNextWrite().deliver(TestSupport::wireMessage({{6, file}}));
 }
 
 /// What the camera reported, in order.

@@ -200,7 +200,7 @@ TEST_F(BuilderFromConnection, LogsACameraThatCannotBeIdentifiedOrConnected) {
         EXPECT_EQ(lines[1].line, 47);
         world.calls.throwFrom("connect", DeviceException(L"na\u00efve", L"Client.cpp", 0));
     }
-    EXPECT_THAT(log.errors(), SizeIs(4));
+    EXPECT_THAT(log.troubles(), SizeIs(4));
     log.turnOff();
     EXPECT_EQ(buildFrom(), nullptr);
     EXPECT_EQ(build(nullptr), nullptr);

@@ -17,13 +17,6 @@ namespace {
 
 using namespace std::string_literals;
 
-/// The datagrams of a search, and what the log has of each: room and address, or the text of no reply.
-struct Replies {
-    const char* what;
-    std::vector<std::string> datagrams;
-    Texts lines;
-};
-
 LogText recognised(const std::string& roomAndAddress) {
     return info("Message from Korva device: " + roomAndAddress);
 }
@@ -50,7 +43,11 @@ TEST_F(LocatorReplies, AreReadByTheirOwnBytesIntoABufferThatIsNotCleared) {
     const std::string xs(256, 'x');
     const LogText labLine = recognised("Lab 10.0.0.5");
     const LogText fullLine = recognised(longRoom + " 10.0.0.5");
-    const Replies rows[] = {
+    const struct {
+        const char* what;
+        std::vector<std::string> datagrams;
+        Texts lines; ///< of each: room and address, or the text of no reply
+    } rows[] = {
         {"with the mark anywhere", {"junk " + lab, "--Room Lab --IP 10.0.0.5] [Korva"}, {labLine, labLine}},
         {"with the next key for a missing value",
          {"[Korva --Room --IP 10.0.0.5]"},
@@ -68,7 +65,7 @@ TEST_F(LocatorReplies, AreReadByTheirOwnBytesIntoABufferThatIsNotCleared) {
         {"as many as the buffer holds", {full, xs}, {fullLine, other(xs)}},
         {"of larger ones the first bytes", {lab + " " + xs + xs, xs + lab}, {labLine, other(xs)}},
     };
-    for (const Replies& row : rows) {
+    for (const auto& row : rows) {
         SCOPED_TRACE(row.what);
         beginAnew();
         network.datagrams.assign(row.datagrams.begin(), row.datagrams.end());

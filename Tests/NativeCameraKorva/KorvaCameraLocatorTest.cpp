@@ -64,16 +64,6 @@ TEST_F(LocatorQuery, GoesToEveryAdapterInOrderByItsFirstAddress) {
                                                       "255.255.255.255", "255.255.255.255", "0.0.0.255", ""});
 }
 
-/// A call that fails, the line of a search that ends with it, and the last call of that function.
-struct QueryFailure {
-    const char* what;
-    std::string function;
-    int code;
-    int occurrence;
-    LogText line;
-    std::string lastCall;
-};
-
 TEST_F(LocatorQuery, EndsWithOneLineBehindTheClosingOfItsSocket) {
     const LogText noBroadcast = warn("setsockopt failed");
     const std::string list = "GetAdaptersInfo";
@@ -81,7 +71,14 @@ TEST_F(LocatorQuery, EndsWithOneLineBehindTheClosingOfItsSocket) {
     const std::string second = "Failed on second call to GetAdaptersInfo ";
     const LogText notSent = warn("Korva Query - sendto call failed: sendReturn = -1 WSAError = 10051");
     const std::string listOfThree = "GetAdaptersInfo buffer, " + std::to_string(3 * sizeof(IP_ADAPTER_INFO));
-    const QueryFailure rows[] = {
+    const struct {
+        const char* what;
+        std::string function; ///< that fails
+        int code;
+        int occurrence;
+        LogText line;
+        std::string lastCall; ///< of that function
+    } rows[] = {
         {"no broadcast", "setsockopt", 10042, 1, noBroadcast, "setsockopt 1, 65535, 32, <79>"},
         {"no socket", "socket", WSAEMFILE, 1, noBroadcast, "socket 2, 2, 17"},
         {"no sockets library", "WSAStartup", 10091, 1, noBroadcast, "WSAStartup 0x0202"},
@@ -91,7 +88,7 @@ TEST_F(LocatorQuery, EndsWithOneLineBehindTheClosingOfItsSocket) {
         {"a list of no bytes", list, 111, 1, error(second + "111"), "GetAdaptersInfo buffer, 0"},
         {"no way on the second adapter", "sendto", WSAENETUNREACH, 2, notSent, sendTo("10.0.1.255")},
     };
-    for (const QueryFailure& row : rows) {
+    for (const auto& row : rows) {
         for (const bool isLogged : {true, false}) {
             SCOPED_TRACE(row.what);
             beginAnew();

@@ -32,7 +32,6 @@ using TestSupport::functionAt;
 
 namespace {
 
-/// A device of 4 x 3 pixels, whose reports are kept.
 struct ADevice : StagedTest {
     World::Peer& camera = staged.camera;
     KorvaCamera& device = *staged.device;

@@ -32,13 +32,6 @@ DeviceFramework1Locator::~DeviceFramework1Locator() = default;
 
 namespace {
 
-/// Another family.
-struct OtherType final : NativeCameraType {
-    OtherType() : NativeCameraType(L"KRV", L"1.0", L"Korva", nullptr, nullptr) {}
-    std::vector<std::wstring> getVariants() const override { return {}; }
-    bool isSameType(const DeviceType* other) const override { return other == this; }
-};
-
 TEST(CameraType, HasItsThreeTextsNoVariantsAndABuilderThatIsMadeBeforeTheLocator) {
     const KorvaCameraType type;
     EXPECT_EQ(type.getCode(), L"KRV");
@@ -53,6 +46,11 @@ TEST(CameraType, HasItsThreeTextsNoVariantsAndABuilderThatIsMadeBeforeTheLocator
 TEST(CameraType, IsTheSameAsAnyOfItsClassOnly) {
     const KorvaCameraType type;
     const KorvaCameraType another;
+    struct OtherType final : NativeCameraType {
+        OtherType() : NativeCameraType(L"KRV", L"1.0", L"Korva", nullptr, nullptr) {}
+        std::vector<std::wstring> getVariants() const override { return {}; }
+        bool isSameType(const DeviceType* other) const override { return other == this; }
+    };
     const OtherType other;
     EXPECT_TRUE(type.isSameType(&type));
     EXPECT_TRUE(type.isSameType(&another));

@@ -25,48 +25,44 @@ CommParser parsed(const std::vector<std::string>& texts) {
     return parser;
 }
 
-/// Texts that one parser reads one after the other, and what it then finds: "key=value", with | between. The
-/// class can be watched only through its look-ups: an entry's successor is its value.
-struct Reading {
-    const char* what;
-    std::vector<std::string> texts;
-    std::string values;
-};
-
-const Reading readings[] = {
-    {"a discovery reply",
-     {"[Korva --Room Lab 2 --IP 10.0.0.5 --NetMask 1.2.3.4]"},
-     "--Room=Lab 2|Lab 2=--IP|--IP=10.0.0.5|10.0.0.5=--NetMask|--NetMask=1.2.3.4|1.2.3.4=|[Korva="},
-    {"no text yet", {}, "--Room=|="},
-    {"texts without words", {"", " ", " \t\n\v\f\r "}, "="},
-    {"words before a key",
-     {"[Korva Room Lab -IP 1]", "lead] - --A x]"},
-     "[Korva=|Room=|Lab=|-IP=|1]=|1=|lead=|-=|--A=x"},
-    {"keys are compared whole", {"--Room Lab]"}, "Room=|--room=|--Roo=|--Room =|=|--=|--Room\0="s},
-    {"a key without value", {"[Korva --Room --IP 10.0.0.5]"}, "--Room=--IP|--IP=10.0.0.5"},
-    {"a last value without bracket", {"[Korva --Room Lab --IP 10.0.0.5"}, "--Room=Lab|--IP=|10.0.0.5="},
-    {"a key that is the last entry", {"--A x --B"}, "--B="},
-    {"the blank before a bracket of its own stays", {"--Room Lab East ]"}, "--Room=Lab East "},
-    {"a lone bracket is an empty value, which is an entry", {"--Room ]", "--IP 1]"}, "--Room=|=--IP"},
-    {"single blanks join words",
-     {"\r\n--Room\tLab\v\fEast \n\r Wing\n--IP 1]"},
-     "--Room=Lab East Wing|--IP=1"},
-    {"the first closing bracket ends the text", {"--A x] --B y]"}, "--A=x|x=|--B="},
-    {"one bracket is removed", {"--A x]]"}, "--A=x]"},
-    {"a bracket inside a word ends nothing", {"--A x]y [z --B w]"}, "--A=x]y [z|--B=w"},
-    {"a bracket behind a key", {"--Room Lab --IP] 10.0.0.5 --Mask y]"}, "--IP=|--IP]=10.0.0.5|--Mask=y"},
-    {"hyphens inside a word are text", {"--A a--B -c x]"}, "--A=a--B -c x"},
-    {"two hyphens alone are a key", {"-- x ---y z]"}, "--=x|---y=z"},
-    {"a second text goes behind the first", {"--A x --B y]", "--A z --C w]"}, "--A=x|y=--A|--C=w"},
-    {"each text starts without a key", {"--A", "dropped] --B y]"}, "--A=--B|--B=y"},
-    {"a key may be found among the values", {"--A Room --B y]"}, "Room=--B"},
-    {"of equal keys the first is found", {"--A x --A y]"}, "--A=x"},
-    {"a zero byte ends the text", {"--A x]\0--B y]"s, "--C z\0]"s}, "--A=x|--B=|--C="},
-    {"bytes that are no text stay", {"--A \xC3\xA4\xA0\xFF\x01]"}, "--A=\xC3\xA4\xA0\xFF\x01"},
-};
-
+// The class can be watched only through its look-ups: an entry's successor is its value.
 TEST(CommParser, FindsTheEntryBehindTheFirstThatEqualsTheKey) {
-    for (const Reading& row : readings) {
+    const struct {
+        const char* what;
+        std::vector<std::string> texts; ///< that one parser reads one after the other
+        std::string values;             ///< that it then finds: "key=value", with | between
+    } rows[] = {
+        {"a discovery reply",
+         {"[Korva --Room Lab 2 --IP 10.0.0.5 --NetMask 1.2.3.4]"},
+         "--Room=Lab 2|Lab 2=--IP|--IP=10.0.0.5|10.0.0.5=--NetMask|--NetMask=1.2.3.4|1.2.3.4=|[Korva="},
+        {"no text yet", {}, "--Room=|="},
+        {"texts without words", {"", " ", " \t\n\v\f\r "}, "="},
+        {"words before a key",
+         {"[Korva Room Lab -IP 1]", "lead] - --A x]"},
+         "[Korva=|Room=|Lab=|-IP=|1]=|1=|lead=|-=|--A=x"},
+        {"keys are compared whole", {"--Room Lab]"}, "Room=|--room=|--Roo=|--Room =|=|--=|--Room\0="s},
+        {"a key without value", {"[Korva --Room --IP 10.0.0.5]"}, "--Room=--IP|--IP=10.0.0.5"},
+        {"a last value without bracket", {"[Korva --Room Lab --IP 10.0.0.5"}, "--Room=Lab|--IP=|10.0.0.5="},
+        {"a key that is the last entry", {"--A x --B"}, "--B="},
+        {"the blank before a bracket of its own stays", {"--Room Lab East ]"}, "--Room=Lab East "},
+        {"a lone bracket is an empty value, which is an entry", {"--Room ]", "--IP 1]"}, "--Room=|=--IP"},
+        {"single blanks join words",
+         {"\r\n--Room\tLab\v\fEast \n\r Wing\n--IP 1]"},
+         "--Room=Lab East Wing|--IP=1"},
+        {"the first closing bracket ends the text", {"--A x] --B y]"}, "--A=x|x=|--B="},
+        {"one bracket is removed", {"--A x]]"}, "--A=x]"},
+        {"a bracket inside a word ends nothing", {"--A x]y [z --B w]"}, "--A=x]y [z|--B=w"},
+        {"a bracket behind a key", {"--Room Lab --IP] 10.0.0.5 --Mask y]"}, "--IP=|--IP]=10.0.0.5|--Mask=y"},
+        {"hyphens inside a word are text", {"--A a--B -c x]"}, "--A=a--B -c x"},
+        {"two hyphens alone are a key", {"-- x ---y z]"}, "--=x|---y=z"},
+        {"a second text goes behind the first", {"--A x --B y]", "--A z --C w]"}, "--A=x|y=--A|--C=w"},
+        {"each text starts without a key", {"--A", "dropped] --B y]"}, "--A=--B|--B=y"},
+        {"a key may be found among the values", {"--A Room --B y]"}, "Room=--B"},
+        {"of equal keys the first is found", {"--A x --A y]"}, "--A=x"},
+        {"a zero byte ends the text", {"--A x]\0--B y]"s, "--C z\0]"s}, "--A=x|--B=|--C="},
+        {"bytes that are no text stay", {"--A \xC3\xA4\xA0\xFF\x01]"}, "--A=\xC3\xA4\xA0\xFF\x01"},
+    };
+    for (const auto& row : rows) {
         CommParser parser = parsed(row.texts);
         std::istringstream values(row.values);
         for (std::string pair; std::getline(values, pair, '|');) {

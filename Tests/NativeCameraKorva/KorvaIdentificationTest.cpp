@@ -39,7 +39,6 @@ std::string messageOf(const std::function<void()>& call) {
     return {};
 }
 
-/// A grey 16-bit PNG file, bright throughout.
 Bytes samplePng(std::uint16_t width, std::uint16_t height) {
     return TestSupport::pngFile(TestSupport::uniformSamples(width, height, 1, 0x1010));
 }
@@ -193,35 +192,30 @@ std::string rejected(const std::string& found) {
     return "Rejecting Korva camera, Vantrel requires Korva SW version at least 3.2.15 found " + found;
 }
 
-/// A camera that is not identified: what it says of itself, if anything, and the text of the error
-/// line and of the exception, which comes after so many queries.
-struct Failure {
-    const char* what;
-    std::string hardware;
-    std::string software;
-    bool isSilent;
-    std::string text;
-    std::size_t queries;
-};
-
 // What comes of other replies, and of none, is held by the fault matrix.
 TEST_F(Identification, EndsWithAnErrorLineAndAnExceptionOfTheSameText) {
     const std::string noResolution = "Found Korva, but couldn't determine its resolution";
-    const Failure failures[] = {
-        {"no version", "", "", true, unanswered("version"), 1},
-        {"an old firmware", "M61", "3.2.14", false, rejected("3.2.14"), 1},
-        {"one of what ends as the model", "XM61", "3.2.14", false, rejected("3.2.14"), 1},
-        {"one of two characters", "M6", "3.2.14", false, rejected("3.2.14"), 1},
-        {"no resolution", "unknown", "3.2.15", false, noResolution, 3},
+    const struct {
+        const char* what;
+        std::string hardware; ///< nothing: a camera that says nothing
+        std::string software;
+        std::string text;    ///< of the error line and of the exception
+        std::size_t queries; ///< before them
+    } rows[] = {
+        {"no version", "", "", unanswered("version"), 1},
+        {"an old firmware", "M61", "3.2.14", rejected("3.2.14"), 1},
+        {"one of what ends as the model", "XM61", "3.2.14", rejected("3.2.14"), 1},
+        {"one of two characters", "M6", "3.2.14", rejected("3.2.14"), 1},
+        {"no resolution", "unknown", "3.2.15", noResolution, 3},
     };
-    for (const Failure& row : failures) {
+    for (const auto& row : rows) {
         for (const bool isLogged : {true, false}) {
             SCOPED_TRACE(row.what);
             const PluginLog own(loggerName, "KorvaHelper", isLogged, log4cxx::Level::getError());
             text().forget();
             binary().forget();
             answerCapture(binary(), {1, 2, 3}); // a sample picture of no pixels is none
-            if (!row.isSilent)
+            if (!row.hardware.empty())
                 answerQueries(row.hardware, row.software);
             const std::size_t sent = text().requests().size();
             world.calls.clear();

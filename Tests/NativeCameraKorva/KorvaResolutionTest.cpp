@@ -26,7 +26,6 @@ using TestSupport::uniformSamples;
 
 constexpr char captureLogger[] = "Plenar.KorvaCamera.KorvaCapture";
 
-/// The logger stands at info.
 struct LookUp : ::testing::Test {
     World::Stage world;
     PluginLog log{captureLogger, "KorvaHelper", log4cxx::Level::getInfo()};
@@ -135,8 +134,8 @@ TEST_F(Resolution, IsUnknownWithAnErrorLineWhereTheGrabThrows) {
     throwEach();
     const std::string communicatorError = "Communicator error trying to get sample image: ";
     const LogText unknownError = error("Unknown error during initial sample image capture");
-    EXPECT_THAT(log.errors(), ElementsAre(error(communicatorError + "no camera"),
-                                          error(communicatorError + "root"), unknownError, unknownError));
+    EXPECT_THAT(log.troubles(), ElementsAre(error(communicatorError + "no camera"),
+                                            error(communicatorError + "root"), unknownError, unknownError));
 }
 
 // The MAC address.

@@ -22,7 +22,6 @@ inline constexpr char loggerName[] = "Plenar.KorvaCamera.KorvaCameraLocator";
 inline const std::string firstHardware("\x00\x1a\x2b\x3c\x4d\x5e", 6);
 inline const std::string secondHardware("\x00\x1a\x2b\x3c\x4d\x5f", 6);
 
-/// Keeps what it is told.
 struct RecordingObserver final : BroadcastWorkerObserver {
     std::vector<std::unique_ptr<DeviceTemplate>> found;
     std::vector<int> arguments;

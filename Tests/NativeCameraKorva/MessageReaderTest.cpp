@@ -117,16 +117,6 @@ TEST_F(MessageReader, AcceptsAMessageInSoManyReads) {
     });
 }
 
-TEST_F(MessageReader, ReadsTheHeaderIntoTheCallersHeader) {
-    communicator.deliver("01 0000000D 01 00 00000000 000F"_hex);
-    EXPECT_TRUE(parse());
-    EXPECT_EQ(communicator.calls().at(0).destination, &header);
-    EXPECT_EQ(header.command, 1);
-    EXPECT_EQ(bigEndian32(header.length), 13u);
-    EXPECT_EQ(header.argCount, 1);
-    EXPECT_THAT(log.texts(), ElementsAre(debug("Expected arg size of 0 and read in arg of size 0")));
-}
-
 TEST_F(MessageReader, AssemblesAndSumsAValueFromPiecesAndTracesEachWithTheTotalBeforeIt) {
     const Bytes file(300, 255); // their sum is above 65535
     const Bytes whole = message({{imageCode, file}});
@@ -148,13 +138,18 @@ TEST_F(MessageReader, AssemblesAndSumsAValueFromPiecesAndTracesEachWithTheTotalB
                                          debug("Expected arg size of 300 and read in arg of size 300")));
 }
 
-TEST_F(MessageReader, Appends255Arguments) {
+TEST_F(MessageReader, ReadsTheHeaderIntoTheCallersHeaderAndAppends255Arguments) {
     args.emplace_back().header.type = 42;
     communicator.deliver(message(std::vector<World::Arg>(255)));
     EXPECT_TRUE(parse());
+    EXPECT_EQ(communicator.calls().at(0).destination, &header);
+    EXPECT_EQ(header.command, 1);
+    EXPECT_EQ(bigEndian32(header.length), 8u + 255 * 5);
+    EXPECT_EQ(header.argCount, 255);
     ASSERT_EQ(args.size(), 256u);
     EXPECT_EQ(args[0].header.type, 42);
     EXPECT_EQ(args[255].header.type, doneCode);
+    EXPECT_EQ(log.texts(), Texts(255, debug("Expected arg size of 0 and read in arg of size 0")));
 }
 
 struct Refused {

@@ -62,7 +62,6 @@ public:
     /// These are the lines, or none is if the logger was off from the beginning.
     void expect(const Texts& expected) const { EXPECT_EQ(texts(), isOff_ ? Texts{} : expected); }
     Texts troubles() const { return textsFrom(log4cxx::Level::getWarn()); }
-    Texts errors() const { return textsFrom(log4cxx::Level::getError()); }
     /// The lines whose message begins with `text`.
     Texts linesOf(const std::string& text) const {
         Texts found;

@@ -11,7 +11,6 @@ namespace MessageTests {
 namespace {
 
 struct RequestSender : Exchange {
-    /// Adds an argument.
     RequestSender& with(ArgCode code, const Bytes& value) {
         FullArg& arg = args.emplace_back();
         arg.header.type = static_cast<std::uint8_t>(code);
