@@ -16,11 +16,9 @@ using namespace Tolvane::DeviceFramework2::Device;
 
 KorvaCamera::KorvaCamera(Communicator* communicator, const CameraInfo& info)
     : NativeCamera(communicator, info) {
-    // Apart from its count, which internals_ keeps: their memory goes when the interfaces go.
-    const std::shared_ptr<KorvaInternals> internals(new KorvaInternals(this));
-    internals_ = internals;
-    addInterface(new KorvaImagingInterface(*this, internals));
-    addInterface(new KorvaImaging2Interface(*this, internals));
+    internals_ = std::make_shared<KorvaInternals>(this);
+    addInterface(new KorvaImagingInterface(*this, internals_));
+    addInterface(new KorvaImaging2Interface(*this, internals_));
     initialize();
 }
 
@@ -29,8 +27,7 @@ KorvaCamera::~KorvaCamera() {
 }
 
 void KorvaCamera::setNetworkHealthCallback(NetworkHealthCallback callback) {
-    if (const auto internals = internals_.lock())
-        internals->setNetworkHealthCallback(std::move(callback));
+    internals_->setNetworkHealthCallback(std::move(callback));
 }
 
 const DeviceType& KorvaCamera::getType() const {
@@ -38,8 +35,7 @@ const DeviceType& KorvaCamera::getType() const {
 }
 
 bool KorvaCamera::isAlive() {
-    const auto internals = internals_.lock();
-    return internals != nullptr && internals->validateConnection();
+    return internals_->validateConnection();
 }
 
 void KorvaCamera::installCmdHandlers() {
@@ -60,9 +56,7 @@ void KorvaCamera::installCmdHandlers() {
 }
 
 void KorvaCamera::fillImage(image_t& image) const {
-    // Held to the end: the pixels are theirs, and a health callback may remove the interfaces.
-    const auto internals = internals_.lock();
-    void* const pixels = internals == nullptr ? nullptr : internals->getImaging1Image();
+    void* const pixels = internals_->getImaging1Image();
     const Point<int, 2> resolution = getResolution();
     image_t picture(image_t::layoutGrey, resolution.x(), static_cast<std::uint32_t>(resolution.y()), pixels,
                     static_cast<int>(PixelBufferMode::copy));

@@ -47,5 +47,5 @@ private:
     void fillImage(image_t& image) const;
 
     ImageFill imageFill_;
-    std::weak_ptr<KorvaInternals> internals_; ///< empty once the interfaces, which own them, are gone
+    std::shared_ptr<KorvaInternals> internals_; ///< shared with the interfaces; they outlive these
 };
