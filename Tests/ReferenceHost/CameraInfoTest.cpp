@@ -1,19 +1,20 @@
 #include "VantrelCommon/CameraInfo.h"
 
+#include "Communicator/DeviceException.h"
 #include "FakeCamera.h"
 #include "ReferenceHost/DeviceDescription.h"
+#include "Support/Thrown.h"
 
 #include <gtest/gtest.h>
 #include <string>
 #include <utility>
 
-using ReferenceHost::DeviceDescription;
 using Tests::filledInfo;
 
 namespace {
 
 CameraInfo readFrom(const std::string& xml) {
-    return CameraInfo(DeviceDescription(xml).root());
+    return CameraInfo(ReferenceHost::DeviceDescription(xml).root());
 }
 
 /// The text of a model that was written and read again.
@@ -24,7 +25,7 @@ std::wstring modelAfterRoundTrip(const std::wstring& model) {
 }
 
 std::string reasonFor(const std::string& element, const std::string& text) {
-    return Tests::reasonOf(
+    return TestSupport::thrownBy<DeviceException>(
         [&] { readFrom("<CameraInfo><" + element + ">" + text + "</" + element + "></CameraInfo>"); });
 }
 
@@ -43,64 +44,45 @@ const std::string filledXml = "  <CameraInfo>\n"
 
 } // namespace
 
-TEST(CameraInfo, KeepsEachFieldApart) {
-    EXPECT_EQ(CameraInfo().getCameraTypeEnum() + CameraInfo().getResolutionX(), 0);
-    EXPECT_EQ(CameraInfo().getModel(), L"");
-    const CameraInfo info = filledInfo();
-    EXPECT_EQ(info.getCameraTypeEnum(), 6);
-    EXPECT_EQ(info.getIpAddress(), L"ip");
-    EXPECT_EQ(info.getFW(), L"fw");
-    EXPECT_EQ(info.getMacAddress(), L"mac");
-    EXPECT_EQ(info.getResolutionX(), -3);
-    EXPECT_EQ(info.getResolutionY(), 2147483647);
-    EXPECT_EQ(info.getModel(), L"model");
-    EXPECT_EQ(info.getSerialNumber(), L"serial");
-    EXPECT_EQ(info.getDefaultGateway(), L"gateway");
-    EXPECT_EQ(info.getSubnetMask(), L"mask");
-}
-
 TEST(CameraInfo, IsWrittenReadCopiedAndMovedWhole) {
-    CameraInfo info = filledInfo();
+    EXPECT_EQ(CameraInfo().getCameraTypeEnum() + CameraInfo().getResolutionX(), 0);
+    const CameraInfo info = filledInfo();
     EXPECT_EQ(info.toXml(2), filledXml);
     EXPECT_EQ(readFrom(info.toXml()).toXml(2), filledXml);
     CameraInfo copy(info);
     CameraInfo assigned;
     assigned = copy;
     EXPECT_EQ(assigned.toXml(2), filledXml);
-    assigned = CameraInfo();
-    assigned = std::move(copy);
-    EXPECT_EQ(assigned.toXml(2), filledXml);
-    EXPECT_EQ(CameraInfo(std::move(info)).toXml(2), filledXml);
+    EXPECT_EQ(copy.toXml(2), filledXml);
+    CameraInfo moved(std::move(assigned));
+    copy = CameraInfo();
+    copy = std::move(moved);
+    EXPECT_EQ(copy.toXml(2), filledXml);
 }
 
 TEST(CameraInfo, KeepsEveryTextThatXmlCanHold) {
-    for (const wchar_t* text :
+    for (const std::wstring text :
          {L"<a href=\"b\">&amp;'", L"]]>", L"<![CDATA[x]]>", L"<!-- x -->", L"<?x?>", L"&#0;", L"&lol;",
           L"  blanks before and behind  ", L"tab\tline\nreturn\rboth\r\n", L"\u00E4\u4E2D\U0001F600",
           L"\uFFFD", L"\u0085\u2028", L"\U0010FFFF", L"", L" "})
         EXPECT_EQ(modelAfterRoundTrip(text), text);
-}
-
-TEST(CameraInfo, ReplacesWhatXmlCannotHoldAndKeepsAVeryLongText) {
+    const std::wstring longText = std::wstring(200'000, L'x') + L"<end>";
+    EXPECT_EQ(modelAfterRoundTrip(longText), longText);
     const std::wstring hostile{L'a', 0, 1, 8, 11, 12, 14, 31, 0xFFFE, 0xFFFF, 0xD800, 0xDFFF, L'b'};
-    EXPECT_EQ(modelAfterRoundTrip(hostile), L"a" + std::wstring(11, 0xFFFD) + L"b");
-    const std::wstring text = std::wstring(200'000, L'x') + L"<end>";
-    EXPECT_EQ(modelAfterRoundTrip(text), text);
+    EXPECT_EQ(modelAfterRoundTrip(hostile), L"a" + std::wstring(11, 0xFFFD) + L"b") << "and replaces others";
 }
 
-TEST(CameraInfo, ReadsItsFieldsInAnyOrderAndSkipsOthers) {
-    const CameraInfo info = readFrom("<CameraInfo><model>m</model>text<other>o</other><Model>M</Model>"
-                                     "<!-- c --><cameraTypeEnum> \r\n\t6 </cameraTypeEnum></CameraInfo>");
-    EXPECT_EQ(info.getModel(), L"m");
-    EXPECT_EQ(info.getCameraTypeEnum(), 6);
-}
-
-TEST(CameraInfo, TakesTheLastOfTwoFieldsOfOneNameAndTextInPieces) {
-    EXPECT_EQ(readFrom("<CameraInfo/>").toXml(), CameraInfo().toXml());
-    EXPECT_EQ(readFrom("<CameraInfo><model>a</model><model>b</model></CameraInfo>").getModel(), L"b");
-    EXPECT_EQ(
-        readFrom("<CameraInfo><model>a<![CDATA[<b>]]>&#99;<!-- no -->d</model></CameraInfo>").getModel(),
-        L"a<b>cd");
+TEST(CameraInfo, TakesTheLastFieldOfANameInAnyOrderAndSkipsOthers) {
+    for (const auto& [fields, model] : {
+             std::pair("<Model>M</Model>text<other>o</other>", L""),
+             std::pair("<model>m</model><!-- c --><cameraTypeEnum> \r\n\t6 </cameraTypeEnum>", L"m"),
+             std::pair("<model>a</model><model>b</model>", L"b"),
+             std::pair("<model>a<![CDATA[<b>]]>&#99;<!-- no -->d</model>", L"a<b>cd"),
+         }) {
+        const CameraInfo info = readFrom(std::string("<CameraInfo>") + fields + "</CameraInfo>");
+        EXPECT_EQ(info.getModel(), model);
+        EXPECT_EQ(info.getCameraTypeEnum(), model == std::wstring(L"m") ? 6 : 0);
+    }
 }
 
 TEST(CameraInfo, NamesANumberThatIsNoneAndNoMoreThanItsBeginning) {

@@ -1,32 +1,21 @@
-#include "DeviceControl/Device.h"
+// What a device and a camera do by themselves, before a family adds its own.
 
 #include "FakeCamera.h"
 
+#include "Communicator/DeviceException.h"
+#include "VantrelCommon/NetworkHealth.h"
+
 #include <gtest/gtest.h>
 #include <memory>
-#include <set>
 #include <sstream>
 #include <stdexcept>
+#include <tuple>
 
+using Tests::FakeCamera;
 using Tests::FakeCommunicator;
+using Tests::filledInfo;
 
 namespace {
-
-/// A device that says nothing of itself.
-class BareDevice : public Device2Bridge {
-public:
-    using Device2Bridge::Device2Bridge;
-    const DeviceType& getType() const override {
-        static const Tests::FakeType type;
-        return type;
-    }
-    using Device::setIdentity;
-    static Identity describedAs(const std::wstring& description) {
-        Identity identity;
-        identity.description = description;
-        return identity;
-    }
-};
 
 /// Notes its letter when it goes, and whether its device still found it then.
 class LastWords : public BaseInterface {
@@ -53,33 +42,62 @@ struct ADevice : testing::Test {
     }
 
     std::wstring words;
-    std::unique_ptr<BareDevice> device = std::make_unique<BareDevice>(nullptr);
+    std::unique_ptr<FakeCamera> device = std::make_unique<FakeCamera>(filledInfo());
+};
+
+/// An interface whose observers note their letters.
+struct Interface : testing::Test {
+    BaseInterface::Observer note(char letter) {
+        return [this, letter](const std::wstring& type) {
+            EXPECT_EQ(type, L"Weather");
+            notes += letter;
+        };
+    }
+
+    FakeCamera camera;
+    BaseInterface weather{camera, L"Weather"};
+    std::string notes;
 };
 
 } // namespace
 
-TEST_F(ADevice, IsNamedByItsDescriptionUntilItGetsAName) {
-    EXPECT_EQ(device->getName(), L"");
-    device->setIdentity(BareDevice::describedAs(L"A device"));
-    EXPECT_EQ(device->getName(), L"A device");
-    device->setName(L"Left wall");
-    EXPECT_EQ(device->getName(), L"Left wall");
-    device->setName(L"");
-    EXPECT_EQ(device->getName(), L"A device");
+TEST_F(ADevice, TellsWhoItIs) {
+    EXPECT_EQ(device->getUID(), L"serial");
+    EXPECT_EQ(device->getModel(), L"model");
+    EXPECT_EQ(device->getVersion(), L"fw");
+    EXPECT_EQ(device->getMac(), L"mac");
+    EXPECT_EQ(device->getResolution(), (Point<int, 2>(-3, 2147483647)));
+    EXPECT_EQ(device->getCameraInfo().toXml(), filledInfo().toXml());
+    EXPECT_EQ(device->getEmbeddedIntrinsics(), L"");
 }
 
-TEST_F(ADevice, HasANumberThatNoOtherLivingOneHas) {
-    std::set<int> numbers;
-    std::vector<std::unique_ptr<BareDevice>> devices;
-    for (int i = 0; i < 100; ++i) {
-        devices.push_back(std::make_unique<BareDevice>(nullptr));
-        EXPECT_GT(devices.back()->getId(), 0);
-        EXPECT_TRUE(numbers.insert(devices.back()->getId()).second);
+TEST_F(ADevice, IsDescribedInOneLineByWhatIsKnownAndWithoutSerialNumberKnownByItsMacAddress) {
+    for (const auto& [model, ip, serial, description, uid] : {
+             std::tuple(L"M61", L"10.0.0.5", L"K-1", L"M61, 10.0.0.5, serial number K-1", L"K-1"),
+             std::tuple(L"M61", L"10.0.0.5", L"", L"M61, 10.0.0.5", L"mac"),
+             std::tuple(L"", L"", L"K-1", L"serial number K-1", L"K-1"),
+             std::tuple(L"", L"", L"", L"", L"mac"),
+             std::tuple(L"Meri\ndian\x1b[31m\x7f\x85", L"\U0001F600", L"",
+                        L"Meri\uFFFDdian\uFFFD[31m\uFFFD\uFFFD, \U0001F600", L"mac"),
+         }) {
+        CameraInfo info = filledInfo();
+        info.setModel(model);
+        info.setIpAddress(ip);
+        info.setSerialNumber(serial);
+        EXPECT_EQ(FakeCamera(info).getDescription(), description);
+        EXPECT_EQ(FakeCamera(info).getUID(), uid);
+    }
+}
+
+TEST_F(ADevice, IsNamedByItsDescriptionUntilItGetsAName) {
+    for (const wchar_t* name : {L"", L"Left wall", L""}) {
+        device->setName(name);
+        EXPECT_EQ(device->getName(), *name == L'\0' ? device->getDescription() : name);
     }
 }
 
 TEST_F(ADevice, TakesAnotherNumberUnlessItIsTakenAndGivesUpItsOwn) {
-    auto second = std::make_unique<BareDevice>(nullptr);
+    auto second = std::make_unique<FakeCamera>();
     const int numberOfFirst = device->getId();
     const int numberOfSecond = second->getId();
     device->updateId(numberOfFirst);
@@ -88,23 +106,18 @@ TEST_F(ADevice, TakesAnotherNumberUnlessItIsTakenAndGivesUpItsOwn) {
     second.reset();
     device->updateId(numberOfSecond);
     EXPECT_EQ(device->getId(), numberOfSecond);
-    BareDevice third(nullptr);
+    FakeCamera third;
     third.updateId(numberOfFirst);
     EXPECT_EQ(third.getId(), numberOfFirst);
+    third.updateId(FakeCamera().getId() + 1);
+    EXPECT_EQ(FakeCamera().getId(), third.getId() + 1) << "it is taken before it comes";
 }
 
-TEST_F(ADevice, DoesNotGetANumberThatAnotherOneTookForItself) {
-    device->updateId(BareDevice(nullptr).getId() + 1);
-    EXPECT_EQ(BareDevice(nullptr).getId(), device->getId() + 1);
-}
-
-TEST_F(ADevice, SaysAndDoesNothingByItselfUnlessItIsTold) {
-    for (const std::wstring& text : {device->getUID(), device->getModel(), device->getDescription(),
-                                     device->getVersion(), device->getMac(), device->getPassword()})
-        EXPECT_EQ(text, L"");
+TEST_F(ADevice, DoesNothingByItselfAndNotesWhatItIsTold) {
     EXPECT_EQ(device->getModelId(), 0);
     device->setModelId(61);
     EXPECT_EQ(device->getModelId(), 61);
+    EXPECT_EQ(device->getPassword(), L"");
     device->updatePassword(L"secret");
     EXPECT_EQ(device->getPassword(), L"secret");
     EXPECT_FALSE(device->startThread());
@@ -114,32 +127,19 @@ TEST_F(ADevice, SaysAndDoesNothingByItselfUnlessItIsTold) {
 
 TEST_F(ADevice, OwnsItsCommunicatorAndReplacesIt) {
     const auto token = std::make_shared<int>();
-    auto* const first = new FakeCommunicator(L"a", 1, -1, token);
-    auto* const second = new FakeCommunicator(L"b", 1, -1);
-    device->setCommunicator(first);
-    EXPECT_EQ(device->getCommunicator(), first);
+    using WatchedCommunicator = Tests::Watched<FakeCommunicator>;
+    auto* const first = new WatchedCommunicator(token);
+    for (int time = 0; time < 2; ++time) {
+        device->setCommunicator(first);
+        EXPECT_EQ(device->getCommunicator(), first);
+        EXPECT_EQ(token.use_count(), 2) << "the same one stays";
+    }
     EXPECT_FALSE(device->isOffline());
-    device->setCommunicator(first);
-    EXPECT_EQ(token.use_count(), 2) << "the same one stays";
-    device->setCommunicator(second);
-    EXPECT_EQ(token.use_count(), 1);
-    EXPECT_EQ(device->getCommunicator(), second);
     device->setCommunicator(nullptr);
-    EXPECT_TRUE(device->isOffline());
-    device = std::make_unique<BareDevice>(new FakeCommunicator(L"c", 1, -1, token));
-    EXPECT_EQ(token.use_count(), 2);
-    device.reset();
     EXPECT_EQ(token.use_count(), 1);
-}
-
-TEST_F(ADevice, IsAliveWhereItsCommunicatorConnects) {
-    EXPECT_FALSE(device->isAlive());
-    auto* const communicator = new FakeCommunicator;
-    device->setCommunicator(communicator);
-    EXPECT_TRUE(device->isAlive());
-    EXPECT_FALSE(communicator->connected) << "nothing stays open";
-    communicator->refuses = true;
-    EXPECT_FALSE(device->isAlive());
+    EXPECT_TRUE(device->isOffline());
+    { const FakeCamera owner({}, new WatchedCommunicator(token)); }
+    EXPECT_EQ(token.use_count(), 1);
 }
 
 TEST_F(ADevice, FindsItsInterfacesByName) {
@@ -147,6 +147,7 @@ TEST_F(ADevice, FindsItsInterfacesByName) {
     BaseInterface* const first = add(L"a");
     BaseInterface* const second = add(L"b");
     BaseInterface* const third = add(L"a");
+    EXPECT_EQ(first->getInterfaceType(), L"a");
     EXPECT_EQ(device->getInterface(L"a"), first) << "the first of that name";
     EXPECT_EQ(device->getInterface(L"b"), second);
     EXPECT_EQ(device->getInternalInterface(L"b"), second);
@@ -162,10 +163,10 @@ TEST_F(ADevice, DestroysItsInterfacesFromTheLastToTheFirst) {
     device->removeAllInterfaces();
     EXPECT_EQ(words, L"cba") << "none is found any more while it goes";
     EXPECT_TRUE(device->getInterfaces().empty());
-    device->removeAllInterfaces();
     add(L"d");
+    add(L"e");
     device.reset();
-    EXPECT_EQ(words, L"cbad") << "and with itself";
+    EXPECT_EQ(words, L"cbaed") << "and with itself";
 }
 
 TEST_F(ADevice, ObservesUntilItsInterfacesAreRemovedAndAsItIsAskedTo) {
@@ -199,25 +200,96 @@ TEST_F(ADevice, TellsTheObserversOfAnInterfaceWhoseDataAreOutOfDate) {
     EXPECT_TRUE(device->isDataWaiting());
 }
 
-TEST_F(ADevice, DescribesItsConnectionAndATimeOutThatIsNotTheDefault) {
-    EXPECT_EQ(device->toXml(), "<Device>\n</Device>\n");
+TEST_F(ADevice, IsWrittenWithItsConnectionAndATimeOutThatIsNotTheDefaultAndWithoutItsPassword) {
+    const std::string info = filledInfo().toXml(2);
+    const std::string connection = "  <connection>\n"
+                                   "    <address>10.0.0.5</address>\n"
+                                   "    <port>32769</port>\n";
+    device->updatePassword(L"secret");
+    EXPECT_EQ(device->toXml(), "<Device>\n" + info + "</Device>\n");
+    device->setCommunicator(new FakeCommunicator);
+    EXPECT_EQ(device->toXml(), "<Device>\n" + info + connection + "  </connection>\n</Device>\n");
+    device->setCommunicator(new FakeCommunicator(L"10.0.0.5", 250));
+    EXPECT_EQ(device->toXml(),
+              "<Device>\n" + info + connection + "    <timeout>250</timeout>\n  </connection>\n</Device>\n");
     std::ostringstream stream;
-    device->toXml(stream, 3);
-    EXPECT_EQ(stream.str(), "   <Device>\n   </Device>\n");
-    device->setCommunicator(new FakeCommunicator(L"10.0.0.5", 32769));
-    device->updatePassword(L"secret"); // which is nobody's business
-    EXPECT_EQ(device->toXml(), "<Device>\n"
-                               "  <connection>\n"
-                               "    <address>10.0.0.5</address>\n"
-                               "    <port>32769</port>\n"
-                               "  </connection>\n"
-                               "</Device>\n");
-    device->setCommunicator(new FakeCommunicator(L"a", 1, 250));
-    EXPECT_NE(device->toXml().find("<timeout>250</timeout>"), std::string::npos);
+    FakeCamera().toXml(stream, 3);
+    EXPECT_EQ(stream.str(), "   <Device>\n" + CameraInfo().toXml(5) + "   </Device>\n");
 }
 
-TEST_F(ADevice, KeepsItsPasswordOutOfACamerasDescription) {
-    Tests::FakeCamera camera(new FakeCommunicator);
-    camera.updatePassword(L"secret");
-    EXPECT_EQ(camera.toXml().find("secret"), std::string::npos);
+TEST_F(ADevice, TakesDepthAndExposureFromItsImagingInterface) {
+    EXPECT_EQ(device->getBitDepth(), 8);
+    EXPECT_EQ(device->getExposureTime(), 0);
+    EXPECT_THROW(device->setExposureTime(1), DeviceException);
+    device->addInterface(new Tests::FakeImaging(*device));
+    EXPECT_EQ(device->getExposureTime(), 150000);
+    device->setExposureTime(-5);
+    EXPECT_EQ(device->getExposureTime(), -5);
+    EXPECT_EQ(device->getBitDepth(), 12);
+    EXPECT_NO_THROW(device->setBitDepth(12));
+    EXPECT_THROW(device->setBitDepth(8), DeviceException);
+}
+
+TEST_F(ADevice, HasNoGain) {
+    EXPECT_FALSE(device->hasGainControl());
+    EXPECT_EQ(device->getGain(), 1.0);
+    EXPECT_NO_THROW(device->setGain(1.0));
+    EXPECT_THROW(device->setGain(2.0), DeviceException);
+}
+
+TEST_F(Interface, TellsItsObserversInTheOrderOfRegistrationUntilOneThrows) {
+    for (const char letter : {'a', 'b', 'c'})
+        weather.registerObserver2(note(letter));
+    weather.updateObservers();
+    EXPECT_EQ(notes, "abc");
+    weather.registerObserver2([](const std::wstring&) { throw std::runtime_error("broken"); });
+    weather.registerObserver2(note('d'));
+    EXPECT_THROW(weather.updateObservers(), std::runtime_error);
+    EXPECT_EQ(notes, "abcabc");
+}
+
+TEST_F(Interface, ForgetsAnObserverByItsNumberWhichIsNeverGivenTwice) {
+    const int a = weather.registerObserver2(note('a'));
+    weather.deregisterObserver(a);
+    EXPECT_NE(weather.registerObserver2(note('b')), a);
+    for (const int unknown : {a, 4711}) {
+        weather.deregisterObserver(unknown);
+        EXPECT_TRUE(camera.observing());
+    }
+    weather.updateObservers();
+    EXPECT_EQ(notes, "b");
+}
+
+TEST_F(Interface, MayLoseAndGainObserversWhileItTellsThem) {
+    int a = 0;
+    int c = 0;
+    a = weather.registerObserver2([&, held = std::make_shared<char>('a')](const std::wstring&) {
+        weather.deregisterObserver(a);
+        weather.registerObserver2(note('d'));
+        notes += *held;
+    });
+    weather.registerObserver2([&](const std::wstring&) { weather.deregisterObserver(c); });
+    c = weather.registerObserver2(note('c'));
+    weather.updateObservers();
+    EXPECT_EQ(notes, "a") << "the lost one is not told, the new one not yet";
+    weather.updateObservers();
+    EXPECT_EQ(notes, "ad");
+}
+
+TEST_F(Interface, TellsItsDeviceOfTheFirstAndTheLastObserver) {
+    EXPECT_THROW(weather.registerObserver2({}), std::invalid_argument);
+    EXPECT_FALSE(weather.getDevice().observing());
+    const int a = weather.registerObserver2(note('a'));
+    const int b = weather.registerObserver2(note('b'));
+    weather.deregisterObserver(a);
+    EXPECT_TRUE(camera.observing());
+    weather.deregisterObserver(b);
+    EXPECT_FALSE(camera.observing());
+}
+
+TEST(NetworkHealth, HasATextForEveryCode) {
+    for (const auto& [code, text] : {std::pair(2, L"picture captured"), std::pair(1032, L"capture failed"),
+                                     std::pair(2056, L"connection check failed"),
+                                     std::pair(0, L"unknown status"), std::pair(-1, L"unknown status")})
+        EXPECT_EQ(NetworkHealth(code).getText(), text);
 }

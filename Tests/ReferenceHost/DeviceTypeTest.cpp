@@ -1,5 +1,6 @@
 #include "DeviceControl/DeviceType.h"
 
+#include "Device/CaptureCmds.h"
 #include "DeviceControl/DeviceTypeManager.h"
 #include "FakeCamera.h"
 
@@ -8,25 +9,9 @@
 #include <stdexcept>
 
 using namespace Tolvane::DeviceFramework2::Device;
-using Tests::FakeBuilder;
-using Tests::FakeLocator;
 using Tests::FakeType;
-
-namespace {
-
-class TypeManager : public testing::Test {
-protected:
-    void SetUp() override { manager.clear(); }
-    void TearDown() override { manager.clear(); }
-
-    DeviceTypeManager& manager = DeviceTypeManager::getInstance();
-    const FakeType first;
-    const FakeType second;
-};
-
-using Types = std::vector<const DeviceType*>;
-
-} // namespace
+using WatchedLocator = Tests::Watched<Tests::FakeLocator>;
+using WatchedBuilder = Tests::Watched<Tests::FakeBuilder>;
 
 TEST(DeviceType, KeepsItsThreeTextsApart) {
     const FakeType type;
@@ -35,34 +20,23 @@ TEST(DeviceType, KeepsItsThreeTextsApart) {
     EXPECT_EQ(type.getName(), L"Fake");
 }
 
-TEST(DeviceType, OwnsItsFactories) {
-    const auto token = std::make_shared<int>();
-    {
-        auto* const locator = new FakeLocator(token);
-        auto* const builder = new FakeBuilder(token);
-        const FakeType type(locator, builder);
-        EXPECT_EQ(&type.getLocator(), locator);
-        EXPECT_EQ(&type.getBuilder(), builder);
-        EXPECT_EQ(token.use_count(), 3);
-    }
-    EXPECT_EQ(token.use_count(), 1);
-}
-
-TEST(DeviceType, WhoseConstructionFailsReleasesItsFactories) {
+TEST(DeviceType, OwnsItsFactoriesAlsoIfItsConstructionFails) {
     struct FailingType : FakeType {
-        explicit FailingType(const Tests::Token& token)
-            : FakeType(new FakeLocator(token), new FakeBuilder(token)) {
+        FailingType(DeviceFramework1Locator* locator, DeviceBuilder* builder) : FakeType(locator, builder) {
+            EXPECT_EQ(&getLocator(), locator);
+            EXPECT_EQ(&getBuilder(), builder);
             throw std::runtime_error("broken");
         }
     };
     const auto token = std::make_shared<int>();
-    EXPECT_THROW(const FailingType type(token), std::runtime_error);
+    EXPECT_THROW(FailingType(new WatchedLocator(token), new WatchedBuilder(token)), std::runtime_error);
+    EXPECT_EQ(token.use_count(), 1);
+    { const FakeType type(new WatchedLocator(token), new WatchedBuilder(token)); }
     EXPECT_EQ(token.use_count(), 1);
 }
 
 TEST(DeviceType, SupportsTheHostsThreeCommands) {
-    class Other : public SetCmd<image_t&> {
-    public:
+    struct Other : SetCmd<image_t&> {
         using SetCmd::SetCmd;
     };
     image_t image;
@@ -74,8 +48,11 @@ TEST(DeviceType, SupportsTheHostsThreeCommands) {
     EXPECT_FALSE(type.supports(Cmd("FillMonoImage")));
 }
 
-TEST_F(TypeManager, KeepsTypesInTheOrderOfTheirAdditionAndForgetsTheLatestOfAType) {
-    EXPECT_EQ(manager.getDeviceTypes(), Types{});
+TEST(TypeManager, KeepsTypesInTheOrderOfTheirAdditionAndForgetsTheLatestOfATypeOrAll) {
+    using Types = std::vector<const DeviceType*>;
+    DeviceTypeManager& manager = DeviceTypeManager::getInstance();
+    const FakeType first;
+    const FakeType second;
     for (const FakeType* type : {&first, &second, &first})
         manager.addDeviceType(*type);
     EXPECT_EQ(manager.getDeviceTypes(), (Types{&first, &second, &first}));
@@ -84,11 +61,7 @@ TEST_F(TypeManager, KeepsTypesInTheOrderOfTheirAdditionAndForgetsTheLatestOfATyp
     manager.removeDeviceType(first);
     manager.removeDeviceType(first);
     EXPECT_EQ(manager.getDeviceTypes(), (Types{&second})) << "what is not there is ignored";
-}
-
-TEST_F(TypeManager, IsOneAndForgetsAll) {
     manager.addDeviceType(first);
-    manager.addDeviceType(second);
     DeviceTypeManager::getInstance().clear();
     EXPECT_EQ(manager.getDeviceTypes(), Types{});
 }

@@ -1,7 +1,5 @@
 // A library that is no device plug-in.
 
-#include "TestPluginExport.h"
-
-TEST_PLUGIN_EXPORT int answerOfNoPlugin() {
+extern "C" __attribute__((visibility("default"))) int answerOfNoPlugin() {
     return 42;
 }

@@ -7,8 +7,6 @@
 #include <filesystem>
 #include <gtest/gtest.h>
 
-namespace {
-
 namespace fs = std::filesystem;
 
 /// A user whose state lies in a folder of the test's own.
@@ -16,11 +14,7 @@ struct ImagesFolder : testing::Test {
     TestSupport::TemporaryFolder folder;
     TestSupport::Variable state{"XDG_STATE_HOME", folder.path().string()};
     fs::path own = folder.path() / "korva-diagnostics";
-
-    ~ImagesFolder() override { ReferenceHost::setImagesSubDirectory(L""); }
 };
-
-} // namespace
 
 TEST_F(ImagesFolder, OfTheHostIsMadeForTheUserAloneWheneverItIsAskedFor) {
     for (int time = 0; time < 2; ++time) {

@@ -1,5 +1,7 @@
 #include "ReferenceHost/PluginLibrary.h"
 
+#include "Communicator/DeviceException.h"
+#include "Device/CaptureCmds.h"
 #include "Device/Exceptions.h"
 #include "DeviceControl/DeviceTypeManager.h"
 #include "FakeCamera.h"
@@ -34,69 +36,40 @@ bool isMapped(const char* path) {
     return handle != nullptr;
 }
 
-/// Why, and what it says: of what fails with a PluginException, which the test fails without.
-template <typename Action>
-std::pair<PluginException::Reason, std::string> failureOf(Action action) {
+/// Why a plug-in is not loaded or initialised for that version, and what is said; the test fails where it is.
+std::pair<PluginException::Reason, std::string> failureOf(const std::string& path, int version = 1) {
     try {
-        action();
+        PluginLibrary library(path);
+        library.initialize(version);
     } catch (const PluginException& exception) {
         return {exception.getReason(), exception.what()};
     }
     throw std::logic_error("nothing failed");
 }
 
-auto failureOfLoading(const std::string& path) {
-    return failureOf([&] { const PluginLibrary library(path); });
-}
-
-/// The test's plug-in, ready.
-class LoadedPlugin : public testing::Test {
-protected:
-    LoadedPlugin() { plugin.initialize(); }
-
-    const DeviceBuilder& builder() const { return plugin.getDeviceTypes().at(0)->getBuilder(); }
-
-    std::unique_ptr<Device> builtCamera() const {
-        Tests::FakeCommunicator communicator;
-        return std::unique_ptr<Device>(builder().build(&communicator));
-    }
-
-    PluginLibrary plugin{TEST_PLUGIN};
-};
-
 } // namespace
 
-TEST(PluginLibrary, RegistersItsTypesAndIsMappedUntilItGoes) {
-    const Types before = registeredTypes();
-    for (int i = 0; i < 100; ++i) {
-        {
-            PluginLibrary library(TEST_PLUGIN);
-            EXPECT_EQ(registeredTypes(), before) << "loading registers nothing";
-            library.initialize();
-            ASSERT_EQ(library.getDeviceTypes().size(), 1u);
-            EXPECT_EQ(library.getDeviceTypes()[0]->getCode(), L"FAK");
-            EXPECT_EQ(registeredTypes().back(), library.getDeviceTypes()[0]);
-            EXPECT_TRUE(isMapped(TEST_PLUGIN));
-        }
-        EXPECT_EQ(registeredTypes(), before);
-        EXPECT_FALSE(isMapped(TEST_PLUGIN));
-    }
-}
-
-TEST(PluginLibrary, LeavesTheTypesOfOthersAlone) {
+TEST(PluginLibrary, RegistersItsTypesBesideThoseOfOthersAndIsMappedUntilItGoes) {
     const Tests::FakeType own;
     DeviceTypeManager::getInstance().addDeviceType(own);
-    {
-        PluginLibrary first(TEST_PLUGIN);
-        first.initialize();
+    for (int i = 0; i < 100; ++i) {
         {
-            PluginLibrary second(TEST_PLUGIN);
-            second.initialize();
-            EXPECT_EQ(registeredTypes().size(), 3u);
+            PluginLibrary first(TEST_PLUGIN);
+            EXPECT_EQ(registeredTypes(), Types{&own}) << "loading registers nothing";
+            first.initialize();
+            ASSERT_EQ(first.getDeviceTypes().size(), 1u);
+            EXPECT_EQ(first.getDeviceTypes()[0]->getCode(), L"FAK");
+            {
+                PluginLibrary second(TEST_PLUGIN);
+                second.initialize();
+                EXPECT_EQ(registeredTypes().size(), 3u);
+            }
+            EXPECT_EQ(registeredTypes(), (Types{&own, first.getDeviceTypes()[0]}));
+            EXPECT_TRUE(isMapped(TEST_PLUGIN));
         }
-        EXPECT_EQ(registeredTypes(), (Types{&own, first.getDeviceTypes()[0]}));
+        EXPECT_EQ(registeredTypes(), Types{&own});
+        EXPECT_FALSE(isMapped(TEST_PLUGIN));
     }
-    EXPECT_EQ(registeredTypes(), Types{&own});
     DeviceTypeManager::getInstance().removeDeviceType(own);
 }
 
@@ -105,69 +78,58 @@ TEST(PluginLibrary, ThatIsMissingNoLibraryOrSearchedForIsNotLoadable) {
     const std::string text = folder.file("no-library.so");
     std::ofstream(text) << "This is a text.";
     for (const std::string& path : {std::string("no/such/plugin.so"), text, std::string("libc.so.6")}) {
-        const auto [reason, message] = failureOfLoading(path);
+        const auto [reason, message] = failureOf(path);
         EXPECT_EQ(reason, PluginException::Reason::notLoadable);
         EXPECT_THAT(message, StartsWith("The plug-in " + path + " cannot be loaded: "));
         EXPECT_EQ(message.find("No such file") == std::string::npos, path == text) << message;
     }
 }
 
-TEST(PluginLibrary, WithoutEntryPointIsNoPlugin) {
-    EXPECT_EQ(failureOfLoading(NO_PLUGIN),
-              std::pair(PluginException::Reason::noEntryPoint,
+TEST(PluginLibrary, WithoutEntryPointOrOfAnotherVersionIsNoneAndRegistersNothing) {
+    using Reason = PluginException::Reason;
+    EXPECT_EQ(failureOf(NO_PLUGIN),
+              std::pair(Reason::noEntryPoint,
                         std::string(NO_PLUGIN) +
                             " is no device plug-in: it has no entry point pnx_initialize_device_plugin"));
     EXPECT_FALSE(isMapped(NO_PLUGIN));
-}
-
-TEST(PluginLibrary, ThatRefusesTheVersionRegistersNothing) {
-    PluginLibrary library(TEST_PLUGIN);
-    EXPECT_EQ(failureOf([&] { library.initialize(2); }),
-              std::pair(PluginException::Reason::versionRefused,
+    EXPECT_EQ(failureOf(TEST_PLUGIN, 2),
+              std::pair(Reason::versionRefused,
                         std::string("The plug-in ") + TEST_PLUGIN +
                             " refuses version 2 of the plug-in interface: its entry point returned -1"));
     EXPECT_TRUE(registeredTypes().empty());
 }
 
-TEST_F(LoadedPlugin, GivesDevicesThatTheHostCasts) {
-    const std::unique_ptr<Device> device = builtCamera();
-    auto* const camera = dynamic_cast<NativeCamera*>(device.get());
-    ASSERT_NE(camera, nullptr);
-    INativeCamera* const inner = camera;
-    EXPECT_EQ(dynamic_cast<Device*>(inner), device.get());
+TEST(PluginLibrary, GivesWhatTheHostCastsAndThrowsWhatTheHostCatches) {
+    PluginLibrary plugin(TEST_PLUGIN);
+    plugin.initialize();
+    const DeviceType& type = *plugin.getDeviceTypes().at(0);
+    Tests::FakeCommunicator communicator;
+    const std::unique_ptr<::Device> device(type.getBuilder().build(&communicator));
+    INativeCamera* const inner = &dynamic_cast<NativeCamera&>(*device);
+    EXPECT_EQ(dynamic_cast<::Device*>(inner), device.get());
     EXPECT_EQ(dynamic_cast<BaseDevice*>(inner), static_cast<BaseDevice*>(device.get()));
     EXPECT_NE(dynamic_cast<ImagingInterface*>(device->getInterface(ImagingInterface::interfaceTypeName)),
               nullptr);
-}
 
-TEST_F(LoadedPlugin, CastsTheHostsCommands) {
-    const std::unique_ptr<Device> device = builtCamera();
     image_t image;
-    const auto command = std::make_shared<Capture::FillMonoImage>(image);
-    EXPECT_TRUE(device->supports(*command));
-    device->execAsync(command, {}).get();
+    const auto mono = std::make_shared<Capture::FillMonoImage>(image);
+    EXPECT_TRUE(device->supports(*mono));
+    EXPECT_TRUE(type.supports(*mono));
+    device->execAsync(mono, {}).get();
     EXPECT_EQ(image.width, 3);
-    EXPECT_TRUE(plugin.getDeviceTypes()[0]->supports(*command));
-}
 
-TEST_F(LoadedPlugin, ThrowsWhatTheHostCatches) {
+    const auto native = std::make_shared<Capture::FillNativeImage>(image);
+    EXPECT_THROW(device->execInternal(native, {}), Exceptions::IncorrectCommandTypeException);
+    EXPECT_THROW(device->execAsync(native, {}).get(), Exceptions::DeviceException);
     try {
-        builder().build(static_cast<Communicator*>(nullptr));
+        type.getBuilder().build(static_cast<Communicator*>(nullptr));
         FAIL() << "nothing was thrown";
-    } catch (const DeviceException& exception) {
+    } catch (const ::DeviceException& exception) {
         EXPECT_EQ(exception.getDescription(), L"no communicator @ TestPlugin:5");
     }
 }
 
-TEST_F(LoadedPlugin, ThrowsTheNewerLayersExceptionsToo) {
-    const std::unique_ptr<Device> device = builtCamera();
-    image_t image;
-    const auto command = std::make_shared<Capture::FillNativeImage>(image);
-    EXPECT_THROW(device->execInternal(command, {}), Exceptions::IncorrectCommandTypeException);
-    EXPECT_THROW(device->execAsync(command, {}).get(), Exceptions::DeviceException);
-}
-
-TEST(DynamicLibrary, FindsWhatTheLibraryExports) {
+TEST(DynamicLibrary, FindsWhatTheLibraryExportsAndKeepsItToItself) {
     Platform::DynamicLibrary library;
     EXPECT_EQ(library.find("answerOfNoPlugin"), nullptr) << "nothing is loaded";
     ASSERT_EQ(library.load(NO_PLUGIN), "");
@@ -176,17 +138,13 @@ TEST(DynamicLibrary, FindsWhatTheLibraryExports) {
     ASSERT_NE(answer, nullptr);
     EXPECT_EQ(answer(), 42);
     EXPECT_EQ(library.find("noSuchSymbol"), nullptr);
-    library.unload();
-    library.unload();
+    EXPECT_EQ(dlsym(RTLD_DEFAULT, "answerOfNoPlugin"), nullptr);
+    EXPECT_NE(library.load("no/such/library.so"), "") << "and makes room for the next";
     EXPECT_FALSE(library.isLoaded());
     EXPECT_FALSE(isMapped(NO_PLUGIN));
-}
-
-TEST(DynamicLibrary, KeepsItsSymbolsToItselfAndMakesRoomForTheNext) {
-    Platform::DynamicLibrary library;
     ASSERT_EQ(library.load(NO_PLUGIN), "");
-    EXPECT_EQ(dlsym(RTLD_DEFAULT, "answerOfNoPlugin"), nullptr);
-    EXPECT_NE(library.load("no/such/library.so"), "");
+    for (int time = 0; time < 2; ++time)
+        library.unload();
     EXPECT_FALSE(library.isLoaded());
     EXPECT_FALSE(isMapped(NO_PLUGIN));
 }

@@ -2,8 +2,11 @@
 
 #include "EthernetClient.h"
 
+#include "FakeCamera.h"
+
 #include <cerrno>
 #include <limits>
+#include <memory>
 #include <tuple>
 #include <utility>
 #include <vector>
@@ -11,23 +14,19 @@
 using namespace std::chrono_literals;
 using Simulator::CloseConnection;
 using Simulator::Pause;
-using Simulator::ResetConnection;
 using testing::ElementsAre;
-using Tests::EthernetClient;
-using Tests::messageOf;
-using Tests::messageOfConnect;
 using Tests::text;
 using World::elapsed;
+using EthernetConnect = Tests::EthernetClient;
+using EthernetWrite = Tests::EthernetClient;
+using EthernetRead = Tests::EthernetClient;
+using EthernetProgress = Tests::EthernetClient;
 
 namespace {
 
 constexpr std::size_t piece = 65536;
-
-struct EthernetConnect : EthernetClient {};
-struct EthernetWrite : EthernetClient {};
-struct EthernetRead : EthernetClient {};
-
-struct EthernetProgress : EthernetClient {};
+const std::string timedOut = "connect failed: Connection timed out";
+const std::string closedByPeer = "failed: Connection closed by the peer";
 
 std::string patternOf(std::size_t count) {
     std::string pattern(count, '\0');
@@ -38,49 +37,49 @@ std::string patternOf(std::size_t count) {
 
 } // namespace
 
-TEST_F(EthernetConnect, TellsAddressAndPortAsGiven) {
-    const PosixEthernetCommunicator other(L"camera-\u00E4.test", 32769, -1);
-    EXPECT_EQ(other.getAddress(), L"camera-\u00E4.test");
-    EXPECT_EQ(other.getPort(), 32769);
-    EXPECT_FALSE(other.isConnected());
-}
-
-TEST_F(EthernetConnect, IsTheConnectors) {
-    {
-        const Connector outer(client);
-        { const Connector inner(client); }
-        EXPECT_TRUE(client.isConnected()) << "the outer hold keeps the connection";
-    }
+TEST_F(EthernetConnect, IsMadeForTheFirstHoldAndEndsWithTheLastInAnyOrder) {
+    auto first = std::make_unique<Connector>(client);
+    auto second = std::make_unique<Connector>(client);
+    first.reset();
+    EXPECT_TRUE(client.isConnected());
+    second.reset();
     EXPECT_FALSE(client.isConnected());
     EXPECT_THAT(world.calls.lines(),
                 ElementsAre("new 10.0.0.5:80 -1", "connect 10.0.0.5:80 5000", "close 10.0.0.5:80"));
 }
 
+TEST_F(EthernetConnect, ThatFailsHoldsNothing) {
+    world.calls.fail("connect", EHOSTUNREACH);
+    EXPECT_EQ(failureOfConnect(client), "connect failed: No route to host");
+    { const Connector hold(client); }
+    EXPECT_FALSE(client.isConnected());
+}
+
 TEST_F(EthernetConnect, EndsAtItsTimeOutAndAfterFiveSecondsByDefault) {
     static_assert(PosixEthernetCommunicator::defaultConnectTimeoutMs == 5000);
     world.calls.failAlways("connect", ETIMEDOUT);
-    EXPECT_EQ(messageOfConnect(client), "10.0.0.5:80: connect failed: Connection timed out");
+    EXPECT_EQ(failureOfConnect(client), timedOut);
     EXPECT_EQ(elapsed(), 5s);
     PosixEthernetCommunicator impatient(L"10.0.0.5", 80, 40);
-    EXPECT_EQ(messageOfConnect(impatient), "10.0.0.5:80: connect failed: Connection timed out");
+    EXPECT_EQ(failureOfConnect(impatient), timedOut);
     EXPECT_EQ(elapsed(), 5s + 40ms);
 }
 
 TEST_F(EthernetConnect, IsRefusedByNobodyThereAndForWhatIsNoPort) {
     for (const int port : {-1, 0, 65536, std::numeric_limits<int>::max()}) {
         PosixEthernetCommunicator other(L"10.0.0.5", port, -1);
-        EXPECT_EQ(messageOfConnect(other),
+        EXPECT_EQ(failureOfConnect(other),
                   "10.0.0.5:" + std::to_string(port) + ": connect failed: A port is 1 to 65535");
     }
     PosixEthernetCommunicator highest(L"10.0.0.5", 65535, -1);
-    EXPECT_EQ(messageOfConnect(highest), "10.0.0.5:65535: connect failed: Connection refused");
+    EXPECT_EQ(failureOfConnect(highest), "10.0.0.5:65535: connect failed: Connection refused");
     EXPECT_FALSE(highest.isConnected());
 }
 
-TEST_F(EthernetConnect, IsMadeAnewBelowAnOuterHold) {
+TEST_F(EthernetConnect, IsMadeAnewBelowAnOuterHoldThatKeepsIt) {
     peer.greet({CloseConnection{}});
     const Connector outer(client);
-    EXPECT_THROW(read(5), DeviceException);
+    EXPECT_EQ(failureOfRead(), "receive " + closedByPeer);
     EXPECT_FALSE(client.isConnected());
     peer.greet({text("again")});
     { const Connector inner(client); }
@@ -88,34 +87,36 @@ TEST_F(EthernetConnect, IsMadeAnewBelowAnOuterHold) {
 }
 
 TEST_F(EthernetConnect, IsNeededToSendAndToReceive) {
-    EXPECT_EQ(messageOf([&] { write("", false); }), "10.0.0.5:80: send failed: Not connected");
-    EXPECT_EQ(messageOf([&] { read(6); }), "10.0.0.5:80: receive failed: Not connected");
+    EXPECT_EQ(failureOfWrite(false, 0), "send failed: Not connected");
+    EXPECT_EQ(failureOfRead(), "receive failed: Not connected");
+}
+
+TEST_F(EthernetConnect, IsWhatADeviceIsAliveBy) {
+    Tests::FakeCamera camera;
+    EXPECT_FALSE(camera.isAlive());
+    camera.setCommunicator(new PosixEthernetCommunicator(L"10.0.0.5", 80, -1));
+    EXPECT_TRUE(camera.isAlive());
+    EXPECT_THAT(world.network.openConnections(), ElementsAre());
+    world.calls.fail("connect", ECONNREFUSED);
+    EXPECT_FALSE(camera.isAlive());
 }
 
 TEST_F(EthernetWrite, SendsAllInPieces) {
     const Connector hold(client);
     const std::string sent = patternOf(3 * 4096 + 5);
     write(sent, true);
-    const std::vector<std::string> received = peer.texts();
-    EXPECT_THAT(received, ElementsAre(sent.substr(0, 4096), sent.substr(4096, 4096), sent.substr(8192, 4096),
-                                      sent.substr(12288)));
+    EXPECT_THAT(peer.texts(), ElementsAre(sent.substr(0, 4096), sent.substr(4096, 4096),
+                                          sent.substr(8192, 4096), sent.substr(12288)));
 }
 
-TEST_F(EthernetWrite, DropsUnreadInputOnlyIfToldTo) {
-    peer.greet({text("stale")}).say("fresh").say("fresh");
-    for (const bool discard : {true, false}) {
+TEST_F(EthernetWrite, DropsUnreadInputAndItsTailIfToldTo) {
+    peer.greet({text("stale"), Pause{20ms}, text("tail")}).say("fresh").say("fresh");
+    for (const auto& [discard, due] : {std::pair(true, "fresh"), std::pair(false, "taletailfresh")}) {
         const Connector hold(client);
         ASSERT_EQ(read(1), "s");
         write("?", discard);
-        EXPECT_EQ(read(9), discard ? "fresh" : "talefresh");
+        EXPECT_EQ(read(17), due);
     }
-}
-
-TEST_F(EthernetWrite, AwaitsTheTailOfWhatItDrops) {
-    peer.greet({text("stale"), Pause{20ms}, text("tail")}).say("fresh");
-    const Connector hold(client);
-    write("?", true);
-    EXPECT_EQ(read(9), "fresh");
 }
 
 TEST_F(EthernetWrite, BoundsWhatItDropsOfAPeerThatNeverEnds) {
@@ -132,26 +133,22 @@ TEST_F(EthernetWrite, BoundsWhatItDropsOfAPeerThatNeverEnds) {
     EXPECT_THAT(peer.texts(), ElementsAre("?", "?"));
 }
 
-TEST_F(EthernetWrite, ThatFailsNamesAddressPortOperationAndReason) {
+TEST_F(EthernetWrite, ThatFailsClosesTheConnection) {
     peer.greet({text("stale"), CloseConnection{}});
     world.calls.fail("send", EPIPE);
     for (const auto& [discards, reason] :
-         {std::pair(true, "Connection closed by the peer"), std::pair(false, "Broken pipe")}) {
+         {std::pair(true, closedByPeer), std::pair(false, std::string("failed: Broken pipe"))}) {
         const Connector hold(client);
-        EXPECT_EQ(messageOf([&, discard = discards] { write("?", discard); }),
-                  std::string("10.0.0.5:80: send failed: ") + reason);
+        EXPECT_EQ(failureOfWrite(discards), "send " + reason);
         EXPECT_FALSE(client.isConnected());
     }
 }
 
 TEST_F(EthernetWrite, EndsWhereTheDeviceTakesNothingForTenSeconds) {
-    world.network.serve(
-        "10.0.0.5", 80, [this] { return peer.accept(); }, 5000);
+    giveRoomFor(5000);
     const Connector hold(client);
-    EXPECT_EQ(messageOf([&] { write(patternOf(8192), true); }),
-              "10.0.0.5:80: send failed: Connection timed out");
+    EXPECT_EQ(failureOfWrite(true, 8192), "send failed: Connection timed out");
     EXPECT_EQ(elapsed(), 10s);
-    EXPECT_FALSE(client.isConnected());
 }
 
 TEST_F(EthernetRead, GivesWhatComesWhileItWaits) {
@@ -210,32 +207,22 @@ TEST_F(EthernetRead, GoesOnPieceByPieceUntilTheCountIsReached) {
                                                        "receive 10.0.0.5:80 65536", "receive 10.0.0.5:80 5"));
 }
 
-TEST_F(EthernetRead, ReturnsWhatCameBeforeTheEndAndThenThrows) {
-    peer.greet({text("abc"), CloseConnection{}});
-    for (const unsigned int count : {6u, 100u}) {
+TEST_F(EthernetRead, ReturnsWhatCameBeforeTheEndAndThenThrowsTheReasonAgainAndAgain) {
+    const World::Actions reset{Simulator::ResetConnection{}};
+    for (const auto& [comes, count, due, reason] :
+         {std::tuple(World::Actions{text("abc"), CloseConnection{}}, 6U, "abc", closedByPeer),
+          std::tuple(World::Actions{text("abc"), CloseConnection{}}, 100U, "abc", closedByPeer),
+          std::tuple(reset, 0U, "", std::string("failed: Connection reset by peer"))}) {
+        peer.greet(comes);
         const Connector hold(client);
-        EXPECT_EQ(read(count), "abc");
-        EXPECT_FALSE(client.isConnected());
-        EXPECT_EQ(messageOf([&] { read(count); }),
-                  "10.0.0.5:80: receive failed: Connection closed by the peer");
-        EXPECT_EQ(messageOf([&] { write("?", true); }),
-                  "10.0.0.5:80: send failed: Connection closed by the peer");
-    }
-    EXPECT_EQ(messageOf([&] { read(6); }), "10.0.0.5:80: receive failed: Not connected")
-        << "the failure is forgotten with its hold";
-}
-
-TEST_F(EthernetRead, OfAnEndedConnectionThrowsTheReasonAgainAndAgain) {
-    for (const auto& [end, reason] :
-         {std::pair<Simulator::Action, std::string>(CloseConnection{}, "Connection closed by the peer"),
-          {ResetConnection{}, "Connection reset by peer"}}) {
-        peer.greet({end});
-        const Connector hold(client);
+        EXPECT_EQ(read(count), due);
         for (int time = 0; time < 2; ++time) {
-            EXPECT_EQ(messageOf([&] { read(6); }), "10.0.0.5:80: receive failed: " + reason);
+            EXPECT_EQ(failureOfRead(), "receive " + reason);
             EXPECT_FALSE(client.isConnected());
         }
+        EXPECT_EQ(failureOfWrite(true), "send " + reason);
     }
+    EXPECT_EQ(failureOfRead(), "receive failed: Not connected") << "forgotten with its hold";
 }
 
 TEST_F(EthernetProgress, IsReportedEvery64KiBEveryTenthOfASecondAndAtTheEnd) {

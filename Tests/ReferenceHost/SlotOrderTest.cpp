@@ -13,7 +13,6 @@
 #include <vector>
 
 using namespace Tolvane::DeviceFramework2::Device;
-using TestSupport::entryOf;
 
 namespace {
 
@@ -22,7 +21,7 @@ constexpr std::ptrdiff_t behindDestructor = 2;
 
 template <typename... Members>
 void expectInOrderFrom(std::ptrdiff_t first, Members... members) {
-    const std::vector<std::ptrdiff_t> entries{entryOf(members)...};
+    const std::vector<std::ptrdiff_t> entries{TestSupport::entryOf(members)...};
     std::vector<std::ptrdiff_t> due(entries.size());
     std::iota(due.begin(), due.end(), first);
     EXPECT_EQ(entries, due);
@@ -30,32 +29,22 @@ void expectInOrderFrom(std::ptrdiff_t first, Members... members) {
 
 } // namespace
 
-TEST(SlotOrder, OfImagingLibrary) {
+TEST(SlotOrder, OfTheImagingLibrary) {
     expectInOrderFrom(0, &ImagingLibrary::createImage, &ImagingLibrary::releaseImage,
                       &ImagingLibrary::convertToGreyscale);
 }
 
-TEST(SlotOrder, OfDeviceType) {
+TEST(SlotOrder, OfATypeAndItsFactories) {
     expectInOrderFrom(behindDestructor, &DeviceType::getVariants, &DeviceType::supports,
                       &DeviceType::isSameType);
-}
-
-TEST(SlotOrder, OfDeviceBuilder) {
-    using FromElement = Device* (DeviceBuilder::*)(xercesc::DOMNode*) const;
-    using FromTemplate = Device* (DeviceBuilder::*)(const DeviceTemplate&) const;
-    using FromCommunicator = Device* (DeviceBuilder::*)(Communicator*) const;
-    expectInOrderFrom(behindDestructor, static_cast<FromElement>(&DeviceBuilder::build),
-                      static_cast<FromTemplate>(&DeviceBuilder::build),
-                      static_cast<FromCommunicator>(&DeviceBuilder::build));
-}
-
-TEST(SlotOrder, OfDeviceFramework1Locator) {
+    using Builder = DeviceBuilder;
+    expectInOrderFrom(behindDestructor,
+                      static_cast<Device* (Builder::*)(xercesc::DOMNode*) const>(&Builder::build),
+                      static_cast<Device* (Builder::*)(const DeviceTemplate&) const>(&Builder::build),
+                      static_cast<Device* (Builder::*)(Communicator*) const>(&Builder::build));
     using Locator = DeviceFramework1Locator;
     expectInOrderFrom(behindDestructor, &Locator::serialObserverSearch, &Locator::broadcastObserverSearch,
                       &Locator::rangeObserverSearch, &Locator::supportsRangeSearch);
-}
-
-TEST(SlotOrder, OfBroadcastWorkerObserver) {
     expectInOrderFrom(behindDestructor, &BroadcastWorkerObserver::deviceFound);
 }
 
@@ -70,21 +59,7 @@ TEST(SlotOrder, OfInterfaces) {
                       &Second::setGamma, &Second::getFrameCount, &Second::getFrameRate);
 }
 
-TEST(SlotOrder, OfINativeCamera) {
-    using Camera = INativeCamera;
-    expectInOrderFrom(0, &Camera::getBitDepth, &Camera::setBitDepth, &Camera::getExposureTime,
-                      &Camera::setExposureTime, &Camera::hasGainControl, &Camera::getGain, &Camera::setGain,
-                      &Camera::getResolution, &Camera::getCameraInfo, &Camera::getEmbeddedIntrinsics);
-}
-
-TEST(SlotOrder, OfACameraFamilysOwnOperationsIsRightBehindTheDestructor) {
-    struct Family : NativeCamera {
-        virtual void first() = 0;
-    };
-    expectInOrderFrom(10 + behindDestructor, &Family::first);
-}
-
-TEST(SlotOrder, OfDevice) {
+TEST(SlotOrder, OfADevice) {
     using ToText = std::string (Device::*)() const;
     using ToStream = void (Device::*)(std::ostream&, int) const;
     expectInOrderFrom(
@@ -97,12 +72,20 @@ TEST(SlotOrder, OfDevice) {
         &Device::interfaceInvalid, &Device::setDataWaiting, &Device::setDataInvalid, &Device::startObserving,
         &Device::stopObserving, &Device::observing, &Device::stopPolling, &Device::getInternalInterface,
         &Device::toXmlInternal, &Device::startThread);
-}
-
-TEST(SlotOrder, OfBaseDevice) {
     struct Opened : BaseDevice {
         using BaseDevice::installCmdHandlers;
     };
     expectInOrderFrom(behindDestructor, &BaseDevice::supports, &BaseDevice::execAsync,
                       &BaseDevice::execInternal, &BaseDevice::initialize, &Opened::installCmdHandlers);
+}
+
+TEST(SlotOrder, OfACameraWhoseFamilysOwnOperationsAreRightBehindTheDestructor) {
+    using Camera = INativeCamera;
+    expectInOrderFrom(0, &Camera::getBitDepth, &Camera::setBitDepth, &Camera::getExposureTime,
+                      &Camera::setExposureTime, &Camera::hasGainControl, &Camera::getGain, &Camera::setGain,
+                      &Camera::getResolution, &Camera::getCameraInfo, &Camera::getEmbeddedIntrinsics);
+    struct Family : NativeCamera {
+        virtual void first() = 0;
+    };
+    expectInOrderFrom(10 + behindDestructor, &Family::first);
 }

@@ -195,7 +195,6 @@ const std::map<std::string, std::string> furtherWorlds = {
     {"Tests/Integration/ServedCamera.h", "real sockets, with shorter time-outs than the plug-in asks for"},
     {"Tests/NativeCameraKorva/KorvaAdapterListTest.cpp", "lists of adapters that no network has"},
     {"Tests/NativeCameraKorva/OtherEthernet.h", "a connection that is not the host's TCP client"},
-    {"Tests/ReferenceHost/ClientFactoryTest.cpp", "the host: of any communicator"},
     {"Tests/ReferenceHost/FakeCamera.h", "the host: of any camera and its communicator"},
     {"Tests/Structure/StructureTest.cpp", "the examples below"},
     {"Tests/Support/ScriptedCommunicator.h", "what the plug-in asks of a communicator, argument by argument"},

@@ -1,9 +1,13 @@
-#include "Communicator/DeviceException.h"
+// The exceptions of the host's two layers.
 
+#include "Device/Exceptions.h"
 #include "Communicator/Connector.h"
-#include "Communicator/PosixEthernetCommunicator.h"
+#include "Communicator/DeviceException.h"
+#include "FakeCamera.h"
 
 #include <gtest/gtest.h>
+
+namespace Newer = Tolvane::DeviceFramework2::Device::Exceptions;
 
 namespace {
 
@@ -11,6 +15,11 @@ namespace {
 void throwInTheHostsLibrary() {
     PosixEthernetCommunicator communicator(L"127.0.0.1", 0, -1);
     const Connector hold(communicator);
+}
+
+template <class Kind>
+bool isOfKind(const std::exception& exception) {
+    return dynamic_cast<const Kind*>(&exception) != nullptr;
 }
 
 } // namespace
@@ -38,13 +47,18 @@ TEST(DeviceException, IsCaughtAcrossLibrariesByItsTypeAndEveryOneAboveIt) {
     EXPECT_THROW(throwInTheHostsLibrary(), TolvaneException);
     EXPECT_THROW(throwInTheHostsLibrary(), TolvaneExceptionBase);
     EXPECT_THROW(throwInTheHostsLibrary(), std::exception);
+    EXPECT_FALSE(isOfKind<DeviceException>(TolvaneException(L"broken")));
+    EXPECT_FALSE(isOfKind<TolvaneException>(TolvaneExceptionBase(L"broken")));
+    EXPECT_FALSE(isOfKind<DeviceException>(Newer::DeviceException())) << "another class";
 }
 
-TEST(DeviceException, IsToldFromTheTypesAboveIt) {
-    const auto isDeviceException = [](const TolvaneExceptionBase& exception) {
-        return dynamic_cast<const DeviceException*>(&exception) != nullptr;
-    };
-    EXPECT_FALSE(isDeviceException(TolvaneException(L"broken")));
-    EXPECT_FALSE(isDeviceException(TolvaneExceptionBase(L"broken")));
-    EXPECT_TRUE(isDeviceException(DeviceException(L"broken")));
+TEST(NewerExceptions, ReportTheirTextAndCommand) {
+    EXPECT_STREQ(Newer::DeviceException().what(), "The device failed");
+    const auto command = std::make_shared<Tests::Knock>();
+    const Newer::IncorrectCommandTypeException incorrect(command);
+    EXPECT_EQ(incorrect.getCommand(), command);
+    EXPECT_EQ(incorrect.what(),
+              "The command " + command->getTypeName() + " is not of the kind that its handler expects");
+    EXPECT_STREQ(Newer::UnsupportedCommandException(nullptr).what(),
+                 "The device has no handler for the command null");
 }
