@@ -1,6 +1,5 @@
 #include "Camera/BinarySession.h"
 
-#include "Camera/Random.h"
 #include "Conversation.h"
 
 #include <gmock/gmock.h>
@@ -17,27 +16,36 @@ using ::testing::ElementsAre;
 
 namespace {
 
-class BinarySessionTest : public ::testing::Test {
-protected:
-    Bytes ask(const Bytes& request) { return answerTo(session, request); }
-    /// The answer to the last of these.
-    Bytes ask(std::initializer_list<Bytes> requests) {
-        Bytes answer;
-        for (const Bytes& request : requests)
-            answer = ask(request);
-        return answer;
+/// A conversation with a camera of its own.
+struct Client {
+    explicit Client(CameraSettings settings = smallCamera()) : camera(std::move(settings)) {}
+
+    Reaction ask(const Bytes& request) { return reactionTo(session, request); }
+    std::vector<Reaction> send(const Bytes& requests) {
+        session.append(requests);
+        return reactionsOf(session);
     }
 
-    Camera camera{smallCamera()};
+    Camera camera;
     BinarySession session{camera};
 };
 
+/// Pictures that are rendered in four pieces.
+CameraSettings largerCamera() {
+    CameraSettings settings = smallCamera();
+    settings.size = PictureSize{64, 256};
+    return settings;
+}
+
 /// "done", "error 8" or "picture".
 std::string kindOf(const Bytes& answer) {
-    if (answer.empty())
-        return "nothing";
     const std::uint8_t code = answer.at(6);
     return code == 1 ? "error " + std::to_string(read32(answer, 11)) : code == 6 ? "picture" : "done";
+}
+
+Bytes wrongChecksum(Bytes request) {
+    request.back() = 0;
+    return request;
 }
 
 } // namespace
@@ -47,7 +55,9 @@ TEST(BinarySession, AnswersAsItsStateIs) {
                                                 {"configure", configureRequest},
                                                 {"wrong", configureWith(0, 3, 1)},
                                                 {"take", takeRequest},
-                                                {"get", getRequest}};
+                                                {"get", getRequest},
+                                                {"unsummed", wrongChecksum(probeRequest)},
+                                                {"garbage", bytesOf({'G', 'E', 'T', ' ', '/', ' '})}};
     for (const auto& [what, fault, asked, answered] : {
              std::tuple("a probe in any state", "", "probe configure probe take", "done done done done"),
              std::tuple("a probe configures nothing", "", "probe take", "done error 8"),
@@ -56,71 +66,69 @@ TEST(BinarySession, AnswersAsItsStateIs) {
              std::tuple("a configuration drops it", "", "configure take configure get",
                         "done done done error 9"),
              std::tuple("a wrong one does not", "", "configure take wrong get", "done done error 7 picture"),
+             std::tuple("it goes on after a wrong checksum", "", "unsummed probe", "error 1 done"),
+             std::tuple("it ends where no next message is found", "", "garbage probe", "error 2, close "),
              std::tuple("an error", "take:error=7*1", "configure take get", "done error 7 error 9"),
              std::tuple("another fault", "take:silent*1", "configure take get", "done  picture"),
              std::tuple("a fault after a refusal", "take:close*1", "take configure take",
                         "error 8 done close"),
+             std::tuple("the answer before, of any kind", "configure:stale", "configure take get configure",
+                        " done picture picture"),
          }) {
-        Camera camera(*fault == '\0' ? smallCamera() : smallCameraWith({fault}));
-        BinarySession session(camera);
+        Client client(*fault == '\0' ? smallCamera() : smallCameraWith({fault}));
         std::string all;
         std::istringstream words(asked);
         for (std::string word; words >> word;)
-            all += (all.empty() ? "" : " ") + told(reactionTo(session, requests.at(word)).actions, kindOf);
-        EXPECT_EQ(all, answered) << what;
+            all += " " + told(client.ask(requests.at(word)).actions, kindOf);
+        EXPECT_EQ(all.substr(1), answered) << what;
     }
 }
 
-TEST_F(BinarySessionTest, GivesThePictureOfTheConfigurationAtItsTake) {
-    ask({configureWith(15, 2, 1), takeRequest, configureWith(0, 3, 1)});
-    EXPECT_EQ(ask(getRequest), *camera.pictureAnswer({15, 2, PictureFormat::sgi}));
-}
-
-TEST_F(BinarySessionTest, GivesThePictureAsConfigured) {
-    const Bytes png = ask({configureWith(15, 3, 2), takeRequest, getRequest});
-    EXPECT_EQ(Bytes(png.begin() + 12, png.begin() + 15), bytesOf({'P', 'N', 'G'}));
-    EXPECT_EQ(ask({configureWith(15, 3, 1), takeRequest, getRequest}).size(), 13U + 512 + 8 * 3 * 2);
-    EXPECT_EQ(ask({configureWith(15, 1, 1), takeRequest, getRequest}).size(), 13U + 512 + 8 * 3 * 3 * 2);
+TEST(BinarySession, GivesThePictureOfTheConfigurationAtItsTake) {
+    Client client;
+    for (const Configuration& taken : {Configuration{15, 2, PictureFormat::sgi},
+                                       {15, 3, PictureFormat::png},
+                                       {16, 3, PictureFormat::sgi},
+                                       {15, 1, PictureFormat::sgi}}) {
+        client.send(joined({configureWith(taken.exposureUnits, taken.mode, static_cast<int>(taken.format)),
+                            takeRequest, configureWith(0, 3, 1)}));
+        EXPECT_EQ(sentBytes(client.ask(getRequest).actions), *client.camera.pictureAnswer(taken));
+    }
 }
 
 TEST(BinarySession, RendersWhereAPictureIsFetchedAndNotWhereItIsTaken) {
-    CameraSettings settings = smallCamera();
-    settings.size = PictureSize{64, 256};
-    Camera camera(settings);
-    BinarySession session(camera);
+    Client client(largerCamera());
     for (int exposure = 1; exposure <= 1000; ++exposure)
-        session.append(joined({configureWith(exposure, 2, 1), takeRequest}));
-    EXPECT_EQ(reactionsOf(session).size(), 2000U);
-    const SharedOrder last = camera.orderPicture({1000, 2, PictureFormat::sgi});
+        EXPECT_EQ(client.send(joined({configureWith(exposure, 2, 1), takeRequest})).size(), 2U);
+    const SharedOrder last = client.camera.orderPicture({1000, 2, PictureFormat::sgi});
     EXPECT_FALSE(last->isDone());
 
-    session.append(getRequest);
-    int asked = 0;
-    std::optional<Reaction> reaction;
-    for (; !reaction && asked < 100; ++asked) {
-        EXPECT_EQ(session.isWorking(), asked > 0);
-        reaction = session.next();
+    client.session.append(getRequest);
+    for (int pieces = 1; pieces < 4; ++pieces) {
+        EXPECT_FALSE(client.session.next());
+        EXPECT_TRUE(client.session.isWorking());
     }
-    EXPECT_EQ(asked, 4); // so many pieces of such a picture
-    EXPECT_FALSE(session.isWorking());
-    EXPECT_EQ(sentBytes(reaction.value_or(Reaction()).actions), *last->answer);
+    const Reaction reaction = client.session.next().value_or(Reaction());
+    EXPECT_EQ(sentBytes(reaction.actions), *last->answer);
+    EXPECT_FALSE(client.session.isWorking());
 }
 
 TEST(BinarySession, DrawsAFaultOnceHoweverLongThePictureTakes) {
-    CameraSettings settings = smallCamera();
-    settings.size = PictureSize{64, 256};
+    CameraSettings settings = largerCamera();
     settings.faults = {parseFault("get:black-picture*1")};
-    Camera camera(settings);
-    BinarySession session(camera);
-    session.append(joined({configureRequest, takeRequest, getRequest, getRequest}));
-    const std::vector<Reaction> reactions = reactionsOf(session);
+    Client client(settings);
+    const std::vector<Reaction> reactions =
+        client.send(joined({configureRequest, takeRequest, getRequest, getRequest}));
     ASSERT_EQ(reactions.size(), 4U);
     const Configuration configured{100, 2, PictureFormat::sgi};
-    EXPECT_EQ(sentBytes(reactions[2].actions), *camera.blackPictureAnswer(configured));
-    EXPECT_EQ(sentBytes(reactions[3].actions), *camera.pictureAnswer(configured));
+    EXPECT_EQ(sentBytes(reactions[2].actions), *client.camera.blackPictureAnswer(configured));
+    EXPECT_EQ(sentBytes(reactions[3].actions), *client.camera.pictureAnswer(configured));
 }
 
-TEST_F(BinarySessionTest, SaysEachRequestInWords) {
+TEST(BinarySession, SaysEachRequestInWordsAndTheFaultThatItApplied) {
+    Client client(smallCameraWith({"probe:checksum*1"}));
+    EXPECT_THAT(client.ask(probeRequest).events,
+                ElementsAre("probe: format 0 -> Done", "fault probe:checksum*1"));
     for (const auto& [request, words] : {
              std::pair(probeRequest, "probe: format 0 -> Done"),
              std::pair(takeRequest, "take -> Error 8 (not configured)"),
@@ -129,45 +137,32 @@ TEST_F(BinarySessionTest, SaysEachRequestInWords) {
              std::pair(takeRequest, "take -> Done"),
              std::pair(getRequest, "get -> GetImage, 669 bytes in all"),
              std::pair(configureWith(15, 9, 1), "request of 39 bytes -> Error 7 (value out of range)"),
+             std::pair(Bytes(6, 'x'), "message of 2021161080 bytes announced -> Error 2 (wrong length)"),
          })
-        EXPECT_THAT(reactionTo(session, request).events, ElementsAre(words));
+        EXPECT_THAT(client.ask(request).events, ElementsAre(words));
 }
 
-TEST_F(BinarySessionTest, StaysOpenAfterAWrongChecksum) {
-    Bytes wrong = probeRequest;
-    wrong.back() = 0;
-    EXPECT_EQ(ask(wrong), errorAnswer(ErrorCode::badChecksum));
-    EXPECT_EQ(ask(probeRequest), doneAnswer);
+TEST(BinarySession, ListensToNothingBehindTheEndOfItsConnection) {
+    for (const auto& [fault, requests] : {std::pair("probe:close", repeated(probeRequest, 2)),
+                                          std::pair("take:close", Bytes(100'000, 'x'))}) {
+        Client client(smallCameraWith({fault}));
+        EXPECT_EQ(client.send(requests).size(), 1U);
+        EXPECT_EQ(client.send(probeRequest).size(), 0U);
+        EXPECT_EQ(client.session.waitingBytes(), 0U);
+    }
 }
 
-TEST_F(BinarySessionTest, ClosesWhenItCannotTellWhereTheNextMessageBegins) {
-    const Reaction reaction = reactionTo(session, bytesOf({'G', 'E', 'T', ' ', '/', ' '}));
-    EXPECT_EQ(told(reaction.actions, hex), hex(errorAnswer(ErrorCode::badLength)) + ", close");
-    EXPECT_THAT(reaction.events,
-                ElementsAre("message of 1163141167 bytes announced -> Error 2 (wrong length)"));
-    session.append(probeRequest);
-    EXPECT_EQ(session.next(), std::nullopt);
-    EXPECT_EQ(session.waitingBytes(), 0U);
-}
-
-TEST_F(BinarySessionTest, AnswersRequestsThatArriveTogetherOneByOne) {
-    session.append(joined({probeRequest, configureRequest, takeRequest}));
-    EXPECT_EQ(session.waitingBytes(), 14U + 39 + 13);
-    EXPECT_EQ(reactionsOf(session).size(), 3U);
-    EXPECT_EQ(session.waitingBytes(), 0U);
-}
-
-TEST_F(BinarySessionTest, FedByteByByteAnswersAsFedAtOnce) {
-    Bytes wrong = takeRequest;
-    wrong.back() = 0;
-    const Bytes all = joined({probeRequest, getRequest, wrong, configureRequest, takeRequest, getRequest,
-                              bytesOf({1, 0, 0, 0, 0, 0}), probeRequest});
+TEST(BinarySession, FedByteByByteAnswersAsFedAtOnce) {
+    const Bytes all = joined({probeRequest, getRequest, wrongChecksum(takeRequest), configureRequest,
+                              takeRequest, getRequest, bytesOf({1, 0, 0, 0, 0, 0}), probeRequest});
     const auto fed = [&](std::size_t pieceBytes) {
-        BinarySession fresh(camera);
+        Client client;
         std::vector<std::string> heard;
         for (ByteView rest(all); !rest.empty(); rest = rest.subspan(pieceBytes)) {
-            fresh.append(rest.first(pieceBytes));
-            for (const Reaction& reaction : reactionsOf(fresh)) {
+            const std::size_t waiting = client.session.waitingBytes();
+            client.session.append(rest.first(pieceBytes));
+            EXPECT_TRUE(heard.size() == 14 || client.session.waitingBytes() == waiting + pieceBytes);
+            for (const Reaction& reaction : reactionsOf(client.session)) {
                 heard.push_back(told(reaction.actions, hex));
                 heard.insert(heard.end(), reaction.events.begin(), reaction.events.end());
             }
@@ -178,66 +173,27 @@ TEST_F(BinarySessionTest, FedByteByByteAnswersAsFedAtOnce) {
     EXPECT_EQ(fed(1), fed(all.size()));
 }
 
-TEST_F(BinarySessionTest, TwoSessionsDoNotDisturbEachOther) {
-    BinarySession other(camera);
-    ask({configureRequest, takeRequest});
-    EXPECT_EQ(answerTo(other, takeRequest), errorAnswer(ErrorCode::notConfigured));
-    answerTo(other, configureRequest);
-    EXPECT_EQ(kindOf(ask(getRequest)), "picture");
-}
-
 TEST(BinarySession, SurvivesGarbageBehindAnyHeader) {
-    Camera camera(smallCamera());
     for (std::uint64_t round = 0; round < 2000; ++round) {
-        Bytes garbage;
         const std::uint64_t size = 8 + randomBits(round, 0) % 120;
-        for (std::uint64_t index = 0; index < size; ++index)
-            garbage.push_back(
-                static_cast<std::uint8_t>(randomBits(round, index + 1) % (round % 3 == 0 ? 256 : 10)));
-        garbage[0] = 1;
-        garbage[1] = garbage[2] = garbage[3] = 0;
-        garbage[4] = static_cast<std::uint8_t>(size);
-        seal(garbage);
-        BinarySession session(camera);
-        session.append(garbage);
-        for (const Reaction& reaction : reactionsOf(session))
+        Bytes request = bytesOf({1, 0, 0, 0, static_cast<int>(size)});
+        while (request.size() < size)
+            request.push_back(
+                static_cast<std::uint8_t>(randomBits(round, request.size()) % (round % 3 == 0 ? 256 : 10)));
+        seal(request);
+        Client client;
+        for (const Reaction& reaction : client.send(request))
             EXPECT_FALSE(reaction.events.empty());
-        EXPECT_LT(session.waitingBytes(), largestRequestBytes);
+        EXPECT_LT(client.session.waitingBytes(), largestRequestBytes);
     }
-}
-
-TEST(BinarySession, SurvivesPureGarbage) {
-    Camera camera(smallCamera());
-    BinarySession session(camera);
-    Bytes garbage;
-    for (std::uint64_t index = 0; index < 100'000; ++index)
-        garbage.push_back(static_cast<std::uint8_t>(randomBits(99, index)));
-    session.append(garbage);
-    EXPECT_EQ(reactionsOf(session).size(), 1U);
 }
 
 TEST(BinarySession, WaitsTheExposureIfTold) {
-    const std::string done = hex(doneAnswer);
-    for (const bool waits : {false, true}) {
-        CameraSettings settings = smallCamera();
-        settings.waitExposure = waits;
-        Camera camera(settings);
-        BinarySession session(camera);
-        EXPECT_EQ(told(reactionTo(session, configureWith(15, 2, 1)).actions, hex), done);
-        EXPECT_EQ(told(reactionTo(session, takeRequest).actions, hex), waits ? "pause 1500, " + done : done);
-    }
-}
-
-TEST(BinarySession, NamesTheFaultItAppliedAndListensToNothingIfThatClosedIt) {
-    Camera camera(smallCameraWith({"probe:checksum*1", "probe:close"}));
-    BinarySession session(camera);
-    EXPECT_THAT(reactionTo(session, probeRequest).events,
-                ElementsAre("probe: format 0 -> Done", "fault probe:checksum*1"));
-    session.append(joined({probeRequest, probeRequest}));
-    const std::vector<Reaction> reactions = reactionsOf(session);
-    ASSERT_EQ(reactions.size(), 1U);
-    EXPECT_THAT(reactions[0].events, ElementsAre("probe: format 0 -> Done", "fault probe:close"));
-    EXPECT_EQ(session.waitingBytes(), 0U);
+    CameraSettings settings = smallCamera();
+    settings.waitExposure = true;
+    Client client(settings);
+    EXPECT_EQ(told(client.ask(configureWith(15, 2, 1)).actions, hex), hex(doneAnswer));
+    EXPECT_EQ(told(client.ask(takeRequest).actions, hex), "pause 1500, " + hex(doneAnswer));
 }
 
 } // namespace Simulator

@@ -2,6 +2,7 @@
 // Talking to a simulated camera in tests: the requests as literal bytes, and what a session answers.
 
 #include "Camera/BinarySession.h"
+#include "Camera/Random.h"
 
 #include <cstddef>
 #include <cstdint>
@@ -46,11 +47,6 @@ inline Bytes sealed(Bytes request) {
     return request;
 }
 
-inline bool hasRightChecksum(const Bytes& message) {
-    const std::size_t end = message.size() - checksumBytes;
-    return read16(message, end) == checksumOf(ByteView(message).first(end));
-}
-
 inline Bytes configureWith(int exposure, int mode, int format, int depth = 16, int shift = 4) {
     return sealed(bytesOf({1, 0, 0, 0, 0x27,  5,    2, 0, 0, 0, 2,    exposure >> 8, exposure & 255,
                            3, 0, 0, 0, 1,     mode, 4, 0, 0, 0, 1,    format,        7,
@@ -74,6 +70,14 @@ inline Bytes repeated(const Bytes& request, int count) {
 /// An `Error` answer as it travels.
 inline Bytes errorAnswer(ErrorCode code) {
     return sealed(bytesOf({1, 0, 0, 0, 0x11, 1, 1, 0, 0, 0, 4, 0, 0, 0, static_cast<int>(code)}));
+}
+
+/// Meaningless bytes that neither an answer nor a picture file begins with.
+inline Bytes garbage(std::size_t count) {
+    Bytes bytes{0xAA};
+    while (bytes.size() < count)
+        bytes.push_back(static_cast<std::uint8_t>(randomBits(1, bytes.size())));
+    return bytes;
 }
 
 /// A camera of small pictures.
@@ -149,8 +153,13 @@ inline std::string told(const std::vector<Action>& actions, std::string (*writte
             text += "close";
         else if (std::holds_alternative<ResetConnection>(action))
             text += "reset";
-        else
+        if (const auto* const sending = std::get_if<SendBytes>(&action)) {
+            text += sending->endless ? "endlessly " : "";
+            if (sending->pieceBytes != 0)
+                text += std::to_string(sending->pieceBytes) + " bytes each " +
+                        std::to_string(sending->pause.count()) + " ms of ";
             text += written(sentBytes({action}));
+        }
     }
     return text;
 }
