@@ -36,10 +36,17 @@ struct TextConversation {
               return settings;
           }()) {}
 
-    void send(std::string_view text) { session.append(bytesOfText(text)); }
-    std::vector<Reaction> reactions() { return reactionsOf(session); }
-    Reaction reaction(std::string_view text) { return reactionTo(session, bytesOfText(text)); }
-    std::string ask(std::string_view text) { return told(reaction(text).actions, textOfBytes); }
+    /// What is answered to all queries in the text, joined by " | ".
+    std::string ask(std::string_view text) {
+        session.append(bytesOfText(text));
+        std::string answers;
+        for (const Reaction& reaction : reactionsOf(session))
+            answers += (answers.empty() ? "" : " | ") + told(reaction.actions, textOfBytes);
+        return answers;
+    }
+    std::vector<std::string> eventsOf(std::string_view text) {
+        return reactionTo(session, bytesOfText(text)).events;
+    }
     Reaction discover(std::string_view datagram = discoveryQuery) {
         return answerDiscovery(camera, bytesOfText(datagram), "10.0.0.1");
     }
@@ -49,7 +56,7 @@ struct TextConversation {
 };
 
 /// What comes of one fault: of a query to everybody for a fault of discovery.
-std::string askWithFault(std::string_view fault, std::string_view query = serialQuery) {
+std::string askWithFault(const std::string& fault, std::string_view query = serialQuery) {
     TextConversation client({fault});
     return fault.starts_with("discovery:") ? told(client.discover().actions, textOfBytes) : client.ask(query);
 }
@@ -78,83 +85,58 @@ TEST(TextSession, AnswersQueriesByTheirWordAndKeys) {
         EXPECT_EQ(client.ask(query), reply) << query;
 }
 
-TEST(TextSession, PutsAQueryTogetherFromItsPieces) {
+TEST(TextSession, AnswersQueriesSentInPiecesAndTogetherOneByOne) {
     TextConversation client;
-    for (const char letter : versionQuery.substr(0, versionQuery.size() - 1)) {
-        client.send(std::string(1, letter));
-        EXPECT_THAT(client.reactions(), IsEmpty());
-    }
+    for (const char letter : versionQuery.substr(0, versionQuery.size() - 1))
+        EXPECT_EQ(client.ask(std::string(1, letter)), "");
     EXPECT_EQ(client.session.waitingBytes(), versionQuery.size() - 1);
-    EXPECT_EQ(client.ask("]"), versionReply);
-    EXPECT_EQ(client.session.waitingBytes(), 0U);
-}
-
-TEST(TextSession, AnswersQueriesSentTogetherOneByOne) {
-    TextConversation client;
-    client.send(versionQuery + serialQuery + "\r\n" + networkQuery + "[Ver");
-    std::vector<std::string> replies;
-    for (const Reaction& reaction : client.reactions())
-        replies.push_back(told(reaction.actions, textOfBytes));
-    EXPECT_THAT(replies, ElementsAre(versionReply, serialReply, networkReply));
+    EXPECT_EQ(client.ask("]" + serialQuery + "\r\n" + networkQuery + "[Ver"),
+              versionReply + " | " + serialReply + " | " + networkReply);
     EXPECT_EQ(client.ask("sion --SW]"), "[Version --SW 3.2.15]");
+    EXPECT_EQ(client.session.waitingBytes(), 0U);
 }
 
 TEST(TextSession, DropsWhatStandsBeforeTheBracket) {
     TextConversation client;
-    const Reaction reaction = client.reaction("\x1b[0mhello\xff[Vers" + serialQuery);
-    EXPECT_EQ(told(reaction.actions, textOfBytes), serialReply);
-    EXPECT_THAT(reaction.events, ElementsAre("dropped \\x1b[0mhello\\xff[Vers",
-                                             "[SerialNumber --Camera] -> [SerialNumber --Camera 1234]"));
+    EXPECT_THAT(client.eventsOf("\x1b[0mhello\xff[Vers" + serialQuery),
+                ElementsAre("dropped \\x1b[0mhello\\xff[Vers",
+                            "[SerialNumber --Camera] -> [SerialNumber --Camera 1234]"));
     EXPECT_EQ(client.ask("]"), "");
-    EXPECT_EQ(client.ask(serialQuery), serialReply);
+    EXPECT_EQ(client.ask("[0mhello\xff[Vers" + serialQuery), serialReply);
 }
 
-TEST(TextSession, GivesUpAQueryThatDoesNotEnd) {
+TEST(TextSession, AnswersTheLongestQueryAndGivesUpALongerOne) {
+    for (const auto& [length, answer] :
+         {std::pair(1024U, "[Version --SW 3.2.15]"), std::pair(1025U, "close")})
+        EXPECT_EQ(TextConversation().ask("[Version --SW " + std::string(length - 15, 'x') + "]"), answer);
     TextConversation client;
-    client.send("[" + std::string(1022, 'x'));
-    EXPECT_THAT(client.reactions(), IsEmpty());
-    const Reaction reaction = client.reaction("x");
-    EXPECT_EQ(told(reaction.actions, textOfBytes), "close");
-    EXPECT_THAT(reaction.events, ElementsAre(HasSubstr("... (1024 bytes) -> closed")));
+    EXPECT_EQ(client.ask("[" + std::string(1022, 'x')), "");
+    EXPECT_THAT(client.eventsOf("x"), ElementsAre(HasSubstr("... (1024 bytes) -> closed")));
     EXPECT_EQ(client.ask(versionQuery), "");
     EXPECT_EQ(client.session.waitingBytes(), 0U);
 }
 
-TEST(TextSession, LongestQueryIsAnsweredAndALongerOneIsNot) {
-    const auto answerToLength = [](std::size_t length) {
-        return TextConversation().ask("[Version --SW " + std::string(length - 15, 'x') + "]");
-    };
-    EXPECT_EQ(answerToLength(1024), "[Version --SW 3.2.15]");
-    EXPECT_EQ(answerToLength(1025), "close");
-}
-
 TEST(TextSession, OutlivesGarbage) {
-    constexpr std::size_t length = 900;
     for (std::uint64_t seed = 0; seed < 300; ++seed) {
         TextConversation client({"text:length=300"});
-        Bytes garbage;
-        for (std::size_t index = 0; index < length; ++index) {
+        std::string garbage;
+        for (std::size_t index = 0; index < 900; ++index) {
             // Many brackets, so that much of it looks like a query.
             const std::uint64_t bits = randomBits(seed, index);
-            garbage.push_back(bits % 8 == 0   ? '['
-                              : bits % 8 == 1 ? ']'
-                                              : static_cast<std::uint8_t>(bits >> 8));
+            garbage += bits % 8 == 0 ? '[' : bits % 8 == 1 ? ']' : static_cast<char>(bits >> 8);
         }
-        client.session.append(garbage);
-        client.reactions();
-        client.send("]");
-        client.reactions();
+        client.ask(garbage + "]");
         EXPECT_EQ(client.ask(serialQuery).size(), 300U) << seed;
     }
 }
 
 TEST(TextFault, HitsItsQueryAsOftenAsItSaysAndIsTold) {
-    EXPECT_THAT(TextConversation({"version:hostile"}).reaction("[Version --SW \x07]").events,
+    EXPECT_THAT(TextConversation({"version:hostile"}).eventsOf("[Version --SW \x07]"),
                 ElementsAre("[Version --SW \\x07] -> [Version --SW 3.2.15]", "fault version:hostile"));
     TextConversation client({"serial:silent*2", "text:close*1"});
-    EXPECT_EQ(client.ask("[Foo]"), "[Unknown]");
-    for (const char* answer : {"", "", "close"})
-        EXPECT_EQ(client.ask(serialQuery), answer);
+    EXPECT_EQ(client.ask("[Foo]" + serialQuery + serialQuery), "[Unknown] |  | ");
+    EXPECT_EQ(client.ask(serialQuery + versionQuery), "close") << "nothing is heard behind it";
+    EXPECT_EQ(client.ask(versionQuery), "");
     TextSession next(client.camera);
     EXPECT_EQ(textOfBytes(answerTo(next, bytesOfText(serialQuery))), serialReply);
 }
@@ -209,6 +191,9 @@ TEST(TextFault, IsToTheByteAndTheStepWhatItSays) {
              Row{"serial:silent", serialQuery, ""},
              Row{"serial:delay=250", serialQuery, "pause 250, " + serialReply},
              Row{"serial:flip=0", serialQuery, "Z" + serialReply.substr(1)},
+             Row{"serial:drip=10/3", serialQuery, "10 bytes each 3 ms of " + serialReply},
+             Row{"serial:garbage", serialQuery, textOfBytes(garbage(64))},
+             Row{"discovery:garbage", "", textOfBytes(garbage(64))},
          })
         EXPECT_EQ(askWithFault(fault, query), answer) << fault;
 }
@@ -222,48 +207,23 @@ TEST(TextFault, FillsUpToTheLengthAsked) {
     }
 }
 
-TEST(TextFault, AnswersGarbage) {
-    const std::string garbage = askWithFault("serial:garbage");
-    EXPECT_EQ(garbage.size(), 64U);
-    EXPECT_THAT(garbage, StartsWith("\xAA"));
-    EXPECT_EQ(askWithFault("discovery:garbage"), garbage);
-}
-
 TEST(TextFault, AnswersAnEmptyDatagram) {
     const std::vector<Action> actions = TextConversation({"discovery:empty"}).discover().actions;
     ASSERT_THAT(actions, SizeIs(1));
-    EXPECT_THAT(std::get<SendBytes>(actions[0]).length, 0U);
-}
-
-TEST(TextFault, HearsNothingBehindAConnectionThatItEnded) {
-    TextConversation client({"serial:close*1"});
-    client.send(serialQuery + versionQuery);
-    EXPECT_THAT(client.reactions(), SizeIs(1));
-    EXPECT_EQ(client.ask(versionQuery), "");
-}
-
-TEST(TextFault, Drips) {
-    const std::vector<Action> pieces = TextConversation({"serial:drip=10/3"}).reaction(serialQuery).actions;
-    ASSERT_THAT(pieces, SizeIs(1));
-    EXPECT_EQ(std::get<SendBytes>(pieces[0]).pieceBytes, 10U);
-    EXPECT_EQ(std::get<SendBytes>(pieces[0]).pause.count(), 3);
+    EXPECT_EQ(std::get<SendBytes>(actions[0]).length, 0U);
 }
 
 TEST(TextFault, StaleReplyIsThatToTheQueryBefore) {
     TextConversation client({"serial:stale", "version:stale"});
     EXPECT_EQ(client.ask(versionQuery), "");
-    EXPECT_EQ(client.ask(serialQuery), versionReply);
-    EXPECT_EQ(client.ask(networkQuery), networkReply);
-    EXPECT_EQ(client.ask(versionQuery), networkReply);
+    EXPECT_EQ(client.ask(serialQuery + networkQuery + versionQuery),
+              versionReply + " | " + networkReply + " | " + networkReply);
 }
 
-TEST(Discovery, AnswersTheQuery) {
-    const Reaction reaction = TextConversation().discover();
-    EXPECT_EQ(told(reaction.actions, textOfBytes), discoveryReply);
-    EXPECT_THAT(reaction.events, ElementsAre("AreThereAnyKorvaAround? -> " + discoveryReply));
-}
-
-TEST(Discovery, AnnouncesTheAddressServedUnlessToldAnother) {
+TEST(Discovery, AnswersTheQueryWithTheAddressServedUnlessToldAnother) {
+    EXPECT_THAT(TextConversation().discover().events,
+                ElementsAre("AreThereAnyKorvaAround? -> " + discoveryReply));
+    EXPECT_EQ(told(TextConversation().discover().actions, textOfBytes), discoveryReply);
     Camera camera(smallCamera());
     EXPECT_EQ(told(answerDiscovery(camera, bytesOfText(discoveryQuery), "10.0.0.1").actions, textOfBytes),
               "[Korva --Room Lab --IP 10.0.0.1 --NetMask 255.255.255.0]");
