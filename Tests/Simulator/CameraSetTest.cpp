@@ -8,6 +8,7 @@
 
 #include <filesystem>
 #include <fstream>
+#include <tuple>
 #include <utility>
 
 namespace Simulator {
@@ -25,21 +26,14 @@ std::vector<CameraEntry> parsed(const std::string& text) {
     return parseCameraSet(text, "lab.json");
 }
 
-/// The only camera of a set that says this about it, beside its address.
-CameraEntry cameraWith(const std::string& keys) {
-    return parsed(R"({"cameras": [{"address": "10.77.1.11", )" + keys + "}]}").at(0);
-}
-
 std::string refusalOf(const std::string& text) {
     return thrownBy<CameraSetError>([&] { parsed(text); });
 }
 
-std::string refusalOfCamera(const std::string& keys) {
-    return refusalOf(R"({"cameras": [{"address": "10.77.1.10"}, {"address": "10.77.1.11", )" + keys + "}]}");
-}
-
-std::string refusalOfFile(const std::string& path) {
-    return thrownBy<CameraSetError>([&] { readCameraSet(path); });
+/// Of a set whose second camera says this.
+std::string refusalOfCamera(const std::string& key, const std::string& value) {
+    return refusalOf(R"({"cameras": [{"address": "10.77.1.10"}, {"address": "10.77.1.11", ")" + key +
+                     "\": " + value + "}]}");
 }
 
 /// A set's folder `set` with pictures, and what lies around it.
@@ -118,63 +112,66 @@ TEST(CameraSet, KeepsTheOrderOfTheFileAndACameraWithAnAddressAloneIsTheUsualOne)
     EXPECT_EQ(usual.settings.model, "M61");
 }
 
-TEST(CameraSet, NamesFileCameraAndKeyOfWhatItRefuses) {
-    EXPECT_EQ(refusalOfCamera(R"("seed": "1")"),
-              "lab.json, camera 2, key \"seed\": a whole number from 0 to 18446744073709551615 is due");
+TEST(CameraSet, RefusesAKeyAndItsValueByNameWithWhatIsDue) {
+    constexpr const char* text = "a text is due, in quotation marks";
+    constexpr const char* port = "a whole number from 0 to 65535 is due";
+    for (const auto& [key, value, reason] : {
+             std::tuple("model", "1", text),
+             std::tuple("room", "null", text),
+             std::tuple("serial", R"(["1"])", text),
+             std::tuple("firmware", "true", text),
+             std::tuple("api", "1.4", text),
+             std::tuple("hardware", "{}", text),
+             std::tuple("announce", "1", text),
+             std::tuple("gateway", "1", text),
+             std::tuple("netmask", "24", text),
+             std::tuple("protocol", "1", text),
+             std::tuple("scene", "1", text),
+             std::tuple("size", "640", text),
+             std::tuple("text", "true", text),
+             std::tuple("binary", "0", text),
+             std::tuple("discovery", "{}", text),
+             std::tuple("faults", "[1]", text),
+             std::tuple("faults", R"("any:close")", "an array of at most 256 texts is due"),
+             std::tuple("port", R"("1")", port),
+             std::tuple("port", "-1", port),
+             std::tuple("port", "1.5", port),
+             std::tuple("text-port", "65536", port),
+             std::tuple("seed", R"("1")", "a whole number from 0 to 18446744073709551615 is due"),
+             std::tuple("seed", "1e999", "the number is larger than any number can be"),
+             std::tuple("wait-exposure", "1", "true or false is due"),
+             std::tuple("announce", R"("here")", R"("here" is no IPv4 address such as 10.77.1.11)"),
+             std::tuple("gateway", R"("10.0.0")", R"("10.0.0" is no IPv4 address such as 10.77.1.11)"),
+             std::tuple("netmask", R"("255.0.0.1")", R"("255.0.0.1" is no net mask such as 255.255.255.0)"),
+             std::tuple("protocol", R"("dhcp")", R"("dhcp" is neither static nor DHCP)"),
+             std::tuple("size", R"("0x1")", R"("0x1" is not WIDTHxHEIGHT, 1 to 65535 each)"),
+             std::tuple("size", R"("65535x65535")", "No camera takes pictures of 65535 x 65535 pixels"),
+             std::tuple("text", R"("dead")", R"("dead" is none of answered, silent, refused)"),
+             std::tuple("scene", R"("sunset")", R"(Scene "sunset": write grid)"),
+             std::tuple("faults", R"(["get:gremlins"])", R"(Fault "get:gremlins": there is no fault)"),
+         })
+        EXPECT_THAT(refusalOfCamera(key, value),
+                    StartsWith("lab.json, camera 2, key \"" + std::string(key) + "\": " + reason));
     EXPECT_THAT(
-        refusalOfCamera(R"("romo": "Lab")"),
+        refusalOfCamera("romo", "1"),
         StartsWith("lab.json, camera 2: there is no key \"romo\"; there are address, announce, api, "));
 }
 
-TEST(CameraSet, RefusesValuesOfTheWrongKind) {
-    for (const char* keys :
-         {R"("model": 1)", R"("room": null)", R"("serial": ["1"])", R"("firmware": true)", R"("api": 1.4)",
-          R"("hardware": {})", R"("announce": 1)", R"("gateway": 1)", R"("netmask": 24)", R"("protocol": 1)",
-          R"("scene": 1)", R"("size": 640)", R"("text": true)", R"("binary": 0)", R"("discovery": {})"})
-        EXPECT_THAT(refusalOfCamera(keys), EndsWith(": a text is due, in quotation marks")) << keys;
-    for (const char* keys : {R"("port": "1")", R"("port": -1)", R"("port": 1.5)", R"("text-port": 65536)"})
-        EXPECT_THAT(refusalOfCamera(keys), EndsWith(": a whole number from 0 to 65535 is due")) << keys;
-    EXPECT_THAT(refusalOfCamera(R"("wait-exposure": 1)"), EndsWith("true or false is due"));
-    EXPECT_THAT(refusalOfCamera(R"("faults": "any:close")"),
-                EndsWith("an array of at most 256 texts is due"));
-    EXPECT_THAT(refusalOfCamera(R"("faults": [1])"), EndsWith("a text is due, in quotation marks"));
-}
-
-TEST(CameraSet, RefusesTextsThatSayNothing) {
-    for (const auto& [keys, reason] : {
-             std::pair(R"("announce": "here")", "\"here\" is no IPv4 address such as 10.77.1.11"),
-             std::pair(R"("gateway": "10.0.0")", "\"10.0.0\" is no IPv4 address such as 10.77.1.11"),
-             std::pair(R"("netmask": "255.0.255.0")", "is no net mask such as 255.255.255.0"),
-             std::pair(R"("protocol": "dhcp")", "\"dhcp\" is neither static nor DHCP"),
-             std::pair(R"("size": "0x1")", "\"0x1\" is not WIDTHxHEIGHT, 1 to 65535 each"),
-             std::pair(R"("size": "65535x65535")",
-                       "key \"size\": No camera takes pictures of 65535 x 65535 pixels"),
-             std::pair(R"("text": "dead")", "\"dead\" is none of answered, silent, refused"),
-         })
-        EXPECT_THAT(refusalOfCamera(keys), EndsWith(reason));
-    EXPECT_THAT(refusalOfCamera(R"("scene": "sunset")"),
-                HasSubstr("key \"scene\": Scene \"sunset\": write grid"));
-    EXPECT_THAT(refusalOfCamera(R"("faults": ["get:gremlins"])"),
-                HasSubstr("key \"faults\": Fault \"get:gremlins\": there is no fault \"gremlins\""));
-}
-
 TEST(CameraSet, BoundsTextsAndCounts) {
-    EXPECT_EQ(cameraWith(R"("room": ")" + std::string(1024, 'r') + "\"").settings.room.size(), 1024U);
-    EXPECT_THAT(refusalOfCamera(R"("room": ")" + std::string(1025, 'r') + "\""),
-                EndsWith("the text has more than 1024 bytes"));
-    const auto repeated = [](const std::string& text, int count) {
-        std::string all = text;
-        for (int index = 1; index < count; ++index)
-            all += "," + text;
-        return all;
+    const auto quoted = [](std::size_t length) { return "\"" + std::string(length, 'r') + "\""; };
+    EXPECT_EQ(refusalOfCamera("room", quoted(1024)), "");
+    EXPECT_THAT(refusalOfCamera("room", quoted(1025)), EndsWith("the text has more than 1024 bytes"));
+    const auto array = [](const std::string& each, int count) {
+        std::string all = "[" + each;
+        while (--count > 0)
+            all += "," + each;
+        return all + "]";
     };
-    EXPECT_EQ(cameraWith("\"faults\": [" + repeated("\"any:close\"", 256) + "]").settings.faults.size(),
-              256U);
-    EXPECT_THAT(refusalOfCamera("\"faults\": [" + repeated("\"any:close\"", 257) + "]"),
-                HasSubstr("at most 256"));
+    EXPECT_EQ(refusalOfCamera("faults", array("\"any:close\"", 256)), "");
+    EXPECT_THAT(refusalOfCamera("faults", array("\"any:close\"", 257)), HasSubstr("at most 256"));
     const std::string camera = R"({"address": "10.77.1.11"})";
-    EXPECT_EQ(parsed("{\"cameras\": [" + repeated(camera, 256) + "]}").size(), 256U);
-    EXPECT_THAT(refusalOf("{\"cameras\": [" + repeated(camera, 257) + "]}"),
+    EXPECT_EQ(parsed("{\"cameras\": " + array(camera, 256) + "}").size(), 256U);
+    EXPECT_THAT(refusalOf("{\"cameras\": " + array(camera, 257) + "}"),
                 EndsWith("an array of 1 to 256 cameras is due"));
 }
 
@@ -197,12 +194,10 @@ TEST(CameraSet, OutlivesDeepNesting) {
 }
 
 TEST(CameraSet, NamesThePlaceOfANumberBeyondAllNumbers) {
-    EXPECT_EQ(refusalOfCamera(R"("seed": 1e999)"),
-              "lab.json, camera 2, key \"seed\": the number is larger than any number can be");
-    EXPECT_EQ(refusalOf(R"({"cameras": [{"faults": [{"a": 1e999}]}]})"),
-              "lab.json, camera 1, key \"faults\": the number is larger than any number can be");
-    EXPECT_EQ(refusalOf(R"({"cameras": [{"seed": 1}], "more": -1e999})"),
-              "lab.json: the number is larger than any number can be");
+    for (const auto& [set, place] :
+         {std::pair(R"({"cameras": [{"faults": [{"a": 1e999}]}]})", "lab.json, camera 1, key \"faults\""),
+          std::pair(R"({"cameras": [{"seed": 1}], "more": -1e999})", "lab.json")})
+        EXPECT_EQ(refusalOf(set), std::string(place) + ": the number is larger than any number can be");
 }
 
 TEST_F(SceneOfASet, IsAFileBesideItOrBelow) {
@@ -213,23 +208,20 @@ TEST_F(SceneOfASet, IsAFileBesideItOrBelow) {
     EXPECT_EQ(sceneOf("inner").path, fs::canonical(folder.file("set/below/b.png")));
 }
 
-TEST_F(SceneOfASet, IsNotElsewhere) {
+TEST_F(SceneOfASet, IsNoFileElsewhereAndARegularOne) {
     for (const std::string& path :
          {std::string("../outside.png"), std::string("below/../../outside.png"), folder.file("outside.png"),
           folder.file("set-2/c.png"), std::string("../set-2/c.png"), std::string("outer"),
           std::string("outer-folder/c.png"), std::string("/dev/zero")})
         EXPECT_EQ(refusalOfScene(path),
                   "the picture " + path + " is neither in the folder of this file nor below it");
-}
-
-TEST_F(SceneOfASet, IsARegularFile) {
     for (const char* path : {"below", ".", "fifo"})
         EXPECT_EQ(refusalOfScene(path), "the picture " + std::string(path) + " is no regular file");
     EXPECT_EQ(refusalOfScene("none.png"), "cannot read the picture none.png: No such file or directory");
     EXPECT_EQ(refusalOfScene("circle"), "cannot read the picture circle: Too many levels of symbolic links");
 }
 
-TEST(CameraSet, ReadsAFileOfAtMostOneMebibyte) {
+TEST(CameraSet, ReadsAFileOfAtMostOneMebibyteAndNamesOneThatItCannotRead) {
     const TestSupport::TemporaryFolder folder;
     const std::string path = folder.file("lab.json");
     std::string text = R"({"cameras": [{"address": "10.77.1.11"}]})";
@@ -237,10 +229,10 @@ TEST(CameraSet, ReadsAFileOfAtMostOneMebibyte) {
     std::ofstream(path) << text;
     EXPECT_EQ(readCameraSet(path).at(0).address, "10.77.1.11");
     std::ofstream(path) << text << ' ';
+    const auto refusalOfFile = [](const std::string& file) {
+        return thrownBy<CameraSetError>([&] { readCameraSet(file); });
+    };
     EXPECT_EQ(refusalOfFile(path), path + ": the file has more than 1 MiB");
-}
-
-TEST(CameraSet, NamesAFileThatItCannotRead) {
     EXPECT_EQ(refusalOfFile("/no/such.json"), "/no/such.json: No such file or directory");
     EXPECT_THAT(refusalOfFile("/"), StartsWith("/: "));
 }
