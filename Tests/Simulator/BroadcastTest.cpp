@@ -2,6 +2,7 @@
 
 #include "Network/CameraServer.h"
 
+#include "Camera/Ipv4.h"
 #include "Camera/TextLanguage.h"
 #include "Conversation.h"
 #include "Events.h"
@@ -10,25 +11,24 @@
 #include <arpa/inet.h>
 #include <gmock/gmock.h>
 #include <netinet/in.h>
+#include <poll.h>
 #include <sys/socket.h>
-#include <sys/time.h>
 
-#include <array>
 #include <list>
 
 namespace Simulator {
 
 using namespace Testing;
 using ::testing::ElementsAre;
+using ::testing::EndsWith;
 using ::testing::IsEmpty;
 using ::testing::UnorderedElementsAreArray;
 
 namespace {
 
-constexpr std::uint16_t port = 32768;
+using Texts = std::vector<std::string>;
 
-class BroadcastTest : public ::testing::Test {
-protected:
+struct BroadcastTest : ::testing::Test {
     /// An adapter with addresses on two networks, and a default route, without which 255.255.255.255 goes
     /// nowhere.
     BroadcastTest() {
@@ -52,49 +52,42 @@ protected:
     std::list<CameraServer> servers;
 };
 
-/// The replies to a query sent to `address` until none has come for 200 ms, and who sent them.
-std::vector<std::pair<std::string, std::string>> ask(const char* address) {
-    const Socket socket(::socket(AF_INET, SOCK_DGRAM, 0));
-    const int on = 1;
-    setsockopt(socket.descriptor(), SOL_SOCKET, SO_BROADCAST, &on, sizeof on);
-    const timeval patience{0, 200'000};
-    setsockopt(socket.descriptor(), SOL_SOCKET, SO_RCVTIMEO, &patience, sizeof patience);
+/// The replies to a query sent to `address` until none has come for 200 ms, each behind its sender.
+Texts ask(const char* address) {
+    const Socket socket = bindUdp("0.0.0.0", 0);
+    switchOn(socket.descriptor(), SOL_SOCKET, SO_BROADCAST);
     sockaddr_in peer{};
     peer.sin_family = AF_INET;
-    peer.sin_port = htons(port);
+    peer.sin_port = htons(32768);
     inet_pton(AF_INET, address, &peer.sin_addr);
-    EXPECT_EQ(sendto(socket.descriptor(), discoveryQuery.data(), discoveryQuery.size(), 0,
-                     reinterpret_cast<const sockaddr*>(&peer), sizeof peer),
+    auto* const generic = reinterpret_cast<sockaddr*>(&peer);
+    socklen_t size = sizeof peer;
+    EXPECT_EQ(sendto(socket.descriptor(), discoveryQuery.data(), discoveryQuery.size(), 0, generic, size),
               static_cast<ssize_t>(discoveryQuery.size()));
-
-    std::vector<std::pair<std::string, std::string>> replies;
-    while (true) {
-        std::array<char, 2048> text{};
-        std::array<char, INET_ADDRSTRLEN> sender{};
-        socklen_t size = sizeof peer;
-        const ssize_t count = recvfrom(socket.descriptor(), text.data(), text.size(), 0,
-                                       reinterpret_cast<sockaddr*>(&peer), &size);
-        if (count < 0)
-            return replies;
-        inet_ntop(AF_INET, &peer.sin_addr, sender.data(), sender.size());
-        replies.emplace_back(sender.data(), std::string(text.data(), static_cast<std::size_t>(count)));
+    Texts replies;
+    for (pollfd readable{socket.descriptor(), POLLIN, 0}; poll(&readable, 1, 200) > 0;) {
+        std::string text(2048, '\0');
+        const ssize_t count = recvfrom(socket.descriptor(), text.data(), text.size(), 0, generic, &size);
+        text.resize(count < 0 ? 0 : static_cast<std::size_t>(count));
+        replies.push_back(ipv4Text(ntohl(peer.sin_addr.s_addr)) + ": " + text);
     }
+    return replies;
 }
 
-std::pair<std::string, std::string> replyFrom(const std::string& address) {
-    return {address, "[Korva --Room Lab --IP " + address + " --NetMask 255.255.255.0]"};
+std::string reply(const std::string& announced) {
+    return "[Korva --Room Lab --IP " + announced + " --NetMask 255.255.255.0]";
 }
 
 } // namespace
 
 TEST_F(BroadcastTest, IsHeardByTheCamerasOfItsNetwork) {
-    const std::vector<std::string> one{"10.77.1.11"};
-    const std::vector<std::string> three{"10.77.1.11", "10.77.1.12", "10.77.2.11"};
-    const std::vector<std::string> loopback{"127.0.0.1"};
+    const Texts one{"10.77.1.11"};
+    const Texts three{"10.77.1.11", "10.77.1.12", "10.77.2.11"};
+    const Texts loopback{"127.0.0.1"};
     struct Row {
-        std::vector<std::string> cameras;
+        Texts cameras;
         const char* asked;
-        std::vector<std::string> answer;
+        Texts answer;
     };
     for (const auto& [cameras, asked, answer] : {
              Row{one, "10.77.1.255", one},
@@ -112,19 +105,35 @@ TEST_F(BroadcastTest, IsHeardByTheCamerasOfItsNetwork) {
         servers.clear();
         for (const std::string& address : cameras)
             serve(address);
-        std::vector<std::pair<std::string, std::string>> replies;
+        Texts replies;
         for (const std::string& address : answer)
-            replies.push_back(replyFrom(address));
+            replies.push_back(address + ": " + reply(address));
         EXPECT_THAT(ask(asked), UnorderedElementsAreArray(replies));
     }
 }
 
-TEST_F(BroadcastTest, HasItsOwnSocketsUnlessOnLoopback) {
+TEST_F(BroadcastTest, HasItsOwnSocketsUnlessOnLoopbackOrEveryAddress) {
     EXPECT_THAT(serve("10.77.1.11").broadcasts(), ElementsAre("10.77.1.255", "255.255.255.255"));
-    EXPECT_THAT(serve("127.0.0.1").broadcasts(), IsEmpty());
+    for (const char* address : {"127.0.0.1", "0.0.0.0"}) {
+        servers.clear();
+        EXPECT_THAT(serve(address).broadcasts(), IsEmpty());
+    }
 }
 
-TEST_F(BroadcastTest, SilentAndRefusingCamerasDoNotAnswer) {
+TEST_F(BroadcastTest, IsAnsweredOnEveryAddressWithTheOneAskedUnlessTheCameraWasToldAnother) {
+    CameraSettings settings = smallCamera();
+    serve("0.0.0.0", settings);
+    for (const auto& [asked, announced] :
+         {std::pair("10.77.1.12", "10.77.1.12"), std::pair("10.77.2.11", "10.77.2.11"),
+          std::pair("127.0.0.1", "127.0.0.1"), std::pair("10.77.1.255", "10.77.1.11")})
+        EXPECT_THAT(ask(asked), ElementsAre(EndsWith(reply(announced))));
+    servers.clear();
+    settings.announcedAddress = "10.77.1.11";
+    serve("0.0.0.0", settings);
+    EXPECT_THAT(ask("10.77.2.255"), ElementsAre(EndsWith(reply("10.77.1.11"))));
+}
+
+TEST_F(BroadcastTest, IsNotAnsweredBySilentAndRefusingCameras) {
     CameraSettings settings = smallCamera();
     settings.discovery = Service::silent;
     serve("10.77.1.11", settings);
@@ -140,27 +149,6 @@ TEST_F(BroadcastTest, SaysThatTheNetMaskIsNotThatOfTheAddress) {
     EXPECT_THAT(events.lines(),
                 ElementsAre("hears no queries to everybody: Cannot serve UDP port 32768 of 10.77.255.255: "
                             "Cannot assign requested address"));
-}
-
-TEST_F(BroadcastTest, CameraOnEveryAddressAnnouncesTheOneThatWasAsked) {
-    EXPECT_THAT(serve("0.0.0.0").broadcasts(), IsEmpty()); // needs no further sockets
-    const auto announced = [](const char* asked) {
-        const auto replies = ask(asked);
-        return replies.size() == 1 ? replies[0].second : "not one reply";
-    };
-    EXPECT_EQ(announced("10.77.1.12"), replyFrom("10.77.1.12").second);
-    EXPECT_EQ(announced("10.77.2.11"), replyFrom("10.77.2.11").second);
-    EXPECT_EQ(announced("127.0.0.1"), replyFrom("127.0.0.1").second);
-    EXPECT_EQ(announced("10.77.1.255"), replyFrom("10.77.1.11").second);
-}
-
-TEST_F(BroadcastTest, CameraOnEveryAddressAnnouncesWhatItWasTold) {
-    CameraSettings settings = smallCamera();
-    settings.announcedAddress = "10.77.1.11";
-    serve("0.0.0.0", settings);
-    const auto replies = ask("10.77.2.255");
-    ASSERT_EQ(replies.size(), 1U);
-    EXPECT_EQ(replies[0].second, replyFrom("10.77.1.11").second);
 }
 
 } // namespace Simulator

@@ -43,10 +43,7 @@ namespace {
 using std::chrono::milliseconds;
 
 ServerOptions anyPorts(const EventLog& log = {}) {
-    ServerOptions options;
-    options.binaryTcpPort = options.textTcpPort = options.discoveryUdpPort = 0;
-    options.log = log;
-    return options;
+    return {.binaryTcpPort = 0, .textTcpPort = 0, .discoveryUdpPort = 0, .log = log};
 }
 
 const CameraSettings largeBlackPictures = [] {
@@ -61,11 +58,7 @@ protected:
         server.emplace(settings, anyPorts(events.log()));
         server->start();
     }
-    void serveWith(std::string_view fault) {
-        CameraSettings settings = smallCamera();
-        settings.faults = {parseFault(fault)};
-        serve(settings);
-    }
+    void serveWith(std::string_view fault) { serve(smallCameraWith({fault})); }
 
     // Clients of its three languages.
     LoopbackClient binary() const { return LoopbackClient(server->binaryTcpPort()); }
@@ -86,7 +79,6 @@ protected:
     std::optional<CameraServer> server;
 };
 
-const std::string serialReply = "[SerialNumber --Camera 1234]";
 const std::string discoveryReply = "[Korva --Room Lab --IP 127.0.0.1 --NetMask 255.255.255.0]";
 
 std::string refusalOf(const ServerOptions& options) {
@@ -127,9 +119,9 @@ TEST_F(CameraServerTest, GarbageIsAnsweredAndTheConnectionClosedWithoutAReset) {
     EXPECT_EQ(client.end(), End::closed);
 }
 
-TEST_F(CameraServerTest, DeliversAnAnswerAsItsFaultSays) {
+TEST_F(CameraServerTest, DeliversAnAnswerAsItsFaultSaysWhileOthersAreServed) {
     struct Row {
-        const char* fault;
+        std::string fault;
         Bytes arrives;
         End end;
         milliseconds least;
@@ -140,6 +132,7 @@ TEST_F(CameraServerTest, DeliversAnAnswerAsItsFaultSays) {
              Row{"probe:truncate-close=5*1", bytesOf({1, 0, 0, 0, 0x0D}), End::closed, {}},
              Row{"probe:scatter=3*1", doneAnswer, End::gotAll, {}},
              Row{"probe:drip=4/3*1", doneAnswer, End::gotAll, milliseconds(3 * 3)}, // four pieces
+             Row{"probe:delay=60*1", doneAnswer, End::gotAll, milliseconds(60)},
              Row{"probe:endless*1", Bytes(8 << 20, 'U'), End::gotAll, {}},
          }) {
         SCOPED_TRACE(fault);
@@ -147,22 +140,12 @@ TEST_F(CameraServerTest, DeliversAnAnswerAsItsFaultSays) {
         LoopbackClient client = binary();
         const auto before = Clock::now();
         client.send(probeRequest);
+        EXPECT_TRUE(events.saw("fault " + fault));
+        expectThatOthersAreServed();
         EXPECT_EQ(client.read(std::max(arrives.size(), doneAnswer.size())), arrives);
         EXPECT_EQ(client.end(), end);
         EXPECT_GE(Clock::now() - before, least);
-        expectThatOthersAreServed();
     }
-}
-
-TEST_F(CameraServerTest, DelaysAnAnswerWhileOthersAreServed) {
-    serveWith("probe:delay=60*1");
-    LoopbackClient slow = binary();
-    const auto before = Clock::now();
-    slow.send(probeRequest);
-    EXPECT_TRUE(events.saw("fault probe:delay=60"));
-    expectThatOthersAreServed();
-    EXPECT_EQ(slow.read(13), doneAnswer);
-    EXPECT_GE(Clock::now() - before, milliseconds(60));
 }
 
 TEST_F(CameraServerTest, OutlivesAClientThatLeavesInTheMiddleOfAPicture) {
@@ -209,23 +192,18 @@ TEST_F(CameraServerTest, AnswersAnotherClientAmidstManyRequestsAndWhileAPictureI
     }
 }
 
-TEST_F(CameraServerTest, TriesAgainAfterAWhileWhereThereIsNoDescriptorForAClient) {
+TEST_F(CameraServerTest, TakesAClientForWhomThereIsNoDescriptorAfterAWhileOrAsSoonAsAnotherOneGoes) {
     acceptsToFail = 3;
     serve();
     const auto before = Clock::now();
-    expectThatOthersAreServed();
+    std::optional<LoopbackClient> leaving(server->binaryTcpPort());
+    EXPECT_EQ(leaving->ask(probeRequest), doneAnswer);
     EXPECT_GE(Clock::now() - before, milliseconds(3 * 100));
     EXPECT_EQ(acceptsToFail, 0);
     EXPECT_EQ(events.countBefore("a client waits: Too many open files", "connected"), 1);
-}
-
-TEST_F(CameraServerTest, TakesAWaitingClientAsSoonAsAnotherOneGoes) {
-    serve();
-    std::optional<LoopbackClient> leaving(server->binaryTcpPort());
-    EXPECT_EQ(leaving->ask(probeRequest), doneAnswer);
     acceptsToFail = 1'000'000;
     LoopbackClient waiting = binary();
-    EXPECT_TRUE(events.saw("a client waits"));
+    EXPECT_TRUE(events.saw("a client waits", 2));
     acceptsToFail = 0;
     leaving.reset();
     EXPECT_EQ(waiting.ask(probeRequest), doneAnswer);
@@ -252,22 +230,13 @@ TEST_F(CameraServerTest, AnswersTextQueriesSentTogetherAndInPieces) {
     slow.say("[SerialNumber ");
     LoopbackClient client = text();
     client.say("[SerialNumber --Camera][Version --SW]");
-    EXPECT_EQ(client.hear(49), serialReply + "[Version --SW 3.2.15]");
+    EXPECT_EQ(client.hear(49), "[SerialNumber --Camera 1234][Version --SW 3.2.15]");
     EXPECT_TRUE(events.saw("(text) [Version --SW] -> [Version --SW 3.2.15]"));
     slow.say("--Camera]");
-    EXPECT_EQ(slow.hear(28), serialReply);
+    EXPECT_EQ(slow.hear(28), "[SerialNumber --Camera 1234]");
 }
 
-TEST_F(CameraServerTest, AnswersDiscoveryWithTheAddressThatItServes) {
-    serve();
-    LoopbackClient client = discoverer();
-    client.say(discoveryQuery);
-    EXPECT_EQ(client.datagram(), discoveryReply);
-    EXPECT_TRUE(events.saw("(discovery) AreThereAnyKorvaAround? -> [Korva --Room Lab --IP 127.0.0.1 "));
-    EXPECT_THAT(server->broadcasts(), IsEmpty()); // loopback has none
-}
-
-TEST_F(CameraServerTest, AnswersEveryDiscoveryQueryAndNothingElse) {
+TEST_F(CameraServerTest, AnswersEveryDiscoveryQueryWithTheAddressThatItServesAndNothingElse) {
     serve();
     LoopbackClient client = discoverer();
     ::send(client.descriptor(), nullptr, 0, 0);
@@ -278,41 +247,39 @@ TEST_F(CameraServerTest, AnswersEveryDiscoveryQueryAndNothingElse) {
         client.say(datagram);
     EXPECT_EQ(client.datagram(), discoveryReply);
     EXPECT_EQ(client.datagram(), discoveryReply);
+    EXPECT_TRUE(events.saw("(discovery) AreThereAnyKorvaAround? -> [Korva --Room Lab --IP 127.0.0.1 "));
     EXPECT_TRUE(events.saw("hello -> not answered"));
     client.giveUpReadingAfter(100);
     EXPECT_EQ(client.datagram(), "nothing came");
 }
 
-TEST_F(CameraServerTest, SendsTheDatagramsOfAFaultyReply) {
-    using Datagrams = std::vector<std::string>;
-    for (const auto& [fault, datagrams] : {
-             std::pair("discovery:twice", Datagrams{discoveryReply, discoveryReply}),
-             std::pair("discovery:empty", Datagrams{""}),
-             std::pair("discovery:drip=30/5",
-                       Datagrams{"[Korva --Room Lab --IP 127.0.0", ".1 --NetMask 255.255.255.0]"}),
+TEST_F(CameraServerTest, SendsTheDatagramsOfAFaultyReplyWhileOthersAreAnswered) {
+    struct Row {
+        std::string fault;
+        std::vector<std::string> datagrams;
+        milliseconds least;
+    };
+    for (const auto& [fault, datagrams, least] : {
+             Row{"discovery:twice*1", {discoveryReply, discoveryReply}, {}},
+             Row{"discovery:empty*1", {""}, {}},
+             Row{"discovery:drip=30/5*1",
+                 {"[Korva --Room Lab --IP 127.0.0", ".1 --NetMask 255.255.255.0]"},
+                 milliseconds(5)},
+             Row{"discovery:delay=60*1", {discoveryReply}, milliseconds(60)},
          }) {
+        SCOPED_TRACE(fault);
         serveWith(fault);
         LoopbackClient client = discoverer();
+        LoopbackClient other = discoverer();
         const auto before = Clock::now();
         client.say(discoveryQuery);
+        EXPECT_TRUE(events.saw("fault " + fault));
+        other.say(discoveryQuery);
+        EXPECT_EQ(other.datagram(), discoveryReply);
         for (const std::string& datagram : datagrams)
-            EXPECT_EQ(client.datagram(), datagram) << fault;
-        EXPECT_GE(Clock::now() - before,
-                  milliseconds(fault == std::string_view("discovery:drip=30/5") ? 5 : 0));
+            EXPECT_EQ(client.datagram(), datagram);
+        EXPECT_GE(Clock::now() - before, least);
     }
-}
-
-TEST_F(CameraServerTest, DelaysADiscoveryReplyWhileOthersAreAnswered) {
-    serveWith("discovery:delay=60*1");
-    LoopbackClient slow = discoverer();
-    LoopbackClient other = discoverer();
-    const auto before = Clock::now();
-    slow.say(discoveryQuery);
-    EXPECT_TRUE(events.saw("fault discovery:delay=60*1"));
-    other.say(discoveryQuery);
-    EXPECT_EQ(other.datagram(), discoveryReply);
-    EXPECT_EQ(slow.datagram(), discoveryReply);
-    EXPECT_GE(Clock::now() - before, milliseconds(60));
 }
 
 TEST_F(CameraServerTest, BoundsTheRepliesThatWait) {
@@ -366,11 +333,11 @@ TEST_F(CameraServerTest, TellsWhatHappensLineByLine) {
     serveWith("probe:checksum*1");
     binary().ask(probeRequest);
     EXPECT_TRUE(events.saw("disconnected"));
-    const std::vector<std::string> lines = events.lines();
-    EXPECT_THAT(lines, ::testing::Each(StartsWith("127.0.0.1:")));
-    EXPECT_THAT(
-        lines, ElementsAre(EndsWith(" (binary) connected"), EndsWith(" (binary) probe: format 0 -> Done"),
-                           EndsWith(" (binary) fault probe:checksum*1"), EndsWith(" (binary) disconnected")));
+    EXPECT_THAT(events.lines(), ::testing::Each(StartsWith("127.0.0.1:")));
+    EXPECT_THAT(events.lines(),
+                ElementsAre(EndsWith(" (binary) connected"), EndsWith(" (binary) probe: format 0 -> Done"),
+                            EndsWith(" (binary) fault probe:checksum*1"),
+                            EndsWith(" (binary) disconnected")));
 }
 
 TEST_F(CameraServerTest, StoppingClosesTheConnectionsAndFreesThePort) {
@@ -422,33 +389,26 @@ TEST(CameraServer, ServesTheProtocolsPortsUnlessTold) {
     EXPECT_EQ(options.discoveryUdpPort, 32768);
 }
 
-TEST(CameraServer, NamesAPortThatIsTaken) {
+TEST(CameraServer, NamesAnAddressAndAPortThatItCannotServe) {
     const CameraServer server(smallCamera(), anyPorts());
-    const auto refusalWith = [](std::uint16_t ServerOptions::*port, std::uint16_t taken) {
-        ServerOptions options = anyPorts();
-        options.*port = taken;
-        return refusalOf(options);
-    };
-    const auto expected = [](const char* protocol, std::uint16_t port) {
-        return std::string("Cannot serve ") + protocol + " port " + std::to_string(port) +
-               " of 127.0.0.1: Address already in use";
-    };
-    EXPECT_EQ(refusalWith(&ServerOptions::binaryTcpPort, server.binaryTcpPort()),
-              expected("TCP", server.binaryTcpPort()));
-    EXPECT_EQ(refusalWith(&ServerOptions::textTcpPort, server.textTcpPort()),
-              expected("TCP", server.textTcpPort()));
-    EXPECT_EQ(refusalWith(&ServerOptions::discoveryUdpPort, server.discoveryUdpPort()),
-              expected("UDP", server.discoveryUdpPort()));
-}
-
-TEST(CameraServer, NamesAnAddressThatItCannotServe) {
-    for (const auto& [address, reason] :
-         {std::pair("192.0.2.1", "Cannot assign requested address"),
-          std::pair("camera.example", "this is not an IPv4 address such as 127.0.0.1")}) {
-        ServerOptions options = anyPorts();
-        options.address = address;
-        EXPECT_EQ(refusalOf(options), std::string("Cannot serve TCP port 0 of ") + address + ": " + reason);
-    }
+    const std::uint16_t binary = server.binaryTcpPort();
+    const std::uint16_t text = server.textTcpPort();
+    const std::uint16_t discovery = server.discoveryUdpPort();
+    const std::string taken = " of 127.0.0.1: Address already in use";
+    for (const auto& [options, reason] : {
+             std::pair(ServerOptions{"127.0.0.1", binary, 0, 0, {}},
+                       "TCP port " + std::to_string(binary) + taken),
+             std::pair(ServerOptions{"127.0.0.1", 0, text, 0, {}},
+                       "TCP port " + std::to_string(text) + taken),
+             std::pair(ServerOptions{"127.0.0.1", 0, 0, discovery, {}},
+                       "UDP port " + std::to_string(discovery) + taken),
+             std::pair(ServerOptions{"192.0.2.1", 0, 0, 0, {}},
+                       std::string("TCP port 0 of 192.0.2.1: Cannot assign requested address")),
+             std::pair(
+                 ServerOptions{"camera.example", 0, 0, 0, {}},
+                 std::string("TCP port 0 of camera.example: this is not an IPv4 address such as 127.0.0.1")),
+         })
+        EXPECT_EQ(refusalOf(options), "Cannot serve " + reason);
 }
 
 } // namespace Simulator

@@ -8,7 +8,7 @@
 #include <sys/socket.h>
 
 #include <array>
-#include <functional>
+#include <tuple>
 
 namespace Simulator {
 
@@ -16,38 +16,39 @@ using namespace Testing;
 
 namespace {
 
-/// Answers as it is told, and counts how often it is asked.
+using Answer = std::optional<Reaction>;
+
+/// Gives the same answer, or works on it, as often as it is asked, and counts that.
 class CountingSession : public Session {
 public:
-    CountingSession(int& asked, std::function<std::optional<Reaction>()> answer)
-        : asked_(asked), answer_(std::move(answer)) {}
+    CountingSession(int& asked, Answer answer) : asked_(asked), answer_(std::move(answer)) {}
 
     void append(ByteView) override {}
-    std::optional<Reaction> next() override {
+    Answer next() override {
         ++asked_;
-        return answer_();
+        return answer_;
     }
-    bool isWorking() const override { return !answer_(); }
+    bool isWorking() const override { return !answer_; }
     std::size_t waitingBytes() const override { return 0; }
 
 private:
     int& asked_;
-    std::function<std::optional<Reaction>()> answer_;
+    Answer answer_;
 };
 
-/// A connection whose other end reads nothing, and which has an answer ready whenever it is asked.
-class Turns : public ::testing::Test {
-protected:
-    Connection& connect(const std::function<std::optional<Reaction>()>& answer) {
+/// A connection whose other end reads nothing.
+struct Turns : ::testing::Test {
+    Connection& connect(const Answer& answer) {
         std::array<int, 2> ends{};
         EXPECT_EQ(socketpair(AF_UNIX, SOCK_STREAM | SOCK_NONBLOCK, 0, ends.data()), 0);
         other = Socket(ends[1]);
+        asked = 0;
         return connection.emplace(Socket(ends[0]), "client", std::make_unique<CountingSession>(asked, answer),
                                   log);
     }
-
-    Connection& connectSending(const SendBytes& sending) {
-        return connect([sending] { return Reaction{{sending}, {}}; });
+    Connection& connectSending(std::size_t count, std::size_t pieceBytes) {
+        return connect(
+            Reaction{{SendBytes{std::make_shared<const Bytes>(count), count, pieceBytes, {}}}, {}});
     }
 
     std::size_t arrivedBytes() const {
@@ -63,34 +64,23 @@ protected:
     std::optional<Connection> connection;
 };
 
-SendBytes bytesToSend(std::size_t count, std::size_t pieceBytes) {
-    return {std::make_shared<const Bytes>(count), count, pieceBytes, {}, false};
-}
-
 } // namespace
 
-TEST_F(Turns, AnswerSoManyRequestsAndGoOnInTheNextWithoutAnEvent) {
-    Connection& client = connect([] { return Reaction(); });
-    for (int turn = 1; turn <= 3; ++turn) {
-        client.advance(0, now);
-        EXPECT_EQ(asked, turn * Connection::mostStepsPerTurn);
-        ASSERT_TRUE(client.wakeTime());
-        EXPECT_LT(*client.wakeTime(), now);
-    }
-}
-
-TEST_F(Turns, EndWithEachPieceOfAPictureInTheMaking) {
-    Connection& client = connect([] { return std::nullopt; });
-    for (int turn = 1; turn <= 3; ++turn) {
-        client.advance(0, now);
-        EXPECT_EQ(asked, turn);
-        ASSERT_TRUE(client.wakeTime());
-        EXPECT_LT(*client.wakeTime(), now);
+TEST_F(Turns, AnswerSoManyRequestsOrMakeAPieceOfAPictureAndGoOnInTheNextWithoutAnEvent) {
+    for (const auto& [answer, askedEachTurn] :
+         {std::tuple(Answer(Reaction()), Connection::mostStepsPerTurn), std::tuple(Answer(), 1)}) {
+        Connection& client = connect(answer);
+        for (int turn = 1; turn <= 3; ++turn) {
+            client.advance(0, now);
+            EXPECT_EQ(asked, turn * askedEachTurn);
+            ASSERT_TRUE(client.wakeTime());
+            EXPECT_LT(*client.wakeTime(), now);
+        }
     }
 }
 
 TEST_F(Turns, SendSoManyPieces) {
-    Connection& client = connectSending(bytesToSend(1000, 1));
+    Connection& client = connectSending(1000, 1);
     client.advance(0, now);
     // One step goes to the request, one in each turn to its answer as a whole.
     EXPECT_EQ(arrivedBytes(), Connection::mostStepsPerTurn - 2U);
@@ -100,8 +90,7 @@ TEST_F(Turns, SendSoManyPieces) {
 }
 
 TEST_F(Turns, SendSoManyBytesOfHoweverManyAnswers) {
-    constexpr std::size_t each = Connection::mostBytesPerTurn / 4 + 1;
-    Connection& client = connectSending(bytesToSend(each, 0));
+    Connection& client = connectSending(Connection::mostBytesPerTurn / 4 + 1, 0);
     int room = 8 << 20;
     setsockopt(client.descriptor(), SOL_SOCKET, SO_SNDBUFFORCE, &room, sizeof room);
     client.advance(0, now);
@@ -111,7 +100,7 @@ TEST_F(Turns, SendSoManyBytesOfHoweverManyAnswers) {
 }
 
 TEST_F(Turns, AskForNothingBeforeTheirAnswerIsSent) {
-    Connection& client = connectSending(bytesToSend(std::size_t{16} << 20, 0));
+    Connection& client = connectSending(std::size_t{16} << 20, 0);
     for (int turn = 0; turn < 3; ++turn)
         client.advance(POLLOUT, now);
     EXPECT_EQ(asked, 1);

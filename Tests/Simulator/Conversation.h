@@ -158,7 +158,7 @@ inline std::string told(const std::vector<Action>& actions, std::string (*writte
             if (sending->pieceBytes != 0)
                 text += std::to_string(sending->pieceBytes) + " bytes each " +
                         std::to_string(sending->pause.count()) + " ms of ";
-            text += written(sentBytes({action}));
+            text += sending->length == 0 ? "nothing" : written(sentBytes({action}));
         }
     }
     return text;

@@ -39,13 +39,6 @@ int piecesUntilDone(Darkroom& darkroom, const SharedOrder& order) {
 
 } // namespace
 
-TEST(Darkroom, RendersNothingBeforeItWorks) {
-    Darkroom darkroom(size, 1);
-    const SharedOrder order = darkroom.order(SceneKind::noise, colour);
-    EXPECT_FALSE(order->isDone());
-    EXPECT_EQ(piecesUntilDone(darkroom, order), piecesOfAPicture);
-}
-
 TEST(Darkroom, RendersTheSamePictureInPiecesAsAtOnce) {
     Darkroom darkroom(size, 7);
     EXPECT_EQ(*darkroom.finish(darkroom.order(SceneKind::grid, colour)),
@@ -67,21 +60,16 @@ TEST(Darkroom, TouchesTheMemoryOfALargeFilePieceByPiece) {
     EXPECT_LT(residentBytes() - before, 4 << 20); // of 400 MB
 }
 
-TEST(Darkroom, RendersInTheOrderOfAsking) {
+TEST(Darkroom, RendersInTheOrderOfAskingAndOnceForAllWhoWantTheSame) {
     Darkroom darkroom(size, 1);
     const SharedOrder first = darkroom.order(SceneKind::ramp, colour);
     const SharedOrder second = darkroom.order(SceneKind::ramp, grey);
-    EXPECT_EQ(piecesUntilDone(darkroom, first), piecesOfAPicture);
-    EXPECT_FALSE(second->isDone());
-    EXPECT_EQ(piecesUntilDone(darkroom, second), piecesOfAPicture);
-}
-
-TEST(Darkroom, RendersOnceForAllWhoWantTheSame) {
-    Darkroom darkroom(size, 1);
-    const SharedOrder first = darkroom.order(SceneKind::ramp, colour);
+    EXPECT_NE(darkroom.order(SceneKind::black, colour), first);
     darkroom.work();
     EXPECT_EQ(darkroom.order(SceneKind::ramp, colour), first);
-    EXPECT_NE(darkroom.order(SceneKind::black, colour), first);
+    EXPECT_EQ(piecesUntilDone(darkroom, first), piecesOfAPicture - 1);
+    EXPECT_FALSE(second->isDone());
+    EXPECT_EQ(piecesUntilDone(darkroom, second), piecesOfAPicture);
 }
 
 TEST(Darkroom, DropsAPictureThatNobodyWantsAnyMore) {

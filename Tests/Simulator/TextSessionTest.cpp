@@ -173,6 +173,7 @@ TEST(TextFault, IsToTheByteAndTheStepWhatItSays) {
              Row{"serial:twice", serialQuery, serialReply + serialReply},
              Row{"discovery:twice", "", discoveryReply + ", " + discoveryReply}, // a datagram each
              Row{"text:empty", versionQuery, "[]"},
+             Row{"discovery:empty", "", "nothing"}, // in a datagram
              Row{"serial:other-marker", serialQuery, "[serialnumber --Camera 1234]"},
              Row{"discovery:other-marker", "",
                  "[korva --Room Lab --IP 192.168.10.27 --NetMask 255.255.255.0]"},
@@ -205,12 +206,6 @@ TEST(TextFault, FillsUpToTheLengthAsked) {
         EXPECT_TRUE(reply.ends_with("]")) << length;
         EXPECT_NE(reply.find(" --Camera 1234"), std::string::npos) << length;
     }
-}
-
-TEST(TextFault, AnswersAnEmptyDatagram) {
-    const std::vector<Action> actions = TextConversation({"discovery:empty"}).discover().actions;
-    ASSERT_THAT(actions, SizeIs(1));
-    EXPECT_EQ(std::get<SendBytes>(actions[0]).length, 0U);
 }
 
 TEST(TextFault, StaleReplyIsThatToTheQueryBefore) {
