@@ -34,11 +34,10 @@ public:
     }
 
     /// How many lines with `part` came before the first one with `end`.
-    int countBefore(const std::string& part, const std::string& end) {
+    long countBefore(const std::string& part, const std::string& end) {
         EXPECT_TRUE(saw(end));
         const auto all = lines();
-        return static_cast<int>(
-            std::count_if(all.begin(), std::ranges::find_if(all, having(end)), having(part)));
+        return std::count_if(all.begin(), std::ranges::find_if(all, having(end)), having(part));
     }
 
     std::vector<std::string> lines() {

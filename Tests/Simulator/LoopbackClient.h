@@ -18,14 +18,6 @@
 
 namespace Simulator::Testing {
 
-inline sockaddr_in loopback(std::uint16_t port) {
-    sockaddr_in address{};
-    address.sin_family = AF_INET;
-    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    address.sin_port = htons(port);
-    return address;
-}
-
 /// What ended the reading of a client.
 enum class End { gotAll, closed, reset, timedOut };
 
@@ -35,7 +27,10 @@ public:
         : socket_(::socket(AF_INET, type, 0)) {
         limit(SO_RCVTIMEO, 10'000);
         limit(SO_SNDTIMEO, 10'000);
-        const sockaddr_in server = loopback(port);
+        sockaddr_in server{};
+        server.sin_family = AF_INET;
+        server.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+        server.sin_port = htons(port);
         if (connect(descriptor(), reinterpret_cast<const sockaddr*>(&server), sizeof server) != 0)
             throw std::system_error(errno, std::generic_category(), "connect");
     }
@@ -75,11 +70,6 @@ public:
         }
         bytes.resize(got);
         return bytes;
-    }
-
-    std::string hear(std::size_t count) {
-        const Bytes bytes = read(count);
-        return {bytes.begin(), bytes.end()};
     }
 
     /// Sends a request and reads the whole message that answers it.
