@@ -70,6 +70,8 @@ TEST(BinarySession, AnswersAsItsStateIs) {
              std::tuple("it ends where no next message is found", "", "garbage probe", "error 2, close "),
              std::tuple("an error", "take:error=7*1", "configure take get", "done error 7 error 9"),
              std::tuple("another fault", "take:silent*1", "configure take get", "done  picture"),
+             std::tuple("so many faults and then the next", "take:silent*2", "configure take take take",
+                        "done   done"),
              std::tuple("a fault after a refusal", "take:close*1", "take configure take",
                         "error 8 done close"),
              std::tuple("the answer before, of any kind", "configure:stale", "configure take get configure",

@@ -91,14 +91,4 @@ TEST(Camera, ServesNothingButARegularFileOfAtMost256Mebibytes) {
     EXPECT_EQ(refusalOf(large), "The scene " + large + " is larger than 256 MiB");
 }
 
-TEST(Camera, CountsHowOftenAFaultHits) {
-    Camera camera(smallCameraWith({"take:close*2", "any:silent*1", "get:reset"}));
-    for (const FaultKind kind : {FaultKind::close, FaultKind::close, FaultKind::silent})
-        EXPECT_EQ(camera.nextFault(Place::take)->kind, kind);
-    EXPECT_EQ(camera.nextFault(Place::take), std::nullopt);
-    for (int round = 0; round < 10; ++round)
-        EXPECT_EQ(camera.nextFault(Place::get)->kind, FaultKind::reset);
-    EXPECT_EQ(camera.nextFault(Place::configure), std::nullopt);
-}
-
 } // namespace Simulator
