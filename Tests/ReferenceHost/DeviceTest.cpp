@@ -41,23 +41,20 @@ struct ADevice : testing::Test {
         return device->getInterfaces().back();
     }
 
-    std::wstring words;
-    std::unique_ptr<FakeCamera> device = std::make_unique<FakeCamera>(filledInfo());
-};
-
-/// An interface whose observers note their letters.
-struct Interface : testing::Test {
-    BaseInterface::Observer note(char letter) {
+    /// An observer of the weather that notes its letter.
+    BaseInterface::Observer note(wchar_t letter) {
         return [this, letter](const std::wstring& type) {
             EXPECT_EQ(type, L"Weather");
-            notes += letter;
+            words += letter;
         };
     }
 
-    FakeCamera camera;
-    BaseInterface weather{camera, L"Weather"};
-    std::string notes;
+    std::wstring words;
+    std::unique_ptr<FakeCamera> device = std::make_unique<FakeCamera>(filledInfo());
+    BaseInterface weather{*device, L"Weather"};
 };
+
+using AnInterface = ADevice;
 
 } // namespace
 
@@ -169,15 +166,21 @@ TEST_F(ADevice, DestroysItsInterfacesFromTheLastToTheFirst) {
     EXPECT_EQ(words, L"cbaed") << "and with itself";
 }
 
-TEST_F(ADevice, ObservesUntilItsInterfacesAreRemovedAndAsItIsAskedTo) {
-    add(L"a")->registerObserver2([](const std::wstring&) {});
+TEST_F(ADevice, ObservesFromItsFirstObserverToItsLastOrToItsInterfacesEndAndAsItIsAskedTo) {
+    EXPECT_THROW(weather.registerObserver2({}), std::invalid_argument);
+    EXPECT_FALSE(device->observing());
+    const int a = weather.registerObserver2(note(L'a'));
+    const int b = add(L"b")->registerObserver2(note(L'b'));
+    weather.deregisterObserver(a);
     EXPECT_TRUE(device->observing());
+    device->getInterface(L"b")->deregisterObserver(b);
+    EXPECT_FALSE(device->observing());
+    weather.registerObserver2(note(L'c'));
     device->removeAllInterfaces();
     EXPECT_FALSE(device->observing());
-    BaseInterface* const next = add(L"b");
-    const int number = next->registerObserver2([](const std::wstring&) {});
+    const int d = weather.registerObserver2(note(L'd'));
     EXPECT_TRUE(device->observing()) << "the observers are counted anew";
-    next->deregisterObserver(number);
+    weather.deregisterObserver(d);
     EXPECT_FALSE(device->observing());
     device->startObserving();
     EXPECT_TRUE(device->observing());
@@ -237,54 +240,43 @@ TEST_F(ADevice, HasNoGain) {
     EXPECT_THROW(device->setGain(2.0), DeviceException);
 }
 
-TEST_F(Interface, TellsItsObserversInTheOrderOfRegistrationUntilOneThrows) {
-    for (const char letter : {'a', 'b', 'c'})
+TEST_F(AnInterface, TellsItsObserversInTheOrderOfRegistrationUntilOneThrows) {
+    for (const wchar_t letter : {L'a', L'b', L'c'})
         weather.registerObserver2(note(letter));
     weather.updateObservers();
-    EXPECT_EQ(notes, "abc");
+    EXPECT_EQ(words, L"abc");
     weather.registerObserver2([](const std::wstring&) { throw std::runtime_error("broken"); });
-    weather.registerObserver2(note('d'));
+    weather.registerObserver2(note(L'd'));
     EXPECT_THROW(weather.updateObservers(), std::runtime_error);
-    EXPECT_EQ(notes, "abcabc");
+    EXPECT_EQ(words, L"abcabc");
 }
 
-TEST_F(Interface, ForgetsAnObserverByItsNumberWhichIsNeverGivenTwice) {
-    const int a = weather.registerObserver2(note('a'));
+TEST_F(AnInterface, ForgetsAnObserverByItsNumberWhichIsNeverGivenTwice) {
+    const int a = weather.registerObserver2(note(L'a'));
     weather.deregisterObserver(a);
-    EXPECT_NE(weather.registerObserver2(note('b')), a);
+    EXPECT_NE(weather.registerObserver2(note(L'b')), a);
     for (const int unknown : {a, 4711}) {
         weather.deregisterObserver(unknown);
-        EXPECT_TRUE(camera.observing());
+        EXPECT_TRUE(device->observing());
     }
     weather.updateObservers();
-    EXPECT_EQ(notes, "b");
+    EXPECT_EQ(words, L"b");
 }
 
-TEST_F(Interface, MayLoseAndGainObserversWhileItTellsThem) {
+TEST_F(AnInterface, MayLoseAndGainObserversWhileItTellsThem) {
     int a = 0;
     int c = 0;
-    a = weather.registerObserver2([&, held = std::make_shared<char>('a')](const std::wstring&) {
+    a = weather.registerObserver2([&, held = std::make_shared<wchar_t>(L'a')](const std::wstring&) {
         weather.deregisterObserver(a);
-        weather.registerObserver2(note('d'));
-        notes += *held;
+        weather.registerObserver2(note(L'd'));
+        words += *held;
     });
     weather.registerObserver2([&](const std::wstring&) { weather.deregisterObserver(c); });
-    c = weather.registerObserver2(note('c'));
+    c = weather.registerObserver2(note(L'c'));
     weather.updateObservers();
-    EXPECT_EQ(notes, "a") << "the lost one is not told, the new one not yet";
+    EXPECT_EQ(words, L"a") << "the lost one is not told, the new one not yet";
     weather.updateObservers();
-    EXPECT_EQ(notes, "ad");
-}
-
-TEST_F(Interface, TellsItsDeviceOfTheFirstAndTheLastObserver) {
-    EXPECT_THROW(weather.registerObserver2({}), std::invalid_argument);
-    EXPECT_FALSE(weather.getDevice().observing());
-    const int a = weather.registerObserver2(note('a'));
-    const int b = weather.registerObserver2(note('b'));
-    weather.deregisterObserver(a);
-    EXPECT_TRUE(camera.observing());
-    weather.deregisterObserver(b);
-    EXPECT_FALSE(camera.observing());
+    EXPECT_EQ(words, L"ad");
 }
 
 TEST(NetworkHealth, HasATextForEveryCode) {

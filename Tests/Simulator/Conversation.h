@@ -96,25 +96,22 @@ inline CameraSettings smallCameraWith(std::initializer_list<std::string_view> fa
     return settings;
 }
 
-/// The session's next reaction, however often it must be asked for it.
-inline std::optional<Reaction> nextReaction(Session& session) {
-    std::optional<Reaction> reaction = session.next();
-    while (!reaction && session.isWorking())
-        reaction = session.next();
-    return reaction;
-}
-
-/// All reactions to what the session has received so far.
+/// All reactions to what the session has received so far, however often it must be asked for them.
 inline std::vector<Reaction> reactionsOf(Session& session) {
     std::vector<Reaction> reactions;
-    while (std::optional<Reaction> reaction = nextReaction(session))
-        reactions.push_back(std::move(*reaction));
-    return reactions;
+    while (true) {
+        if (std::optional<Reaction> reaction = session.next())
+            reactions.push_back(std::move(*reaction));
+        else if (!session.isWorking())
+            return reactions;
+    }
 }
 
+/// The first one to this.
 inline Reaction reactionTo(Session& session, const Bytes& request) {
     session.append(request);
-    return nextReaction(session).value_or(Reaction());
+    const std::vector<Reaction> reactions = reactionsOf(session);
+    return reactions.empty() ? Reaction() : reactions.front();
 }
 
 /// What the actions send, pieces joined.
