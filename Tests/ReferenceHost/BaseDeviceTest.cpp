@@ -1,5 +1,9 @@
+// Commands, who executes them, and the exceptions of both layers.
+
 #include "Device/BaseDevice.h"
 
+#include "Communicator/Connector.h"
+#include "Communicator/DeviceException.h"
 #include "Device/CaptureCmds.h"
 #include "Device/Exceptions.h"
 #include "FakeCamera.h"
@@ -13,6 +17,8 @@ using namespace Tolvane::DeviceFramework2::Device;
 using Tests::Knock;
 using Tests::throwBroken;
 using TestSupport::thrownBy;
+
+namespace Newer = Exceptions;
 
 namespace {
 
@@ -29,6 +35,17 @@ struct ABaseDevice : testing::Test {
     const std::shared_ptr<Knock> knock = std::make_shared<Knock>();
     std::string told;
 };
+
+/// Has the host's library throw, which refuses a port of 0.
+void throwInTheHostsLibrary() {
+    PosixEthernetCommunicator communicator(L"127.0.0.1", 0, -1);
+    const Connector hold(communicator);
+}
+
+template <class Kind>
+bool isOfKind(const std::exception& exception) {
+    return dynamic_cast<const Kind*>(&exception) != nullptr;
+}
 
 } // namespace
 
@@ -109,4 +126,39 @@ TEST_F(ABaseDevice, RunsACopyOfAHandlerThatReplacesItself) {
     camera.execInternal(knock, {});
     EXPECT_EQ(told, "7") << "the later handler, and while it runs";
     EXPECT_TRUE(watched.expired());
+}
+
+TEST(DeviceException, CarriesItsMessageInTwoEncodingsAndWhereItWasThrownIfItKnowsThatAlsoAsACopy) {
+    DeviceException exception(L"Kamera \u00E4\U0001F600", L"Camera.cpp");
+    EXPECT_EQ(exception.getMessage(), L"Kamera \u00E4\U0001F600");
+    EXPECT_STREQ(exception.what(), "Kamera \xC3\xA4\xF0\x9F\x98\x80");
+    EXPECT_EQ(exception.getLine(), TolvaneException::noLine);
+    EXPECT_EQ(exception.getFile(), L"Camera.cpp");
+    EXPECT_EQ(exception.getDescription(), exception.getMessage());
+    exception = DeviceException(L"other", L"Camera.cpp", 42);
+    EXPECT_EQ(exception.getLine(), 42);
+    EXPECT_EQ(exception.getDescription(), L"other @ Camera.cpp:42");
+    EXPECT_EQ(exception.getMessage(), L"other");
+    EXPECT_STREQ(exception.what(), "other");
+}
+
+TEST(DeviceException, IsCaughtAcrossLibrariesByItsTypeAndEveryOneAboveIt) {
+    EXPECT_THROW(throwInTheHostsLibrary(), DeviceException);
+    EXPECT_THROW(throwInTheHostsLibrary(), TolvaneException);
+    EXPECT_THROW(throwInTheHostsLibrary(), TolvaneExceptionBase);
+    EXPECT_THROW(throwInTheHostsLibrary(), std::exception);
+    EXPECT_FALSE(isOfKind<DeviceException>(TolvaneException(L"broken")));
+    EXPECT_FALSE(isOfKind<TolvaneException>(TolvaneExceptionBase(L"broken")));
+    EXPECT_FALSE(isOfKind<DeviceException>(Newer::DeviceException())) << "another class";
+}
+
+TEST(NewerExceptions, ReportTheirTextAndCommand) {
+    EXPECT_STREQ(Newer::DeviceException().what(), "The device failed");
+    const auto command = std::make_shared<Tests::Knock>();
+    const Newer::IncorrectCommandTypeException incorrect(command);
+    EXPECT_EQ(incorrect.getCommand(), command);
+    EXPECT_EQ(incorrect.what(),
+              "The command " + command->getTypeName() + " is not of the kind that its handler expects");
+    EXPECT_STREQ(Newer::UnsupportedCommandException(nullptr).what(),
+                 "The device has no handler for the command null");
 }

@@ -1,8 +1,10 @@
-// What a device and a camera do by themselves, before a family adds its own.
+// What a device, a camera, their interfaces and their types do by themselves, before a family adds its own.
 
 #include "FakeCamera.h"
 
 #include "Communicator/DeviceException.h"
+#include "Device/CaptureCmds.h"
+#include "DeviceControl/DeviceTypeManager.h"
 #include "VantrelCommon/NetworkHealth.h"
 
 #include <gtest/gtest.h>
@@ -11,8 +13,10 @@
 #include <stdexcept>
 #include <tuple>
 
+using namespace Tolvane::DeviceFramework2::Device;
 using Tests::FakeCamera;
 using Tests::FakeCommunicator;
+using Tests::FakeType;
 using Tests::filledInfo;
 
 namespace {
@@ -284,4 +288,59 @@ TEST(NetworkHealth, HasATextForEveryCode) {
                                      std::pair(2056, L"connection check failed"),
                                      std::pair(0, L"unknown status"), std::pair(-1, L"unknown status")})
         EXPECT_EQ(NetworkHealth(code).getText(), text);
+}
+
+TEST(DeviceType, KeepsItsThreeTextsApart) {
+    const FakeType type;
+    EXPECT_EQ(type.getCode(), L"FAK");
+    EXPECT_EQ(type.getVersion(), L"1.0");
+    EXPECT_EQ(type.getName(), L"Fake");
+}
+
+TEST(DeviceType, OwnsItsFactoriesAlsoIfItsConstructionFails) {
+    struct FailingType : FakeType {
+        FailingType(DeviceFramework1Locator* locator, DeviceBuilder* builder) : FakeType(locator, builder) {
+            EXPECT_EQ(&getLocator(), locator);
+            EXPECT_EQ(&getBuilder(), builder);
+            throw std::runtime_error("broken");
+        }
+    };
+    using Locator = Tests::Watched<Tests::FakeLocator>;
+    using Builder = Tests::Watched<Tests::FakeBuilder>;
+    const auto token = std::make_shared<int>();
+    EXPECT_THROW(FailingType(new Locator(token), new Builder(token)), std::runtime_error);
+    EXPECT_EQ(token.use_count(), 1);
+    { const FakeType type(new Locator(token), new Builder(token)); }
+    EXPECT_EQ(token.use_count(), 1);
+}
+
+TEST(DeviceType, SupportsTheHostsThreeCommands) {
+    struct Other : SetCmd<image_t&> {
+        using SetCmd::SetCmd;
+    };
+    image_t image;
+    const FakeType type;
+    EXPECT_TRUE(type.supports(Capture::FillMonoImage(image)));
+    EXPECT_TRUE(type.supports(Capture::FillNativeImage(image)));
+    EXPECT_TRUE(type.supports(SetNetworkHealthCallback({})));
+    EXPECT_FALSE(type.supports(Other(image)));
+    EXPECT_FALSE(type.supports(Cmd("FillMonoImage")));
+}
+
+TEST(TypeManager, KeepsTypesInTheOrderOfTheirAdditionAndForgetsTheLatestOfATypeOrAll) {
+    using Types = std::vector<const DeviceType*>;
+    DeviceTypeManager& manager = DeviceTypeManager::getInstance();
+    const FakeType first;
+    const FakeType second;
+    for (const FakeType* type : {&first, &second, &first})
+        manager.addDeviceType(*type);
+    EXPECT_EQ(manager.getDeviceTypes(), (Types{&first, &second, &first}));
+    manager.removeDeviceType(first);
+    EXPECT_EQ(manager.getDeviceTypes(), (Types{&first, &second}));
+    manager.removeDeviceType(first);
+    manager.removeDeviceType(first);
+    EXPECT_EQ(manager.getDeviceTypes(), (Types{&second})) << "what is not there is ignored";
+    manager.addDeviceType(first);
+    DeviceTypeManager::getInstance().clear();
+    EXPECT_EQ(manager.getDeviceTypes(), Types{});
 }
