@@ -1,7 +1,6 @@
 #include "ReferenceHost/PluginLibrary.h"
 
 #include "Communicator/DeviceException.h"
-#include "Device/CaptureCmds.h"
 #include "Device/Exceptions.h"
 #include "DeviceControl/DeviceTypeManager.h"
 #include "FakeCamera.h"
@@ -102,27 +101,17 @@ TEST(PluginLibrary, WithoutEntryPointOrOfAnotherVersionIsNoneAndRegistersNothing
 TEST(PluginLibrary, GivesWhatTheHostCastsAndThrowsWhatTheHostCatches) {
     PluginLibrary plugin(TEST_PLUGIN);
     plugin.initialize();
-    const DeviceType& type = *plugin.getDeviceTypes().at(0);
+    const DeviceBuilder& builder = plugin.getDeviceTypes().at(0)->getBuilder();
     Tests::FakeCommunicator communicator;
-    const std::unique_ptr<::Device> device(type.getBuilder().build(&communicator));
+    const std::unique_ptr<::Device> device(builder.build(&communicator));
     INativeCamera* const inner = &dynamic_cast<NativeCamera&>(*device);
     EXPECT_EQ(dynamic_cast<::Device*>(inner), device.get());
     EXPECT_EQ(dynamic_cast<BaseDevice*>(inner), static_cast<BaseDevice*>(device.get()));
-    EXPECT_NE(dynamic_cast<ImagingInterface*>(device->getInterface(ImagingInterface::interfaceTypeName)),
-              nullptr);
-
-    image_t image;
-    const auto mono = std::make_shared<Capture::FillMonoImage>(image);
-    EXPECT_TRUE(device->supports(*mono));
-    EXPECT_TRUE(type.supports(*mono));
-    device->execAsync(mono, {}).get();
-    EXPECT_EQ(image.width, 3);
-
-    const auto native = std::make_shared<Capture::FillNativeImage>(image);
-    EXPECT_THROW(device->execInternal(native, {}), Exceptions::IncorrectCommandTypeException);
-    EXPECT_THROW(device->execAsync(native, {}).get(), Exceptions::DeviceException);
+    const auto knock = std::make_shared<Tests::Knock>();
+    EXPECT_THROW(device->execInternal(knock, {}), Exceptions::IncorrectCommandTypeException);
+    EXPECT_THROW(device->execAsync(knock, {}).get(), Exceptions::DeviceException);
     try {
-        type.getBuilder().build(static_cast<Communicator*>(nullptr));
+        builder.build(static_cast<Communicator*>(nullptr));
         FAIL() << "nothing was thrown";
     } catch (const ::DeviceException& exception) {
         EXPECT_EQ(exception.getDescription(), L"no communicator @ TestPlugin:5");

@@ -1,7 +1,6 @@
 // A device plug-in of the host's tests: what a host gets from behind a library's border.
 
 #include "Communicator/DeviceException.h"
-#include "Device/CaptureCmds.h"
 #include "Device/Exceptions.h"
 #include "DeviceControl/DeviceTypeManager.h"
 #include "FakeCamera.h"
@@ -18,12 +17,7 @@ struct PluginBuilder : Tests::FakeBuilder {
         if (communicator == nullptr)
             throw ::DeviceException(L"no communicator", L"TestPlugin", 5);
         auto camera = std::make_unique<Tests::FakeCamera>();
-        camera->addInterface(new Tests::FakeImaging(*camera));
-        camera->installCmdHandler<Capture::FillMonoImage>(
-            [](const std::shared_ptr<Cmd>& command, const CmdResultCallbacks&) {
-                dynamic_cast<SetCmd<image_t&>&>(*command).getValue().width = 3;
-            });
-        camera->installCmdHandler<Capture::FillNativeImage>(
+        camera->installCmdHandler<Tests::Knock>(
             [](const std::shared_ptr<Cmd>& command, const CmdResultCallbacks&) {
                 throw Exceptions::IncorrectCommandTypeException(command);
             });
