@@ -147,11 +147,23 @@ TEST(Fault, SaysWhatIsWrongWithAText) {
 }
 
 TEST(Fault, RefusesNumbersThatAreNone) {
-    for (const std::string& text :
-         wordsOf("get:error= get:error=x get:error=7x get:error=-1 get:error=4294967296 get:drip=0/5 "
-                 "get:drip=5/ get:checksum* get:checksum*0 get:checksum*2*2 get:delay=3600001 "
-                 "get:truncate-close=half text:length=0 text:length=65508 text:length="))
-        EXPECT_THAT(refusalOf(text), HasSubstr("is a whole number from")) << text;
+    for (const auto& [faults, what] : {
+             std::pair("get:error= get:error=x get:error=7x get:error=-1 get:error=4294967296",
+                       "the error code is a whole number from 0 to 4294967295"),
+             std::pair("get:flip= get:flip=4294967296",
+                       "the number of the bit is a whole number from 0 to 4294967295"),
+             std::pair("get:truncate-close=half",
+                       "the count of bytes is a whole number from 0 to 4294967295"),
+             std::pair("text:length=0 text:length=65508 text:length=",
+                       "the count of bytes is a whole number from 1 to 65507"),
+             std::pair("get:drip=0/5", "the count of bytes is a whole number from 1 to 4294967295"),
+             std::pair("get:drip=5/", "the pause in milliseconds is a whole number from 0 to 3600000"),
+             std::pair("get:delay=3600001", "the delay in milliseconds is a whole number from 0 to 3600000"),
+             std::pair("get:checksum* get:checksum*0 get:checksum*2*2",
+                       "the count behind * is a whole number from 1 to 4294967295"),
+         })
+        for (const std::string& text : wordsOf(faults))
+            EXPECT_EQ(refusalOf(text), "Fault \"" + text + "\": " + what);
 }
 
 TEST(Fault, HelpNamesEveryFaultWithItsValue) {
