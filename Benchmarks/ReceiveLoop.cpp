@@ -2,7 +2,7 @@
 #include "NativeCameraKorva/KorvaBinaryCommunication.h"
 #include "Rows.h"
 #include "Support/ScriptedCommunicator.h"
-#include "Support/WireMessages.h"
+#include "World/Answers.h"
 
 #include <benchmark/benchmark.h>
 
@@ -21,7 +21,7 @@ using namespace Benchmarks;
 constexpr std::size_t pieceBytes = std::size_t{64} << 10;
 
 const Bytes& message() {
-    static const Bytes bytes = TestSupport::wireMessage({{6, sgiFile()}});
+    static const Bytes bytes = World::image(sgiFile());
     return bytes;
 }
 

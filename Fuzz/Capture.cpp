@@ -29,7 +29,6 @@ using Fuzz::Answer;
 using Fuzz::Bytes;
 using Fuzz::require;
 using Fuzz::View;
-using TestSupport::wireMessage;
 
 constexpr std::size_t byteLimit = std::size_t{1} << 16;
 constexpr std::size_t requestsOfTwoAttempts = 6;
@@ -51,13 +50,11 @@ constexpr unsigned int rightChunks = 0x80; // with png, the file's chunk checksu
 constexpr std::uint8_t mendedMessage = 8;
 constexpr std::uint8_t bytesThenClosed = 10;
 
-constexpr std::uint8_t doneCode = 0;
-constexpr std::uint8_t errorCode = 1;
 constexpr std::uint8_t imageCode = 6;
 
 /// What a sound camera answers to request number `index`, 0 to 5, of which every third fetches the picture.
 Bytes soundAnswer(std::size_t index, View file) {
-    return index % 3 == 2 ? Fuzz::messageOf({{imageCode, file}}) : wireMessage({{doneCode, {}}});
+    return index % 3 == 2 ? Fuzz::messageOf({{imageCode, file}}) : World::done();
 }
 
 /// The answer to that request: the sound one, or what `choice` says.
@@ -65,13 +62,13 @@ Bytes answerTo(std::size_t index, std::uint8_t choice, View file) {
     Bytes image = Fuzz::messageOf({{imageCode, file}});
     switch (choice) {
     case 1:
-        return index % 3 == 2 ? wireMessage({{doneCode, {}}}) : image;
+        return index % 3 == 2 ? World::done() : image;
     case 2:
-        return wireMessage({{errorCode, {0, 0, 0, choice}}});
+        return World::refusal(choice);
     case 3:
         return Fuzz::messageOf({{imageCode, file}, {imageCode, file}});
     case 4:
-        return wireMessage({});
+        return World::message({});
     case 5:
         image.resize(image.size() / 2);
         return image;

@@ -56,7 +56,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
             probe(device, {bytes, 64, false, kind == Kind::bytesThenClosed}, nullptr);
         }
     }
-    static const Fuzz::Bytes sound = TestSupport::wireMessage({{0, {}}});
+    static const Fuzz::Bytes sound = World::done();
     const bool alive = true;
     probe(device, {sound}, &alive);
     return 0;

@@ -1,7 +1,7 @@
 #pragma once
 // Takes a fuzzer's bytes apart: settings at the front, the rest is what goes over the wire.
 
-#include "Support/WireMessages.h"
+#include "World/Answers.h"
 
 #include <algorithm>
 #include <cstddef>
@@ -11,7 +11,7 @@
 
 namespace Fuzz {
 
-using TestSupport::Bytes;
+using World::Bytes;
 using View = std::span<const std::uint8_t>;
 
 class Input {

@@ -12,13 +12,10 @@
 
 namespace Fuzz {
 
-struct ArgView {
-    std::uint8_t type = 0;
-    View value;
-};
+using ArgView = Simulator::Argument;
 
 inline bool isImage(const ArgView& arg) {
-    return arg.type == static_cast<std::uint8_t>(Korva::Binary::ArgCode::GetImage);
+    return arg.code == static_cast<std::uint8_t>(Korva::Binary::ArgCode::GetImage);
 }
 
 /// True if the reader takes such a value.
@@ -31,7 +28,7 @@ inline std::vector<ArgView> argumentsFrom(Input& input, std::size_t most) {
     std::vector<ArgView> args;
     while (!input.isEmpty() && args.size() < most) {
         ArgView& arg = args.emplace_back();
-        arg.type = input.byte();
+        arg.code = input.byte();
         const std::size_t length = input.byte();
         arg.value = input.view(length);
     }
@@ -39,7 +36,7 @@ inline std::vector<ArgView> argumentsFrom(Input& input, std::size_t most) {
 }
 
 inline Bytes messageOf(const std::vector<ArgView>& args, std::uint8_t command = 1) {
-    return TestSupport::messageOf(args, command);
+    return Simulator::encodeMessage(command, args);
 }
 
 } // namespace Fuzz

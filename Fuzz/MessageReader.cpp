@@ -43,7 +43,7 @@ void readAsTheyAre(View wire, std::size_t pieceBytes) {
 
 bool isSame(const FullArg& arg, const ArgView& sent) {
     const View value = valueOf(arg);
-    return arg.header.type == sent.type &&
+    return arg.header.type == sent.code &&
            std::equal(value.begin(), value.end(), sent.value.begin(), sent.value.end());
 }
 

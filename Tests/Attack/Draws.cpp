@@ -1,7 +1,7 @@
 #include "Draws.h"
 
 #include "PngChunks.h"
-#include "Support/SamplePictures.h"
+#include "Support/PictureFiles.h"
 
 #include <algorithm>
 #include <array>

@@ -19,40 +19,27 @@
 #include <memory>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 namespace Faults {
 
-/// Every line at warn and above.
-class PluginLines {
-public:
-    Lines lines() const {
-        Lines lines;
-        for (const TestSupport::LogLine& line : log_.lines())
-            lines.push_back({line.level, behind(line.logger, "Plenar.KorvaCamera."),
-                             behind(line.file, "BackEnd/NativeCameraKorva/"), line.message, line.line});
-        return lines;
-    }
-
-private:
-    static std::string behind(std::string_view text, std::string_view prefix) {
-        return std::string(text.starts_with(prefix) ? text.substr(prefix.size()) : text);
-    }
-
-    TestSupport::LogCapture log_{"Plenar.KorvaCamera", log4cxx::Level::getWarn()};
-};
-
-/// What one operation leads to: its value or its exception, and its lines.
+/// What one operation leads to: its value or its exception, and its lines at warn and above.
 template <class Perform>
 Outcome outcomeBy(Perform perform) {
+    const auto behind = [](std::string_view prefix, std::string_view text) {
+        return std::string(text.starts_with(prefix) ? text.substr(prefix.size()) : text);
+    };
     Outcome outcome;
-    const PluginLines log;
+    const TestSupport::LogCapture log("Plenar.KorvaCamera", log4cxx::Level::getWarn());
     try {
         perform(outcome);
     } catch (const DeviceException& exception) {
         outcome.exception = Platform::utf8FromWide(exception.getMessage());
     }
-    outcome.lines = log.lines();
+    for (const TestSupport::LogLine& line : log.lines())
+        outcome.lines.push_back({line.level, behind("Plenar.KorvaCamera.", line.logger),
+                                 behind("BackEnd/NativeCameraKorva/", line.file), line.message, line.line});
     return outcome;
 }
 
@@ -78,20 +65,18 @@ public:
     }
 
     void takePicture(Outcome& outcome) {
-        reports_.clear();
         auto* const imaging =
             dynamic_cast<ImagingInterface*>(device_.getInterface(ImagingInterface::interfaceTypeName));
         const auto [width, height] = Asking().resolution;
         const auto* const pixels = static_cast<const std::uint8_t*>(imaging->getImage());
         outcome.isGood = pixels != nullptr;
         outcome.pixels = outcome.isGood ? Bytes(pixels, pixels + width * height) : Bytes{};
-        outcome.health = reports_;
+        outcome.health = std::exchange(reports_, {});
     }
 
     void check(Outcome& outcome) {
-        reports_.clear();
         outcome.isGood = device_.isAlive();
-        outcome.health = reports_;
+        outcome.health = std::exchange(reports_, {});
     }
 
 private:

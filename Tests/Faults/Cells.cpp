@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <cctype>
 #include <iterator>
+#include <map>
 #include <ostream>
 #include <sstream>
 
@@ -36,52 +37,51 @@ bool isASample(const Cell& cell) {
     return cell.operation != Operation::picture && isOfAPicture(cell.fault.place);
 }
 
-/// What stands behind the name of the fault.
-std::vector<std::string> valuesOf(const FaultRow& row, Place place) {
-    switch (row.form) {
-    case ValueForm::none:
-        return {""};
-    case ValueForm::code:
-        return {"=7"};
-    case ValueForm::bit:
-        return {"=0", "=103"};
-    case ValueForm::optionalBytes:
-        return {"", "=3", "=8"};
-    case ValueForm::bytes:
-        return {"=1", "=25", "=255", "=256", "=300"};
-    case ValueForm::pause:
-        return {"=15", "=4500", "=10500"};
-    case ValueForm::drip:
-        return {"=1/5", "=7/25"};
-    case ValueForm::address:
-        return {"=10.0.0.9"};
-    case ValueForm::key:
-        break;
-    }
-    std::vector<std::string> values;
-    for (const std::string_view key : queryOf(place).keys)
-        values.push_back("=" + std::string(key));
-    return values;
-}
-
 bool canStrike(const FaultRow& row, Place place) {
     return (row.reach & rowOf(place).language) != 0 ||
            (place == Place::get && row.reach == Simulator::inPictures);
+}
+
+/// What stands behind the name of the fault; nothing where it cannot strike there.
+std::vector<std::string> valuesOf(const FaultRow& row, Place place) {
+    static const std::map<ValueForm, std::vector<std::string>> typical{
+        {ValueForm::none, {""}},
+        {ValueForm::code, {"=7"}},
+        {ValueForm::bit, {"=0", "=103"}},
+        {ValueForm::optionalBytes, {"", "=3", "=8"}},
+        {ValueForm::bytes, {"=1", "=25", "=255", "=256", "=300"}},
+        {ValueForm::pause, {"=15", "=4500", "=10500"}},
+        {ValueForm::drip, {"=1/5", "=7/25"}},
+        {ValueForm::address, {"=10.0.0.9"}},
+    };
+    std::vector<std::string> values;
+    if (!canStrike(row, place))
+        return values;
+    if (row.form != ValueForm::key)
+        return typical.at(row.form);
+    for (const std::string_view key : queryOf(place).keys)
+        values.push_back("=" + std::string(key));
+    return values;
 }
 
 /// Where the operation is answered, and in which attempts.
 std::vector<std::pair<Place, unsigned>> answersOf(Operation operation) {
     if (operation == Operation::check)
         return {{Place::probe, 1}};
+    const bool isPicture = operation == Operation::picture;
     std::vector<std::pair<Place, unsigned>> answers;
     if (operation == Operation::discover)
         answers.emplace_back(Place::discovery, 1);
-    if (operation != Operation::picture)
+    if (!isPicture)
         answers.insert(answers.end(), {{Place::version, 1}, {Place::serial, 1}, {Place::network, 1}});
-    for (unsigned attempt = 1; attempt <= (operation == Operation::picture ? 2U : 4U); ++attempt)
-        answers.insert(answers.end(),
-                       {{Place::configure, attempt}, {Place::take, attempt}, {Place::get, attempt}});
+    for (unsigned attempt = 1; attempt <= (isPicture ? 2U : 4U); ++attempt)
+        for (const Place place : {Place::configure, Place::take, Place::get})
+            answers.emplace_back(place, attempt);
     return answers;
+}
+
+Cell cellOf(Operation operation, unsigned attempt, Place place, const std::string& fault) {
+    return {operation, attempt, Simulator::parseFault(std::string(rowOf(place).name) + ":" + fault + "*1")};
 }
 
 } // namespace
@@ -111,27 +111,22 @@ std::vector<Cell> chosenCells(Operation operation, const Chosen& chosen) {
     return cells;
 }
 
-std::vector<Cell> cellsOf(Operation operation) {
-    Chosen all;
-    for (const auto& [place, attempt] : answersOf(operation)) {
-        std::string& faults = all.emplace_back(attempt, "").second;
-        for (const FaultRow& row : Simulator::faultRows)
-            if (canStrike(row, place))
+std::vector<Cell> everyCell() {
+    std::vector<Cell> cells;
+    for (const Operation operation :
+         {Operation::discover, Operation::identify, Operation::picture, Operation::check})
+        for (const auto& [place, attempt] : answersOf(operation))
+            for (const FaultRow& row : Simulator::faultRows)
                 for (const std::string& value : valuesOf(row, place))
-                    faults += std::string(rowOf(place).name) + ":" + std::string(row.name) + value + " ";
-    }
-    return chosenCells(operation, all);
+                    cells.push_back(cellOf(operation, attempt, place, std::string(row.name) + value));
+    return cells;
 }
 
-std::vector<Cell> placesOf(Operation operation, Simulator::FaultKind kind) {
+std::vector<Cell> everyPlace(const std::string& fault) {
     std::vector<Cell> cells;
-    for (const auto& [place, attempt] : answersOf(operation)) {
-        Cell cell{operation, attempt, {}};
-        cell.fault.kind = kind;
-        cell.fault.place = place;
-        cell.fault.times = 1;
-        cells.push_back(cell);
-    }
+    for (const Operation operation : {Operation::identify, Operation::picture, Operation::check})
+        for (const auto& [place, attempt] : answersOf(operation))
+            cells.push_back(cellOf(operation, attempt, place, fault));
     return cells;
 }
 
@@ -191,10 +186,7 @@ std::vector<Datagram> datagramsOf(Simulator::Camera& camera, const std::string& 
 Outcome outcomeOf(Operation operation, const Simulator::CameraSettings& settings, const Asking& asking,
                   const Camera& place) {
     Simulator::Camera simulated(settings);
-    Camera camera = sessionsOf(simulated);
-    camera.address = place.address;
-    camera.textPort = place.textPort;
-    camera.binaryPort = place.binaryPort;
+    const Camera camera = sessionsOf(simulated, place);
     switch (operation) {
     case Operation::discover:
         return search(camera, datagramsOf(simulated, camera.address), asking);

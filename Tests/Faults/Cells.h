@@ -34,11 +34,11 @@ std::vector<std::string> faultsIn(const std::string& text);
 using Chosen = std::vector<std::pair<unsigned, std::string>>;
 std::vector<Cell> chosenCells(Operation operation, const Chosen& chosen);
 
-/// Every fault that the simulator has, with typical values, at every place where the operation is answered.
-std::vector<Cell> cellsOf(Operation operation);
+/// Every fault that the simulator has, with typical values, at every place where an operation is answered.
+std::vector<Cell> everyCell();
 
-/// The places of an operation, each with a fault of this kind and no number.
-std::vector<Cell> placesOf(Operation operation, Simulator::FaultKind kind);
+/// This fault at every place but those of a search.
+std::vector<Cell> everyPlace(const std::string& fault);
 
 /// A camera of small pictures of noise; of an unknown model where the cell strikes a sample picture.
 Simulator::CameraSettings settingsOf(const Cell& cell);

@@ -1,8 +1,7 @@
 #include "Oracle.h"
 
-#include "Connection.h"
-#include "Messages.h"
 #include "Pictures.h"
+#include "Protocol.h"
 
 #include "Camera/BinarySession.h"
 #include "Camera/TextSession.h"
@@ -12,7 +11,6 @@
 #include <algorithm>
 #include <optional>
 #include <ostream>
-#include <type_traits>
 
 using namespace std::chrono_literals;
 
@@ -29,16 +27,16 @@ constexpr std::size_t mostReplyBytes = 256;
 constexpr auto gatheringTime = 1s;
 constexpr std::size_t configurationBytes = 39;
 
-Line captureLine(const std::string& message) {
-    return lineOf("ERROR", "KorvaCapture", "KorvaHelper", message);
+Line captureLine(const std::string& message, const char* level = "ERROR") {
+    return {level, "KorvaCapture", "KorvaHelper", message};
 }
 
-Line internalsLine(const char* level, const std::string& message, int number = 0) {
-    return lineOf(level, "KorvaInternals", "KorvaInternals", message, number);
+Line internalsLine(const std::string& message, int number = 0, const char* level = "ERROR") {
+    return {level, "KorvaInternals", "KorvaInternals", message, number};
 }
 
 Line searchLine(const std::string& message) {
-    return lineOf("ERROR", "KorvaCameraLocator", "KorvaCameraLocator", message);
+    return {"ERROR", "KorvaCameraLocator", "KorvaCameraLocator", message};
 }
 
 /// With every byte that is no UTF-8 replaced.
@@ -46,8 +44,8 @@ std::string asTheHostReads(const std::string& text) {
     return Platform::utf8FromWide(Platform::wideFromUtf8(text));
 }
 
-std::wstring sizeText(int width, int height) {
-    return std::to_wstring(width) + L" x " + std::to_wstring(height);
+std::string text(const Size& size) {
+    return std::to_string(size.first) + " x " + std::to_string(size.second);
 }
 
 /// Any answer to it shows that there is a camera.
@@ -55,11 +53,6 @@ Bytes checkRequest() {
     constexpr std::uint8_t formatCode = 4;
     return World::message({{formatCode, {0}}});
 }
-
-/// What ends an operation; its message is the host's exception.
-struct Failure {
-    std::string message;
-};
 
 struct Taken {
     Bytes pixels;
@@ -81,14 +74,15 @@ public:
         }
         if (!outcome_.isGood)
             outcome_.identity.clear();
-        outcome_.elapsed = clock_.now.time_since_epoch();
-        outcome_.receives = clock_.waits;
+        outcome_.elapsed = course_.now.time_since_epoch();
+        outcome_.receives = course_.waits;
+        outcome_.isSure = outcome_.isSure && course_.isSure;
         return std::move(outcome_);
     }
 
     void captureAlone() {
         if (const auto taken = capture(asking_))
-            keep(*taken);
+            keep(taken->pixels);
     }
 
     void takePicture() {
@@ -96,47 +90,41 @@ public:
             const auto taken = capture(asking_);
             if (taken && isLargeEnough(*taken))
                 return report(healthGood);
-            say(internalsLine("ERROR", "Failed to capture Korva image"));
+            say(internalsLine("Failed to capture Korva image"));
         } catch (const Failure& failure) {
-            say(internalsLine("ERROR", "Communicator error: " + failure.message, 101));
+            say(internalsLine("Communicator error: " + failure.message, 101));
         }
         report(healthNoPicture);
     }
 
     void checkConnection() {
         try {
-            outcome_.isGood = atBinaryPort([this](Connection& connection) {
-                connection.send(checkRequest());
-                return readMessage(connection, outcome_.lines).has_value(); // what it says is not judged
-            });
+            Connection connection = connectToBinary();
+            connection.send(checkRequest());
+            // What it says is not judged.
+            outcome_.isGood = readMessage(connection, outcome_.lines).has_value();
             if (outcome_.isGood)
                 return;
-            say(internalsLine("ERROR", "validateConnection: parseIncomingMessage failed", 138));
+            say(internalsLine("validateConnection: parseIncomingMessage failed", 138));
         } catch (const Failure& failure) {
-            say(internalsLine("ERROR", "validateConnection: Communicator error: " + failure.message, 147));
+            say(internalsLine("validateConnection: Communicator error: " + failure.message, 147));
         }
         report(healthNoConnection);
     }
 
     void identify() {
-        ++outcome_.textConnections;
-        const std::string place = camera_.address + ":" + std::to_string(camera_.textPort);
-        Connection connection(camera_.text(), clock_, asking_.longestRead);
-        translated(place, [&] { askTexts(connection); });
-        const Size size = requireSize();
-        outcome_.identity.push_back(sizeText(size.first, size.second));
+        askTexts();
+        tell(text(requireSize()));
         outcome_.isGood = true;
     }
 
     void search(const std::vector<Datagram>& datagrams) {
-        const std::vector<std::string> addresses = gather(datagrams);
-        bool isSeen = false;
-        bool isNobodySeen = false; // whom ARP does not find counts as one
-        for (const std::string& address : addresses) {
-            if (address != camera_.address)
-                say(lineOf("WARN", "KorvaCapture", "KorvaHelper",
-                           "Couldn't retrieve MAC address with ARP call: error: 67"));
-            if (!std::exchange(address == camera_.address ? isSeen : isNobodySeen, true))
+        bool isSeen[2] = {}; // whom ARP does not find counts as one
+        for (const std::string& address : gather(datagrams)) {
+            const bool isHere = address == camera_.address;
+            if (!isHere)
+                say(captureLine("Couldn't retrieve MAC address with ARP call: error: 67", "WARN"));
+            if (!std::exchange(isSeen[isHere ? 0 : 1], true))
                 contact(address);
         }
     }
@@ -145,49 +133,39 @@ private:
     void say(Line line) { outcome_.lines.push_back(std::move(line)); }
     void report(int code) { outcome_.health.push_back(code); }
 
-    void keep(const Taken& taken) {
+    void keep(Bytes pixels) {
         outcome_.isGood = true;
-        outcome_.pixels = taken.pixels;
+        outcome_.pixels = std::move(pixels);
     }
 
-    /// What breaks the connection to `place` there is the host's exception.
-    template <class Step>
-    std::invoke_result_t<Step> translated(const std::string& place, Step step) {
-        try {
-            return step();
-        } catch (const Broken& broken) {
-            outcome_.isSure = outcome_.isSure && broken.isSure;
-            throw Failure{place + ": " + broken.operation + " failed: " + broken.reason};
-        }
+    static std::string placeOf(const std::string& address, int port) {
+        return asTheHostReads(address) + ":" + std::to_string(port);
     }
 
-    template <class Step>
-    std::invoke_result_t<Step, Connection&> atBinaryPort(Step step) {
-        ++outcome_.binaryConnections;
-        Connection connection(camera_.binary(), clock_, asking_.longestRead);
-        return translated(camera_.address + ":" + std::to_string(camera_.binaryPort),
-                          [&] { return step(connection); });
+    Connection connectTo(const Camera::Accept& accept, int port, int& count) {
+        ++count;
+        return {accept(), placeOf(camera_.address, port), course_, asking_.longestRead};
+    }
+
+    Connection connectToBinary() {
+        return connectTo(camera_.binary, camera_.binaryPort, outcome_.binaryConnections);
     }
 
     std::optional<Taken> capture(const Asking& asking) {
-        return atBinaryPort([&](Connection& connection) {
-            std::optional<Taken> taken;
-            for (int attempt = 0; attempt < attemptsOfACapture && !taken; ++attempt)
-                taken = tryOnce(connection, asking);
-            return taken;
-        });
+        Connection connection = connectToBinary();
+        std::optional<Taken> taken;
+        for (int attempt = 0; attempt < attemptsOfACapture && !taken; ++attempt)
+            taken = tryOnce(connection, asking);
+        return taken;
     }
 
     std::optional<Taken> tryOnce(Connection& connection, const Asking& asking) {
-        const auto exposure = asking.exposureUnits;
-        const std::uint8_t mode = asking.samplesPerPixel == 1 ? 3 : 2;
-        const std::uint8_t format = asking.isPng ? 2 : 1;
-        const Bytes configuration = World::message(
-            {{2, {static_cast<std::uint8_t>(exposure >> 8), static_cast<std::uint8_t>(exposure)}},
-             {3, {mode}},
-             {4, {format}},
-             {7, {16}},
-             {8, {4}}});
+        const auto byte = [](unsigned value) { return static_cast<std::uint8_t>(value); };
+        const Bytes exposure{byte(asking.exposureUnits >> 8), byte(asking.exposureUnits)};
+        const Bytes mode{byte(asking.samplesPerPixel == 1 ? 3 : 2)};
+        const Bytes format{byte(asking.isPng ? 2 : 1)};
+        const Bytes configuration =
+            World::message({{2, exposure}, {3, mode}, {4, format}, {7, {16}}, {8, {4}}});
         if (!ask(connection, configuration, "image configuration", false) ||
             !ask(connection, World::message({{5}}), "take image request", false))
             return std::nullopt;
@@ -197,8 +175,7 @@ private:
 
     std::optional<Message> ask(Connection& connection, const Bytes& request, const char* name,
                                bool wantsPicture) {
-        const bool isNothingDropped = connection.send(request);
-        outcome_.isSure = outcome_.isSure && isNothingDropped;
+        outcome_.isSure = connection.send(request) && outcome_.isSure;
         outcome_.attempts += request.size() == configurationBytes ? 1 : 0;
         auto message = readMessage(connection, outcome_.lines);
         if (!message)
@@ -209,8 +186,8 @@ private:
     }
 
     std::optional<Taken> pictureIn(const Bytes& file, const Asking& asking) {
-        const Picture picture = asking.isPng ? pngPicture(file, asking.mostPictureBytes)
-                                             : sgiPicture(file, asking.mostPictureBytes);
+        const auto decoded = asking.isPng ? pngPicture : sgiPicture;
+        const Picture picture = decoded(file, asking.mostPictureBytes);
         outcome_.isSure =
             outcome_.isSure && !(asking.isPng && picture.has16Bits && picture.channels % 2 == 0);
         const std::string flaw = flawOf(picture, asking.samplesPerPixel);
@@ -224,17 +201,16 @@ private:
 
     /// Of a picture that is too large a device has the first pixels.
     bool isLargeEnough(Taken taken) {
-        const auto [width, height] = asking_.resolution;
-        if (taken.size != asking_.resolution)
-            say(internalsLine("WARN", "Korva picture has the size " + std::to_string(taken.size.first) +
-                                          " x " + std::to_string(taken.size.second) +
-                                          ", the camera's resolution is " + std::to_string(width) + " x " +
-                                          std::to_string(height)));
-        const auto wanted = static_cast<std::size_t>(width * height);
-        if (taken.pixels.size() < wanted)
+        const Size& wanted = asking_.resolution;
+        if (taken.size != wanted)
+            say(internalsLine("Korva picture has the size " + text(taken.size) +
+                                  ", the camera's resolution is " + text(wanted),
+                              0, "WARN"));
+        const auto pixels = static_cast<std::size_t>(wanted.first * wanted.second);
+        if (taken.pixels.size() < pixels)
             return false;
-        taken.pixels.resize(wanted);
-        keep(taken);
+        taken.pixels.resize(pixels);
+        keep(taken.pixels);
         return true;
     }
 
@@ -243,9 +219,10 @@ private:
         throw Failure{asTheHostReads(message)};
     }
 
-    void askTexts(Connection& connection) {
-        const auto query = [&](const std::string& text, const std::string& what) {
-            connection.send(Bytes(text.begin(), text.end()));
+    void askTexts() {
+        Connection connection = connectTo(camera_.text, camera_.textPort, outcome_.textConnections);
+        const auto query = [&](const std::string& request, const std::string& what) {
+            connection.send(Bytes(request.begin(), request.end()));
             const Bytes reply = connection.receive(mostReplyBytes, replyPatience);
             if (reply.empty())
                 failLogged("Couldn't get any " + what + " info from Korva device at: " + camera_.address +
@@ -270,12 +247,11 @@ private:
     }
 
     std::string value(const char* key) const { return valueOf(entries_, key); }
-    void tell(const std::string& text) { outcome_.identity.push_back(Platform::wideFromUtf8(text)); }
+    void tell(const std::string& entry) { outcome_.identity.push_back(Platform::wideFromUtf8(entry)); }
 
     Size requireSize() {
-        Size size = knownSize(hardware_).value_or(Size{0, 0});
-        if (size == Size{0, 0})
-            size = sizeOfASample();
+        const std::optional<Size> known = knownSize(hardware_);
+        const Size size = known ? *known : sizeOfASample();
         if (size == Size{0, 0})
             failLogged("Found Korva, but couldn't determine its resolution");
         return size;
@@ -298,25 +274,24 @@ private:
 
     std::vector<std::string> gather(const std::vector<Datagram>& datagrams) {
         std::vector<std::string> addresses;
-        for (const auto& [text, after] : datagrams) {
+        for (const auto& [reply, after] : datagrams) {
             if (after > gatheringTime)
                 break;
-            clock_.now += after;
-            if (text.empty()) // ends it
+            course_.now += after;
+            if (reply.empty()) // ends it
                 return addresses;
-            if (const auto address = addressIn(text))
+            if (const auto address = addressIn(reply))
                 addresses.push_back(*address);
         }
-        clock_.now += gatheringTime;
+        course_.now += gatheringTime;
         return addresses;
     }
 
     void contact(const std::string& address) {
         try {
-            if (address != camera_.address)
-                throw Failure{asTheHostReads(address) + ":" + std::to_string(camera_.textPort) +
-                              ": connect failed: Connection refused"};
-            identify();
+            if (address == camera_.address)
+                return identify();
+            throw Failure{placeOf(address, camera_.textPort) + ": connect failed: Connection refused"};
         } catch (const Failure& failure) {
             say(searchLine("DeviceException while determining camera info."));
             say(searchLine("    " + failure.message));
@@ -326,7 +301,7 @@ private:
     const Camera& camera_;
     const Asking& asking_;
     Outcome outcome_;
-    Connection::Clock clock_;
+    Connection::Course course_;
     std::vector<std::string> entries_;
     std::string hardware_;
 };
@@ -343,9 +318,10 @@ std::ostream& operator<<(std::ostream& stream, const Line& line) {
                   << line.message << '"';
 }
 
-Camera sessionsOf(Simulator::Camera& camera) {
-    return {[&camera] { return std::make_unique<Simulator::TextSession>(camera); },
-            [&camera] { return std::make_unique<Simulator::BinarySession>(camera); }};
+Camera sessionsOf(Simulator::Camera& camera, Camera place) {
+    place.text = [&camera] { return std::make_unique<Simulator::TextSession>(camera); };
+    place.binary = [&camera] { return std::make_unique<Simulator::BinarySession>(camera); };
+    return place;
 }
 
 Outcome capture(const Camera& camera, const Asking& asking) {
@@ -369,22 +345,25 @@ Outcome search(const Camera& camera, const std::vector<Datagram>& datagrams, con
 }
 
 Time waitFor(const Camera::Accept& accept) {
-    Connection::Clock clock;
-    Connection connection(accept(), clock, Asking().longestRead);
+    Connection::Course course;
+    Connection connection(accept(), "", course, Asking().longestRead);
     Lines lines;
     try {
         connection.send(checkRequest());
         readMessage(connection, lines);
-    } catch (const Broken&) {
+    } catch (const Failure&) {
         // as good as read
     }
-    return clock.now.time_since_epoch();
+    return course.now.time_since_epoch();
 }
 
 std::vector<std::wstring> told(const CameraInfo& info) {
-    return {info.getModel(),          info.getFW(),
-            info.getSerialNumber(),   info.getSubnetMask(),
-            info.getDefaultGateway(), sizeText(info.getResolutionX(), info.getResolutionY())};
+    return {info.getModel(),
+            info.getFW(),
+            info.getSerialNumber(),
+            info.getSubnetMask(),
+            info.getDefaultGateway(),
+            Platform::wideFromUtf8(text({info.getResolutionX(), info.getResolutionY()}))};
 }
 
 } // namespace Faults

@@ -2,8 +2,6 @@
 // What must come of whatever a camera sends: an oracle that reads the bytes, and when they arrive, as
 // Docs/Protocol.md tells. It knows nothing of the plug-in's code; it talks to the camera's own sessions.
 
-#include "Replies.h"
-
 #include "Camera/Session.h"
 #include "Platform/Clock.h"
 #include "VantrelCommon/CameraInfo.h"
@@ -13,6 +11,7 @@
 #include <functional>
 #include <iosfwd>
 #include <memory>
+#include <optional>
 #include <string>
 #include <utility>
 #include <vector>
@@ -20,6 +19,7 @@
 namespace Faults {
 
 using Simulator::Bytes;
+using Size = std::pair<int, int>;
 using Time = Platform::Clock::duration;
 
 /// A line at warn or error.
@@ -46,8 +46,8 @@ struct Camera {
     int binaryPort = Simulator::binaryPort;
 };
 
-/// The sessions of a simulated camera, which outlives them.
-Camera sessionsOf(Simulator::Camera& camera);
+/// The sessions of a simulated camera, which outlives them; it is where `place` says.
+Camera sessionsOf(Simulator::Camera& camera, Camera place = {});
 
 /// How the host asks.
 struct Asking {
@@ -60,13 +60,13 @@ struct Asking {
 };
 
 struct Outcome {
-    bool isGood = false;                ///< a picture, a connection, an identity, a camera found
-    Bytes pixels;                       ///< of a picture, in grey
-    std::vector<std::wstring> identity; ///< as told() puts it
-    std::string exception;              ///< the message of the DeviceException, where one is thrown
-    Lines lines;
-    std::vector<int> health; ///< the codes reported
-    int attempts = 0;        ///< configurations sent
+    bool isGood = false;                     ///< a picture, a connection, an identity, a camera found
+    Bytes pixels = {};                       ///< of a picture, in grey
+    std::vector<std::wstring> identity = {}; ///< as told() puts it
+    std::string exception = {};              ///< the message of the DeviceException, where one is thrown
+    Lines lines = {};
+    std::vector<int> health = {}; ///< the codes reported
+    int attempts = 0;             ///< configurations sent
     int textConnections = 0;
     int binaryConnections = 0;
     int receives = 0; ///< how often bytes are waited for
@@ -86,6 +86,8 @@ Outcome identify(const Camera& camera, const Asking& asking = {});
 
 /// A datagram, and how long after the one before it comes.
 using Datagram = std::pair<std::string, Time>;
+/// The address that it names; none where it is no reply.
+std::optional<std::string> addressIn(const std::string& datagram);
 /// A search on a network with this camera alone, that hears these datagrams.
 Outcome search(const Camera& camera, const std::vector<Datagram>& datagrams, const Asking& asking = {});
 

@@ -25,10 +25,6 @@ bool hasAlpha(const Picture& picture) {
     return picture.channels % 2 == 0;
 }
 
-bool isBlack(const unsigned* pixel, unsigned samples) {
-    return std::all_of(pixel, pixel + samples, [](unsigned sample) { return sample == 0; });
-}
-
 /// Its first chunk is the header, or libpng's reader would not have begun.
 bool isExpanded(const Bytes& pngFile) {
     const unsigned bitDepth = pngFile.at(24);
@@ -64,21 +60,21 @@ Picture pngPicture(const Bytes& file, std::size_t mostBytes) {
     if (png_image_begin_read_from_memory(&image, file.data(), file.size()) == 0)
         return {};
     image.format &= ~png_uint_32{PNG_FORMAT_FLAG_COLORMAP};
-    const bool has16Bits = (image.format & PNG_FORMAT_FLAG_LINEAR) != 0;
-    Picture picture{image.width, image.height, PNG_IMAGE_PIXEL_CHANNELS(image.format), has16Bits};
-    const std::size_t samples = picture.pixels() * picture.channels;
+    const std::size_t sampleBytes = PNG_IMAGE_PIXEL_COMPONENT_SIZE(image.format);
+    Picture picture{image.width, image.height, PNG_IMAGE_PIXEL_CHANNELS(image.format), sampleBytes == 2};
+    const std::size_t bytes = picture.pixels() * picture.channels * sampleBytes;
     const bool addsChannel = hasAlpha(picture) && isExpanded(file);
-    if (addsChannel || samples * (has16Bits ? 2 : 1) > mostBytes) {
+    if (addsChannel || bytes > mostBytes) {
         png_image_free(&image);
         return {};
     }
-    Bytes pixels(samples * (has16Bits ? 2 : 1));
+    Bytes pixels(bytes);
     if (png_image_finish_read(&image, nullptr, pixels.data(), 0, nullptr) == 0)
         return {};
-    picture.samples.reserve(samples);
-    for (std::size_t i = 0; i < samples; ++i) {
+    picture.samples.reserve(bytes / sampleBytes);
+    for (std::size_t at = 0; at < bytes; at += sampleBytes) {
         std::uint16_t wide = 0;
-        std::memcpy(&wide, pixels.data() + (has16Bits ? 2 * i : i), has16Bits ? 2 : 1);
+        std::memcpy(&wide, pixels.data() + at, sampleBytes);
         picture.samples.push_back(wide);
     }
     return picture;
@@ -110,8 +106,10 @@ std::string flawOf(const Picture& picture, unsigned samplesPerPixel) {
                " of " + (picture.has16Bits ? "16" : "8") + " bits, expected " +
                std::to_string(samplesPerPixel) + " of 16 bits per pixel";
     std::size_t black = 0;
-    for (std::size_t i = 0; i < picture.pixels(); ++i)
-        black += isBlack(picture.samples.data() + i * samplesPerPixel, samplesPerPixel) ? 1 : 0;
+    for (std::size_t i = 0; i < picture.pixels(); ++i) {
+        const unsigned* const pixel = picture.samples.data() + i * samplesPerPixel;
+        black += std::count(pixel, pixel + samplesPerPixel, 0U) == samplesPerPixel ? 1 : 0;
+    }
     const bool isAllBlack = static_cast<double>(black) / static_cast<double>(picture.pixels()) > 0.99999;
     return isAllBlack ? "All black image from Korva detected" : "";
 }

@@ -8,7 +8,7 @@
 #include "PluginLog.h"
 #include "ReferenceHost/HostControl.h"
 #include "Support/DigitsApart.h"
-#include "Support/SamplePictures.h"
+#include "Support/PictureFiles.h"
 #include "Support/TemporaryFolder.h"
 #include "World/Stage.h"
 

@@ -3,8 +3,7 @@
 
 #include "ImagingLibrary/image_t.h"
 #include "NativeCameraKorva/KorvaCamera.h"
-#include "Support/SamplePictures.h"
-#include "Support/WireMessages.h"
+#include "Support/PictureFiles.h"
 
 #include <cstddef>
 #include <cstdint>

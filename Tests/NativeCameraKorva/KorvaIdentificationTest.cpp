@@ -8,7 +8,7 @@
 #include "OtherEthernet.h"
 #include "Platform/Text.h"
 #include "PluginLog.h"
-#include "Support/SamplePictures.h"
+#include "Support/PictureFiles.h"
 #include "World/Stage.h"
 
 #include <cstddef>

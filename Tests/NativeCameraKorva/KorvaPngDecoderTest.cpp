@@ -1,6 +1,6 @@
 #include "Decoding.h"
 
-#include "Support/Beginning.h"
+#include "Support/PictureFiles.h"
 #include "Support/LibpngShortage.h"
 
 #include <sys/resource.h>

@@ -8,7 +8,7 @@
 #include "NativeCameraKorva/KorvaHelper.h"
 #include "PluginLog.h"
 #include "Support/DigitsApart.h"
-#include "Support/SamplePictures.h"
+#include "Support/PictureFiles.h"
 #include "World/Stage.h"
 
 #include <optional>

@@ -1,7 +1,6 @@
 #include "Decoding.h"
 
-#include "Support/Beginning.h"
-#include "Support/SamplePictures.h"
+#include "Support/PictureFiles.h"
 
 #include <algorithm>
 #include <cstdint>

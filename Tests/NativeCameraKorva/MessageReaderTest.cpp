@@ -1,7 +1,7 @@
 #include "MessageFixture.h"
 
 #include "Support/ArrayAllocations.h"
-#include "Support/Beginning.h"
+#include "Support/PictureFiles.h"
 #include "World/Answers.h"
 
 #include <cstddef>

@@ -4,8 +4,7 @@
 #include "Decoding.h"
 
 #include "Support/ArrayAllocations.h"
-#include "Support/Beginning.h"
-#include "Support/SamplePictures.h"
+#include "Support/PictureFiles.h"
 
 #include <algorithm>
 #include <array>

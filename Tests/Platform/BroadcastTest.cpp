@@ -2,7 +2,7 @@
 
 #include "Platform/Winsock.h"
 
-#include "Support/DatagramPeer.h"
+#include "Support/LoopbackPeer.h"
 #include "TwoMachines.h"
 #include "UdpSocket.h"
 

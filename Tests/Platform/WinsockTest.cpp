@@ -1,6 +1,5 @@
 #include "Platform/Winsock.h"
 
-#include "Support/DatagramPeer.h"
 #include "Support/LoopbackPeer.h"
 #include "UdpSocket.h"
 

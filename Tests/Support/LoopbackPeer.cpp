@@ -1,12 +1,13 @@
 #include "Support/LoopbackPeer.h"
 
 #include <arpa/inet.h>
+#include <array>
+#include <atomic>
 #include <cerrno>
 #include <csignal>
 #include <filesystem>
 #include <gtest/gtest.h>
 #include <netinet/in.h>
-#include <poll.h>
 #include <pthread.h>
 #include <stdexcept>
 #include <sys/socket.h>
@@ -16,11 +17,7 @@
 using namespace std::chrono_literals;
 
 namespace TestSupport {
-
 namespace {
-
-constexpr int longestWaitMs = 5000;
-constexpr int fullBacklogClients = 4;
 
 std::atomic<int> signalsHandled{0};
 
@@ -28,109 +25,67 @@ extern "C" void countSignal(int) {
     ++signalsHandled;
 }
 
-sockaddr_in loopbackAddress(int port) {
-    sockaddr_in address{};
-    address.sin_family = AF_INET;
-    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    address.sin_port = htons(static_cast<std::uint16_t>(port));
-    return address;
+void require(bool isDone, const char* what) {
+    if (!isDone)
+        throw std::runtime_error(std::string("the test's peer has no ") + what);
 }
 
-int openSocket(int flags) {
-    const int descriptor = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC | flags, 0);
-    if (descriptor < 0)
-        throw std::runtime_error("no socket for the test's peer");
+int openSocket(int type = SOCK_STREAM) {
+    const int descriptor = socket(AF_INET, type | SOCK_CLOEXEC, 0);
+    require(descriptor >= 0, "socket");
     return descriptor;
 }
 
-/// Binds to a free port of loopback and returns it.
-int bindToFreePort(int descriptor) {
-    sockaddr_in address = loopbackAddress(0);
-    socklen_t length = sizeof address;
-    auto* const generic = reinterpret_cast<sockaddr*>(&address);
-    if (bind(descriptor, generic, length) != 0 || getsockname(descriptor, generic, &length) != 0)
-        throw std::runtime_error("no port for the test's peer");
-    return ntohs(address.sin_port);
+sockaddr_in placeOf(const std::string& address, int port) {
+    sockaddr_in place{};
+    place.sin_family = AF_INET;
+    place.sin_port = htons(static_cast<std::uint16_t>(port));
+    require(inet_pton(AF_INET, address.c_str(), &place.sin_addr) == 1, "address");
+    return place;
 }
 
-bool waitForEvents(int descriptor, short events) {
-    pollfd entry{descriptor, events, 0};
-    int result = 0;
-    do {
-        result = poll(&entry, 1, longestWaitMs);
-    } while (result < 0 && errno == EINTR);
-    return result > 0;
+/// Binds there, to a free port where none is named, and returns it.
+int bindTo(const PeerConnection& own, const std::string& address = "127.0.0.1", int port = 0) {
+    sockaddr_in place = placeOf(address, port);
+    socklen_t length = sizeof place;
+    auto* const generic = reinterpret_cast<sockaddr*>(&place);
+    require(bind(own.descriptor(), generic, length) == 0, "port");
+    require(getsockname(own.descriptor(), generic, &length) == 0, "port");
+    return ntohs(place.sin_port);
 }
 
 } // namespace
 
-PeerConnection::PeerConnection(int descriptor) : descriptor_(descriptor) {}
-
-PeerConnection::~PeerConnection() {
-    close();
-}
-
-bool PeerConnection::waitFor(short events) const {
-    const bool ready = waitForEvents(descriptor_, events);
-    EXPECT_TRUE(ready) << "the peer waited too long";
-    return ready;
+PeerConnection::PeerConnection(int descriptor) : descriptor_(descriptor) {
+    const timeval longestWait{5, 0};
+    for (const int direction : {SO_RCVTIMEO, SO_SNDTIMEO})
+        setsockopt(descriptor_, SOL_SOCKET, direction, &longestWait, sizeof longestWait);
 }
 
 void PeerConnection::send(std::string_view bytes) {
-    while (!bytes.empty() && waitFor(POLLOUT)) {
-        const ssize_t sent = ::send(descriptor_, bytes.data(), bytes.size(), MSG_NOSIGNAL | MSG_DONTWAIT);
-        if (sent < 0 && errno != EAGAIN) {
-            ADD_FAILURE() << "the peer could not send";
-            return;
-        }
-        bytes.remove_prefix(sent < 0 ? 0 : static_cast<std::size_t>(sent));
-    }
-}
-
-void PeerConnection::keepQuiet(std::chrono::milliseconds duration) {
-    std::this_thread::sleep_for(duration); // a quiet line is what is asked for
+    const ssize_t sent = ::send(descriptor_, bytes.data(), bytes.size(), MSG_NOSIGNAL);
+    EXPECT_EQ(sent, static_cast<ssize_t>(bytes.size())) << "the peer could not send";
 }
 
 void PeerConnection::drip(std::string_view piece, int times, std::chrono::milliseconds pause) {
     for (int drop = 0; drop < times; ++drop) {
         if (::send(descriptor_, piece.data(), piece.size(), MSG_NOSIGNAL) < 0)
             return;
-        keepQuiet(pause);
+        std::this_thread::sleep_for(pause); // a quiet line is what is asked for
     }
-}
-
-bool PeerConnection::floodUntilAnswered(std::size_t most) {
-    const std::string zeros(65536, '\0');
-    std::size_t sent = 0;
-    while (sent < most) {
-        pollfd entry{descriptor_, POLLIN | POLLOUT, 0};
-        if (poll(&entry, 1, longestWaitMs) <= 0 || (entry.revents & (POLLERR | POLLHUP)) != 0)
-            return false;
-        if ((entry.revents & POLLIN) != 0)
-            return receive(1).size() == 1;
-        const ssize_t result = ::send(descriptor_, zeros.data(), zeros.size(), MSG_NOSIGNAL | MSG_DONTWAIT);
-        sent += result < 0 ? 0 : static_cast<std::size_t>(result);
-    }
-    return false;
 }
 
 std::string PeerConnection::receive(std::size_t count) {
     std::string bytes(count, '\0');
-    std::size_t received = 0;
-    while (received < count && waitFor(POLLIN)) {
-        const ssize_t result = recv(descriptor_, bytes.data() + received, count - received, 0);
-        if (result <= 0)
-            break;
-        received += static_cast<std::size_t>(result);
-    }
-    bytes.resize(received);
+    const ssize_t received = recv(descriptor_, bytes.data(), count, MSG_WAITALL);
+    EXPECT_GE(received, 0) << "the peer waited too long";
+    bytes.resize(received < 0 ? 0 : static_cast<std::size_t>(received));
     return bytes;
 }
 
 void PeerConnection::close() {
     if (descriptor_ >= 0)
-        ::close(descriptor_);
-    descriptor_ = -1;
+        ::close(std::exchange(descriptor_, -1));
 }
 
 void PeerConnection::reset() {
@@ -139,54 +94,60 @@ void PeerConnection::reset() {
     close();
 }
 
-LoopbackPeer::LoopbackPeer(std::vector<Script> scripts)
-    : scripts_(std::move(scripts)), listener_(openSocket(0)), port_(bindToFreePort(listener_)) {
-    if (listen(listener_, 8) != 0)
-        throw std::runtime_error("the test's peer cannot listen");
-    thread_ = std::thread([this] { run(); });
+LoopbackPeer::LoopbackPeer(std::vector<Script> scripts) : listener_(openSocket()), port_(bindTo(listener_)) {
+    require(listen(listener_.descriptor(), 8) == 0, "queue");
+    thread_ = std::jthread([this, scripts = std::move(scripts)] {
+        for (const Script& script : scripts) {
+            const int descriptor = accept(listener_.descriptor(), nullptr, nullptr);
+            if (descriptor < 0)
+                return;
+            script(connections_.emplace_back(descriptor));
+        }
+    });
 }
-
-LoopbackPeer::LoopbackPeer(Script script) : LoopbackPeer(std::vector<Script>{std::move(script)}) {}
 
 LoopbackPeer::~LoopbackPeer() {
     // Wakes an accept that nobody came to.
-    shutdown(listener_, SHUT_RDWR);
-    thread_.join();
-    close(listener_);
+    shutdown(listener_.descriptor(), SHUT_RDWR);
 }
 
-void LoopbackPeer::run() {
-    for (const Script& script : scripts_) {
-        const int descriptor = waitForEvents(listener_, POLLIN) ? accept(listener_, nullptr, nullptr) : -1;
-        if (descriptor < 0)
-            return;
-        connections_.push_back(std::make_unique<PeerConnection>(descriptor));
-        script(*connections_.back());
+FullBacklog::FullBacklog() : port_(bindTo(sockets_.emplace_back(openSocket()))) {
+    require(listen(sockets_.front().descriptor(), 0) == 0, "queue");
+    const sockaddr_in place = placeOf("127.0.0.1", port_);
+    constexpr std::size_t clients = 4;
+    while (sockets_.size() <= clients) {
+        const int client = sockets_.emplace_back(openSocket(SOCK_STREAM | SOCK_NONBLOCK)).descriptor();
+        const int result = connect(client, reinterpret_cast<const sockaddr*>(&place), sizeof place);
+        require(result == 0 || errno == EINPROGRESS, "full queue");
     }
 }
 
-FullBacklog::FullBacklog() : descriptors_{openSocket(0)}, port_(bindToFreePort(descriptors_.front())) {
-    if (listen(descriptors_.front(), 0) != 0)
-        throw std::runtime_error("the test's peer cannot listen");
-    const sockaddr_in address = loopbackAddress(port_);
-    for (int client = 0; client < fullBacklogClients; ++client) {
-        descriptors_.push_back(openSocket(SOCK_NONBLOCK));
-        if (connect(descriptors_.back(), reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0 &&
-            errno != EINPROGRESS)
-            throw std::runtime_error("the backlog could not be filled");
-    }
+DatagramPeer::DatagramPeer(const std::string& address, int port)
+    : socket_(openSocket(SOCK_DGRAM)), port_(bindTo(socket_, address, port)) {}
+
+std::optional<Datagram> DatagramPeer::receive() const {
+    std::array<char, 65536> buffer{};
+    sockaddr_in sender{};
+    socklen_t length = sizeof sender;
+    const ssize_t received = recvfrom(socket_.descriptor(), buffer.data(), buffer.size(), 0,
+                                      reinterpret_cast<sockaddr*>(&sender), &length);
+    if (received < 0)
+        return std::nullopt;
+    std::array<char, INET_ADDRSTRLEN> text{};
+    inet_ntop(AF_INET, &sender.sin_addr, text.data(), text.size());
+    return Datagram{std::string(buffer.data(), static_cast<std::size_t>(received)), text.data(),
+                    ntohs(sender.sin_port)};
 }
 
-FullBacklog::~FullBacklog() {
-    for (const int descriptor : descriptors_)
-        close(descriptor);
+void DatagramPeer::answer(const Datagram& received, std::string_view text) const {
+    const sockaddr_in place = placeOf(received.address, received.port);
+    const ssize_t sent = sendto(socket_.descriptor(), text.data(), text.size(), 0,
+                                reinterpret_cast<const sockaddr*>(&place), sizeof place);
+    require(sent == static_cast<ssize_t>(text.size()), "way to answer");
 }
 
 int refusingPort() {
-    const int descriptor = openSocket(0);
-    const int port = bindToFreePort(descriptor);
-    close(descriptor);
-    return port;
+    return bindTo(PeerConnection(openSocket()));
 }
 
 std::size_t openDescriptors() {
@@ -212,8 +173,8 @@ SignalStorm::SignalStorm() {
     action.sa_handler = countSignal;
     sigemptyset(&action.sa_mask);
     sigaction(SIGUSR1, &action, nullptr);
-    thread_ = std::thread([this, target = pthread_self()] {
-        while (!ends_) {
+    thread_ = std::jthread([target = pthread_self()](const std::stop_token& end) {
+        while (!end.stop_requested()) {
             pthread_kill(target, SIGUSR1);
             std::this_thread::sleep_for(1ms);
         }
@@ -221,8 +182,7 @@ SignalStorm::SignalStorm() {
 }
 
 SignalStorm::~SignalStorm() {
-    ends_ = true;
-    thread_.join();
+    thread_ = {};
     std::signal(SIGUSR1, SIG_DFL);
 }
 

@@ -1,37 +1,34 @@
 #pragma once
-// The other end of a TCP connection, on loopback and on a port that the system chooses, playing scripts.
+// The other end of real sockets: TCP connections on loopback, datagrams on any address of this machine.
 
-#include <atomic>
 #include <chrono>
 #include <cstddef>
 #include <functional>
-#include <memory>
+#include <list>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <thread>
+#include <utility>
 #include <vector>
 
 namespace TestSupport {
 
-/// A script's end of one connection. What takes longer than 5 s fails the test and goes on.
+/// A script's end of one connection, or what it is made from. What takes longer than 5 s ends.
 class PeerConnection {
 public:
     explicit PeerConnection(int descriptor);
     PeerConnection(const PeerConnection&) = delete;
     PeerConnection& operator=(const PeerConnection&) = delete;
-    ~PeerConnection();
+    ~PeerConnection() { close(); }
 
-    /// Sends all of `bytes`.
+    int descriptor() const { return descriptor_; }
+
+    /// Sends all of `bytes`, or fails the test.
     void send(std::string_view bytes);
-
-    /// Sends and takes nothing for so long.
-    void keepQuiet(std::chrono::milliseconds duration);
 
     /// Sends `piece` `times` times, `pause` apart; ends early where the other end is gone.
     void drip(std::string_view piece, int times, std::chrono::milliseconds pause);
-
-    /// Sends zeros without end until a byte comes back, or `most` bytes are sent. True where one came.
-    bool floodUntilAnswered(std::size_t most);
 
     /// Receives `count` bytes, or fewer where the other end closes.
     std::string receive(std::size_t count);
@@ -43,48 +40,63 @@ public:
     void reset();
 
 private:
-    bool waitFor(short events) const;
-
     int descriptor_;
 };
 
 /// Accepts as many connections as it has scripts, one after the other, and plays each on its own. A
-/// connection that its script leaves open stays so until the peer is destroyed.
+/// connection that its script leaves open stays so until the peer is destroyed, which waits for the scripts.
 class LoopbackPeer {
 public:
     using Script = std::function<void(PeerConnection&)>;
 
     explicit LoopbackPeer(std::vector<Script> scripts);
-    explicit LoopbackPeer(Script script);
-    LoopbackPeer(const LoopbackPeer&) = delete;
-    LoopbackPeer& operator=(const LoopbackPeer&) = delete;
-    /// Waits for the scripts to end.
+    explicit LoopbackPeer(Script script) : LoopbackPeer(std::vector{std::move(script)}) {}
     ~LoopbackPeer();
 
     int port() const { return port_; }
 
 private:
-    void run();
-
-    std::vector<Script> scripts_;
-    int listener_;
+    PeerConnection listener_;
     int port_;
-    std::vector<std::unique_ptr<PeerConnection>> connections_;
-    std::thread thread_;
+    std::list<PeerConnection> connections_;
+    std::jthread thread_; ///< ends before they do
 };
 
 /// A port on loopback that takes no connection and refuses none: its queue is full.
 class FullBacklog {
 public:
     FullBacklog();
-    FullBacklog(const FullBacklog&) = delete;
-    FullBacklog& operator=(const FullBacklog&) = delete;
-    ~FullBacklog();
 
     int port() const { return port_; }
 
 private:
-    std::vector<int> descriptors_;
+    std::list<PeerConnection> sockets_;
+    int port_;
+};
+
+/// A datagram and where it came from.
+struct Datagram {
+    std::string text;
+    std::string address; ///< dotted decimal
+    int port = 0;
+};
+
+/// A bound UDP socket. What cannot be done throws std::runtime_error.
+class DatagramPeer {
+public:
+    /// `port` 0 lets the system choose. Bound to "0.0.0.0" it gets broadcasts as well.
+    explicit DatagramPeer(const std::string& address = "127.0.0.1", int port = 0);
+
+    int port() const { return port_; }
+
+    /// Waits 5 s at most; nothing where none came.
+    std::optional<Datagram> receive() const;
+
+    /// Answers to the sender of `received`.
+    void answer(const Datagram& received, std::string_view text) const;
+
+private:
+    PeerConnection socket_;
     int port_;
 };
 
@@ -101,8 +113,6 @@ int socketConnectedTo(int port);
 class SignalStorm {
 public:
     SignalStorm();
-    SignalStorm(const SignalStorm&) = delete;
-    SignalStorm& operator=(const SignalStorm&) = delete;
     ~SignalStorm();
 
     /// How many signals were handled.
@@ -113,8 +123,7 @@ public:
     void awaitMore(int count) const;
 
 private:
-    std::atomic<bool> ends_{false};
-    std::thread thread_;
+    std::jthread thread_;
 };
 
 /// The time since it was made.

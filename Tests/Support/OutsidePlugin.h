@@ -3,33 +3,30 @@
 
 namespace TestSupport {
 
-/// From construction to destruction the thread is outside the plug-in: what is played does this for itself
-/// while the plug-in waits for it.
-class OutsidePlugin {
+/// From construction to destruction the thread is within `Place`.
+template <class Place>
+class Stay {
 public:
-    OutsidePlugin() { ++depth_; }
-    OutsidePlugin(const OutsidePlugin&) = delete;
-    OutsidePlugin& operator=(const OutsidePlugin&) = delete;
-    ~OutsidePlugin() { --depth_; }
+    Stay() { ++depth_; }
+    Stay(const Stay&) = delete;
+    Stay& operator=(const Stay&) = delete;
+    ~Stay() { --depth_; }
 
-    static bool isOutside() { return depth_ != 0; }
+protected:
+    static bool isWithin() { return depth_ != 0; }
 
 private:
     static inline thread_local int depth_ = 0;
 };
 
-/// From construction to destruction a test that fails what the plug-in asks for has it at work.
-class PluginAtWork {
-public:
-    PluginAtWork() { ++depth_; }
-    PluginAtWork(const PluginAtWork&) = delete;
-    PluginAtWork& operator=(const PluginAtWork&) = delete;
-    ~PluginAtWork() { --depth_; }
+/// Outside the plug-in: what is played does this for itself while the plug-in waits for it.
+struct OutsidePlugin : Stay<OutsidePlugin> {
+    static bool isOutside() { return isWithin(); }
+};
 
-    static bool isNow() { return depth_ != 0 && !OutsidePlugin::isOutside(); }
-
-private:
-    static inline thread_local int depth_ = 0;
+/// A test that fails what the plug-in asks for has it at work.
+struct PluginAtWork : Stay<PluginAtWork> {
+    static bool isNow() { return isWithin() && !OutsidePlugin::isOutside(); }
 };
 
 } // namespace TestSupport

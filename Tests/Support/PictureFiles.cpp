@@ -9,7 +9,6 @@
 #include <utility>
 
 namespace Support {
-
 namespace {
 
 void append16(Bytes& bytes, std::uint16_t value) {
@@ -41,10 +40,8 @@ Bytes SgiHeader::bytes() const {
     append16(header, magic);
     header.push_back(storage);
     header.push_back(bytesPerSample);
-    append16(header, dimension);
-    append16(header, width);
-    append16(header, height);
-    append16(header, channels);
+    for (const std::uint16_t field : {dimension, width, height, channels})
+        append16(header, field);
     header.resize(512, rest);
     return header;
 }
@@ -56,22 +53,24 @@ Bytes bigEndian(const std::vector<std::uint16_t>& samples) {
     return bytes;
 }
 
-Bytes pngSignature() {
-    return {0x89, 'P', 'N', 'G', '\r', '\n', 0x1A, '\n'};
+Bytes sgiFile(const Samples& samples) {
+    Bytes file = sgiHeader(samples.width, samples.height, samples.channels, 2);
+    // Planes one after the other, each from the bottom row up.
+    for (std::size_t channel = 0; channel < samples.channels; ++channel)
+        for (std::size_t row = samples.height; row-- > 0;)
+            for (std::size_t column = 0; column < samples.width; ++column)
+                append16(file,
+                         samples.values.at((row * samples.width + column) * samples.channels + channel));
+    return file;
 }
 
 Bytes pngChunk(std::string_view type, const Bytes& data) {
+    const Bytes checked = Bytes(type.begin(), type.end()) + data;
     Bytes chunk;
     append32(chunk, static_cast<std::uint32_t>(data.size()));
-    chunk.insert(chunk.end(), type.begin(), type.end());
-    chunk.insert(chunk.end(), data.begin(), data.end());
-    append32(chunk,
-             static_cast<std::uint32_t>(crc32(0, chunk.data() + 4, static_cast<uInt>(chunk.size() - 4))));
+    chunk = std::move(chunk) + checked;
+    append32(chunk, static_cast<std::uint32_t>(crc32(0, checked.data(), static_cast<uInt>(checked.size()))));
     return chunk;
-}
-
-Bytes pngChunk(std::string_view type, std::string_view data) {
-    return pngChunk(type, Bytes(data.begin(), data.end()));
 }
 
 Bytes pngHeader(std::uint32_t width, std::uint32_t height, std::uint8_t bitDepth, PngColour colour) {
@@ -90,16 +89,22 @@ Bytes packed(const Bytes& bytes) {
     return result;
 }
 
-Bytes pngPixels(const Bytes& rows) {
-    return pngChunk("IDAT", packed(rows));
+Bytes pngFile(const Samples& samples, std::uint8_t bitDepth) {
+    constexpr PngColour colours[] = {PngColour::grey, PngColour::greyAlpha, PngColour::rgb, PngColour::rgba};
+    const std::size_t samplesOfARow = std::size_t{samples.width} * samples.channels;
+    Bytes rows;
+    for (std::size_t at = 0; at < samplesOfARow * samples.height; ++at) {
+        const std::uint16_t sample = samples.values.at(at);
+        if (at % samplesOfARow == 0)
+            rows.push_back(0); // no filter
+        if (bitDepth == 16)
+            rows.push_back(static_cast<unsigned char>(sample >> 8));
+        rows.push_back(static_cast<unsigned char>(sample));
+    }
+    return pngSignature() +
+           pngHeader(samples.width, samples.height, bitDepth, colours[samples.channels - 1]) +
+           pngPixels(rows) + pngEnd();
 }
-
-Bytes pngEnd() {
-    return pngChunk("IEND", Bytes());
-}
-
-PiecewiseBuffer::PiecewiseBuffer(Bytes bytes, std::size_t pieceLength, AtEnd atEnd)
-    : bytes_(std::move(bytes)), pieceLength_(pieceLength), atEnd_(atEnd) {}
 
 PiecewiseBuffer::int_type PiecewiseBuffer::underflow() {
     const std::size_t length = std::min(pieceLength_, bytes_.size() - delivered_);
@@ -112,17 +117,6 @@ PiecewiseBuffer::int_type PiecewiseBuffer::underflow() {
     setg(piece, piece, piece + length);
     delivered_ += length;
     return traits_type::to_int_type(*piece);
-}
-
-PiecewiseBuffer::pos_type PiecewiseBuffer::seekoff(off_type, std::ios_base::seekdir,
-                                                   std::ios_base::openmode) {
-    sought_ = true;
-    return pos_type(off_type(-1));
-}
-
-PiecewiseBuffer::pos_type PiecewiseBuffer::seekpos(pos_type, std::ios_base::openmode) {
-    sought_ = true;
-    return pos_type(off_type(-1));
 }
 
 } // namespace Support

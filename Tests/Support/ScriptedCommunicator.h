@@ -2,15 +2,18 @@
 // A transport whose answers are written down beforehand and whose every call is recorded.
 
 #include "Communicator/Communicator.h"
+#include "Support/OutsidePlugin.h"
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <deque>
 #include <exception>
 #include <functional>
-#include <map>
+#include <iterator>
 #include <optional>
 #include <span>
+#include <utility>
 #include <vector>
 
 namespace TestSupport {
@@ -37,46 +40,103 @@ public:
     };
 
     /// The calls that a test expects, to be compared with reads() and writes().
-    static Call readCall(unsigned int count, unsigned int timeoutMs);
-    static Call writeCall(Bytes written);
+    static Call readCall(unsigned int count, unsigned int timeoutMs) {
+        return {.kind = Kind::read, .count = count, .reserved = 1, .timeoutMs = timeoutMs};
+    }
+    static Call writeCall(Bytes written) {
+        const auto count = static_cast<unsigned int>(written.size());
+        return {Kind::write, count, true, 1, 0, std::move(written)};
+    }
 
     // The script.
 
     /// A piece of the byte stream.
-    ScriptedCommunicator& deliver(Bytes piece);
+    ScriptedCommunicator& deliver(Bytes piece) {
+        add({.owned = std::move(piece)});
+        script_.back().view = script_.back().owned;
+        return *this;
+    }
     /// The same bytes as pieces of at most `pieceBytes`.
-    ScriptedCommunicator& deliverInPieces(const Bytes& bytes, std::size_t pieceBytes);
+    ScriptedCommunicator& deliverInPieces(const Bytes& bytes, std::size_t pieceBytes) {
+        for (auto at = bytes.begin(); at != bytes.end();) {
+            const auto length = std::min(static_cast<std::ptrdiff_t>(pieceBytes), bytes.end() - at);
+            const auto start = std::exchange(at, at + length);
+            deliver(Bytes(start, at));
+        }
+        return *this;
+    }
     /// A piece that belongs to the caller and outlives the script; for large ones.
-    ScriptedCommunicator& deliverView(std::span<const std::uint8_t> piece);
+    ScriptedCommunicator& deliverView(std::span<const std::uint8_t> piece) { return add({.view = piece}); }
     /// One read that returns `result` and stores nothing.
-    ScriptedCommunicator& answerReadWith(int result);
+    ScriptedCommunicator& answerReadWith(int result) { return add({.result = result}); }
     /// One read that throws.
-    ScriptedCommunicator& throwOnRead(std::exception_ptr exception);
+    ScriptedCommunicator& throwOnRead(std::exception_ptr exception) {
+        return add({.exception = std::move(exception)});
+    }
     /// What follows is not read before the next write. That write drops what then stands before it.
-    ScriptedCommunicator& afterNextWrite();
+    ScriptedCommunicator& afterNextWrite() { return add({.isNextWrite = true}); }
+    /// Called at the beginning of every write, with the number of writes before it; may throw, as the write.
+    ScriptedCommunicator& onWrite(std::function<void(std::size_t)> observer) {
+        writeObserver_ = std::move(observer);
+        return *this;
+    }
     /// Write number `index`, from 0, throws instead of being taken; it is recorded.
-    ScriptedCommunicator& throwOnWrite(std::size_t index, std::exception_ptr exception);
-    ScriptedCommunicator& throwOnConnect(std::exception_ptr exception);
-    /// Called at the beginning of every write, with the number of writes before it.
-    ScriptedCommunicator& onWrite(std::function<void(std::size_t)> observer);
+    ScriptedCommunicator& throwOnWrite(std::size_t index, const std::exception_ptr& exception) {
+        return onWrite([index, exception](std::size_t write) {
+            if (write == index)
+                std::rethrow_exception(exception);
+        });
+    }
 
     // What happened.
 
     const std::vector<Call>& calls() const { return calls_; }
     /// The reads alone, without their destinations.
-    std::vector<Call> reads() const;
-    /// The writes alone.
-    std::vector<Call> writes() const;
+    std::vector<Call> reads() const {
+        std::vector<Call> found = of(Kind::read);
+        for (Call& call : found)
+            call.destination = nullptr;
+        return found;
+    }
+    std::vector<Call> writes() const { return of(Kind::write); }
     /// True where no piece is left to be read.
     bool isExhausted() const { return script_.empty(); }
 
-    void writeBytes(const void* data, unsigned int count, bool discardUnread, int reserved) override;
-    int readBytes(void* data, unsigned int count, int reserved, unsigned int timeoutMs) override;
+    void writeBytes(const void* data, unsigned int count, bool discardUnread, int reserved) override {
+        const OutsidePlugin outside;
+        const auto* const bytes = static_cast<const std::uint8_t*>(data);
+        const auto before = std::ranges::count(calls_, Kind::write, &Call::kind);
+        calls_.push_back({Kind::write, count, discardUnread, reserved, 0, Bytes(bytes, bytes + count)});
+        if (writeObserver_)
+            writeObserver_(static_cast<std::size_t>(before));
+        const auto next = std::ranges::find_if(script_, &Step::isNextWrite);
+        if (next != script_.end())
+            script_.erase(script_.begin(), std::next(next));
+    }
+
+    int readBytes(void* data, unsigned int count, int reserved, unsigned int timeoutMs) override {
+        const OutsidePlugin outside;
+        calls_.push_back({Kind::read, count, false, reserved, timeoutMs, {}, data});
+        if (script_.empty() || script_.front().isNextWrite)
+            return 0;
+        Step& step = script_.front();
+        const std::exception_ptr exception = step.exception;
+        const std::size_t taken = std::min<std::size_t>(count, step.view.size());
+        const int read = step.result.value_or(static_cast<int>(taken));
+        std::copy_n(step.view.begin(), taken, static_cast<std::uint8_t*>(data));
+        step.view = step.view.subspan(taken);
+        if (step.view.empty())
+            script_.pop_front();
+        if (exception != nullptr)
+            std::rethrow_exception(exception);
+        return read;
+    }
+
     bool isConnected() const override { return connected_; }
 
 protected:
-    void connect() override;
-    void disconnect() noexcept override;
+    void connect() override { setConnected(true); }
+    void disconnect() noexcept override { setConnected(false); }
 
 private:
     /// A piece, unless it is something else.
@@ -88,14 +148,27 @@ private:
         bool isNextWrite = false;
     };
 
-    std::vector<Call> of(Kind kind) const;
+    ScriptedCommunicator& add(Step step) {
+        script_.push_back(std::move(step));
+        return *this;
+    }
+
+    std::vector<Call> of(Kind kind) const {
+        std::vector<Call> found;
+        std::ranges::copy_if(calls_, std::back_inserter(found),
+                             [kind](const Call& call) { return call.kind == kind; });
+        return found;
+    }
+
+    void setConnected(bool isConnected) {
+        const OutsidePlugin outside;
+        calls_.push_back({isConnected ? Kind::connect : Kind::disconnect});
+        connected_ = isConnected;
+    }
 
     std::deque<Step> script_;
-    std::map<std::size_t, std::exception_ptr> writeExceptions_;
-    std::exception_ptr connectException_;
     std::function<void(std::size_t)> writeObserver_;
     std::vector<Call> calls_;
-    std::size_t writeCount_ = 0;
     bool connected_ = false;
 };
 

@@ -5,7 +5,7 @@
 #include "NativeCameraKorva/KorvaMemoryStream.h"
 #include "NativeCameraKorva/KorvaPictureDecoding.h"
 #include "Support/DecodedPicture.h"
-#include "Support/SamplePictures.h"
+#include "Support/PictureFiles.h"
 
 #include <istream>
 

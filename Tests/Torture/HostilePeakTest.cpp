@@ -20,7 +20,6 @@
 #include "ReferenceHost/DeviceDescription.h"
 #include "Support/LogCapture.h"
 #include "Support/PictureFiles.h"
-#include "Support/SamplePictures.h"
 #include "World/Answers.h"
 #include "World/Calls.h"
 #include "World/Network.h"

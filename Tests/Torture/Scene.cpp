@@ -2,7 +2,7 @@
 
 #include "Communicator/DeviceException.h"
 #include "ReferenceHost/HostControl.h"
-#include "Support/SamplePictures.h"
+#include "Support/PictureFiles.h"
 #include "VantrelCommon/CameraInfo.h"
 
 #include <algorithm>

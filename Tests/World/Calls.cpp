@@ -1,7 +1,5 @@
 #include "World/Calls.h"
 
-#include "Support/OutsidePlugin.h"
-
 #include <algorithm>
 #include <iterator>
 
@@ -30,12 +28,6 @@ std::vector<std::string> Calls::of(std::initializer_list<std::string_view> begin
     return found;
 }
 
-void Calls::note(const std::string& line) {
-    const TestSupport::OutsidePlugin outside;
-    lines_.push_back(line);
-    ++counts_[line.substr(0, line.find(' '))];
-}
-
 std::optional<int> Calls::planned(std::string_view line) {
     std::optional<int> code;
     for (auto plan = plans_.begin(); plan != plans_.end();) {
@@ -59,11 +51,6 @@ std::optional<int> Calls::enter(const std::string& line) {
     if (const auto observer = onCall)
         observer(line);
     return planned(line);
-}
-
-std::string shown(std::string_view bytes) {
-    const bool isPrintable = std::ranges::all_of(bytes, [](char c) { return c >= ' ' && c <= '~'; });
-    return isPrintable ? '"' + std::string(bytes) + '"' : std::to_string(bytes.size()) + " bytes";
 }
 
 } // namespace World

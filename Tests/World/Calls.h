@@ -1,10 +1,11 @@
 #pragma once
 // The recorder of every call that a test plays: what was called, in which order, and which call fails.
 
+#include "Support/OutsidePlugin.h"
+
 #include <exception>
 #include <functional>
 #include <initializer_list>
-#include <map>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -58,9 +59,6 @@ public:
     /// The lines that begin with any of these words.
     std::vector<std::string> of(std::initializer_list<std::string_view> beginnings) const;
     std::vector<std::string> of(std::string_view beginning) const { return of({beginning}); }
-    /// How often each was called, by its name.
-    const std::map<std::string, int>& counts() const { return counts_; }
-    /// Forgets the lines, for a test that makes a great many; the counts stay.
     void clear() { lines_.clear(); }
 
     // For what plays the calls.
@@ -68,7 +66,10 @@ public:
     /// Notes a call. Throws what is planned for it, or returns the code that it is to end with, if any.
     std::optional<int> enter(const std::string& line);
     /// Notes a call that cannot fail.
-    void note(const std::string& line);
+    void note(const std::string& line) {
+        const TestSupport::OutsidePlugin outside;
+        lines_.push_back(line);
+    }
     /// A call that is too frequent to be noted: what is planned for it, as enter() has it. Takes no memory.
     std::optional<int> planned(std::string_view line);
 
@@ -82,10 +83,6 @@ private:
 
     std::vector<Plan> plans_;
     std::vector<std::string> lines_;
-    std::map<std::string, int> counts_;
 };
-
-/// The bytes as lines show them: in quotes where all of them can be printed, else "N bytes".
-std::string shown(std::string_view bytes);
 
 } // namespace World

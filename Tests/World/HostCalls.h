@@ -38,7 +38,11 @@ public:
     std::function<Image*(Image*)> onConvert;
 
     /// As no call had been made.
-    void forget();
+    void forget() {
+        creations.clear();
+        alive.clear();
+        onConvert = nullptr;
+    }
 
     Image* createImage(unsigned int width, unsigned int height, unsigned int bitsPerSample,
                        unsigned int samplesPerPixel, const void* pixels, int flags) override;
@@ -50,25 +54,16 @@ public:
 ///   "createEthernetCommunicator ADDRESS:PORT TIMEOUT" and "buildCommunicator" (with a code: null) of the
 ///   client factory,
 ///   "new ADDRESS:PORT TIMEOUT" and "delete ADDRESS:PORT" of each TCP client, whoever makes it,
-///   "images folder" of the diagnostics, and those of Imaging.
+///   "images folder" of the diagnostics, and those of Imaging;
+///   of the device model and the settings, where it is TestSupport::PluginAtWork that calls and not the model
+///   itself: "emptyDescription", "copiedDescription", "storedDescription", "CommunicatorTemplate",
+///   "NativeCameraTemplate", "ImagingInterface", "Imaging2Interface", "initialize",
+///   "installCommonCmdHandlers", "addInterface", "getCommunicator", "setting".
 struct Host {
     static Host& current();
 
     Imaging imaging;
     std::map<const void*, std::string> communicators; ///< "ADDRESS:PORT" of those that are alive
-};
-
-/// One call of the host's device model or settings, from construction to destruction. It is noted where it is
-/// TestSupport::PluginAtWork that calls, and not the model itself: "emptyDescription", "copiedDescription",
-/// "storedDescription", "CommunicatorTemplate", "NativeCameraTemplate", "ImagingInterface",
-/// "Imaging2Interface", "initialize", "installCommonCmdHandlers", "addInterface", "getCommunicator",
-/// "setting".
-class ModelCall {
-public:
-    explicit ModelCall(const char* name);
-    ModelCall(const ModelCall&) = delete;
-    ModelCall& operator=(const ModelCall&) = delete;
-    ~ModelCall();
 };
 
 } // namespace World

@@ -8,6 +8,9 @@
 #include <charconv>
 #include <cstdio>
 #include <cstring>
+#include <locale>
+#include <sstream>
+#include <utility>
 
 using TestSupport::OutsidePlugin;
 using World::Adapter;
@@ -39,29 +42,32 @@ std::string dotted(const void* address) {
 }
 
 /// Four decimal numbers of at most 255, joined by dots.
-std::optional<std::array<unsigned char, 4>> addressOf(std::string_view text) {
+std::optional<std::array<unsigned char, 4>> addressOf(std::string text) {
     std::array<unsigned char, 4> address{};
-    for (std::size_t at = 0; at < address.size(); ++at) {
-        if (at != 0) {
-            if (!text.starts_with('.'))
-                return std::nullopt;
-            text.remove_prefix(1);
-        }
-        const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), address[at]);
-        if (error != std::errc())
+    text += '.'; // behind each of them
+    const char* at = text.data();
+    for (unsigned char& number : address) {
+        const auto [end, error] = std::from_chars(at, text.data() + text.size(), number);
+        if (error != std::errc() || *end != '.')
             return std::nullopt;
-        text.remove_prefix(static_cast<std::size_t>(end - text.data()));
+        at = end + 1;
     }
-    return text.empty() ? std::optional(address) : std::nullopt;
+    return at == text.data() + text.size() ? std::optional(address) : std::nullopt;
 }
 
-std::string presence(const void* pointer, const char* name) {
+const char* presence(const void* pointer, const char* name) {
     return pointer == nullptr ? "null" : name;
 }
 
 /// Notes a call of `function`; the code that it is to end with, if one is planned.
-std::optional<int> enter(const std::string& function, const std::string& arguments = {}) {
-    return Calls::current().enter(arguments.empty() ? function : function + " " + arguments);
+template <class... Arguments>
+std::optional<int> enter(const char* function, const Arguments&... arguments) {
+    std::ostringstream line;
+    line.imbue(std::locale::classic());
+    line << function;
+    [[maybe_unused]] const char* separator = " ";
+    ((line << std::exchange(separator, ", ") << arguments), ...);
+    return Calls::current().enter(line.str());
 }
 
 int failWith(int code) {
@@ -78,23 +84,24 @@ bool isOpen(SOCKET socket) {
 std::optional<std::string> nextDatagram(SOCKET socket) {
     Network& network = Network::current();
     const auto timeout = network.receiveTimeouts.find(socket);
-    const bool isBounded = timeout != network.receiveTimeouts.end();
-    if (network.datagrams.empty() || (isBounded && network.datagrams.front().after > timeout->second)) {
-        if (isBounded) {
-            World::advance(timeout->second);
-            if (!network.datagrams.empty())
-                network.datagrams.front().after -= timeout->second;
-        }
+    if (timeout != network.receiveTimeouts.end() &&
+        (network.datagrams.empty() || network.datagrams.front().after > timeout->second)) {
+        World::advance(timeout->second);
+        if (!network.datagrams.empty())
+            network.datagrams.front().after -= timeout->second;
         return std::nullopt;
     }
-    World::advance(network.datagrams.front().after);
-    std::string text = std::move(network.datagrams.front().text);
+    if (network.datagrams.empty())
+        return std::nullopt;
+    const World::Datagram next = std::move(network.datagrams.front());
     network.datagrams.pop_front();
-    return text;
+    World::advance(next.after);
+    return next.text;
 }
 
-void storeText(char (&destination)[16], const std::string& text) {
-    std::snprintf(destination, sizeof destination, "%s", text.c_str());
+template <std::size_t size>
+void storeText(char (&destination)[size], const std::string& text) {
+    std::snprintf(destination, size, "%s", text.c_str());
 }
 
 void storeAddress(IP_ADDR_STRING& entry, const Adapter::Address& address) {
@@ -103,18 +110,11 @@ void storeAddress(IP_ADDR_STRING& entry, const Adapter::Address& address) {
     storeText(entry.IpMask.String, address.mask);
 }
 
-std::size_t furtherAddresses(const Adapter& adapter) {
-    return adapter.addresses.empty() ? 0 : adapter.addresses.size() - 1;
-}
-
 /// Fills one adapter, its further addresses at `further`; returns the place behind them.
 IP_ADDR_STRING* storeAdapter(IP_ADAPTER_INFO& info, const Adapter& adapter, IP_ADDR_STRING* further) {
     info = {};
-    std::snprintf(info.AdapterName, sizeof info.AdapterName, "%s", adapter.name.c_str());
-    std::snprintf(info.Description, sizeof info.Description, "%s", adapter.name.c_str());
-    info.AddressLength =
-        static_cast<UINT>(std::min(adapter.hardwareAddress.size(), MAX_ADAPTER_ADDRESS_LENGTH));
-    std::memcpy(info.Address, adapter.hardwareAddress.data(), info.AddressLength);
+    storeText(info.AdapterName, adapter.name);
+    storeText(info.Description, adapter.name);
     info.Type = MIB_IF_TYPE_ETHERNET;
     storeAddress(info.IpAddressList, adapter.addresses.empty() ? Adapter::Address{"0.0.0.0", "0.0.0.0"}
                                                                : adapter.addresses.front());
@@ -167,8 +167,7 @@ int WSAGetLastError() {
 
 SOCKET socket(int family, int type, int protocol) {
     const OutsidePlugin outside;
-    const auto code = enter("socket", std::to_string(family) + ", " + std::to_string(type) + ", " +
-                                          std::to_string(protocol));
+    const auto code = enter("socket", family, type, protocol);
     Network& network = Network::current();
     if (code || network.startups == 0) {
         failWith(code.value_or(WSANOTINITIALISED));
@@ -180,10 +179,8 @@ SOCKET socket(int family, int type, int protocol) {
 
 int setsockopt(SOCKET socket, int level, int name, const char* value, int length) {
     const OutsidePlugin outside;
-    const auto code =
-        enter("setsockopt", std::to_string(socket) + ", " + std::to_string(level) + ", " +
-                                std::to_string(name) + ", " + hexOf(value, static_cast<std::size_t>(length)));
-    if (code)
+    if (const auto code =
+            enter("setsockopt", socket, level, name, hexOf(value, static_cast<std::size_t>(length))))
         return failWith(*code);
     if (!isOpen(socket))
         return failWith(WSAENOTSOCK);
@@ -199,26 +196,24 @@ int sendto(SOCKET socket, const char* data, int length, int flags, const sockadd
     const OutsidePlugin outside;
     sockaddr_in address{};
     std::memcpy(&address, to, std::min(sizeof address, static_cast<std::size_t>(toLength)));
-    const auto code = enter(
-        "sendto", std::to_string(socket) + ", \"" + std::string(data, static_cast<std::size_t>(length)) +
-                      "\", " + std::to_string(flags) + ", " + std::to_string(address.sin_family) + " " +
-                      dotted(&address.sin_addr) + ":" + std::to_string(htons(address.sin_port)) + ", " +
-                      std::to_string(toLength));
-    if (code)
+    const std::string place = std::to_string(address.sin_family) + " " + dotted(&address.sin_addr) + ":" +
+                              std::to_string(htons(address.sin_port));
+    const std::string text(data, static_cast<std::size_t>(length));
+    if (const auto code = enter("sendto", socket, '"' + text + '"', flags, place, toLength))
         return failWith(*code);
     return isOpen(socket) ? length : failWith(WSAENOTSOCK);
 }
 
 int closesocket(SOCKET socket) {
     const OutsidePlugin outside;
-    if (const auto code = enter("closesocket", std::to_string(socket)))
+    if (const auto code = enter("closesocket", socket))
         return failWith(*code);
     return Network::current().openSockets.erase(socket) == 1 ? 0 : failWith(WSAENOTSOCK);
 }
 
 int inet_pton(int family, const char* text, void* address) {
     const OutsidePlugin outside;
-    if (const auto code = enter("inet_pton", std::to_string(family) + ", " + text))
+    if (const auto code = enter("inet_pton", family, text))
         return failWith(*code);
     const auto bytes = addressOf(text);
     if (!bytes)
@@ -229,9 +224,7 @@ int inet_pton(int family, const char* text, void* address) {
 
 const char* inet_ntop(int family, const void* address, char* text, std::size_t textBytes) {
     const OutsidePlugin outside;
-    const auto code = enter("inet_ntop", std::to_string(family) + ", " + dotted(address) + ", " +
-                                             std::to_string(textBytes));
-    if (code) {
+    if (const auto code = enter("inet_ntop", family, dotted(address), textBytes)) {
         failWith(*code);
         return nullptr;
     }
@@ -244,10 +237,8 @@ const char* inet_ntop(int family, const void* address, char* text, std::size_t t
 int Platform::recvfrom(SOCKET socket, char* buffer, int length, int flags, Winsock::sockaddr* from,
                        int* fromLength) {
     const OutsidePlugin outside;
-    const auto code = enter("recvfrom", std::to_string(socket) + ", " + std::to_string(length) + ", " +
-                                            std::to_string(flags) + ", " + presence(from, "address") + ", " +
-                                            presence(fromLength, "length"));
-    if (code)
+    if (const auto code = enter("recvfrom", socket, length, flags, presence(from, "address"),
+                                presence(fromLength, "length")))
         return failWith(*code);
     if (!isOpen(socket))
         return failWith(WSAENOTSOCK);
@@ -261,8 +252,7 @@ int Platform::recvfrom(SOCKET socket, char* buffer, int length, int flags, Winso
 
 DWORD GetAdaptersInfo(IP_ADAPTER_INFO* adapters, ULONG* bytes) {
     const OutsidePlugin outside;
-    const auto code = enter("GetAdaptersInfo", presence(adapters, "buffer") + ", " + std::to_string(*bytes));
-    if (code)
+    if (const auto code = enter("GetAdaptersInfo", presence(adapters, "buffer"), *bytes))
         return static_cast<DWORD>(*code);
     const std::vector<Adapter>& list = Network::current().adapters;
     if (list.empty())
@@ -270,7 +260,7 @@ DWORD GetAdaptersInfo(IP_ADAPTER_INFO* adapters, ULONG* bytes) {
 
     std::size_t needed = list.size() * sizeof(IP_ADAPTER_INFO);
     for (const Adapter& adapter : list)
-        needed += furtherAddresses(adapter) * sizeof(IP_ADDR_STRING);
+        needed += (std::max<std::size_t>(adapter.addresses.size(), 1) - 1) * sizeof(IP_ADDR_STRING);
     const bool fits = adapters != nullptr && *bytes >= needed;
     *bytes = static_cast<ULONG>(needed);
     if (!fits)
@@ -286,9 +276,7 @@ DWORD GetAdaptersInfo(IP_ADAPTER_INFO* adapters, ULONG* bytes) {
 
 DWORD SendARP(IPAddr destination, IPAddr source, void* mac, ULONG* macBytes) {
     const OutsidePlugin outside;
-    const auto code =
-        enter("SendARP", dotted(&destination) + ", " + dotted(&source) + ", " + hexOf(mac, *macBytes));
-    if (code)
+    if (const auto code = enter("SendARP", dotted(&destination), dotted(&source), hexOf(mac, *macBytes)))
         return static_cast<DWORD>(*code);
     const auto& answers = Network::current().arp;
     const auto answer = answers.find(dotted(&destination));

@@ -33,14 +33,12 @@ struct Adapter {
     std::string name;
     /// The first is the adapter's own, the others hang on it; none is one of "0.0.0.0", mask "0.0.0.0".
     std::vector<Address> addresses;
-    std::string hardwareAddress = {}; ///< raw bytes, at most 8
 };
 
 /// What SendARP answers for one address.
 struct Arp {
-    std::string
-        hardwareAddress;   ///< raw bytes; the first 8 at most are stored, whatever size the caller names
-    DWORD code = NO_ERROR; ///< with another one nothing is stored
+    std::string hardwareAddress; ///< raw bytes; 8 at most are stored, whatever size the caller names
+    DWORD code = NO_ERROR;       ///< with another one nothing is stored
     std::optional<ULONG> length = std::nullopt; ///< the length told; that of `hardwareAddress` if absent
 };
 

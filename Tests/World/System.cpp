@@ -80,19 +80,17 @@ void SetLastError(DWORD code) {
 
 // Counts and flags are the platform's tests' affair; here they are what Platform/Text.h passes.
 int MultiByteToWideChar(UINT, DWORD, LPCCH text, int textBytes, LPWSTR wide, int wideCount) {
-    const auto capacity = static_cast<std::size_t>(wideCount);
-    return answerFor("MultiByteToWideChar",
-                     Platform::Utf::wideFromUtf8(text, static_cast<std::size_t>(textBytes),
-                                                 Malformed::substitute, wide, capacity),
-                     wideCount);
+    const auto needed =
+        Platform::Utf::wideFromUtf8(text, static_cast<std::size_t>(textBytes), Malformed::substitute, wide,
+                                    static_cast<std::size_t>(wideCount));
+    return answerFor("MultiByteToWideChar", needed, wideCount);
 }
 
 int WideCharToMultiByte(UINT, DWORD, LPCWCH wide, int wideCount, LPSTR text, int textBytes, LPCCH, LPBOOL) {
-    const auto capacity = static_cast<std::size_t>(textBytes);
-    return answerFor("WideCharToMultiByte",
-                     Platform::Utf::utf8FromWide(wide, static_cast<std::size_t>(wideCount),
-                                                 Malformed::substitute, text, capacity),
-                     textBytes);
+    const auto needed =
+        Platform::Utf::utf8FromWide(wide, static_cast<std::size_t>(wideCount), Malformed::substitute, text,
+                                    static_cast<std::size_t>(textBytes));
+    return answerFor("WideCharToMultiByte", needed, textBytes);
 }
 
 __time64_t _time64(__time64_t* now) {

@@ -12,6 +12,7 @@
 #include <cerrno>
 #include <cstring>
 #include <string>
+#include <string_view>
 
 using Platform::SocketResult;
 using Platform::SocketStatus;
@@ -20,22 +21,22 @@ using World::Network;
 
 namespace {
 
-using Clock = Platform::Clock;
-
-SocketResult failedWith(int error, std::size_t bytes = 0) {
-    return {SocketStatus::failed, bytes, std::strerror(error)};
+SocketResult failedWith(int error) {
+    return {SocketStatus::failed, 0, std::strerror(error)};
 }
 
-SocketResult timedOut(std::size_t bytes = 0) {
-    return {SocketStatus::timedOut, bytes, std::strerror(ETIMEDOUT)};
-}
-
-/// Ends a call with a code that was planned: a time-out takes its time.
-SocketResult endWith(int code, Clock::time_point deadline) {
+/// Ends a call with that code; a time-out takes its time.
+SocketResult endWith(int code, World::Time deadline, std::size_t bytes = 0) {
     if (code != ETIMEDOUT)
         return failedWith(code);
     World::waitUntil(deadline);
-    return timedOut();
+    return {SocketStatus::timedOut, bytes, std::strerror(code)};
+}
+
+/// In quotes where all of them can be printed, else "N bytes".
+std::string shown(std::string_view bytes) {
+    const bool isPrintable = std::ranges::all_of(bytes, [](char c) { return c >= ' ' && c <= '~'; });
+    return isPrintable ? '"' + std::string(bytes) + '"' : std::to_string(bytes.size()) + " bytes";
 }
 
 std::string placeOf(const std::string& address, int port) {
@@ -49,14 +50,11 @@ struct Network::Connection {
     World::Wire wire;
     std::size_t room = everything; ///< what the peer still takes
 
-    /// True where something has come, or the connection has ended.
-    bool isReady() { return wire.next().value_or(World::Time::max()) <= World::now(); }
-
     /// True where something comes, or the connection ends, by then; waits for it.
     bool await(World::Time deadline) {
-        const World::Time next = wire.next().value_or(World::Time::max());
-        const bool comes = next <= std::max(deadline, World::now());
-        World::waitUntil(comes ? next : deadline);
+        World::Time now = World::now();
+        const bool comes = wire.await(deadline, now);
+        World::waitUntil(now);
         return comes;
     }
 };
@@ -140,17 +138,15 @@ SocketResult TcpSocket::send(const void* data, std::size_t count, std::chrono::m
     const auto connection = connectionOf(descriptor_);
     if (connection == nullptr)
         return failedWith(EBADF);
-    const auto code = enter("send", *connection, World::shown({static_cast<const char*>(data), count}));
+    const auto code = enter("send", *connection, shown({static_cast<const char*>(data), count}));
     if (code)
         return endWith(*code, World::now() + stallTimeout);
-    if (connection->isReady() && connection->wire.isReset())
+    if (connection->await(World::now()) && connection->wire.isReset())
         return failedWith(ECONNRESET);
     const std::size_t taken = std::min(count, connection->room);
     connection->room -= connection->room == Network::everything ? 0 : taken;
-    if (taken < count) {
-        World::waitUntil(World::now() + stallTimeout);
-        return timedOut(taken);
-    }
+    if (taken < count)
+        return endWith(ETIMEDOUT, World::now() + stallTimeout, taken);
     connection->wire.take(data, count, World::now());
     return {SocketStatus::done, count, {}};
 }
@@ -163,7 +159,7 @@ SocketResult TcpSocket::receive(void* data, std::size_t count, Clock::time_point
     if (const auto code = enter("receive", *connection, std::to_string(count)))
         return endWith(*code, deadline);
     if (!connection->await(deadline))
-        return timedOut();
+        return endWith(ETIMEDOUT, deadline);
     const std::size_t received = connection->wire.copy(data, count, World::now());
     if (received != 0)
         return {SocketStatus::done, received, {}};
