@@ -8,7 +8,7 @@ class Connector;
 /// A connection to a device. Used by one thread at a time; it holds no lock.
 ///
 /// A communicator is connected only while at least one Connector holds it. Every operation throws
-/// DeviceException where the connection fails.
+/// DeviceException if the connection fails.
 class HOSTFRAMEWORK_EXPORT Communicator {
 public:
     Communicator() = default;

@@ -9,7 +9,7 @@ class Communicator;
 /// the connection. Does not own the communicator, which must outlive it.
 class HOSTFRAMEWORK_EXPORT Connector {
 public:
-    /// Connects where the communicator is not connected. Throws what the communicator throws, DeviceException
+    /// Connects if the communicator is not connected. Throws what the communicator throws, DeviceException
     /// in practice; then nothing is held.
     explicit Connector(Communicator& communicator);
     Connector(const Connector&) = delete;

@@ -15,7 +15,7 @@ public:
     /// Called while a read is going on: the bytes received so far and the bytes asked for, of this read.
     using ProgressObserver = std::function<void(std::size_t received, std::size_t expected)>;
 
-    /// How long a connect may take where `connectTimeoutMs` is -1.
+    /// How long a connect may take if `connectTimeoutMs` is -1.
     static constexpr int defaultConnectTimeoutMs = 5000;
 
     /// `address`: an IPv4 address in dotted decimal or a host name. `port`: 1 to 65535. `connectTimeoutMs`:
@@ -27,7 +27,7 @@ public:
     int getPort() const override;
 
     /// Sends all or throws DeviceException, also if the device takes nothing for 10 s.
-    /// `discardUnread` drops unread input before sending; where there is any, until the line has been quiet
+    /// `discardUnread` drops unread input before sending; if there is any, until the line has been quiet
     /// for 20 ms, at most 64 MiB and 3 s.
     void writeBytes(const void* data, unsigned int count, bool discardUnread, int reserved) override;
 

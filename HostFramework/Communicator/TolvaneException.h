@@ -38,7 +38,7 @@ public:
     const std::wstring& getFile() const noexcept { return file_; }
     int getLine() const noexcept { return line_; }
 
-    /// The message, followed by " @ ", the file, ":" and the line where the line is not noLine.
+    /// The message, followed by " @ ", the file, ":" and the line if the line is not noLine.
     std::wstring getDescription() const;
 
 private:

@@ -5,7 +5,7 @@
 
 #include <string>
 
-/// A setting object names one setting; constructing it creates the setting where nobody has, with the
+/// A setting object names one setting; constructing it creates the setting if nobody has, with the
 /// default of its kind (false, an empty text). value() reads what the store holds at that moment.
 /// Any thread.
 namespace DeveloperSettings {

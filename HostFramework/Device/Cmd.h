@@ -37,7 +37,7 @@ public:
         : Cmd(std::move(key)), value_(std::forward<Value>(value)) {}
 
     /// The value; for a reference, what it refers to, which its owner keeps alive until the command is done.
-    /// Where Value is a reference, the const applies to the reference, so this is a plain Value.
+    /// If Value is a reference, the const applies to the reference, so this is a plain Value.
     const Value& getValue() const { return value_; }
 
 private:

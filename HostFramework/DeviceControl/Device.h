@@ -72,7 +72,7 @@ public:
     /// Slot 31: an interface by its type name, or null; here the same as getInterface.
     virtual BaseInterface* getInternalInterface(const std::wstring& interfaceType) const;
     /// Slot 32: writes the children of the description, `indent` blanks before each line: what setIdentity
-    /// was given, and an element "connection" where the device has a network address.
+    /// was given, and an element "connection" if the device has a network address.
     virtual void toXmlInternal(std::ostream& stream, int indent) const;
     virtual bool startThread(); // slot 33: false if the device polls nothing, as here
     ~Device() override;
@@ -80,7 +80,7 @@ public:
     /// True if data wait for somebody to fetch them, as setDataWaiting and its kin have marked.
     bool isDataWaiting() const;
 
-    /// Adds an interface, which the device owns from then on, also where this throws. Throws
+    /// Adds an interface, which the device owns from then on, even if this throws. Throws
     /// std::invalid_argument for null.
     void addInterface(BaseInterface* added);
 

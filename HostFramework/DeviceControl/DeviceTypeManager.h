@@ -22,7 +22,7 @@ public:
     /// The types in the order in which they were added. Any thread.
     std::vector<const DeviceType*> getDeviceTypes() const;
 
-    /// Forgets a type that was added, once; the latest where it was added more than once. One that was not
+    /// Forgets a type that was added, once; the latest if it was added more than once. One that was not
     /// is ignored. For a host that is about to unload the type's plug-in. Any thread.
     void removeDeviceType(const DeviceType& type);
 

@@ -13,9 +13,9 @@ public:
     ImagingLibrary& operator=(const ImagingLibrary&) = delete;
 
     /// Slot 0: a new image with a copy of the pixels at `pixels` (rows from the top, samples adjacent, no
-    /// padding). `bitsPerSample` is 8, `samplesPerPixel` 1 or 3, `flags` 0; width or height may be 0, where
-    /// `pixels` is not read. The caller owns it and gives it back with releaseImage. Throws
-    /// std::invalid_argument for other values, std::bad_alloc where memory is short.
+    /// padding). `bitsPerSample` is 8, `samplesPerPixel` 1 or 3, `flags` 0; width or height may be 0, and
+    /// then `pixels` is not read. The caller owns it and gives it back with releaseImage. Throws
+    /// std::invalid_argument for other values, std::bad_alloc if memory is short.
     virtual Image* createImage(unsigned int width, unsigned int height, unsigned int bitsPerSample,
                                unsigned int samplesPerPixel, const void* pixels, int flags) = 0;
 

@@ -30,7 +30,7 @@ public:
     double getGain() const override;      // 1.0
     /// Throws DeviceException for any other gain than 1.0.
     void setGain(double gain) override;
-    /// As the description has it; (0, 0) where that is unknown.
+    /// As the description has it; (0, 0) if that is unknown.
     Point<int, 2> getResolution() const override;
     /// The description as given at construction.
     CameraInfo getCameraInfo() const override;

@@ -14,7 +14,7 @@ namespace {
 
 using Platform::Adapter;
 
-/// The adapter that an entry belongs to, added where it is not yet there.
+/// The adapter that an entry belongs to, added if it is not yet there.
 Adapter& adapterOf(std::vector<Adapter>& adapters, const ifaddrs& entry) {
     // An address may bear a label, "eth0:1", instead of its adapter's bare name.
     const std::string_view label = entry.ifa_name;

@@ -124,7 +124,7 @@ void provokeResolution(IPAddr destination, IPAddr source) {
     close(descriptor);
 }
 
-/// A neighbour's hardware address from the system's table, which is made to find out where it does not know.
+/// A neighbour's hardware address from the system's table; if that has none, the system is made to find out.
 std::vector<unsigned char> resolve(Rtnetlink& kernel, unsigned adapterIndex, IPAddr destination,
                                    IPAddr source) {
     const auto deadline = Clock::now() + resolutionTime;

@@ -20,7 +20,7 @@ fs::path folderNamedBy(const char* variable) {
     return folder.is_absolute() ? folder : fs::path();
 }
 
-/// The folders that the path goes through, each closed to others where it is made here.
+/// The folders that the path goes through, each closed to others if it is made here.
 void makeFolders(const fs::path& path) {
     fs::path folder;
     for (const fs::path& name : path) {

@@ -24,7 +24,7 @@ public:
 
     /// What the neighbour table holds of an address.
     struct Neighbour {
-        /// The system is asking, or has not yet; it has failed where neither this nor an address is there.
+        /// The system is asking, or has not yet; it has failed if neither this nor an address is there.
         bool isPending = false;
         std::vector<unsigned char> hardwareAddress; ///< empty if it is not known
     };

@@ -10,7 +10,7 @@ inline constexpr char32_t replacementCharacter = 0xFFFD;
 
 /// What stands at the front of a text.
 struct Decoded {
-    char32_t codePoint; ///< replacementCharacter where the units are not well-formed
+    char32_t codePoint; ///< replacementCharacter if the units are not well-formed
     std::size_t units;  ///< how many units it took; at least 1
     bool wellFormed;
 };

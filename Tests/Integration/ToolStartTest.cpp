@@ -1,10 +1,10 @@
 // What the tool takes over from the place and the process that start it: nothing.
 
-#include "ElfFile.h"
 #include "ToolRun.h"
 
 #include <filesystem>
 #include <fstream>
+#include <sstream>
 #include <string>
 
 using namespace Integration;
@@ -30,9 +30,11 @@ Names simulateFor(const std::string& seconds) {
 
 TEST(ToolStart, RunsNoLibraryOfTheWorkingFolder) {
     const TemporaryFolder folder;
-    for (const char* const file : {KORVA_TOOL, KORVA_PLUGIN, KORVA_HOST_LIBRARY})
-        for (const std::string& library : Structure::readElf(file).needed)
-            fs::copy_file(KORVA_NO_PLUGIN, folder.file(library), fs::copy_options::skip_existing);
+    const std::string sought = R"(readelf -dW "$@" | sed -n 's/.*(NEEDED).*\[\(.*\)\]/\1/p')";
+    std::istringstream libraries(
+        run({"/bin/sh", "-c", sought, "sh", KORVA_TOOL, KORVA_PLUGIN, KORVA_HOST_LIBRARY}).output);
+    for (std::string library; std::getline(libraries, library);)
+        fs::copy_file(KORVA_NO_PLUGIN, folder.file(library), fs::copy_options::skip_existing);
     ASSERT_GE(folder.names().size(), 4u);
     EXPECT_THAT(runToolIn(folder, {"--version"}), ended(0, _, ""));
     // Nobody is there; that it is asked shows that the plug-in has been loaded too.

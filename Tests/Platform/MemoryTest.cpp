@@ -23,7 +23,7 @@ std::size_t bytesKeptAfterAPicture() {
 }
 
 TEST(FreedMemory, StaysWithAProcessThatAsksForIt) {
-    // Where a sanitizer has replaced the allocator there is nothing to be seen.
+    // If a sanitizer has replaced the allocator, there is nothing to be seen.
     const bool isReplaced = mallinfo2().arena == 0;
     Platform::keepFreedMemory(std::size_t{128} << 20);
     const std::size_t kept = bytesKeptAfterAPicture();

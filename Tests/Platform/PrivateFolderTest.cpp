@@ -16,35 +16,8 @@ namespace {
 
 namespace fs = std::filesystem;
 
-fs::perms permissionsOf(const fs::path& path) {
-    return fs::symlink_status(path).permissions();
-}
-
-/// Something that stands where the folder `p` should, made by the shell; where that fails, it cannot be made
-/// here.
-struct Obstacle {
-    const char* name;
-    const char* commands;
-    const char* complaint;
-};
-
-const Obstacle obstacles[] = {
-    {"ALinkToAFolder", "mkdir -m 700 private; ln -s private p", "is a symbolic link"},
-    {"ALinkToNothing", "ln -s missing p", "is a symbolic link"},
-    {"AFile", "touch p", "is not a folder"},
-    {"AFolderThatOthersRead", "mkdir -m 704 p", "is open to others"},
-    {"AFolderThatAGroupEnters", "mkdir -m 710 p", "is open to others"},
-    {"SomebodyElsesFolder", "mkdir -m 700 p; chown 12345:12345 p", "belongs to somebody else"},
-    {"AFolderThatOthersMayReplace", "mkdir -m 700 p; chmod 777 .",
-     "is where others may put another folder in its place"},
-    {"AFolderThatSomebodyElseMayReplace", "mkdir -m 700 p; chown 12345:12345 .",
-     "is where others may put another folder in its place"},
-};
-
-class PrivateFolderThatMeets : public testing::TestWithParam<Obstacle> {
-protected:
-    TestSupport::TemporaryFolder folder;
-};
+constexpr const char* openToOthers = "is open to others";
+constexpr const char* replaceable = "is where others may put another folder in its place";
 
 /// What the environment says, and which folder that makes.
 struct State {
@@ -54,32 +27,36 @@ struct State {
 
 } // namespace
 
-INSTANTIATE_TEST_SUITE_P(Obstacles, PrivateFolderThatMeets, testing::ValuesIn(obstacles),
-                         [](const auto& obstacle) { return std::string(obstacle.param.name); });
-
-TEST_P(PrivateFolderThatMeets, IsNone) {
-    const fs::path path = folder.path() / "p";
-    if (std::system(("cd " + folder.path().string() + "; " + GetParam().commands + " 2>&-").c_str()) != 0)
-        GTEST_SKIP() << "only root gives folders away";
-    EXPECT_EQ(Platform::makePrivateFolder(path), GetParam().complaint);
-    EXPECT_EQ(fs::exists(folder.path() / "missing"), false);
+TEST(PrivateFolder, IsNoneWhereSomethingElseStandsOrOthersMayPutIt) {
+    for (const auto& [commands, complaint] : {
+             std::pair("mkdir -m 700 private; ln -s private p", "is a symbolic link"),
+             std::pair("ln -s missing p", "is a symbolic link"),
+             std::pair("touch p", "is not a folder"),
+             std::pair("mkdir -m 704 p", openToOthers),
+             std::pair("mkdir -m 710 p", openToOthers),
+             std::pair("mkdir -m 700 p; chown 12345:12345 p", "belongs to somebody else"),
+             std::pair("mkdir -m 700 p; chmod 777 .", replaceable),
+             std::pair("mkdir -m 700 p; chown 12345:12345 .", replaceable),
+             std::pair("chmod 1777 .", ""),
+         }) {
+        const TestSupport::TemporaryFolder folder;
+        const bool isMade =
+            std::system(("cd " + folder.path().string() + "; " + commands + " 2>&-").c_str()) == 0;
+        EXPECT_TRUE(isMade || geteuid() != 0) << "only root gives folders away: " << commands;
+        const std::string told = isMade ? Platform::makePrivateFolder(folder.file("p")) : complaint;
+        EXPECT_EQ(told, complaint) << commands;
+        EXPECT_FALSE(fs::exists(folder.file("missing")));
+    }
 }
 
 TEST(PrivateFolder, IsClosedToOthersAsAreThoseMadeForIt) {
     const TestSupport::TemporaryFolder folder;
-    const fs::path path = folder.path() / "a" / "b" / "p";
     const mode_t before = umask(0);
     for (int time = 0; time < 2; ++time)
-        EXPECT_EQ(Platform::makePrivateFolder(path), "");
+        EXPECT_EQ(Platform::makePrivateFolder(folder.file("a/b/p")), "");
     umask(before);
-    for (const fs::path& made : {path, path.parent_path(), path.parent_path().parent_path()})
-        EXPECT_EQ(permissionsOf(made), fs::perms::owner_all) << made;
-}
-
-TEST(PrivateFolder, MayLieWhereAllWriteAndNobodyReplaces) {
-    const TestSupport::TemporaryFolder folder;
-    fs::permissions(folder.path(), static_cast<fs::perms>(01777));
-    EXPECT_EQ(Platform::makePrivateFolder(folder.file("p")), "");
+    for (const char* made : {"a", "a/b", "a/b/p"})
+        EXPECT_EQ(fs::symlink_status(folder.file(made)).permissions(), fs::perms::owner_all) << made;
 }
 
 TEST(PrivateFolder, ThatCannotBeMadeTellsTheReason) {

@@ -2,97 +2,73 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdio>
 #include <iostream>
 #include <stdexcept>
 #include <string>
-#include <vector>
+#include <string_view>
 
 using Platform::LibraryErrors;
-using testing::internal::CaptureStderr;
-using testing::internal::GetCapturedStderr;
 
 namespace {
 
-/// What is written to `stderr` meanwhile, and nothing of it reaches standard error itself.
+/// What standard error gets meanwhile, with each line of a library's as "<line>".
 template <typename Write>
-std::vector<std::string> linesOf(const Write& write) {
-    std::vector<std::string> lines;
-    CaptureStderr();
+std::string transcript(const Write& write) {
+    testing::internal::CaptureStderr();
     {
-        const LibraryErrors guard([&lines](std::string_view line) { lines.emplace_back(line); });
+        const LibraryErrors guard([](std::string_view line) {
+            const std::string marked = "<" + std::string(line) + ">";
+            std::fwrite(marked.data(), 1, marked.size(), Platform::standardError());
+        });
         write();
     }
-    EXPECT_EQ(GetCapturedStderr(), "");
-    return lines;
+    return testing::internal::GetCapturedStderr();
 }
 
-using Lines = std::vector<std::string>;
+/// As a library writes.
+void writeError(std::string_view text) {
+    std::fwrite(text.data(), 1, text.size(), stderr);
+}
 
 } // namespace
 
-TEST(LibraryErrors, GoLineByLineToTheProgramAndKeepALastLineWithoutAnEnd) {
-    EXPECT_EQ(linesOf([] {
-                  std::fputs("one\ntw", stderr);
-                  std::fprintf(stderr, "%c\n", 'o');
-                  std::fputs("\nfour\nrest", stderr);
+TEST(LibraryErrors, GoLineByLineToTheProgramAsTheyWereWritten) {
+    const std::string odd("\0\x1B[31m\r\xFF\xC3", 9);
+    EXPECT_EQ(transcript([&odd] { writeError(odd + "\n\nrest"); }), "<" + odd + "><><rest>");
+    EXPECT_EQ(transcript([] {}), "");
+}
+
+TEST(LibraryErrors, AreThereAsSoonAsTheirLineEndsAndLeaveTheProgramsOwnAlone) {
+    EXPECT_EQ(transcript([] {
+                  writeError("one\ntw");
+                  std::fputs("own ", Platform::standardError());
+                  std::cerr << "own too\n" << std::flush;
+                  writeError("o\n");
               }),
-              (Lines{"one", "two", "", "four", "rest"}));
-    EXPECT_EQ(linesOf([] {}), Lines{});
-}
-
-TEST(LibraryErrors, AreThereAsSoonAsTheirLineEnds) {
-    std::vector<std::string> lines;
-    const LibraryErrors guard([&lines](std::string_view line) { lines.emplace_back(line); });
-    std::fputs("one\ntwo", stderr);
-    EXPECT_EQ(lines, Lines{"one"});
-}
-
-TEST(LibraryErrors, ComeAsTheyWereWritten) {
-    const std::string bytes = std::string("\0\x1B[31m\r\xFF\xC3", 9);
-    EXPECT_EQ(linesOf([&bytes] { std::fwrite(bytes.data(), 1, bytes.size(), stderr); }), Lines{bytes});
+              "<one>own own too\n<two>");
 }
 
 TEST(LibraryErrors, AreCutWhereALineIsLong) {
     const std::string longest(LibraryErrors::longestLine, 'x');
-    EXPECT_EQ(linesOf([&longest] {
-                  std::fprintf(stderr, "%s\n", longest.c_str());
-                  std::fprintf(stderr, "%s%s\nnext\n", longest.c_str(), std::string(100'000, 'y').c_str());
+    EXPECT_EQ(transcript([&longest] {
+                  writeError(longest + "\n");
+                  writeError(longest + std::string(100'000, 'y') + "\nnext\n");
               }),
-              (Lines{longest, longest, "next"}));
-}
-
-TEST(LibraryErrors, LeaveTheProgramsOwnLinesAlone) {
-    std::vector<std::string> lines;
-    CaptureStderr();
-    {
-        const LibraryErrors guard([&lines](std::string_view line) { lines.emplace_back(line); });
-        std::fputs("own\n", Platform::standardError());
-        std::cerr << "own too" << std::endl;
-    }
-    EXPECT_EQ(GetCapturedStderr(), "own\nown too\n");
-    EXPECT_EQ(lines, Lines{});
-}
-
-TEST(LibraryErrors, MayBePassedOnToStandardErrorAtOnce) {
-    CaptureStderr();
-    {
-        const LibraryErrors guard([](std::string_view line) {
-            std::fprintf(Platform::standardError(), "<%s>\n", std::string(line).c_str());
-        });
-        std::fputs("one\ntwo\n", stderr);
-    }
-    EXPECT_EQ(GetCapturedStderr(), "<one>\n<two>\n");
+              "<" + longest + "><" + longest + "><next>");
 }
 
 TEST(LibraryErrors, GiveTheStreamBack) {
     std::FILE* const before = stderr;
-    linesOf([before] {
-        EXPECT_NE(stderr, before);
+    for (int time = 0; time < 2; ++time) {
+        EXPECT_EQ(transcript([before] {
+                      EXPECT_EQ(Platform::standardError(), before);
+                      writeError("again\n");
+                  }),
+                  "<again>");
+        EXPECT_EQ(stderr, before);
         EXPECT_EQ(Platform::standardError(), before);
-    });
-    EXPECT_EQ(stderr, before);
-    EXPECT_EQ(Platform::standardError(), before);
-    EXPECT_EQ(linesOf([] { std::fputs("again\n", stderr); }), Lines{"again"});
+    }
 }
 
 TEST(LibraryErrors, OutliveAnExceptionOfTheProgram) {

@@ -4,77 +4,62 @@
 #include "Platform/TcpSocket.h"
 #include "World/Stage.h"
 
+#include <array>
 #include <gtest/gtest.h>
 
 using namespace std::chrono_literals;
-using Platform::SocketResult;
 using Platform::SocketStatus;
 using Simulator::CloseConnection;
 using Simulator::Pause;
-using World::elapsed;
+using std::chrono::milliseconds;
 
 namespace {
 
 constexpr std::size_t megabyte = std::size_t{1} << 20;
-
-struct TcpSocketDiscard : testing::Test {
-    void connectTo(World::Actions greeting) {
-        world.at("10.0.0.5", 80).greet(std::move(greeting));
-        ASSERT_EQ(socket.open("10.0.0.5", 80, 5s).status, SocketStatus::done);
-    }
-    /// Drops bytes, with the ending and in the time told.
-    std::size_t discard(World::Duration time, std::chrono::milliseconds quiet, std::size_t mostBytes,
-                        std::chrono::milliseconds mostTime, SocketStatus status = SocketStatus::done) {
-        const SocketResult result = socket.discardUnread(quiet, {mostBytes, mostTime});
-        EXPECT_EQ(result.status, status);
-        EXPECT_EQ(elapsed(), time);
-        return result.bytes;
-    }
-    std::string rest() {
-        std::string text(64, '\0');
-        text.resize(socket.receive(text.data(), text.size(), World::now()).bytes);
-        return text;
-    }
-
-    World::Stage world;
-    Platform::TcpSocket socket;
-};
+constexpr Platform::TcpSocket::DiscardBounds roomy{megabyte, 60s};
 
 Simulator::Action bytes(std::size_t count) {
-    return World::sending(World::Bytes(count, 'x'));
+    return World::sending(World::Bytes(count));
 }
+Simulator::Action byteEach5ms(std::size_t count) {
+    return World::sendingInPieces(World::Bytes(count), 1, 5ms);
+}
+
+/// What the peer sends, what may be dropped of it, and what comes of that.
+struct Discard {
+    const char* what;
+    World::Actions sent;
+    milliseconds quiet;
+    Platform::TcpSocket::DiscardBounds bounds;
+    std::size_t dropped, left;
+    milliseconds time;
+    SocketStatus status = SocketStatus::done;
+};
+
+const Discard discards[] = {
+    {"awaits the tail", {bytes(5), Pause{20ms}, bytes(4), Pause{21ms}, bytes(3)}, 20ms, roomy, 9, 3, 40ms},
+    {"waits for nothing", {Pause{1ms}, bytes(1)}, 60s, roomy, 0, 1, 0ms},
+    {"drops so many bytes", {bytes(10)}, 5s, {4, 5s}, 4, 6, 0ms},
+    {"goes on so long", {byteEach5ms(30)}, 5s, {megabyte, 42ms}, 9, 21, 42ms},
+    {"goes on so long though more is there", {bytes(20'000)}, 5s, {megabyte, 0ms}, 16'384, 3'616, 0ms},
+    {"ends with the peer", {bytes(5), CloseConnection{}}, 5s, roomy, 5, 0, 0ms, SocketStatus::closed},
+};
 
 } // namespace
 
-TEST_F(TcpSocketDiscard, AwaitsTheTailThatIsStillOnItsWay) {
-    connectTo({bytes(5), Pause{20ms}, bytes(4), Pause{21ms}, bytes(3)});
-    EXPECT_EQ(discard(20ms + 20ms, 20ms, megabyte, 5s), 9u);
-    World::advance(1ms);
-    EXPECT_EQ(rest(), "xxx");
-}
-
-TEST_F(TcpSocketDiscard, DoesNotWaitWhereNothingIsUnread) {
-    connectTo({Pause{1ms}, bytes(1)});
-    EXPECT_EQ(discard(0ms, 60s, megabyte, 60s), 0u);
-}
-
-TEST_F(TcpSocketDiscard, BoundsTheBytes) {
-    connectTo({bytes(10)});
-    EXPECT_EQ(discard(0ms, 5s, 4, 5s), 4u);
-    EXPECT_EQ(rest(), "xxxxxx");
-}
-
-TEST_F(TcpSocketDiscard, BoundsTheTimeOfWhatDrips) {
-    connectTo({World::sendingInPieces(World::Bytes(300), 1, 5ms)});
-    EXPECT_EQ(discard(42ms, 5s, megabyte, 42ms), 9u);
-}
-
-TEST_F(TcpSocketDiscard, BoundsTheTimeThoughMoreIsThere) {
-    connectTo({bytes(100'000)});
-    EXPECT_EQ(discard(0ms, 5s, megabyte, 0ms), 16'384u);
-}
-
-TEST_F(TcpSocketDiscard, TellsThatThePeerHasClosed) {
-    connectTo({bytes(5), CloseConnection{}});
-    EXPECT_EQ(discard(0ms, 5s, megabyte, 5s, SocketStatus::closed), 5u);
+TEST(TcpSocketDiscard, DropsTheTailWithinItsBoundsOfBytesAndTime) {
+    for (const Discard& discard : discards) {
+        SCOPED_TRACE(discard.what);
+        World::Stage world;
+        Platform::TcpSocket socket;
+        world.at("10.0.0.5", 80).greet(discard.sent);
+        ASSERT_EQ(socket.open("10.0.0.5", 80, 5s).status, SocketStatus::done);
+        const auto result = socket.discardUnread(discard.quiet, discard.bounds);
+        EXPECT_EQ(result.status, discard.status);
+        EXPECT_EQ(result.bytes, discard.dropped);
+        EXPECT_EQ(World::elapsed(), discard.time);
+        World::advance(1s);
+        std::array<char, 5'000> left{};
+        EXPECT_EQ(socket.receive(left.data(), left.size(), World::now()).bytes, discard.left);
+    }
 }

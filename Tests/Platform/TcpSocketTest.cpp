@@ -1,28 +1,86 @@
 #include "Platform/TcpSocket.h"
-#include "ScriptedNames.h"
 #include "Support/LoopbackPeer.h"
 
-#include <future>
+#include <dlfcn.h>
 #include <gtest/gtest.h>
+#include <netdb.h>
 #include <netinet/in.h>
 #include <netinet/tcp.h>
-#include <optional>
+#include <semaphore>
+#include <string>
+#include <string_view>
 #include <sys/socket.h>
+#include <thread>
 #include <tuple>
+#include <unistd.h>
 
 using namespace std::chrono_literals;
 using Platform::SocketResult;
 using Platform::SocketStatus;
 using std::chrono::milliseconds;
-using TestSupport::FullBacklog;
-using TestSupport::LoopbackPeer;
-using TestSupport::PeerConnection;
 using TestSupport::SignalStorm;
 using TestSupport::Stopwatch;
+
+static std::binary_semaphore slowNameMayEnd(0);
+
+// In the place of the system's, for this program, so that no name server is asked.
+extern "C" int getaddrinfo(const char* host, const char* service, const addrinfo* hints, addrinfo** found) {
+    static const auto system = reinterpret_cast<decltype(&getaddrinfo)>(dlsym(RTLD_NEXT, "getaddrinfo"));
+    const std::string_view name = host;
+    if (name == "unknown.test")
+        return EAI_NONAME;
+    if (name == "slow.test") {
+        slowNameMayEnd.acquire();
+        return EAI_AGAIN;
+    }
+    if (name != "two.test")
+        return system(host, service, hints, found);
+    const int result = system("127.0.0.2", service, hints, found);
+    return result != 0 ? result : system("127.0.0.1", service, hints, &(*found)->ai_next);
+}
 
 namespace {
 
 constexpr std::size_t megabyte = std::size_t{1} << 20;
+constexpr const char* timedOut = "timed out: Connection timed out";
+
+/// The other end, at a port of loopback that the system chooses: one connection at a time. What takes longer
+/// than 5 s fails.
+struct TcpPeer {
+    TcpPeer() { EXPECT_EQ(listen(listener, 0), 0); }
+    TcpPeer(const TcpPeer&) = delete;
+    TcpPeer& operator=(const TcpPeer&) = delete;
+    ~TcpPeer() {
+        close();
+        ::close(listener);
+    }
+
+    void accept() {
+        connection = ::accept4(listener, nullptr, nullptr, SOCK_CLOEXEC);
+        EXPECT_GE(connection, 0);
+    }
+    void send(std::string_view text) const {
+        EXPECT_EQ(::send(connection, text.data(), text.size(), MSG_NOSIGNAL), std::ssize(text));
+    }
+    std::string receive(std::size_t count) const {
+        std::string text(count, '\0');
+        EXPECT_EQ(recv(connection, text.data(), count, MSG_WAITALL), std::ssize(text));
+        return text;
+    }
+    void close() {
+        ::close(connection);
+        connection = -1;
+    }
+    void reset() {
+        const linger abort{1, 0};
+        setsockopt(connection, SOL_SOCKET, SO_LINGER, &abort, sizeof abort);
+        close();
+    }
+
+    const int listener = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    const std::uint16_t port = static_cast<std::uint16_t>(TestSupport::bindToFreePort(listener));
+    int connection = -1;
+};
 
 /// "done", or how it ended and why.
 std::string told(const SocketResult& result) {
@@ -30,18 +88,14 @@ std::string told(const SocketResult& result) {
     return endings[static_cast<int>(result.status)] + result.reason;
 }
 
-/// One socket and its peer on loopback.
 struct TcpSocket : testing::Test {
-    /// Connects to a peer that plays the scripts, this connection the first one.
-    void connectTo(std::vector<LoopbackPeer::Script> scripts) {
-        peer.emplace(std::move(scripts));
-        ASSERT_EQ(open(peer->port()), "done");
+    void connect(const std::string& host = "127.0.0.1") {
+        EXPECT_EQ(told(socket.open(host, peer.port, 5s)), "done");
+        peer.accept();
     }
-    void connectTo(LoopbackPeer::Script script) { connectTo(std::vector{std::move(script)}); }
+    /// From now on the port takes no connection and refuses none.
+    void fillQueue() { EXPECT_EQ(told(first.open("127.0.0.1", peer.port, 5s)), "done"); }
 
-    std::string open(int port, milliseconds timeout = 5s, const std::string& host = "127.0.0.1") {
-        return told(socket.open(host, static_cast<std::uint16_t>(port), timeout));
-    }
     /// The text that comes within `time`, at most `most` bytes, or why none came.
     std::string receive(milliseconds time = 5s, std::size_t most = 64) {
         std::string text(most, '\0');
@@ -53,125 +107,98 @@ struct TcpSocket : testing::Test {
         return socket.send(text.data(), text.size(), stall);
     }
 
-    std::optional<LoopbackPeer> peer;
-    Platform::TcpSocket socket;
+    TcpPeer peer;
+    Platform::TcpSocket socket, first;
 };
-
-void staySilent(PeerConnection&) {}
-
-int optionOf(int descriptor, int level, int name) {
-    int value = 0;
-    socklen_t length = sizeof value;
-    getsockopt(descriptor, level, name, &value, &length);
-    return value;
-}
 
 } // namespace
 
-TEST_F(TcpSocket, ConnectsByAddressAndByName) {
+TEST_F(TcpSocket, ConnectsByAddressByNameAndToEachAddressOfAName) {
     EXPECT_FALSE(socket.isOpen());
-    connectTo({[](PeerConnection& client) { client.send("one"); },
-               [](PeerConnection& client) { client.send("two"); }});
-    EXPECT_TRUE(socket.isOpen());
-    EXPECT_EQ(receive(), "one");
-    EXPECT_EQ(open(peer->port(), 5s, "localhost"), "done");
-    EXPECT_EQ(receive(), "two");
+    for (const char* const host : {"127.0.0.1", "localhost", "two.test"}) {
+        connect(host);
+        EXPECT_TRUE(socket.isOpen());
+        peer.send("abc");
+        EXPECT_EQ(receive(), "abc");
+        peer.close();
+    }
     socket.close();
     socket.close();
     EXPECT_FALSE(socket.isOpen());
 }
 
 TEST_F(TcpSocket, SendsWithoutDelayAndIsKeptAlive) {
-    connectTo(staySilent);
-    const int descriptor = TestSupport::socketConnectedTo(peer->port());
-    ASSERT_GE(descriptor, 0);
-    EXPECT_NE(optionOf(descriptor, IPPROTO_TCP, TCP_NODELAY), 0);
-    EXPECT_NE(optionOf(descriptor, SOL_SOCKET, SO_KEEPALIVE), 0);
+    const int descriptor = dup(0); // the number of the next one that is opened
+    close(descriptor);
+    connect();
+    for (const auto& [level, name] :
+         {std::pair<int, int>(IPPROTO_TCP, TCP_NODELAY), {SOL_SOCKET, SO_KEEPALIVE}}) {
+        int value = 0;
+        socklen_t length = sizeof value;
+        EXPECT_EQ(getsockopt(descriptor, level, name, &value, &length), 0);
+        EXPECT_NE(value, 0);
+    }
 }
 
-TEST_F(TcpSocket, EndsAConnectAndALookUpInTimeWithTheReason) {
-    const FullBacklog silent;
-    const int refusing = TestSupport::refusingPort();
+TEST_F(TcpSocket, EndsAConnectAndALookUpInTimeWithTheReasonAlsoAmidstSignals) {
+    fillQueue();
+    const SignalStorm storm;
+    const std::uint16_t refusing = TcpPeer().port;
     for (const auto& [host, port, time, ending] : {
              std::tuple("127.0.0.1", refusing, 0ms, "failed: Connection refused"),
-             std::tuple("127.0.0.1", silent.port(), 40ms, "timed out: Connection timed out"),
-             std::tuple(TestSupport::unknownName, 1, 0ms, "failed: Name or service not known"),
-             std::tuple(TestSupport::slowName, 1, 30ms, "timed out: Name resolution timed out"),
+             std::tuple("127.0.0.1", peer.port, 40ms, timedOut),
+             std::tuple("unknown.test", refusing, 0ms, "failed: Name or service not known"),
+             std::tuple("slow.test", refusing, 30ms, "timed out: Name resolution timed out"),
          }) {
         const Stopwatch stopwatch;
-        EXPECT_EQ(open(port, time == 0ms ? 5s : time, host), ending);
+        EXPECT_EQ(told(socket.open(host, port, time == 0ms ? 5s : time)), ending);
         EXPECT_GE(stopwatch.elapsed(), time);
         EXPECT_FALSE(socket.isOpen());
     }
-    TestSupport::slowNameMayEnd().release();
-}
-
-TEST_F(TcpSocket, TriesANamesAddressesOneAfterTheOther) {
-    peer.emplace([](PeerConnection& client) { client.send("abc"); });
-    EXPECT_EQ(open(peer->port(), 5s, TestSupport::twoAddressName), "done");
-    EXPECT_EQ(receive(), "abc");
+    slowNameMayEnd.release();
+    EXPECT_GT(storm.handled(), 0);
 }
 
 TEST_F(TcpSocket, LeavesNoDescriptorBehind) {
+    fillQueue();
+    const TcpPeer others[2];
+    const std::uint16_t refusing = TcpPeer().port;
     const std::size_t before = TestSupport::openDescriptors();
     {
-        const FullBacklog silent;
-        connectTo({staySilent, staySilent});
-        open(peer->port());
         Platform::TcpSocket other;
-        for (const int port : {TestSupport::refusingPort(), silent.port()})
-            other.open("127.0.0.1", static_cast<std::uint16_t>(port), 1ms);
-        socket.close();
-        peer.reset();
+        for (const std::uint16_t port : {others[0].port, refusing, peer.port, others[1].port})
+            other.open("127.0.0.1", port, 1ms);
     }
     EXPECT_EQ(TestSupport::openDescriptors(), before);
 }
 
 TEST_F(TcpSocket, EndsASendThatThePeerDoesNotTake) {
-    connectTo(staySilent);
+    connect();
     const Stopwatch stopwatch;
     const SocketResult result = send(std::string(64 * megabyte, 'x'), 30ms);
-    EXPECT_EQ(told(result), "timed out: Connection timed out");
+    EXPECT_EQ(told(result), timedOut);
     EXPECT_GE(stopwatch.elapsed(), 30ms);
     EXPECT_LT(result.bytes, 64 * megabyte);
 }
 
 TEST_F(TcpSocket, RaisesNoSignalWhereThePeerIsGone) {
-    connectTo([](PeerConnection& client) {
-        client.receive(1);
-        client.reset();
-    });
-    send("?");
+    connect();
+    peer.reset();
     EXPECT_EQ(receive(), "failed: Connection reset by peer");
     EXPECT_EQ(told(send("x")), "failed: Broken pipe");
 }
 
-TEST_F(TcpSocket, ReceivesNoMoreThanAskedAndKeepsTheRestUntilThePeerHasClosed) {
-    connectTo([](PeerConnection& client) {
-        client.send("abcdef");
-        client.close();
-    });
+TEST_F(TcpSocket, ReceivesNoMoreThanAskedUntilTheDeadlineAndLooksEvenIfThatIsPast) {
+    connect();
+    peer.send("abcdef");
     EXPECT_EQ(receive(5s, 4), "abcd");
-    EXPECT_EQ(receive(), "ef");
-    EXPECT_EQ(receive(), "closed: Connection closed by the peer");
-}
-
-TEST_F(TcpSocket, EndsAReceiveAtItsDeadline) {
-    connectTo(staySilent);
+    EXPECT_EQ(receive(-1ms), "ef");
+    EXPECT_EQ(receive(-1ms), timedOut);
     const Stopwatch stopwatch;
-    EXPECT_EQ(receive(30ms), "timed out: Connection timed out");
+    EXPECT_EQ(receive(30ms), timedOut);
     EXPECT_GE(stopwatch.elapsed(), 30ms);
-    EXPECT_EQ(receive(-1ms), "timed out: Connection timed out");
-}
-
-TEST_F(TcpSocket, LooksEvenWhereTheDeadlineIsPast) {
-    std::promise<void> sent;
-    connectTo([&](PeerConnection& client) {
-        client.send("abc");
-        sent.set_value();
-    });
-    sent.get_future().wait();
-    EXPECT_EQ(receive(-1ms), "abc");
+    peer.close();
+    EXPECT_EQ(receive(), "closed: Connection closed by the peer");
 }
 
 TEST_F(TcpSocket, SendsAllToAPeerThatTakesItLateAndSurvivesInterruptionsBySignals) {
@@ -180,28 +207,19 @@ TEST_F(TcpSocket, SendsAllToAPeerThatTakesItLateAndSurvivesInterruptionsBySignal
     for (std::size_t at = 0; at < sent.size(); at += 1000)
         sent[at] = static_cast<char>(at / 1000);
     std::string received;
-    connectTo([&](PeerConnection& client) {
+    connect();
+    std::thread late([&] {
         storm.awaitMore(2);
-        client.send("abc");
+        peer.send("abc");
         storm.awaitMore(2);
-        received = client.receive(sent.size());
+        received = peer.receive(sent.size());
     });
     EXPECT_EQ(receive(), "abc");
     const SocketResult result = send(sent);
     EXPECT_EQ(told(result), "done");
     EXPECT_EQ(result.bytes, sent.size());
-    peer.reset();
+    late.join();
     EXPECT_TRUE(received == sent);
-}
-
-TEST_F(TcpSocket, SurvivesInterruptionsOfAConnect) {
-    const FullBacklog silent;
-    const SignalStorm storm;
-    int connects = 0;
-    do
-        EXPECT_EQ(open(silent.port(), 20ms), "timed out: Connection timed out");
-    while (storm.handled() == 0 && ++connects < 100);
-    EXPECT_GT(storm.handled(), 0);
 }
 
 TEST_F(TcpSocket, FailsWithAReasonWhereItIsNotOpen) {

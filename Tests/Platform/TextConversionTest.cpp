@@ -3,12 +3,10 @@
 #include "Platform/posix/Utf.h"
 
 #include <array>
-#include <climits>
 #include <gtest/gtest.h>
 #include <string>
-#include <type_traits>
+#include <string_view>
 #include <utility>
-#include <vector>
 
 namespace {
 
@@ -18,82 +16,114 @@ namespace Utf = Platform::Utf;
 
 template <class Wide>
 std::basic_string<Wide> decodeAs(const std::string& text) {
-    std::basic_string<Wide> wide(4 * text.size(), Wide{});
-    wide.resize(
-        Utf::wideFromUtf8(text.data(), text.size(), Utf::Malformed::substitute, wide.data(), wide.size())
-            .value());
-    return wide;
+    std::array<Wide, 100> wide;
+    const auto count =
+        Utf::wideFromUtf8(text.data(), text.size(), Utf::Malformed::substitute, wide.data(), wide.size());
+    return {wide.data(), count.value()};
 }
 
 template <class Wide>
 std::string encodeFrom(const std::basic_string<Wide>& wide) {
-    std::string text(4 * wide.size(), '\0');
-    text.resize(
-        Utf::utf8FromWide(wide.data(), wide.size(), Utf::Malformed::substitute, text.data(), text.size())
-            .value());
-    return text;
+    std::array<char, 100> text;
+    const auto count =
+        Utf::utf8FromWide(wide.data(), wide.size(), Utf::Malformed::substitute, text.data(), text.size());
+    return {text.data(), count.value()};
 }
 
-// Both directions, with everything else as it should be.
+/// Every boundary of a sequence's length and of the ranges that its second byte has.
+const std::u32string boundaries =
+    U"\u0001\u007F\u0080\u07FF\u0800\u0FFF\u1000\uCFFF\uD000\uD7FF\uE000\uFFFD\uFFFF\U00010000\U0003FFFF"
+    U"\U00040000\U000FFFFF\U00100000\U0010FFFF";
+const std::string boundariesUtf8 =
+    "\x01\x7F\xC2\x80\xDF\xBF\xE0\xA0\x80\xE0\xBF\xBF\xE1\x80\x80\xEC\xBF\xBF\xED\x80\x80\xED\x9F\xBF"
+    "\xEE\x80\x80\xEF\xBF\xBD\xEF\xBF\xBF\xF0\x90\x80\x80\xF0\xBF\xBF\xBF\xF1\x80\x80\x80\xF3\xBF\xBF\xBF"
+    "\xF4\x80\x80\x80\xF4\x8F\xBF\xBF";
 
-struct TextToWide {
-    using From = char;
-    using To = wchar_t;
-    static constexpr DWORD refusing = MB_ERR_INVALID_CHARS;
-    static constexpr const From* longText = "\xC3\xA4z"; ///< and its end are three units
-    static constexpr int longTextUnits = 3;
-    static constexpr const From* letters = "ab";
-
-    static int convert(const From* text, int count, To* to, int room, DWORD flags = 0, UINT page = CP_UTF8) {
-        SetLastError(ERROR_SUCCESS);
-        return MultiByteToWideChar(page, flags, text, count, to, room);
-    }
-};
-
-struct WideToText {
-    using From = wchar_t;
-    using To = char;
-    static constexpr DWORD refusing = WC_ERR_INVALID_CHARS;
-    static constexpr const From* longText = L"\u20ACz"; ///< and its end are five units
-    static constexpr int longTextUnits = 5;
-    static constexpr const From* letters = L"ab";
-
-    static int convert(const From* text, int count, To* to, int room, DWORD flags = 0, UINT page = CP_UTF8,
-                       const char* substitute = nullptr, BOOL* used = nullptr) {
-        SetLastError(ERROR_SUCCESS);
-        return WideCharToMultiByte(page, flags, text, count, to, room, substitute, used);
-    }
-};
-
-template <typename Direction>
-struct Conversion : testing::Test {
-    using To = typename Direction::To;
-    std::array<To, 6> room{To{'?'}, To{'?'}, To{'?'}, To{'?'}, To{'?'}, To{'?'}};
-};
-
-struct Directions {
-    template <typename Direction>
-    static std::string GetName(int) {
-        return std::is_same_v<Direction, TextToWide> ? "TextToWide" : "WideToText";
-    }
-};
-using BothDirections = testing::Types<TextToWide, WideToText>;
-TYPED_TEST_SUITE(Conversion, BothDirections, Directions);
-
-/// The error of a call that answered 0.
-DWORD errorOf(int answer) {
-    EXPECT_EQ(answer, 0);
-    return GetLastError();
+int convert(UINT page, DWORD flags, const char* text, int count, wchar_t* to, int room) {
+    return MultiByteToWideChar(page, flags, text, count, to, room);
+}
+int convert(UINT page, DWORD flags, const wchar_t* text, int count, char* to, int room) {
+    return WideCharToMultiByte(page, flags, text, count, to, room, nullptr, nullptr);
 }
 
-struct MalformedCase {
+/// A call, its answer, and what the buffer of six "?" then holds, "*" for anything.
+template <typename From>
+struct Call {
     const char* what;
-    std::string text;
-    std::u32string wide;
+    const From* text;
+    int count, room, answer;
+    std::string_view buffer;
+    DWORD error = ERROR_SUCCESS;
+    DWORD flags = 0;
+    UINT page = CP_UTF8;
 };
 
-const std::vector<MalformedCase>& malformedCases() {
-    static const std::vector<MalformedCase> cases{
+/// `longText` and its end take four units, the third of them "y".
+template <typename To, typename From>
+void checkCalls(const From* longText, const From* malformed, DWORD refusing) {
+    constexpr From letters[] = {'a', 'b', 0};
+    constexpr From zeroInside[] = {'a', 0, 'b'};
+    const std::string_view untouched = "??????";
+    const Call<From> calls[] = {
+        {"so many units", letters, 2, 6, 2, "ab????"},
+        {"a text and its end", letters, -1, 6, 3, {"ab\0???", 6}},
+        {"an empty text and its end", letters + 2, -1, 6, 1, {"\0?????", 6}},
+        {"a zero inside", zeroInside, 3, 6, 3, {"a\0b???", 6}},
+        {"well-formed text", longText, -1, 6, 4, {"**y\0??", 6}, ERROR_SUCCESS, refusing},
+        {"malformed text", malformed, 2, 6, 0, "*?????", ERROR_NO_UNICODE_TRANSLATION, refusing},
+        {"no room: the size is asked for", longText, -1, 0, 4, untouched},
+        {"just room enough", longText, -1, 4, 4, {"**y\0??", 6}},
+        {"too little room", longText, -1, 3, 0, "***???", ERROR_INSUFFICIENT_BUFFER},
+        {"negative room", letters, 2, -1, 0, untouched, ERROR_INVALID_PARAMETER},
+        {"no units", letters, 0, 6, 0, untouched, ERROR_INVALID_PARAMETER},
+        {"a negative number of units", letters, -2, 6, 0, untouched, ERROR_INVALID_PARAMETER},
+        {"no text", nullptr, 2, 6, 0, untouched, ERROR_INVALID_PARAMETER},
+        {"another code page", letters, 2, 6, 0, untouched, ERROR_INVALID_PARAMETER, 0, 1252},
+        {"an unknown flag", letters, 2, 6, 0, untouched, ERROR_INVALID_FLAGS, 1},
+        {"an unknown flag and a known one", letters, 2, 6, 0, untouched, ERROR_INVALID_FLAGS, refusing | 1},
+    };
+    std::array<To, 6> room{};
+    const auto answerTo = [](const Call<From>& call, To* to) {
+        SetLastError(ERROR_SUCCESS);
+        return convert(call.page, call.flags, call.text, call.count, to, call.room);
+    };
+    for (const Call<From>& call : calls) {
+        SCOPED_TRACE(call.what);
+        room.fill('?');
+        EXPECT_EQ(answerTo(call, room.data()), call.answer);
+        EXPECT_EQ(GetLastError(), call.error);
+        for (std::size_t at = 0; at < room.size(); ++at)
+            EXPECT_TRUE(call.buffer[at] == '*' || room[at] == call.buffer[at]) << at;
+    }
+    EXPECT_EQ(answerTo({"", longText, -1, 0, 4, ""}, nullptr), 4);
+    EXPECT_EQ(answerTo({"", longText, -1, 6, 0, ""}, nullptr), 0) << "no buffer";
+    EXPECT_EQ(GetLastError(), ERROR_INVALID_PARAMETER);
+    room.fill('?');
+    EXPECT_EQ(answerTo({"", reinterpret_cast<const From*>(room.data()), 2, 6, 0, ""}, room.data()), 0);
+    EXPECT_EQ(GetLastError(), ERROR_INVALID_PARAMETER) << "onto itself";
+}
+
+} // namespace
+
+TEST(TextToWideUnits, AnswerEachCallAsWindowsDoes) {
+    checkCalls<wchar_t>("\xC3\xA4xy", "a\x80", MB_ERR_INVALID_CHARS);
+}
+
+TEST(WideUnitsToText, AnswerEachCallAsWindowsDoesAndHaveNoDefaultCharacter) {
+    checkCalls<char>(L"\u00E4y", L"a\xD800", WC_ERR_INVALID_CHARS);
+    BOOL used = 0;
+    for (const auto& [substitute, tells] : {std::pair<const char*, BOOL*>("?", nullptr), {nullptr, &used}}) {
+        EXPECT_EQ(WideCharToMultiByte(CP_UTF8, 0, L"ab", 2, nullptr, 0, substitute, tells), 0);
+        EXPECT_EQ(GetLastError(), ERROR_INVALID_PARAMETER);
+    }
+}
+
+TEST(TextToWideUnits, SubstituteEachMaximalSubpartOfMalformedTextOrRefuseIt) {
+    struct {
+        const char* what;
+        std::string text;
+        std::u32string wide;
+    } const cases[] = {
         {"a lone continuation byte", "a\x80z", U"a\uFFFDz"},
         {"two lone continuation bytes", "\x80\xBF", U"\uFFFD\uFFFD"},
         {"bytes that never occur", "\xC0\xC1\xF5\xFE\xFF", U"\uFFFD\uFFFD\uFFFD\uFFFD\uFFFD"},
@@ -115,29 +145,13 @@ const std::vector<MalformedCase>& malformedCases() {
         {"the standard's example of maximal subparts", "\x61\xF1\x80\x80\xE1\x80\xC2\x62\x80\x63\x80\xBF\x64",
          U"a\uFFFD\uFFFD\uFFFDb\uFFFDc\uFFFD\uFFFDd"},
     };
-    return cases;
-}
-
-/// Every boundary of a sequence's length and of the ranges that its second byte has.
-const std::u32string boundaries =
-    U"\u0001\u007F\u0080\u07FF\u0800\u0FFF\u1000\uCFFF\uD000\uD7FF\uE000\uFFFD\uFFFF\U00010000\U0003FFFF"
-    U"\U00040000\U000FFFFF\U00100000\U0010FFFF";
-const std::string boundariesUtf8 =
-    "\x01\x7F\xC2\x80\xDF\xBF\xE0\xA0\x80\xE0\xBF\xBF\xE1\x80\x80\xEC\xBF\xBF\xED\x80\x80\xED\x9F\xBF"
-    "\xEE\x80\x80\xEF\xBF\xBD\xEF\xBF\xBF\xF0\x90\x80\x80\xF0\xBF\xBF\xBF\xF1\x80\x80\x80\xF3\xBF\xBF\xBF"
-    "\xF4\x80\x80\x80\xF4\x8F\xBF\xBF";
-
-} // namespace
-
-TEST(TextToWideUnits, SubstituteEachMaximalSubpartOfMalformedTextOrRefuseIt) {
-    for (const auto& [what, text, expected] : malformedCases()) {
+    for (const auto& [what, text, expected] : cases) {
         SCOPED_TRACE(what);
         EXPECT_EQ(decodeAs<char32_t>(text), expected);
         EXPECT_EQ(decodeAs<char16_t>(text), std::u16string(expected.begin(), expected.end()));
-        std::array<wchar_t, 32> wide{};
-        EXPECT_EQ(errorOf(TextToWide::convert(text.data(), static_cast<int>(text.size()), wide.data(), 32,
-                                              MB_ERR_INVALID_CHARS)),
-                  ERROR_NO_UNICODE_TRANSLATION);
+        const int count = static_cast<int>(text.size());
+        EXPECT_EQ(MultiByteToWideChar(CP_UTF8, MB_ERR_INVALID_CHARS, text.data(), count, nullptr, 0), 0);
+        EXPECT_EQ(GetLastError(), ERROR_NO_UNICODE_TRANSLATION);
     }
 }
 
@@ -169,74 +183,6 @@ TEST(WideUnitsToText, AreSubstitutedIfTheyAreNoCodePoints) {
     EXPECT_EQ(utf8FromWide(std::wstring{wchar_t{0xD800}, L'a', wchar_t{0xDFFF}}), mark + "a" + mark);
     EXPECT_EQ(utf8FromWide(std::wstring{wchar_t{0xD83D}, wchar_t{0xDE00}}), mark + mark) << "no pairs here";
     EXPECT_EQ(utf8FromWide(std::wstring{wchar_t{0x110000}, static_cast<wchar_t>(-1)}), mark + mark);
-}
-
-TEST(WideUnitsToText, AreRefusedIfTheyAreNoCodePointsWhereToldTo) {
-    std::array<char, 8> text{};
-    const std::wstring lone{L'a', wchar_t{0xD800}};
-    EXPECT_EQ(errorOf(WideToText::convert(lone.data(), 2, text.data(), 8, WC_ERR_INVALID_CHARS)),
-              ERROR_NO_UNICODE_TRANSLATION);
-}
-
-TYPED_TEST(Conversion, TakesWellFormedTextWhereToldToRefuse) {
-    EXPECT_EQ(TypeParam::convert(TypeParam::longText, -1, this->room.data(), 6, TypeParam::refusing),
-              TypeParam::longTextUnits);
-    EXPECT_EQ(GetLastError(), ERROR_SUCCESS);
-}
-
-TYPED_TEST(Conversion, CountsTheTerminatorOnlyWhereItLooksForTheEnd) {
-    const typename TypeParam::From zeroInside[] = {'a', 0, 'b'};
-    const typename TypeParam::From empty[] = {0};
-    auto& units = this->room;
-    EXPECT_EQ(TypeParam::convert(TypeParam::letters, 2, units.data(), 6), 2);
-    EXPECT_EQ(units[2], '?');
-    EXPECT_EQ(TypeParam::convert(TypeParam::letters, -1, units.data(), 6), 3);
-    EXPECT_EQ(units[2], 0);
-    EXPECT_EQ(TypeParam::convert(empty, -1, units.data(), 6), 1);
-    EXPECT_EQ(TypeParam::convert(zeroInside, 3, units.data(), 6), 3);
-    EXPECT_TRUE(units[0] == 'a' && units[1] == 0 && units[2] == 'b');
-}
-
-TYPED_TEST(Conversion, TellsTheSizeAndWritesNothingWhereTheBufferHasNone) {
-    EXPECT_EQ(TypeParam::convert(TypeParam::longText, -1, nullptr, 0), TypeParam::longTextUnits);
-    EXPECT_EQ(TypeParam::convert(TypeParam::letters, 2, this->room.data(), 0), 2);
-    EXPECT_EQ(this->room[0], '?');
-    EXPECT_EQ(GetLastError(), ERROR_SUCCESS);
-}
-
-TYPED_TEST(Conversion, RefusesABufferThatIsTooSmallAndWritesNothingBeyondIt) {
-    constexpr int needed = TypeParam::longTextUnits;
-    EXPECT_EQ(errorOf(TypeParam::convert(TypeParam::longText, -1, this->room.data(), needed - 1)),
-              ERROR_INSUFFICIENT_BUFFER);
-    EXPECT_EQ(this->room[needed - 1], '?');
-    EXPECT_EQ(TypeParam::convert(TypeParam::longText, -1, this->room.data(), needed), needed);
-}
-
-TYPED_TEST(Conversion, RefusesWrongArguments) {
-    const auto refusal = [this](const typename TypeParam::From* text, int count, int size, DWORD flags = 0,
-                                UINT page = CP_UTF8) {
-        return errorOf(TypeParam::convert(text, count, this->room.data(), size, flags, page));
-    };
-    const auto* const ab = TypeParam::letters;
-    EXPECT_EQ(refusal(ab, 0, 6), ERROR_INVALID_PARAMETER) << "no units";
-    EXPECT_EQ(refusal(ab, -2, 6), ERROR_INVALID_PARAMETER) << "a negative number";
-    EXPECT_EQ(refusal(nullptr, 2, 6), ERROR_INVALID_PARAMETER) << "no text";
-    EXPECT_EQ(refusal(ab, 2, -1), ERROR_INVALID_PARAMETER) << "a negative buffer";
-    EXPECT_EQ(errorOf(TypeParam::convert(ab, 2, nullptr, 6)), ERROR_INVALID_PARAMETER) << "no buffer";
-    EXPECT_EQ(refusal(reinterpret_cast<const typename TypeParam::From*>(this->room.data()), 2, 6),
-              ERROR_INVALID_PARAMETER)
-        << "onto itself";
-    EXPECT_EQ(refusal(ab, 2, 6, 0, 1252), ERROR_INVALID_PARAMETER) << "another code page";
-    EXPECT_EQ(refusal(ab, 2, 6, 1), ERROR_INVALID_FLAGS);
-    EXPECT_EQ(refusal(ab, 2, 6, TypeParam::refusing | 1), ERROR_INVALID_FLAGS);
-}
-
-TEST(WideUnitsToText, HaveNoDefaultCharacter) {
-    std::array<char, 4> text{};
-    BOOL used = 0;
-    for (const auto& [substitute, tells] : {std::pair<const char*, BOOL*>("?", nullptr), {nullptr, &used}})
-        EXPECT_EQ(errorOf(WideToText::convert(L"ab", 2, text.data(), 4, 0, CP_UTF8, substitute, tells)),
-                  ERROR_INVALID_PARAMETER);
 }
 
 TEST(WholeTexts, ConvertThereAndBackInWholeCodePoints) {

@@ -154,7 +154,7 @@ std::vector<LogStatement> complaintsIn(const std::string& source) {
     return statements;
 }
 
-/// How the messages of a statement begin; none where it only goes on with the line before it.
+/// How the messages of a statement begin; none if it only goes on with the line before it.
 Texts beginningsOf(const std::string& written) {
     static const std::map<std::string, Texts> ofVariables = {
         {"exchange.readFailure",

@@ -1,79 +1,69 @@
-// The defences that the built files carry, read from the files themselves.
+// The defences that the built files carry, as binutils read them.
 
-#include "ElfFile.h"
-
-#include <algorithm>
-#include <cctype>
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
 #include <gtest/gtest.h>
-#include <iterator>
 #include <string>
-#include <string_view>
-#include <tuple>
 #include <vector>
-
-namespace fs = std::filesystem;
-using Structure::ElfFile;
-using Structure::readElf;
 
 namespace {
 
-/// Whether the loader looks there in every working folder: an empty element is that folder.
-bool dependsOnTheWorkingFolder(const std::string& element) {
-    return element != "$ORIGIN" && !element.starts_with("$ORIGIN/") && !element.starts_with('/');
-}
+namespace fs = std::filesystem;
 
-bool findsItsLibrariesInFixedPlaces(const ElfFile& elf) {
-    return std::none_of(elf.runPath.begin(), elf.runPath.end(), dependsOnTheWorkingFolder);
-}
-
-bool importsAnyOf(const ElfFile& elf, bool (*matches)(std::string_view)) {
-    return std::any_of(elf.imports.begin(), elf.imports.end(), matches);
-}
-
-/// The C library checks the size of what is written to: in optimised builds only.
-bool hasTheCLibraryCheckSizes(const ElfFile& elf) {
-    return importsAnyOf(
-        elf, [](std::string_view name) { return name.starts_with("__") && name.ends_with("_chk"); });
-}
-
-/// It stops at an index or a precondition of the standard library's that does not hold.
-bool hasTheStandardLibraryAssert(const ElfFile& elf) {
-    return importsAnyOf(
-        elf, [](std::string_view name) { return name.find("__glibcxx_assert_fail") != name.npos; });
-}
-
-struct Defence {
-    const char* name;
-    bool (*isIn)(const ElfFile&);
+/// What a tool says of a file that has a defence.
+struct Sign {
+    const char* of;
+    const char* tool;
+    const char* pattern; ///< of grep -P, in one line
+    int lines = 1;       ///< at least so many
 };
 
-/// What every file has.
-constexpr Defence defences[] = {
-    {"IsReadOnlyWhereTheLoaderHasBoundIt", [](const ElfFile& elf) { return elf.hasRelro && elf.bindsNow; }},
-    {"HasNoExecutableStack", [](const ElfFile& elf) { return elf.namesStack && !elf.stackIsExecutable; }},
-    {"GuardsTheReturnAddressesOnItsStack",
-     [](const ElfFile& elf) { return elf.imports.contains("__stack_chk_fail"); }},
-    {"HasTheCLibraryCheckSizes", hasTheCLibraryCheckSizes},
-    {"IsLoadedAnywhere", [](const ElfFile& elf) { return elf.isPositionIndependent; }},
-    {"FindsItsLibrariesInFixedPlaces", findsItsLibrariesInFixedPlaces},
-    {"HasTheStandardLibraryAssert", hasTheStandardLibraryAssert},
-    // More than the start files bring along.
-    {"MarksWhereAJumpByAPointerMayGo", [](const ElfFile& elf) { return elf.branchTargets > 100; }},
-    {"TouchesThePagesOfALargeFrameInTurn", [](const ElfFile& elf) { return elf.stackProbes > 0; }},
-};
+bool shows(const fs::path& file, const Sign& sign) {
+    const std::string count = std::string("LC_ALL=C ") + sign.tool + " '" + file.string() +
+                              "' 2>&- | grep -cP '" + sign.pattern + "'";
+    return std::system(("test $(" + count + ") -ge " + std::to_string(sign.lines)).c_str()) == 0;
+}
+
+constexpr const char* header = "readelf -hW";
+constexpr const char* segments = "readelf -lW";
+constexpr const char* dynamicSection = "readelf -dW";
+constexpr const char* symbols = "readelf -W --dyn-syms";
+constexpr const char* code = "objdump -d";
+
+constexpr Sign anyPlace{"a place of the loader's choice", header, "^ *Type: +DYN\\b"};
+constexpr Sign sizeChecks{"the C library's checks of sizes", symbols, " UND __\\w+_chk\\b"};
+constexpr Sign runPath{"a run path", dynamicSection, "\\(R(UN)?PATH\\).*\\[.*\\]$"};
+/// One of its elements is looked for in every working folder: an empty one is that folder.
+constexpr Sign oddRunPath{"an odd one", dynamicSection, "\\(R(UN)?PATH\\).*\\[(.*:)?(?!/|\\$ORIGIN[]:/])"};
+
+/// Those of every file.
+std::vector<Sign> signsDue() {
+    std::vector<Sign> due = {
+        anyPlace,
+        {"a part that is read-only once it is relocated", segments, "^ *GNU_RELRO "},
+        {"all of that bound before it starts", dynamicSection, "\\(FLAGS(_1)?\\).*NOW\\b"},
+        {"a stack that is not executable", segments, "^ *GNU_STACK( +0x\\w+){5} +RW +0x"},
+        {"guards of the return addresses on its stack", symbols, " UND __stack_chk_fail\\b"},
+        {"the standard library's assertions", symbols, " UND \\w*__glibcxx_assert_fail"},
+        // More than the start files bring along.
+        {"marks where a jump by a pointer may go", code, "\\bendbr64\\b", 101},
+        {"a touch of each page of a large frame in turn", code, "\\borq +\\$0x0,\\(%rsp\\)"},
+    };
+    if (KORVA_CHECKS_SIZES)
+        due.push_back(sizeChecks);
+    return due;
+}
 
 /// Tool, plug-in and host library: as they were built, or as they lie below the folder KORVA_INSTALLED.
-std::vector<std::string> findProductFiles() {
-    std::vector<std::string> files{KORVA_TOOL, KORVA_PLUGIN, KORVA_HOST_LIBRARY};
+std::vector<fs::path> findProductFiles() {
+    std::vector<fs::path> files{KORVA_TOOL, KORVA_PLUGIN, KORVA_HOST_LIBRARY};
     const char* const folder = std::getenv("KORVA_INSTALLED");
-    for (std::string& file : files) {
+    for (fs::path& file : files) {
         if (folder == nullptr)
             continue;
-        const fs::path name = fs::path(file).filename();
-        file = fs::path(folder) / name; // where nothing lies
+        const fs::path name = file.filename();
+        file = folder / name; // where nothing lies
         for (const auto& entry : fs::recursive_directory_iterator(folder))
             if (entry.is_regular_file() && entry.path().filename() == name)
                 file = entry.path();
@@ -81,93 +71,66 @@ std::vector<std::string> findProductFiles() {
     return files;
 }
 
-const std::vector<std::string> productFiles = findProductFiles();
+class Hardening : public testing::Test {
+protected:
+    void SetUp() override {
+        if (!KORVA_HARDENED)
+            GTEST_SKIP() << "An instrumented build does without these defences.";
+    }
 
-/// Why this build cannot be judged by that defence; empty if it can.
-std::string excuse(const Defence& defence) {
-    if (!KORVA_HARDENED)
-        return "An instrumented build does without these defences.";
-    if (!KORVA_CHECKS_SIZES && defence.isIn == hasTheCLibraryCheckSizes)
-        return "The C library checks sizes in optimised builds only.";
-    return "";
-}
-
-class BuiltFile : public testing::TestWithParam<std::tuple<std::string, Defence>> {};
-class BuiltProgram : public testing::TestWithParam<std::string> {};
-
-std::string nameOf(std::string_view path) {
-    std::string name(path.substr(path.rfind('/') + 1));
-    std::erase_if(name, [](char c) { return std::isalnum(static_cast<unsigned char>(c)) == 0; });
-    return name;
-}
+    const std::vector<fs::path> productFiles = findProductFiles();
+};
 
 } // namespace
 
-TEST_P(BuiltFile, HasTheDefence) {
-    const auto& [file, defence] = GetParam();
-    if (!excuse(defence).empty())
-        GTEST_SKIP() << excuse(defence);
-    EXPECT_TRUE(defence.isIn(readElf(file)));
-}
-
-TEST_P(BuiltProgram, IsAProgramThatIsLoadedAnywhere) {
-    if (!KORVA_HARDENED)
-        GTEST_SKIP() << "An instrumented build does without these defences.";
-    const ElfFile elf = readElf(GetParam());
-    EXPECT_TRUE(elf.hasInterpreter);
-    EXPECT_TRUE(elf.isPositionIndependent);
-    EXPECT_TRUE(elf.saysPie);
-}
-
-INSTANTIATE_TEST_SUITE_P(Hardening, BuiltFile,
-                         testing::Combine(testing::ValuesIn(productFiles), testing::ValuesIn(defences)),
-                         [](const auto& each) {
-                             return nameOf(std::get<0>(each.param)) + std::get<1>(each.param).name;
-                         });
-INSTANTIATE_TEST_SUITE_P(Hardening, BuiltProgram, testing::Values(productFiles[0], KORVA_A_TEST_PROGRAM),
-                         [](const auto& each) { return nameOf(each.param); });
-
-TEST(Hardening, ChecksSizesThatAreKnownOnlyWhenItRuns) {
-    if (const std::string reason = excuse({"", hasTheCLibraryCheckSizes}); !reason.empty())
-        GTEST_SKIP() << reason;
-    EXPECT_TRUE(readElf(productFiles[2]).imports.contains("__memcpy_chk"));
-}
-
-TEST(Hardening, IsCountedForTheScoreboard) {
-    if (!KORVA_HARDENED || !KORVA_CHECKS_SIZES)
-        GTEST_SKIP() << "Not all these defences are in an instrumented build or one that is not optimised.";
-    const std::size_t defencesDue = productFiles.size() * std::size(defences);
+TEST_F(Hardening, IsInEveryFileOfTheProduct) {
+    std::size_t due = 0;
     std::size_t found = 0;
-    for (const std::string& file : productFiles)
-        for (const Defence& defence : defences)
-            found += defence.isIn(readElf(file)) ? 1 : 0;
-    EXPECT_EQ(found, defencesDue);
+    for (const fs::path& file : productFiles) {
+        for (const Sign& sign : signsDue()) {
+            const bool isThere = shows(file, sign);
+            EXPECT_TRUE(isThere) << file << " lacks " << sign.of;
+            ++due;
+            found += isThere ? 1 : 0;
+        }
+        EXPECT_FALSE(shows(file, oddRunPath)) << file;
+    }
     std::printf("figure: defences read from the built tool, plug-in and host library: %zu of %zu\n", found,
-                defencesDue);
+                due);
+}
+
+TEST_F(Hardening, ChecksSizesThatAreKnownOnlyWhenItRuns) {
+    if (!KORVA_CHECKS_SIZES)
+        GTEST_SKIP() << "The C library checks sizes in optimised builds only.";
+    EXPECT_TRUE(shows(productFiles[2], {"a copy", symbols, " UND __memcpy_chk\\b"}));
+}
+
+TEST_F(Hardening, HasProgramsThatAreLoadedAnywhere) {
+    for (const fs::path& program : {productFiles[0], fs::path(KORVA_A_TEST_PROGRAM)})
+        for (const Sign& sign :
+             {anyPlace, Sign{"the name of its loader", segments, "^ *INTERP "},
+              Sign{"the flag of such a program", dynamicSection, "\\(FLAGS_1\\).*\\bPIE\\b"}})
+            EXPECT_TRUE(shows(program, sign)) << program << " lacks " << sign.of;
 }
 
 /// Whatever is built in these folders: the product's files, the tests' programs and their libraries.
 TEST(BuiltFiles, FindTheirLibrariesInFixedPlaces) {
     int found = 0;
     for (const char* const file : {KORVA_TOOL, KORVA_A_TEST_PROGRAM})
-        for (const auto& built : fs::directory_iterator(fs::path(file).parent_path()))
-            try {
-                const ElfFile elf = readElf(built.path());
-                EXPECT_TRUE(findsItsLibrariesInFixedPlaces(elf))
-                    << built.path() << testing::PrintToString(elf.runPath);
-                found += elf.runPath.empty() ? 0 : 1;
-            } catch (const Structure::NotElf&) {
-            }
+        for (const auto& built : fs::directory_iterator(fs::path(file).parent_path())) {
+            EXPECT_FALSE(shows(built.path(), oddRunPath)) << built.path();
+            found += shows(built.path(), runPath) ? 1 : 0;
+        }
     EXPECT_GE(found, 3);
 }
 
-TEST(ElfFile, HasEveryElementOfARunPath) {
-    const ElfFile elf = readElf(KORVA_ODD_RUN_PATH);
-    EXPECT_EQ(elf.runPath, (std::vector<std::string>{"/lib", "", "lib", ""}));
-    EXPECT_FALSE(findsItsLibrariesInFixedPlaces(elf));
-}
-
-TEST(ElfFile, OfAFileOfAnotherKindIsRefused) {
-    EXPECT_THROW(readElf(KORVA_SOURCE_DIR "/README.md"), Structure::NotElf);
-    EXPECT_THROW(readElf(KORVA_SOURCE_DIR "/no-such-file"), Structure::NotElf);
+TEST(RunPathRules, FindAnElementThatDependsOnTheWorkingFolder) {
+    const auto isOdd = [](const std::string& path) {
+        return shows(path, {"", "printf '(RUNPATH) Library runpath: [%s]'", oddRunPath.pattern});
+    };
+    for (const char* const path :
+         {"", "lib", ":/lib", "/lib:", "/lib::/x", "/lib:lib", "$ORIGINS/lib", "$LIB"})
+        EXPECT_TRUE(isOdd(path)) << path;
+    for (const char* const path : {"/lib", "$ORIGIN", "$ORIGIN:$ORIGIN/../lib:/lib"})
+        EXPECT_FALSE(isOdd(path)) << path;
 }

@@ -27,7 +27,7 @@ char* _ctime64(const __time64_t* when);
 namespace Platform {
 
 /// `std::fopen` for writing, `mode` "wb", whose path is UTF-8 on every system. An ordinary file is
-/// overwritten where it is the user's own and has no other name; a symbolic link of that name is not
+/// overwritten if it is the user's own and has no other name; a symbolic link of that name is not
 /// followed, and neither a pipe nor a device is opened. A new file has what the umask leaves. Null if the
 /// file cannot be opened, and for every other mode.
 std::FILE* fopen(const char* utf8Path, const char* mode);
@@ -35,7 +35,7 @@ std::FILE* fopen(const char* utf8Path, const char* mode);
 /// `std::fwrite`: the number of whole elements written. A size limit of files is a failure, not a signal.
 std::size_t fwrite(const void* elements, std::size_t elementSize, std::size_t count, std::FILE* file);
 
-/// `std::fclose`: 0, or EOF where the last bytes could not be written, as above. The file is closed either
+/// `std::fclose`: 0, or EOF if the last bytes could not be written, as above. The file is closed either
 /// way.
 int fclose(std::FILE* file);
 

@@ -20,7 +20,7 @@ public:
 
     /// Loads the file at `path` (UTF-8; relative to the current folder, never searched for) with everything
     /// that it needs, its symbols kept to itself; a library that is loaded is unloaded first. Returns an
-    /// empty text, or the system's reason where it cannot be loaded.
+    /// empty text, or the system's reason if it cannot be loaded.
     std::string load(const std::string& path);
 
     /// Unloading what is not loaded does nothing.

@@ -77,8 +77,8 @@ struct IP_ADAPTER_INFO {
 ///
 /// NO_ERROR, with the list's size in `*bytes`; ERROR_BUFFER_OVERFLOW for a null or too small buffer, with the
 /// needed size in `*bytes` and room for adapters that appear meanwhile, 16 on POSIX systems (call with none
-/// first, then with one of that size); ERROR_NO_DATA where there is no adapter, buffer or not;
-/// ERROR_INVALID_PARAMETER for a null `bytes`; ERROR_GEN_FAILURE where the system does not tell.
+/// first, then with one of that size); ERROR_NO_DATA if there is no adapter, buffer or not;
+/// ERROR_INVALID_PARAMETER for a null `bytes`; ERROR_GEN_FAILURE if the system does not tell.
 DWORD GetAdaptersInfo(IP_ADAPTER_INFO* adapters, ULONG* bytes);
 
 /// The hardware address behind an IPv4 address of the same network, by ARP. `source` is the own address to
@@ -89,10 +89,10 @@ DWORD GetAdaptersInfo(IP_ADAPTER_INFO* adapters, ULONG* bytes);
 /// length is 0. Any other is answered from the system's table, and if that has no entry the system is made
 /// to ask; this blocks for about 3 s at most.
 ///
-/// NO_ERROR; ERROR_BAD_NET_NAME where nobody answers, and at once for an address of no network of this
+/// NO_ERROR; ERROR_BAD_NET_NAME if nobody answers, and at once for an address of no network of this
 /// machine, for a broadcast and for 0; ERROR_NOT_FOUND for a `source` that is no own address;
-/// ERROR_BUFFER_OVERFLOW where the buffer is too small; ERROR_INVALID_PARAMETER for a null pointer or an
-/// empty buffer; ERROR_GEN_FAILURE where the system does not tell.
+/// ERROR_BUFFER_OVERFLOW if the buffer is too small; ERROR_INVALID_PARAMETER for a null pointer or an
+/// empty buffer; ERROR_GEN_FAILURE if the system does not tell.
 DWORD SendARP(IPAddr destination, IPAddr source, void* mac, ULONG* macBytes);
 
 #endif

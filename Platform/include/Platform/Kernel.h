@@ -57,9 +57,9 @@ void SetLastError(DWORD code);
 
 /// Converts UTF-8 to wide text.
 ///
-/// `codePage` must be CP_UTF8 (else 0, ERROR_INVALID_PARAMETER). `flags` is 0, where each malformed
-/// sequence becomes U+FFFD as the Unicode standard's "substitution of maximal subparts" has it, or
-/// MB_ERR_INVALID_CHARS, where malformed text gives 0 and ERROR_NO_UNICODE_TRANSLATION; any other flag
+/// `codePage` must be CP_UTF8 (else 0, ERROR_INVALID_PARAMETER). `flags` is 0 (each malformed
+/// sequence becomes U+FFFD as the Unicode standard's "substitution of maximal subparts" has it) or
+/// MB_ERR_INVALID_CHARS (malformed text gives 0 and ERROR_NO_UNICODE_TRANSLATION); any other flag
 /// gives 0 and ERROR_INVALID_FLAGS. `textBytes` is the number of bytes at `text`, or -1 for a
 /// zero-terminated text whose terminator is converted and counted too; 0 bytes, any other negative number,
 /// a null text, a negative `wideCount`, a non-zero `wideCount` with a `wide` that is null or the text's own
@@ -67,14 +67,14 @@ void SetLastError(DWORD code);
 /// With `wideCount` 0 nothing is written and the number of wchar_t needed is returned. A buffer that is
 /// too small gives 0 and ERROR_INSUFFICIENT_BUFFER, and nothing beyond `wideCount` is written.
 ///
-/// Where wchar_t has 32 bits it holds whole code points; where it has 16, text outside the basic plane
+/// If wchar_t has 32 bits, it holds whole code points; if it has 16, text outside the basic plane
 /// becomes a surrogate pair.
 int MultiByteToWideChar(UINT codePage, DWORD flags, LPCCH text, int textBytes, LPWSTR wide, int wideCount);
 
 /// Converts wide text to UTF-8; the twin of MultiByteToWideChar.
 ///
 /// A lone surrogate or a value that is no code point becomes U+FFFD (with WC_ERR_INVALID_CHARS: 0 and
-/// ERROR_NO_UNICODE_TRANSLATION); where wchar_t has 32 bits a surrogate pair counts as two lone ones.
+/// ERROR_NO_UNICODE_TRANSLATION); if wchar_t has 32 bits, a surrogate pair counts as two lone ones.
 /// `defaultCharacter` and `usedDefault` must be null for CP_UTF8 (else 0, ERROR_INVALID_PARAMETER).
 /// Counts, sizes and errors as above, with bytes and wchar_t exchanged.
 int WideCharToMultiByte(UINT codePage, DWORD flags, LPCWCH wide, int wideCount, LPSTR text, int textBytes,

@@ -11,7 +11,7 @@ namespace Platform {
 /// than its user. Nothing is made. Any thread, while none changes the environment.
 std::string stateFolder(const std::string& name);
 
-/// Makes the folder `utf8Path`, and those that hold it, where they are missing, and checks that it is the
+/// Makes the folder `utf8Path`, and those that hold it, if they are missing, and checks that it is the
 /// user's alone: a folder and no link, the effective user's own, closed to all others, in a folder where
 /// nobody else can put another one in its place, but for a group that its owner lets write there. Nothing
 /// that exists is changed. Returns an empty text, or what is wrong with it, as "is a symbolic link". Any

@@ -54,16 +54,16 @@ public:
     /// Closing a closed socket does nothing.
     void close() noexcept;
 
-    /// Sends all of the `count` bytes at `data`. Times out where the peer takes nothing for `stallTimeout`.
+    /// Sends all of the `count` bytes at `data`. Times out if the peer takes nothing for `stallTimeout`.
     SocketResult send(const void* data, std::size_t count, std::chrono::milliseconds stallTimeout);
 
-    /// Receives what is there, at most `count` (at least 1) bytes, into `data`; where nothing is, waits for
+    /// Receives what is there, at most `count` (at least 1) bytes, into `data`; if nothing is, waits for
     /// the first to come until `deadline`. A deadline that is past only looks.
     SocketResult receive(void* data, std::size_t count, Clock::time_point deadline);
 
     /// Drops what was received and not read. If there is anything, goes on until the line has been
     /// silent for `quiet`, so that the tail of what the peer is still sending goes too. It is done, not
-    /// timed out, when a bound ends it. Costs no wait where nothing is there.
+    /// timed out, when a bound ends it. Costs no wait if nothing is there.
     SocketResult discardUnread(std::chrono::milliseconds quiet, const DiscardBounds& bounds);
 
 private:

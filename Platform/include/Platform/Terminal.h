@@ -8,7 +8,7 @@ namespace Platform {
 /// True if `stream` is a terminal.
 bool isTerminal(std::FILE* stream);
 
-/// The terminal's width in columns; 80 where `stream` is no terminal or does not say.
+/// The terminal's width in columns; 80 if `stream` is no terminal or does not say.
 int terminalColumns(std::FILE* stream);
 
 /// From now on Ctrl-C and a polite request to end set a flag instead of ending the process. A second one

@@ -7,7 +7,7 @@
 
 namespace Platform {
 
-/// Makes `bytes` the file `utf8Path`, which is replaced where it exists, and flushes them to the device. A
+/// Makes `bytes` the file `utf8Path`, which is replaced if it exists, and flushes them to the device. A
 /// file that is replaced keeps its permissions and, as far as the process may, its owner and group; one whose
 /// group cannot be kept is closed to groups. A new one has what the umask leaves of 0666. A link of that name
 /// is replaced, not followed.
@@ -19,8 +19,8 @@ namespace Platform {
 /// process waits until that has gone (SIGHUP, SIGINT, SIGQUIT, SIGTERM; SIGKILL does not wait). A size limit
 /// is a failure, not a signal.
 ///
-/// Returns the system's reason where a step fails; the older file is untouched then. Any thread; the signals
-/// wait for it where it is the only thread that does not block them. Throws std::bad_alloc.
+/// Returns the system's reason if a step fails; the older file is untouched then. Any thread; the signals
+/// wait for it if it is the only thread that does not block them. Throws std::bad_alloc.
 std::error_code writeWholeFile(const std::string& utf8Path, std::span<const unsigned char> bytes);
 
 /// Why writeWholeFile could not even begin. Leaves nothing behind and touches no file that exists.

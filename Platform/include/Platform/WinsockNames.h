@@ -92,7 +92,7 @@ struct sockaddr_in {
 /// below 1.0, or WSAEFAULT for a null `data`. Any thread.
 int WSAStartup(WORD version, WSADATA* data);
 
-/// Ends one use. 0, or SOCKET_ERROR and WSANOTINITIALISED where there is none. Any thread.
+/// Ends one use. 0, or SOCKET_ERROR and WSANOTINITIALISED if there is none. Any thread.
 int WSACleanup();
 
 /// The calling thread's last error, as set by a function of this header that failed: the same as
@@ -101,7 +101,7 @@ int WSAGetLastError();
 
 /// A new socket, closed by closesocket: AF_INET, SOCK_DGRAM, IPPROTO_UDP (or 0). INVALID_SOCKET and
 /// WSANOTINITIALISED before WSAStartup, WSAEAFNOSUPPORT, WSAESOCKTNOSUPPORT or WSAEPROTONOSUPPORT for another
-/// kind, WSAEMFILE or WSAENOBUFS where the system has no more.
+/// kind, WSAEMFILE or WSAENOBUFS if the system has no more.
 SOCKET socket(int family, int type, int protocol);
 
 /// Sets an option of level SOL_SOCKET from the `length` bytes at `value`:
@@ -148,7 +148,7 @@ namespace Platform {
 ///
 /// Waits for a datagram as long as the socket's SO_RCVTIMEO allows, signals or not. Stores at most `length`
 /// bytes at `buffer` and returns their number, 0 for an empty datagram. The sender's address goes to `from`,
-/// a sockaddr_in of `*fromLength` bytes, unless `from` is null. SOCKET_ERROR: WSAETIMEDOUT where nothing
+/// a sockaddr_in of `*fromLength` bytes, unless `from` is null. SOCKET_ERROR: WSAETIMEDOUT if nothing
 /// came, WSAEFAULT for a null or too small `fromLength` beside a `from`, WSAEINVAL for a negative length,
 /// WSAEOPNOTSUPP for flags other than 0, WSAENOTSOCK and what else the system says.
 int recvfrom(Winsock::SOCKET socket, char* buffer, int length, int flags, Winsock::sockaddr* from,

@@ -1,7 +1,0 @@
-// A library whose run path has empty and relative elements.
-
-extern "C" int oddRunPath();
-
-int oddRunPath() {
-    return 0;
-}
