@@ -148,9 +148,8 @@ TEST_F(CameraSearchTest, SaysThatItIsNotFollowedWhereItsLinesAreOff) {
 }
 
 TEST_F(CameraSearchTest, LastsAsLongAsItLikesWhereItsTimeHasNoLimit) {
-    locator.play = [this](auto&) {
-        released.wait_for(700ms);
-    }; // longer than any is waited for beyond its time
+    // Longer than any is waited for beyond its time.
+    locator.play = [this](auto&) { released.wait_for(700ms); };
     EXPECT_EQ(run(0ms), End::over);
 }
 

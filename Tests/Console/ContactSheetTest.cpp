@@ -29,28 +29,19 @@ void add(ContactSheet& sheet, std::size_t pictures) {
 
 } // namespace
 
-TEST(BoxFilter, AveragesEachBoxRounded) {
-    expectSheet(boxFiltered(4, 2, Pixels{0, 10, 20, 30, 2, 20, 30, 41}, 2, 2), 2, 1, {8, 30});
-}
-
-TEST(BoxFilter, CountsEveryPixelOnceWhereTheSidesDoNotDivide) {
+TEST(BoxFilter, AveragesEachBoxRoundedAndCountsEveryPixelOnce) {
+    expectSheet(boxFiltered(4, 2, Pixels{0, 10, 20, 30, 2, 20, 30, 43}, 2, 2), 2, 1, {8, 31});
     expectSheet(boxFiltered(7, 5, Pixels(7 * 5, 100), 3, 3), 3, 2, Pixels(6, 100));
 }
 
-TEST(BoxFilter, NeverEnlarges) {
+TEST(BoxFilter, NeverEnlargesAndKeepsAtLeastAPixelOfAThinPicture) {
     expectSheet(boxFiltered(2, 1, Pixels{1, 2}, 480, 360), 2, 1, {1, 2});
-}
-
-TEST(BoxFilter, KeepsAtLeastAPixelOfAThinPicture) {
     expectSheet(boxFiltered(10000, 1, Pixels(10000, 7), 480, 360), 480, 1, Pixels(480, 7));
-}
-
-TEST(ContactSheet, WithoutPicturesIsEmpty) {
-    EXPECT_TRUE(ContactSheet().layOut().pixels.empty());
 }
 
 TEST(ContactSheet, StandsThreePicturesSideBySideAndMoreInAGrid) {
     ContactSheet sheet;
+    EXPECT_TRUE(sheet.layOut().pixels.empty());
     add(sheet, 3);
     const GreySheet three = sheet.layOut();
     EXPECT_EQ(three.width, 3u * 500 + 20);

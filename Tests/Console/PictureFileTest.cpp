@@ -1,111 +1,114 @@
 #include "Console/PictureFile.h"
 
-#include "Outcome.h"
-#include "Support/FileSizeLimit.h"
+#include "Console/CaptureOptions.h"
 #include "Support/TemporaryFolder.h"
+#include "Support/Thrown.h"
 
 #include <filesystem>
 #include <fstream>
+#include <gtest/gtest.h>
 #include <iterator>
 #include <string>
 #include <sys/stat.h>
 #include <vector>
 
 using Console::checkWritable;
-using Console::encodeGreyPng;
 using Console::PictureFileError;
 using Console::writeWholeFile;
-using ConsoleTests::messageOf;
+using TestSupport::thrownBy;
 
 namespace fs = std::filesystem;
 
 namespace {
 
 using Bytes = std::vector<unsigned char>;
-using Names = std::vector<std::string>;
 
-class PictureFile : public testing::Test {
-protected:
-    std::string path(const std::string& name) const { return folder_.file(name); }
-
-    Bytes bytesOf(const std::string& name) const {
-        std::ifstream stream(path(name), std::ios::binary);
-        return {std::istreambuf_iterator<char>(stream), {}};
-    }
-
-    /// The complaint about `file`, whose writing fails for this reason.
-    static void expectFailure(const std::string& file, const std::string& reason, const Bytes& bytes = {1}) {
-        EXPECT_EQ(messageOf<PictureFileError>([&] { writeWholeFile(file, bytes); }),
-                  "cannot write " + file + ": " + reason + "; try: another --output");
-    }
-
-    const TestSupport::TemporaryFolder folder_;
-};
+/// What is said of `file`, which cannot be written for this reason.
+void expectFailure(const std::string& file, const std::string& reason) {
+    const std::string complaint = "cannot write " + file + ": " + reason + "; try: another --output";
+    EXPECT_EQ(thrownBy<PictureFileError>([&] { writeWholeFile(file, Bytes{1}); }), complaint);
+    EXPECT_EQ(thrownBy<PictureFileError>([&] { checkWritable(file); }), complaint);
+}
 
 } // namespace
 
-TEST_F(PictureFile, RefusesPictureWithoutPixelsOrWithTooFew) {
+TEST(PictureFile, RefusesPictureWithoutPixelsOrWithTooFew) {
     const Bytes pixels(10);
-    EXPECT_THROW(encodeGreyPng(0, 1, pixels), PictureFileError);
-    EXPECT_THROW(encodeGreyPng(1, 0, pixels), PictureFileError);
-    EXPECT_THROW(encodeGreyPng(4, 3, pixels), PictureFileError);
-    EXPECT_THROW(encodeGreyPng(0xFFFFFFFF, 0xFFFFFFFF, pixels), PictureFileError);
+    for (const auto& [width, height] : {std::pair{0u, 1u}, {1u, 0u}, {4u, 3u}, {0xFFFFFFFFu, 0xFFFFFFFFu}})
+        EXPECT_THROW(Console::encodeGreyPng(width, height, pixels), PictureFileError);
 }
 
-TEST_F(PictureFile, IsWrittenAloneInTheOldersPlaceUnderAnyName) {
-    const std::string name = "caf\xC3\xA9.png";
-    writeWholeFile(path(name), Bytes(100, 1));
-    writeWholeFile(path(name), Bytes{1, 2, 3});
-    EXPECT_EQ(bytesOf(name), (Bytes{1, 2, 3}));
-    EXPECT_EQ(folder_.names(), Names{name});
-}
-
-TEST_F(PictureFile, FollowsASymbolicLink) {
-    writeWholeFile(path("real.png"), Bytes{1});
-    fs::create_symlink("real.png", path("link.png"));
-    writeWholeFile(path("link.png"), Bytes{2});
-    EXPECT_TRUE(fs::is_symlink(path("link.png")));
-    EXPECT_EQ(bytesOf("real.png"), Bytes{2});
-}
-
-TEST_F(PictureFile, FullDiskLeavesNothingBehind) {
-    {
-        const TestSupport::FileSizeLimit limit(100);
-        expectFailure(path("a.png"), "File too large", Bytes(101, 7));
+TEST(PictureFile, IsWrittenUnderAnyNameAndThroughASymbolicLink) {
+    const TestSupport::TemporaryFolder folder;
+    const std::string file = folder.file("caf\xC3\xA9.png");
+    fs::create_symlink("caf\xC3\xA9.png", folder.file("link.png"));
+    for (const auto& [name, byte] : {std::pair{file, 1}, {folder.file("link.png"), 2}}) {
+        checkWritable(name);
+        writeWholeFile(name, Bytes{static_cast<unsigned char>(byte)});
+        std::ifstream stream(file, std::ios::binary);
+        EXPECT_EQ(std::string(std::istreambuf_iterator<char>(stream), {}), std::string(1, char(byte)));
     }
-    EXPECT_EQ(folder_.names(), Names{});
+    EXPECT_TRUE(fs::is_symlink(folder.file("link.png")));
+    EXPECT_EQ(folder.names().size(), 2u);
 }
 
-TEST_F(PictureFile, NameThatCannotBeOneIsRefusedBeforeTheWriting) {
-    expectFailure(path("missing/a.png"), "No such file or directory");
-    EXPECT_THROW(checkWritable(path("missing/a.png")), PictureFileError);
-    const std::string tooLong = path(std::string(256, 'a'));
-    expectFailure(tooLong, "File name too long");
-    EXPECT_THROW(checkWritable(tooLong), PictureFileError);
-    fs::create_symlink("b", path("a"));
-    fs::create_symlink("a", path("b"));
-    EXPECT_THROW(checkWritable(path("a")), PictureFileError);
+TEST(PictureFile, ThatCannotBeOneIsRefusedBeforeTheWritingToo) {
+    const TestSupport::TemporaryFolder folder;
+    expectFailure(folder.file("missing/a.png"), "No such file or directory");
+    expectFailure(folder.file(std::string(256, 'a')), "File name too long");
+    expectFailure(folder.path(), "Is a directory");
+    fs::create_symlink("b", folder.file("a"));
+    fs::create_symlink("a", folder.file("b"));
+    expectFailure(folder.file("a"), "Too many levels of symbolic links");
+    // Stands for /dev/null and the like, which a user with the right to would replace by a file.
+    ASSERT_EQ(mkfifo(folder.file("pipe").c_str(), 0600), 0);
+    expectFailure(folder.file("pipe"), "it exists and is not an ordinary file");
+    EXPECT_TRUE(fs::is_fifo(folder.file("pipe")));
 }
 
-TEST_F(PictureFile, NamesInErrorsCannotSteerATerminal) {
-    EXPECT_EQ(messageOf<PictureFileError>([] { writeWholeFile("/missing/\x1B[2J", Bytes{1}); }),
+TEST(PictureFile, NamesInErrorsCannotSteerATerminal) {
+    EXPECT_EQ(thrownBy<PictureFileError>([] { writeWholeFile("/missing/\x1B[2J", Bytes{1}); }),
               "cannot write /missing/\\x1b[2J: No such file or directory; try: another --output");
-    EXPECT_EQ(messageOf<PictureFileError>([] { Console::makeFolder("/dev/null/\x1B[2J"); }),
+    EXPECT_EQ(thrownBy<PictureFileError>([] { Console::makeFolder("/dev/null/\x1B[2J"); }),
               "cannot make the folder /dev/null/\\x1b[2J: Not a directory");
 }
 
-TEST_F(PictureFile, FolderAndWhatIsNoOrdinaryFileAreNotReplaced) {
-    expectFailure(folder_.path(), "Is a directory");
-    // Stands for /dev/null and the like, which a user with the right to would replace by a file.
-    ASSERT_EQ(mkfifo(path("pipe").c_str(), 0600), 0);
-    expectFailure(path("pipe"), "it exists and is not an ordinary file");
-    EXPECT_TRUE(fs::is_fifo(path("pipe")));
+namespace {
+
+/// The file of that picture of a camera.
+std::string nameOf(int number, const std::string& address, const std::string& output, int count,
+                   bool isOfAll = false) {
+    Console::CaptureOptions options;
+    options.camera.all = isOfAll;
+    options.output = output;
+    options.count = count;
+    return pictureFileName(options, address, number);
 }
 
-TEST_F(PictureFile, CheckLeavesNothingBehindAndTouchesNothing) {
-    checkWritable(path("a.png"));
-    EXPECT_EQ(folder_.names(), Names{});
-    writeWholeFile(path("a.png"), Bytes{1});
-    checkWritable(path("a.png"));
-    EXPECT_EQ(bytesOf("a.png"), Bytes{1});
+const std::string longest(64, 'a');
+
+} // namespace
+
+TEST(PictureName, IsNumberedWhereThereAreSeveralBeforeTheExtensionIfThereIsOne) {
+    EXPECT_EQ(nameOf(1, "10.0.0.7", "wall.png", 1), "wall.png");
+    EXPECT_EQ(nameOf(1, "10.0.0.7", "wall.png", 2), "wall-1.png");
+    EXPECT_EQ(nameOf(12, "10.0.0.7", "wall.png", 12), "wall-12.png");
+    EXPECT_EQ(nameOf(1, "10.0.0.7", "run.1/a.b.png", 2), "run.1/a.b-1.png");
+    EXPECT_EQ(nameOf(1, "10.0.0.7", "run.1/wall", 2), "run.1/wall-1");
+    EXPECT_EQ(nameOf(1, "10.0.0.7", "run.1/.wall", 2), "run.1/.wall-1");
+}
+
+TEST(PictureName, IsMadeOfTheAddressWithoutWhatAPathWouldMindOrBeTooLongFor) {
+    EXPECT_EQ(nameOf(1, "10.0.0.7", "", 1), "korva-10.0.0.7.png");
+    EXPECT_EQ(nameOf(2, "10.0.0.7", "", 2), "korva-10.0.0.7-2.png");
+    EXPECT_EQ(nameOf(1, "../fe80::1%eth0\n", "", 1), "korva-.._fe80__1_eth0_.png");
+    EXPECT_EQ(nameOf(1, longest, "", 1), "korva-" + longest + ".png");
+    EXPECT_EQ(nameOf(1, longest + std::string(170, 'b'), "", 1), "korva-" + longest + ".png");
+}
+
+TEST(PictureName, OfAllCamerasLiesInTheFolderOfTheOutput) {
+    EXPECT_EQ(nameOf(1, "10.0.0.7", "wall", 1, true), "wall/korva-10.0.0.7.png");
+    EXPECT_EQ(nameOf(2, "../../evil", "wall/", 2, true), "wall/korva-.._.._evil-2.png");
+    EXPECT_EQ(nameOf(1, "10.0.0.7", "", 2, true), "korva-10.0.0.7-1.png");
+    EXPECT_EQ(nameOf(1, longest + "b", "wall", 1, true), "wall/korva-" + longest + ".png");
 }

@@ -30,8 +30,8 @@ log4cxx::LoggerPtr logger() {
     return log4cxx::Logger::getLogger("Plenar.Test");
 }
 
-void log(const log4cxx::LevelPtr& level, const std::string& message) {
-    logger()->forcedLog(level, message);
+void log(const log4cxx::LevelPtr& level, const std::string& message, const char* by = "Plenar.Test") {
+    log4cxx::Logger::getLogger(by)->forcedLog(level, message);
 }
 
 void logOnEveryLevel() {
@@ -48,16 +48,12 @@ std::string shownWith(const LogOptions& options) {
     });
 }
 
-void logElsewhere() {
-    log4cxx::Logger::getLogger("Plenar.Other")->forcedLog(Level::getError(), std::string("other"));
-}
-
 /// What a listener to the logger hears.
 Lines heardOf(ToolLog& toolLog) {
     Lines heard;
     toolLog.listenTo("Plenar.Test", [&heard](std::string_view line) { heard.emplace_back(line); });
     logOnEveryLevel();
-    logElsewhere();
+    log(Level::getError(), "other", "Plenar.Other");
     toolLog.listenTo("Plenar.Test", {});
     logOnEveryLevel();
     return heard;
@@ -72,21 +68,18 @@ protected:
         return {"error", folder_.file(name)};
     }
 
-    static std::string appender(const std::string& name, const std::string& kind, const std::string& setting,
-                                const std::string& pattern) {
-        const std::string key = "log4j.appender." + name;
-        return key + "=org.apache.log4j." + kind + "\n" + key + "." + setting + "\n" + key +
-               ".layout=org.apache.log4j.PatternLayout\n" + key + ".layout.ConversionPattern=" + pattern +
-               "\n";
-    }
-    static std::string onConsole(const std::string& name, const std::string& pattern) {
-        return appender(name, "ConsoleAppender", "Target=System.err", pattern);
+    static std::string appender(const std::string& name, const std::string& pattern,
+                                const std::string& kind = "ConsoleAppender",
+                                const std::string& setting = "Target=System.err") {
+        const std::string key = "\nlog4j.appender." + name;
+        return key + "=org.apache.log4j." + kind + key + "." + setting + key +
+               ".layout=org.apache.log4j.PatternLayout" + key + ".layout.ConversionPattern=" + pattern;
     }
 
-    /// Lines of level info and above go to a file.
-    LogOptions intoFile(const std::string& more) const {
-        return configured("log4j.rootLogger=INFO, F\n" +
-                          appender("F", "FileAppender", "File=" + folder_.file("log"), "%p|%m%n") + more);
+    /// Lines of level info and above go to a file, by way of a buffer.
+    LogOptions intoFile() const {
+        return configured("log4j.appender.F.BufferedIO=true\nlog4j.rootLogger=INFO, F" +
+                          appender("F", "%p|%m%n", "FileAppender", "File=" + folder_.file("log")));
     }
 
     std::string inFile() const {
@@ -114,12 +107,16 @@ protected:
 
 TEST(ToolLog, ShowsTheLevelAskedForAndAboveAndNothingUnlessAsked) {
     EXPECT_EQ(shownWith({}), "");
-    EXPECT_EQ(shownWith({"off", ""}), "");
-    EXPECT_EQ(shownWith({"error", ""}), "ERROR Plenar.Test - one\n");
-    EXPECT_EQ(shownWith({"warn", ""}), "WARN Plenar.Test - one\nERROR Plenar.Test - one\n");
-    EXPECT_EQ(shownWith({"trace", ""}), "TRACE Plenar.Test - one\nDEBUG Plenar.Test - one\n"
-                                        "INFO Plenar.Test - one\nWARN Plenar.Test - one\n"
-                                        "ERROR Plenar.Test - one\n");
+    std::string shown;
+    for (const auto& [level, line] : {std::pair{"off", ""},
+                                      {"error", "ERROR Plenar.Test - one\n"},
+                                      {"warn", "WARN Plenar.Test - one\n"},
+                                      {"info", "INFO Plenar.Test - one\n"},
+                                      {"debug", "DEBUG Plenar.Test - one\n"},
+                                      {"trace", "TRACE Plenar.Test - one\n"}}) {
+        shown = line + shown;
+        EXPECT_EQ(shownWith({level, ""}), shown);
+    }
 }
 
 TEST(ToolLog, EscapesWhatCouldSteerATerminal) {
@@ -171,7 +168,7 @@ TEST(ToolLog, IgnoresAThreadThatIsLeftToItself) {
                   Lines heard;
                   toolLog.listenTo("Plenar.Test", [&](std::string_view line) { heard.emplace_back(line); });
                   toolLog.ignore(std::this_thread::get_id());
-                  logElsewhere();
+                  log(Level::getError(), "other", "Plenar.Other");
                   EXPECT_FALSE(logger()->isErrorEnabled());
                   EXPECT_EQ(heard, Lines{});
                   EXPECT_EQ(toolLog.takeRemarks(), Lines{});
@@ -180,13 +177,14 @@ TEST(ToolLog, IgnoresAThreadThatIsLeftToItself) {
 }
 
 TEST_F(ConfiguredToolLog, FollowsItsFile) {
-    EXPECT_EQ(shownWith(intoFile("")), "ERROR Plenar.Test - one\n");
+    EXPECT_EQ(shownWith(intoFile()), "ERROR Plenar.Test - one\n");
+    log4cxx::BasicConfigurator::resetConfiguration();
     EXPECT_EQ(inFile(), "INFO|one\nWARN|one\nERROR|one\n");
 }
 
 TEST_F(ConfiguredToolLog, LeavesNoLineOutOfItsFileWhereAThreadIsLeftToItself) {
     {
-        ToolLog toolLog(intoFile("log4j.appender.F.BufferedIO=true\n"), nullptr);
+        ToolLog toolLog(intoFile(), nullptr);
         log(Level::getInfo(), "one");
         toolLog.ignore(std::this_thread::get_id());
     }
@@ -196,14 +194,10 @@ TEST_F(ConfiguredToolLog, LeavesNoLineOutOfItsFileWhereAThreadIsLeftToItself) {
 
 TEST_F(ConfiguredToolLog, LooksAsItsFileSaysWhileLibrariesAreKeptApart) {
     EXPECT_EQ(
-        shownApartFromLibraries(configured("log4j.rootLogger=INFO, A\n"
-                                           "log4j.logger.Plenar.Test=INFO, B\n" +
-                                           onConsole("A", "root|%p|%m%n") + onConsole("B", "own|%p|%m%n"))),
+        shownApartFromLibraries(configured("log4j.rootLogger=INFO, A\nlog4j.logger.Plenar.Test=INFO, B" +
+                                           appender("A", "root|%p|%m%n") + appender("B", "own|%p|%m%n"))),
         "own|ERROR|caf\xC3\xA9\nroot|ERROR|caf\xC3\xA9\nERROR Plenar.Test - caf\xC3\xA9\n");
-}
-
-TEST_F(ConfiguredToolLog, LooksAsItsFileSaysBehindAnAsynchronousAppender) {
-    const LogOptions options = configured(
+    const LogOptions behindAnAsynchronousAppender = configured(
         R"(<log4j:configuration xmlns:log4j="http://jakarta.apache.org/log4j/">
         <appender name="A" class="org.apache.log4j.ConsoleAppender"><param name="Target" value="System.err"/>
             <layout class="org.apache.log4j.PatternLayout"><param name="ConversionPattern" value="%p|%m%n"/>
@@ -211,12 +205,12 @@ TEST_F(ConfiguredToolLog, LooksAsItsFileSaysBehindAnAsynchronousAppender) {
         <appender name="B" class="org.apache.log4j.AsyncAppender"><appender-ref ref="A"/></appender>
         <root><priority value="info"/><appender-ref ref="B"/></root></log4j:configuration>)",
         "log.xml");
-    EXPECT_THAT(shownApartFromLibraries(options), HasSubstr("ERROR|caf\xC3\xA9\n"));
+    EXPECT_THAT(shownApartFromLibraries(behindAnAsynchronousAppender), HasSubstr("ERROR|caf\xC3\xA9\n"));
 }
 
 TEST_F(ConfiguredToolLog, HearsNoMoreThanTheLevelsOfItsFileLetPass) {
     shownBy([this] {
-        ToolLog toolLog(configured("log4j.rootLogger=ERROR, A\n" + onConsole("A", "%m%n")), nullptr);
+        ToolLog toolLog(configured("log4j.rootLogger=ERROR, A" + appender("A", "%m%n")), nullptr);
         EXPECT_EQ(heardOf(toolLog), Lines{"one"});
     });
 }

@@ -7,7 +7,6 @@
 
 #include <cerrno>
 #include <chrono>
-#include <optional>
 #include <system_error>
 #include <thread>
 
@@ -30,51 +29,21 @@ std::string loopbackAddress(std::size_t camera) {
            std::to_string(process & 255);
 }
 
-/// In a camera's network until it ends, then in the host's again.
-class Visit {
-public:
-    Visit(const NetworkNamespace& machine, const NetworkNamespace& host) : host_(host) { machine.enter(); }
-    Visit(const Visit&) = delete;
-    Visit& operator=(const Visit&) = delete;
-    ~Visit() { host_.enter(); }
-
-private:
-    const NetworkNamespace& host_;
-};
-
-std::string adapterOf(std::size_t camera) {
-    return "net" + number(camera);
+/// Asks or tells one of the adapters of the calling thread's network. Without a program that does it: that
+/// would hold what other threads have open a moment longer than they.
+void control(ifreq& adapter, unsigned long operation) {
+    const Simulator::Socket any(socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0));
+    if (ioctl(any.descriptor(), operation, &adapter) != 0)
+        throw std::system_error(errno, std::generic_category(), adapter.ifr_name);
 }
 
-/// One of the calling thread's network.
-class Adapter {
-public:
-    explicit Adapter(const std::string& name) : socket_(socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0)) {
-        name.copy(request_.ifr_name, sizeof request_.ifr_name - 1);
-    }
-
-    bool isRunning() { return (flags() & IFF_RUNNING) != 0; }
-
-    void setUp(bool up) {
-        const int others = flags() & ~IFF_UP;
-        request_.ifr_flags = static_cast<short>(up ? others | IFF_UP : others);
-        require(SIOCSIFFLAGS);
-    }
-
-private:
-    int flags() {
-        require(SIOCGIFFLAGS);
-        return request_.ifr_flags;
-    }
-
-    void require(unsigned long operation) {
-        if (ioctl(socket_.descriptor(), operation, &request_) != 0)
-            throw std::system_error(errno, std::generic_category(), request_.ifr_name);
-    }
-
-    Simulator::Socket socket_;
-    ifreq request_{};
-};
+/// The host's adapter to that camera, with its flags.
+ifreq adapterTo(std::size_t camera) {
+    ifreq adapter{};
+    ("net" + number(camera)).copy(adapter.ifr_name, sizeof adapter.ifr_name - 1);
+    control(adapter, SIOCGIFFLAGS);
+    return adapter;
+}
 
 } // namespace
 
@@ -93,13 +62,12 @@ CameraNetworks::CameraNetworks(std::size_t cameras, bool areOwn) {
 }
 
 void CameraNetworks::wire(std::size_t camera) const {
-    const std::string adapter = adapterOf(camera);
+    const std::string adapter = "net" + number(camera);
+    const std::string up = " broadcast + dev " + adapter + "; ip link set " + adapter + " up";
     host_->run("ip link add " + adapter + " type veth peer name " + adapter +
-                   " netns {other}; ip addr add 10.77." + number(camera) + ".1/24 broadcast + dev " +
-                   adapter + "; ip link set " + adapter + " up",
+                   " netns {other}; ip addr add 10.77." + number(camera) + ".1/24" + up,
                machines_[camera].get());
-    machines_[camera]->run("ip addr add " + addresses_[camera] + "/24 broadcast + dev " + adapter +
-                           "; ip link set " + adapter + " up");
+    machines_[camera]->run("ip addr add " + addresses_[camera] + "/24" + up);
     host_->awaitLink(adapter);
 }
 
@@ -116,23 +84,26 @@ std::unique_ptr<Simulator::CameraServer> CameraNetworks::serve(std::size_t camer
 }
 
 void CameraNetworks::within(std::size_t camera, const std::function<void()>& work) const {
-    std::optional<Visit> visit;
-    if (areOwn())
-        visit.emplace(*machines_[camera], *host_);
+    if (!areOwn())
+        return work();
+    const auto leave = [](const NetworkNamespace* host) { host->enter(); };
+    const std::unique_ptr<const NetworkNamespace, decltype(leave)> visit(host_.get());
+    machines_[camera]->enter();
     work();
 }
 
-// Without a program that does it: that would hold what other threads have open a moment longer than they.
-
 void CameraNetworks::pullCable(std::size_t camera) const {
-    Adapter(adapterOf(camera)).setUp(false);
+    ifreq adapter = adapterTo(camera);
+    adapter.ifr_flags = static_cast<short>(adapter.ifr_flags & ~IFF_UP);
+    control(adapter, SIOCSIFFLAGS);
 }
 
 void CameraNetworks::mendCable(std::size_t camera) const {
-    Adapter adapter(adapterOf(camera));
-    adapter.setUp(true);
+    ifreq adapter = adapterTo(camera);
+    adapter.ifr_flags = static_cast<short>(adapter.ifr_flags | IFF_UP);
+    control(adapter, SIOCSIFFLAGS);
     const auto deadline = std::chrono::steady_clock::now() + 5s;
-    while (!adapter.isRunning()) {
+    while ((adapterTo(camera).ifr_flags & IFF_RUNNING) == 0) {
         if (std::chrono::steady_clock::now() > deadline)
             throw std::runtime_error("an adapter stays down");
         std::this_thread::sleep_for(1ms); // the kernel sets it going up to a second after, by itself

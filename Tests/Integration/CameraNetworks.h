@@ -21,7 +21,6 @@ public:
     CameraNetworks(std::size_t cameras, bool areOwn);
 
     bool areOwn() const { return host_ != nullptr; }
-    std::size_t cameras() const { return addresses_.size(); }
     const std::string& addressOf(std::size_t camera) const { return addresses_[camera]; }
 
     /// Serves at the camera's address and the ports of a real camera, until destruction. `log` outlives it.

@@ -1,56 +1,43 @@
 #include "ChildProcess.h"
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <csignal>
-#include <cstdlib>
 #include <fcntl.h>
 #include <linux/capability.h>
 #include <ostream>
 #include <poll.h>
-#include <sys/ioctl.h>
+#include <pty.h>
 #include <sys/prctl.h>
 #include <sys/wait.h>
 #include <system_error>
-#include <termios.h>
 #include <unistd.h>
 #include <utility>
+
+using namespace std::chrono_literals;
 
 namespace Integration {
 
 namespace {
 
-constexpr auto longestWaitForText = std::chrono::seconds(30);
-constexpr auto longestWaitForEnd = std::chrono::seconds(60);
-constexpr unsigned short terminalColumns = 100;
+using Simulator::Socket;
 
-void require(bool fine, const char* what) {
-    if (!fine)
-        throw std::system_error(errno, std::generic_category(), what);
-}
-
-/// Our end first.
-std::pair<int, int> makePipe() {
-    std::array<int, 2> ends{};
-    require(pipe2(ends.data(), O_CLOEXEC) == 0, "pipe");
-    return {ends[0], ends[1]};
-}
-
-std::pair<int, int> makeTerminal() {
-    const int ours = posix_openpt(O_RDWR | O_NOCTTY | O_CLOEXEC);
-    require(ours >= 0 && grantpt(ours) == 0 && unlockpt(ours) == 0, "pseudo-terminal");
-    const int theirs = open(ptsname(ours), O_RDWR | O_NOCTTY | O_CLOEXEC);
-    require(theirs >= 0, "pseudo-terminal");
-    winsize size{};
-    size.ws_col = terminalColumns;
-    size.ws_row = 24;
-    require(ioctl(theirs, TIOCSWINSZ, &size) == 0, "window size");
-    return {ours, theirs};
+/// Our end and the child's.
+std::pair<Socket, Socket> makeStream(ChildProcess::ErrorStream kind) {
+    std::array<int, 2> ends{-1, -1};
+    const winsize size{24, 100, 0, 0};
+    const bool isTerminal = kind == ChildProcess::ErrorStream::terminal;
+    if ((isTerminal ? openpty(&ends[0], &ends[1], nullptr, nullptr, &size) : pipe(ends.data())) != 0)
+        throw std::system_error(errno, std::generic_category(), "no pipe or pseudo-terminal");
+    for (const int end : ends)
+        fcntl(end, F_SETFD, FD_CLOEXEC);
+    return {Socket(ends[0]), Socket(ends[1])};
 }
 
 /// In the child, between fork and exec: only what a signal handler may do.
 [[noreturn]] void become(char* const* arguments, int output, int errors) {
-    const int nothing = open("/dev/null", O_RDONLY);
+    const int nothing = open("/dev/null", O_RDONLY | O_CLOEXEC);
     dup2(nothing, STDIN_FILENO);
     dup2(output, STDOUT_FILENO);
     dup2(errors, STDERR_FILENO);
@@ -63,6 +50,11 @@ std::pair<int, int> makeTerminal() {
 
 } // namespace
 
+Names joined(Names first, const Names& second) {
+    first.insert(first.end(), second.begin(), second.end());
+    return first;
+}
+
 void PrintTo(const ProcessResult& result, std::ostream* stream) {
     *stream << "status " << result.status << ", output:\n" << result.output << "errors:\n" << result.errors;
 }
@@ -74,67 +66,69 @@ testing::Matcher<const ProcessResult&> ended(const testing::Matcher<int>& status
                           testing::Field("errors", &ProcessResult::errors, errors));
 }
 
-Text has(const std::vector<std::string>& parts) {
+Text has(const Names& parts) {
     std::vector<Text> each;
     for (const std::string& part : parts)
         each.emplace_back(testing::HasSubstr(part));
     return testing::AllOfArray(each);
 }
 
-ProcessResult run(const std::vector<std::string>& command) {
+Text lines(std::size_t number) {
+    const auto count = [](const std::string& text) {
+        const auto ends = std::count(text.begin(), text.end(), '\n');
+        const bool unended = !text.empty() && text.back() != '\n';
+        return static_cast<std::size_t>(ends) + (unended ? 1 : 0);
+    };
+    return testing::ResultOf("number of lines", count, number);
+}
+
+ProcessResult run(const Names& command) {
     return ChildProcess(command).result();
 }
 
-ChildProcess::ChildProcess(const std::vector<std::string>& arguments, ErrorStream errorStream) {
+ChildProcess::ChildProcess(const Names& command, ErrorStream errorStream) {
     std::vector<char*> pointers;
-    pointers.reserve(arguments.size() + 1);
-    for (const std::string& argument : arguments)
-        pointers.push_back(const_cast<char*>(argument.c_str()));
+    for (const std::string& word : command)
+        pointers.push_back(const_cast<char*>(word.c_str()));
     pointers.push_back(nullptr);
 
-    const auto [output, theirOutput] = makePipe();
-    const auto [errors, theirErrors] = errorStream == ErrorStream::terminal ? makeTerminal() : makePipe();
+    auto [output, theirOutput] = makeStream(ErrorStream::pipe);
+    auto [errors, theirErrors] = makeStream(errorStream);
+    output_.source = std::move(output);
+    errors_.source = std::move(errors);
     pid_ = fork();
     if (pid_ == 0)
-        become(pointers.data(), theirOutput, theirErrors);
-    close(theirOutput);
-    close(theirErrors);
-    outputDescriptor_ = output;
-    errorDescriptor_ = errors;
-    require(pid_ > 0, "fork");
+        become(pointers.data(), theirOutput.descriptor(), theirErrors.descriptor());
+    if (pid_ < 0)
+        throw std::system_error(errno, std::generic_category(), "fork");
 }
 
 ChildProcess::~ChildProcess() {
-    if (pid_ > 0) {
-        kill(pid_, SIGKILL);
+    signal(SIGKILL);
+    if (pid_ > 0)
         waitpid(pid_, nullptr, 0);
-    }
-    for (const int descriptor : {outputDescriptor_, errorDescriptor_})
-        if (descriptor >= 0)
-            close(descriptor);
 }
 
 bool ChildProcess::waitForOutput(const std::string& text) {
-    const auto there = [this, &text] { return output_.find(text) != std::string::npos; };
-    return collect(there, Clock::now() + longestWaitForText);
-}
-
-int ChildProcess::wait() {
-    const auto deadline = Clock::now() + longestWaitForEnd;
-    const auto bothClosed = [this] { return outputDescriptor_ < 0 && errorDescriptor_ < 0; };
-    if (pid_ <= 0 || !collect(bothClosed, deadline))
-        return -1;
-    // It has closed its output: its end is a matter of moments.
-    int status = 0;
-    if (waitpid(pid_, &status, 0) != pid_)
-        return -1;
-    pid_ = -1;
-    return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
+    return collect([this, &text] { return output().find(text) != std::string::npos; }, 30s);
 }
 
 ProcessResult ChildProcess::result() {
-    const int status = wait();
-    return {status, output_, errors_};
+    const auto bothClosed = [this] { return !output_.source.isOpen() && !errors_.source.isOpen(); };
+    int status = 0;
+    // Once it has closed its output, its end is a matter of moments.
+    if (!collect(bothClosed, 60s) || waitpid(pid_, &status, 0) != pid_)
+        return {-1, output(), errors()};
+    pid_ = -1;
+    return {WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status), output(), errors()};
+}
+
+ProcessResult ChildProcess::endBy(int number, std::chrono::milliseconds longest) {
+    const auto sent = Clock::now();
+    signal(number);
+    ProcessResult end = result();
+    EXPECT_LE(Clock::now() - sent, longest);
+    return end;
 }
 
 void ChildProcess::signal(int number) const {
@@ -142,36 +136,31 @@ void ChildProcess::signal(int number) const {
         kill(pid_, number);
 }
 
-bool ChildProcess::collect(const std::function<bool()>& enough, Clock::time_point deadline) {
+bool ChildProcess::collect(const std::function<bool()>& enough, std::chrono::seconds longest) {
+    const auto deadline = Clock::now() + longest;
     while (!enough()) {
-        std::array<pollfd, 2> watched{pollfd{outputDescriptor_, POLLIN, 0},
-                                      pollfd{errorDescriptor_, POLLIN, 0}};
-        const auto left =
-            std::chrono::duration_cast<std::chrono::milliseconds>(deadline - Clock::now()).count();
-        const bool allClosed = outputDescriptor_ < 0 && errorDescriptor_ < 0;
-        if (left <= 0 || allClosed)
+        const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(deadline - Clock::now());
+        if (left <= 0ms || (!output_.source.isOpen() && !errors_.source.isOpen()))
             return false;
-        const int ready = poll(watched.data(), watched.size(), static_cast<int>(left));
-        if (ready < 0 && errno != EINTR)
+        std::array<pollfd, 2> watched{pollfd{output_.source.descriptor(), POLLIN, 0},
+                                      pollfd{errors_.source.descriptor(), POLLIN, 0}};
+        if (poll(watched.data(), watched.size(), static_cast<int>(left.count())) < 0 && errno != EINTR)
             return false;
-        if (ready > 0 && watched[0].revents != 0)
-            readFrom(outputDescriptor_, output_);
-        if (ready > 0 && watched[1].revents != 0)
-            readFrom(errorDescriptor_, errors_);
+        if (watched[0].revents != 0)
+            output_.readOn();
+        if (watched[1].revents != 0)
+            errors_.readOn();
     }
     return true;
 }
 
-void ChildProcess::readFrom(int& descriptor, std::string& text) {
+void ChildProcess::Stream::readOn() {
     std::array<char, 65536> buffer{};
-    const ssize_t count = read(descriptor, buffer.data(), buffer.size());
-    if (count > 0) {
+    const ssize_t count = read(source.descriptor(), buffer.data(), buffer.size());
+    if (count > 0)
         text.append(buffer.data(), static_cast<std::size_t>(count));
-    } else if (count == 0 || errno != EINTR) {
-        // A pseudo-terminal whose other side has gone says EIO, a pipe says 0.
-        close(descriptor);
-        descriptor = -1;
-    }
+    else if (count == 0 || errno != EINTR) // a pseudo-terminal whose other side has gone says EIO
+        source = Socket();
 }
 
 } // namespace Integration

@@ -3,6 +3,7 @@
 
 #include "Actual.h"
 #include "CameraNetworks.h"
+#include "ServedCamera.h"
 
 #include "DeviceControl/DeviceFramework1Locator.h"
 #include "NativeCameraKorva/KorvaCameraType.h"
@@ -11,12 +12,9 @@
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
+#include <cstddef>
 #include <cstdio>
 #include <memory>
-#include <mutex>
-#include <string>
-#include <vector>
 
 using namespace Faults;
 using namespace Integration;
@@ -50,20 +48,15 @@ const Chosen sampleFaults{
         "get:drip=1/1 get:length-small get:garbage get:endless"},
 };
 
-std::size_t checked = 0;
-
-/// Tells the number at the end, when all cells have run.
-struct Count : testing::Environment {
-    void TearDown() override {
-        std::printf("figure: fault cells of searches and sample pictures checked over real sockets: %zu\n",
-                    checked);
-    }
-};
-const testing::Environment* const count = testing::AddGlobalTestEnvironment(new Count);
-
 /// A camera with the cell's fault, on a network of its own.
 class CellOnANetwork : public testing::TestWithParam<Cell> {
 protected:
+    /// Tells the number of those that have run so far.
+    static void TearDownTestSuite() {
+        std::printf("figure: fault cells of searches and sample pictures checked over real sockets: %zu\n",
+                    checked_);
+    }
+
     Outcome run() const {
         return outcomeBy([&](Outcome& outcome) {
             if (GetParam().operation == Operation::discover) {
@@ -82,36 +75,24 @@ protected:
         return outcomeOf(GetParam().operation, settings, {}, place);
     }
 
-    /// How often it has been configured so far.
-    int configurations() const {
-        const std::lock_guard lock(mutex_);
-        return static_cast<int>(std::count_if(events_.begin(), events_.end(), [](const std::string& event) {
-            return event.find("configure: exposure") != std::string::npos;
-        }));
-    }
-
+    static inline std::size_t checked_ = 0;
     const Simulator::CameraSettings settings_ = settingsOf(GetParam());
+    Events events_;
 
 private:
     const CameraNetworks networks_{1, true};
-    mutable std::mutex mutex_;
-    std::vector<std::string> events_;
-    const std::unique_ptr<Simulator::CameraServer> server_ =
-        networks_.serve(0, settings_, [this](const std::string& event) {
-            const std::lock_guard lock(mutex_);
-            events_.push_back(event);
-        });
+    const std::unique_ptr<Simulator::CameraServer> server_ = networks_.serve(0, settings_, events_.log());
 };
 
 TEST_P(CellOnANetwork, EndsAsTheOracleSays) {
     const Outcome outcome = expected(settings_);
     expectSameResult(run(), outcome);
-    EXPECT_EQ(configurations(), outcome.attempts);
+    EXPECT_EQ(events_.count("configure: exposure"), static_cast<std::size_t>(outcome.attempts));
     Simulator::CameraSettings good = settings_;
     good.faults.clear();
     expectSameResult(run(), expected(good));
     EXPECT_EQ(ReferenceHost::liveImageCount(), 0U);
-    ++checked;
+    ++checked_;
 }
 
 INSTANTIATE_TEST_SUITE_P(discover, CellOnANetwork,

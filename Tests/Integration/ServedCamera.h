@@ -10,39 +10,68 @@
 #include "ImagingLibrary/Image.h"
 #include "ImagingLibrary/ImagingFactory.h"
 #include "ImagingLibrary/ImagingLibrary.h"
+#include "NativeCameraKorva/KorvaHelper.h"
 
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <memory>
 #include <mutex>
+#include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace Integration {
 
+/// What a camera tells, by whatever thread.
+class Events {
+public:
+    Simulator::EventLog log() {
+        return [this](const std::string& event) {
+            const std::lock_guard lock(mutex_);
+            events_.push_back(event);
+        };
+    }
+
+    /// How many so far speak of `text`.
+    std::size_t count(const std::string& text) {
+        const std::lock_guard lock(mutex_);
+        const auto speaks = [&text](const std::string& event) {
+            return event.find(text) != std::string::npos;
+        };
+        return static_cast<std::size_t>(std::count_if(events_.begin(), events_.end(), speaks));
+    }
+
+private:
+    std::mutex mutex_;
+    std::vector<std::string> events_;
+};
+
 /// Serves from construction to stop() or destruction, at ports the system chose or `binaryPort`.
 class ServedCamera {
 public:
-    explicit ServedCamera(const Simulator::CameraSettings& settings, std::uint16_t binaryPort = 0);
-    ~ServedCamera() { server_.stop(); }
-    ServedCamera(const ServedCamera&) = delete;
-    ServedCamera& operator=(const ServedCamera&) = delete;
+    explicit ServedCamera(const Simulator::CameraSettings& settings, std::uint16_t binaryPort = 0)
+        : server_(settings, {"127.0.0.1", binaryPort, 0, 0, events_.log()}) {
+        server_.start();
+    }
 
     int port() const { return server_.binaryTcpPort(); }
     int textPort() const { return server_.textTcpPort(); }
 
     /// Stops the camera and returns how many of its events speak of `text`.
-    std::size_t stopAndCount(const std::string& text);
+    std::size_t stopAndCount(const std::string& text) {
+        server_.stop();
+        return events_.count(text);
+    }
 
 private:
-    std::mutex mutex_;
-    std::vector<std::string> events_;
+    Events events_;
     Simulator::CameraServer server_;
 };
 
-/// The host's transport, but no read waits longer than `longestReadMs`: a camera that says nothing costs a
-/// test that long and not 10 s.
+/// The host's transport, but no read waits longer than that: a camera that says nothing costs a test so long
+/// and not 10 s.
 class ImpatientCommunicator : public PosixEthernetCommunicator {
 public:
     static constexpr unsigned int longestReadMs = 400;
@@ -60,18 +89,22 @@ struct ReleaseImage {
 };
 using ImagePointer = std::unique_ptr<Image, ReleaseImage>;
 
-/// Korva::capture without the pause.
-ImagePointer captureFrom(Communicator& communicator, const CaptureKind& kind, int exposureUnits);
-
 /// The grey pixels of an image; empty for null.
-Bytes pixelsOf(Image* image);
+inline Bytes pixelsOf(Image* image) {
+    if (image == nullptr)
+        return {};
+    const auto* const pixels = static_cast<const unsigned char*>(image->getRawImageData());
+    return {pixels, pixels + std::size_t{image->getWidth()} * image->getHeight()};
+}
 
 /// A served camera and a host's transport to it.
 struct ConnectedCamera {
     explicit ConnectedCamera(const Simulator::CameraSettings& itsSettings) : settings(itsSettings) {}
 
+    /// Without the pause behind it.
     ImagePointer capture(const CaptureKind& kind = {}, int exposureUnits = 15) {
-        return captureFrom(communicator, kind, exposureUnits);
+        return ImagePointer(
+            Korva::capture(&communicator, kind.forceMode1, kind.png, kind.monochrome, exposureUnits, false));
     }
     /// Whether a capture gives the camera's scene, to the pixel.
     bool givesItsScene(const CaptureKind& kind = {}, int exposureUnits = 15) {
@@ -79,8 +112,9 @@ struct ConnectedCamera {
     }
 
     const Simulator::CameraSettings settings;
-    ServedCamera camera{settings};
-    PosixEthernetCommunicator communicator{L"127.0.0.1", camera.port(), -1};
+    std::optional<ServedCamera> camera{std::in_place, settings};
+    const int port = camera->port();
+    PosixEthernetCommunicator communicator{L"127.0.0.1", port, -1};
 };
 
 } // namespace Integration

@@ -4,7 +4,6 @@
 #include "Simulator/LoopbackClient.h"
 #include "ToolRun.h"
 
-#include <chrono>
 #include <csignal>
 #include <fcntl.h>
 #include <fstream>
@@ -21,18 +20,8 @@ using Simulator::Bytes;
 
 namespace {
 
-using Clock = std::chrono::steady_clock;
-
-constexpr std::chrono::milliseconds promised{500};
 constexpr int sgi = 1;
 constexpr int png = 2;
-
-Bytes several(const Bytes& request, int count) {
-    Bytes all;
-    while (count-- > 0)
-        all.insert(all.end(), request.begin(), request.end());
-    return all;
-}
 
 Bytes captureRequests(int format) {
     return joined({configureWith(100, 2, format), takeRequest, getRequest});
@@ -48,10 +37,7 @@ std::vector<std::uint16_t> portsIn(const std::string& greeting) {
 }
 
 void expectPromptEnd(ChildProcess& process, int signal = SIGINT) {
-    const auto start = Clock::now();
-    process.signal(signal);
-    EXPECT_EQ(process.wait(), 0);
-    EXPECT_LT(Clock::now() - start, promised);
+    EXPECT_EQ(process.endBy(signal, std::chrono::milliseconds(500)).status, 0);
 }
 
 struct Busy {
@@ -67,35 +53,36 @@ void PrintTo(const Busy& busy, std::ostream* out) {
 
 class ASimulator : public ::testing::TestWithParam<Busy> {};
 
+const Busy busy[] = {
+    {"RenderingAnSgiFile", {"--size", "8192x8192"}, captureRequests(sgi), "take -> Done"},
+    {"RenderingAPngFile", {"--size", "8192x8192"}, captureRequests(png), "take -> Done"},
+    {"SendingWithoutEnd", {"--fault", "probe:endless"}, probeRequest, "fault probe:endless"},
+    {"SendingByteByByte",
+     {"--size", "1000x1000", "--scene", "noise", "--fault", "get:drip=1/0"},
+     captureRequests(sgi),
+     "fault get:drip"},
+    {"FloodedWithRequests", {}, repeated(probeRequest, 100'000), "probe: format 0 -> Done"},
+};
+
 /// A simulator of small pictures, begun by a shell's command.
-ChildProcess simulatorBy(const std::string& command) {
-    return ChildProcess({"/bin/sh", "-c", command, KORVA_TOOL, "simulate", "--port", "0", "--text-port", "0",
-                         "--size", "20x10", "--for", "60"});
+Names simulatorBy(const std::string& command) {
+    return {"/bin/sh",     "-c", command,  KORVA_TOOL, "simulate", "--port", "0",
+            "--text-port", "0",  "--size", "20x10",    "--for",    "60"};
 }
 
 } // namespace
 
 TEST_P(ASimulator, EndsPromptlyAtCtrlC) {
     SimulatedCamera camera(GetParam().options);
-    const LoopbackClient client(static_cast<std::uint16_t>(std::stoi(camera.port())));
+    const LoopbackClient client(portsIn(camera.process.output()).at(0));
     client.giveUpSendingAfter(200);
     client.send(GetParam().requests);
-    EXPECT_TRUE(camera.process().waitForOutput(GetParam().sign));
-    expectPromptEnd(camera.process());
+    EXPECT_TRUE(camera.process.waitForOutput(GetParam().sign));
+    expectPromptEnd(camera.process);
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    ThatIs, ASimulator,
-    ::testing::Values(
-        Busy{"RenderingAnSgiFile", {"--size", "8192x8192"}, captureRequests(sgi), "take -> Done"},
-        Busy{"RenderingAPngFile", {"--size", "8192x8192"}, captureRequests(png), "take -> Done"},
-        Busy{"SendingWithoutEnd", {"--fault", "probe:endless"}, probeRequest, "fault probe:endless"},
-        Busy{"SendingByteByByte",
-             {"--size", "1000x1000", "--scene", "noise", "--fault", "get:drip=1/0"},
-             captureRequests(sgi),
-             "fault get:drip"},
-        Busy{"FloodedWithRequests", {}, several(probeRequest, 100'000), "probe: format 0 -> Done"}),
-    [](const auto& each) { return each.param.name; });
+INSTANTIATE_TEST_SUITE_P(ThatIs, ASimulator, ::testing::ValuesIn(busy),
+                         [](const auto& each) { return each.param.name; });
 
 TEST(ASetOfSimulators, EndsPromptlyWhileAllOfThemRender) {
     const TemporaryFolder folder;
@@ -118,7 +105,7 @@ TEST(ASetOfSimulators, EndsPromptlyWhileAllOfThemRender) {
 TEST(ASimulatorWithoutDescriptors, EndsPromptly) {
     if (KORVA_SANITIZED)
         GTEST_SKIP() << "An instrumented build needs descriptors itself, to check the types of objects.";
-    ChildProcess process = simulatorBy("ulimit -n 12; exec \"$0\" \"$@\"");
+    ChildProcess process(simulatorBy("ulimit -n 12; exec \"$0\" \"$@\""));
     ASSERT_TRUE(process.waitForOutput("Take a picture with: ")) << process.errors();
     std::list<LoopbackClient> clients;
     for (int count = 0; count < 12; ++count)
@@ -133,7 +120,7 @@ TEST(ASimulatorToWhomNobodyListens, EndsPromptly) {
     // For reading and writing, so that neither end waits for the other to be opened.
     const Simulator::Socket said(open(folder.file("said").c_str(), O_RDWR | O_CLOEXEC));
     ASSERT_TRUE(said.isOpen());
-    ChildProcess process = simulatorBy("exec \"$0\" \"$@\" >'" + folder.file("said") + "'");
+    ChildProcess process(simulatorBy("exec \"$0\" \"$@\" >'" + folder.file("said") + "'"));
     std::string greeting;
     while (greeting.find("Take a picture with: ") == std::string::npos) {
         pollfd readable{said.descriptor(), POLLIN, 0};
@@ -144,7 +131,7 @@ TEST(ASimulatorToWhomNobodyListens, EndsPromptly) {
     }
     const LoopbackClient client(portsIn(greeting).at(0));
     client.giveUpSendingAfter(300);
-    const Bytes flood = several(probeRequest, 2'000'000);
+    const Bytes flood = repeated(probeRequest, 2'000'000);
     ASSERT_LT(client.send(flood), flood.size());
     expectPromptEnd(process);
 }

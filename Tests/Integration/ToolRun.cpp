@@ -1,27 +1,21 @@
 #include "ToolRun.h"
 
+#include "Console/Printable.h"
+
 #include <png.h>
 
 #include <algorithm>
 #include <csignal>
+#include <cstddef>
 #include <fstream>
 #include <regex>
+#include <sstream>
 #include <stdexcept>
 #include <unistd.h>
 
 namespace Integration {
 
 namespace {
-
-Names joined(Names first, const Names& second) {
-    first.insert(first.end(), second.begin(), second.end());
-    return first;
-}
-
-void requireService(ChildProcess& camera) {
-    if (!camera.waitForOutput("Take a picture with: "))
-        throw std::runtime_error("korva simulate does not serve: " + camera.output() + camera.errors());
-}
 
 Names withSize(const Names& options) {
     const bool hasSize = std::find(options.begin(), options.end(), "--size") != options.end();
@@ -42,12 +36,23 @@ ProcessResult runToolBy(const std::string& script, const Names& arguments) {
     return run(joined({"/bin/bash", "-c", script}, toolCommand(arguments)));
 }
 
-Text oneLine() {
-    return testing::ResultOf("number of lines", lineCount, 1u);
+testing::Matcher<const ProcessResult&> failed(const Names& parts) {
+    return ended(1, "", testing::AllOf(lines(1), testing::StartsWith("korva: "), has(parts)));
 }
 
-testing::Matcher<const ProcessResult&> failed(const Names& parts) {
-    return ended(1, "", testing::AllOf(oneLine(), testing::StartsWith("korva: "), has(parts)));
+Text eachLine(const Text& line) {
+    const auto split = [](const std::string& text) {
+        Names all;
+        std::istringstream stream(text);
+        for (std::string each; std::getline(stream, each);)
+            all.push_back(each);
+        return all;
+    };
+    return testing::ResultOf("lines", split, testing::Each(line));
+}
+
+Text harmless() {
+    return eachLine(testing::Truly([](const std::string& line) { return Console::printable(line) == line; }));
 }
 
 std::string addressOfThisProcess() {
@@ -66,39 +71,49 @@ std::string everyLineIntoAFile(const std::string& name) {
            "log4j.appender.F.File=victim\nlog4j.appender.F.layout=org.apache.log4j.SimpleLayout\n";
 }
 
-std::size_t lineCount(const std::string& text) {
-    const auto ends = std::count(text.begin(), text.end(), '\n');
-    const bool unended = !text.empty() && text.back() != '\n';
-    return static_cast<std::size_t>(ends) + (unended ? 1 : 0);
+GreyPicture readGreyPng(const std::string& path) {
+    png_image image{};
+    image.version = PNG_IMAGE_VERSION;
+    if (png_image_begin_read_from_file(&image, path.c_str()) == 0)
+        return {};
+    GreyPicture picture{image.width, image.height, {}};
+    picture.pixels.resize(std::size_t{image.width} * image.height);
+    const bool isGreyOf8Bits = image.format == PNG_FORMAT_GRAY;
+    image.format = PNG_FORMAT_GRAY;
+    const bool isRead = png_image_finish_read(&image, nullptr, picture.pixels.data(), 0, nullptr) != 0;
+    return isGreyOf8Bits && isRead ? picture : GreyPicture{};
 }
 
-SimulatedCamera::SimulatedCamera(const Names& options)
-    : process_(toolCommand(
-          joined({"simulate", "--port", "0", "--text-port", "0", "--for", "240"}, withSize(options)))) {
-    requireService(process_);
-    std::smatch said;
-    static const std::regex greeting(
-        R"(pictures of (\d+) x (\d+),[^]*on TCP 127\.0\.0\.1:(\d+)[^]*on TCP 127\.0\.0\.1:(\d+))");
-    if (!std::regex_search(process_.output(), said, greeting))
-        throw std::runtime_error("korva simulate does not say what it serves: " + process_.output());
-    port_ = said[3];
-    textPort_ = said[4];
-    std::ofstream(description()) << "<Device><CameraInfo><cameraTypeEnum>6</cameraTypeEnum><resolutionX>"
-                                 << said[1] << "</resolutionX><resolutionY>" << said[2]
-                                 << "</resolutionY><ipAddress>127.0.0.1</ipAddress></CameraInfo>"
-                                    "<connection><address>127.0.0.1</address><port>"
-                                 << port_ << "</port></connection></Device>\n";
+Served::Served(const Names& arguments) : process(toolCommand(joined({"simulate"}, arguments))) {
+    if (!process.waitForOutput("Take a picture with: "))
+        throw std::runtime_error("korva simulate does not serve: " + process.output() + process.errors());
 }
 
-std::string SimulatedCamera::stop() {
-    process_.signal(SIGTERM);
-    const ProcessResult result = process_.result();
+std::string Served::stop() {
+    const ProcessResult result = process.endBy(SIGTERM);
     EXPECT_THAT(result, ended(0, testing::_, ""));
     return result.output;
 }
 
+SimulatedCamera::SimulatedCamera(const Names& options)
+    : Served(joined({"--port", "0", "--text-port", "0", "--for", "240"}, withSize(options))) {
+    std::smatch said;
+    static const std::regex greeting(
+        R"(pictures of (\d+) x (\d+),[^]*on TCP 127\.0\.0\.1:(\d+)[^]*on TCP 127\.0\.0\.1:(\d+))");
+    if (!std::regex_search(process.output(), said, greeting))
+        throw std::runtime_error("korva simulate does not say what it serves: " + process.output());
+    port = said[3];
+    textPort = said[4];
+    place = "127.0.0.1:" + port;
+    std::ofstream(description) << "<Device><CameraInfo><cameraTypeEnum>6</cameraTypeEnum><resolutionX>"
+                               << said[1] << "</resolutionX><resolutionY>" << said[2]
+                               << "</resolutionY><ipAddress>127.0.0.1</ipAddress></CameraInfo>"
+                                  "<connection><address>127.0.0.1</address><port>"
+                               << port << "</port></connection></Device>\n";
+}
+
 Names SimulatedCamera::captureArguments(const Names& more, const std::string& file) const {
-    return joined({"capture", "--from", description(), "--output", pictures_.file(file)}, more);
+    return joined({"capture", "--from", description, "--output", pictures.file(file)}, more);
 }
 
 ProcessResult SimulatedCamera::capture(const Names& more, const std::string& file) const {
@@ -106,30 +121,10 @@ ProcessResult SimulatedCamera::capture(const Names& more, const std::string& fil
 }
 
 ProcessResult SimulatedCamera::health(const Names& more) const {
-    return runTool(joined({"health", "--from", description()}, more));
+    return runTool(joined({"health", "--from", description}, more));
 }
 
 CameraAtItsPorts::CameraAtItsPorts(const Names& options)
-    : process_(
-          toolCommand(joined({"simulate", "--address", addressOfThisProcess(), "--for", "120"}, options))) {
-    requireService(process_);
-}
-
-GreyPicture readGreyPng(const std::string& path) {
-    png_image image{};
-    image.version = PNG_IMAGE_VERSION;
-    if (png_image_begin_read_from_file(&image, path.c_str()) == 0)
-        return {};
-    GreyPicture picture{image.width, image.height, {}};
-    const bool greyOf8Bits = image.format == PNG_FORMAT_GRAY;
-    if (greyOf8Bits) {
-        picture.pixels.resize(std::size_t{image.width} * image.height);
-        const auto stride = static_cast<png_int_32>(image.width);
-        if (png_image_finish_read(&image, nullptr, picture.pixels.data(), stride, nullptr) == 0)
-            picture.pixels.clear();
-    }
-    png_image_free(&image);
-    return picture;
-}
+    : Served(joined({"--address", addressOfThisProcess(), "--for", "120"}, options)) {}
 
 } // namespace Integration

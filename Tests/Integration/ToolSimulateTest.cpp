@@ -1,27 +1,14 @@
-// `korva simulate` as its users see it.
+// `korva simulate` and `korva health` as their users see them.
 
+#include "Simulator/LoopbackClient.h"
 #include "ToolRun.h"
 
-#include "Communicator/Connector.h"
-#include "Communicator/PosixEthernetCommunicator.h"
-
-#include <chrono>
 #include <csignal>
 #include <fstream>
 #include <string>
 
 using namespace Integration;
-using testing::_;
-
-namespace {
-
-/// A simulator of five seconds at ports the system chose, unless `arguments` say otherwise.
-ProcessResult simulate(Names arguments) {
-    arguments.insert(arguments.begin(), {"simulate", "--for", "5"});
-    return runTool(arguments);
-}
-
-} // namespace
+using Simulator::Testing::LoopbackClient;
 
 TEST(ToolSimulate, SaysWhatItServesAndWhatIsAsked) {
     SimulatedCamera camera({"--model", "M615", "--firmware", "3.3.1", "--size", "50x40", "--scene", "ramp",
@@ -29,7 +16,7 @@ TEST(ToolSimulate, SaysWhatItServesAndWhatIsAsked) {
     EXPECT_EQ(camera.capture().status, 0);
     EXPECT_THAT(camera.stop(), has({"M615", "3.3.1", "50 x 40", "ramp", "get:checksum*1",
                                     "configure: exposure 1.5 s, mode 2, SGI, depth 16, shift 4 -> Done",
-                                    "take -> Done", "get -> GetImage", camera.place()}));
+                                    "take -> Done", "get -> GetImage", camera.place}));
 }
 
 TEST(ToolSimulate, EndsByItselfAfterTheTimeGiven) {
@@ -41,23 +28,15 @@ TEST(ToolSimulate, WhatCannotBeServedIsAFailureThatNamesIt) {
     const TemporaryFolder folder;
     std::ofstream(folder.file("set.json")) << R"({"cameras": [{"address": "127.0.0.31", "romo": "A"}]})";
     const SimulatedCamera camera;
-    EXPECT_THAT(simulate({"--port", camera.port(), "--text-port", "0"}),
-                failed({camera.port(), "Address already in use", "; try: "}));
-    // Set aside for documentation: no machine has it.
-    EXPECT_THAT(simulate({"--port", "0", "--address", "192.0.2.1"}), failed({"192.0.2.1"}));
-    EXPECT_THAT(simulate({"--port", "0", "--text-port", "0", "--scene", "file:/no/such.png"}),
-                failed({"/no/such.png"}));
-    EXPECT_THAT(simulate({"--config", folder.file("set.json")}),
-                failed({"set.json, camera 1: there is no key \"romo\""}));
-    EXPECT_THAT(simulate({"--config", "/no/such.json"}), failed({"/no/such.json"}));
-    EXPECT_THAT(simulate({"--config", folder.file("set.json"), "--model", "M61"}), ended(2, "", _));
-}
-
-TEST(ToolSimulate, WaitsTheExposureWhenToldTo) {
-    const SimulatedCamera camera({"--size", "20x10", "--wait-exposure"});
-    const auto start = std::chrono::steady_clock::now();
-    EXPECT_EQ(camera.capture({"--exposure", "0.8"}).status, 0);
-    EXPECT_GE(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(800));
+    for (const auto& [arguments, reasons] :
+         {std::pair<Names, Names>{{"--port", camera.port, "--text-port", "0"},
+                                  {camera.port, "Address already in use", "; try: "}},
+          // Set aside for documentation: no machine has it.
+          {{"--port", "0", "--address", "192.0.2.1"}, {"192.0.2.1"}},
+          {{"--port", "0", "--text-port", "0", "--scene", "file:/no/such.png"}, {"/no/such.png"}},
+          {{"--config", folder.file("set.json")}, {"set.json, camera 1: there is no key \"romo\""}},
+          {{"--config", "/no/such.json"}, {"/no/such.json"}}})
+        EXPECT_THAT(runTool(joined({"simulate", "--for", "5"}, arguments)), failed(reasons));
 }
 
 TEST(ToolSimulate, ServesASetOfCamerasFromAFile) {
@@ -67,25 +46,52 @@ TEST(ToolSimulate, ServesASetOfCamerasFromAFile) {
          "announce": "10.77.1.11", "faults": ["version:missing-key=--SW*1"]},
         {"address": "127.0.0.32", "port": 0, "text-port": 0, "serial": "K-7", "text": "refused",
          "discovery": "silent"}]})";
-    ChildProcess process(toolCommand({"simulate", "--config", folder.file("set.json"), "--for", "60"}));
-    ASSERT_TRUE(process.waitForOutput("  discovery on UDP 127.0.0.32:")) << process.errors();
-    process.signal(SIGINT);
-    EXPECT_THAT(
-        process.result(),
-        ended(0,
-              has({"room Lab 2\\x1b[2J, announced as 10.77.1.11, serial 1234, hardware M615, API 1.4\n",
-                   "static, net mask 255.255.255.0, gateway 0.0.0.0\n", "  text language on TCP 127.0.0.31:",
-                   "  fault: version:missing-key=--SW*1\n", "  room Lab, serial K-7",
-                   "  text language on TCP refused\n", " (silent)\n", "The simulated cameras have stopped."}),
-              ""));
+    Served set({"--config", folder.file("set.json"), "--for", "60"});
+    EXPECT_TRUE(set.process.waitForOutput(" (silent)\n"));
+    EXPECT_THAT(set.stop(),
+                has({"room Lab 2\\x1b[2J, announced as 10.77.1.11, serial 1234, hardware M615, API 1.4\n",
+                     "static, net mask 255.255.255.0, gateway 0.0.0.0\n",
+                     "  text language on TCP 127.0.0.31:", "  fault: version:missing-key=--SW*1\n",
+                     "  room Lab, serial K-7", "  text language on TCP refused\n",
+                     "  discovery on UDP 127.0.0.32:", "The simulated cameras have stopped."}));
 }
 
 TEST(ToolSimulate, TellsOfTextQueriesWithTheirControlCharactersEscaped) {
     SimulatedCamera camera;
-    PosixEthernetCommunicator client(L"127.0.0.1", std::stoi(camera.textPort()), -1);
-    const Connector connector(client);
-    const std::string query = "[SerialNumber \x07 --Camera]";
-    client.writeBytes(query.data(), static_cast<unsigned>(query.size()), true, 1);
-    EXPECT_TRUE(camera.process().waitForOutput(
+    const LoopbackClient client(static_cast<std::uint16_t>(std::stoi(camera.textPort)));
+    client.say("[SerialNumber \x07 --Camera]");
+    EXPECT_TRUE(camera.process.waitForOutput(
         "(text) [SerialNumber \\x07 --Camera] -> [SerialNumber --Camera 1234]\n"));
+}
+
+TEST(ToolHealth, CameraThatDoesNotGivesCodeMeaningAndReason) {
+    SimulatedCamera gone;
+    gone.stop();
+    const SimulatedCamera unreadable({"--fault", "any:close"});
+    const SimulatedCamera holding({"--fault", "probe:drip=1/300"});
+    for (const auto& [result, reason, advice] :
+         {std::tuple{gone.health(), "Connection refused", ""},
+          {unreadable.health(), "closed", ""},
+          {holding.health({"--max-time", "1"}), ": receive failed: Took too long: ", "--max-time"}})
+        EXPECT_THAT(result, ended(1, has({": 2056 connection check failed: ", reason}),
+                                  AllOf(lines(1), has({"; try: ", advice}))));
+}
+
+TEST(ToolHealth, WatchSaysOnlyWhatIsNewAndEndsAtCtrlC) {
+    // Each of the first three checks is told by a fault of its own.
+    SimulatedCamera camera(
+        {"--fault", "probe:delay=1*1", "--fault", "probe:delay=2*1", "--fault", "probe:delay=3*1"});
+    ChildProcess watch(toolCommand({"health", "--from", camera.description, "--watch"}));
+    EXPECT_TRUE(watch.waitForOutput(": good, the camera answers\n"));
+    EXPECT_TRUE(camera.process.waitForOutput("fault probe:delay=3"));
+    EXPECT_THAT(watch.endBy(SIGINT), ended(0, lines(1), ""));
+}
+
+TEST(ToolHealth, DescriptionThatIsNoneIsAFailureThatNamesIt) {
+    const TemporaryFolder folder;
+    std::ofstream(folder.file("a.xml")) << "<Device>";
+    std::ofstream(folder.file("b.xml"))
+        << "<Device><CameraInfo><cameraTypeEnum>5</cameraTypeEnum></CameraInfo></Device>";
+    for (const char* name : {"a.xml", "b.xml", "missing.xml"})
+        EXPECT_THAT(runTool({"health", "--from", folder.file(name)}), failed({folder.file(name)}));
 }

@@ -1,4 +1,4 @@
-// What the tool takes over from the place and the process that start it: nothing.
+// What the tool takes over from the place and the process that start it, and how it finds its plug-in.
 
 #include "ToolRun.h"
 
@@ -16,17 +16,51 @@ namespace fs = std::filesystem;
 
 /// Runs the tool with `folder` as its working folder, behind `more` arguments of env(1).
 ProcessResult runToolIn(const TemporaryFolder& folder, const Names& arguments, const Names& more = {}) {
-    Names command = {"/usr/bin/env", "-C", folder.path().string()};
-    for (const Names& part : {more, toolCommand(arguments)})
-        command.insert(command.end(), part.begin(), part.end());
-    return run(command);
+    return run(joined({"/usr/bin/env", "-C", folder.path()}, joined(more, toolCommand(arguments))));
 }
 
 Names simulateFor(const std::string& seconds) {
     return {"simulate", "--port", "0", "--text-port", "0", "--for", seconds};
 }
 
+/// The tool, installed with its plug-in in the folder `place`; nowhere if that is null.
+struct InstalledTool {
+    explicit InstalledTool(const char* place) {
+        for (const char* part : {"bin", "lib"})
+            fs::create_directory(folder.file(part));
+        fs::copy(KORVA_TOOL, folder.file("bin/korva"));
+        fs::copy(KORVA_HOST_LIBRARY, folder.file("bin"));
+        if (place != nullptr)
+            fs::copy(KORVA_PLUGIN, folder.file(place));
+    }
+
+    /// Of an address where nobody answers.
+    ProcessResult identify() const { return run({folder.file("bin/korva"), "identify", "127.83.7.99"}); }
+
+    const TemporaryFolder folder;
+};
+
 } // namespace
+
+TEST(PluginFile, ThatIsRefusedIsNamedWithTheReason) {
+    const TemporaryFolder folder;
+    const std::string text = folder.file("text.so");
+    std::ofstream(text) << "This is no library.";
+    for (const auto& [plugin, reason] :
+         {std::pair<std::string, std::string>{"/no/such/plugin.so", "No such file"},
+          {text, "cannot be loaded"},
+          {KORVA_NO_PLUGIN, "has no entry point pnx_initialize_device_plugin"},
+          {KORVA_REFUSING_PLUGIN, "refuses version 1"}})
+        EXPECT_THAT(runTool({"identify", "127.0.0.1", "--plugin", plugin}),
+                    failed({plugin, reason, "; try: "}));
+}
+
+TEST(PluginFile, IsFoundBesideTheToolAndInTheLibrariesFolder) {
+    for (const char* place : {"bin", "lib"})
+        EXPECT_THAT(InstalledTool(place).identify(), failed({"no camera identified at 127.83.7.99:32768"}));
+    const InstalledTool tool(nullptr);
+    EXPECT_THAT(tool.identify(), failed({tool.folder.file("bin"), tool.folder.file("lib"), "--plugin FILE"}));
+}
 
 TEST(ToolStart, RunsNoLibraryOfTheWorkingFolder) {
     const TemporaryFolder folder;
@@ -50,14 +84,12 @@ TEST(ToolStart, FollowsNoLoggingConfigurationOfTheWorkingFolder) {
         Names environment;
         if (!name.starts_with("log4"))
             environment = {"LOG4CXX_CONFIGURATION=" + name, "log4j.configuration=" + name};
-        Names alone = environment;
-        alone.insert(alone.end(), {"unshare", "-rn"});
         EXPECT_EQ(runToolIn(folder, simulateFor("0"), environment).status, 0);
         for (const char* const command : {"identify", "describe", "health", "capture"})
             EXPECT_EQ(runToolIn(folder, {command, addressOfThisProcess()}, environment).status, 1) << command;
         // They ask all networks: in one of their own where this system grants it, else they are not run.
-        runToolIn(folder, {"discover"}, alone);
-        runToolIn(folder, {"capture", "--all"}, alone);
+        for (const Names& command : {Names{"discover"}, Names{"capture", "--all"}})
+            runToolIn(folder, command, joined(environment, {"unshare", "-rn"}));
         EXPECT_EQ(folder.names(), Names{name});
     }
 }
@@ -65,20 +97,19 @@ TEST(ToolStart, FollowsNoLoggingConfigurationOfTheWorkingFolder) {
 TEST(ToolStart, KeepsItsLogOutOfTheConnectionWhereStandardErrorIsClosed) {
     const TemporaryFolder dumps;
     const SimulatedCamera camera;
-    EXPECT_EQ(runToolBy(R"(exec "$0" "$@" 2>&-)",
-                        camera.captureArguments({"--log", "trace", "--diagnostics", dumps.path()}))
-                  .status,
-              0);
+    const Names capture = camera.captureArguments({"--log", "trace", "--diagnostics", dumps.path()});
+    EXPECT_EQ(runToolBy(R"(exec "$0" "$@" 2>&-)", capture).status, 0);
     EXPECT_EQ(camera.picture().width, 120u);
 }
 
-TEST(ToolStart, SaysThatStandardOutputIsClosedOrThatNobodyReadsIt) {
+TEST(ToolStart, SaysThatStandardOutputIsClosedFullOrReadByNobody) {
     const SimulatedCamera camera;
     const auto failure = ended(1, "", "korva: standard output could not be written\n");
     for (const Names& arguments : {Names{"--version"}, Names{"capture", "--help"},
-                                   Names{"health", "--from", camera.description()}, simulateFor("60")})
+                                   Names{"health", "--from", camera.description}, simulateFor("60")})
         EXPECT_THAT(runToolBy(R"(exec "$0" "$@" >&-)", arguments), failure) << arguments[0];
     EXPECT_THAT(runToolBy(R"(set -o pipefail; "$0" "$@" | true)", simulateFor("60")), failure);
+    EXPECT_THAT(runToolBy(R"("$0" "$@" >/dev/full)", camera.captureArguments({"--json"})), failure);
     // Standard error too: the status alone is left to say it.
     EXPECT_EQ(runToolBy(R"(exec "$0" "$@" <&- >&- 2>&-)", simulateFor("60")).status, 1);
 }
@@ -112,4 +143,21 @@ TEST(ToolStart, EchoesNoArgumentThatCouldSteerATerminal) {
                                               AllOf(has({"a\\x1b[2J\\x0akorva: b"}), Not(has({"\x1b"})),
                                                     Not(has({"\nkorva: b"})))))
             << testing::PrintToString(arguments);
+}
+
+TEST(Tool, RefusesWrongUsageWithStatusTwo) {
+    for (const auto& [arguments, complaint] :
+         {std::pair<Names, std::string>{{}, "command"},
+          {{"frobnicate"}, "not expected: frobnicate"},
+          {{"capture", "a", "--exposure", "0"}, "--exposure"},
+          {{"capture", "a", "--log", "loud"}, "--log"},
+          {{"simulate", "--scene", "sunset"}, "--scene"},
+          {{"simulate", "--config", "set.json", "--model", "M61"}, "--config"}})
+        EXPECT_THAT(runTool(arguments), ended(2, "", has({complaint}))) << complaint;
+}
+
+TEST(Tool, PrintsHelpAndVersionOnStandardOutput) {
+    for (const Names& arguments :
+         {Names{"--help"}, Names{"capture", "--help"}, Names{"simulate", "--help"}, Names{"--version"}})
+        EXPECT_THAT(runTool(arguments), ended(0, testing::Ne(""), "")) << testing::PrintToString(arguments);
 }

@@ -2,19 +2,13 @@
 
 #include "LabRun.h"
 
-#include "TerminalText.h"
-
 #include <nlohmann/json.hpp>
 
 #include <fstream>
 
-using Integration::ended;
-using Integration::has;
-using Integration::oneLine;
-using Integration::ProcessResult;
-using Integration::TemporaryFolder;
-using Integration::whatSteersATerminal;
+using namespace LabTests;
 using testing::ElementsAre;
+using testing::EndsWith;
 
 namespace {
 
@@ -31,56 +25,51 @@ constexpr const char* cameras = R"json({"cameras": [
 ]
 })json";
 
-ProcessResult inTheirMidst(const std::string& script, const std::string& configuration = cameras) {
-    const TemporaryFolder folder;
-    std::ofstream(folder.file("cameras.json")) << configuration;
-    std::string set;
-    for (const char* number : {"1", "2", "3"})
-        set += "1 ! korva simulate --config " + folder.file("cameras.json") + " --camera " + number + "\n";
-    const ProcessResult result = LabTests::runAmong(set, script);
-    for (const std::string& text : {result.output, result.errors}) {
-        EXPECT_EQ(whatSteersATerminal(text), "") << text;
-        EXPECT_THAT("\n" + text, testing::Not(testing::HasSubstr(std::string("\n") + forged)));
+class LabHostileText : public testing::Test {
+protected:
+    /// What a script in `folder` says.
+    ProcessResult amongThem(const std::string& script, const std::string& configuration = cameras) const {
+        const TemporaryFolder itsFolder;
+        std::ofstream(itsFolder.file("cameras.json")) << configuration;
+        std::string set;
+        for (const char* number : {"1", "2", "3"})
+            set += "1 ! korva simulate --config " + itsFolder.file("cameras.json") + " --camera " + number +
+                   "\n";
+        ProcessResult result = runAmong(set, "cd " + folder.path().string() + "; " + script);
+        const auto isHonest = AllOf(harmless(), eachLine(Not(testing::StartsWith(forged))));
+        EXPECT_THAT(result, ended(0, isHonest, isHonest));
+        return result;
     }
-    return result;
-}
+
+    const TemporaryFolder folder;
+};
 
 } // namespace
 
-TEST(LabHostileText, CannotSteerTheTerminalOrForgeALine) {
-    EXPECT_THAT(inTheirMidst("korva discover --log trace"),
-                ended(0, testing::EndsWith("\n1 camera found.\n"),
-                      has({"wasn't parsed as a Korva response: ", std::string("\\x0a") + forged,
-                           "../../\\x1b[31m\\xe2\\x80\\xae"})));
-}
-
-TEST(LabHostileText, IsOneLineOfJson) {
-    const ProcessResult result = inTheirMidst("korva discover --json");
-    EXPECT_THAT(result, ended(0, oneLine(), testing::_));
+TEST_F(LabHostileText, CannotSteerTheTerminalOrForgeALineAndIsOneOfJson) {
+    const ProcessResult result = amongThem("korva discover --json --log trace");
+    EXPECT_THAT(result, ended(0, lines(1),
+                              has({"wasn't parsed as a Korva response: ", std::string("\\x0a") + forged,
+                                   "../../\\x1b[31m\\xe2\\x80\\xae", "\n1 camera found.\n"})));
     const auto json = nlohmann::json::parse(result.output);
     ASSERT_EQ(json["cameras"].size(), 1u);
     EXPECT_EQ(json["cameras"][0]["serialNumber"], "../../\a\"\\");
 }
 
-TEST(LabHostileText, NamesNoFile) {
-    const TemporaryFolder folder;
-    const ProcessResult result = inTheirMidst("cd " + folder.path().string() +
-                                              "; korva capture --all --json --log trace"
-                                              " --diagnostics dumps --output all; ls -A . all >&2");
+TEST_F(LabHostileText, NamesNoFile) {
+    const ProcessResult result =
+        amongThem("korva capture --all --json --log trace --diagnostics dumps --output all;"
+                  "ls -A . all >&2");
     EXPECT_EQ(nlohmann::json::parse(result.output)["files"].size(), 1u);
     EXPECT_THAT(folder.names(), ElementsAre("all", "dumps"));
-    EXPECT_THAT(result.errors, testing::EndsWith(".:\nall\ndumps\n\nall:\nkorva-10.77.1.13.png\n"));
+    EXPECT_THAT(result.errors, EndsWith(".:\nall\ndumps\n\nall:\nkorva-10.77.1.13.png\n"));
 }
 
-TEST(LabHostileText, OfAnyLengthLeavesEveryCameraItsPicture) {
-    const TemporaryFolder folder;
+TEST_F(LabHostileText, OfAnyLengthLeavesEveryCameraItsPicture) {
     // An address written as a number with so many zeros that no file could be named after all of it.
     const std::string room = "a --IP " + std::string(220, '0') + "1223200413";
-    EXPECT_EQ(inTheirMidst("cd " + folder.path().string() + "; korva capture --all",
-                           R"({"cameras": [{"address": "10.77.1.11", "room": ")" + room +
-                               R"("}, {"address": "10.77.1.12"}, {"address": "10.77.1.13"}]})")
-                  .status,
-              0);
+    amongThem("korva capture --all", R"({"cameras": [{"address": "10.77.1.11", "room": ")" + room +
+                                         R"("}, {"address": "10.77.1.12"}, {"address": "10.77.1.13"}]})");
     EXPECT_THAT(folder.names(), ElementsAre("korva-" + std::string(64, '0') + ".png", "korva-10.77.1.12.png",
                                             "korva-10.77.1.13.png"));
 }

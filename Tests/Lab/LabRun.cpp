@@ -8,12 +8,11 @@ namespace LabTests {
 
 namespace {
 
-constexpr int notAllowed = 77;
-
 /// Ends the program as skipped where there can be no lab.
 class NeedsNamespaces : public testing::Environment {
 public:
     void SetUp() override {
+        constexpr int notAllowed = 77;
         const ProcessResult result = runLab({"--cameras", "0", "true"});
         if (result.status != notAllowed)
             return;
@@ -28,9 +27,7 @@ const testing::Environment* const needsNamespaces =
 } // namespace
 
 Names labCommand(const Names& arguments) {
-    Names command{KORVA_LAB_RUN, "--korva", KORVA_TOOL};
-    command.insert(command.end(), arguments.begin(), arguments.end());
-    return command;
+    return joined({KORVA_LAB_RUN, "--korva", KORVA_TOOL}, arguments);
 }
 
 Names labCommandWhereUnshareNeeds(const std::string& needed, const Names& arguments) {
@@ -38,26 +35,23 @@ Names labCommandWhereUnshareNeeds(const std::string& needed, const Names& argume
     const std::string wrapper = "unshare() { case $1 in -*" + needed +
                                 "*|-n) command unshare \"$@\";; *) return 1;; esac; };"
                                 "export -f unshare; exec \"$@\"";
-    Names command{"/bin/bash", "-c", wrapper, "bash"};
-    const Names lab = labCommand(arguments);
-    command.insert(command.end(), lab.begin(), lab.end());
-    return command;
+    return joined({"/bin/bash", "-c", wrapper, "bash"}, labCommand(arguments));
 }
 
 ProcessResult runLab(const Names& arguments) {
-    return Integration::run(labCommand(arguments));
+    return run(labCommand(arguments));
 }
 
-ProcessResult runScript(Names options, const std::string& script) {
-    options.insert(options.end(), {"--", "bash", "-c", script});
-    return runLab(options);
+ProcessResult runScript(const std::string& options, const std::string& script) {
+    return run(
+        joined({"/bin/bash", "-c", "script=$0; exec \"$@\" " + options + " -- bash -c \"$script\"", script},
+               labCommand({})));
 }
 
-ProcessResult runAmong(const std::string& cameras, const std::string& script, Names options) {
-    const Integration::TemporaryFolder folder;
+ProcessResult runAmong(const std::string& cameras, const std::string& script, const std::string& options) {
+    const TemporaryFolder folder;
     std::ofstream(folder.file("set")) << cameras;
-    options.insert(options.end(), {"--networks", "2", "--set", folder.file("set")});
-    return runScript(options, script);
+    return runScript(options + " --networks 2 --set " + folder.file("set"), script);
 }
 
 } // namespace LabTests

@@ -7,8 +7,7 @@
 
 namespace LabTests {
 
-using Integration::Names;
-using Integration::ProcessResult;
+using namespace Integration;
 
 /// The command line of Lab/run with `arguments`.
 Names labCommand(const Names& arguments);
@@ -19,10 +18,11 @@ Names labCommandWhereUnshareNeeds(const std::string& needed, const Names& argume
 /// Runs Lab/run with `arguments` to its end.
 ProcessResult runLab(const Names& arguments);
 
-/// Runs Lab/run with `options` and a shell's `script` as its command.
-ProcessResult runScript(Names options, const std::string& script);
+/// Runs Lab/run with `options`, as a shell reads them, and a shell's `script` as its command.
+ProcessResult runScript(const std::string& options, const std::string& script);
 
 /// The same with two networks and a set of cameras, a line each.
-ProcessResult runAmong(const std::string& cameras, const std::string& script, Names options = {});
+ProcessResult runAmong(const std::string& cameras, const std::string& script,
+                       const std::string& options = "");
 
 } // namespace LabTests

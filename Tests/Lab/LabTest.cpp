@@ -1,11 +1,8 @@
 #include "LabRun.h"
 
-#include <fstream>
-#include <sstream>
+#include <string>
 
 using namespace LabTests;
-using Integration::ended;
-using Integration::has;
 using testing::_;
 using testing::HasSubstr;
 using testing::StartsWith;
@@ -17,17 +14,33 @@ std::string meet(const std::string& address) {
     return "exec 3<>/dev/tcp/" + address + "/32769 && ip neigh show " + address + " | cut -d' ' -f 1,3,5;";
 }
 
-/// What a script says among the cameras of a set.
+/// What a script says in a lab.
 struct Said {
     const char* name;
-    std::string cameras;
+    std::string cameras; ///< options, or the lines of a set
     std::string script;
     std::string output;
 };
 
-class ASetOfCameras : public testing::TestWithParam<Said> {};
+class ALab : public testing::TestWithParam<Said> {};
 
 const Said said[] = {
+    {"ShowsTheHostItsAdaptersAlone", "--networks 3", "ip -4 -br address | tr -s ' ' | sed 's/@if[0-9]*//'",
+     "lo UNKNOWN 127.0.0.1/8 \nnet1 UP 10.77.1.1/24 \nnet2 UP 10.77.2.1/24 \nnet3 UP 10.77.3.1/24 \n"},
+    {"SpreadsCamerasOverTheNetworksEachAtItsOwnAddress", "--networks 2 --cameras 3",
+     "cat $KORVA_LAB/cameras;" + meet("10.77.1.11") + meet("10.77.2.12") + meet("10.77.1.13"),
+     "1 10.77.1.11 02:4b:00:01:00:01 1\n2 10.77.2.12 02:4b:00:02:00:02 2\n"
+     "3 10.77.1.13 02:4b:00:01:00:03 1\n10.77.1.11 net1 02:4b:00:01:00:01\n"
+     "10.77.2.12 net2 02:4b:00:02:00:02\n10.77.1.13 net1 02:4b:00:01:00:03\n"},
+    {"CarriesSixtyFourCameras", "--networks 2 --cameras 64 --start-within 50",
+     "wc -l <$KORVA_LAB/cameras;" + meet("10.77.2.74"), "64\n10.77.2.74 net2 02:4b:00:02:00:40\n"},
+    {"GivesEveryCameraAMachineOfItsOwn", "--cameras 2",
+     "stat -Lc %i $KORVA_LAB/namespaces/{host,switch,camera-1,camera-2} | sort -u | wc -l;"
+     "ps -C korva -o args= | sort | grep -o 'korva simulate --address [^ ]*'",
+     "4\nkorva simulate --address 10.77.1.11\nkorva simulate --address 10.77.1.12\n"},
+    {"HandsArgumentsToEveryCamera", "--cameras 2 --arguments \"--model M62 --firmware '4.0 beta'\"",
+     "head -qn 1 $KORVA_LAB/*.log | cut -d, -f 1,2 | uniq -c",
+     "      2 Simulated Korva camera M62, firmware 4.0 beta\n"},
     {"StartsTheCommandOnlyWhenAllCamerasServe", "1 ! bash -c \"sleep 0.5; echo late; sleep 100\"\n",
      "cat $KORVA_LAB/camera-1.log", "late\n"},
     {"ReadsCamerasFromAFile", "# a comment\n\n1 --model M615\n2 --model M62 --firmware 3.3.3\n",
@@ -57,88 +70,41 @@ const Said said[] = {
 
 } // namespace
 
-TEST_P(ASetOfCameras, IsInTheLabAsItIsWritten) {
-    EXPECT_THAT(runAmong(GetParam().cameras, GetParam().script), ended(0, GetParam().output, ""));
+TEST_P(ALab, IsAsItWasAskedFor) {
+    const auto& [name, cameras, script, output] = GetParam();
+    EXPECT_THAT(cameras.starts_with("--") ? runScript(cameras, script) : runAmong(cameras, script),
+                ended(0, output, ""));
 }
 
-INSTANTIATE_TEST_SUITE_P(Lab, ASetOfCameras, testing::ValuesIn(said),
-                         [](const auto& row) { return row.param.name; });
+INSTANTIATE_TEST_SUITE_P(Lab, ALab, testing::ValuesIn(said), [](const auto& row) { return row.param.name; });
 
 TEST(Lab, RunsTheCommandAndEndsWithItsStatus) {
-    EXPECT_THAT(runScript({}, "echo out; echo err >&2; exit 7"), ended(7, "out\n", "err\n"));
-    EXPECT_EQ(runScript({"--cameras", "0"}, "kill -SEGV $$").status, 128 + 11);
+    EXPECT_THAT(runScript("", "echo out; echo err >&2; exit 7"), ended(7, "out\n", "err\n"));
+    EXPECT_EQ(runScript("--cameras 0", "kill -SEGV $$").status, 128 + 11);
 }
 
-TEST(Lab, HandsStandardInputOn) {
-    EXPECT_EQ(Integration::run({"/bin/sh", "-c",
-                                std::string("echo word | ") + KORVA_LAB_RUN + " --cameras 0 --korva " +
-                                    KORVA_TOOL + " cat"})
-                  .output,
-              "word\n");
-}
-
-TEST(Lab, ShowsTheHostItsAdaptersAlone) {
-    EXPECT_EQ(runScript({"--networks", "3"}, "ip -4 -br address | tr -s ' ' | sed 's/@if[0-9]*//'").output,
-              "lo UNKNOWN 127.0.0.1/8 \nnet1 UP 10.77.1.1/24 \nnet2 UP 10.77.2.1/24 \n"
-              "net3 UP 10.77.3.1/24 \n");
-}
-
-TEST(Lab, SpreadsCamerasOverTheNetworksEachAtItsOwnAddress) {
-    EXPECT_EQ(
-        runScript({"--networks", "2", "--cameras", "3"},
-                  "cat $KORVA_LAB/cameras;" + meet("10.77.1.11") + meet("10.77.2.12") + meet("10.77.1.13"))
-            .output,
-        "1 10.77.1.11 02:4b:00:01:00:01 1\n2 10.77.2.12 02:4b:00:02:00:02 2\n"
-        "3 10.77.1.13 02:4b:00:01:00:03 1\n10.77.1.11 net1 02:4b:00:01:00:01\n"
-        "10.77.2.12 net2 02:4b:00:02:00:02\n10.77.1.13 net1 02:4b:00:01:00:03\n");
-}
-
-TEST(Lab, GivesEveryCameraAMachineOfItsOwn) {
-    EXPECT_THAT(runScript({"--cameras", "2"},
-                          "stat -Lc %i $KORVA_LAB/namespaces/{host,switch,camera-1,camera-2}"
-                          " | sort -u | wc -l; ps -C korva -o args= | sort")
-                    .output,
-                AllOf(StartsWith("4\n"),
-                      has({"korva simulate --address 10.77.1.11 ", "korva simulate --address 10.77.1.12 "})));
-}
-
-TEST(Lab, HandsArgumentsToEveryCamera) {
-    const std::string line =
-        "Simulated Korva camera M62, firmware 4.0 beta, pictures of 2748 x 1836, scene: grid\n";
-    EXPECT_EQ(runScript({"--cameras", "2", "--arguments", "--model M62 --firmware '4.0 beta'"},
-                        "head -qn 1 $KORVA_LAB/*.log")
-                  .output,
-              line + line);
-}
-
-TEST(Lab, FindsTheToolInThePath) {
-    EXPECT_THAT(runLab({"--cameras", "0", "korva", "--version"}).output, StartsWith("korva"));
-}
-
-TEST(Lab, CarriesSixtyFourCamerasSpreadOverItsNetworks) {
-    EXPECT_EQ(runScript({"--networks", "2", "--cameras", "64", "--start-within", "50"},
-                        "wc -l <$KORVA_LAB/cameras;" + meet("10.77.2.74"))
-                  .output,
-              "64\n10.77.2.74 net2 02:4b:00:02:00:40\n");
+TEST(Lab, HandsStandardInputOnToACommandThatHasTheToolInItsPath) {
+    const std::string lab = std::string(KORVA_LAB_RUN) + " --cameras 0 --korva " + KORVA_TOOL;
+    EXPECT_THAT(run({"/bin/sh", "-c", "echo word | " + lab + " cat; " + lab + " korva --version"}).output,
+                StartsWith("word\nkorva"));
 }
 
 TEST(Lab, KeepsTheLogsWhereItIsToldTo) {
-    const Integration::TemporaryFolder folder;
+    const TemporaryFolder folder;
     runLab({"--keep-logs", folder.file("logs"), "true"});
-    std::stringstream log;
-    log << std::ifstream(folder.file("logs/camera-1.log")).rdbuf();
-    EXPECT_THAT(log.str(), StartsWith("Simulated Korva camera M61"));
+    EXPECT_THAT(run({"/bin/cat", folder.file("logs/camera-1.log")}).output,
+                StartsWith("Simulated Korva camera M61"));
 }
 
 TEST(Lab, WorksForAPlainUserThroughAUserNamespace) {
-    EXPECT_THAT(Integration::run(labCommandWhereUnshareNeeds(
+    EXPECT_THAT(run(labCommandWhereUnshareNeeds(
                     "U", {"--", "bash", "-c", meet("10.77.1.11") + "wc -l </proc/self/uid_map"})),
                 ended(0, "10.77.1.11 net1 02:4b:00:01:00:01\n1\n", _));
 }
 
 TEST(Lab, SaysSoWhereNamespacesAreNotAllowed) {
     EXPECT_THAT(
-        Integration::run(labCommandWhereUnshareNeeds("impossible", {"true"})),
+        run(labCommandWhereUnshareNeeds("impossible", {"true"})),
         ended(77, "",
               "Lab/run: this system lets its users make no namespaces (see unshare(1)); no lab here.\n"));
 }
@@ -149,7 +115,7 @@ TEST(Lab, GivesUpOnACameraThatEndsOrIsNotReadyAndSaysWhy) {
         ended(1, "", StartsWith("Lab/run: camera 1 has ended: The following argument was not expected")));
     EXPECT_THAT(runAmong("1 ! true\n", "echo ran"),
                 ended(1, "", "Lab/run: camera 1 has ended without a word\n"));
-    EXPECT_THAT(runAmong("1 ! sleep 100\n", "echo ran", {"--start-within", "1"}),
+    EXPECT_THAT(runAmong("1 ! sleep 100\n", "echo ran", "--start-within 1"),
                 ended(1, "", "Lab/run: camera 1 is not ready after 1 s\n"));
 }
 

@@ -3,24 +3,17 @@
 #include "ToolRun.h"
 
 #include <fstream>
-#include <iterator>
 #include <string>
 
 using namespace Integration;
 using testing::_;
 
-namespace {
-
-const std::string address = addressOfThisProcess();
-
-std::string textOf(const std::string& file) {
-    std::ifstream stream(std::string(KORVA_SOURCE_DIR) + "/" + file, std::ios::binary);
-    return {std::istreambuf_iterator<char>(stream), {}};
-}
-
-} // namespace
+static const std::string address = addressOfThisProcess();
 
 TEST(SmallHost, IsWhatTheDocumentShows) {
+    const auto textOf = [](const char* file) {
+        return run({"/usr/bin/env", "-C", KORVA_SOURCE_DIR, "cat", file}).output;
+    };
     const std::string source = textOf("Tests/SmallHost/SmallHost.cpp");
     ASSERT_NE(source, "");
     EXPECT_THAT(textOf("Docs/Integration.md"), has({"```cpp\n" + source + "```\n"}));

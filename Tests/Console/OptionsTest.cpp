@@ -1,0 +1,307 @@
+// What the commands make of their command lines.
+
+#include "Console/CaptureOptions.h"
+#include "Console/CommonOptions.h"
+#include "Console/HealthCommand.h"
+#include "Console/SimulateOptions.h"
+#include "Console/TimeLimits.h"
+
+#include "Camera/CameraSet.h"
+#include "Camera/SettingTable.h"
+#include "Platform/Text.h"
+#include "ReferenceHost/HostControl.h"
+#include "Support/TemporaryFolder.h"
+#include "Support/Thrown.h"
+#include "VantrelCommon/PlenarDiagnostics.h"
+
+#include <CLI/CLI.hpp>
+#include <gmock/gmock.h>
+
+#include <algorithm>
+#include <chrono>
+#include <filesystem>
+#include <fstream>
+#include <nlohmann/json.hpp>
+#include <sstream>
+#include <stdexcept>
+#include <tuple>
+
+using namespace Console;
+using namespace std::chrono_literals;
+using TestSupport::thrownBy;
+
+namespace {
+
+using Lines = std::vector<std::string>;
+
+/// What `add` makes of the words of a line, '' for an empty word. Throws CLI::ParseError.
+template <typename Options>
+Options parsed(void (*add)(CLI::App&, Options&), const std::string& line) {
+    Lines words;
+    std::istringstream stream(line);
+    for (std::string word; stream >> word;)
+        words.push_back(word == "''" ? "" : word);
+    std::reverse(words.begin(), words.end());
+    CLI::App app;
+    Options options;
+    add(app, options);
+    app.parse(words);
+    return options;
+}
+
+/// Each of these lines is refused.
+template <typename Options>
+void expectRefusal(void (*add)(CLI::App&, Options&), const Lines& lines) {
+    for (const std::string& line : lines)
+        EXPECT_THROW(parsed(add, line), CLI::ParseError) << line;
+}
+
+} // namespace
+
+TEST(ExposureOption, ReachesEveryStep) {
+    for (int units = 1; units <= 3600; ++units) {
+        const std::string text = std::to_string(units / 10) + "." + std::to_string(units % 10);
+        EXPECT_EQ(exposureUnitsFromSeconds(text), units) << text;
+    }
+    for (const auto& [text, units] : {std::pair{"1.50", 15}, {"2", 20}, {"360", 3600}})
+        EXPECT_EQ(exposureUnitsFromSeconds(text), units) << text;
+}
+
+TEST(ExposureOption, RefusesWhatIsOutsideTheRangeBetweenTwoStepsOrNoDecimalNumber) {
+    for (const char* text :
+         {"0",    "0.0",  "0.09",   "-1",        "360.1", "361", "1000000", "99999999999999999999",
+          "0.15", "1.51", "359.95", "0.1000001", "",      "x",   "1,5",     "1.5s",
+          " 1",   "nan",  "inf",    "1e0",       "0x1"})
+        EXPECT_EQ(exposureUnitsFromSeconds(text), std::nullopt) << text;
+}
+
+TEST(CaptureOptions, AreOnePictureOfOneAndAHalfSecondsUnlessTheCommandLineSaysMore) {
+    const auto told = [](const std::string& line) {
+        const CaptureOptions options = parsed(addCaptureOptions, line);
+        return std::tuple(options.camera.address, options.exposureUnits, options.count, options.output,
+                          options.json, options.camera.pluginFile);
+    };
+    EXPECT_EQ(told("10.0.0.7"), std::tuple("10.0.0.7", 15, 1, "", false, ""));
+    EXPECT_EQ(told("camera --exposure 0.2 --count 3 --output wall.png --json --plugin p.so"),
+              std::tuple("camera", 2, 3, "wall.png", true, "p.so"));
+}
+
+TEST(CaptureOptions, NameTheCameraInExactlyOneWay) {
+    EXPECT_EQ(parsed(addCaptureOptions, "--from camera.xml").camera.descriptionFile, "camera.xml");
+    EXPECT_TRUE(parsed(addCaptureOptions, "--all").camera.all);
+    expectRefusal(addCaptureOptions, {"", "''", "a b", "a --all", "a --from camera.xml",
+                                      "--all --from camera.xml", "--from ''"});
+}
+
+TEST(CaptureOptions, RefuseWrongUsage) {
+    expectRefusal(addCaptureOptions, {"a --exposure 0", "a --exposure 360.1", "a --exposure", "a --count 0",
+                                      "a --count 10000", "a --count 1.5", "a --port 32769", "a --unknown"});
+}
+
+TEST(HealthCommand, TakesAnAddressOrADescription) {
+    EXPECT_EQ(parsed(addHealthOptions, "10.0.0.7 --watch").camera.address, "10.0.0.7");
+    EXPECT_TRUE(parsed(addHealthOptions, "10.0.0.7 --watch").watch);
+    EXPECT_EQ(parsed(addHealthOptions, "--from a.xml").camera.descriptionFile, "a.xml");
+    expectRefusal(addHealthOptions, {"", "10.0.0.7 --from a.xml", "--all"});
+}
+
+TEST(CommonOptions, AreAllAbsentByDefault) {
+    const CommonOptions options = parsed(addCommonOptions, "");
+    EXPECT_EQ(options.log.level + options.log.configFile + options.diagnosticsFolder, "");
+    EXPECT_TRUE(options.settings.empty());
+}
+
+TEST(CommonOptions, TakeEveryLevelInAnyCase) {
+    for (const std::string level : {"off", "error", "warn", "info", "debug", "trace"})
+        EXPECT_EQ(parsed(addCommonOptions, "--log " + level).log.level, level);
+    EXPECT_EQ(parsed(addCommonOptions, "--log TRACE").log.level, "trace");
+}
+
+TEST(CommonOptions, RefuseUnknownLevelMissingConfigurationAndShapelessSetting) {
+    expectRefusal(addCommonOptions,
+                  {"--log loud", "--log-config /no/such/file", "--setting name", "--setting =value"});
+}
+
+TEST(CommonOptions, SettingsMayBeRepeatedAndHoldEqualSignsAndReachTheHost) {
+    const auto options = parsed(addCommonOptions, "--setting ConsoleTest=1 --setting b=x=y --setting c=");
+    const std::vector<std::pair<std::string, std::string>> expected = {
+        {"ConsoleTest", "1"}, {"b", "x=y"}, {"c", ""}};
+    EXPECT_EQ(options.settings, expected);
+    applyToHost(options);
+    EXPECT_EQ(ReferenceHost::developerSettings().at("ConsoleTest"), "1");
+}
+
+TEST(CommonOptions, HelpAndVersionEndTheParse) {
+    EXPECT_THROW(parsed(addCommonOptions, "--help"), CLI::CallForHelp);
+    EXPECT_THROW(parsed(addCommonOptions, "--version"), CLI::CallForVersion);
+}
+
+TEST(CommonOptions, DiagnosticsFolderReachesTheHostAndIsMade) {
+    const TestSupport::TemporaryFolder folder;
+    CommonOptions options;
+    options.log.level = "trace";
+    options.diagnosticsFolder = folder.file("\xC3\xA9/deep");
+    EXPECT_EQ(applyToHost(options), "");
+    EXPECT_EQ(PlenarDiagnostics::getImagesSubDirectory(), Platform::wideFromUtf8(options.diagnosticsFolder));
+    EXPECT_TRUE(std::filesystem::is_directory(options.diagnosticsFolder));
+}
+
+TEST(CommonOptions, NameNoFolderOfDumpsWhereALoggingConfigurationDecidesWhetherThereAreAny) {
+    CommonOptions options;
+    options.log = {"trace", "any.properties"};
+    EXPECT_EQ(applyToHost(options), "");
+}
+
+TEST(CommonOptions, FolderThatCannotBeMadeIsNamed) {
+    CommonOptions options;
+    options.diagnosticsFolder = "/dev/null/\x1B[2J";
+    EXPECT_EQ(thrownBy<std::runtime_error>([&] { applyToHost(options); }),
+              "cannot make the diagnostics folder /dev/null/\\x1b[2J: Not a directory");
+}
+
+TEST(TimeLimits, AreWhatNoHonestCameraMeets) {
+    const TimeLimits limits = parsed(addTimeLimits, "");
+    EXPECT_EQ(limits.ofSearch(), 60s);
+    EXPECT_EQ(limits.ofIdentification(), 20s);
+    EXPECT_EQ(limits.ofIdentificationInASearch(), 20s);
+    EXPECT_EQ(limits.ofProbe(), 15s);
+    EXPECT_EQ(limits.ofPicture(1), 60'100ms);
+    EXPECT_EQ(limits.ofPicture(3600), 420s);
+    EXPECT_EQ(limits.ofSpeed().hold, 0s);
+    EXPECT_EQ(limits.ofSpeed().bytesPerSecond, 65'536u);
+    EXPECT_EQ(limits.ofSpeed().window, 30s);
+}
+
+TEST(TimeLimits, TakeOneTimeForEachStep) {
+    for (const auto& [text, time] :
+         {std::pair{"90", 90'000ms}, {"0.25", 250ms}, {"0", 0ms}, {"86400", 24h}}) {
+        const TimeLimits limits = parsed(addTimeLimits, std::string("--max-time ") + text);
+        EXPECT_EQ(limits.ofSearch(), time);
+        EXPECT_EQ(limits.ofIdentification(), time);
+        EXPECT_EQ(limits.ofIdentificationInASearch(), time / 3) << "others get their turn";
+        EXPECT_EQ(limits.ofProbe(), time);
+        EXPECT_EQ(limits.ofPicture(15), time);
+    }
+}
+
+TEST(TimeLimits, LeaveHalfASearchToListenInAndWhatThatNeedsIfTheyCan) {
+    for (const auto& [text, time] :
+         {std::pair{"60", 30'000ms}, {"3", 1500ms}, {"2.5", 1500ms}, {"2", 1500ms}, {"1.9", 950ms}}) {
+        const TimeLimits limits = parsed(addTimeLimits, std::string("--max-time ") + text);
+        EXPECT_EQ(limits.ofListening(), time) << text;
+        EXPECT_EQ(limits.isTooShortToListen(), time < 1s) << text;
+    }
+}
+
+TEST(TimeLimits, TakeASpeedAndItsTime) {
+    const TransportLimits limits = parsed(addTimeLimits, "--min-speed 0 --speed-time 0.1").ofSpeed();
+    EXPECT_EQ(limits.bytesPerSecond, 0u);
+    EXPECT_EQ(limits.window, 100ms);
+    EXPECT_EQ(parsed(addTimeLimits, "--min-speed 1000000000").ofSpeed().bytesPerSecond, 1'000'000'000u);
+}
+
+TEST(TimeLimits, RefuseWhatIsNone) {
+    for (const std::string option : {"--max-time ", "--min-speed ", "--speed-time "})
+        for (const char* text : {"''", "-1", "x", "1e3", "nan", "inf", "86400.1x", "1000000001"})
+            expectRefusal(addTimeLimits, {option + text});
+    expectRefusal(addTimeLimits, {"--max-time 86400.1", "--speed-time 0", "--min-speed 1.5"});
+}
+
+namespace {
+
+/// A value of each setting that is not the usual one, as it stands in a file.
+const auto unusualValues = nlohmann::json::parse(R"({
+    "address": "127.0.0.2", "announce": "10.77.1.12", "api": "2.0", "binary": "silent",
+    "discovery": "refused", "faults": ["any:close"], "firmware": "4.0.0", "gateway": "10.77.0.1",
+    "hardware": "XM61", "model": "M615", "netmask": "255.255.0.0", "port": 5, "protocol": "DHCP",
+    "room": "Lab-2", "scene": "ramp", "seed": 18446744073709551615, "serial": "K-7", "size": "64x48",
+    "text": "silent", "text-port": 6, "wait-exposure": true})");
+
+Simulator::CameraEntry ofFile(const std::string& camera) {
+    return Simulator::parseCameraSet(R"({"cameras": [{)" + camera + "}]}", "a.json").at(0);
+}
+
+/// The option of a setting, with that value.
+std::string optionOf(const Simulator::Setting& setting) {
+    std::string value = unusualValues.at(std::string(setting.key)).dump();
+    std::erase_if(value, [](char each) { return each == '[' || each == ']' || each == '"'; });
+    return setting.option() + "=" + value;
+}
+
+} // namespace
+
+TEST(SimulateOptions, AreTheSameOnTheCommandLineAndInAFile) {
+    const auto usual = parsed(addSimulateOptions, "").camera;
+    EXPECT_EQ(usual, ofFile(R"("address": "127.0.0.1")"));
+    for (const Simulator::Setting& setting : Simulator::settingTable()) {
+        const std::string key(setting.key);
+        const std::string address = key == "address" ? "" : R"("address": "127.0.0.1", )";
+        const auto camera = parsed(addSimulateOptions, optionOf(setting)).camera;
+        EXPECT_EQ(camera, ofFile(address + "\"" + key + "\": " + unusualValues.at(key).dump())) << key;
+        EXPECT_NE(camera, usual) << key;
+    }
+}
+
+TEST(SimulateOptions, EndAfterATimeOrNever) {
+    EXPECT_EQ(parsed(addSimulateOptions, "").runTime, std::nullopt);
+    EXPECT_EQ(parsed(addSimulateOptions, "--for 1.5").runTime, 1500ms);
+}
+
+TEST(SimulateOptions, ServeTheCameraOfTheCommandLineOrTheSetOfTheFileOrPartOfIt) {
+    const TestSupport::TemporaryFolder folder;
+    const std::string config = "--config " + folder.file("set.json");
+    const std::string first = R"("address": "10.77.1.11", "room": "A", "port": 5, "text-port": 6)";
+    const std::string second = R"("address": "10.77.1.12", "room": "B")";
+    std::ofstream(folder.file("set.json")) << R"({"cameras": [{)" << first << "}, {" << second << "}]}";
+    const auto served = [](const std::string& line) {
+        return camerasToServe(parsed(addSimulateOptions, line));
+    };
+    EXPECT_EQ(served("--address 127.0.0.2"), std::vector{ofFile(R"("address": "127.0.0.2")")});
+    EXPECT_EQ(served(config), (std::vector{ofFile(first), ofFile(second)}));
+    EXPECT_EQ(served(config + " --camera 2"), std::vector{ofFile(second)});
+    EXPECT_EQ(served(config + " --only 10.77.1.11"), std::vector{ofFile(first)});
+    for (const char* none : {" --camera 0", " --camera 3", " --only 10.77.1.13"})
+        EXPECT_THROW(served(config + none), Simulator::CameraSetError) << none;
+}
+
+TEST(SimulateOptions, SetGoesWithNoOptionOfOneCamera) {
+    for (const Simulator::Setting& setting : Simulator::settingTable())
+        expectRefusal(addSimulateOptions, {"--config a.json " + optionOf(setting)});
+    expectRefusal(addSimulateOptions, {"--camera 1", "--only 10.0.0.1"});
+    EXPECT_EQ(parsed(addSimulateOptions, "--config a.json --for 1").configFile, "a.json");
+}
+
+TEST(SimulateOptions, FaultsAreKeptInTheirOrder) {
+    const auto camera = parsed(addSimulateOptions, "--fault get:checksum*1 --fault take:error=7").camera;
+    EXPECT_EQ(camera, ofFile(R"("address": "127.0.0.1", "faults": ["get:checksum*1", "take:error=7"])"));
+}
+
+TEST(SimulateOptions, SizeIsTwoSidesFromOneTo65535) {
+    EXPECT_EQ(Simulator::pictureSizeFromText("1x1"), (Simulator::PictureSize{1, 1}));
+    EXPECT_EQ(Simulator::pictureSizeFromText("65535x2"), (Simulator::PictureSize{65535, 2}));
+    for (const char* text : {"", "x", "1x", "x1", "0x1", "1x0", "65536x1", "1x65536", "-1x1", "1X1", "1x1x1",
+                             "1 x 1", "99999999999x1"})
+        EXPECT_EQ(Simulator::pictureSizeFromText(text), std::nullopt) << text;
+}
+
+TEST(SimulateOptions, RefuseWrongUsageInTheWordsOfTheCommandLine) {
+    expectRefusal(addSimulateOptions,
+                  {"--scene sunset", "--fault get:gremlins", "--fault checksum", "--port -1",
+                   "--address 300.0.0.1", "--for -1", "--for nan", "--seed x", "--size big", "--text dead",
+                   "--gateway 10.0.0", "--netmask 255.0.255.0", "something"});
+    for (const auto& [line, complaint] :
+         {std::pair{"--announce here", "--announce: \"here\" is no IPv4 address"},
+          {"--protocol dhcp", "--protocol: dhcp not in {static,DHCP}"},
+          {"--port 65536", "Could not convert: --port = 65536"}})
+        EXPECT_EQ(thrownBy<CLI::ParseError>([&] { parsed(addSimulateOptions, line); }), complaint);
+}
+
+TEST(SimulateOptions, HelpNamesTheModelsAndSaysWhereThePicturesOfASetLie) {
+    CLI::App app;
+    SimulateOptions options;
+    addSimulateOptions(app, options);
+    EXPECT_THAT(app.help(), ::testing::HasSubstr("The camera's model: M61 (unless given), M615, M62 or any"
+                                                 " text"));
+    EXPECT_THAT(app.help(), ::testing::HasSubstr("The picture of a scene file:PATH lies beside the "
+                                                 "configuration or below it, and its path starts there."));
+}
