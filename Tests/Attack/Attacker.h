@@ -1,56 +1,27 @@
 #pragma once
 // A host's thread with a camera that lies to it, and what it finds.
 
+#include "Host.h"
 #include "Outcome.h"
+#include "Rounds.h"
 
-#include "Communicator/ClientFactory.h"
-#include "Communicator/EthernetCommunicator.h"
 #include "Communicator/TolvaneException.h"
-#include "Device/CaptureCmds.h"
 #include "DeviceControl/DeviceBuilder.h"
 #include "DeviceControl/DeviceType.h"
 #include "ImagingLibrary/Image.h"
 #include "ImagingLibrary/ImagingFactory.h"
 #include "ImagingLibrary/ImagingLibrary.h"
-#include "NativeCameraControl/ImagingInterface.h"
 #include "NativeCameraControl/NativeCamera.h"
-#include "NativeCameraControl/NativeCameraTemplate.h"
-#include "Platform/Text.h"
-#include "ReferenceHost/DeviceDescription.h"
 
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
-#include <cstdio>
-#include <map>
 #include <memory>
-#include <mutex>
 #include <optional>
 #include <stdexcept>
 #include <string>
-#include <utility>
-#include <vector>
 
 namespace Attack {
-
-/// Any thread.
-class Tally {
-public:
-    void count(const std::string& what) {
-        const std::lock_guard lock(mutex_);
-        ++counts[what];
-    }
-    /// Something that must not be; printed at once.
-    void find(const std::string& where, const std::string& what) {
-        count("findings");
-        std::printf("FOUND: %s: %s\n", where.c_str(), what.c_str());
-        std::fflush(stdout);
-    }
-    std::map<std::string, std::uint64_t> counts; ///< to be read when the threads have ended
-
-private:
-    std::mutex mutex_;
-};
 
 /// What a loaded plug-in gives to a host.
 struct Plugin {
@@ -65,7 +36,7 @@ inline thread_local std::uint64_t linesHeard = 0;
 /// One thread at a time, from begin() to end() with a loaded plug-in.
 class Attacker {
 public:
-    Attacker(const Integration::CameraNetworks& networks, std::size_t index, Tally& tally)
+    Attacker(const Integration::CameraNetworks& networks, std::size_t index, Soak::Tally& tally)
         : camera_(networks, index), address_(networks.addressOf(index)),
           size_(17 + 16 * static_cast<int>(index), 40 - 7 * static_cast<int>(index)), tally_(tally) {}
 
@@ -89,16 +60,18 @@ public:
     }
 
     /// Has the camera answer a search, one of two times with lies.
-    void awaitSearch() { play(random_->oneIn(2), samples, true); }
+    void awaitSearch() { play(random_->oneIn(2), samples_, true); }
 
     /// What a search must find of it.
     Faults::Outcome foundBySearch() const { return searchOf(script_, address_); }
 
-    bool isOf(const DeviceTemplate& found) const { return infoOf(found).getIpAddress() == wide(address_); }
+    bool isOf(const DeviceTemplate& found) const {
+        return Soak::infoOf(found).getIpAddress() == Soak::wide(address_);
+    }
 
     /// A device of what a search found, and its picture.
     void useTemplate(const DeviceTemplate& found) {
-        const CameraInfo info = infoOf(found);
+        const CameraInfo info = Soak::infoOf(found);
         judgeIdentity(info, foundBySearch());
         device_.reset(plugin_->type.getBuilder().build(found));
         require(device_ != nullptr, "no device of a template");
@@ -112,19 +85,6 @@ public:
     void awaitEnds() const { camera_.awaitEnds(); }
 
 private:
-    static constexpr Asking samples{true, 1}; ///< an identification's
-    static constexpr int textPort = 32768;
-    static constexpr int binaryPort = 32769;
-
-    static std::wstring wide(const std::string& text) { return Platform::wideFromUtf8(text); }
-    static CameraInfo infoOf(const DeviceTemplate& found) {
-        return dynamic_cast<const NativeCameraTemplate&>(found).getCameraInfo();
-    }
-    static Bytes bytesAt(const void* pixels, std::size_t count) {
-        const auto* const first = static_cast<const unsigned char*>(pixels);
-        return {first, first + count};
-    }
-
     void operate(std::size_t operation) {
         tally_.count("hostile operations");
         if (operation == 0)
@@ -142,55 +102,40 @@ private:
     }
 
     void play(bool lies, const Asking& asking, bool isSearched = false) {
-        script_ = drawScript(*random_, lies, asking, size_, address_);
+        script_ = drawScript(*random_, lies, asking, address_);
         if (!isSearched)
             script_.datagrams.clear();
         camera_.play(script_);
         linesBefore_ = linesHeard;
     }
 
-    std::unique_ptr<Communicator> connection(int port) const {
-        return std::unique_ptr<Communicator>(
-            ClientFactory::createEthernetCommunicator(wide(address_), port, -1));
-    }
-
-    std::unique_ptr<Device> builtFromConnection() const {
-        return std::unique_ptr<Device>(plugin_->type.getBuilder().build(connection(textPort).get()));
-    }
+    Faults::Camera played() const { return cameraOf(script_, address_); }
 
     void build() {
-        play(false, samples);
-        device_ = builtFromConnection();
+        play(false, samples_);
+        device_ = Soak::buildFromConnection(plugin_->type, address_);
         if (device_ == nullptr)
             throw std::runtime_error(where_ + ": an honest camera gives no device");
-        judgeIdentity(dynamic_cast<NativeCamera&>(*device_).getCameraInfo(), identified());
+        judgeIdentity(Soak::infoOf(*device_), Faults::identify(played(), samples_));
         description_ = device_->toXml();
     }
 
     void buildFromLies() {
-        play(true, samples);
-        const std::unique_ptr<Device> built = builtFromConnection();
-        const Faults::Outcome expected = identified();
+        play(true, samples_);
+        const auto built = Soak::buildFromConnection(plugin_->type, address_);
+        const Faults::Outcome expected = Faults::identify(played(), samples_);
         tally_.count(!expected.isSure ? "builds not judged" : built ? "devices built" : "builds refused");
         expectLine(built == nullptr, "a refused build");
         if (built)
-            judgeIdentity(dynamic_cast<NativeCamera&>(*built).getCameraInfo(), expected);
+            judgeIdentity(Soak::infoOf(*built), expected);
         else
             require(!expected.isSure || !expected.isGood, "no device");
     }
 
-    /// With the bound that the host has.
-    static Asking bounded(Asking asking) {
-        asking.mostPictureBytes = mostPictureBytes;
-        return asking;
-    }
-
-    Faults::Outcome identified() const { return Faults::identify(cameraOf(script_, address_), bounded({})); }
-
     void judgeIdentity(const CameraInfo& info, const Faults::Outcome& expected) {
         require(!expected.isSure ||
                     (expected.isGood && info.getCameraTypeEnum() == 6 &&
-                     info.getIpAddress() == wide(address_) && Faults::told(info) == expected.identity),
+                     info.getIpAddress() == Soak::wide(address_) && Faults::told(info) == expected.identity),
                 "another identity: " + info.toXml());
     }
 
@@ -199,37 +144,33 @@ private:
         Bytes bytes(description_.begin(), description_.end());
         damage(*random_, bytes, bytes.size());
         try {
-            const ReferenceHost::DeviceDescription description(std::string(bytes.begin(), bytes.end()));
-            const std::unique_ptr<Device> built(plugin_->type.getBuilder().build(description.root()));
+            const auto built = Soak::buildFromDescription(plugin_->type, {bytes.begin(), bytes.end()});
             tally_.count(built ? "devices of damaged descriptions" : "damaged descriptions without a device");
         } catch (const TolvaneException&) {
             tally_.count("damaged descriptions refused");
         }
-        const ReferenceHost::DeviceDescription description(description_);
-        device_.reset(plugin_->type.getBuilder().build(description.root()));
+        device_ = Soak::buildFromDescription(plugin_->type, description_);
         if (device_ == nullptr)
             throw std::runtime_error(where_ + ": no device of its own description");
     }
 
     void captureByDevice(bool lies) {
-        Asking asking;
-        asking.resolution = size_;
+        const Asking asking = askingFor(size_);
         play(lies, asking);
-        const Faults::Outcome expected = Faults::picture(cameraOf(script_, address_), bounded(asking));
-        const std::size_t wanted = static_cast<std::size_t>(size_.first * size_.second);
+        const Faults::Outcome expected = Faults::picture(played(), asking);
         const unsigned exposure = expose();
-        std::vector<int> health;
-        listen([&health](NetworkHealth reported) { health.push_back(reported.getCode()); });
-        std::optional<Bytes> actual = random_->oneIn(2) ? imagePixels(wanted) : commandPixels(wanted);
-        listen({});
-        const bool failed = health == std::vector{NetworkHealth::captureFailed};
-        if (failed && actual) {
-            require(*actual == Bytes(wanted), "pixels of a failed capture");
-            actual.reset();
+        // On this thread, whose lines are heard.
+        Soak::Shot shot = Soak::takePicture(*device_, random_->below(2));
+        const bool failed = shot.isReported(NetworkHealth::captureFailed);
+        if (failed && shot.pixels) {
+            require(std::ranges::count(*shot.pixels, 0) == std::ssize(*shot.pixels),
+                    "pixels of a failed capture");
+            shot.pixels.reset();
         }
-        require(failed || health == std::vector{NetworkHealth::pictureCaptured}, "another health");
+        require(Size(shot.size) == size_, "an image of another form");
+        require(failed || shot.isReported(NetworkHealth::pictureCaptured), "another health");
         require(!expected.isSure || failed || camera_.exposure() == exposure, "another exposure");
-        judge("captures", expected, actual);
+        judge("captures", expected, shot.pixels);
     }
 
     /// Sets any exposure; gives what the camera must be asked for, in units of 100 ms.
@@ -240,51 +181,31 @@ private:
         return std::clamp<unsigned>(static_cast<std::uint16_t>(product / 100000), 1, 3600);
     }
 
-    void listen(NetworkHealthCallback callback) {
-        using Tolvane::DeviceFramework2::Device::SetNetworkHealthCallback;
-        device_->execInternal(std::make_shared<SetNetworkHealthCallback>(std::move(callback)), {});
-    }
-
-    std::optional<Bytes> imagePixels(std::size_t count) {
-        auto& found = *device_->getInterface(ImagingInterface::interfaceTypeName);
-        const void* const pixels = dynamic_cast<ImagingInterface&>(found).getImage();
-        return pixels == nullptr ? std::nullopt : std::optional(bytesAt(pixels, count));
-    }
-
-    std::optional<Bytes> commandPixels(std::size_t count) {
-        image_t image;
-        using Tolvane::DeviceFramework2::Device::Capture::FillNativeImage;
-        device_->execInternal(std::make_shared<FillNativeImage>(image), {});
-        const Size size(image.width, static_cast<int>(image.height));
-        require(image.format == image_t::layoutGrey && size == size_, "an image of another form");
-        return bytesAt(image.pixels.get(), count);
-    }
-
     void captureDirectly() {
         const bool isMonochrome = random_->oneIn(2);
-        const Asking asking{random_->oneIn(2), isMonochrome ? 1U : 3U};
+        const Asking asking = askingFor(size_, random_->oneIn(2), isMonochrome ? 1U : 3U);
         play(!random_->oneIn(4), asking);
         std::optional<Bytes> actual;
         try {
-            const auto host = connection(binaryPort);
+            const auto host = Soak::connectionTo(address_, Simulator::binaryPort);
             Image* const image =
                 plugin_->capture(host.get(), random_->oneIn(4), asking.isPng, isMonochrome, 1, false);
             if (image != nullptr) {
-                actual =
-                    bytesAt(image->getRawImageData(), std::size_t{image->getWidth()} * image->getHeight());
+                const auto* const pixels = static_cast<const unsigned char*>(image->getRawImageData());
+                actual.emplace(pixels, pixels + std::size_t{image->getWidth()} * image->getHeight());
                 ImagingFactory::getInstance()->releaseImage(image);
             }
         } catch (const TolvaneException&) {
             ++linesHeard; // its own, which the host has in hand
         }
-        judge("direct captures", Faults::capture(cameraOf(script_, address_), bounded(asking)), actual);
+        judge("direct captures", Faults::capture(played(), asking), actual);
     }
 
     void probe() {
-        play(!random_->oneIn(3), {});
+        play(!random_->oneIn(3), samples_);
         const bool isAlive = device_->isAlive();
         tally_.count(isAlive ? "connection checks that hold" : "connection checks that fail");
-        require(isAlive == Faults::check(cameraOf(script_, address_)).isGood, "a wrong connection check");
+        require(isAlive == Faults::check(played()).isGood, "a wrong connection check");
         expectLine(!isAlive, "a failed connection check");
     }
 
@@ -309,7 +230,8 @@ private:
     HostileCamera camera_;
     std::string address_;
     Size size_;
-    Tally& tally_;
+    Asking samples_ = askingFor(size_, true, 1); ///< an identification's
+    Soak::Tally& tally_;
     Script script_; ///< as played last
     std::uint64_t linesBefore_ = 0;
     const Plugin* plugin_ = nullptr;

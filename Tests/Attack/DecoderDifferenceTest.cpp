@@ -48,38 +48,33 @@ Picture pictureOf(const image_t& image) {
 }
 
 /// Each draw has a seed of its own, which a failure tells; as KORVA_SEED it is the first draw.
-class DecoderDifference : public testing::TestWithParam<std::int64_t> {
-protected:
-    void SetUp() override { image_t::setByteLimit(mostBytes); }
-    void TearDown() override { hwy::SetSupportedTargetsForTest(0); }
+struct DecoderDifference : testing::TestWithParam<std::int64_t> {
+    DecoderDifference() { image_t::setByteLimit(mostBytes); }
+    ~DecoderDifference() override { hwy::SetSupportedTargetsForTest(0); }
 
-    /// Checks so many draws, or up to the first that fails; prints what is said of them.
+    /// Checks so many draws, times KORVA_TIMES, or up to the first that fails; prints what is said of them.
     template <typename Check>
-    static void draw(std::uint64_t count, const std::string& claim, const Check& check) {
+    static void draw(std::uint64_t files, const std::string& claim, const Check& check) {
+        const std::uint64_t count = files * numberFrom("KORVA_TIMES", 1);
         const std::uint64_t seed = numberFrom("KORVA_SEED", 1);
         std::uint64_t compared = 0;
-        for (std::uint64_t each = seed; each < seed + count; ++each) {
+        for (std::uint64_t each = seed; each < seed + count && !HasFailure(); ++each) {
             SCOPED_TRACE("KORVA_SEED=" + std::to_string(each));
             Random random(each);
             compared += check(random) ? 1 : 0;
-            if (HasFailure())
-                return;
         }
         EXPECT_GT(compared, count / 3); // or the draws are no pictures
-        std::printf(
-            "figure: %s, from seed %llu: %llu files, of which %llu are pictures, none read differently\n",
-            claim.c_str(), static_cast<unsigned long long>(seed), static_cast<unsigned long long>(count),
-            static_cast<unsigned long long>(compared));
+        if (!HasFailure())
+            std::printf(
+                "figure: %s, from seed %llu: %llu files, of which %llu are pictures, none read differently\n",
+                claim.c_str(), static_cast<unsigned long long>(seed), static_cast<unsigned long long>(count),
+                static_cast<unsigned long long>(compared));
     }
-
-    static constexpr std::uint64_t pngFiles = 10'000;
-    static constexpr std::uint64_t sgiFiles = 1'000;
-    const std::uint64_t times_ = numberFrom("KORVA_TIMES", 1); ///< as many files
 };
 
 TEST_F(DecoderDifference, PngFilesAreReadAsLibpngsSimpleReaderReadsThem) {
     testing::internal::CaptureStderr(); // libpng complains of each
-    draw(times_ * pngFiles, "PNG files against libpng's simple reader", [](Random& random) {
+    draw(10'000, "PNG files against libpng's simple reader", [](Random& random) {
         const PngKind kind = anyPngKind(random);
         Bytes file = pngOfNoise(random, kind);
         if (random.oneIn(2))
@@ -97,7 +92,7 @@ TEST_F(DecoderDifference, PngFilesAreReadAsLibpngsSimpleReaderReadsThem) {
 TEST_P(DecoderDifference, SgiFilesAreReadAndReducedAsPlainLoopsDoIt) {
     hwy::SetSupportedTargetsForTest(GetParam());
     const std::string claim = std::string("SGI files against plain loops, ") + hwy::TargetName(GetParam());
-    draw(times_ * sgiFiles, claim, [](Random& random) {
+    draw(1'000, claim, [](Random& random) {
         static constexpr unsigned channels[] = {1, 3, 3, 4};
         const auto side = [&random] { return 1 + static_cast<unsigned>(random.below(90)); };
         Bytes file = sgiOfNoise(random, side(), side(), random.of(channels));

@@ -1,5 +1,6 @@
 #include "Draws.h"
 
+#include "Camera/Bytes.h"
 #include "PngChunks.h"
 #include "Support/PictureFiles.h"
 
@@ -14,23 +15,13 @@ namespace Attack {
 namespace {
 
 unsigned channelsOf(PngColour colour) {
-    switch (colour) {
-    case PngColour::grey:
-    case PngColour::palette:
-        return 1;
-    case PngColour::greyAlpha:
-        return 2;
-    case PngColour::rgb:
-        return 3;
-    default:
-        return 4;
-    }
+    static constexpr unsigned channels[] = {1, 0, 3, 1, 2, 0, 4};
+    return channels[static_cast<std::size_t>(colour)];
 }
 
 Bytes big32(std::uint32_t number) {
     Bytes bytes;
-    for (int shift = 24; shift >= 0; shift -= 8)
-        bytes.push_back(static_cast<unsigned char>(number >> shift));
+    Simulator::append32(bytes, number);
     return bytes;
 }
 
@@ -89,18 +80,13 @@ Bytes sgiOfNoise(Random& random, unsigned width, unsigned height, unsigned chann
 PngKind anyPngKind(Random& random) {
     static constexpr PngColour colours[] = {PngColour::grey, PngColour::rgb, PngColour::palette,
                                             PngColour::greyAlpha, PngColour::rgba};
-    static constexpr unsigned depths[] = {8, 16, 1, 2, 4};
-    const PngColour colour = random.of(colours);
-    const std::size_t depthsOfIt = colour == PngColour::grey ? 5 : 2;
-    unsigned depth = depths[random.below(depthsOfIt)];
-    if (colour == PngColour::palette)
-        depth = 1U << random.below(4);
-    return {1 + static_cast<unsigned>(random.below(24)),
-            1 + static_cast<unsigned>(random.below(24)),
-            depth,
-            colour,
-            random.oneIn(3),
-            random.oneIn(4)};
+    const auto side = [&random] { return 1 + static_cast<unsigned>(random.below(24)); };
+    PngKind kind{side(), side(), 8U << random.below(2), random.of(colours), random.oneIn(3), random.oneIn(4)};
+    if (kind.colour == PngColour::palette)
+        kind.depth = 1U << random.below(4);
+    else if (kind.colour == PngColour::grey)
+        kind.depth = 1U << random.below(5);
+    return kind;
 }
 
 Bytes pngOfNoise(Random& random, const PngKind& kind) {

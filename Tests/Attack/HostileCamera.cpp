@@ -1,67 +1,107 @@
 #include "HostileCamera.h"
 
-#include <cerrno>
 #include <netinet/in.h>
 #include <poll.h>
 #include <sys/socket.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <chrono>
+
+using namespace std::chrono_literals;
 
 namespace Attack {
 
 namespace {
 
-constexpr std::uint16_t textPort = 32768;
-constexpr std::uint16_t binaryPort = 32769;
-constexpr int longestSendMs = 1000;
-constexpr std::chrono::seconds longestEnd{5};
+constexpr auto moment = 1ms;
+constexpr auto longestEnd = 5s;
 constexpr std::size_t headerBytes = 6;
 enum class Code : std::uint8_t { exposure = 2, take = 5, get = 6 };
 
-/// The bytes of the first whole request, which leave `unread`; none where there is none yet.
-Bytes takeRequest(Bytes& unread, bool isText) {
-    const auto end = std::ranges::find(unread, ']');
-    std::size_t length = static_cast<std::size_t>(end - unread.begin()) + 1;
-    if (!isText)
-        length = unread.size() < headerBytes ? headerBytes : unread[3] * 256U + unread[4];
-    if (unread.size() < length)
-        return {};
-    Bytes request(unread.begin(), unread.begin() + static_cast<std::ptrdiff_t>(length));
-    unread.erase(unread.begin(), unread.begin() + static_cast<std::ptrdiff_t>(length));
-    return request;
-}
+class Told final : public Simulator::Session {
+public:
+    Told(std::shared_ptr<Scene> scene, Delivery delivery) : scene_(std::move(scene)), delivery_(delivery) {}
 
-/// False where the other end is gone, or takes nothing.
-bool send(const Simulator::Socket& socket, const Answer& answer) {
-    const std::size_t piece = answer.piece == 0 ? answer.bytes.size() : answer.piece;
-    for (std::size_t at = 0; at < answer.bytes.size();) {
-        pollfd wait{socket.descriptor(), POLLOUT, 0};
-        if (poll(&wait, 1, longestSendMs) <= 0)
-            return false;
-        const ssize_t sent = ::send(socket.descriptor(), answer.bytes.data() + at,
-                                    std::min(piece, answer.bytes.size() - at), MSG_NOSIGNAL);
-        if (sent < 0)
-            return false;
-        at += static_cast<std::size_t>(sent);
-        if (answer.piece != 0)
-            std::this_thread::sleep_for(std::chrono::milliseconds(1)); // the next piece comes by itself
+    void append(Simulator::ByteView input) override {
+        unread_.insert(unread_.end(), input.begin(), input.end());
     }
-    return true;
-}
+
+    std::optional<Simulator::Reaction> next() override {
+        const Bytes request = takeRequest();
+        if (request.empty())
+            return std::nullopt;
+        const Answer& answer = answerTo(request);
+        const auto bytes = std::make_shared<const Bytes>(answer.bytes);
+        const std::size_t piece = delivery_ == Delivery::inItsPieces ? answer.piece : 0;
+        Simulator::Reaction reaction{{Simulator::SendBytes{bytes, bytes->size(), piece, moment}}, {}};
+        if (answer.piece != 0)
+            reaction.actions.emplace_back(Simulator::Pause{moment});
+        if (answer.closes)
+            reaction.actions.emplace_back(Simulator::CloseConnection{});
+        return reaction;
+    }
+
+    std::size_t waitingBytes() const override { return unread_.size(); }
+
+private:
+    /// The first whole one; empty where there is none yet.
+    Bytes takeRequest() {
+        std::size_t length = headerBytes;
+        if (!unread_.empty() && unread_[0] == '[')
+            length = static_cast<std::size_t>(std::ranges::find(unread_, ']') - unread_.begin()) + 1;
+        else if (unread_.size() >= headerBytes)
+            length = unread_[3] * 256U + unread_[4];
+        if (unread_.size() < length)
+            return {};
+        const auto end = unread_.begin() + static_cast<std::ptrdiff_t>(length);
+        const Bytes request(unread_.begin(), end);
+        unread_.erase(unread_.begin(), end);
+        return request;
+    }
+
+    const Answer& answerTo(const Bytes& request) {
+        const Script& script = scene_->script;
+        if (request[0] == '[')
+            return script.texts[request[1] == 'V' ? 0 : request[1] == 'S' ? 1 : 2];
+        const Code code{request[headerBytes]};
+        if (code == Code::exposure) {
+            scene_->exposure = request[11] * 256U + request[12];
+            ++scene_->attempts;
+        }
+        const auto& attempt = script.attempts[scene_->attempts % 2 == 0 ? 1 : 0];
+        switch (code) {
+        case Code::exposure:
+            return attempt[0];
+        case Code::take:
+            return attempt[1];
+        case Code::get:
+            return attempt[2];
+        default:
+            return script.probe;
+        }
+    }
+
+    std::shared_ptr<Scene> scene_;
+    Delivery delivery_;
+    Bytes unread_;
+};
 
 } // namespace
+
+std::unique_ptr<Simulator::Session> sessionOf(std::shared_ptr<Scene> scene, Delivery delivery) {
+    return std::make_unique<Told>(std::move(scene), delivery);
+}
 
 HostileCamera::HostileCamera(const Integration::CameraNetworks& networks, std::size_t index) {
     const std::string& address = networks.addressOf(index);
     networks.within(index, [&] {
-        listeners_ = {Simulator::listenTcp(address, textPort), Simulator::listenTcp(address, binaryPort)};
+        using namespace Simulator;
+        listeners_ = {listenTcp(address, textPort), listenTcp(address, binaryPort)};
         if (!networks.areOwn())
             return;
         const std::string everybody = address.substr(0, address.rfind('.')) + ".255";
-        queries_ = Simulator::bindUdp(everybody, textPort);
-        replies_ = Simulator::bindUdp(address, textPort);
+        queries_ = bindUdp(everybody, textPort);
+        replies_ = bindUdp(address, textPort);
     });
     thread_ = std::thread([this] { run(); });
 }
@@ -79,7 +119,7 @@ void HostileCamera::play(Script script) {
 void HostileCamera::awaitEnds() const {
     const auto deadline = std::chrono::steady_clock::now() + longestEnd;
     while (open_ != 0 && std::chrono::steady_clock::now() < deadline)
-        std::this_thread::sleep_for(std::chrono::milliseconds(1)); // its own thread sees them
+        std::this_thread::sleep_for(moment); // its own thread sees them
 }
 
 std::shared_ptr<Scene> HostileCamera::scene() const {
@@ -92,17 +132,25 @@ void HostileCamera::run() {
         std::vector<pollfd> waits;
         for (const auto* socket : {&stop_.first, &queries_, &listeners_[0], &listeners_[1]})
             waits.push_back({socket->descriptor(), POLLIN, 0});
-        for (const Client& client : clients_)
-            waits.push_back({client.socket.descriptor(), POLLIN, 0});
-        poll(waits.data(), waits.size(), -1);
+        const std::size_t fixed = waits.size();
+        bool isBusy = false;
+        for (const Simulator::Connection& each : connections_) {
+            waits.push_back({each.descriptor(), each.wantedEvents(), 0});
+            isBusy = isBusy || each.wakeTime();
+        }
+        poll(waits.data(), waits.size(), isBusy ? static_cast<int>(moment.count()) : -1);
         if (waits[0].revents != 0)
             return;
         answerQuery();
-        std::erase_if(clients_, [this](Client& client) { return !serve(client); });
-        for (std::size_t i = 0; i < listeners_.size(); ++i)
-            if (auto [socket, name] = Simulator::acceptClient(listeners_[i]); socket.isOpen())
-                clients_.push_back({std::move(socket), i == 0, scene()});
-        open_ = clients_.size();
+        auto wait = waits.begin() + static_cast<std::ptrdiff_t>(fixed);
+        for (Simulator::Connection& each : connections_)
+            each.advance((wait++)->revents, std::chrono::steady_clock::now());
+        connections_.remove_if([](const Simulator::Connection& each) { return each.isOver(); });
+        for (const Simulator::Socket& listener : listeners_)
+            if (auto [socket, name] = Simulator::acceptClient(listener); socket.isOpen())
+                connections_.emplace_back(std::move(socket), name, sessionOf(scene(), Delivery::inItsPieces),
+                                          log_);
+        open_ = connections_.size();
     }
 }
 
@@ -114,48 +162,10 @@ void HostileCamera::answerQuery() const {
     if (!queries_.isOpen() ||
         recvfrom(queries_.descriptor(), query.data(), query.size(), 0, peer, &length) < 0)
         return;
-    const auto now = scene();
-    for (const std::string& datagram : now->script.datagrams)
+    const auto played = scene(); // another may be played meanwhile
+    for (const std::string& datagram : played->script.datagrams)
         static_cast<void>(
             sendto(replies_.descriptor(), datagram.data(), datagram.size(), MSG_NOSIGNAL, peer, length));
-}
-
-/// False once the connection is over.
-bool HostileCamera::serve(Client& client) {
-    std::array<std::uint8_t, 512> bytes{};
-    const ssize_t count = recv(client.socket.descriptor(), bytes.data(), bytes.size(), 0);
-    if (count == 0 || (count < 0 && errno != EAGAIN))
-        return false;
-    if (count > 0)
-        client.unread.insert(client.unread.end(), bytes.begin(), bytes.begin() + count);
-    for (;;) {
-        const Bytes request = takeRequest(client.unread, client.isText);
-        if (request.empty())
-            return true;
-        if (request[headerBytes] == static_cast<std::uint8_t>(Code::exposure))
-            exposure_ = request[11] * 256U + request[12];
-        const Answer& answer = client.scene->answerTo(request);
-        if (!send(client.socket, answer) || answer.closes)
-            return false;
-    }
-}
-
-const Answer& Scene::answerTo(const Bytes& request) {
-    if (request[0] == '[')
-        return script.texts[request[1] == 'V' ? 0 : request[1] == 'S' ? 1 : 2];
-    const Code code{request[headerBytes]};
-    attempts += code == Code::exposure ? 1 : 0;
-    const auto& attempt = script.attempts[attempts % 2 == 0 ? 1 : 0];
-    switch (code) {
-    case Code::exposure:
-        return attempt[0];
-    case Code::take:
-        return attempt[1];
-    case Code::get:
-        return attempt[2];
-    default:
-        return script.probe;
-    }
 }
 
 } // namespace Attack

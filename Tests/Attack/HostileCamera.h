@@ -1,14 +1,14 @@
 #pragma once
-// A camera on real sockets that says what it is told to say, byte by byte.
+// A camera that says what it is told to say, byte by byte: for the oracle, and on real sockets.
 
+#include "Camera/Session.h"
 #include "CameraNetworks.h"
-#include "Network/Socket.h"
-
-#include "World/Answers.h"
+#include "Network/Connection.h"
 
 #include <array>
 #include <atomic>
 #include <cstddef>
+#include <list>
 #include <memory>
 #include <mutex>
 #include <string>
@@ -18,7 +18,7 @@
 
 namespace Attack {
 
-using World::Bytes;
+using Simulator::Bytes;
 
 struct Answer {
     Bytes bytes;
@@ -37,12 +37,20 @@ struct Script {
 
 /// A script as it is played: a third attempt gets the first one's answers again.
 struct Scene {
+    explicit Scene(Script itsScript) : script(std::move(itsScript)) {}
+
     Script script;
     std::size_t attempts = 0;
-
-    /// Of a whole request, which may be a configuration, the next attempt's.
-    const Answer& answerTo(const Bytes& request);
+    std::atomic<unsigned> exposure = 0; ///< configured last
 };
+
+enum class Delivery {
+    inItsPieces,
+    atOnce ///< as the oracle reads it; what comes behind pieces comes later than they
+};
+
+/// One connection. Others may go on with the same scene, one after the other.
+std::unique_ptr<Simulator::Session> sessionOf(std::shared_ptr<Scene> scene, Delivery delivery);
 
 /// At the ports of a real camera from construction to destruction; its thread does all the sending.
 class HostileCamera {
@@ -50,38 +58,28 @@ public:
     /// Throws Simulator::ServerError.
     HostileCamera(const Integration::CameraNetworks& networks, std::size_t index);
     ~HostileCamera();
-    HostileCamera(const HostileCamera&) = delete;
-    HostileCamera& operator=(const HostileCamera&) = delete;
 
     /// To datagrams and connections that come from now on. Any thread.
     void play(Script script);
     /// Returns once it has seen the end of every connection, or after 5 s. Any thread.
     void awaitEnds() const;
-    /// The exposure that was configured last. Any thread.
-    unsigned exposure() const { return exposure_; }
+    /// The exposure that was configured last since play(). Any thread.
+    unsigned exposure() const { return scene()->exposure; }
 
 private:
-    struct Client {
-        Simulator::Socket socket;
-        bool isText = false;
-        std::shared_ptr<Scene> scene = {};
-        Bytes unread = {};
-    };
-
     void run();
     std::shared_ptr<Scene> scene() const;
     void answerQuery() const;
-    bool serve(Client& client);
 
+    const Simulator::EventLog log_ = [](const std::string&) {};
     std::pair<Simulator::Socket, Simulator::Socket> stop_ = Simulator::makePipe();
     Simulator::Socket queries_;
     Simulator::Socket replies_;
-    std::array<Simulator::Socket, 2> listeners_; ///< text, binary
-    std::vector<Client> clients_;
+    std::array<Simulator::Socket, 2> listeners_;
+    std::list<Simulator::Connection> connections_;
     mutable std::mutex mutex_;
-    std::shared_ptr<Scene> scene_ = std::make_shared<Scene>(); ///< which one: guarded by mutex_
-    std::atomic<std::size_t> open_ = 0;                        ///< connections
-    std::atomic<unsigned> exposure_ = 0;
+    std::shared_ptr<Scene> scene_ = std::make_shared<Scene>(Script()); ///< which one: guarded by mutex_
+    std::atomic<std::size_t> open_ = 0;                                ///< connections
     std::thread thread_;
 };
 

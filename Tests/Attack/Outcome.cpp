@@ -1,10 +1,9 @@
 #include "Outcome.h"
 
-#include "Camera/Delivery.h"
 #include "Camera/MessageCodec.h"
+#include "World/Answers.h"
 
 #include <algorithm>
-#include <chrono>
 #include <utility>
 
 namespace Attack {
@@ -13,45 +12,22 @@ namespace {
 
 constexpr std::size_t replyBytes = 256;
 
-/// What a scene answers, in the oracle's time: at once.
-class Told final : public Simulator::Session {
-public:
-    explicit Told(std::shared_ptr<Scene> scene) : scene_(std::move(scene)) {}
-
-    void append(Simulator::ByteView request) override {
-        const Answer& answer = scene_->answerTo({request.begin(), request.end()});
-        due_.emplace().actions.push_back(Simulator::sendWhole(std::make_shared<const Bytes>(answer.bytes)));
-        // Behind pieces the end is late, and so may they be.
-        if (answer.piece != 0)
-            due_->actions.emplace_back(Simulator::Pause{std::chrono::milliseconds(1)});
-        if (answer.closes)
-            due_->actions.emplace_back(Simulator::CloseConnection{});
-    }
-    std::optional<Simulator::Reaction> next() override { return std::exchange(due_, std::nullopt); }
-    std::size_t waitingBytes() const override { return 0; }
-
-private:
-    std::shared_ptr<Scene> scene_;
-    std::optional<Simulator::Reaction> due_;
-};
-
 Answer textAnswer(const std::string& text) {
     return {Bytes(text.begin(), text.end())};
 }
 
 /// A camera that waits for nothing: where the reader would wait for more than came, the connection closes.
 void settle(Answer& answer) {
-    Scene scene;
-    scene.script.probe = answer;
-    scene.script.probe.piece = 0;
-    const auto shared = std::make_shared<Scene>(scene);
+    Script script;
+    script.probe = {answer.bytes, 0, answer.closes};
+    const auto scene = std::make_shared<Scene>(script);
     answer.closes = answer.closes || answer.bytes.empty() ||
-                    Faults::waitFor([&] { return std::make_unique<Told>(shared); }) > Faults::Time(0);
+                    Faults::waitFor([&] { return sessionOf(scene, Delivery::atOnce); }) > Faults::Time(0);
 }
 
-Bytes fileOf(Random& random, const Asking& asking, const Size& size) {
-    const auto width = static_cast<unsigned>(size.first);
-    const auto height = static_cast<unsigned>(size.second);
+Bytes fileOf(Random& random, const Asking& asking) {
+    const auto width = static_cast<unsigned>(asking.resolution.first);
+    const auto height = static_cast<unsigned>(asking.resolution.second);
     if (!asking.isPng)
         return sgiOfNoise(random, width, height, 3);
     using Support::PngColour;
@@ -67,7 +43,7 @@ std::array<Answer, 3> rightAttempt(const Bytes& file) {
 
 /// Damages an answer that is a message: its picture, its bytes, or how they come.
 void spoil(Random& random, const std::array<Answer, 3>& others, Answer& answer, bool isPicture,
-           const Asking& asking, const Size& size) {
+           const Asking& asking) {
     static constexpr std::size_t headOfAMessage = 13;
     switch (random.below(isPicture ? 8 : 4)) {
     case 0:
@@ -92,11 +68,11 @@ void spoil(Random& random, const std::array<Answer, 3>& others, Answer& answer, 
     case 4: // of another kind or size
         answer.bytes = World::image(
             random.oneIn(2) ? pngOfNoise(random, anyPngKind(random))
-                            : sgiOfNoise(random, static_cast<unsigned>(size.first) + 1,
+                            : sgiOfNoise(random, static_cast<unsigned>(asking.resolution.first) + 1,
                                          static_cast<unsigned>(random.below(40)), random.oneIn(2) ? 4 : 1));
         break;
     default: {
-        Bytes file = fileOf(random, asking, size);
+        Bytes file = fileOf(random, asking);
         if (asking.isPng)
             damagePng(random, file);
         else
@@ -137,9 +113,16 @@ void spoilTexts(Random& random, Script& script, const std::string& address) {
 
 } // namespace
 
+Asking askingFor(const Size& size, bool isPng, unsigned samplesPerPixel) {
+    Asking asking{isPng, samplesPerPixel};
+    asking.resolution = size;
+    asking.mostPictureBytes = mostPictureBytes;
+    return asking;
+}
+
 Faults::Camera cameraOf(const Script& script, const std::string& address) {
-    const Faults::Camera::Accept accept = [scene = std::make_shared<Scene>(Scene{script})] {
-        return std::make_unique<Told>(scene);
+    const auto accept = [scene = std::make_shared<Scene>(script)] {
+        return sessionOf(scene, Delivery::atOnce);
     };
     return {accept, accept, address};
 }
@@ -148,20 +131,17 @@ Faults::Outcome searchOf(const Script& script, const std::string& address) {
     std::vector<Faults::Datagram> datagrams;
     for (const std::string& datagram : script.datagrams)
         datagrams.emplace_back(datagram, Faults::Time(0));
-    Asking asking;
-    asking.mostPictureBytes = mostPictureBytes;
-    return Faults::search(cameraOf(script, address), datagrams, asking);
+    return Faults::search(cameraOf(script, address), datagrams, askingFor({}));
 }
 
-Script drawScript(Random& random, bool lies, const Asking& asking, const Size& size,
-                  const std::string& address) {
+Script drawScript(Random& random, bool lies, const Asking& asking, const std::string& address) {
     Script script;
     script.datagrams = {"[Korva --Room Lab 2 --IP " + address + "]"};
     script.texts = {textAnswer("[Version --HW X900 --SW 3.2.15 --API 2.1]"),
                     textAnswer("[SerialNumber --Camera 1234]"),
                     textAnswer("[Settings --NetMask 255.255.255.0 --NetGateway 10.0.0.1]")};
     for (auto& attempt : script.attempts)
-        attempt = rightAttempt(fileOf(random, asking, size));
+        attempt = rightAttempt(fileOf(random, asking));
     script.probe = script.attempts[0][0];
     if (!lies)
         return script;
@@ -170,9 +150,9 @@ Script drawScript(Random& random, bool lies, const Asking& asking, const Size& s
     const auto right = script.attempts[1];
     for (std::size_t left = 1 + random.below(5); left > 0; --left) {
         const std::size_t step = random.below(3);
-        spoil(random, right, script.attempts[random.below(2)][step], step == 2, asking, size);
+        spoil(random, right, script.attempts[random.below(2)][step], step == 2, asking);
     }
-    spoil(random, right, script.probe, false, asking, size);
+    spoil(random, right, script.probe, false, asking);
     return script;
 }
 

@@ -1,123 +1,168 @@
 #include "Plays.h"
 
+#include <algorithm>
 #include <chrono>
 #include <thread>
+#include <vector>
 
 namespace Soak {
 
 namespace {
 
-using Play = void (*)(const Stage&);
+using Faults::faultsIn;
+using Faults::Operation;
 
-void captureAFewTimes(const Stage& stage) {
-    stage.camera.serve();
-    for (std::size_t left = 1 + stage.camera.random().below(3); left > 0; --left)
-        stage.camera.capture(Expect::picture, "without a fault");
-    stage.camera.probe(true, "without a fault");
+// Garbage is not among them: it may end like a message, and then has a wrong checksum and a line, or not.
+// What hits once spoils the first attempt alone. A broken connection is no matter for a second attempt.
+const std::vector<std::string> captureFaults =
+    faultsIn("configure:two-arguments configure:drip=1/1 configure:scatter=2 configure:checksum*1 "
+             "configure:error=3*1 configure:wrong-response*1 configure:wrong-command*1 configure:flip=0 "
+             "configure:unknown-code configure:truncate-close=3 configure:close configure:reset "
+             "take:two-arguments take:delay=40 take:drip=5/2 take:flip=0*1 take:error=7*1 take:no-argument*1 "
+             "take:unknown-code*1 take:long-value*1 take:checksum take:error=7 take:wrong-command "
+             "take:long-value take:truncate-close=9 take:close take:reset*1 "
+             "get:checksum get:length-large get:two-arguments get:delay=40 get:drip=100000/1 get:scatter=2 "
+             "get:twice get:many-arguments get:stale*1 get:huge-image*1 get:error=4294967295*1 "
+             "get:wrong-response*1 get:length-small*1 get:length-wrap*1 get:black-picture*1 "
+             "get:wrong-response get:no-argument get:stale get:length-small get:length-wrap "
+             "get:garbage-picture get:empty-picture get:black-picture get:truncate-close "
+             "get:truncate-close=1000 get:close*1 get:reset");
+
+/// Of captures that take one or two time-outs of 10 s.
+const std::vector<std::string> silentFaults =
+    faultsIn("configure:silent*1 configure:truncate-silent=3*1 "
+             "take:silent*1 take:silent take:endless "
+             "get:silent*1 get:truncate-silent=1011*1 get:truncate-silent");
+
+const std::vector<std::string> probeFaults =
+    faultsIn("probe:close probe:reset probe:truncate-close=7 probe:checksum probe:delay=40 probe:drip=1/1 "
+             "probe:error=3 probe:two-arguments probe:twice probe:scatter=2");
+
+const std::vector<std::string> identificationFaults =
+    faultsIn("version:close version:reset serial:close network:reset");
+
+// Not among them: an empty datagram, which ends the search for all.
+const std::vector<std::string> searchFaults =
+    faultsIn("discovery:twice discovery:silent discovery:garbage discovery:scatter=1 discovery:flip=0 "
+             "discovery:other-marker discovery:missing-key=--Room "
+             "version:close serial:reset");
+
+constexpr Simulator::PictureSize sizeOfLongFiles{40, 20}; // longer than any number of bytes above
+
+void captureAFewTimes(SoakedCamera& camera) {
+    camera.serve();
+    for (std::size_t left = 1 + camera.random().below(3); left > 0; --left)
+        camera.capture(Expect::picture, "without a fault");
+    camera.probe(true, "without a fault");
 }
 
-void playFault(SoakedCamera& camera, Tally& tally, const std::string& fault) {
-    const Faults::Outcome expected = outcomeOf(Faults::Operation::picture, fault);
+/// Serves with a fault. Gives what must come of the operation.
+Faults::Outcome spoil(SoakedCamera& camera, Operation operation, const std::string& fault) {
+    Faults::Outcome expected = outcomeOf(operation, fault);
+    const auto lines = std::ranges::count_if(
+        expected.lines, [](const Faults::Line& line) { return line.message.starts_with(checksumMessage); });
+    camera.tally().count(checksumLines, static_cast<std::uint64_t>(lines));
     camera.serve(fault);
-    camera.capture(expected.isGood ? Expect::picture : Expect::nothing, fault);
-    tally.checksumLines += checksumLines(expected);
-    demandPicture(camera, "after " + fault);
+    return expected;
 }
 
-void captureWithAFault(const Stage& stage) {
-    playFault(stage.camera, stage.tally, stage.camera.random().of(captureFaults));
+void captureWith(SoakedCamera& camera, const std::string& fault) {
+    const bool isGood = spoil(camera, Operation::picture, fault).isGood;
+    camera.capture(isGood ? Expect::picture : Expect::nothing, fault);
+    camera.demandPicture("after " + fault);
 }
 
-void captureFromASilentCamera(const Stage& stage) {
-    playFault(stage.camera, stage.tally, stage.camera.random().of(silentFaults));
+void captureWithAFault(SoakedCamera& camera) {
+    captureWith(camera, camera.random().of(captureFaults));
 }
 
-void probeWithAFault(const Stage& stage) {
-    const std::string fault = stage.camera.random().of(probeFaults);
-    const Faults::Outcome expected = outcomeOf(Faults::Operation::check, fault);
-    stage.camera.serve(fault);
-    stage.camera.probe(expected.isGood, fault);
-    stage.tally.checksumLines += checksumLines(expected);
-    stage.camera.serve();
-    stage.camera.probe(true, "after " + fault);
-    stage.camera.capture(Expect::picture, "after " + fault);
+void captureFromASilentCamera(SoakedCamera& camera) {
+    captureWith(camera, camera.random().of(silentFaults));
+}
+
+void probeWith(SoakedCamera& camera, const std::string& fault) {
+    camera.probe(spoil(camera, Operation::check, fault).isGood, fault);
+    camera.serve();
+    camera.probe(true, "after " + fault);
+    camera.capture(Expect::picture, "after " + fault);
+}
+
+void probeWithAFault(SoakedCamera& camera) {
+    probeWith(camera, camera.random().of(probeFaults));
+}
+
+void probeASilentCamera(SoakedCamera& camera) {
+    probeWith(camera, "probe:silent");
+}
+
+void countAPull(SoakedCamera& camera) {
+    camera.tally().count("cameras stopped and cables pulled");
 }
 
 /// Nobody answers.
-void missTheCamera(const Stage& stage, const char* circumstance) {
-    ++stage.tally.pulls;
-    stage.camera.capture(Expect::nothing, circumstance);
-    stage.camera.probe(false, circumstance);
+void missTheCamera(SoakedCamera& camera, const char* circumstance) {
+    countAPull(camera);
+    camera.capture(Expect::nothing, circumstance);
+    camera.probe(false, circumstance);
 }
 
 /// The connection breaks at whatever point of a capture, or just behind it.
 template <class Break>
-void breakDuringACapture(const Stage& stage, const char* circumstance, const Break& breakIt) {
-    stage.camera.serve("get:drip=20000/1");
-    ++stage.tally.pulls;
-    const std::chrono::microseconds delay(stage.camera.random().below(40'000));
+void breakDuringACapture(SoakedCamera& camera, const char* circumstance, const Break& breakIt) {
+    camera.serve("get:drip=20000/1");
+    countAPull(camera);
+    const std::chrono::microseconds delay(camera.random().below(40'000));
     const std::jthread puller([&breakIt, delay] {
         std::this_thread::sleep_for(delay);
         breakIt();
     });
-    stage.camera.capture(Expect::either, circumstance);
+    camera.capture(Expect::either, circumstance);
 }
 
-void stopAndStart(const Stage& stage) {
-    stage.camera.leave();
-    missTheCamera(stage, "camera away");
-    demandPicture(stage.camera, "camera back");
+void stopAndStart(SoakedCamera& camera) {
+    camera.leave();
+    missTheCamera(camera, "camera away");
+    camera.demandPicture("camera back");
 }
 
-void stopDuringACapture(const Stage& stage) {
-    breakDuringACapture(stage, "stopped meanwhile", [&stage] { stage.camera.leaveMeanwhile(); });
-    demandPicture(stage.camera, "after a stop during a capture");
+void stopDuringACapture(SoakedCamera& camera) {
+    breakDuringACapture(camera, "stopped meanwhile", [&camera] { camera.leaveMeanwhile(); });
+    camera.demandPicture("after a stop during a capture");
 }
 
-void pullTheCable(const Stage& stage) {
-    if (!stage.networks.areOwn())
-        return stopAndStart(stage);
-    stage.networks.pullCable(stage.index);
-    missTheCamera(stage, "cable pulled");
-    stage.networks.mendCable(stage.index);
-    demandPicture(stage.camera, "cable mended");
+void pullTheCable(SoakedCamera& camera) {
+    if (!camera.hasCable())
+        return stopAndStart(camera);
+    camera.pullCable();
+    missTheCamera(camera, "cable pulled");
+    camera.mendCable();
+    camera.demandPicture("cable mended");
 }
 
-void pullTheCableDuringACapture(const Stage& stage) {
-    if (!stage.networks.areOwn())
-        return captureFromASilentCamera(stage);
-    breakDuringACapture(stage, "cable pulled meanwhile", [&stage] { stage.networks.pullCable(stage.index); });
-    stage.networks.mendCable(stage.index);
-    demandPicture(stage.camera, "cable mended after a capture");
+void pullTheCableDuringACapture(SoakedCamera& camera) {
+    if (!camera.hasCable())
+        return captureFromASilentCamera(camera);
+    breakDuringACapture(camera, "cable pulled meanwhile", [&camera] { camera.pullCable(); });
+    camera.mendCable();
+    camera.demandPicture("cable mended after a capture");
 }
 
-void buildAnew(const Stage& stage) {
-    stage.camera.serve();
-    const std::size_t source = stage.camera.random().below(3);
-    if (source == 0)
-        stage.camera.buildFromConnection(stage.type, true, "build from a connection");
-    else if (source == 1 && stage.camera.hasTemplate())
-        stage.camera.buildFromTemplate(stage.type);
-    else
-        stage.camera.buildFromDescription(stage.type);
-    stage.camera.probe(true, "built anew");
-    stage.camera.capture(Expect::picture, "built anew");
+void buildAnew(SoakedCamera& camera) {
+    camera.serve();
+    camera.buildAnew();
+    camera.probe(true, "built anew");
+    camera.capture(Expect::picture, "built anew");
 }
 
-void buildFromAFaultyCamera(const Stage& stage) {
-    const std::string fault = stage.camera.random().of(identificationFaults);
-    stage.camera.serve(fault);
-    stage.camera.buildFromConnection(stage.type, outcomeOf(Faults::Operation::identify, fault).isGood, fault);
-    stage.camera.serve();
-    stage.camera.buildFromConnection(stage.type, true, "after " + fault);
-    stage.camera.capture(Expect::picture, "after " + fault);
+void buildFromAFaultyCamera(SoakedCamera& camera) {
+    const std::string fault = camera.random().of(identificationFaults);
+    camera.buildFromConnection(spoil(camera, Operation::identify, fault).isGood, fault);
+    camera.serve();
+    camera.buildFromConnection(true, "after " + fault);
+    camera.capture(Expect::picture, "after " + fault);
 }
 
-void probeASilentCamera(const Stage& stage) {
-    stage.camera.serve("probe:silent");
-    stage.camera.probe(false, "probe:silent");
-    demandPicture(stage.camera, "after probe:silent");
-}
+using Play = void (*)(SoakedCamera&);
 
 // As often as it stands here, so likely.
 constexpr Play quickPlays[] = {
@@ -135,17 +180,27 @@ constexpr Play slowPlays[] = {
 
 } // namespace
 
-void demandPicture(SoakedCamera& camera, const std::string& circumstance) {
-    camera.serve();
-    camera.capture(Expect::picture, circumstance);
+Faults::Outcome outcomeOf(Operation operation, const std::string& fault) {
+    Simulator::CameraSettings settings;
+    settings.scene.kind = Simulator::SceneKind::noise;
+    settings.size = sizeOfLongFiles;
+    if (!fault.empty())
+        settings.faults.push_back(Simulator::parseFault(fault));
+    Faults::Asking asking;
+    asking.resolution = {sizeOfLongFiles.width, sizeOfLongFiles.height};
+    return Faults::outcomeOf(operation, settings, asking);
 }
 
-void playQuickly(const Stage& stage) {
-    stage.camera.random().of(quickPlays)(stage);
+std::string searchFault(Random& random) {
+    return random.oneIn(3) ? "" : random.of(searchFaults);
 }
 
-void playSlowly(const Stage& stage) {
-    stage.camera.random().of(slowPlays)(stage);
+void playQuickly(SoakedCamera& camera) {
+    camera.random().of(quickPlays)(camera);
+}
+
+void playSlowly(SoakedCamera& camera) {
+    camera.random().of(slowPlays)(camera);
 }
 
 } // namespace Soak

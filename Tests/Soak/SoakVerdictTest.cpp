@@ -4,67 +4,70 @@
 
 #include <gmock/gmock.h>
 
+#include <functional>
 #include <stdexcept>
 
 using namespace Soak;
 using testing::ElementsAre;
 using testing::IsEmpty;
-using testing::StartsWith;
 
 namespace {
 
-constexpr std::uint64_t manyBytes = std::uint64_t{100} << 20;
+constexpr std::uint64_t kibi = 1 << 10;
+constexpr Holding usual{100'000 * kibi, 100'000 * kibi, 20, 1};
 
-/// A run of a hundred rounds that holds the same, but for what `change` makes of a round.
-template <class Change>
-std::vector<std::string> verdictOn(const Change& change, bool judgeMemory = true) {
-    std::vector<Holding> holdings(100, Holding{manyBytes, manyBytes, 20, 1});
-    for (std::size_t at = 0; at < holdings.size(); ++at)
-        change(holdings[at], at);
-    return notFlat(Drift(holdings), judgeMemory);
+/// What is not flat in a run of a hundred rounds in each of which `holding` is held.
+std::vector<std::string> notFlat(const std::function<Holding(std::size_t round)>& holding,
+                                 bool judgeMemory = true) {
+    std::vector<Holding> holdings;
+    for (std::size_t round = 0; round < 100; ++round)
+        holdings.push_back(holding(round));
+    std::vector<std::string> texts;
+    for (const Drift& drift : driftsOf(holdings, judgeMemory))
+        if (!drift.isFlat)
+            texts.push_back(drift.text);
+    return texts;
+}
+
+/// The same where something else is held from the sixtieth round on.
+std::vector<std::string> notFlatFrom60(const Holding& later, bool judgeMemory = true) {
+    return notFlat([&later](std::size_t round) { return round < 60 ? usual : later; }, judgeMemory);
 }
 
 } // namespace
 
-TEST(SoakVerdict, CallsARunFlatThatHoldsTheSame) {
-    EXPECT_THAT(verdictOn([](Holding&, std::size_t) {}), IsEmpty());
+TEST(SoakVerdict, CallsARunFlatThatHoldsNoMoreInTheEnd) {
+    EXPECT_THAT(notFlatFrom60(usual), IsEmpty());
+    EXPECT_THAT(notFlatFrom60({}), IsEmpty());
 }
 
-TEST(SoakVerdict, OverlooksTheFirstFifth) {
-    const auto begin = [](Holding& holding, std::size_t at) { holding = at < 20 ? Holding{} : holding; };
-    EXPECT_THAT(verdictOn(begin), IsEmpty());
-}
-
-TEST(SoakVerdict, OverlooksSingleOutliers) {
-    const auto leap = [](Holding& holding, std::size_t at) {
-        if (at >= 75 && at % 3 == 0)
-            holding = {2 * manyBytes, 2 * manyBytes, 40, 2};
+TEST(SoakVerdict, OverlooksTheFirstFifthAndSingleOutliers) {
+    EXPECT_THAT(notFlat([](std::size_t round) { return round < 20 ? Holding{} : usual; }), IsEmpty());
+    const auto leaps = [](std::size_t round) {
+        return round >= 75 && round % 3 == 0 ? Holding{1 << 30, 1 << 30, 40, 2} : usual;
     };
-    EXPECT_THAT(verdictOn(leap), IsEmpty());
+    EXPECT_THAT(notFlat(leaps), IsEmpty());
 }
 
-TEST(SoakVerdict, FindsAHeapThatGrowsByTwoKilobytesARound) {
-    const auto grow = [](Holding& holding, std::size_t at) { holding.heapBytes += 2048 * at; };
-    EXPECT_THAT(verdictOn(grow), ElementsAre(StartsWith("bytes of heap in use: ")));
-    EXPECT_THAT(verdictOn(grow, false), IsEmpty());
-}
-
-TEST(SoakVerdict, FindsResidentMemoryThatGrows) {
-    const auto grow = [](Holding& holding, std::size_t at) { holding.residentBytes += at << 17; };
-    EXPECT_THAT(verdictOn(grow), ElementsAre(StartsWith("resident bytes: ")));
+TEST(SoakVerdict, FindsMemoryThatGrowsByMoreThanNoise) {
+    EXPECT_THAT(notFlatFrom60({100'064 * kibi, 105'000 * kibi, 20, 1}), IsEmpty());
+    const Holding more{100'064 * kibi + 512, 105'001 * kibi, 20, 1};
+    EXPECT_THAT(notFlatFrom60(more), ElementsAre("heap in use, first third to last: 100000 to 100064.5 KiB",
+                                                 "resident, first third to last: 100000 to 105001 KiB"));
+    EXPECT_THAT(notFlatFrom60(more, false), IsEmpty());
+    const auto small = [](std::size_t round) { return Holding{0, (round < 60 ? 1000 : 5096) * kibi, 20, 1}; };
+    EXPECT_THAT(notFlat(small), IsEmpty());
 }
 
 TEST(SoakVerdict, FindsOneDescriptorAndOneThreadMore) {
-    const auto grow = [](Holding& holding, std::size_t at) {
-        if (at >= 60)
-            holding = {manyBytes, manyBytes, 21, 2};
-    };
-    EXPECT_THAT(verdictOn(grow),
-                ElementsAre("descriptors: 20 at first, 21 at last", "threads: 1 at first, 2 at last"));
+    EXPECT_THAT(notFlatFrom60({100'000 * kibi, 100'000 * kibi, 21, 2}, false),
+                ElementsAre("descriptors, first third to last: 20 to 21 open",
+                            "threads, first third to last: 1 to 2 alive"));
 }
 
 TEST(SoakVerdict, GivesNoneOnAFewHoldings) {
-    EXPECT_THROW(Drift(std::vector<Holding>(Drift::fewestHoldings - 1)), std::invalid_argument);
+    EXPECT_NO_THROW(driftsOf(std::vector<Holding>(fewestHoldings), true));
+    EXPECT_THROW(driftsOf(std::vector<Holding>(fewestHoldings - 1), true), std::invalid_argument);
 }
 
 TEST(SoakVerdict, SeesWhatThisProcessHolds) {

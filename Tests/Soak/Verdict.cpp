@@ -1,11 +1,12 @@
 #include "Verdict.h"
 
 #include <algorithm>
-#include <cstddef>
 #include <filesystem>
 #include <fstream>
+#include <iomanip>
 #include <malloc.h>
 #include <span>
+#include <sstream>
 #include <stdexcept>
 #include <unistd.h>
 
@@ -15,6 +16,23 @@ namespace {
 
 constexpr std::size_t warmUpPart = 5;
 constexpr std::size_t parts = 3;
+
+struct Quantity {
+    const char* name;
+    const char* unit;
+    double unitSize;
+    std::uint64_t Holding::*of;
+    bool isMemory;
+    double slack = 0; ///< a leak that is smaller shows in an hour
+    double slackPart = 0;
+};
+
+constexpr Quantity quantities[] = {
+    {"heap in use", "KiB", 1 << 10, &Holding::heapBytes, true, 64 << 10},
+    {"resident", "KiB", 1 << 10, &Holding::residentBytes, true, 4 << 20, 0.05},
+    {"descriptors", "open", 1, &Holding::descriptors, false},
+    {"threads", "alive", 1, &Holding::threads, false},
+};
 
 std::uint64_t entriesOf(const char* folder) {
     return static_cast<std::uint64_t>(std::ranges::distance(std::filesystem::directory_iterator(folder)));
@@ -28,15 +46,10 @@ std::uint64_t residentNow() {
     return resident * static_cast<std::uint64_t>(sysconf(_SC_PAGESIZE));
 }
 
-std::uint64_t median(std::span<const Holding> holdings, std::uint64_t Holding::*what) {
+double median(std::span<const Holding> holdings, std::uint64_t Holding::*of) {
     std::vector<Holding> sorted(holdings.begin(), holdings.end());
-    std::ranges::sort(sorted, {}, what);
-    return sorted[sorted.size() / 2].*what;
-}
-
-Holding medians(std::span<const Holding> holdings) {
-    return {median(holdings, &Holding::residentBytes), median(holdings, &Holding::heapBytes),
-            median(holdings, &Holding::descriptors), median(holdings, &Holding::threads)};
+    std::ranges::sort(sorted, {}, of);
+    return static_cast<double>(sorted[sorted.size() / 2].*of);
 }
 
 } // namespace
@@ -44,7 +57,7 @@ Holding medians(std::span<const Holding> holdings) {
 Holding Holding::now() {
     malloc_trim(0);
     const struct mallinfo2 heap = mallinfo2();
-    return {residentNow(), heap.uordblks + heap.hblkhd, entriesOf("/proc/self/fd"),
+    return {heap.uordblks + heap.hblkhd, residentNow(), entriesOf("/proc/self/fd"),
             entriesOf("/proc/self/task")};
 }
 
@@ -52,32 +65,22 @@ void Holding::prepare() {
     mallopt(M_ARENA_MAX, 1);
 }
 
-Drift::Drift(const std::vector<Holding>& holdings) {
+std::vector<Drift> driftsOf(const std::vector<Holding>& holdings, bool judgeMemory) {
     if (holdings.size() < fewestHoldings)
         throw std::invalid_argument("too short a run to judge");
     const std::span<const Holding> judged = std::span(holdings).subspan(holdings.size() / warmUpPart);
-    first = medians(judged.first(judged.size() / parts));
-    last = medians(judged.last(judged.size() / parts));
-}
-
-std::vector<std::string> notFlat(const Drift& drift, bool judgeMemory) {
-    std::vector<std::string> found;
-    const auto judge = [&](const char* name, auto Holding::*what, std::uint64_t slack) {
-        const std::uint64_t first = drift.first.*what;
-        const std::uint64_t last = drift.last.*what;
-        if (last > first + slack)
-            found.push_back(std::string(name) + ": " + std::to_string(first) + " at first, " +
-                            std::to_string(last) + " at last");
-    };
-    const double residentPart = residentSlackPart * static_cast<double>(drift.first.residentBytes);
-    if (judgeMemory) {
-        judge("bytes of heap in use", &Holding::heapBytes, heapSlackBytes);
-        judge("resident bytes", &Holding::residentBytes,
-              std::max(residentSlackBytes, static_cast<std::uint64_t>(residentPart)));
+    const std::size_t third = judged.size() / parts;
+    std::vector<Drift> drifts;
+    for (const auto& [name, unit, unitSize, of, isMemory, slack, slackPart] : quantities) {
+        const double first = median(judged.first(third), of);
+        const double last = median(judged.last(third), of);
+        std::ostringstream text;
+        text << std::setprecision(10) << name << ", first third to last: " << first / unitSize << " to "
+             << last / unitSize << ' ' << unit;
+        const bool isFlat = last <= first + std::max(slack, slackPart * first);
+        drifts.push_back({text.str(), isFlat || (isMemory && !judgeMemory)});
     }
-    judge("descriptors", &Holding::descriptors, 0);
-    judge("threads", &Holding::threads, 0);
-    return found;
+    return drifts;
 }
 
 } // namespace Soak

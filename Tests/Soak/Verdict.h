@@ -10,8 +10,8 @@ namespace Soak {
 
 /// What the process holds at one moment.
 struct Holding {
-    std::uint64_t residentBytes = 0; ///< after free memory has been given back to the system
     std::uint64_t heapBytes = 0;     ///< in use, of all heaps
+    std::uint64_t residentBytes = 0; ///< after free memory has been given back to the system
     std::uint64_t descriptors = 0;
     std::uint64_t threads = 0;
 
@@ -23,24 +23,17 @@ struct Holding {
     static void prepare();
 };
 
-/// What changed from the first third of a run, without its first fifth, to its last third.
+/// How one of these changed from the first third of a run, without its first fifth, to its last third.
 struct Drift {
-    Holding first; ///< medians of the first third
-    Holding last;  ///< medians of the last third
-
-    /// Throws std::invalid_argument for fewer than `fewestHoldings`, which say nothing.
-    explicit Drift(const std::vector<Holding>& holdings);
-
-    static constexpr std::size_t fewestHoldings = 15;
+    std::string text; ///< "descriptors, first third to last: 11 to 11 open", the medians
+    bool isFlat = true;
 };
 
-/// Bounds of what is still flat: the noise of a run of one minute. A leak that is smaller shows in an hour.
-inline constexpr std::uint64_t heapSlackBytes = std::uint64_t{64} << 10;
-inline constexpr std::uint64_t residentSlackBytes = std::uint64_t{4} << 20;
-inline constexpr double residentSlackPart = 0.05;
+inline constexpr std::size_t fewestHoldings = 15;
 
-/// What is not flat, a line each: heap in use more than its slack above, resident memory more than the larger
-/// of its slacks above, more descriptors, more threads. `judgeMemory` false: the last two only.
-std::vector<std::string> notFlat(const Drift& drift, bool judgeMemory);
+/// In the order of Holding. Flat is what did not rise, and memory where it rose by no more than the noise of
+/// a run of one minute: heap in use by 64 KiB, resident memory by 4 MiB or a twentieth. Without `judgeMemory`
+/// memory always is. Throws std::invalid_argument for fewer than `fewestHoldings`, which say nothing.
+std::vector<Drift> driftsOf(const std::vector<Holding>& holdings, bool judgeMemory);
 
 } // namespace Soak

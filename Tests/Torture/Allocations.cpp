@@ -20,20 +20,14 @@ long Torture::liveAllocations() {
     return live;
 }
 
-// The linker's --wrap=malloc and --wrap=free lead here what the program's own objects call, the plug-in's
-// among them: libpng's memory comes that way.
+// The linker's --wrap=malloc leads here what the program's own objects call, the plug-in's among them:
+// libpng's memory comes that way.
 extern "C" {
 void* __real_malloc(std::size_t bytes);
-void __real_free(void* memory);
 void* __wrap_malloc(std::size_t bytes);
-void __wrap_free(void* memory);
 
 void* __wrap_malloc(std::size_t bytes) {
     return failsNow() ? nullptr : __real_malloc(bytes);
-}
-
-void __wrap_free(void* memory) {
-    __real_free(memory);
 }
 
 // The first of libpng's two structures comes from its own malloc, before the plug-in's is in force.
@@ -59,5 +53,5 @@ void* Support::allocate(std::size_t bytes, std::size_t alignment) noexcept {
 void Support::release(void* memory) noexcept {
     if (memory != nullptr)
         --live;
-    __real_free(memory);
+    std::free(memory);
 }

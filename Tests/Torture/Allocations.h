@@ -25,7 +25,7 @@ bool failAllocation(int number, const Work& work) {
     return wasReached;
 }
 
-/// How many pieces of memory this process holds of operator new and of the plug-in's malloc.
+/// How many pieces of memory this process holds of operator new.
 long liveAllocations();
 
 /// The pieces of memory that `work` leaves behind each time that it runs. What stays from a first time only,

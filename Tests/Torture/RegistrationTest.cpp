@@ -15,61 +15,57 @@
 namespace {
 
 using namespace Torture;
-using ::testing::ElementsAre;
-using ::testing::IsEmpty;
 
-/// The built plug-in, loaded for this one registration.
+/// The built plug-in, loaded for one registration that fails and another that does not.
 struct Registration {
     TestSupport::LogCapture log{"Plenar.NativeCameraKorva.KorvaCameraLoader"};
     PluginTests::Plugin plugin;
 
+    /// Whether it throws that. If so, nothing is registered.
+    template <class Exception>
+    bool throws() const {
+        bool threw = false;
+        try {
+            plugin.initialize(1);
+        } catch (const Exception&) {
+            threw = true;
+        }
+        const TestSupport::OutsidePlugin outside;
+        EXPECT_EQ(PluginTests::registeredTypes().empty(), threw);
+        return threw;
+    }
+
     /// It registers the one type that there is.
-    void expectToSucceed() const {
+    ~Registration() {
+        DeviceTypeManager::getInstance().clear();
         plugin.initialize(1);
-        EXPECT_THAT(PluginTests::registeredTypes(), ElementsAre(&plugin.cameraType()));
+        EXPECT_THAT(PluginTests::registeredTypes(), ::testing::ElementsAre(&plugin.cameraType()));
     }
 };
 
-int thrown = 0;
-
-/// False where the registration does not ask for so many.
-bool failOne(int number) {
-    SCOPED_TRACE("allocation " + std::to_string(number));
-    const Registration registration;
-    bool threw = false;
-    const bool wasReached = failAllocation(number, [&] {
-        try {
-            registration.plugin.initialize(1);
-        } catch (const std::bad_alloc&) {
-            threw = true;
-        }
-    });
-    // Else it was for a log line, which is then cut short.
-    EXPECT_TRUE(wasReached || !threw);
-    thrown += threw ? 1 : 0;
-    EXPECT_EQ(PluginTests::registeredTypes().empty(), threw);
-    DeviceTypeManager::getInstance().clear();
-    registration.expectToSucceed();
-    return wasReached;
-}
-
 template <class Exception>
-void throwOne(const Exception& exception) {
+bool passesOn(const Exception& exception) {
     const Registration registration;
     World::Calls::current().throwFrom("addDeviceType", exception);
-    EXPECT_THROW(registration.plugin.initialize(1), Exception);
-    EXPECT_THAT(PluginTests::registeredTypes(), IsEmpty());
-    ++thrown;
-    registration.expectToSucceed();
+    return registration.throws<Exception>();
 }
 
 TEST(RegistrationTorture, OfEachAllocationThrowsAndSucceedsAfterwards) {
-    thrown = 0;
+    int thrown = 0;
+    const auto failOne = [&thrown](int number) {
+        const Registration registration;
+        bool threw = false;
+        const bool wasReached =
+            failAllocation(number, [&] { threw = registration.throws<std::bad_alloc>(); });
+        // Else it was for a log line, which is then cut short.
+        EXPECT_TRUE(wasReached || !threw);
+        thrown += threw ? 1 : 0;
+        return wasReached;
+    };
     failOne(0);
     int number = 1;
-    while (failOne(number)) {
+    for (; failOne(number); ++number) {
         EXPECT_EQ(leakOf([&] { failOne(number); }), 0) << "allocation " << number;
-        ++number;
         ASSERT_LT(number, 1000);
     }
     EXPECT_GT(thrown, number);
@@ -77,11 +73,9 @@ TEST(RegistrationTorture, OfEachAllocationThrowsAndSucceedsAfterwards) {
 }
 
 TEST(RegistrationTorture, PassesOnWhatTheHostsRegistryThrows) {
-    thrown = 0;
-    throwOne(DeviceException(L"torture"));
-    throwOne(TolvaneException(L"torture"));
-    throwOne(std::bad_alloc());
-    throwOne(42);
+    const int thrown = passesOn(DeviceException(L"torture")) + passesOn(TolvaneException(L"torture")) +
+                       passesOn(std::bad_alloc()) + passesOn(42);
+    EXPECT_EQ(thrown, 4);
     std::printf("figure: host calls that threw at the registration: %d\n", thrown);
 }
 
