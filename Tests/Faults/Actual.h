@@ -24,14 +24,14 @@
 
 namespace Faults {
 
-/// What one operation leads to: its value or its exception, and its lines at warn and above.
+/// What one operation leads to: its value or its exception, and its lines at `level` and above.
 template <class Perform>
-Outcome outcomeBy(Perform perform) {
+Outcome outcomeBy(Perform perform, const log4cxx::LevelPtr& level = log4cxx::Level::getWarn()) {
     const auto behind = [](std::string_view prefix, std::string_view text) {
         return std::string(text.starts_with(prefix) ? text.substr(prefix.size()) : text);
     };
     Outcome outcome;
-    const TestSupport::LogCapture log("Plenar.KorvaCamera", log4cxx::Level::getWarn());
+    const TestSupport::LogCapture log("Plenar.KorvaCamera", level);
     try {
         perform(outcome);
     } catch (const DeviceException& exception) {

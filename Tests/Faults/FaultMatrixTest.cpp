@@ -40,10 +40,10 @@ public:
     }
 
     /// Does what a host does, and says what came of it.
-    Outcome run(Operation operation) {
+    Outcome run(Operation operation, const log4cxx::LevelPtr& level = log4cxx::Level::getWarn()) {
         world_.calls.clear();
         const World::Duration before = World::elapsed();
-        Outcome outcome = outcomeBy([&](Outcome& value) { perform(operation, value); });
+        Outcome outcome = outcomeBy([&](Outcome& value) { perform(operation, value); }, level);
         outcome.attempts = count("send 10.0.0.5:32769 39 bytes");
         outcome.textConnections = count("connect 10.0.0.5:32768");
         outcome.binaryConnections = count("connect 10.0.0.5:32769");
@@ -125,6 +125,13 @@ struct OneFault : ::testing::TestWithParam<Cell> {};
 TEST_P(OneFault, EndsAsTheOracleSays) {
     expectCell(GetParam());
     ++figures["fault matrix, cells checked over the scripted transport"];
+}
+
+TEST_P(OneFault, EndsAlikeIfNothingIsLogged) {
+    const Simulator::CameraSettings settings = settingsOf(GetParam());
+    Outcome expected = outcomeOf(GetParam().operation, settings);
+    expected.lines.clear();
+    expectSame(Bench(settings).run(GetParam().operation, log4cxx::Level::getOff()), expected);
 }
 
 INSTANTIATE_TEST_SUITE_P(cells, OneFault, ::testing::ValuesIn(everyCell()), nameOfCell);

@@ -288,6 +288,23 @@ TEST(CmdHandlers, WrapExceptionsOfTheOlderLayerAndLetEveryOtherPass) {
     EXPECT_EQ(thrownFor<TolvaneExceptionBase>(TolvaneExceptionBase(L"root")), "root");
 }
 
+TEST_F(ADevice, WrapsAnExceptionOfTheOlderLayerThatACommandMeets) {
+    struct Uncopied {
+        const bool& isArmed;
+        Uncopied(const bool& armed) : isArmed(armed) {}
+        Uncopied(const Uncopied& other) : isArmed(other.isArmed) {
+            if (isArmed)
+                throw TolvaneException(L"not copied");
+        }
+        void operator()(NetworkHealth) const {}
+    };
+    bool isArmed = false;
+    const auto command = std::make_shared<SetNetworkHealthCallback>(Uncopied(isArmed));
+    isArmed = true;
+    EXPECT_THROW(execute(command), Exceptions::WrappedD1Exception);
+    EXPECT_EQ(failed, 1);
+}
+
 TEST(WrappedD1Exception, IsADeviceExceptionOfTheNewerLayerThatWrapsTheMessageInUtf8) {
     static_assert(std::is_base_of_v<Exceptions::DeviceException, Exceptions::WrappedD1Exception>);
     const auto textOf = [](const wchar_t* message) {
