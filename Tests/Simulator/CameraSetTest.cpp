@@ -1,5 +1,6 @@
 #include "Camera/CameraSet.h"
 
+#include "Camera/TextLanguage.h"
 #include "Support/TemporaryFolder.h"
 #include "Support/Thrown.h"
 
@@ -70,7 +71,7 @@ protected:
 
 } // namespace
 
-TEST(CameraSet, ReadsEveryKey) {
+TEST(CameraSet, ReadsEveryKeyAndTheRepliesSayTheTexts) {
     const std::vector<CameraEntry> cameras = parsed(R"({"cameras": [{
         "address": "10.77.1.11", "announce": "10.77.1.12", "api": "2.0", "binary": "silent",
         "discovery": "refused", "faults": ["version:missing-key=--SW", "get:checksum*1"],
@@ -101,6 +102,12 @@ TEST(CameraSet, ReadsEveryKey) {
                      .text = Service::answered,
                      .binary = Service::silent}};
     EXPECT_EQ(cameras, std::vector{due});
+    std::string replies;
+    for (const Query& query : queries)
+        replies += replyTo(query, {}, due.settings).text();
+    EXPECT_EQ(replies, "[Version --HW XM61 --SW 4.0.0 --API 2.0][SerialNumber --Camera K-7]"
+                       "[--Settings --NetworkProtocol DHCP --NetMask 255.255.0.0 --NetGateway 10.77.1.1]"
+                       "[Korva --Room Lab 2 --IP 10.77.1.12 --NetMask 255.255.0.0]");
 }
 
 TEST(CameraSet, KeepsTheOrderOfTheFileAndACameraWithAnAddressAloneIsTheUsualOne) {

@@ -34,7 +34,7 @@ constexpr PictureSize size{64, 256};
 constexpr int piecesOfAPicture = 4;
 static_assert(std::size_t{size.width} * size.height == piecesOfAPicture * Darkroom::pixelsPerPiece);
 
-constexpr Configuration colour{15, 2, PictureFormat::sgi};
+constexpr Configuration colour{15, 1, PictureFormat::sgi};
 constexpr Configuration grey{15, 3, PictureFormat::png};
 
 std::int64_t residentBytes() {

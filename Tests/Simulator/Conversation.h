@@ -35,11 +35,6 @@ inline const Bytes takeRequest = bytesOf({1, 0, 0, 0, 0x0D, 1, 5, 0, 0, 0, 0, 0,
 inline const Bytes getRequest = bytesOf({1, 0, 0, 0, 0x0D, 1, 6, 0, 0, 0, 0, 0, 0x15});
 inline const Bytes doneAnswer = bytesOf({1, 0, 0, 0, 0x0D, 1, 0, 0, 0, 0, 0, 0, 0x0F});
 
-/// Exposure 10 s, mode 2, SGI.
-inline const Bytes configureRequest =
-    bytesOf({1, 0, 0, 0, 0x27, 5, 2, 0, 0, 0, 2,    0, 0x64, 3, 0, 0, 0, 1, 2,   4,
-             0, 0, 0, 1, 1,    7, 0, 0, 0, 1, 0x10, 8, 0,    0, 0, 1, 4, 0, 0xC6});
-
 /// Puts a right checksum behind a request written without one.
 inline Bytes sealed(Bytes request) {
     request.resize(request.size() + checksumBytes);
@@ -52,6 +47,9 @@ inline Bytes configureWith(int exposure, int mode, int format, int depth = 16, i
                            3, 0, 0, 0, 1,     mode, 4, 0, 0, 0, 1,    format,        7,
                            0, 0, 0, 1, depth, 8,    0, 0, 0, 1, shift}));
 }
+
+/// Exposure 10 s, mode 2, SGI.
+inline const Bytes configureRequest = configureWith(100, 2, 1);
 
 inline Bytes joined(std::initializer_list<Bytes> requests) {
     Bytes all;

@@ -48,53 +48,30 @@ Bytes imageAnswer(const Bytes& file, int arguments = 1) {
     return sealed(joined({head, file, Bytes(5U * static_cast<std::size_t>(arguments - 1))}));
 }
 
-Bytes withWrongChecksum(Bytes answer) {
-    ++answer.back();
-    return answer;
-}
-
 const std::string done = "01 00 00 00 0d 01 00 00 00 00 00 00 0f";
 
 } // namespace
 
-TEST(Fault, ReadsItsPlaceKindAndValues) {
-    const Fault error{FaultKind::error, Place::take, 7, 0, 1};
-    const Fault drip{FaultKind::drip, Place::get, 1000, 5, 2};
-    const Fault delay{FaultKind::delay, Place::anyBinary, std::nullopt, 250, std::nullopt};
-    const Fault halved{FaultKind::truncateClose, Place::get, std::nullopt, 0, std::nullopt};
-    const Fault cut{FaultKind::truncateSilent, Place::get, 0, 0, std::nullopt};
-    const Fault address{FaultKind::wrongAddress, Place::discovery, std::nullopt, 0, 1, "10.9.9.9"};
-    const Fault key{FaultKind::missingKey, Place::anyText, std::nullopt, 0, std::nullopt, "--NetGateway"};
-    for (const auto& [text, fault] :
-         {std::pair("take:error=7*1", error), std::pair("get:drip=1000/5*2", drip),
-          std::pair("any:delay=250", delay), std::pair("get:truncate-close", halved),
-          std::pair("get:truncate-silent=0", cut), std::pair("discovery:wrong-address=10.9.9.9*1", address),
-          std::pair("text:missing-key=--NetGateway", key)})
+TEST(Fault, IsReadAndWritesItselfAsItIsRead) {
+    for (const auto& [text, fault] : {
+             std::pair("take:error=7*1", Fault{FaultKind::error, Place::take, 7, 0, 1}),
+             {"configure:flip=103", {FaultKind::flip, Place::configure, 103, 0, {}}},
+             {"get:drip=1000/5*2", {FaultKind::drip, Place::get, 1000, 5, 2}},
+             {"any:delay=250", {FaultKind::delay, Place::anyBinary, {}, 250, {}}},
+             {"probe:scatter=15", {FaultKind::scatter, Place::probe, {}, 15, {}}},
+             {"serial:truncate-close", {FaultKind::truncateClose, Place::serial, {}, 0, {}}},
+             {"network:truncate-silent=0", {FaultKind::truncateSilent, Place::network, 0, 0, {}}},
+             {"version:length=256", {FaultKind::length, Place::version, 256, 0, {}}},
+             {"text:missing-key=--SW", {FaultKind::missingKey, Place::anyText, {}, 0, {}, "--SW"}},
+             {"discovery:wrong-address=1.2.3.4*1",
+              {FaultKind::wrongAddress, Place::discovery, {}, 0, 1, "1.2.3.4"}},
+         }) {
         EXPECT_EQ(parseFault(text), fault) << text;
-}
-
-TEST(Fault, WritesItselfAsItIsRead) {
-    for (const std::string& text : wordsOf(
-             "get:checksum take:error=7*1 any:wrong-response configure:no-argument any:two-arguments "
-             "any:wrong-command any:unknown-code any:length-large any:length-small any:length-wrap "
-             "any:long-value get:truncate-close get:truncate-close=5 get:truncate-silent=6*3 probe:reset "
-             "take:delay=100 get:drip=1000/5*2 any:close any:silent get:garbage-picture get:empty-picture "
-             "any:black-picture*1 version:missing-key=--SW discovery:missing-key=--Room*2 "
-             "network:empty-value=--NetMask text:not-closed discovery:length=256 serial:twice*1 "
-             "discovery:garbage text:empty discovery:other-marker version:hostile "
-             "discovery:wrong-address=10.9.9.9 discovery:delay=5 discovery:drip=10/1 discovery:silent "
-             "text:reset serial:close network:truncate-close=7 version:truncate-silent "
-             "configure:many-arguments get:huge-image*1 take:flip=103 discovery:flip=0 any:garbage "
-             "get:twice*1 take:stale serial:stale*2 get:scatter=15 discovery:scatter=2 probe:endless "
-             "text:endless*1 serial:trail"))
-        EXPECT_EQ(parseFault(text).describe(), text);
+        EXPECT_EQ(fault.describe(), text);
+    }
 }
 
 TEST(Fault, HitsTheRequestItNamesAndTheGroupsOnlyTheirOwnLanguage) {
-    const std::vector<std::pair<std::string, Place>> places{
-        {"configure", Place::configure}, {"take", Place::take},          {"get", Place::get},
-        {"probe", Place::probe},         {"version", Place::version},    {"serial", Place::serial},
-        {"network", Place::network},     {"discovery", Place::discovery}};
     for (const auto& [fault, hit] : {
              std::pair("take:silent", "take"),
              std::pair("serial:silent", "serial"),
@@ -104,19 +81,19 @@ TEST(Fault, HitsTheRequestItNamesAndTheGroupsOnlyTheirOwnLanguage) {
              std::pair("discovery:silent", "discovery"),
          }) {
         std::string all;
-        for (const auto& [name, place] : places)
-            if (parseFault(fault).hits(place))
-                all += (all.empty() ? "" : " ") + name;
+        for (const auto& [name, place, group, language] : placeRows) {
+            const bool isGroup = place == Place::anyBinary || place == Place::anyText;
+            if (!isGroup && parseFault(fault).hits(place))
+                all.append(all.empty() ? "" : " ").append(name);
+        }
         EXPECT_EQ(all, hit) << fault;
     }
-    for (const auto& [name, place] : places)
-        EXPECT_TRUE(parseFault(name + ":twice").hits(place)) << name;
 }
 
 TEST(Fault, SaysWhatIsWrongWithAText) {
     EXPECT_EQ(refusalOf("version:missing-key=SW"),
               "Fault \"version:missing-key=SW\": this reply has no key \"SW\", but --HW, --SW, --API");
-    for (const auto& [text, reason] : {
+    for (const auto& [faults, reason] : {
              std::pair("checksum", "Fault \"checksum\": write PLACE:FAULT"),
              std::pair("put:checksum", "one of configure, take, get, probe, any, version, serial, network, "
                                        "text, discovery"),
@@ -125,16 +102,13 @@ TEST(Fault, SaysWhatIsWrongWithAText) {
              std::pair("get:not-closed", "the binary protocol has no fault not-closed"),
              std::pair("version:checksum", "the text language has no fault checksum"),
              std::pair("version:wrong-address=1.2.3.4", "the text language has no fault wrong-address"),
-             std::pair("discovery:close", "discovery has no fault "),
-             std::pair("discovery:reset", "discovery has no fault "),
-             std::pair("discovery:truncate-close", "discovery has no fault "),
+             std::pair("discovery:close discovery:reset discovery:truncate-close", "discovery has no fault "),
              std::pair("version:black-picture", "write get:black-picture"),
              std::pair("take:empty-picture", "write get:empty-picture"),
              std::pair("get:checksum=1", "checksum takes no value"),
              std::pair("get:error", "write error=CODE"),
              std::pair("get:delay", "write delay=MS"),
-             std::pair("get:drip", "write drip=BYTES/MS"),
-             std::pair("get:drip=10", "write drip=BYTES/MS"),
+             std::pair("get:drip get:drip=10", "write drip=BYTES/MS"),
              std::pair("text:length", "write length=BYTES"),
              std::pair("version:missing-key", "write missing-key=KEY"),
              std::pair("discovery:empty-value=--HW", "but --Room, --IP, --NetMask"),
@@ -142,28 +116,23 @@ TEST(Fault, SaysWhatIsWrongWithAText) {
                                                   "--NetMask, --NetGateway"),
              std::pair("discovery:wrong-address=there", "\"there\" is no IPv4 address"),
              std::pair("discovery:wrong-address", "write wrong-address=ADDRESS"),
-         })
-        EXPECT_THAT(refusalOf(text), HasSubstr(reason)) << text;
-}
-
-TEST(Fault, RefusesNumbersThatAreNone) {
-    for (const auto& [faults, what] : {
              std::pair("get:error= get:error=x get:error=7x get:error=-1 get:error=4294967296",
-                       "the error code is a whole number from 0 to 4294967295"),
+                       ": the error code is a whole number from 0 to 4294967295"),
              std::pair("get:flip= get:flip=4294967296",
-                       "the number of the bit is a whole number from 0 to 4294967295"),
+                       ": the number of the bit is a whole number from 0 to 4294967295"),
              std::pair("get:truncate-close=half",
-                       "the count of bytes is a whole number from 0 to 4294967295"),
+                       ": the count of bytes is a whole number from 0 to 4294967295"),
              std::pair("text:length=0 text:length=65508 text:length=",
-                       "the count of bytes is a whole number from 1 to 65507"),
-             std::pair("get:drip=0/5", "the count of bytes is a whole number from 1 to 4294967295"),
-             std::pair("get:drip=5/", "the pause in milliseconds is a whole number from 0 to 3600000"),
-             std::pair("get:delay=3600001", "the delay in milliseconds is a whole number from 0 to 3600000"),
+                       ": the count of bytes is a whole number from 1 to 65507"),
+             std::pair("get:drip=0/5", ": the count of bytes is a whole number from 1 to 4294967295"),
+             std::pair("get:drip=5/", ": the pause in milliseconds is a whole number from 0 to 3600000"),
+             std::pair("get:delay=3600001",
+                       ": the delay in milliseconds is a whole number from 0 to 3600000"),
              std::pair("get:checksum* get:checksum*0 get:checksum*2*2",
-                       "the count behind * is a whole number from 1 to 4294967295"),
+                       ": the count behind * is a whole number from 1 to 4294967295"),
          })
         for (const std::string& text : wordsOf(faults))
-            EXPECT_EQ(refusalOf(text), "Fault \"" + text + "\": " + what);
+            EXPECT_THAT(refusalOf(text), HasSubstr(reason)) << text;
 }
 
 TEST(Fault, HelpNamesEveryFaultWithItsValue) {
@@ -176,7 +145,7 @@ TEST(Fault, HelpNamesEveryFaultWithItsValue) {
 TEST(FaultedAnswer, IsToTheByteAndTheStepWhatTheFaultSays) {
     for (const auto& [fault, answer] : {
              std::pair<const char*, std::string>("take:checksum", "01 00 00 00 0d 01 00 00 00 00 00 00 10"),
-             {"take:error=258", "01 00 00 00 11 01 01 00 00 00 04 00 00 01 02 00 1b"},
+             {"take:error=16909060", "01 00 00 00 11 01 01 00 00 00 04 01 02 03 04 00 22"},
              {"take:wrong-response", "01 00 00 00 0d 01 06 00 00 00 00 00 15"},
              {"get:wrong-response", done},
              {"take:no-argument", "01 00 00 00 08 00 00 09"},
@@ -214,6 +183,8 @@ TEST(FaultedAnswer, IsToTheByteAndTheStepWhatTheFaultSays) {
 TEST(FaultedAnswer, SpoilsAPictureAsTheFaultSays) {
     const Bytes file = writeSgi(renderScene(SceneKind::ramp, {8, 3}, 3, 15, 1));
     const Bytes black = writeSgi({{8, 3}, 3, std::vector<std::uint16_t>(3 * 8 * 3)});
+    Bytes unsummed = imageAnswer(file);
+    ++unsummed.back();
     Bytes empty = bytesOf({0x01, 0xDA, 0, 2, 0, 3, 0, 0, 0, 0, 0, 3, 0, 0, 0, 0, 0, 0, 0x40, 0});
     empty.resize(512);
     const Bytes emptyPng =
@@ -222,7 +193,7 @@ TEST(FaultedAnswer, SpoilsAPictureAsTheFaultSays) {
                  0x70, 0xFF, 0x8D, 0,   0,  0,  0,  'I', 'E', 'N', 'D', 0xAE, 0x42, 0x60, 0x82});
     for (const auto& [fault, format, answer] : {
              std::tuple("", PictureFormat::sgi, imageAnswer(file)),
-             std::tuple("get:checksum", PictureFormat::sgi, withWrongChecksum(imageAnswer(file))),
+             std::tuple("get:checksum", PictureFormat::sgi, unsummed),
              std::tuple("get:two-arguments", PictureFormat::sgi, imageAnswer(file, 2)),
              std::tuple("get:many-arguments", PictureFormat::sgi, imageAnswer(file, 255)),
              std::tuple("get:garbage-picture", PictureFormat::sgi, imageAnswer(garbage(4096))),
