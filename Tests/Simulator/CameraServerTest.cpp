@@ -35,7 +35,6 @@ namespace Simulator {
 using namespace Testing;
 using ::testing::ElementsAre;
 using ::testing::EndsWith;
-using ::testing::IsEmpty;
 using ::testing::StartsWith;
 
 namespace {

@@ -16,10 +16,7 @@
 namespace Simulator::Testing {
 
 inline Bytes bytesOf(std::initializer_list<int> values) {
-    Bytes bytes;
-    for (const int value : values)
-        bytes.push_back(static_cast<std::uint8_t>(value));
-    return bytes;
+    return {values.begin(), values.end()};
 }
 
 inline Bytes bytesOfText(std::string_view text) {
@@ -120,10 +117,6 @@ inline Bytes sentBytes(const std::vector<Action>& actions) {
             sent.insert(sent.end(), sending->bytes->begin(),
                         sending->bytes->begin() + static_cast<std::ptrdiff_t>(sending->length));
     return sent;
-}
-
-inline Bytes answerTo(Session& session, const Bytes& request) {
-    return sentBytes(reactionTo(session, request).actions);
 }
 
 /// "01 0d ff".
