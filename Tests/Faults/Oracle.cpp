@@ -344,6 +344,16 @@ Outcome search(const Camera& camera, const std::vector<Datagram>& datagrams, con
     return Client(camera, asking).run([&](Client& client) { client.search(datagrams); });
 }
 
+std::optional<std::string> addressIn(const std::string& datagram) {
+    constexpr std::size_t mostBytes = 256;
+    const std::string text = datagram.substr(0, std::min(datagram.find('\0'), mostBytes));
+    const std::vector<std::string> entries = entriesOf(text);
+    const std::string address = valueOf(entries, "--IP");
+    if (text.find("[Korva") == std::string::npos || valueOf(entries, "--Room").empty() || address.empty())
+        return std::nullopt;
+    return address;
+}
+
 Time waitFor(const Camera::Accept& accept) {
     Connection::Course course;
     Connection connection(accept(), "", course, Asking().longestRead);
