@@ -17,27 +17,12 @@ using testing::StartsWith;
 
 namespace {
 
-/// Matches a text that has a part so many times.
-Text hasTimes(int times, const std::string& part) {
-    const auto count = [part](const std::string& text) {
-        int found = 0;
-        for (std::size_t at = text.find(part); at != std::string::npos; at = text.find(part, at + 1))
-            ++found;
-        return found;
-    };
-    return testing::ResultOf("times of \"" + part + "\"", count, times);
-}
-
 /// The addresses in the list `key` of what a command prints, sorted as texts.
 Names addressesIn(const char* key, const ProcessResult& result) {
-    const json object = json::parse(result.output, nullptr, false);
+    const json object = json::parse(result.output);
     Names addresses;
-    if (!object.is_object() || !object.contains(key)) {
-        ADD_FAILURE() << "no list of " << key << ": " << testing::PrintToString(result);
-        return addresses;
-    }
-    for (const json& camera : object[key])
-        addresses.push_back(camera["address"]);
+    for (const json& camera : object.at(key))
+        addresses.push_back(camera.at("address"));
     std::sort(addresses.begin(), addresses.end());
     return addresses;
 }
@@ -118,28 +103,18 @@ TEST(LabDiscovery, TellsWhoAnswersOnEveryNetwork) {
          "defaultGateway": "10.77.2.1", "resolution": {"x": 1676, "y": 1266}, "cameraType": 6}])")));
 }
 
-TEST(LabDiscovery, PrintsATableForPeople) {
+TEST(LabDiscovery, TellsPeopleInATableOrThatNobodyAnsweredOrThatItsTimeWasTooShortForThat) {
     EXPECT_THAT(runAmong("1\n2\n", "korva discover"),
                 ended(0, AllOf(lines(4), StartsWith("ADDRESS"), EndsWith("2 cameras found.\n")), ""));
-}
-
-TEST(LabDiscovery, ToFindNoneIsNoFailure) {
-    expectFound("", "", {}, _);
     EXPECT_THAT(runAmong("", "korva discover"), ended(0, "No Korva camera answered.\n", ""));
+    EXPECT_THAT(runAmong("", "korva discover --max-time 0.5"),
+                ended(0, "No Korva camera found.\n",
+                      HasSubstr(": it listens for a second after the last answer; cameras may be")));
 }
 
 TEST(LabDiscovery, CameraOnTwoNetworksIsReportedOnce) {
-    expectFound("1,2\n", "--log info", {"10.77.1.11"}, hasTimes(2, "Message from Korva device: "));
-}
-
-TEST(LabDiscovery, CameraThatAnswersTwiceIsReportedOnce) {
-    expectFound("1 --fault discovery:twice\n", "--log info", {"10.77.1.11"},
-                hasTimes(1, " more than once, ignoring.."));
-}
-
-TEST(LabDiscovery, StrangersOnThePortAreNoCameras) {
-    expectFound("1 --fault discovery:garbage\n2 --fault discovery:other-marker\n1\n", "--log info",
-                {"10.77.1.13"}, hasTimes(2, "Got message that wasn't parsed as a Korva response: "));
+    expectFound("1,2\n", "--log info", {"10.77.1.11"},
+                testing::ContainsRegex("(Message from Korva device: (.|\n)*){2}"));
 }
 
 TEST(LabDiscovery, CameraThatIsDeadAfterItsAnswerIsSkippedWithAWarning) {
@@ -171,12 +146,6 @@ TEST(LabDiscovery, AsksWhoHasAnsweredWhileDatagramsKeepComing) {
     const json said = expectFound("1\n" + talker + "2\n", "--max-time 6", {"10.77.1.11", "10.77.2.13"},
                                   HasSubstr("korva: warning: the search was cut after 3."));
     EXPECT_THAT(said["cut"], has({": datagrams kept coming; cameras may be missing; try: "}));
-}
-
-TEST(LabDiscovery, SaysThatItsTimeWasTooShortForAnAnswer) {
-    EXPECT_THAT(runAmong("", "korva discover --max-time 0.5"),
-                ended(0, "No Korva camera found.\n",
-                      HasSubstr(": it listens for a second after the last answer; cameras may be")));
 }
 
 class LabDiscoveryOf : public testing::TestWithParam<int> {};
@@ -269,15 +238,5 @@ TEST(LabHealth, FollowsACableThatIsPulledAndPutBack) {
               AllOf(StartsWith("status 0\n10.77.1.11:32769: good, the camera answers\n"
                                "10.77.1.11:32769: 2056 connection check failed: "),
                     EndsWith("\n10.77.1.11:32769: good, the camera answers\n")),
-              _));
-}
-
-TEST(LabWire, PlugInAsksEachQueryOnce) {
-    EXPECT_THAT(
-        runScript("", "korva capture --all --output $KORVA_LAB/all; cat $KORVA_LAB/camera-1.log"),
-        ended(0,
-              AllOf(hasTimes(1, "AreThereAnyKorvaAround?"), hasTimes(1, "[Version --HW --SW --API] -> "),
-                    hasTimes(1, "[SerialNumber --Camera] -> "),
-                    hasTimes(1, "[--Settings --NetworkProtocol --NetMask --NetGateway] -> ")),
               _));
 }

@@ -224,7 +224,7 @@ TEST_F(ADevice, IsWrittenWithItsConnectionAndATimeOutThatIsNotTheDefaultAndWitho
     EXPECT_EQ(stream.str(), "   <Device>\n" + CameraInfo().toXml(5) + "   </Device>\n");
 }
 
-TEST_F(ADevice, TakesDepthAndExposureFromItsImagingInterface) {
+TEST_F(ADevice, TakesDepthAndExposureFromItsImagingInterfaceAndHasNoGain) {
     EXPECT_EQ(device->getBitDepth(), 8);
     EXPECT_EQ(device->getExposureTime(), 0);
     EXPECT_THROW(device->setExposureTime(1), DeviceException);
@@ -235,9 +235,6 @@ TEST_F(ADevice, TakesDepthAndExposureFromItsImagingInterface) {
     EXPECT_EQ(device->getBitDepth(), 12);
     EXPECT_NO_THROW(device->setBitDepth(12));
     EXPECT_THROW(device->setBitDepth(8), DeviceException);
-}
-
-TEST_F(ADevice, HasNoGain) {
     EXPECT_FALSE(device->hasGainControl());
     EXPECT_EQ(device->getGain(), 1.0);
     EXPECT_NO_THROW(device->setGain(1.0));
@@ -288,13 +285,6 @@ TEST(NetworkHealth, HasATextForEveryCode) {
                                      std::pair(2056, L"connection check failed"),
                                      std::pair(0, L"unknown status"), std::pair(-1, L"unknown status")})
         EXPECT_EQ(NetworkHealth(code).getText(), text);
-}
-
-TEST(DeviceType, KeepsItsThreeTextsApart) {
-    const FakeType type;
-    EXPECT_EQ(type.getCode(), L"FAK");
-    EXPECT_EQ(type.getVersion(), L"1.0");
-    EXPECT_EQ(type.getName(), L"Fake");
 }
 
 TEST(DeviceType, OwnsItsFactoriesAlsoIfItsConstructionFails) {

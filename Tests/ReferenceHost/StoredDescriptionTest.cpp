@@ -294,14 +294,6 @@ TEST(CameraInfo, NamesANumberThatIsNoneAndNoMoreThanItsBeginning) {
         EXPECT_NE(reasonFor("resolutionX", number), "") << number;
 }
 
-TEST(ClientFactory, MakesAnUnconnectedCommunicator) {
-    for (const int timeout : {-1, 250}) {
-        const std::unique_ptr<Communicator> made(
-            ClientFactory::createEthernetCommunicator(L"camera-\u00E4.test", 32769, timeout));
-        EXPECT_EQ(told(*made), "L\"camera-\\xE4.test\" 32769 " + std::to_string(timeout));
-    }
-}
-
 TEST(ClientFactory, BuildsACommunicatorFromItsElement) {
     for (const auto& [children, built] : {
              std::pair("<port> 65535 </port><other/>text<address>a&amp;b</address>", "L\"a&b\" 65535 -1"),
