@@ -26,7 +26,7 @@ TEST(DeveloperSettings, AreCreatedByTheirConstructionWithTheDefaultsOfTheirKinds
     EXPECT_TRUE(Boolean("set early").value());
 }
 
-TEST(DeveloperSettings, ReadTheStoreAtEveryCallAndAreTrueForTrueAndOneOnly) {
+TEST(DeveloperSettings, ReadTheStoreAtEveryCallTextsInUtf8AndTrueForTrueAndOneOnly) {
     const Boolean boolean("spelled");
     for (const auto& [text, value] :
          {std::pair("true", true), std::pair("", false), std::pair("1", true), std::pair("0", false),
@@ -35,9 +35,6 @@ TEST(DeveloperSettings, ReadTheStoreAtEveryCallAndAreTrueForTrueAndOneOnly) {
         setDeveloperSetting("spelled", text);
         EXPECT_EQ(boolean.value(), value) << text;
     }
-}
-
-TEST(DeveloperSettings, HoldTextsInUtf8) {
     setDeveloperSetting("text", "Bilder \xC3\xA4\xF0\x9F\x98\x80");
     EXPECT_EQ(String("text").value(), "Bilder \xC3\xA4\xF0\x9F\x98\x80");
     EXPECT_EQ(WString("text").value(), L"Bilder \u00E4\U0001F600");

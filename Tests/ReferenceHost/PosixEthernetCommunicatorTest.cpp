@@ -86,11 +86,6 @@ TEST_F(EthernetConnect, IsMadeAnewBelowAnOuterHoldThatKeepsIt) {
     EXPECT_EQ(read(5), "again");
 }
 
-TEST_F(EthernetConnect, IsNeededToSendAndToReceive) {
-    EXPECT_EQ(failureOfWrite(false, 0), "send failed: Not connected");
-    EXPECT_EQ(failureOfRead(), "receive failed: Not connected");
-}
-
 TEST_F(EthernetConnect, IsWhatADeviceIsAliveBy) {
     Tests::FakeCamera camera;
     EXPECT_FALSE(camera.isAlive());
@@ -223,6 +218,7 @@ TEST_F(EthernetRead, ReturnsWhatCameBeforeTheEndAndThenThrowsTheReasonAgainAndAg
         EXPECT_EQ(failureOfWrite(true), "send " + reason);
     }
     EXPECT_EQ(failureOfRead(), "receive failed: Not connected") << "forgotten with its hold";
+    EXPECT_EQ(failureOfWrite(false, 0), "send failed: Not connected");
 }
 
 TEST_F(EthernetProgress, IsReportedEvery64KiBEveryTenthOfASecondAndAtTheEnd) {
