@@ -64,15 +64,10 @@ struct Winsock : testing::Test {
     std::array<char, 300> buffer{};
 };
 
-/// What WSAGetLastError tells of a call that failed.
-int errorOf(int result) {
-    EXPECT_EQ(result, SOCKET_ERROR);
-    return WSAGetLastError();
-}
-
-/// The error of a socket() that gives none.
-int errorOfSocket(int family, int type, int protocol) {
-    EXPECT_EQ(socket(family, type, protocol), INVALID_SOCKET);
+/// What WSAGetLastError tells of a call that failed, whose result is SOCKET_ERROR or INVALID_SOCKET.
+template <typename Result>
+int errorOf(Result result) {
+    EXPECT_EQ(result, static_cast<Result>(SOCKET_ERROR));
     return WSAGetLastError();
 }
 
@@ -85,7 +80,7 @@ TEST(WinsockStartup, IsCounted) {
     EXPECT_EQ(WSACleanup(), 0);
     EXPECT_EQ(closesocket(socket(AF_INET, SOCK_DGRAM, IPPROTO_UDP)), 0);
     EXPECT_EQ(WSACleanup(), 0);
-    EXPECT_EQ(errorOfSocket(AF_INET, SOCK_DGRAM, IPPROTO_UDP), 10093);
+    EXPECT_EQ(errorOf(socket(AF_INET, SOCK_DGRAM, IPPROTO_UDP)), 10093);
     EXPECT_EQ(errorOf(WSACleanup()), 10093);
 }
 
@@ -179,9 +174,9 @@ TEST_F(Winsock, BroadcastsWhileAnOptionOfOneByteOrFourIsNotZero) {
 }
 
 TEST_F(Winsock, RefusesWhatItCannotDo) {
-    EXPECT_EQ(errorOfSocket(otherFamily, SOCK_DGRAM, IPPROTO_UDP), 10047);
-    EXPECT_EQ(errorOfSocket(AF_INET, 1, IPPROTO_UDP), 10044);
-    EXPECT_EQ(errorOfSocket(AF_INET, SOCK_DGRAM, 6), 10043);
+    EXPECT_EQ(errorOf(socket(otherFamily, SOCK_DGRAM, IPPROTO_UDP)), 10047);
+    EXPECT_EQ(errorOf(socket(AF_INET, 1, IPPROTO_UDP)), 10044);
+    EXPECT_EQ(errorOf(socket(AF_INET, SOCK_DGRAM, 6)), 10043);
 
     sockaddr_in place{};
     int tooSmall = 15;

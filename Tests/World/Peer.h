@@ -49,7 +49,6 @@ public:
     }
     Peer& answer(Bytes bytes) { return act({sending(std::move(bytes))}); }
     Peer& say(const std::string& text) { return answer(Bytes(text.begin(), text.end())); }
-    Peer& stayUnanswered() { return act({}); }
     /// When a connection is made, each time.
     Peer& greet(Actions actions) {
         greeting_ = std::move(actions);

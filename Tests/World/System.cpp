@@ -6,7 +6,9 @@
 #include "Utf.h"
 #include "World/Calls.h"
 #include "World/Clock.h"
+#include "World/Network.h"
 
+#include <algorithm>
 #include <chrono>
 #include <ctime>
 #include <optional>
@@ -18,6 +20,10 @@ using World::Calls;
 using World::System;
 
 namespace {
+
+/// Not zero: a time that was left out would pass for it.
+constexpr World::Time beginning{24h};
+World::Time present = beginning;
 
 DWORD lastError = ERROR_SUCCESS;
 
@@ -39,9 +45,36 @@ int answerFor(const char* function, std::optional<std::size_t> needed, int capac
 
 } // namespace
 
+World::Time World::now() {
+    return present;
+}
+
+World::Duration World::elapsed() {
+    return present - beginning;
+}
+
+void World::advance(Duration duration) {
+    present += duration;
+}
+
+void World::waitUntil(Time moment) {
+    present = std::max(present, moment);
+}
+
+void World::reset() {
+    present = beginning;
+    Calls::current() = {};
+    Network::current() = {};
+    System::current() = {};
+}
+
 System& System::current() {
     static System system;
     return system;
+}
+
+Platform::Clock::time_point Platform::Clock::now() noexcept {
+    return present;
 }
 
 void Sleep(DWORD milliseconds) {

@@ -1,0 +1,127 @@
+#include "Platform/Memory.h"
+#include "Platform/StandardStreams.h"
+#include "Platform/Terminal.h"
+
+#include <cerrno>
+#include <csignal>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <malloc.h>
+#include <memory>
+#include <sys/ioctl.h>
+#include <thread>
+#include <unistd.h>
+#include <vector>
+
+namespace {
+
+/// What the process has of memory that nobody uses, after two buffers of a picture's size came and went.
+std::size_t bytesKeptAfterAPicture() {
+    constexpr std::size_t pictureBytes = std::size_t{30} << 20;
+    {
+        // Looked at through a volatile, or the compiler leaves the buffers out.
+        const auto file = std::make_unique_for_overwrite<unsigned char[]>(pictureBytes);
+        const auto samples = std::make_unique_for_overwrite<unsigned char[]>(pictureBytes);
+        for (unsigned char* volatile buffer : {file.get(), samples.get()})
+            std::memset(buffer, 1, pictureBytes);
+    }
+    return mallinfo2().fordblks;
+}
+
+} // namespace
+
+TEST(Terminal, IsNoFileAndTellsItsColumnsAndEightyIfItDoesNotSay) {
+    const int keeper = posix_openpt(O_RDWR | O_NOCTTY);
+    ASSERT_TRUE(grantpt(keeper) == 0 && unlockpt(keeper) == 0);
+    std::FILE* const terminal = std::fopen(ptsname(keeper), "r+");
+    ASSERT_NE(terminal, nullptr);
+    EXPECT_TRUE(Platform::isTerminal(terminal));
+    EXPECT_EQ(Platform::terminalColumns(terminal), 80);
+    const winsize size{24, 132, 0, 0};
+    ASSERT_EQ(ioctl(keeper, TIOCSWINSZ, &size), 0);
+    EXPECT_EQ(Platform::terminalColumns(terminal), 132);
+    std::fclose(terminal);
+    close(keeper);
+
+    std::FILE* const file = std::tmpfile();
+    EXPECT_FALSE(Platform::isTerminal(file));
+    EXPECT_EQ(Platform::terminalColumns(file), 80);
+    std::fclose(file);
+}
+
+TEST(Signals, ThatEndAProcessAreLeftToOtherThreads) {
+    std::vector<int> held;
+    std::thread([&held] {
+        Platform::leaveSignalsToOthers();
+        sigset_t mask{};
+        pthread_sigmask(SIG_BLOCK, nullptr, &mask);
+        for (int signal = 1; signal < NSIG; ++signal)
+            if (sigismember(&mask, signal) == 1)
+                held.push_back(signal);
+    }).join();
+    EXPECT_EQ(held, (std::vector<int>{SIGHUP, SIGINT, SIGQUIT, SIGTERM}));
+}
+
+TEST(InterruptsDeathTest, EndTheProcessUntilTheyAreCaughtAndThenTheSecondTime) {
+    // Ends by itself with the status 0 if the interrupts are noted.
+    const auto child = [](bool areCaught, int first, int second = 0) {
+        Platform::endAtInterrupts("last words\n", 7);
+        if (areCaught)
+            Platform::catchInterrupts();
+        const bool before = Platform::interrupted();
+        std::raise(first);
+        std::raise(second);
+        std::_Exit(!before && Platform::interrupted() ? 0 : 1);
+    };
+    for (const int interrupt : {SIGINT, SIGTERM}) {
+        EXPECT_EXIT(child(false, interrupt), testing::ExitedWithCode(7), "^last words\n$") << interrupt;
+        EXPECT_EXIT(child(true, interrupt), testing::ExitedWithCode(0), "^$") << interrupt;
+        EXPECT_EXIT(child(true, SIGINT, interrupt), testing::KilledBySignal(interrupt), "^$") << interrupt;
+    }
+}
+
+TEST(StandardStreamsDeathTest, AreOpenedWhereTheyAreClosedAndTakeNothing) {
+    const auto child = [] {
+        // All, or the fourth number would be another file's.
+        for (int descriptor = STDIN_FILENO; descriptor < 256; ++descriptor)
+            close(descriptor);
+        Platform::openClosedStandardStreams();
+        const bool areTaken = open("/dev/null", O_RDWR) == STDERR_FILENO + 1;
+        char byte = 'a';
+        const bool takeNothing = read(STDIN_FILENO, &byte, 1) < 0 && write(STDOUT_FILENO, &byte, 1) < 0 &&
+                                 write(STDERR_FILENO, &byte, 1) < 0;
+        std::_Exit(areTaken && takeNothing ? 0 : 1);
+    };
+    EXPECT_EXIT(child(), testing::ExitedWithCode(0), "");
+}
+
+TEST(StandardStreamsDeathTest, StayAsTheyAreWhereTheyAreOpen) {
+    const auto child = [] {
+        close(STDIN_FILENO);
+        Platform::openClosedStandardStreams();
+        std::fputs("written", stderr);
+        std::_Exit(0);
+    };
+    EXPECT_EXIT(child(), testing::ExitedWithCode(0), "^written$");
+}
+
+TEST(BrokenPipesDeathTest, FailTheWriteAndDoNotEndTheProcess) {
+    const auto child = [] {
+        Platform::ignoreBrokenPipes();
+        int ends[2] = {-1, -1};
+        const bool isBroken = pipe(ends) == 0 && close(ends[0]) == 0;
+        std::_Exit(isBroken && write(ends[1], "a", 1) < 0 && errno == EPIPE ? 0 : 1);
+    };
+    EXPECT_EXIT(child(), testing::ExitedWithCode(0), "");
+}
+
+TEST(FreedMemory, StaysWithAProcessThatAsksForIt) {
+    // If a sanitizer has replaced the allocator, there is nothing to be seen.
+    const bool isReplaced = mallinfo2().arena == 0;
+    Platform::keepFreedMemory(std::size_t{128} << 20);
+    const std::size_t kept = bytesKeptAfterAPicture();
+    EXPECT_TRUE(isReplaced || kept >= std::size_t{60} << 20) << kept;
+}
