@@ -35,14 +35,16 @@ Bytes readFile(const std::filesystem::path& path) {
     return {std::istreambuf_iterator<char>(stream), {}};
 }
 
-Bytes SgiHeader::bytes() const {
+Bytes sgiHeader(std::uint16_t width, std::uint16_t height, std::uint16_t channels,
+                std::uint8_t bytesPerSample) {
+    constexpr std::uint16_t magic = 474, dimension = 3;
     Bytes header;
     append16(header, magic);
-    header.push_back(storage);
+    header.push_back(0); // not compressed
     header.push_back(bytesPerSample);
     for (const std::uint16_t field : {dimension, width, height, channels})
         append16(header, field);
-    header.resize(512, rest);
+    header.resize(512);
     return header;
 }
 

@@ -38,28 +38,9 @@ inline Samples uniformSamples(std::uint16_t width, std::uint16_t height, std::ui
             std::vector<std::uint16_t>(std::size_t{width} * height * channels, value)};
 }
 
-/// The fields of an SGI file's header, each as wide as the file can hold.
-struct SgiHeader {
-    std::uint16_t magic = 474;
-    std::uint8_t storage = 0;
-    std::uint8_t bytesPerSample = 2;
-    std::uint16_t dimension = 3;
-    std::uint16_t width = 1;
-    std::uint16_t height = 1;
-    std::uint16_t channels = 1;
-    unsigned char rest = 0; ///< every byte from the minimum pixel value on
-
-    /// The 512 bytes.
-    Bytes bytes() const;
-};
-
-/// The header alone.
-inline Bytes sgiHeader(std::uint16_t width, std::uint16_t height, std::uint16_t channels,
-                       std::uint8_t bytesPerSample) {
-    const SgiHeader header{
-        .bytesPerSample = bytesPerSample, .width = width, .height = height, .channels = channels};
-    return header.bytes();
-}
+/// The 512 bytes of an SGI file's header.
+Bytes sgiHeader(std::uint16_t width, std::uint16_t height, std::uint16_t channels,
+                std::uint8_t bytesPerSample);
 
 /// `samples` as an SGI file holds them: two bytes each, the high byte first.
 Bytes bigEndian(const std::vector<std::uint16_t>& samples);

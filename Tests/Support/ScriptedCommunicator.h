@@ -8,7 +8,6 @@
 #include <cstddef>
 #include <cstdint>
 #include <deque>
-#include <exception>
 #include <functional>
 #include <iterator>
 #include <optional>
@@ -69,23 +68,12 @@ public:
     ScriptedCommunicator& deliverView(std::span<const std::uint8_t> piece) { return add({.view = piece}); }
     /// One read that returns `result` and stores nothing.
     ScriptedCommunicator& answerReadWith(int result) { return add({.result = result}); }
-    /// One read that throws.
-    ScriptedCommunicator& throwOnRead(std::exception_ptr exception) {
-        return add({.exception = std::move(exception)});
-    }
     /// What follows is not read before the next write. That write drops what then stands before it.
     ScriptedCommunicator& afterNextWrite() { return add({.isNextWrite = true}); }
     /// Called at the beginning of every write, with the number of writes before it; may throw, as the write.
     ScriptedCommunicator& onWrite(std::function<void(std::size_t)> observer) {
         writeObserver_ = std::move(observer);
         return *this;
-    }
-    /// Write number `index`, from 0, throws instead of being taken; it is recorded.
-    ScriptedCommunicator& throwOnWrite(std::size_t index, const std::exception_ptr& exception) {
-        return onWrite([index, exception](std::size_t write) {
-            if (write == index)
-                std::rethrow_exception(exception);
-        });
     }
 
     // What happened.
@@ -120,15 +108,12 @@ public:
         if (script_.empty() || script_.front().isNextWrite)
             return 0;
         Step& step = script_.front();
-        const std::exception_ptr exception = step.exception;
         const std::size_t taken = std::min<std::size_t>(count, step.view.size());
         const int read = step.result.value_or(static_cast<int>(taken));
         std::copy_n(step.view.begin(), taken, static_cast<std::uint8_t*>(data));
         step.view = step.view.subspan(taken);
         if (step.view.empty())
             script_.pop_front();
-        if (exception != nullptr)
-            std::rethrow_exception(exception);
         return read;
     }
 
@@ -144,7 +129,6 @@ private:
         Bytes owned = {};
         std::span<const std::uint8_t> view = {};
         std::optional<int> result = {};
-        std::exception_ptr exception = {};
         bool isNextWrite = false;
     };
 
