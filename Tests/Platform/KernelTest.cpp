@@ -2,7 +2,6 @@
 #include "Support/LoopbackPeer.h"
 
 #include <gtest/gtest.h>
-#include <thread>
 
 using namespace std::chrono_literals;
 using TestSupport::SignalStorm;
@@ -34,13 +33,4 @@ TEST(PerformanceCounter, CountsAtItsFrequency) {
     const auto counts = static_cast<double>(after.QuadPart - before.QuadPart);
     EXPECT_GE(counts / static_cast<double>(frequency.QuadPart), 0.010);
     EXPECT_LE(counts / static_cast<double>(frequency.QuadPart), outside.count());
-}
-
-TEST(LastError, IsTheThreadsOwn) {
-    SetLastError(ERROR_INVALID_FLAGS);
-    std::thread([] {
-        EXPECT_EQ(GetLastError(), ERROR_SUCCESS);
-        SetLastError(ERROR_INSUFFICIENT_BUFFER);
-    }).join();
-    EXPECT_EQ(GetLastError(), ERROR_INVALID_FLAGS);
 }

@@ -155,16 +155,13 @@ TEST(TextToWideUnits, SubstituteEachMaximalSubpartOfMalformedTextOrRefuseIt) {
     }
 }
 
-TEST(TextToWideUnits, ReachTheBoundariesOfEverySequenceLengthAndArePairsIfTheyAreOfSixteenBits) {
+TEST(TextAndWideUnits, ReachTheBoundariesOfEverySequenceLengthAndArePairsIfTheyAreOfSixteenBits) {
     EXPECT_EQ(decodeAs<char32_t>(boundariesUtf8), boundaries);
-    EXPECT_EQ(decodeAs<char16_t>("\xF0\x9F\x98\x80\xF0\x90\x80\x80\xF4\x8F\xBF\xBF"),
-              u"\U0001F600\U00010000\U0010FFFF");
-}
-
-TEST(WideUnitsToText, ReachTheBoundariesOfEverySequenceLengthAndArePairsIfTheyAreOfSixteenBits) {
     EXPECT_EQ(encodeFrom(boundaries), boundariesUtf8);
-    EXPECT_EQ(encodeFrom(std::u16string(u"\U0001F600\U00010000\U0010FFFFz")),
-              "\xF0\x9F\x98\x80\xF0\x90\x80\x80\xF4\x8F\xBF\xBFz");
+    const std::u16string pairs = u"\U0001F600\U00010000\U0010FFFFz";
+    const std::string pairsUtf8 = "\xF0\x9F\x98\x80\xF0\x90\x80\x80\xF4\x8F\xBF\xBFz";
+    EXPECT_EQ(decodeAs<char16_t>(pairsUtf8), pairs);
+    EXPECT_EQ(encodeFrom(pairs), pairsUtf8);
 }
 
 TEST(WideUnitsToText, AreSubstitutedIfTheyAreNoCodePoints) {

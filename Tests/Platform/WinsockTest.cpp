@@ -222,7 +222,10 @@ TEST_F(Winsock, ClosesTheSocketOnceAndKeepsAnErrorForTheThreadThatHadIt) {
     EXPECT_EQ(closesocket(other), 0);
     EXPECT_EQ(TestSupport::openDescriptors(), before);
     SetLastError(0);
-    std::thread([other] { EXPECT_EQ(errorOf(closesocket(other)), 10038); }).join();
+    std::thread([other] {
+        EXPECT_EQ(WSAGetLastError(), 0);
+        EXPECT_EQ(errorOf(closesocket(other)), 10038);
+    }).join();
     EXPECT_EQ(WSAGetLastError(), 0);
 }
 
