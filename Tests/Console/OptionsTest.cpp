@@ -8,18 +8,15 @@
 
 #include "Camera/CameraSet.h"
 #include "Camera/SettingTable.h"
-#include "Platform/Text.h"
 #include "ReferenceHost/HostControl.h"
 #include "Support/TemporaryFolder.h"
 #include "Support/Thrown.h"
-#include "VantrelCommon/PlenarDiagnostics.h"
 
 #include <CLI/CLI.hpp>
 #include <gmock/gmock.h>
 
 #include <algorithm>
 #include <chrono>
-#include <filesystem>
 #include <fstream>
 #include <nlohmann/json.hpp>
 #include <sstream>
@@ -105,12 +102,6 @@ TEST(HealthCommand, TakesAnAddressOrADescription) {
     expectRefusal(addHealthOptions, {"", "10.0.0.7 --from a.xml", "--all"});
 }
 
-TEST(CommonOptions, AreAllAbsentByDefault) {
-    const CommonOptions options = parsed(addCommonOptions, "");
-    EXPECT_EQ(options.log.level + options.log.configFile + options.diagnosticsFolder, "");
-    EXPECT_TRUE(options.settings.empty());
-}
-
 TEST(CommonOptions, TakeEveryLevelInAnyCase) {
     for (const std::string level : {"off", "error", "warn", "info", "debug", "trace"})
         EXPECT_EQ(parsed(addCommonOptions, "--log " + level).log.level, level);
@@ -129,21 +120,6 @@ TEST(CommonOptions, SettingsMayBeRepeatedAndHoldEqualSignsAndReachTheHost) {
     EXPECT_EQ(options.settings, expected);
     applyToHost(options);
     EXPECT_EQ(ReferenceHost::developerSettings().at("ConsoleTest"), "1");
-}
-
-TEST(CommonOptions, HelpAndVersionEndTheParse) {
-    EXPECT_THROW(parsed(addCommonOptions, "--help"), CLI::CallForHelp);
-    EXPECT_THROW(parsed(addCommonOptions, "--version"), CLI::CallForVersion);
-}
-
-TEST(CommonOptions, DiagnosticsFolderReachesTheHostAndIsMade) {
-    const TestSupport::TemporaryFolder folder;
-    CommonOptions options;
-    options.log.level = "trace";
-    options.diagnosticsFolder = folder.file("\xC3\xA9/deep");
-    EXPECT_EQ(applyToHost(options), "");
-    EXPECT_EQ(PlenarDiagnostics::getImagesSubDirectory(), Platform::wideFromUtf8(options.diagnosticsFolder));
-    EXPECT_TRUE(std::filesystem::is_directory(options.diagnosticsFolder));
 }
 
 TEST(CommonOptions, NameNoFolderOfDumpsWhereALoggingConfigurationDecidesWhetherThereAreAny) {
@@ -269,11 +245,6 @@ TEST(SimulateOptions, SetGoesWithNoOptionOfOneCamera) {
         expectRefusal(addSimulateOptions, {"--config a.json " + optionOf(setting)});
     expectRefusal(addSimulateOptions, {"--camera 1", "--only 10.0.0.1"});
     EXPECT_EQ(parsed(addSimulateOptions, "--config a.json --for 1").configFile, "a.json");
-}
-
-TEST(SimulateOptions, FaultsAreKeptInTheirOrder) {
-    const auto camera = parsed(addSimulateOptions, "--fault get:checksum*1 --fault take:error=7").camera;
-    EXPECT_EQ(camera, ofFile(R"("address": "127.0.0.1", "faults": ["get:checksum*1", "take:error=7"])"));
 }
 
 TEST(SimulateOptions, SizeIsTwoSidesFromOneTo65535) {

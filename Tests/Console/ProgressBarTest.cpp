@@ -29,32 +29,19 @@ TEST(ProgressText, NeverFillsTheLine) {
                   columns > 0 ? columns - 1 : 0);
 }
 
-namespace {
-
-using Count = std::pair<std::size_t, std::size_t>;
-
-/// What a bar counts, received and expected, that observes these reads.
-Count countOf(const std::vector<Count>& reads) {
-    ProgressBar bar(stderr);
-    for (const auto& [received, expected] : reads)
-        bar.observe(received, expected);
-    return {bar.received(), bar.expected()};
-}
-
-} // namespace
-
-TEST(ProgressBar, AddsUpTheReadsOfOnePicture) {
-    EXPECT_EQ(countOf({{300, 1000}, {400, 1000}, {100, 600}}), Count(500, 1000));
-    EXPECT_EQ(countOf({{300, 1000}, {400, 1000}, {590, 600}, {10, 10}}), Count(1000, 1000));
-}
-
-TEST(ProgressBar, StartsAnewWithTheNextPicture) {
-    EXPECT_EQ(countOf({{1000, 1000}, {6, 6}, {200, 1000}}), Count(200, 1000));
-}
-
-TEST(ProgressBar, IgnoresHeadersAndChecksums) {
-    EXPECT_EQ(countOf({{6, 6}, {16, 16}}), Count(0, 0));
-    EXPECT_EQ(countOf({{6, 6}, {16, 16}, {17, 17}}), Count(17, 17));
+TEST(ProgressBar, AddsUpTheReadsOfOnePictureAndCountsNoHeadersAndChecksums) {
+    using Count = std::pair<std::size_t, std::size_t>; // received and expected
+    for (const auto& [reads, sum] :
+         {std::pair<std::vector<Count>, Count>{{{300, 1000}, {400, 1000}, {100, 600}}, {500, 1000}},
+          {{{300, 1000}, {400, 1000}, {590, 600}, {10, 10}}, {1000, 1000}},
+          {{{1000, 1000}, {6, 6}, {200, 1000}}, {200, 1000}}, // the next picture
+          {{{6, 6}, {16, 16}}, {0, 0}},
+          {{{6, 6}, {16, 16}, {17, 17}}, {17, 17}}}) {
+        ProgressBar bar(stderr);
+        for (const auto& [received, expected] : reads)
+            bar.observe(received, expected);
+        EXPECT_EQ(Count(bar.received(), bar.expected()), sum) << testing::PrintToString(reads);
+    }
 }
 
 TEST(ProgressBar, DrawsNothingIntoAFile) {
