@@ -3,6 +3,7 @@
 #include "ServedCamera.h"
 
 #include "Communicator/DeviceException.h"
+#include "Support/Thrown.h"
 
 #include <gmock/gmock.h>
 
@@ -42,13 +43,9 @@ TEST(HeldCapture, LastsAsLongAsTheCameraLikesUnlessTheHostLimitsIt) {
         ConnectedCamera connected(settings);
         connected.communicator.setLimits(limits);
         const bool isTaken = std::string(failure).empty();
-        std::string exception;
         const auto begin = std::chrono::steady_clock::now();
-        try {
-            EXPECT_NE(connected.capture({}, 1), nullptr);
-        } catch (const DeviceException& caught) {
-            exception = caught.what();
-        }
+        const std::string exception =
+            TestSupport::thrownBy<DeviceException>([&] { EXPECT_NE(connected.capture({}, 1), nullptr); });
         const Seconds time = std::chrono::steady_clock::now() - begin;
         std::printf("figure: capture of a picture of %.0f bytes, one every %.0f ms, %s: %.2f s\n", fileBytes,
                     betweenBytes.count() * 1000.0, name, time.count());

@@ -98,12 +98,10 @@ std::string Served::stop() {
 SimulatedCamera::SimulatedCamera(const Names& options)
     : Served(joined({"--port", "0", "--text-port", "0", "--for", "240"}, withSize(options))) {
     std::smatch said;
-    static const std::regex greeting(
-        R"(pictures of (\d+) x (\d+),[^]*on TCP 127\.0\.0\.1:(\d+)[^]*on TCP 127\.0\.0\.1:(\d+))");
+    static const std::regex greeting(R"(pictures of (\d+) x (\d+),[^]*?on TCP 127\.0\.0\.1:(\d+))");
     if (!std::regex_search(process.output(), said, greeting))
         throw std::runtime_error("korva simulate does not say what it serves: " + process.output());
     port = said[3];
-    textPort = said[4];
     place = "127.0.0.1:" + port;
     std::ofstream(description) << "<Device><CameraInfo><cameraTypeEnum>6</cameraTypeEnum><resolutionX>"
                                << said[1] << "</resolutionX><resolutionY>" << said[2]

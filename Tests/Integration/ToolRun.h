@@ -73,7 +73,6 @@ public:
     const TemporaryFolder own;
     const std::string description = own.file("camera.xml"); ///< a stored one, with the size of its pictures
     std::string port;
-    std::string textPort;
     std::string place; ///< "127.0.0.1:PORT"
 };
 

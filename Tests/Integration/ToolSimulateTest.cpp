@@ -1,6 +1,5 @@
 // `korva simulate` and `korva health` as their users see them.
 
-#include "Simulator/LoopbackClient.h"
 #include "ToolRun.h"
 
 #include <csignal>
@@ -8,7 +7,6 @@
 #include <string>
 
 using namespace Integration;
-using Simulator::Testing::LoopbackClient;
 
 TEST(ToolSimulate, SaysWhatItServesAndWhatIsAsked) {
     SimulatedCamera camera({"--model", "M615", "--firmware", "3.3.1", "--size", "50x40", "--scene", "ramp",
@@ -54,14 +52,6 @@ TEST(ToolSimulate, ServesASetOfCamerasFromAFile) {
                      "  text language on TCP 127.0.0.31:", "  fault: version:missing-key=--SW*1\n",
                      "  room Lab, serial K-7", "  text language on TCP refused\n",
                      "  discovery on UDP 127.0.0.32:", "The simulated cameras have stopped."}));
-}
-
-TEST(ToolSimulate, TellsOfTextQueriesWithTheirControlCharactersEscaped) {
-    SimulatedCamera camera;
-    const LoopbackClient client(static_cast<std::uint16_t>(std::stoi(camera.textPort)));
-    client.say("[SerialNumber \x07 --Camera]");
-    EXPECT_TRUE(camera.process.waitForOutput(
-        "(text) [SerialNumber \\x07 --Camera] -> [SerialNumber --Camera 1234]\n"));
 }
 
 TEST(ToolHealth, CameraThatDoesNotGivesCodeMeaningAndReason) {
