@@ -10,28 +10,11 @@
 #include <chrono>
 #include <cstdio>
 #include <string>
+#include <tuple>
 
 using namespace Integration;
 using namespace std::chrono_literals;
 using Seconds = std::chrono::duration<double>;
-
-namespace {
-
-struct Held {
-    const char* name;
-    TransportLimits limits;
-    const char* failure; ///< empty for a picture
-};
-
-const Held captures[] = {
-    {"without limits", {}, ""},
-    {"a hold of at most 0.3 s", {.hold = 300ms}, ": receive failed: Took too long: "},
-    {"65536 bytes/s at least over 0.3 s",
-     {.hold = 0ms, .bytesPerSecond = 65'536, .window = 300ms},
-     ": receive failed: Too slow: "},
-};
-
-} // namespace
 
 TEST(HeldCapture, LastsAsLongAsTheCameraLikesUnlessTheHostLimitsIt) {
     constexpr double fileBytes = 512 + 10 * 5 * 3 * 2;
@@ -39,10 +22,15 @@ TEST(HeldCapture, LastsAsLongAsTheCameraLikesUnlessTheHostLimitsIt) {
     Simulator::CameraSettings settings;
     settings.size = {10, 5};
     settings.faults = {Simulator::parseFault("get:drip=1/1")};
-    for (const auto& [name, limits, failure] : captures) {
+    for (const auto& [name, limits, failure] :
+         {std::tuple<const char*, TransportLimits, std::string>{"without limits", {}, ""},
+          {"a hold of at most 0.3 s", {.hold = 300ms}, ": receive failed: Took too long: "},
+          {"65536 bytes/s at least over 0.3 s",
+           {.hold = 0ms, .bytesPerSecond = 65'536, .window = 300ms},
+           ": receive failed: Too slow: "}}) {
         ConnectedCamera connected(settings);
         connected.communicator.setLimits(limits);
-        const bool isTaken = std::string(failure).empty();
+        const bool isTaken = failure.empty();
         const auto begin = std::chrono::steady_clock::now();
         const std::string exception =
             TestSupport::thrownBy<DeviceException>([&] { EXPECT_NE(connected.capture({}, 1), nullptr); });
