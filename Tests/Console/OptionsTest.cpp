@@ -83,14 +83,11 @@ TEST(CaptureOptions, AreOnePictureOfOneAndAHalfSecondsUnlessTheCommandLineSaysMo
               std::tuple("camera", 2, 3, "wall.png", true, "p.so"));
 }
 
-TEST(CaptureOptions, NameTheCameraInExactlyOneWay) {
+TEST(CaptureOptions, NameTheCameraInExactlyOneWayAndRefuseWrongUsage) {
     EXPECT_EQ(parsed(addCaptureOptions, "--from camera.xml").camera.descriptionFile, "camera.xml");
     EXPECT_TRUE(parsed(addCaptureOptions, "--all").camera.all);
     expectRefusal(addCaptureOptions, {"", "''", "a b", "a --all", "a --from camera.xml",
                                       "--all --from camera.xml", "--from ''"});
-}
-
-TEST(CaptureOptions, RefuseWrongUsage) {
     expectRefusal(addCaptureOptions, {"a --exposure 0", "a --exposure 360.1", "a --exposure", "a --count 0",
                                       "a --count 10000", "a --count 1.5", "a --port 32769", "a --unknown"});
 }
@@ -215,6 +212,11 @@ TEST(SimulateOptions, AreTheSameOnTheCommandLineAndInAFile) {
         EXPECT_EQ(camera, ofFile(address + "\"" + key + "\": " + unusualValues.at(key).dump())) << key;
         EXPECT_NE(camera, usual) << key;
     }
+}
+
+TEST(SimulateOptions, EndAfterATimeOrNever) {
+    EXPECT_EQ(parsed(addSimulateOptions, "").runTime, std::nullopt);
+    EXPECT_EQ(parsed(addSimulateOptions, "--for 1.5").runTime, 1500ms);
 }
 
 TEST(SimulateOptions, ServeTheCameraOfTheCommandLineOrTheSetOfTheFileOrPartOfIt) {
