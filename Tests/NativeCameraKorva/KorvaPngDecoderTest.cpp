@@ -1,7 +1,7 @@
 #include "Decoding.h"
 
-#include "Support/PictureFiles.h"
 #include "Support/LibpngShortage.h"
+#include "Support/PictureFiles.h"
 
 #include <sys/resource.h>
 
