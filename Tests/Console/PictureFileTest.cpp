@@ -66,7 +66,9 @@ TEST(PictureFile, ThatCannotBeOneIsRefusedBeforeTheWritingToo) {
     EXPECT_TRUE(fs::is_fifo(folder.file("pipe")));
 }
 
-TEST(PictureFile, FolderThatCannotBeMadeIsNamedInWordsThatCannotSteerATerminal) {
+TEST(PictureFile, NamesInErrorsCannotSteerATerminal) {
+    EXPECT_EQ(thrownBy<PictureFileError>([] { writeWholeFile("/missing/\x1B[2J", {}); }),
+              "cannot write /missing/\\x1b[2J: No such file or directory; try: another --output");
     EXPECT_EQ(thrownBy<PictureFileError>([] { Console::makeFolder("/dev/null/\x1B[2J"); }),
               "cannot make the folder /dev/null/\\x1b[2J: Not a directory");
 }
