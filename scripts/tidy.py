@@ -22,6 +22,11 @@ def library(entry):
     return words[words.index("-o") + 1].split(".dir/")[0]
 
 
+def is_of_the_product(entry, rooms):
+    """Tests compile some of its sources once more for themselves."""
+    return os.path.relpath(entry["file"]).split("/")[0] in rooms and not library(entry).startswith("Tests/")
+
+
 def is_read_alone(entry):
     """Sources of the platform name things alike; vector code includes itself, once per instruction set."""
     with open(entry["file"], encoding="utf-8") as file:
@@ -58,8 +63,7 @@ def main(commands, rooms):
     folder = os.path.abspath("build/tidy")
     os.makedirs(folder, exist_ok=True)
     with open(commands, encoding="utf-8") as file:
-        entries = {entry["file"]: entry for entry in json.load(file)}  # some are in two libraries
-    entries = [entry for name, entry in entries.items() if os.path.relpath(name).split("/")[0] in rooms]
+        entries = [entry for entry in json.load(file) if is_of_the_product(entry, rooms)]
     written = [
         write(unit, os.path.join(folder, f"{number}.cpp")) for number, unit in enumerate(units(entries))
     ]
