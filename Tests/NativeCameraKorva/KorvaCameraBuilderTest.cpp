@@ -132,7 +132,7 @@ TEST_F(BuilderFromTemplate, BuildsTheCameraWithTheTemplatesConnection) {
     expectCamera(build(6).get(), L"K-1", L"10.0.0.5", 40000, 250);
 }
 
-TEST_F(BuilderFromTemplate, BuildsNothingOfAnotherFamilyOrKindOrWhereTheHostThrowsABadCast) {
+TEST_F(BuilderFromTemplate, BuildsNothingOfAnotherFamilyOrKindOrIfTheHostThrowsADeviceExceptionOrABadCast) {
     world.calls.clear();
     for (const int type : {0, 5, 7})
         EXPECT_EQ(build(type), nullptr) << type;
@@ -140,6 +140,8 @@ TEST_F(BuilderFromTemplate, BuildsNothingOfAnotherFamilyOrKindOrWhereTheHostThro
     EXPECT_EQ(DevicePointer(builder.build(other)), nullptr);
     EXPECT_THAT(world.calls.of("new"), IsEmpty());
     world.calls.throwFrom("new", std::bad_cast());
+    EXPECT_EQ(build(6), nullptr);
+    world.calls.throwFrom("new", DeviceException(L"none"));
     EXPECT_EQ(build(6), nullptr);
     EXPECT_THAT(log.texts(), IsEmpty());
 }
@@ -186,21 +188,38 @@ TEST_F(BuilderFromConnection, WarnsWhereThereIsNoneOrOneOfAnotherKind) {
 
 TEST_F(BuilderFromConnection, LogsACameraThatCannotBeIdentifiedOrConnected) {
     const std::string address = "k\xC3\xB6rva.local"; // which is no ASCII
-    world.at(address, 32768);                         // it says nothing
-    const std::string reasons[] = {"Couldn't get any version info from Korva device at: " + address +
-                                       ".. ignore it",
-                                   "na\u00efve @ Client.cpp:0"};
-    for (const std::string& reason : reasons) {
+    const struct {
+        const char* call;
+        int occurrence;
+        DeviceException failure;
+        std::string reason;
+    } rows[] = {
+        {"none", 1, DeviceException(L""),
+         "Couldn't get any version info from Korva device at: " + address + ".. ignore it"},
+        {"connect", 1, DeviceException(L"na\u00efve", L"Client.cpp", 0), "na\u00efve @ Client.cpp:0"},
+        {"connect", 1, DeviceException(L"broken", L"Client.cpp", -1), "broken"},
+        {"createEthernetCommunicator", 2, DeviceException(L"no more"), "no more"},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.reason);
+        World::Peer& camera = world.at(address, 32768);
+        camera.forget();
+        if (row.occurrence == 2)
+            World::answerIdentification(camera, {});
+        world.calls.clear();
+        world.calls.throwFrom(row.call, row.failure, row.occurrence);
         EXPECT_EQ(buildFrom(L"k\u00f6rva.local"), nullptr);
         ASSERT_GE(log.lines().size(), 2u);
         const auto lines = log.lines().end() - 2;
+        EXPECT_EQ(lines[0].level, "ERROR");
         EXPECT_EQ(lines[0].message, "DeviceException while determining camera info.");
         EXPECT_EQ(lines[0].line, 46);
-        EXPECT_EQ(lines[1].message, "    " + reason);
+        EXPECT_EQ(lines[1].level, "ERROR");
+        EXPECT_EQ(lines[1].message, "    " + row.reason);
         EXPECT_EQ(lines[1].line, 47);
-        world.calls.throwFrom("connect", DeviceException(L"na\u00efve", L"Client.cpp", 0));
+        world.calls.failNoMore();
     }
-    EXPECT_THAT(log.troubles(), SizeIs(4));
+    EXPECT_THAT(log.troubles(), SizeIs(8));
     log.turnOff();
     EXPECT_EQ(buildFrom(), nullptr);
     EXPECT_EQ(build(nullptr), nullptr);

@@ -251,8 +251,10 @@ template <class Outer, class Inner>
 std::string thrownFor(const Inner& inner) {
     image_t image;
     const auto handler = Korva::makeCmdHandler<ImageCmd>([&inner](const ImageCmd&) { throw inner; });
-    return TestSupport::thrownBy<Outer>(
-        [&] { handler(std::make_shared<Capture::FillMonoImage>(image, "key"), {}); });
+    const std::shared_ptr<Cmd> command = std::make_shared<Capture::FillMonoImage>(image, "key");
+    const std::string text = TestSupport::thrownBy<Outer>([&] { handler(command, {}); });
+    EXPECT_EQ(command.use_count(), 1);
+    return text;
 }
 
 } // namespace
