@@ -344,8 +344,12 @@ TEST_F(CapturePicture, IsDumpedAsItCameWhereTraceIsEnabledAndTakenWhereItCannotB
     log.setLevel(log4cxx::Level::getTrace());
     answerAttempt({7}); // no picture at all is dumped too
     EXPECT_NE(capture(), nullptr);
+    const Bytes png = pngFile(uniformSamples(2, 2, 1, 99));
+    answerAttempt(png);
+    EXPECT_NE(capture(greyPng), nullptr);
     const std::string name = "KorvaImage Thu Jan 01 00-00-00 1970";
-    EXPECT_EQ(std::filesystem::file_size(folder.path() / (name + ".sgi")), 1u);
+    EXPECT_EQ(Support::readFile(folder.path() / (name + ".sgi")), Bytes{7});
+    EXPECT_EQ(Support::readFile(folder.path() / (name + ".png")), png);
     const Texts texts = log.texts();
     EXPECT_THAT(Texts(texts.begin() + 5, texts.begin() + 8),
                 ElementsAre(debug("Time to read image from Korva 0ms"),
@@ -358,8 +362,8 @@ TEST_F(CapturePicture, IsDumpedAsItCameWhereTraceIsEnabledAndTakenWhereItCannotB
         answerGoodAttempt();
         EXPECT_NE(capture(), nullptr);
     }
-    EXPECT_EQ(world.calls.of("fopen").size(), 2u);
-    EXPECT_THAT(folder.names(), SizeIs(1));
+    EXPECT_EQ(world.calls.of("fopen").size(), 3u);
+    EXPECT_THAT(folder.names(), SizeIs(2));
 }
 
 TEST_F(CapturePicture, IsGivenBackWhereItsReleaseThrowsTooAndTheFirstExceptionPasses) {

@@ -38,6 +38,7 @@ TEST_F(LocatorReplies, AreReadByTheirOwnBytesIntoABufferThatIsNotCleared) {
     const std::string full = "[Korva --Room " + longRoom + closing;
     ASSERT_EQ(full.size(), 256u);
     const std::string noRoom = "[Korva --IP 10.0.0.5]";
+    const std::string emptyRoom = "[Korva --IP 10.0.0.5 --Room ]";
     const std::string noEnd = "[Korva --Room Lab --IP 10.0.0.5";
     const std::string noMark = "[korva --Room Lab --IP 10.0.0.50]";
     const std::string xs(256, 'x');
@@ -55,7 +56,9 @@ TEST_F(LocatorReplies, AreReadByTheirOwnBytesIntoABufferThatIsNotCleared) {
         {"until none comes",
          {lab, "hello hello hello hello hello hello", lab},
          {labLine, other("hello hello hello hello hello hello"), labLine}},
-        {"without room, end or mark", {noRoom, noEnd, noMark}, {other(noRoom), other(noEnd), other(noMark)}},
+        {"without room, end or mark",
+         {noRoom, emptyRoom, noEnd, noMark},
+         {other(noRoom), other(emptyRoom), other(noEnd), other(noMark)}},
         {"the tail of the one before shows",
          {"a long one", "short"},
          {other("a long one"), other("shortg one")}},
@@ -78,6 +81,26 @@ TEST_F(LocatorReplies, AreReadByTheirOwnBytesIntoABufferThatIsNotCleared) {
         EXPECT_THAT(calls.of("recvfrom"), SizeIs(row.datagrams.size() + 1));
         EXPECT_EQ(own.linesOf("Last recv"), Texts{last("-1 WSAError: 10060")});
     }
+}
+
+TEST_F(LocatorReplies, EndWithAnEmptyDatagramOrAFailureWhichIsTold) {
+    SetLastError(0);
+    network.datagrams = {"", replyOf("Roof", "10.0.0.6")};
+    search();
+    beginAnew();
+    calls.fail("recvfrom", 10054);
+    search();
+    EXPECT_THAT(log.linesOf("Last"), ElementsAre(last("0 WSAError: 0"), last("-1 WSAError: 10054")));
+    EXPECT_THAT(log.linesOf("Message"), IsEmpty());
+}
+
+TEST(DiscoveryReply, TellsRoomAndAddressAlsoOfWhatIsNone) {
+    std::string room;
+    std::string address;
+    EXPECT_FALSE(KorvaCameraLocator::parseDiscoveryReply("[Korva --Room Lab]", room, address));
+    EXPECT_EQ(room + '|' + address, "Lab|");
+    EXPECT_FALSE(KorvaCameraLocator::parseDiscoveryReply("[Korva --IP 10.0.0.5]", room, address));
+    EXPECT_EQ(room + '|' + address, "|10.0.0.5");
 }
 
 // The cameras.
@@ -148,6 +171,17 @@ TEST_F(LocatorCameras, ThatCannotBeIdentifiedAreSkippedAndStaySeen) {
     EXPECT_THAT(log.troubles(), ElementsAre(error("DeviceException while determining camera info."),
                                             error("    na\u00efve @ Client.cpp:12")));
     EXPECT_THAT(log.linesOf(found + secondMac + " more"), SizeIs(1));
+}
+
+TEST_F(LocatorCameras, AreToldByTheirFailureOnlyOnceTheyAreAskedWhoTheyAre) {
+    calls.throwFrom("SendARP", DeviceException(L"unexpected"));
+    search();
+    EXPECT_EQ(log.troubles().back(), warn("Unknown exception processing Korva in room: Lab at IP: 10.0.0.5"));
+    addCamera("Lab", "10.0.0.5");
+    calls.throwFrom("createEthernetCommunicator", DeviceException(L"no more"), 2);
+    search();
+    EXPECT_EQ(log.troubles().back(), error("    no more"));
+    EXPECT_THAT(observer.found, IsEmpty());
 }
 
 TEST_F(LocatorCameras, AreFoundAndSkippedWithoutLoggingToo) {

@@ -119,7 +119,10 @@ TEST_F(LocatorQuery, TellsTheSendsErrorAndNotTheClosings) {
 
 TEST_F(LocatorQuery, ThatThrowsIsClosedAndCleanedUpOnceWhateverIsThrownAlsoWhereThatCannotBeLogged) {
     const LogText noDiscovery = error("Unknown exception when trying to discover Korva devices.");
-    for (const std::string function : {"setsockopt", "GetAdaptersInfo", "sendto", "recvfrom", "no call"}) {
+    using Place = std::pair<std::string, int>;
+    for (const auto& [function, occurrence] :
+         {Place{"setsockopt", 1}, Place{"GetAdaptersInfo", 1}, Place{"sendto", 1}, Place{"recvfrom", 1},
+          Place{"recvfrom", 2}, Place{"no call", 1}}) {
         for (const bool canBeLogged : {true, false}) {
             SCOPED_TRACE(function);
             beginAnew();
@@ -127,13 +130,13 @@ TEST_F(LocatorQuery, ThatThrowsIsClosedAndCleanedUpOnceWhateverIsThrownAlsoWhere
             PluginLog own(loggerName, "KorvaCameraLocator", log4cxx::Level::getWarn());
             Texts expected{noDiscovery};
             if (function != "no call") {
-                calls.throwFrom(function, 42); // no std::exception
-            } else {                           // it is the line of a failure that throws
+                calls.throwFrom(function, 42, occurrence); // no std::exception
+            } else {                                       // it is the line of a failure that throws
                 calls.fail("setsockopt", WSAENOPROTOOPT);
                 expected.insert(expected.begin(), warn("setsockopt failed"));
             }
-            own.onLine([&](const LogLine& line) {
-                if (!canBeLogged || line.level == "WARN")
+            own.onLine([&, isLogged = canBeLogged](const LogLine& line) {
+                if (!isLogged || line.level == "WARN")
                     throw std::runtime_error("no room for a line");
             });
             EXPECT_NO_THROW(search());

@@ -95,6 +95,12 @@ TEST_F(Identification, AsksInOrderOverOneConnectionAndFillsAndLogsTheDescription
                                          info(" Subnet: 255.255.255.0"), info("      HW: XM61")));
 }
 
+TEST_F(Identification, StoresWhateverItIsGivenForAMacAddress) {
+    answerQueries();
+    EXPECT_EQ(identify("no address").getMacAddress(), L"no address");
+    EXPECT_THAT(world.calls.of("SendARP"), IsEmpty());
+}
+
 TEST_F(Identification, AsksEveryCommunicatorInTheSameWay) {
     OtherEthernet other;
     other.say("[Version --HW XM61 --SW 3.2.15]").say("[SerialNumber]").say("[--Settings]");

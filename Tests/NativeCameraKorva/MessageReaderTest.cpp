@@ -225,6 +225,12 @@ TEST_F(MessageReader, TakesAnyOtherCountForAFailedRead) {
     }
 }
 
+TEST_F(Exchange, KeepsTheArgumentsThatCameBeforeTheTransportThrew) {
+    communicator.deliver("01 00000012 02"_hex).deliver("00 00000000"_hex).throwOnRead();
+    EXPECT_THROW(parse(), int);
+    EXPECT_THAT(args, SizeIs(1));
+}
+
 // The memory of an image.
 
 struct MessageMemory : Exchange {

@@ -213,6 +213,13 @@ TEST(ForeignPictures, DecodeToThePixelsThatAnotherProgramReads) {
     }
 }
 
+TEST(ForeignPng, HasTheTextOfItsFirstChunkAlsoPacked) {
+    for (const auto& [name, text] :
+         {std::pair("grey16-text.png", "First text"), std::pair("rgb8-packed-text.png", "First text"),
+          std::pair("grey8-international-text.png", "International text")})
+        EXPECT_EQ(decoded(decodePng, fileNamed(name)).text, text) << name;
+}
+
 TEST(ForeignPng, WhoseTransparencyAddsAChannelGivesAnEmptyImage) {
     EXPECT_EQ(pictureIn("grey2-transparent.png"), noPicture);
     EXPECT_EQ(pictureIn("palette4-transparent.png"), noPicture);

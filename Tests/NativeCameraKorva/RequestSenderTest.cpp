@@ -99,6 +99,13 @@ TEST_F(RequestSender, LogsTheMessageInLowerCaseHexadecimalBeforeItIsWrittenAndLe
     EXPECT_EQ(args[0].value, (std::array<std::uint8_t, 4>{0xFF, 0xAB, 0x10, 0x00}));
 }
 
+TEST_F(RequestSender, LeavesTheArgumentsAloneIfTheWriteThrows) {
+    communicator.onWrite([](std::size_t) { throw 42; });
+    with(ArgCode::Mode, {2});
+    EXPECT_THROW(send(), int);
+    EXPECT_EQ(args.size(), 1u);
+}
+
 // Sums of many bytes, and modulo 65536, are those of the kernel.
 TEST(Checksum, SumsAllBytesButTheLastTwo) {
     const Bytes probe = "01 0000000E 01 04 00000001 00 FFFF"_hex;
@@ -147,6 +154,12 @@ TEST(ResponseValidation, JudgesAResponseByItsFirstArgumentAndRefusesEveryOtherCo
     const LogText picture = debug("Korva Response: GETIMAGE");
     expectJudged("done", one, {{0, {}}}, Wanted::done, true, {headerLine, done});
     expectJudged("an image", one, {{6, {}}}, Wanted::image, true, {headerLine, picture});
+    expectJudged("done for an image", one, {{0, {}}}, Wanted::image, false,
+                 {headerLine, done, error("Expected GetImage response, got Done")});
+    expectJudged("an image for done", one, {{6, {}}}, Wanted::done, false,
+                 {headerLine, picture, warn("Korva returned an unexpected GetImage code: \x06")});
+    expectJudged("no argument", one, {}, Wanted::done, false,
+                 {headerLine, error("Korva returned no argument")});
     expectJudged("the largest error", one, {{1, {255, 255, 255, 255}}}, Wanted::done, false,
                  {headerLine, failed, warn("Korva returned an error code: 4294967295")});
     expectJudged("more arguments than one", two, {{0, {}}, {1, {}}}, Wanted::done, true,

@@ -68,6 +68,8 @@ public:
     ScriptedCommunicator& deliverView(std::span<const std::uint8_t> piece) { return add({.view = piece}); }
     /// One read that returns `result` and stores nothing.
     ScriptedCommunicator& answerReadWith(int result) { return add({.result = result}); }
+    /// One read that throws 42.
+    ScriptedCommunicator& throwOnRead() { return add({.isThrow = true}); }
     /// What follows is not read before the next write. That write drops what then stands before it.
     ScriptedCommunicator& afterNextWrite() { return add({.isNextWrite = true}); }
     /// Called at the beginning of every write, with the number of writes before it; may throw, as the write.
@@ -108,6 +110,8 @@ public:
         if (script_.empty() || script_.front().isNextWrite)
             return 0;
         Step& step = script_.front();
+        if (step.isThrow)
+            throw 42;
         const std::size_t taken = std::min<std::size_t>(count, step.view.size());
         const int read = step.result.value_or(static_cast<int>(taken));
         std::copy_n(step.view.begin(), taken, static_cast<std::uint8_t*>(data));
@@ -130,6 +134,7 @@ private:
         std::span<const std::uint8_t> view = {};
         std::optional<int> result = {};
         bool isNextWrite = false;
+        bool isThrow = false;
     };
 
     ScriptedCommunicator& add(Step step) {
