@@ -55,6 +55,9 @@ TEST_F(Stopwatch, DividesByTheCountersFrequencyAndKeepsTheFractionOfLongInterval
     System::current().frequency = 3;
     measure(7);
     EXPECT_EQ(watch.elapsedMs(), (2.0 + 1.0 / 3.0) * 1000.0);
+    System::current().frequency = 1;
+    measure(7);
+    EXPECT_EQ(watch.elapsedMs(), 7000.0);
     // As a single quotient of doubles the last count would be lost.
     constexpr std::int64_t beyondDoubles = std::int64_t{1} << 53;
     System::current().frequency = beyondDoubles;
