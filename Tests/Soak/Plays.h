@@ -125,7 +125,7 @@ void breakDuringACapture(SoakedCamera& camera, const char* circumstance, const B
     countAPull(camera);
     const std::chrono::microseconds delay(camera.random().below(40'000));
     const std::jthread puller([&breakIt, delay] {
-        std::this_thread::sleep_for(delay);
+        std::this_thread::sleep_for(delay); // the drawn point of the capture, in real time
         breakIt();
     });
     camera.capture(Expect::either, circumstance);

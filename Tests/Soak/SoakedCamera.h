@@ -92,7 +92,7 @@ public:
     bool answersLaterThan(std::chrono::steady_clock::time_point time) const {
         const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(10);
         while (answered_.load() == noAnswer && std::chrono::steady_clock::now() < deadline)
-            std::this_thread::sleep_for(std::chrono::milliseconds(10));
+            std::this_thread::sleep_for(std::chrono::milliseconds(10)); // its own thread notes it
         return answered_.load() > time.time_since_epoch();
     }
 
