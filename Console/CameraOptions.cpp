@@ -1,61 +1,60 @@
 #include "CameraOptions.h"
 
-#include <CLI/CLI.hpp>
-
 namespace Console {
 
 namespace {
 
-CLI::Option* addAddressTo(CLI::App& command, CameraOptions& options) {
-    return command.add_option("ADDRESS", options.address, "The camera's IPv4 address or host name")
-        ->option_text(" ")
-        ->check([](const std::string& address) {
+using CommandLine::Option;
+using CommandLine::Options;
+
+Option addAddressTo(const Options& command, CameraOptions& options) {
+    return command.add("ADDRESS", options.address, "The camera's IPv4 address or host name")
+        .placeholder(" ")
+        .check([](const std::string& address) {
             return address.empty() ? std::string("the address is empty") : std::string();
         });
 }
 
-void addDescriptionTo(CLI::App& command, CameraOptions& options) {
+void addDescriptionTo(const Options& command, CameraOptions& options) {
     command
-        .add_option("--from", options.descriptionFile,
-                    "The camera of this stored description, as `korva describe` prints it")
-        ->option_text("FILE.xml")
-        ->check([](const std::string& file) {
+        .add("--from", options.descriptionFile,
+             "The camera of this stored description, as `korva describe` prints it")
+        .placeholder("FILE.xml")
+        .check([](const std::string& file) {
             return file.empty() ? std::string("the file's name is empty") : std::string();
         });
 }
 
-CLI::App& addOneOf(CLI::App& command) {
-    CLI::App* const group = command.add_option_group("Camera", "Exactly one of these says which camera");
-    group->require_option(1);
-    return *group;
+Options addOneOf(const Options& command) {
+    return command.addOneOf("Camera", "Exactly one of these says which camera");
 }
 
 } // namespace
 
-void addPluginOption(CLI::App& command, CameraOptions& options) {
+void addPluginOption(const Options& command, CameraOptions& options) {
     command
-        .add_option("--plugin", options.pluginFile,
-                    "The plug-in to load; the one beside the tool, or in ../lib, unless given")
-        ->option_text("FILE");
+        .add("--plugin", options.pluginFile,
+             "The plug-in to load; the one beside the tool, or in ../lib, unless given")
+        .placeholder("FILE");
     addTimeLimits(command, options.limits);
 }
 
-void addAddress(CLI::App& command, CameraOptions& options) {
-    addAddressTo(command, options)->required();
+void addAddress(const Options& command, CameraOptions& options) {
+    addAddressTo(command, options).required();
 }
 
-void addAddressOrDescription(CLI::App& command, CameraOptions& options) {
-    CLI::App& group = addOneOf(command);
+void addAddressOrDescription(const Options& command, CameraOptions& options) {
+    const Options group = addOneOf(command);
     addAddressTo(group, options);
     addDescriptionTo(group, options);
 }
 
-void addAnyCameras(CLI::App& command, CameraOptions& options) {
-    CLI::App& group = addOneOf(command);
+void addAnyCameras(const Options& command, CameraOptions& options) {
+    const Options group = addOneOf(command);
     addAddressTo(group, options);
     addDescriptionTo(group, options);
-    group.add_flag("--all", options.all, "Every camera that a search of the local networks finds")
-        ->option_text(" ");
+    group.addFlag("--all", options.all, "Every camera that a search of the local networks finds")
+        .placeholder(" ");
 }
 
 } // namespace Console

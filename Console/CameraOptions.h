@@ -1,13 +1,10 @@
 #pragma once
 // Which camera a command is about, and through which plug-in it is reached.
 
+#include "CommandLine/CommandLine.h"
 #include "TimeLimits.h"
 
 #include <string>
-
-namespace CLI {
-class App;
-}
 
 namespace Console {
 
@@ -20,15 +17,15 @@ struct CameraOptions {
 };
 
 /// Adds --plugin and the limits.
-void addPluginOption(CLI::App& command, CameraOptions& options);
+void addPluginOption(const CommandLine::Options& command, CameraOptions& options);
 
 /// Adds ADDRESS, which must be given.
-void addAddress(CLI::App& command, CameraOptions& options);
+void addAddress(const CommandLine::Options& command, CameraOptions& options);
 
 /// Adds ADDRESS and --from, one of which must be given.
-void addAddressOrDescription(CLI::App& command, CameraOptions& options);
+void addAddressOrDescription(const CommandLine::Options& command, CameraOptions& options);
 
 /// Adds ADDRESS, --from and --all, one of which must be given.
-void addAnyCameras(CLI::App& command, CameraOptions& options);
+void addAnyCameras(const CommandLine::Options& command, CameraOptions& options);
 
 } // namespace Console

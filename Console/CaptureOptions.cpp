@@ -1,7 +1,5 @@
 #include "CaptureOptions.h"
 
-#include <CLI/CLI.hpp>
-
 #include <algorithm>
 #include <charconv>
 #include <cmath>
@@ -45,37 +43,37 @@ std::optional<int> exposureUnitsFromSeconds(std::string_view text) {
     return rounded;
 }
 
-void addCaptureOptions(CLI::App& command, CaptureOptions& options) {
+void addCaptureOptions(const CommandLine::Options& command, CaptureOptions& options) {
     addAnyCameras(command, options.camera);
     command
-        .add_option_function<std::string>(
+        .addUse<std::string>(
             "--exposure",
             [&options](const std::string& text) {
                 const auto units = exposureUnitsFromSeconds(text);
                 if (!units)
-                    throw CLI::ValidationError("--exposure",
-                                               "\"" + text + "\" is not 0.1 to 360 seconds in steps of 0.1");
+                    throw CommandLine::WrongUsage("\"" + text +
+                                                  "\" is not 0.1 to 360 seconds in steps of 0.1");
                 options.exposureUnits = *units;
             },
             "Exposure time, 0.1 to 360 in steps of 0.1; 1.5 unless given")
-        ->option_text("SECONDS");
+        .placeholder("SECONDS");
     command
-        .add_option("--count", options.count,
-                    "Take so many pictures of each camera, numbered name-1.png, name-2.png ...")
-        ->option_text("N")
-        ->check(CLI::Range(1, mostPictures));
+        .add("--count", options.count,
+             "Take so many pictures of each camera, numbered name-1.png, name-2.png ...")
+        .placeholder("N")
+        .range(1, mostPictures);
     command
-        .add_option("--output", options.output,
-                    "The grey 8-bit PNG file to write, replacing an older one; korva-ADDRESS.png unless "
-                    "given. With --all "
-                    "the folder for these files, made if it is missing; the current one unless given")
-        ->option_text("FILE.png|DIR");
+        .add("--output", options.output,
+             "The grey 8-bit PNG file to write, replacing an older one; korva-ADDRESS.png unless "
+             "given. With --all "
+             "the folder for these files, made if it is missing; the current one unless given")
+        .placeholder("FILE.png|DIR");
     command
-        .add_option("--contact-sheet", options.contactSheet,
-                    "Write a PNG file too that shows the pictures side by side, small, the first 100 of them")
-        ->option_text("FILE.png");
-    command.add_flag("--json", options.json, "Print one JSON object on standard output instead of words")
-        ->option_text(" ");
+        .add("--contact-sheet", options.contactSheet,
+             "Write a PNG file too that shows the pictures side by side, small, the first 100 of them")
+        .placeholder("FILE.png");
+    command.addFlag("--json", options.json, "Print one JSON object on standard output instead of words")
+        .placeholder(" ");
     addPluginOption(command, options.camera);
     command.footer("Exit status: 0 done; 1 the camera, the network or the disk failed, or Ctrl-C; 2 wrong "
                    "usage.");

@@ -2,14 +2,11 @@
 // What the command line of `korva capture` says.
 
 #include "CameraOptions.h"
+#include "CommandLine/CommandLine.h"
 
 #include <optional>
 #include <string>
 #include <string_view>
-
-namespace CLI {
-class App;
-}
 
 namespace Console {
 
@@ -23,7 +20,7 @@ struct CaptureOptions {
 };
 
 /// Adds the options of `korva capture` to its command; `options` must outlive the parse.
-void addCaptureOptions(CLI::App& command, CaptureOptions& options);
+void addCaptureOptions(const CommandLine::Options& command, CaptureOptions& options);
 
 /// Seconds as text ("1.5") in the camera's units of 100 ms. Nothing if the text is no decimal number, is
 /// below 0.1 or above 360, or lies between two steps.

@@ -6,8 +6,6 @@
 #include "ReferenceHost/HostControl.h"
 #include "VantrelCommon/PlenarDiagnostics.h"
 
-#include <CLI/CLI.hpp>
-
 #include <filesystem>
 #include <stdexcept>
 #include <system_error>
@@ -21,7 +19,7 @@ constexpr const char* group = "Common options";
 std::pair<std::string, std::string> splitSetting(const std::string& text) {
     const std::size_t equals = text.find('=');
     if (equals == 0 || equals == std::string::npos)
-        throw CLI::ValidationError("--setting", "\"" + text + "\" is not of the form NAME=VALUE");
+        throw CommandLine::WrongUsage("\"" + text + "\" is not of the form NAME=VALUE");
     return {text.substr(0, equals), text.substr(equals + 1)};
 }
 
@@ -47,38 +45,32 @@ std::string whereDumpsGo() {
 
 } // namespace
 
-void addCommonOptions(CLI::App& app, CommonOptions& options) {
-    app.set_help_flag("-h,--help", "Print this help and exit")->group(group);
-    app.set_version_flag("--version", std::string("korva ") + KORVA_VERSION, "Print the version and exit")
-        ->group(group);
-    app.add_option(
-           "--log", options.log.level,
-           "Show the plug-in's log lines of this level and above on standard error; off unless given. "
-           "At trace, fetched picture files are dumped into the diagnostics folder too")
-        ->option_text("off|error|warn|info|debug|trace")
-        ->transform(CLI::IsMember({"off", "error", "warn", "info", "debug", "trace"}, CLI::ignore_case))
-        ->group(group);
-    app.add_option(
-           "--log-config", options.log.configFile,
-           "Set logging up from this log4cxx configuration file (properties, or XML if it ends in .xml)")
-        ->option_text("FILE")
-        ->check(CLI::ExistingFile)
-        ->group(group);
-    app.add_option("--diagnostics", options.diagnosticsFolder,
-                   "Folder for dumped picture files, made if it is missing; by default korva-diagnostics, "
-                   "closed to other users, in $XDG_STATE_HOME or ~/.local/state")
-        ->option_text("DIR")
-        ->group(group);
-    app.add_option_function<std::vector<std::string>>(
+void addCommonOptions(const CommandLine::Options& app, CommonOptions& options) {
+    app.addHelp("-h,--help", "Print this help and exit").group(group);
+    app.addVersion("--version", std::string("korva ") + KORVA_VERSION, "Print the version and exit")
+        .group(group);
+    app.add("--log", options.log.level,
+            "Show the plug-in's log lines of this level and above on standard error; off unless given. "
+            "At trace, fetched picture files are dumped into the diagnostics folder too")
+        .placeholder("off|error|warn|info|debug|trace")
+        .anyCaseOf({"off", "error", "warn", "info", "debug", "trace"})
+        .group(group);
+    app.add("--log-config", options.log.configFile,
+            "Set logging up from this log4cxx configuration file (properties, or XML if it ends in .xml)")
+        .placeholder("FILE")
+        .existingFile()
+        .group(group);
+    app.add("--diagnostics", options.diagnosticsFolder,
+            "Folder for dumped picture files, made if it is missing; by default korva-diagnostics, "
+            "closed to other users, in $XDG_STATE_HOME or ~/.local/state")
+        .placeholder("DIR")
+        .group(group);
+    app.addEach(
            "--setting",
-           [&options](const std::vector<std::string>& texts) {
-               for (const std::string& text : texts)
-                   options.settings.push_back(splitSetting(text));
-           },
+           [&options](const std::string& text) { options.settings.push_back(splitSetting(text)); },
            "Set a developer setting of the host; may be repeated")
-        ->option_text("NAME=VALUE")
-        ->allow_extra_args(false)
-        ->group(group);
+        .placeholder("NAME=VALUE")
+        .group(group);
 }
 
 std::string applyToHost(const CommonOptions& options) {

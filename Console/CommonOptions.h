@@ -1,15 +1,12 @@
 #pragma once
 // The options that every command of the tool has.
 
+#include "CommandLine/CommandLine.h"
 #include "ToolLog.h"
 
 #include <string>
 #include <utility>
 #include <vector>
-
-namespace CLI {
-class App;
-}
 
 namespace Console {
 
@@ -21,7 +18,7 @@ struct CommonOptions {
 
 /// Adds --log, --log-config, --diagnostics, --setting, --help and --version to `app`, which fill `options`;
 /// it must outlive the parse.
-void addCommonOptions(CLI::App& app, CommonOptions& options);
+void addCommonOptions(const CommandLine::Options& app, CommonOptions& options);
 
 /// Hands the options on to the host: its developer settings and its diagnostics folder. The one that was
 /// named is made where it is missing; the host's own is made ready where pictures will be dumped, as far as

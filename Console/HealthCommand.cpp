@@ -12,8 +12,6 @@
 #include "Platform/Terminal.h"
 #include "Platform/Text.h"
 
-#include <CLI/CLI.hpp>
-
 namespace Console {
 
 namespace {
@@ -61,12 +59,12 @@ private:
 
 } // namespace
 
-void addHealthOptions(CLI::App& command, HealthOptions& options) {
+void addHealthOptions(const CommandLine::Options& command, HealthOptions& options) {
     addAddressOrDescription(command, options.camera);
     command
-        .add_flag("--watch", options.watch,
-                  "Ask again each second until Ctrl-C, and print a line whenever something has changed")
-        ->option_text(" ");
+        .addFlag("--watch", options.watch,
+                 "Ask again each second until Ctrl-C, and print a line whenever something has changed")
+        .placeholder(" ");
     addPluginOption(command, options.camera);
     command.footer(
         "ADDRESS identifies the camera first, which a camera that has failed may not answer; --from "

@@ -18,7 +18,7 @@ struct HealthOptions {
 };
 
 /// Adds the options of `korva health`; `options` must outlive the parse.
-void addHealthOptions(CLI::App& command, HealthOptions& options);
+void addHealthOptions(const CommandLine::Options& command, HealthOptions& options);
 
 /// Probes the camera's connection once, or each second until Ctrl-C, and says on standard output what it
 /// found, of repeated probes what is new. ExitStatus::failed where the last probe has failed. Never throws.

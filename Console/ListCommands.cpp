@@ -8,8 +8,6 @@
 
 #include "Platform/StandardError.h"
 
-#include <CLI/CLI.hpp>
-
 #include <cstdio>
 
 namespace Console {
@@ -19,11 +17,11 @@ namespace {
 constexpr auto exitStatusHelp =
     "Exit status: 0 done; 1 the plug-in, the camera or the network failed, or Ctrl-C; 2 wrong usage.";
 
-void addJson(CLI::App& command, IdentityOptions& options, const std::string& help) {
-    command.add_flag("--json", options.json, help)->option_text(" ");
+void addJson(const CommandLine::Options& command, IdentityOptions& options, const std::string& help) {
+    command.addFlag("--json", options.json, help).placeholder(" ");
 }
 
-void addEnd(CLI::App& command, IdentityOptions& options) {
+void addEnd(const CommandLine::Options& command, IdentityOptions& options) {
     addPluginOption(command, options.camera);
     command.footer(exitStatusHelp);
 }
@@ -45,19 +43,19 @@ std::string summary(std::size_t count, bool isCut) {
 
 } // namespace
 
-void addDiscoverOptions(CLI::App& command, IdentityOptions& options) {
+void addDiscoverOptions(const CommandLine::Options& command, IdentityOptions& options) {
     addJson(command, options,
             "Print one JSON object on standard output; the line for each camera goes to standard error then");
     addEnd(command, options);
 }
 
-void addIdentifyOptions(CLI::App& command, IdentityOptions& options) {
+void addIdentifyOptions(const CommandLine::Options& command, IdentityOptions& options) {
     addAddress(command, options.camera);
     addJson(command, options, "Print one JSON object on standard output instead of words");
     addEnd(command, options);
 }
 
-void addDescribeOptions(CLI::App& command, IdentityOptions& options) {
+void addDescribeOptions(const CommandLine::Options& command, IdentityOptions& options) {
     addAddress(command, options.camera);
     addEnd(command, options);
 }

@@ -13,9 +13,9 @@ struct IdentityOptions {
 };
 
 /// Adds the options of each command; `options` must outlive the parse.
-void addDiscoverOptions(CLI::App& command, IdentityOptions& options);
-void addIdentifyOptions(CLI::App& command, IdentityOptions& options);
-void addDescribeOptions(CLI::App& command, IdentityOptions& options);
+void addDiscoverOptions(const CommandLine::Options& command, IdentityOptions& options);
+void addIdentifyOptions(const CommandLine::Options& command, IdentityOptions& options);
+void addDescribeOptions(const CommandLine::Options& command, IdentityOptions& options);
 
 /// Searches the local networks. A line for each camera as it is found on standard output, where options.json
 /// on standard error and then one JSON object on standard output. To find none is no failure, and to find

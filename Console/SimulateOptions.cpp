@@ -4,9 +4,8 @@
 #include "Camera/Ipv4.h"
 #include "Camera/SettingTable.h"
 
-#include <CLI/CLI.hpp>
-
 #include <cmath>
+#include <functional>
 #include <stdexcept>
 #include <string>
 #include <utility>
@@ -17,14 +16,18 @@ namespace Console {
 
 namespace {
 
+using CommandLine::Option;
+using CommandLine::Options;
+using CommandLine::WrongUsage;
+
 constexpr double longestRunSeconds = 1e6;
 
 /// What a text must be, in the words of the command line.
-void addCheck(CLI::Option& option, Simulator::TextKind kind) {
+void addCheck(Option option, Simulator::TextKind kind) {
     if (kind == Simulator::TextKind::servedAddress)
-        option.check(CLI::ValidIPV4);
+        option.ipv4();
     if (kind == Simulator::TextKind::protocol)
-        option.check(CLI::IsMember({"static", "DHCP"}));
+        option.oneOf({"static", "DHCP"});
     if (kind == Simulator::TextKind::address)
         option.check([](const std::string& given) {
             return Simulator::ipv4FromText(given) ? std::string() : "\"" + given + "\" is no IPv4 address";
@@ -33,81 +36,73 @@ void addCheck(CLI::Option& option, Simulator::TextKind kind) {
 
 /// Adds the option of a setting, as each kind of value stands on a command line.
 struct OptionMaker {
-    CLI::App& command;
+    const Options& command;
     Simulator::CameraEntry& camera;
     const Simulator::Setting& setting;
 
-    CLI::Option* operator()(Simulator::Apply<const std::string&> apply) const {
+    Option operator()(Simulator::Apply<const std::string&> apply) const {
         if (setting.kind == Simulator::TextKind::repeated)
-            return optionOf<std::vector<std::string>>([apply](auto& entry, const auto& texts) {
-                       for (const std::string& text : texts)
-                           apply(entry, text);
-                   })
-                ->allow_extra_args(false);
-        CLI::Option* const option = optionOf<std::string>(apply);
-        addCheck(*option, setting.kind);
+            return command.addEach(setting.option(), applied<std::string>(apply), setting.help);
+        const Option option = command.addUse(setting.option(), applied<std::string>(apply), setting.help);
+        addCheck(option, setting.kind);
         return option;
     }
 
-    CLI::Option* operator()(Simulator::Apply<bool> apply) const {
-        return command.add_flag_callback(
+    Option operator()(Simulator::Apply<bool> apply) const {
+        return command.addFlag(
             setting.option(), [apply, &entry = camera] { apply(entry, true); }, setting.help);
     }
 
     template <typename Number>
-    CLI::Option* operator()(Simulator::Apply<Number> apply) const {
-        return optionOf<Number>(apply);
+    Option operator()(Simulator::Apply<Number> apply) const {
+        return command.addUse(setting.option(), applied<Number>(apply), setting.help);
     }
 
 private:
     /// The simulator's complaint about a value becomes the option's.
-    template <typename Value, typename Use>
-    CLI::Option* optionOf(Use apply) const {
-        return command.add_option_function<Value>(
-            setting.option(),
-            [apply, name = setting.option(), &entry = camera](const Value& value) {
-                try {
-                    apply(entry, value);
-                } catch (const std::invalid_argument& error) {
-                    throw CLI::ValidationError(name, error.what());
-                }
-            },
-            setting.help);
+    template <typename Value, typename Apply>
+    std::function<void(const Value&)> applied(Apply apply) const {
+        return [apply, &entry = camera](const Value& value) {
+            try {
+                apply(entry, value);
+            } catch (const std::invalid_argument& error) {
+                throw WrongUsage(error.what());
+            }
+        };
     }
 };
 
-void addRunOptions(CLI::App& command, SimulateOptions& options) {
+void addRunOptions(const Options& command, SimulateOptions& options) {
     command
-        .add_option_function<double>(
+        .addUse<double>(
             "--for",
             [&options](const double& seconds) {
                 const bool possible =
                     seconds >= 0.0 && seconds <= longestRunSeconds; // not a number is neither
                 if (!possible)
-                    throw CLI::ValidationError("--for", "the time is 0 to 1000000 seconds");
+                    throw WrongUsage("the time is 0 to 1000000 seconds");
                 options.runTime = std::chrono::milliseconds(std::llround(seconds * 1000.0));
             },
             "End after so many seconds; without it, Ctrl-C does")
-        ->option_text("SECONDS");
+        .placeholder("SECONDS");
 }
 
-void addConfigOptions(CLI::App& command, SimulateOptions& options,
-                      const std::vector<CLI::Option*>& ofOneCamera) {
-    CLI::Option* const config =
+void addConfigOptions(const Options& command, SimulateOptions& options,
+                      const std::vector<Option>& ofOneCamera) {
+    const Option config =
         command
-            .add_option(
-                "--config", options.configFile,
-                "JSON file of a set of cameras, all served at once, see below; not with the options above")
-            ->option_text("FILE");
-    for (CLI::Option* const option : ofOneCamera)
-        config->excludes(option);
-    command.add_option("--camera", options.onlyNumber, "Of the set, only the camera of this number, from 1")
-        ->option_text("N")
-        ->needs(config);
-    command.add_option("--only", options.onlyAddress, "Of the set, only the camera at this address")
-        ->option_text("ADDRESS")
-        ->needs(config)
-        ->check(CLI::ValidIPV4);
+            .add("--config", options.configFile,
+                 "JSON file of a set of cameras, all served at once, see below; not with the options above")
+            .placeholder("FILE");
+    for (const Option option : ofOneCamera)
+        config.excludes(option);
+    command.add("--camera", options.onlyNumber, "Of the set, only the camera of this number, from 1")
+        .placeholder("N")
+        .needs(config);
+    command.add("--only", options.onlyAddress, "Of the set, only the camera at this address")
+        .placeholder("ADDRESS")
+        .needs(config)
+        .ipv4();
 }
 
 } // namespace
@@ -129,11 +124,11 @@ std::vector<Simulator::CameraEntry> camerasToServe(const SimulateOptions& option
     return cameras;
 }
 
-void addSimulateOptions(CLI::App& command, SimulateOptions& options) {
-    std::vector<CLI::Option*> ofOneCamera;
+void addSimulateOptions(const Options& command, SimulateOptions& options) {
+    std::vector<Option> ofOneCamera;
     for (const Simulator::Setting& setting : Simulator::settingTable()) {
         ofOneCamera.push_back(std::visit(OptionMaker{command, options.camera, setting}, setting.apply));
-        ofOneCamera.back()->option_text(std::string(setting.placeholder));
+        ofOneCamera.back().placeholder(std::string(setting.placeholder));
     }
     addConfigOptions(command, options, ofOneCamera);
     addRunOptions(command, options);

@@ -2,15 +2,12 @@
 // What the command line of `korva simulate` says.
 
 #include "Camera/CameraSettings.h"
+#include "CommandLine/CommandLine.h"
 
 #include <chrono>
 #include <optional>
 #include <string>
 #include <vector>
-
-namespace CLI {
-class App;
-}
 
 namespace Console {
 
@@ -29,6 +26,6 @@ struct SimulateOptions {
 std::vector<Simulator::CameraEntry> camerasToServe(const SimulateOptions& options);
 
 /// Adds the options of `korva simulate` to its command; `options` must outlive the parse.
-void addSimulateOptions(CLI::App& command, SimulateOptions& options);
+void addSimulateOptions(const CommandLine::Options& command, SimulateOptions& options);
 
 } // namespace Console

@@ -1,15 +1,12 @@
 #pragma once
 // How long the tool lets a camera keep it waiting.
 
+#include "CommandLine/CommandLine.h"
 #include "Communicator/TransportLimits.h"
 
 #include <chrono>
 #include <cstddef>
 #include <optional>
-
-namespace CLI {
-class App;
-}
 
 namespace Console {
 
@@ -42,6 +39,6 @@ struct TimeLimits {
 };
 
 /// Adds --max-time, --min-speed and --speed-time; `limits` must outlive the parse.
-void addTimeLimits(CLI::App& command, TimeLimits& limits);
+void addTimeLimits(const CommandLine::Options& command, TimeLimits& limits);
 
 } // namespace Console

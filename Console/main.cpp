@@ -2,6 +2,7 @@
 
 #include "CaptureCommand.h"
 #include "CaptureOptions.h"
+#include "CommandLine/CommandLine.h"
 #include "CommandRun.h"
 #include "CommonOptions.h"
 #include "ExitStatus.h"
@@ -14,40 +15,22 @@
 #include "Platform/Memory.h"
 #include "Platform/StandardStreams.h"
 
-#include <CLI/CLI.hpp>
-
-#include <algorithm>
 #include <clocale>
 #include <cstdio>
 #include <cstdlib>
 #include <functional>
-#include <sstream>
+#include <map>
 #include <string>
-#include <vector>
 
 namespace {
 
 using Console::ExitStatus;
 
-/// An argument that is echoed may be of any bytes.
-std::string complaint(const CLI::App* app, const CLI::Error& error) {
-    const CLI::Error shown(error.get_name(), Console::printable(error.what()), error.get_exit_code());
-    return CLI::FailureMessage::simple(app, shown);
-}
-
-/// Says what is wrong with the command line, or gives the help that was asked for. Of a word that is no
-/// command the library by itself says only that a command is missing.
-ExitStatus answerTo(const CLI::App& app, const CLI::ParseError& error) {
-    const std::vector<std::string> unknown = app.remaining();
-    const bool missesCommand = error.get_exit_code() == static_cast<int>(CLI::ExitCodes::RequiredError);
-    const bool missesOnlyThat = missesCommand && app.get_subcommands().empty() && !unknown.empty();
-    std::ostringstream help;
-    std::ostringstream wrong;
-    const int code = missesOnlyThat ? app.exit(CLI::ExtrasError(app.get_name(), unknown), help, wrong)
-                                    : app.exit(error, help, wrong);
-    if (code == 0)
-        return Console::print(help.str());
-    std::fputs(wrong.str().c_str(), stderr);
+/// Prints the help that was asked for, or what is wrong with the command line, which may be of any bytes.
+ExitStatus answerWith(const CommandLine::CommandLine::Reply& reply) {
+    if (reply.complaint.empty())
+        return Console::print(reply.help);
+    std::fprintf(stderr, "%s\n%s\n", Console::printable(reply.complaint).c_str(), reply.hint.c_str());
     return ExitStatus::wrongUsage;
 }
 
@@ -64,25 +47,17 @@ void useUtf8Locale() {
 /// A picture passes through some 80 MB of buffers; the next one uses the same pages.
 constexpr std::size_t keptBytes = std::size_t{128} << 20;
 
-/// One command of the tool, with its options.
-struct Command {
-    CLI::App* app;
-    std::function<ExitStatus()> run;
-};
-
 ExitStatus run(int argc, char** argv) {
-    CLI::App app("Finds Korva network cameras and takes pictures with them.", "korva");
-    app.require_subcommand(1);
-    app.failure_message(complaint);
+    const CommandLine::CommandLine line("Finds Korva network cameras and takes pictures with them.", "korva");
     Console::CommonOptions common;
-    addCommonOptions(app, common);
-    std::vector<Command> commands;
+    addCommonOptions(line.options(), common);
+    std::map<std::string, std::function<ExitStatus()>> commands;
     const auto add = [&](const char* name, const char* help, const auto& addOptions, auto& options,
                          const auto& runIt) {
-        CLI::App* const command = app.add_subcommand(name, help);
-        addOptions(*command, options);
-        addCommonOptions(*command, common);
-        commands.push_back({command, [&] { return runIt(options, common); }});
+        const CommandLine::Options command = line.addCommand(name, help);
+        addOptions(command, options);
+        addCommonOptions(command, common);
+        commands[name] = [&] { return runIt(options, common); };
     };
     Console::IdentityOptions discover;
     Console::IdentityOptions identify;
@@ -99,14 +74,9 @@ ExitStatus run(int argc, char** argv) {
     add("health", "Ask a camera whether it answers", Console::addHealthOptions, health, Console::runHealth);
     add("simulate", "Play a camera on the network", Console::addSimulateOptions, simulate,
         Console::runSimulate);
-    try {
-        app.parse(argc, argv);
-    } catch (const CLI::ParseError& error) {
-        return answerTo(app, error);
-    }
-    const auto chosen = std::find_if(commands.begin(), commands.end(),
-                                     [](const Command& command) { return command.app->parsed(); });
-    return chosen->run();
+    if (const auto reply = line.read(argc, argv))
+        return answerWith(*reply);
+    return commands.at(line.command())();
 }
 
 } // namespace

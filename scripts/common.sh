@@ -47,7 +47,7 @@ Ask an administrator to run: apt-get install ${missing[*]}"
     fail "apt-get install failed for: ${missing[*]}"
 }
 
-# build_preset NAME [TARGET...]: configures where that has not been done, and builds what changed.
+# build_preset NAME [TARGET...]: configures where that has not been done, and builds what changed; by $polite, if set.
 build_preset() {
   local preset=$1 log="build/$1-configure.log"
   shift
@@ -56,5 +56,5 @@ build_preset() {
     cat "$log" >&2
     fail "configuring the preset $preset failed"
   fi
-  cmake --build --preset "$preset" -j "$jobs" ${*:+--target "$@"}
+  ${polite-} cmake --build --preset "$preset" -j "$jobs" ${*:+--target "$@"}
 }

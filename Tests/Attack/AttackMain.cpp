@@ -8,8 +8,6 @@
 #include "ReferenceHost/PluginLibrary.h"
 #include "Support/LogCapture.h"
 
-#include <CLI/CLI.hpp>
-
 #include <deque>
 #include <exception>
 #include <thread>
@@ -142,9 +140,9 @@ private:
 } // namespace
 
 int main(int argc, char** argv) {
-    CLI::App app("Attacks the plug-in.");
+    const CommandLine::CommandLine line("Attacks the plug-in.");
     Soak::Options options{.name = "attack, " KORVA_BUILT_WITH};
-    std::uint64_t round = 0;
-    app.add_option("--round", round, "which is the first, 0 unless given");
-    return Soak::runProgram(app, options, argc, argv, [&] { return Run(options, round).lasts(options); });
+    std::size_t round = 0;
+    line.options().add("--round", round, "which is the first, 0 unless given");
+    return Soak::runProgram(line, options, argc, argv, [&] { return Run(options, round).lasts(options); });
 }

@@ -12,10 +12,8 @@
 #include "Support/TemporaryFolder.h"
 #include "Support/Thrown.h"
 
-#include <CLI/CLI.hpp>
 #include <gmock/gmock.h>
 
-#include <algorithm>
 #include <chrono>
 #include <fstream>
 #include <nlohmann/json.hpp>
@@ -31,26 +29,25 @@ namespace {
 
 using Lines = std::vector<std::string>;
 
-/// What `add` makes of the words of a line, '' for an empty word. Throws CLI::ParseError.
+/// What `add` makes of the words of a line, '' for an empty word. Throws WrongUsage.
 template <typename Options>
-Options parsed(void (*add)(CLI::App&, Options&), const std::string& line) {
+Options parsed(void (*add)(const CommandLine::Options&, Options&), const std::string& line) {
     Lines words;
     std::istringstream stream(line);
     for (std::string word; stream >> word;)
         words.push_back(word == "''" ? "" : word);
-    std::reverse(words.begin(), words.end());
-    CLI::App app;
+    const CommandLine::CommandLine command("");
     Options options;
-    add(app, options);
-    app.parse(words);
+    add(command.options(), options);
+    command.read(words);
     return options;
 }
 
 /// Each of these lines is refused.
 template <typename Options>
-void expectRefusal(void (*add)(CLI::App&, Options&), const Lines& lines) {
+void expectRefusal(void (*add)(const CommandLine::Options&, Options&), const Lines& lines) {
     for (const std::string& line : lines)
-        EXPECT_THROW(parsed(add, line), CLI::ParseError) << line;
+        EXPECT_THROW(parsed(add, line), CommandLine::WrongUsage) << line;
 }
 
 } // namespace
@@ -260,15 +257,17 @@ TEST(SimulateOptions, RefuseWrongUsageInTheWordsOfTheCommandLine) {
          {std::pair{"--announce here", "--announce: \"here\" is no IPv4 address"},
           {"--protocol dhcp", "--protocol: dhcp not in {static,DHCP}"},
           {"--port 65536", "Could not convert: --port = 65536"}})
-        EXPECT_EQ(thrownBy<CLI::ParseError>([&] { parsed(addSimulateOptions, line); }), complaint);
+        EXPECT_EQ(thrownBy<CommandLine::WrongUsage>([&] { parsed(addSimulateOptions, line); }), complaint);
 }
 
 TEST(SimulateOptions, HelpNamesTheModelsAndSaysWhereThePicturesOfASetLie) {
-    CLI::App app;
+    const CommandLine::CommandLine command("");
     SimulateOptions options;
-    addSimulateOptions(app, options);
-    EXPECT_THAT(app.help(), ::testing::HasSubstr("The camera's model: M61 (unless given), M615, M62 or any"
-                                                 " text"));
-    EXPECT_THAT(app.help(), ::testing::HasSubstr("The picture of a scene file:PATH lies beside the "
-                                                 "configuration or below it, and its path starts there."));
+    addSimulateOptions(command.options(), options);
+    EXPECT_THAT(command.help(),
+                ::testing::HasSubstr("The camera's model: M61 (unless given), M615, M62 or any"
+                                     " text"));
+    EXPECT_THAT(command.help(),
+                ::testing::HasSubstr("The picture of a scene file:PATH lies beside the "
+                                     "configuration or below it, and its path starts there."));
 }

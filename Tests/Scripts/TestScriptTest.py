@@ -13,6 +13,8 @@ SCRIPTS = os.path.abspath(sys.argv.pop())
 PROGRAMS = {
     "dpkg-query": "echo install ok installed",
     "cmake": 'echo "cmake $*" >>asked',
+    "git": "echo a.cpp",
+    "clang-format": "",
     "ctest": """echo "ctest $*" >>asked
 while [ $# -gt 0 ]; do [ "$1" != --output-junit ] || cp result.xml "$2"; shift; done
 echo '1/1 Test #1: A ...***Skipped'
@@ -20,6 +22,7 @@ echo '100% tests passed, 0 tests failed out of 1'
 echo 'closing line'
 exit $(cat status)""",
 }
+STEPS = {"scripts/check-install": "echo installed", "scripts/tidy.py": "print('tidy said')"}
 SKIPPED = '<testsuite><testcase name="A" status="notrun"><skipped/><system-out>no luck</system-out></testcase></testsuite>'
 
 
@@ -71,6 +74,36 @@ class Script(unittest.TestCase):
     def test_fails_with_ctest(self):
         self.write("status", "8")
         self.assertEqual(self.run_script("--quick")[0], 8)
+
+    def run_whole(self, **steps):
+        self.write("a.cpp", "")
+        self.write(".clang-tidy", "")
+        for name, text in {**STEPS, **steps}.items():
+            self.write(name, f"#!/bin/sh\n{text}\n" if name.endswith("install") else text)
+        return self.run_script()
+
+    def test_runs_everything_and_ends_with_the_closing_lines(self):
+        status, said, errors = self.run_whole()
+        self.assertEqual((status, errors), (0, ""))
+        for line in ("every file is formatted", "asan: 100% tests passed", "tsan: 100% tests passed", "installed", "tidy said"):
+            self.assertEqual(said.count(line), 1, line)
+        self.assertTrue(said.endswith("tests left out: 0\n\n100% tests passed, 0 tests failed out of 1\nclosing line\n"), said)
+        tests = [line.split()[2] for line in self.asked() if line.startswith("ctest")]
+        self.assertEqual(tests, ["asan", "tsan", "dev"])
+
+    def test_fails_with_each_of_its_steps(self):
+        for step in ({"scripts/check-install": "exit 1"}, {"scripts/tidy.py": "print('tidy said'); exit(1)"}):
+            with self.subTest(step):
+                status, said, _ = self.run_whole(**step)
+                self.assertEqual(status, 1)
+                self.assertFalse(said.endswith("closing line\n"), said)
+
+    def test_fails_with_the_sanitizers_tests_and_says_what_they_said(self):
+        self.write("status", "8")
+        status, said, errors = self.run_whole()
+        self.assertEqual(status, 1)
+        self.assertIn("tests of the preset asan failed", said + errors)
+        self.assertNotIn("Tests\n", said)
 
     def test_of_a_room_builds_and_runs_no_more(self):
         for room, folder in (("Console", "Tests/Console"), ("Fuzz", "Fuzz")):

@@ -3,8 +3,6 @@
 #include "Support/NetworkNamespace.h"
 #include "Verdict.h"
 
-#include <CLI/CLI.hpp>
-
 #include <clocale>
 #include <cstddef>
 #include <cstdio>
@@ -69,16 +67,19 @@ bool playRounds(const Options& options, Tally& tally, const std::function<void(S
     return passes;
 }
 
-int runProgram(CLI::App& app, Options& options, int argc, char** argv, const std::function<bool()>& run) {
-    app.add_option("--minutes", options.minutes, "how long, 1 unless given; 0.5 will do")
-        ->check(CLI::PositiveNumber);
-    app.add_option("--seed", options.seed, "what happens is drawn from it, 1 unless given");
-    app.footer("Exit status: 0 nothing found, 1 something, 2 wrong usage.");
+int runProgram(const CommandLine::CommandLine& line, Options& options, int argc, char** argv,
+               const std::function<bool()>& run) {
+    line.options()
+        .add("--minutes", options.minutes, "how long, 1 unless given; 0.5 will do")
+        .range(0.001, 1e6);
+    line.options().addUse<std::uint64_t>(
+        "--seed", [&options](const std::uint64_t& seed) { options.seed = seed; },
+        "what happens is drawn from it, 1 unless given");
+    line.options().footer("Exit status: 0 nothing found, 1 something, 2 wrong usage.");
     const std::vector<char*> arguments(argv, argv + argc);
-    try {
-        app.parse(argc, argv);
-    } catch (const CLI::ParseError& failure) {
-        return app.exit(failure) == 0 ? 0 : 2;
+    if (const auto reply = line.read(argc, argv)) {
+        std::printf("%s%s\n", reply->help.c_str(), reply->complaint.c_str());
+        return reply->complaint.empty() ? 0 : 2;
     }
     options.ownNetworks = TestSupport::hasPrivateNetworks();
     if (!options.ownNetworks && TestSupport::privateNetworksAllowed())

@@ -2,6 +2,8 @@
 // What the soak and the attack share as programs: options, rounds until their time is over, figures and
 // verdict.
 
+#include "CommandLine/CommandLine.h"
+
 #include <chrono>
 #include <cstdint>
 #include <cstdio>
@@ -9,10 +11,6 @@
 #include <map>
 #include <mutex>
 #include <string>
-
-namespace CLI {
-class App;
-}
 
 namespace Soak {
 
@@ -53,8 +51,9 @@ struct Options {
 bool playRounds(const Options& options, Tally& tally,
                 const std::function<void(std::chrono::duration<double> left)>& round);
 
-/// main(): reads `options`, beside those that `app` has, and runs in private networks where the system allows
-/// that. Returns the exit status: 0 where `run` returns true, 1 where it does not, 2 for wrong usage.
-int runProgram(CLI::App& app, Options& options, int argc, char** argv, const std::function<bool()>& run);
+/// main(): reads `options`, beside those that `line` has, and runs in private networks where the system
+/// allows that. Returns the exit status: 0 where `run` returns true, 1 where it does not, 2 for wrong usage.
+int runProgram(const CommandLine::CommandLine& line, Options& options, int argc, char** argv,
+               const std::function<bool()>& run);
 
 } // namespace Soak

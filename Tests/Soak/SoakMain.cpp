@@ -7,8 +7,6 @@
 #include "ReferenceHost/PluginLibrary.h"
 #include "Support/LogCapture.h"
 
-#include <CLI/CLI.hpp>
-
 #include <algorithm>
 #include <atomic>
 #include <chrono>
@@ -232,9 +230,9 @@ private:
 } // namespace
 
 int main(int argc, char** argv) {
-    CLI::App app("Plays captures, faults, broken connections, searches and rebuilds.");
+    const CommandLine::CommandLine line("Plays captures, faults, broken connections, searches and rebuilds.");
     Options options{.name = "soak", .judgeMemory = !sanitized};
     std::string plugin = KORVA_PLUGIN;
-    app.add_option("--plugin", plugin, "another than the built one");
-    return runProgram(app, options, argc, argv, [&] { return Run(options, plugin).toItsEnd(options); });
+    line.options().add("--plugin", plugin, "another than the built one");
+    return runProgram(line, options, argc, argv, [&] { return Run(options, plugin).toItsEnd(options); });
 }

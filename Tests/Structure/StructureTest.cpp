@@ -26,7 +26,7 @@ const std::map<std::string, std::string> roomOfInclude = {
     {"DeveloperDLL", "HostFramework"},  {"ImagingLibrary", "HostFramework"},
     {"VantrelCommon", "HostFramework"}, {"Platform", "Platform"},
     {"ReferenceHost", "ReferenceHost"}, {"Camera", "Simulator/Camera"},
-    {"Network", "Simulator/Network"},
+    {"Network", "Simulator/Network"},   {"CommandLine", "Console"},
 };
 
 /// The plug-in's rooms, whose headers are all included as "NativeCameraKorva/...".
