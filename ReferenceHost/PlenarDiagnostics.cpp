@@ -5,8 +5,14 @@
 #include "ReferenceHost/HostControl.h"
 
 #include <mutex>
+#include <utility>
 
 namespace {
+
+std::function<std::wstring()>& folderSource() {
+    static std::function<std::wstring()> instance;
+    return instance;
+}
 
 struct NamedFolder {
     std::mutex mutex;
@@ -27,6 +33,8 @@ std::wstring nameOfFolder() {
 } // namespace
 
 std::wstring PlenarDiagnostics::getImagesSubDirectory() {
+    if (folderSource())
+        return folderSource()();
     if (std::wstring named = nameOfFolder(); !named.empty())
         return named;
     const ReferenceHost::OwnImagesFolder own = ReferenceHost::makeOwnImagesFolder();
@@ -37,6 +45,10 @@ void ReferenceHost::setImagesSubDirectory(const std::wstring& name) {
     NamedFolder& folder = namedFolder();
     const std::scoped_lock lock(folder.mutex);
     folder.name = name;
+}
+
+void ReferenceHost::setImagesFolderSource(std::function<std::wstring()> source) {
+    folderSource() = std::move(source);
 }
 
 ReferenceHost::OwnImagesFolder ReferenceHost::makeOwnImagesFolder() {

@@ -51,6 +51,7 @@ struct PosixEthernetCommunicator::State {
     std::chrono::milliseconds connectTimeout;
     TcpSocket socket{};
     ProgressObserver observer{};
+    ReadObserver readObserver{};
     std::string brokenBecause{}; ///< why the connection was closed by itself; else empty
     std::optional<TransportLimits> ownLimits{};
     std::shared_ptr<const Clock::time_point>
@@ -127,6 +128,10 @@ void PosixEthernetCommunicator::setProgressObserver(ProgressObserver observer) {
     state_->observer = std::move(observer);
 }
 
+void PosixEthernetCommunicator::setReadObserver(ReadObserver observer) {
+    state_->readObserver = std::move(observer);
+}
+
 void PosixEthernetCommunicator::setLimits(const TransportLimits& limits) {
     state_->ownLimits = limits;
 }
@@ -195,6 +200,8 @@ int PosixEthernetCommunicator::readBytes(void* data, unsigned int count, int /*r
     const std::size_t received = state_->receive(static_cast<unsigned char*>(data), wanted, deadline);
     if (state_->observer)
         state_->observer(received, wanted);
+    if (state_->readObserver)
+        state_->readObserver(static_cast<const unsigned char*>(data), received);
     return static_cast<int>(received);
 }
 

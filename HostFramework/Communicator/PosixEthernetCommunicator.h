@@ -15,6 +15,9 @@ public:
     /// Called while a read is going on: the bytes received so far and the bytes asked for, of this read.
     using ProgressObserver = std::function<void(std::size_t received, std::size_t expected)>;
 
+    /// Gets what a read has received, before its caller does; valid during the call.
+    using ReadObserver = std::function<void(const unsigned char* data, std::size_t count)>;
+
     /// How long a connect may take if `connectTimeoutMs` is -1.
     static constexpr int defaultConnectTimeoutMs = 5000;
 
@@ -45,6 +48,10 @@ public:
     /// 64 KiB, every 100 ms while nothing comes, and at the end of a read. What it throws ends the read and
     /// reaches the caller. It must not set the observer.
     void setProgressObserver(ProgressObserver observer);
+
+    /// Sets or, with an empty function, removes who is told the bytes of each read that ends without an
+    /// exception. It runs on the reading thread; what it throws reaches the caller.
+    void setReadObserver(ReadObserver observer);
 
     /// This communicator's own limits, from its next connect on, in place of those that the host has set for
     /// all (ReferenceHost/OperationLimits.h). Whatever they are, an end that the host has set to what the

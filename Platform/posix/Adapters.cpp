@@ -1,4 +1,4 @@
-#include "Adapters.h"
+#include "Platform/NetworkView.h"
 
 #include <algorithm>
 #include <ifaddrs.h>
@@ -14,6 +14,10 @@ namespace {
 
 using Platform::Adapter;
 
+/// It carries data, as far as the driver knows (IFF_LOWER_UP, which <net/if.h> has not) and as the system has
+/// found out, which may be up to a second later.
+constexpr unsigned linkFlags = IFF_RUNNING | 1u << 16;
+
 /// The adapter that an entry belongs to, added if it is not yet there.
 Adapter& adapterOf(std::vector<Adapter>& adapters, const ifaddrs& entry) {
     // An address may bear a label, "eth0:1", instead of its adapter's bare name.
@@ -27,6 +31,7 @@ Adapter& adapterOf(std::vector<Adapter>& adapters, const ifaddrs& entry) {
     added.name = name;
     added.index = if_nametoindex(added.name.c_str());
     added.isUp = (entry.ifa_flags & IFF_UP) != 0;
+    added.hasLink = !added.isUp || (entry.ifa_flags & linkFlags) == linkFlags;
     added.isLoopback = (entry.ifa_flags & IFF_LOOPBACK) != 0;
     return added;
 }

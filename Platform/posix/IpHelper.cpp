@@ -1,6 +1,6 @@
 #include "Platform/IpHelper.h"
 
-#include "Adapters.h"
+#include "Platform/NetworkView.h"
 #include "Rtnetlink.h"
 
 #include <algorithm>
@@ -18,6 +18,7 @@ using namespace std::chrono_literals;
 using Clock = std::chrono::steady_clock;
 using Platform::Adapter;
 using Platform::Rtnetlink;
+using Platform::Way;
 
 /// How long a neighbour may take to answer: the system asks three times, a second apart.
 constexpr auto resolutionTime = 3s;
@@ -173,16 +174,16 @@ DWORD SendARP(IPAddr destination, IPAddr source, void* mac, ULONG* macBytes) {
     Rtnetlink kernel;
     if (!adapters || !kernel.isOpen())
         return ERROR_GEN_FAILURE;
-    const bool isOwnSource = source == 0 || kernel.routeTo(source, 0).way == Rtnetlink::Way::own;
+    const bool isOwnSource = source == 0 || kernel.routeTo(source, 0).way == Way::own;
     if (!isOwnSource)
         return ERROR_NOT_FOUND;
     if (destination == 0)
         return ERROR_BAD_NET_NAME; // the system would take it for its own loopback
 
-    const Rtnetlink::Route route = kernel.routeTo(destination, source);
-    if (route.way == Rtnetlink::Way::own)
+    const Platform::Route route = kernel.routeTo(destination, source);
+    if (route.way == Way::own)
         return answerWith(ownHardwareAddress(*adapters, destination), mac, macBytes);
-    if (route.way == Rtnetlink::Way::none)
+    if (route.way != Way::direct)
         return ERROR_BAD_NET_NAME;
     const auto found = resolve(kernel, route.adapterIndex, destination, source);
     return found.empty() ? ERROR_BAD_NET_NAME : answerWith(found, mac, macBytes);

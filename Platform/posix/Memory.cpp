@@ -13,6 +13,9 @@ void Platform::keepFreedMemory(std::size_t bytes) noexcept {
     constexpr int largestHeapBlock = 32 << 20;
     constexpr auto most = static_cast<std::size_t>(std::numeric_limits<int>::max());
     mallopt(M_MMAP_THRESHOLD, largestHeapBlock);
+    // Else each thread has a heap of its own, and each of these keeps as much.
+    constexpr int heaps = 2;
+    mallopt(M_ARENA_MAX, heaps);
     mallopt(M_TRIM_THRESHOLD, static_cast<int>(std::min(bytes, most)));
 #else
     static_cast<void>(bytes);

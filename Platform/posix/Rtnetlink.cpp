@@ -1,13 +1,17 @@
 #include "Rtnetlink.h"
 
+#include <algorithm>
 #include <cstring>
 #include <linux/rtnetlink.h>
 #include <netinet/in.h>
 #include <sys/socket.h>
 #include <sys/time.h>
 #include <unistd.h>
+#include <utility>
 
 namespace {
+
+using State = Platform::NeighbourEntry::State;
 
 /// The states in which an entry's hardware address is good, as the system itself uses it.
 constexpr unsigned knownStates = NUD_PERMANENT | NUD_REACHABLE | NUD_STALE | NUD_DELAY | NUD_PROBE;
@@ -19,6 +23,18 @@ const rtattr* findAttribute(const rtattr* first, std::size_t bytes, unsigned typ
             return each;
     }
     return nullptr;
+}
+
+bool isPending(const ndmsg& entry) {
+    return entry.ndm_state == NUD_NONE || (entry.ndm_state & NUD_INCOMPLETE) != 0;
+}
+
+State stateOf(const ndmsg& entry) {
+    if ((entry.ndm_state & NUD_REACHABLE) != 0)
+        return State::confirmed;
+    if ((entry.ndm_state & knownStates) != 0)
+        return State::known;
+    return isPending(entry) ? State::asking : State::failed;
 }
 
 } // namespace
@@ -47,17 +63,22 @@ struct Platform::Rtnetlink::Request {
     }
 };
 
-/// The kernel's message in return.
+/// The kernel's message in return, or of a list the one of several that is being looked at.
 struct Platform::Rtnetlink::Answer {
-    alignas(NLMSG_ALIGNTO) char bytes[4096]{};
+    alignas(NLMSG_ALIGNTO) char bytes[32768]{}; // the most that the kernel puts together of a list
     std::size_t size = 0;
+    std::size_t at = 0; ///< not beyond `size`
 
-    const nlmsghdr& header() const { return *reinterpret_cast<const nlmsghdr*>(bytes); }
+    const nlmsghdr& header() const { return *reinterpret_cast<const nlmsghdr*>(bytes + at); }
 
     bool isComplete() const {
-        return size >= sizeof(nlmsghdr) && header().nlmsg_len >= sizeof(nlmsghdr) &&
-               header().nlmsg_len <= size;
+        const std::size_t left = size - at;
+        return left >= sizeof(nlmsghdr) && header().nlmsg_len >= sizeof(nlmsghdr) &&
+               header().nlmsg_len <= left;
     }
+
+    /// On to the next message, which may not be there.
+    void skip() { at = std::min<std::size_t>(size, at + NLMSG_ALIGN(header().nlmsg_len)); }
 
     /// The message's body; null if it is of another type or too short.
     template <class Body>
@@ -73,6 +94,25 @@ struct Platform::Rtnetlink::Answer {
             reinterpret_cast<const rtattr*>(reinterpret_cast<const char*>(body) + NLMSG_ALIGN(sizeof(Body)));
         return findAttribute(first, NLMSG_PAYLOAD(&header(), sizeof(Body)), type);
     }
+
+    /// The number in that attribute; 0 if there is none.
+    template <class Body>
+    std::uint32_t number(const Body* body, unsigned type) const {
+        const rtattr* const found = attribute(body, type);
+        std::uint32_t value = 0;
+        if (found != nullptr && RTA_PAYLOAD(found) >= sizeof value)
+            std::memcpy(&value, RTA_DATA(found), sizeof value);
+        return value;
+    }
+
+    /// The hardware address in that attribute; empty if there is none.
+    std::vector<unsigned char> hardwareAddress(const ndmsg* entry) const {
+        const rtattr* const link = attribute(entry, NDA_LLADDR);
+        if (link == nullptr)
+            return {};
+        const auto* first = static_cast<const unsigned char*>(RTA_DATA(link));
+        return {first, first + RTA_PAYLOAD(link)};
+    }
 };
 
 Platform::Rtnetlink::Rtnetlink() : descriptor_(socket(AF_NETLINK, SOCK_RAW | SOCK_CLOEXEC, NETLINK_ROUTE)) {
@@ -87,6 +127,13 @@ Platform::Rtnetlink::~Rtnetlink() {
         close(descriptor_);
 }
 
+bool Platform::Rtnetlink::receive(Answer& answer) {
+    const ssize_t received = recv(descriptor_, answer.bytes, sizeof answer.bytes, 0);
+    answer.size = received > 0 ? static_cast<std::size_t>(received) : 0;
+    answer.at = 0;
+    return answer.isComplete();
+}
+
 /// Sends the request and receives its answer. False if there is none; an error is an answer.
 bool Platform::Rtnetlink::ask(Request& request, Answer& answer) {
     request.header().nlmsg_seq = ++sequence_;
@@ -94,9 +141,7 @@ bool Platform::Rtnetlink::ask(Request& request, Answer& answer) {
         return false;
     // A late answer to an earlier question may come first, but not more than each had one.
     for (std::uint32_t at = 0; at < sequence_; ++at) {
-        const ssize_t received = recv(descriptor_, answer.bytes, sizeof answer.bytes, 0);
-        answer.size = received > 0 ? static_cast<std::size_t>(received) : 0;
-        if (!answer.isComplete())
+        if (!receive(answer))
             return false;
         if (answer.header().nlmsg_seq == sequence_)
             return true;
@@ -104,7 +149,20 @@ bool Platform::Rtnetlink::ask(Request& request, Answer& answer) {
     return false;
 }
 
-Platform::Rtnetlink::Route Platform::Rtnetlink::routeTo(std::uint32_t destination, std::uint32_t source) {
+bool Platform::Rtnetlink::list(Request& request, const std::function<void(const Answer&)>& take) {
+    request.header().nlmsg_flags |= NLM_F_DUMP;
+    Answer answer;
+    for (bool isThere = ask(request, answer); isThere; isThere = receive(answer))
+        for (; answer.isComplete(); answer.skip()) {
+            const auto type = answer.header().nlmsg_type;
+            if (type == NLMSG_DONE || type == NLMSG_ERROR)
+                return type == NLMSG_DONE;
+            take(answer);
+        }
+    return false;
+}
+
+Platform::Route Platform::Rtnetlink::routeTo(std::uint32_t destination, std::uint32_t source) {
     Request request;
     auto& question = request.begin<rtmsg>(RTM_GETROUTE);
     question.rtm_family = AF_INET;
@@ -120,16 +178,35 @@ Platform::Rtnetlink::Route Platform::Rtnetlink::routeTo(std::uint32_t destinatio
     if (route == nullptr)
         return {};
     if (route->rtm_type == RTN_LOCAL)
-        return {Way::own, 0};
-    const rtattr* const adapter = answer.attribute(route, RTA_OIF);
-    const bool isDirect = route->rtm_type == RTN_UNICAST && adapter != nullptr &&
-                          answer.attribute(route, RTA_GATEWAY) == nullptr &&
-                          answer.attribute(route, RTA_VIA) == nullptr;
-    if (!isDirect || RTA_PAYLOAD(adapter) < sizeof(unsigned))
+        return {.way = Way::own};
+    Route found{.adapterIndex = answer.number(route, RTA_OIF), .gateway = answer.number(route, RTA_GATEWAY)};
+    if (route->rtm_type != RTN_UNICAST || found.adapterIndex == 0)
         return {};
-    Route found{Way::neighbour, 0};
-    std::memcpy(&found.adapterIndex, RTA_DATA(adapter), sizeof found.adapterIndex);
+    const bool isDirect = answer.attribute(route, RTA_GATEWAY) == nullptr &&
+                          answer.attribute(route, RTA_VIA) == nullptr; // IPv6's
+    found.way = isDirect ? Way::direct : Way::router;
     return found;
+}
+
+Platform::Route Platform::Rtnetlink::defaultRoute() {
+    Request request;
+    request.begin<rtmsg>(RTM_GETROUTE).rtm_family = AF_INET;
+    Route preferred;
+    std::uint32_t least = 0; // the smaller the number, the more a route is preferred
+    list(request, [&](const Answer& answer) {
+        const rtmsg* const route = answer.body<rtmsg>(RTM_NEWROUTE);
+        const bool isDefault = route != nullptr && route->rtm_dst_len == 0 &&
+                               route->rtm_table == RT_TABLE_MAIN && route->rtm_type == RTN_UNICAST;
+        const std::uint32_t gateway = isDefault ? answer.number(route, RTA_GATEWAY) : 0;
+        if (gateway == 0)
+            return;
+        const std::uint32_t priority = answer.number(route, RTA_PRIORITY);
+        if (preferred.way == Way::router && priority >= least)
+            return;
+        preferred = {Way::router, answer.number(route, RTA_OIF), gateway};
+        least = priority;
+    });
+    return preferred;
 }
 
 std::optional<Platform::Rtnetlink::Neighbour> Platform::Rtnetlink::neighbour(unsigned adapterIndex,
@@ -145,11 +222,27 @@ std::optional<Platform::Rtnetlink::Neighbour> Platform::Rtnetlink::neighbour(uns
     if (entry == nullptr)
         return std::nullopt;
     Neighbour found;
-    found.isPending = entry->ndm_state == NUD_NONE || (entry->ndm_state & NUD_INCOMPLETE) != 0;
-    const rtattr* const link = answer.attribute(entry, NDA_LLADDR);
-    if ((entry->ndm_state & knownStates) != 0 && link != nullptr) {
-        const auto* bytes = static_cast<const unsigned char*>(RTA_DATA(link));
-        found.hardwareAddress.assign(bytes, bytes + RTA_PAYLOAD(link));
-    }
+    found.isPending = isPending(*entry);
+    if ((entry->ndm_state & knownStates) != 0)
+        found.hardwareAddress = answer.hardwareAddress(entry);
     return found;
+}
+
+std::optional<std::vector<Platform::NeighbourEntry>> Platform::Rtnetlink::neighbours(std::size_t most) {
+    Request request;
+    request.begin<ndmsg>(RTM_GETNEIGH).ndm_family = AF_INET;
+    std::vector<NeighbourEntry> found;
+    const bool isComplete = list(request, [&](const Answer& answer) {
+        const ndmsg* const entry = answer.body<ndmsg>(RTM_NEWNEIGH);
+        // Without ARP are groups and broadcasts, which the kernel makes up.
+        if (entry == nullptr || (entry->ndm_state & NUD_NOARP) != 0 || found.size() == most)
+            return;
+        NeighbourEntry& added = found.emplace_back();
+        added.adapterIndex = static_cast<unsigned>(entry->ndm_ifindex);
+        added.address = answer.number(entry, NDA_DST);
+        added.state = stateOf(*entry);
+        if ((entry->ndm_state & knownStates) != 0)
+            added.hardwareAddress = answer.hardwareAddress(entry);
+    });
+    return isComplete ? std::optional(std::move(found)) : std::nullopt;
 }

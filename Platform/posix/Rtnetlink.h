@@ -1,7 +1,11 @@
 #pragma once
-// Two questions to the kernel: which way an IPv4 address lies, and what its neighbour table knows of it.
+// Questions to the kernel: which way an IPv4 address lies, and what its neighbour table and its routes hold.
 
+#include "Platform/NetworkView.h"
+
+#include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <optional>
 #include <vector>
 
@@ -10,18 +14,6 @@ namespace Platform {
 /// The kernel's routing socket, used by one thread at a time. No question waits longer than a second.
 class Rtnetlink {
 public:
-    /// How an address is reached.
-    enum class Way {
-        own,       ///< it is this machine's
-        neighbour, ///< directly, over an adapter
-        none       ///< not at all, through a router, or by broadcast
-    };
-
-    struct Route {
-        Way way = Way::none;
-        unsigned adapterIndex = 0; ///< for a neighbour
-    };
-
     /// What the neighbour table holds of an address.
     struct Neighbour {
         /// The system is asking, or has not yet; it has failed if neither this nor an address is there.
@@ -43,11 +35,21 @@ public:
     /// The entry of an adapter's neighbour `address`; nothing if there is none.
     std::optional<Neighbour> neighbour(unsigned adapterIndex, std::uint32_t address);
 
+    /// All of them, at most `most`, without groups and broadcasts; nothing if the kernel does not tell.
+    std::optional<std::vector<NeighbourEntry>> neighbours(std::size_t most);
+
+    /// The preferred default route that has a router; `none` if there is none or the kernel does not tell.
+    Route defaultRoute();
+
 private:
     struct Request;
     struct Answer;
 
+    /// Receives one message; false if none comes.
+    bool receive(Answer& answer);
     bool ask(Request& request, Answer& answer);
+    /// Hands each message of a list to `take`. False if the list is not complete.
+    bool list(Request& request, const std::function<void(const Answer&)>& take);
 
     int descriptor_;
     std::uint32_t sequence_ = 0;

@@ -1,11 +1,10 @@
 #include "Platform/TcpSocket.h"
 
 #include "Resolver.h"
+#include "SystemText.h"
 
 #include <algorithm>
-#include <array>
 #include <cerrno>
-#include <cstring>
 #include <netinet/in.h>
 #include <netinet/tcp.h>
 #include <poll.h>
@@ -17,11 +16,6 @@ using std::chrono::milliseconds;
 namespace Platform {
 
 namespace {
-
-std::string textOf(int error) {
-    std::array<char, 256> buffer{};
-    return strerror_r(error, buffer.data(), buffer.size());
-}
 
 SocketResult failedWith(int error, std::size_t bytes = 0) {
     return {SocketStatus::failed, bytes, textOf(error)};

@@ -253,3 +253,17 @@ TEST_F(EthernetProgress, EndsTheReadByWhatTheObserverThrowsUntilItIsRemoved) {
     client.setProgressObserver({});
     EXPECT_EQ(read(3), "def") << "the connection goes on";
 }
+
+TEST_F(EthernetProgress, TellsTheBytesOfEachReadUntilTheObserverIsRemoved) {
+    std::string heard;
+    client.setReadObserver([&heard](const unsigned char* data, std::size_t count) {
+        heard.append(reinterpret_cast<const char*>(data), count).append("|");
+    });
+    peer.greet({text("abcdef")});
+    const Connector hold(client);
+    read(1);
+    read(3);
+    client.setReadObserver({});
+    read(2);
+    EXPECT_EQ(heard, "a|bcd|");
+}

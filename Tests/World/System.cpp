@@ -7,6 +7,7 @@
 #include "World/Calls.h"
 #include "World/Clock.h"
 #include "World/Network.h"
+#include "World/Sight.h"
 
 #include <algorithm>
 #include <chrono>
@@ -65,6 +66,7 @@ void World::reset() {
     present = beginning;
     Calls::current() = {};
     Network::current() = {};
+    Sight::current() = {};
     System::current() = {};
 }
 

@@ -3,8 +3,8 @@
 // files that fail to open.
 //
 // The library ScriptedPlatform defines what Platform/Kernel.h, Platform/CRuntime.h and Platform/TcpSocket.h,
-// Platform/Winsock.h and Platform/IpHelper.h declare; a test program links it instead of PlatformSystem. One
-// thread.
+// Platform/Winsock.h and Platform/IpHelper.h declare, and what World/Sight.h names; a test program links it
+// instead of PlatformSystem. One thread.
 
 #include <cstdint>
 #include <string>

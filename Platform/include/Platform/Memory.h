@@ -7,8 +7,8 @@ namespace Platform {
 
 /// From now on up to `bytes` of freed memory stay with the process for its next buffers, instead of going
 /// back to the system after each picture: the first touch of fresh pages costs several times what copying
-/// into used ones does. Process-wide, for the program itself to decide, early in main(). Does nothing if
-/// the system's allocator has no such setting.
+/// into used ones does. Threads share it, as far as the allocator can. Process-wide, for the program itself
+/// to decide, early in main(). Does nothing if the system's allocator has no such setting.
 void keepFreedMemory(std::size_t bytes) noexcept;
 
 } // namespace Platform

@@ -4,6 +4,7 @@
 #include "HostFrameworkExport.h"
 
 #include <cstddef>
+#include <functional>
 #include <map>
 #include <string>
 
@@ -14,6 +15,10 @@ namespace ReferenceHost {
 /// whenever it is asked for; where that is not fit for pictures the answer is a path below which no file can
 /// be made. Any thread.
 HOSTFRAMEWORK_EXPORT void setImagesSubDirectory(const std::wstring& folder);
+
+/// From now on PlenarDiagnostics::getImagesSubDirectory() answers with what `source` gives, on the thread
+/// that asks; an empty one ends that. Any thread, but not while another one asks.
+HOSTFRAMEWORK_EXPORT void setImagesFolderSource(std::function<std::wstring()> source);
 
 /// The host's own folder for diagnostic pictures.
 struct OwnImagesFolder {
