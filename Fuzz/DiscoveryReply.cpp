@@ -1,7 +1,8 @@
-// The parser of text replies on any bytes, alone and behind an earlier text.
+// The parser of text replies on any bytes, alone, behind an earlier text, and beside the tool's own reading.
 
 #include "FuzzInput.h"
 
+#include "Look/CameraTexts.h"
 #include "NativeCameraKorva/KorvaCommParser.h"
 
 #include <array>
@@ -30,6 +31,16 @@ void appendToAnother(std::string& text) {
     require(moved.getValue(roomKey) == "Lab");
 }
 
+/// The tool's own look takes for a reply what the plug-in does, and reads the same in it.
+void requireSameReading(const std::string& text, CommParser& parser) {
+    const std::string room = parser.getValue(roomKey);
+    const std::string ip = parser.getValue(ipKey);
+    const bool isReply = text.find("[Korva") < text.find('\0') && !room.empty() && !ip.empty();
+    const auto reply = Diagnosis::readDiscoveryReply(text);
+    require(reply.has_value() == isReply);
+    require(!reply || (reply->room == room && reply->address == ip));
+}
+
 } // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
@@ -39,6 +50,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     require(parser.isParsed());
     for (const std::string& key : keys)
         require(parser.getValue(key).size() <= size);
+    requireSameReading(text, parser);
     // Texts of some lengths only, as it costs more than the rest.
     if (size % 16 == 0)
         appendToAnother(text);

@@ -15,7 +15,7 @@ fail() {
   exit 1
 }
 
-build_packages="g++ cmake ninja-build pkg-config liblog4cxx-dev libpng-dev libxerces-c-dev libhwy-dev libcli11-dev nlohmann-json3-dev"
+build_packages="g++ cmake ninja-build pkg-config liblog4cxx-dev libpng-dev zlib1g-dev libxerces-c-dev libhwy-dev libcli11-dev nlohmann-json3-dev"
 test_packages="git libgtest-dev libgmock-dev clang-format clang-tidy lld imagemagick netpbm binutils iproute2 procps python3"
 memcheck_packages="valgrind"
 lab_packages="iproute2 mount"

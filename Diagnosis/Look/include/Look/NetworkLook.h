@@ -1,0 +1,46 @@
+#pragma once
+// The look at this computer and its networks, which gathers facts. Bounded in time, a few packets to each
+// address, changes nothing, needs no rights.
+//
+// What cannot be looked at is a fact as well: nothing here throws but std::bad_alloc. An interrupt (see
+// Platform::interrupted) cuts a look short; what it had found is there. Any thread; one at a time for each
+// Facts.
+
+#include "Diagnosis/Facts.h"
+
+#include <chrono>
+#include <string>
+#include <vector>
+
+namespace Diagnosis {
+
+/// How long the looks last at most; together they stay below 5 s. The system itself takes 3 s to find out
+/// that nobody has an address.
+inline constexpr std::chrono::milliseconds searchLookTime{1000};
+inline constexpr std::chrono::milliseconds addressLookTime{3300};
+inline constexpr std::chrono::milliseconds nameLookTime{500}; ///< of all names together, a part of that
+
+/// Sets adapters, default gateway and neighbours. At once.
+void lookAtComputer(Facts& facts);
+
+/// Sends the discovery query to the broadcast address of each own address, as the plug-in does for each
+/// adapter's main one, and to 255.255.255.255 over each adapter with an address; takes `searchLookTime`.
+///
+/// Sets networks, answers and strange answers of `facts.search` (lines and an ending of the plug-in's search
+/// stay as they are), `foreign` and `limitedOnly`, and renews the neighbours. `failure` is set only if the
+/// look could not be made at all. Each IPv4 address that answered becomes one of `facts.cameras`, or is noted
+/// there.
+///
+/// At most 2,048 datagrams are kept of each query, 100 strange ones among them.
+void lookForCameras(Facts& facts);
+
+/// Looks at each of `addresses`, IPv4 addresses or names, all side by side: route, ARP, a discovery query to
+/// it alone, TCP 32768 with the question for its version, TCP 32769. As fast as they answer; for those that
+/// do not, `addressLookTime`.
+///
+/// Adds each to `facts.cameras`, unless it is there, and sets what was seen of it; renews the neighbours.
+/// What cannot be an address, or is a name that nobody knows, gets `unknownName`; it is not asked, and
+/// neither is what has no route.
+void lookAt(const std::vector<std::string>& addresses, Facts& facts);
+
+} // namespace Diagnosis

@@ -1,0 +1,581 @@
+// Whole worlds: all that is known of one, and the causes of what is wrong there, the likeliest first.
+
+#include "Worlds.h"
+
+#include "Diagnosis/Printable.h"
+#include "Diagnosis/Rules.h"
+
+#include <gtest/gtest.h>
+
+using namespace Diagnosis;
+using Outcome = SearchedNetwork::Outcome;
+using Codes = std::vector<std::string>;
+
+namespace {
+
+struct World {
+    const char* name;
+    Facts facts;
+    Codes causes;
+};
+
+void PrintTo(const World& world, std::ostream* out) {
+    *out << world.name;
+}
+
+Facts searched(const std::string& adapter, Outcome outcome) {
+    Facts facts = quiet();
+    SearchedNetwork network;
+    network.adapter = adapter;
+    network.outcome = outcome;
+    network.own = {"10.77.1.1", "255.255.255.0"};
+    facts.search->networks = {network};
+    return facts;
+}
+
+Facts searchLogged(const std::vector<std::string>& messages) {
+    Facts facts = quiet();
+    for (const std::string& message : messages)
+        facts.search->lines.push_back(
+            {LogLine::Level::warn, "Plenar.KorvaCamera.KorvaCameraLocator", message});
+    return facts;
+}
+
+Facts asking(const Camera& camera) {
+    Facts facts = computer();
+    facts.cameras = {camera};
+    return facts;
+}
+
+void unconfigure(Adapter& adapter) {
+    adapter.addresses.clear();
+}
+
+void makeLinkLocal(Adapter& adapter) {
+    adapter.addresses = {{"169.254.7.1", "255.255.0.0"}};
+}
+
+/// Who answers a limited broadcast on net1 alone.
+Answer foreigner(const std::string& address, const std::string& mask = "") {
+    Answer made = answer(address, "Lab 9", "02-4b-00-09-00-01", "net1");
+    made.mask = mask;
+    return made;
+}
+
+// Adapters, and the networks they are in.
+const World networkWorlds[] = {
+    {"healthy", healthy(), {}},
+    {"only a computer", computer(), {}},
+    {"nobody answers", quiet(), {"no-camera"}},
+    {"cable out of one", with(healthy(), [](Facts& f) { f.adapters[1].hasLink = false; }), {"no-link"}},
+    {"cables out",
+     with(quiet(), [](Facts& f) { f.adapters[1].hasLink = f.adapters[2].hasLink = false; }),
+     {"no-link", "no-link"}},
+    {"cable out, by the search", searched("net1", Outcome::noLink), {"no-link"}},
+    {"cable out of an adapter that is not used",
+     with(healthy(),
+          [](Facts& f) {
+              f.adapters[2].hasLink = false;
+              unconfigure(f.adapters[2]);
+          }),
+     {}},
+    {"cable out of the only one without an address",
+     with(quiet(),
+          [](Facts& f) {
+              f.adapters[2].hasLink = false;
+              unconfigure(f.adapters[2]);
+          }),
+     {"no-link"}},
+    {"adapter down", with(healthy(), [](Facts& f) { f.adapters[1].isUp = false; }), {"adapter-down"}},
+    {"adapter down, by the search", searched("net1", Outcome::down), {"adapter-down"}},
+    {"adapter down that only the search knows", searched("net7", Outcome::down), {"adapter-down"}},
+    {"radio switched off",
+     with(quiet(),
+          [](Facts& f) {
+              f.adapters[2].isUp = false;
+              unconfigure(f.adapters[2]);
+          }),
+     {"no-camera"}},
+    {"container's bridge",
+     with(quiet(),
+          [](Facts& f) {
+              f.adapters.push_back(adapter("docker0", "172.17.0.1", "255.255.0.0"));
+              f.adapters.back().hasLink = false;
+          }),
+     {"no-camera"}},
+    {"container's cable", with(healthy(), [](Facts& f) { f.adapters.push_back(adapter("veth12", "")); }), {}},
+    {"no address", with(quiet(), [](Facts& f) { unconfigure(f.adapters[1]); }), {"no-address"}},
+    {"no address on one of two",
+     with(healthy(),
+          [](Facts& f) {
+              unconfigure(f.adapters[1]);
+              f.search->answers.erase(f.search->answers.begin());
+              f.cameras.erase(f.cameras.begin());
+          }),
+     {"note: no-address"}},
+    {"no address, as the plug-in says too",
+     with(searchLogged({"Failed on call to GetAdaptersInfo 232"}),
+          [](Facts& f) {
+              unconfigure(f.adapters[1]);
+              unconfigure(f.adapters[2]);
+          }),
+     {"no-address", "no-address"}},
+    {"no address at all, by the plug-in's line",
+     searchLogged({"Failed on call to GetAdaptersInfo 232"}),
+     {"no-adapter"}},
+    {"no adapter", with(quiet(), [](Facts& f) { f.adapters.resize(1); }), {"no-adapter"}},
+    {"link-local", with(quiet(), [](Facts& f) { makeLinkLocal(f.adapters[1]); }), {"link-local-address"}},
+    {"link-local, and so are the cameras",
+     with(healthy(),
+          [](Facts& f) {
+              makeLinkLocal(f.adapters[1]);
+              f.search->answers[0] = answer("169.254.9.9", "Lab 1", "02-4b-00-01-00-01", "");
+              f.cameras[0] = readyCamera("169.254.9.9", "Lab 1");
+          }),
+     {}},
+    {"other subnet",
+     with(quiet(),
+          [](Facts& f) {
+              f.foreign = {foreigner("192.168.0.11"), foreigner("192.168.0.12")};
+          }),
+     {"other-subnet"}},
+    {"two other subnets",
+     with(quiet(),
+          [](Facts& f) {
+              f.foreign = {foreigner("192.168.0.11"), foreigner("192.168.5.12")};
+          }),
+     {"other-subnet", "other-subnet"}},
+    {"other subnet, its camera looked at",
+     with(quiet(),
+          [](Facts& f) {
+              f.foreign = {foreigner("192.168.0.11")};
+              f.cameras = {missingCamera("192.168.0.11")};
+          }),
+     {"other-subnet"}},
+    {"wrong mask that leaves the cameras out",
+     with(quiet(),
+          [](Facts& f) {
+              f.adapters[1].addresses[0].mask = "255.255.255.252";
+              f.foreign = {foreigner("10.77.1.11"), foreigner("10.77.1.12")};
+          }),
+     {"wrong-mask"}},
+    {"wrong mask that leaves out one who was asked for",
+     with(asking(missingCamera("10.77.1.11")),
+          [](Facts& f) { f.adapters[1].addresses[0].mask = "255.255.255.252"; }),
+     {"wrong-mask"}},
+    {"wrong mask that takes too many in",
+     with(quiet(),
+          [](Facts& f) {
+              f.adapters[1].addresses[0].mask = "255.255.0.0";
+              f.limitedOnly = {foreigner("10.77.1.11", "255.255.255.0")};
+              f.cameras = {readyCamera("10.77.1.11", "Lab 1")};
+          }),
+     {"wrong-mask"}},
+    {"answer to the search lost",
+     with(healthy(), [](Facts& f) { f.limitedOnly = {foreigner("10.77.1.12", "255.255.255.0")}; }),
+     {}},
+    {"wrong mask of a camera beside others",
+     with(healthy(), [](Facts& f) { f.limitedOnly = {foreigner("10.77.1.12", "255.255.255.252")}; }),
+     {"wrong-mask"}},
+    {"wrong mask by what the camera says",
+     with(quiet(),
+          [](Facts& f) {
+              f.adapters[1].addresses[0].mask = "255.255.0.0";
+              f.cameras = {readyCamera("10.77.1.11", "Lab 1")};
+          }),
+     {"wrong-mask"}},
+    {"foreign answer of one who answered the search",
+     with(healthy(), [](Facts& f) { f.foreign = {foreigner("10.77.1.11")}; }),
+     {}},
+    {"own address taken, by ARP",
+     with(healthy(),
+          [](Facts& f) {
+              f.neighbours = {{"net1", "10.77.1.1", "02-4b-00-01-00-01"}};
+          }),
+     {"own-address-taken"}},
+    {"own address taken, by an answer",
+     with(healthy(),
+          [](Facts& f) {
+              f.search->answers.push_back(answer("10.77.1.1", "Lab 3", "02-4b-00-01-00-03", "net1"));
+          }),
+     {"own-address-taken"}},
+    {"own address, own MAC address",
+     with(healthy(),
+          [](Facts& f) {
+              f.neighbours = {{"net1", "10.77.1.1", f.adapters[1].macAddress}};
+          }),
+     {}},
+    {"own address, MAC address of another adapter in the same network",
+     with(healthy(),
+          [](Facts& f) {
+              f.neighbours = {{"net1", "10.77.1.1", f.adapters[2].macAddress}};
+              f.cameras.push_back(askedCamera("10.77.1.1"));
+              f.cameras.back().macAddresses = {f.adapters[1].macAddress, f.adapters[2].macAddress};
+          }),
+     {}},
+    {"camera played by this computer",
+     with(healthy(),
+          [](Facts& f) {
+              f.search->answers.push_back(answer("10.77.1.1", "Lab 3", "", "net1"));
+              f.cameras.push_back(readyCamera("10.77.1.1", "Lab 3"));
+          }),
+     {}},
+    {"own address taken, by an answer while nobody plays a camera here",
+     with(healthy(),
+          [](Facts& f) {
+              f.search->answers.push_back(answer("10.77.1.1", "Lab 3", "", "net1"));
+              f.cameras.push_back(askedCamera("10.77.1.1"));
+              f.cameras.back().text = f.cameras.back().picture = PortState::refused;
+          }),
+     {"own-address-taken"}},
+    {"own address taken, by an answer from elsewhere",
+     with(healthy(),
+          [](Facts& f) {
+              f.search->answers.push_back(answer("10.77.1.1", "Lab 3", "", "net1"));
+              f.search->answers.back().source = "10.77.1.13";
+          }),
+     {"own-address-taken"}},
+};
+
+// The search.
+const World searchWorlds[] = {
+    {"adapter refused", searched("net1", Outcome::refused), {"adapter-refused"}},
+    {"adapter refused, by the plug-in's lines",
+     searchLogged({"IP on network adapter: 10.77.2.1",
+                   "Korva Query - sendto call failed: sendReturn = -1 WSAError = 10013"}),
+     {"adapter-refused"}},
+    {"adapter refused because it is off",
+     with(searched("net1", Outcome::refused), [](Facts& f) { f.adapters[1].isUp = false; }),
+     {"adapter-down"}},
+    {"no broadcasts", searchLogged({"setsockopt failed"}), {"search-failed"}},
+    {"no list of adapters", searchLogged({"Failed on call to GetAdaptersInfo 5"}), {"search-failed"}},
+    {"list of adapters changed",
+     searchLogged({"Failed on second call to GetAdaptersInfo 111"}),
+     {"search-failed"}},
+    {"search failed otherwise",
+     searchLogged({"Unknown exception when trying to discover Korva devices."}),
+     {"search-failed"}},
+    {"search failed before it began",
+     with(quiet(), [](Facts& f) { f.search->failure = "no socket"; }),
+     {"search-failed"}},
+    {"search cut, nobody found",
+     with(quiet(), [](Facts& f) { f.search->cut = "datagrams kept coming"; }),
+     {"search-cut"}},
+    {"search cut",
+     with(healthy(), [](Facts& f) { f.search->cut = "datagrams kept coming"; }),
+     {"note: search-cut"}},
+    {"flood",
+     with(healthy(),
+          [](Facts& f) {
+              f.search->lines = {{LogLine::Level::warn, "",
+                                  "More than 16384 replies from Korva devices, ignoring the rest.."}};
+          }),
+     {"note: too-many-answers"}},
+    {"strange answer",
+     with(healthy(),
+          [](Facts& f) {
+              f.search->strange = {{"10.77.1.9", "hello"}, {"10.77.1.9", "again"}};
+          }),
+     {"note: strange-answer"}},
+    {"strange answer, and one is absent",
+     with(healthy(),
+          [](Facts& f) {
+              f.search->strange = {{"10.77.1.9", "hello"}};
+              f.cameras.push_back(missingCamera("10.77.1.12"));
+          }),
+     {"absent", "note: strange-answer"}},
+    {"strange answer by the plug-in's line",
+     searchLogged({"Got message that wasn't parsed as a Korva response: [Korva]"}),
+     {"no-camera", "note: strange-answer"}},
+    {"answers blocked",
+     with(quiet(),
+          [](Facts& f) {
+              f.cameras = {readyCamera("10.77.1.11", "")};
+              f.cameras[0].answersQuery = false;
+          }),
+     {"discovery-blocked"}},
+    {"broadcasts lost",
+     with(quiet(), [](Facts& f) { f.cameras = {readyCamera("10.77.1.11", "")}; }),
+     {"broadcast-lost"}},
+    {"two cameras with one address",
+     with(healthy(),
+          [](Facts& f) {
+              f.search->answers.push_back(answer("10.77.1.11", "Twin", "02-4b-00-01-00-02", "net1"));
+          }),
+     {"duplicate-address"}},
+    {"garbage instead of all that it tells",
+     with(healthy(),
+          [](Facts& f) {
+              f.cameras[0].identity = Identity();
+              f.cameras[0].textAnswer = "\x07\x99zz";
+          }),
+     {"garbage"}},
+    {"garbage instead of a version",
+     with(healthy(),
+          [](Facts& f) {
+              f.cameras[0].identity.reset();
+              f.cameras[0].textAnswer = "\x07zz";
+          }),
+     {"garbage"}},
+    {"one of two does not answer the search",
+     with(healthy(),
+          [](Facts& f) {
+              f.search->answers.pop_back();
+              f.cameras[1].answeredSearch = false;
+          }),
+     {"note: broadcast-lost"}},
+    {"an absent one was asked for and nobody found",
+     with(quiet(), [](Facts& f) { f.cameras = {missingCamera("10.77.1.11")}; }),
+     {"absent"}},
+};
+
+// Addresses that were asked for, without a search.
+const World addressWorlds[] = {
+    {"one is ready, another network's cable out",
+     with(asking(readyCamera("10.77.1.11", "")), [](Facts& f) { f.adapters[2].hasLink = false; }),
+     {}},
+    {"its network's cable is out",
+     with(asking(missingCamera("10.77.1.11")), [](Facts& f) { f.adapters[1].hasLink = false; }),
+     {"no-link"}},
+    {"its network's adapter is down",
+     with(asking(missingCamera("10.77.1.11")), [](Facts& f) { f.adapters[1].isUp = false; }),
+     {"adapter-down"}},
+    {"another network's adapter is down",
+     with(asking(missingCamera("10.77.1.11")), [](Facts& f) { f.adapters[2].isUp = false; }),
+     {"absent"}},
+    {"an adapter has no address, and no network holds it",
+     with(asking(missingCamera("10.77.9.11")), [](Facts& f) { unconfigure(f.adapters[2]); }),
+     {"no-address"}},
+    {"an adapter has no address, but its network is another one",
+     with(asking(missingCamera("10.77.1.11")), [](Facts& f) { unconfigure(f.adapters[2]); }),
+     {"absent"}},
+    {"no network holds it", asking(missingCamera("10.77.9.11")), {"other-subnet"}},
+    {"no route leads to it",
+     with(asking(missingCamera("10.9.9.9")), [](Facts& f) { f.cameras[0].hasRoute = false; }),
+     {"no-route"}},
+    {"behind a router", asking(readyCamera("10.9.9.9", "")), {"note: behind-router"}},
+    {"by name",
+     with(asking(missingCamera("camera.local")),
+          [](Facts& f) {
+              f.cameras[0].ipv4 = "10.77.1.11";
+              f.adapters[1].hasLink = false;
+          }),
+     {"no-link"}},
+    {"two absent, one ready",
+     with(asking(missingCamera("10.77.1.11")),
+          [](Facts& f) {
+              f.cameras.push_back(readyCamera("10.77.1.12", ""));
+              f.cameras.push_back(missingCamera("10.77.1.13"));
+          }),
+     {"absent", "absent"}},
+};
+
+class Causes : public testing::TestWithParam<World> {};
+
+} // namespace
+
+TEST_P(Causes, ComeInTheOrderOfLikelihoodWithoutWhatFollowsFromThem) {
+    const std::vector<Verdict> causes = causesOf(GetParam().facts);
+    EXPECT_EQ(codesOf(causes), GetParam().causes);
+    for (const Verdict& cause : causes) {
+        EXPECT_FALSE(cause.text.empty() || cause.remedy.empty()) << cause.code;
+        EXPECT_NE(cause.text.back(), '.');
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(OfNetworks, Causes, testing::ValuesIn(networkWorlds));
+INSTANTIATE_TEST_SUITE_P(OfASearch, Causes, testing::ValuesIn(searchWorlds));
+INSTANTIATE_TEST_SUITE_P(OfAddresses, Causes, testing::ValuesIn(addressWorlds));
+
+namespace {
+
+struct Words {
+    const char* name;
+    Facts facts;
+    const char* text;
+    const char* remedy;
+};
+
+constexpr auto checkFirewall = "check the firewall and the routes of this computer, or switch the adapter "
+                               "off: sudo ip link set net2 down; "
+                               "meanwhile give the camera's address to the command";
+
+const Words words[] = {
+    {"adapter-down", with(healthy(), [](Facts& f) { f.adapters[1].isUp = false; }),
+     "the network adapter net1 is switched off", "sudo ip link set net1 up"},
+    {"no-link", with(healthy(), [](Facts& f) { f.adapters[1].hasLink = false; }),
+     "nothing is at the other end of the cable of net1",
+     "plug in the cable of net1, and check the power of the switch or camera behind it"},
+    {"no-address", with(quiet(), [](Facts& f) { unconfigure(f.adapters[1]); }), "net1 has no IPv4 address",
+     "give it one in the cameras' network, such as: sudo ip addr add 10.77.1.200/24 dev net1"},
+    {"link-local with a camera behind it",
+     with(quiet(),
+          [](Facts& f) {
+              makeLinkLocal(f.adapters[1]);
+              f.foreign = {foreigner("10.77.5.200")};
+          }),
+     "net1 has only the address 169.254.7.1/16 that it gave itself, since nobody gave it one; a camera on "
+     "its cable is at 10.77.5.200",
+     "sudo ip addr add 10.77.5.201/24 dev net1"},
+    {"other-subnet",
+     with(quiet(),
+          [](Facts& f) {
+              f.foreign = {foreigner("192.168.0.11", "255.255.255.240"), foreigner("192.168.0.12")};
+          }),
+     "this camera (and 1 more) is on the cable of net1, but not in its network 10.77.1.1/24",
+     "sudo ip addr add 192.168.0.1/28 dev net1; then give the camera's address to the command"},
+    {"other-subnet where addresses are taken",
+     with(quiet(),
+          [](Facts& f) {
+              f.defaultGateway = "192.168.0.200";
+              f.adapters[2].addresses.push_back({"192.168.0.201", "255.255.255.255"});
+              f.neighbours = {{"net1", "192.168.0.202", ""}};
+              f.cameras = {askedCamera("lab")};
+              f.cameras[0].ipv4 = "192.168.0.203";
+              f.foreign = {foreigner("192.168.0.204")};
+          }),
+     "this camera is on the cable of net1, but not in its network 10.77.1.1/24",
+     "sudo ip addr add 192.168.0.205/24 dev net1; then give the camera's address to the command"},
+    {"other-subnet where all addresses are taken",
+     with(asking(missingCamera("10.77.9.11")),
+          [](Facts& f) {
+              for (int host = 1; host < 255; ++host)
+                  f.neighbours.push_back({"net1", "10.77.9." + std::to_string(host), ""});
+          }),
+     "nobody answers; the address is in none of this computer's networks (net1 10.77.1.1/24, net2 "
+     "10.77.2.1/24)",
+     "check the address; if the camera is on the cable of net1: give net1 a free address in the camera's "
+     "network"},
+    {"wrong-mask",
+     with(quiet(),
+          [](Facts& f) {
+              f.adapters[1].addresses[0].mask = "255.255.255.252";
+              f.foreign = {foreigner("10.77.1.11")};
+          }),
+     "the mask 255.255.255.252 of net1 is not that of the cameras' network (10.77.1.11, probably "
+     "255.255.255.0)",
+     "sudo ip addr del 10.77.1.1/30 dev net1; sudo ip addr add 10.77.1.1/24 dev net1"},
+    {"wrong mask of a camera",
+     with(healthy(), [](Facts& f) { f.limitedOnly = {foreigner("10.77.1.12", "255.255.255.252")}; }),
+     "its mask 255.255.255.252 is not that of its network (255.255.255.0): a search does not get to it",
+     "correct the mask in the camera's settings; until then give its address to the command"},
+    {"own-address-taken",
+     with(healthy(),
+          [](Facts& f) {
+              f.neighbours = {{"net1", "10.77.1.1", "02-4b-00-01-00-01"}};
+          }),
+     "this computer and another device on net1 both have this address",
+     "sudo ip addr del 10.77.1.1/24 dev net1; sudo ip addr add 10.77.1.200/24 dev net1"},
+    {"adapter-refused",
+     searchLogged({"IP on network adapter: 10.77.2.1", "Mask on network adapter: 255.255.255.0",
+                   "Korva Query - sendto call failed: sendReturn = -1 WSAError = 10013"}),
+     "no search can be sent on net2 (10.77.2.1/24): it is not permitted", checkFirewall},
+    {"no-camera", quiet(), "no camera answered the search on net1 (10.77.1.1/24), net2 (10.77.2.1/24)",
+     "check the camera's power and cable and the switch; then the firewall of this computer (UDP 32768); a "
+     "camera behind a router is found by its address alone"},
+    {"other-subnet of an address", asking(missingCamera("10.77.9.11")),
+     "nobody answers; the address is in none of this computer's networks (net1 10.77.1.1/24, net2 "
+     "10.77.2.1/24)",
+     "check the address; if the camera is on the cable of net1: sudo ip addr add 10.77.9.200/24 dev net1"},
+    {"no-route", with(asking(missingCamera("10.9.9.9")), [](Facts& f) { f.cameras[0].hasRoute = false; }),
+     "this computer has no way to this address: it is in none of its networks (net1 10.77.1.1/24, net2 "
+     "10.77.2.1/24)",
+     "check the address; if the camera is on the cable of net1: sudo ip addr add 10.9.9.200/24 dev net1"},
+    {"strange-answer",
+     with(healthy(),
+          [](Facts& f) {
+              f.search->strange = {{"10.77.1.9", "h\x1Bi"}, {"10.77.1.9", "again"}};
+          }),
+     "2 answers to the search that no camera gives from 10.77.1.9: \"h\\x1bi\"",
+     "give the camera a room name if it is one; else another device uses UDP 32768"},
+};
+
+} // namespace
+
+TEST(Causes, SayWhatIsWrongAndWhichCommandMendsIt) {
+    for (const Words& row : words) {
+        const std::vector<Verdict> causes = causesOf(row.facts);
+        ASSERT_FALSE(causes.empty()) << row.name;
+        EXPECT_EQ(causes.front().text, row.text) << row.name;
+        EXPECT_EQ(causes.front().remedy, row.remedy) << row.name;
+    }
+}
+
+TEST(Causes, ShowTheBeginningOfAStrangeAnswer) {
+    const Facts facts = with(healthy(), [](Facts& f) { f.search->strange = {{"", std::string(200, 'x')}}; });
+    EXPECT_EQ(causesOf(facts).at(0).text,
+              "an answer to the search that no camera gives: \"" + std::string(60, 'x') + '"');
+}
+
+TEST(Causes, CannotSteerATerminalWhateverTheNetworkSays) {
+    const std::string evil = "\x1B[2J\xFF\n";
+    const Facts worlds[] = {
+        with(quiet(),
+             [&](Facts& f) {
+                 for (Adapter& each : f.adapters)
+                     each.name += evil;
+                 f.adapters[1].addresses = {{evil, evil}};
+                 f.adapters[2].isUp = false;
+                 f.foreign = {answer(evil, evil, evil, "")};
+                 f.search->strange = {{evil, evil}};
+                 f.search->cut = evil;
+                 f.search->lines = {
+                     {LogLine::Level::warn, evil, "IP on network adapter: " + evil},
+                     {LogLine::Level::warn, evil, "Korva Query - sendto call failed: " + evil}};
+             }),
+        with(quiet(), [&](Facts& f) { f.search->failure = evil; }),
+        with(quiet(),
+             [&](Facts& f) {
+                 f.search->answers = {answer("10.77.1.11", "a" + evil, "", ""),
+                                      answer("10.77.1.11", "b" + evil, "", "")};
+                 f.cameras = {readyCamera("10.77.1.11", evil), askedCamera(evil)};
+             }),
+        asking(with(computer(),
+                    [&](Facts& f) {
+                        f.cameras = {readyCamera("10.77.1.11", evil)};
+                        f.cameras[0].identity->model = evil;
+                        f.cameras[0].lookFailure = evil;
+                        f.cameras[0].expectedSerialNumber = evil;
+                    })
+                   .cameras[0]),
+    };
+    for (const Facts& facts : worlds) {
+        const std::vector<Verdict> causes = causesOf(facts);
+        EXPECT_FALSE(causes.empty());
+        for (const Verdict& cause : causes) {
+            EXPECT_EQ(cause.text, printable(cause.text)) << cause.code;
+            EXPECT_EQ(cause.remedy, printable(cause.remedy)) << cause.code;
+        }
+    }
+}
+
+TEST(Causes, OfANetworkAreAlsoThoseOfItsCameras) {
+    const Facts facts =
+        with(asking(missingCamera("10.77.1.11")), [](Facts& f) { f.adapters[1].hasLink = false; });
+    const auto verdict = verdictOn(facts.cameras[0], facts);
+    ASSERT_TRUE(verdict);
+    EXPECT_EQ(verdict->code, "no-link");
+    EXPECT_EQ(verdict->address, "10.77.1.11");
+}
+
+TEST(Causes, OfForeignNetworksAreBounded) {
+    Facts facts = quiet();
+    for (int network = 0; network < 200; ++network)
+        facts.foreign.push_back(foreigner("192.168." + std::to_string(network) + ".11"));
+    EXPECT_EQ(causesOf(facts).size(), 16u);
+}
+
+TEST(Verdicts, OfAllCamerasAreThoseOfEach) {
+    Facts facts = healthy();
+    facts.cameras.push_back(missingCamera("10.77.1.12"));
+    const auto verdicts = verdictsOn(facts);
+    ASSERT_EQ(verdicts.size(), 3u);
+    for (std::size_t i = 0; i < verdicts.size(); ++i)
+        EXPECT_EQ(verdicts[i], verdictOn(facts.cameras[i], facts)) << i;
+    EXPECT_EQ(verdicts[0], std::nullopt);
+    EXPECT_EQ(verdicts[2].value().code, "absent");
+    facts.adapters[1].isUp = false;
+    EXPECT_EQ(verdictsOn(facts)[0], std::nullopt) << "it is there all the same";
+    facts.cameras[2].wasAskedFor = true;
+    EXPECT_EQ(verdictsOn(facts)[2].value().code, "adapter-down");
+}
