@@ -1,8 +1,10 @@
 #include "CameraHost.h"
 
-#include "CommandRun.h"
-#include "FailureAdvice.h"
+#include "Aside.h"
+#include "CommandFailure.h"
+#include "DumpFolder.h"
 #include "Printable.h"
+#include "SearchFacts.h"
 #include "ToolLog.h"
 
 #include "Communicator/ClientFactory.h"
@@ -10,18 +12,24 @@
 #include "Communicator/EthernetCommunicator.h"
 #include "DeviceControl/DeviceBuilder.h"
 #include "DeviceControl/DeviceType.h"
+#include "Diagnosis/Ipv4.h"
+#include "Diagnosis/Rules.h"
+#include "Look/NetworkLook.h"
 #include "Platform/DynamicLibrary.h"
 #include "Platform/Program.h"
-#include "Platform/Terminal.h"
 #include "Platform/Text.h"
 #include "ReferenceHost/DeviceDescription.h"
 #include "ReferenceHost/OperationLimits.h"
+#include "VantrelCommon/PlenarDiagnostics.h"
 
 #include <algorithm>
 #include <array>
 #include <cstdio>
 #include <filesystem>
+#include <functional>
+#include <optional>
 #include <system_error>
+#include <utility>
 
 namespace Console {
 
@@ -39,18 +47,6 @@ CameraPointer cameraOrNull(Device* built) {
     if (camera != nullptr)
         static_cast<void>(owned.release());
     return CameraPointer(camera);
-}
-
-/// Whether the plug-in's remark says that there was no search at all. Error 232, no adapter with an address,
-/// is an empty network rather than a failure.
-bool saysNoSearch(const std::string& remark) {
-    constexpr std::array signs = {
-        "setsockopt failed", "Failed on call to GetAdaptersInfo ",
-        "Failed on second call to GetAdaptersInfo ",
-        "Korva Query - sendto call failed: ", "Unknown exception when trying to discover Korva devices."};
-    return !remark.ends_with("GetAdaptersInfo 232") &&
-           std::any_of(signs.begin(), signs.end(),
-                       [&remark](const char* sign) { return remark.starts_with(sign); });
 }
 
 std::string secondsText(std::chrono::milliseconds time) {
@@ -72,18 +68,20 @@ const char* whyCut(CameraSearch::End end) {
     }
 }
 
-std::string cutLine(const std::string& time, CameraSearch::End end, std::size_t unasked) {
+std::string cutReason(const std::string& time, CameraSearch::End end, std::size_t unasked) {
     const std::string others = unasked == 0 ? ""
                                             : "; " + std::to_string(unasked) +
                                                   (unasked == 1 ? " answer was" : " answers were") +
                                                   " not asked any more";
-    return "the search was cut after " + time + ": " + whyCut(end) + others +
-           "; cameras may be missing; try: a longer --max-time, or the camera's address";
+    return "after " + time + ": " + whyCut(end) + others;
 }
 
-void throwIfInterrupted() {
-    if (Platform::interrupted())
-        throw CommandFailure("interrupted");
+/// Null if it cannot be identified.
+CameraPointer buildAt(const DeviceBuilder& builder, const std::string& address, TimeLimits::Time time) {
+    const std::unique_ptr<Communicator> connection(ClientFactory::createEthernetCommunicator(
+        Platform::wideFromUtf8(address), textLanguagePort, hostsDefaultTimeout));
+    const ReferenceHost::OperationLimits limits(time);
+    return cameraOrNull(builder.build(connection.get()));
 }
 
 } // namespace
@@ -121,6 +119,31 @@ CameraHost::CameraHost(const CameraOptions& options, ToolLog& log) : limits_(opt
     if (plugin_->getDeviceTypes().empty())
         throw CommandFailure("The plug-in " + printable(file) +
                              " registers no camera type; try: --plugin FILE with the plug-in's file");
+    if (ToolLog::isDumpingPictures())
+        nameDumps();
+}
+
+/// A thread that was left behind may be at a dump.
+void CameraHost::nameDumps() {
+    if (dumps_ != nullptr)
+        return;
+    dumps_.reset(new DumpFolder(Platform::utf8FromWide(PlenarDiagnostics::getImagesSubDirectory())),
+                 [](DumpFolder* dumps) {
+                     if (isThreadLeftBehind())
+                         dumps->nameTheRest();
+                     else
+                         delete dumps;
+                 });
+}
+
+void CameraHost::claimDumps(const std::string& address) const {
+    if (dumps_ != nullptr)
+        dumps_->claim(address);
+}
+
+void CameraHost::nameOtherDumps() const {
+    if (dumps_ != nullptr)
+        dumps_->nameTheRest();
 }
 
 CameraHost::~CameraHost() {
@@ -128,35 +151,48 @@ CameraHost::~CameraHost() {
         static_cast<void>(plugin_.release());
 }
 
-std::string CameraHost::search(const CameraSearch::Found& found) const {
+Diagnosis::Facts CameraHost::searchFacts(const CameraSearch::Found& found) const {
     CameraSearch search(type().getLocator(), log_, limits_);
-    const CameraSearch::End end = search.await(found);
+    std::vector<CameraInfo> infos;
+    const auto note = [&](CameraTemplatePointer camera) {
+        infos.push_back(camera->getCameraInfo());
+        found(std::move(camera));
+    };
+    const CameraSearch::End end = search.await(note);
     throwIfInterrupted();
-    for (const std::string& remark : log_.remarks())
-        if (saysNoSearch(remark))
-            throw CommandFailure(
-                "no search: " + remark +
-                "; try: check this computer's network adapters, or give the camera's address");
+    const std::string cut = cutOf(search, end, note);
+    const SearchProgress progress = search.progress();
+    askThemselves(passedWithoutHardwareAddress(progress), search, note);
+    Diagnosis::Facts facts = factsOf(progress, infos);
+    facts.search->cut = cut;
+    lookAtComputer(facts);
+    completeNetworks(facts);
+    return facts;
+}
+
+std::string CameraHost::cutOf(CameraSearch& search, CameraSearch::End end,
+                              const CameraSearch::Found& found) const {
     const std::string time = secondsText(search.elapsed());
     if (end == CameraSearch::End::tooShort || end == CameraSearch::End::stillListening) {
         search.leave(); // or it might come to its own questions meanwhile
-        return cutLine(time, end, askThemselves(search, found));
+        return cutReason(time, end, askThemselves(search.addresses(), search, found));
     }
     const TimeLimits::Time most = limits_.ofSearch();
     const bool isCut = end != CameraSearch::End::over || (most > most.zero() && search.elapsed() >= most);
-    return isCut ? cutLine(time, end, search.unasked()) : "";
+    return isCut ? cutReason(time, end, search.unasked()) : "";
 }
 
 /// How many were not asked, since the time was over.
-std::size_t CameraHost::askThemselves(const CameraSearch& search, const CameraSearch::Found& found) const {
-    const std::vector<std::string> addresses = search.addresses();
+std::size_t CameraHost::askThemselves(const std::vector<std::string>& addresses, const CameraSearch& search,
+                                      const CameraSearch::Found& found) const {
     for (std::size_t asked = 0; asked < addresses.size(); ++asked) {
+        const bool isBounded = limits_.ofSearch() > limits_.ofSearch().zero();
         const auto left = limits_.ofSearch() - search.elapsed();
-        if (left <= left.zero())
+        if (isBounded && left <= left.zero())
             return addresses.size() - asked;
-        const ReferenceHost::OperationLimits limits(left);
-        const CameraPointer camera = identified(addresses[asked]);
-        throwIfInterrupted();
+        if (!Diagnosis::ipv4Number(addresses[asked]))
+            continue; // any other text is not looked up
+        const CameraPointer camera = std::move(identify({addresses[asked]}, left).front().camera);
         if (camera != nullptr)
             found(std::make_unique<NativeCameraTemplate>(type(), camera->getCameraInfo(),
                                                          CommunicatorTemplate(camera->getCommunicator())));
@@ -164,22 +200,39 @@ std::size_t CameraHost::askThemselves(const CameraSearch& search, const CameraSe
     return 0;
 }
 
-/// Null if it cannot be identified; the log's remarks say why.
-CameraPointer CameraHost::identified(const std::string& address) const {
-    const std::unique_ptr<Communicator> connection(ClientFactory::createEthernetCommunicator(
-        Platform::wideFromUtf8(address), textLanguagePort, hostsDefaultTimeout));
-    const ReferenceHost::OperationLimits limits(limits_.ofIdentification());
-    return cameraOrNull(type().getBuilder().build(connection.get()));
+std::vector<CameraHost::Identified> CameraHost::identified(const std::vector<std::string>& addresses) const {
+    return identify(addresses, limits_.ofIdentification().zero());
+}
+
+std::vector<CameraHost::Identified> CameraHost::identify(const std::vector<std::string>& addresses,
+                                                         TimeLimits::Time most) const {
+    // The thread may be left behind: what it uses is the plug-in's, or shared.
+    const auto results = std::make_shared<std::vector<Identified>>(addresses.size());
+    std::vector<std::function<void()>> works;
+    for (std::size_t i = 0; i < addresses.size(); ++i)
+        works.emplace_back([results, i, most, dumps = dumps_, address = addresses[i],
+                            &builder = type().getBuilder(), time = limits_.ofIdentification()] {
+            const ReferenceHost::OperationLimits limits(most);
+            const auto begin = std::chrono::steady_clock::now();
+            Identified& result = (*results)[i];
+            result.camera = buildAt(builder, address, time);
+            if (dumps != nullptr)
+                dumps->claim(address); // of a picture that told its size
+            result.attempt.succeeded = result.camera != nullptr;
+            result.attempt.took = std::chrono::duration_cast<std::chrono::milliseconds>(
+                std::chrono::steady_clock::now() - begin);
+        });
+    std::vector<std::vector<Diagnosis::LogLine>> lines = doAside(log_, std::move(works));
+    for (std::size_t i = 0; i < lines.size(); ++i)
+        (*results)[i].attempt.lines = std::move(lines[i]);
+    return std::move(*results);
 }
 
 CameraPointer CameraHost::cameraAt(const std::string& address) const {
-    CameraPointer camera = identified(address);
-    throwIfInterrupted();
-    if (camera != nullptr)
-        return camera;
-    const std::string reason = reasonOf(log_.takeRemarks());
-    throw CommandFailure("no camera identified at " + printable(address) + ":" +
-                         std::to_string(textLanguagePort) + ": " + reason + "; try: " + adviceFor(reason));
+    Identified result = std::move(identified({address}).front());
+    if (result.camera != nullptr)
+        return std::move(result.camera);
+    throw CommandFailure(whyNot({{address, result.attempt}}).front());
 }
 
 CameraPointer CameraHost::cameraOf(const std::string& descriptionFile) const {
@@ -202,7 +255,46 @@ CameraPointer CameraHost::cameraFrom(const NativeCameraTemplate& found) const {
 }
 
 CameraPointer CameraHost::cameraNamedBy(const CameraOptions& options) const {
-    return options.descriptionFile.empty() ? cameraAt(options.address) : cameraOf(options.descriptionFile);
+    return options.descriptionFile.empty() ? cameraAt(options.eachAddress().at(0))
+                                           : cameraOf(options.descriptionFile);
+}
+
+Diagnosis::Verdict whyNoSearch(const Diagnosis::Facts& facts) {
+    const std::vector<Diagnosis::Verdict> causes = Diagnosis::causesOf(facts);
+    if (!causes.empty())
+        return causes.front();
+    Diagnosis::Verdict verdict;
+    verdict.code = "search-failed";
+    verdict.text = "no search: " + facts.search->failure;
+    verdict.remedy = "check this computer's network adapters, or give the camera's address";
+    return verdict;
+}
+
+std::string cutWarning(const Diagnosis::Search& search) {
+    if (search.cut.empty())
+        return "";
+    return "the search was cut " + search.cut +
+           "; cameras may be missing; try: a longer --max-time, or the camera's address";
+}
+
+std::vector<Diagnosis::Verdict> whyNot(const std::vector<FailedAttempt>& failed) {
+    Diagnosis::Facts facts;
+    std::vector<std::string> addresses;
+    for (const FailedAttempt& each : failed)
+        addresses.push_back(each.address);
+    lookAtComputer(facts);
+    lookAt(addresses, facts);
+    throwIfInterrupted();
+    std::vector<Diagnosis::Verdict> verdicts;
+    for (const FailedAttempt& each : failed) {
+        Diagnosis::Camera& camera = cameraIn(facts, each.address);
+        camera.wasAskedFor = true;
+        camera.attempts.push_back(each.attempt);
+        const std::optional<Diagnosis::Verdict> verdict = Diagnosis::verdictOn(camera, facts);
+        const bool isFailure = verdict && verdict->severity == Diagnosis::Severity::failure;
+        verdicts.push_back(isFailure ? *verdict : Diagnosis::verdictOn(each.attempt, camera).value());
+    }
+    return verdicts;
 }
 
 std::string placeOf(const NativeCamera& camera) {

@@ -3,6 +3,8 @@
 
 #include "CameraOptions.h"
 #include "CameraSearch.h"
+#include "Diagnosis/Facts.h"
+#include "Diagnosis/Verdict.h"
 #include "NativeCameraControl/NativeCamera.h"
 #include "NativeCameraControl/NativeCameraTemplate.h"
 #include "ReferenceHost/PluginLibrary.h"
@@ -15,6 +17,7 @@
 
 namespace Console {
 
+class DumpFolder;
 class ToolLog;
 
 using CameraPointer = std::unique_ptr<NativeCamera>;
@@ -37,16 +40,38 @@ public:
     /// Unloads the plug-in, unless a search is left in it.
     ~CameraHost();
 
+    /// Has what the plug-in dumps from now on go to names of its own. It is so from the beginning where `log`
+    /// is set up for dumps then.
+    void nameDumps();
+
+    /// What the calling thread has had the plug-in dump is of that camera. Any thread; identifications do it.
+    void claimDumps(const std::string& address) const;
+
+    /// What nobody has claimed gets its name.
+    void nameOtherDumps() const;
+
     /// Searches the local networks, which blocks for a second at least and not much longer than the limits
-    /// say, and hands over each camera as it is found. Returns why the search was cut, a warning for the
-    /// user, or an empty text. Of a search that does not come to its questions, since datagrams keep coming,
-    /// the cameras that have answered are asked in the second half of its time; their MAC addresses stay
-    /// unknown. Throws CommandFailure if the plug-in could not search, or Ctrl-C came meanwhile; what it
-    /// warned of otherwise stays in the log's remarks.
-    std::string search(const CameraSearch::Found& found) const;
+    /// say, and hands over each camera as it is found. Of a search that does not come to its questions, since
+    /// datagrams keep coming, the cameras that have answered are asked in the second half of its time; their
+    /// MAC addresses stay unknown. So are those that the search took for another one.
+    ///
+    /// Returns what was seen: the computer, the search, with `failure` if there was none and `cut` if it was
+    /// cut, and those who answered. Throws CommandFailure if Ctrl-C came meanwhile.
+    Diagnosis::Facts searchFacts(const CameraSearch::Found& found) const;
+
+    /// What an identification came to.
+    struct Identified {
+        CameraPointer camera;       ///< null if it failed
+        Diagnosis::Attempt attempt; ///< which says why
+    };
+
+    /// Identifies the cameras at these addresses, side by side, each within its time. Throws CommandFailure
+    /// if Ctrl-C came meanwhile.
+    std::vector<Identified> identified(const std::vector<std::string>& addresses) const;
 
     /// The camera at an address, identified over its text language, within its time. None of these returns
-    /// null: where there is no camera to be had they throw CommandFailure, which says why and what to try.
+    /// null: where there is no camera to be had they throw CommandFailure, which says why and what to try,
+    /// for an address after a look at the network.
     CameraPointer cameraAt(const std::string& address) const;
 
     /// The camera of a stored description, which is not asked anything.
@@ -60,13 +85,32 @@ public:
 
 private:
     const DeviceType& type() const { return *plugin_->getDeviceTypes().front(); }
-    CameraPointer identified(const std::string& address) const;
-    std::size_t askThemselves(const CameraSearch& search, const CameraSearch::Found& found) const;
+    std::vector<Identified> identify(const std::vector<std::string>& addresses, TimeLimits::Time most) const;
+    std::string cutOf(CameraSearch& search, CameraSearch::End end, const CameraSearch::Found& found) const;
+    std::size_t askThemselves(const std::vector<std::string>& addresses, const CameraSearch& search,
+                              const CameraSearch::Found& found) const;
 
     TimeLimits limits_;
     ToolLog& log_;
+    std::shared_ptr<DumpFolder> dumps_; ///< null: nothing is dumped
     std::unique_ptr<ReferenceHost::PluginLibrary> plugin_;
 };
+
+/// Why there was no search, by facts whose search has a failure.
+Diagnosis::Verdict whyNoSearch(const Diagnosis::Facts& facts);
+
+/// The warning of a search that was cut, empty of one that was not: "the search was cut after 60.0 s: ...".
+std::string cutWarning(const Diagnosis::Search& search);
+
+/// An attempt at the camera of an address that failed.
+struct FailedAttempt {
+    std::string address;
+    Diagnosis::Attempt attempt;
+};
+
+/// Why these cameras cannot be used, by the attempts and a look at the network. Throws CommandFailure if
+/// Ctrl-C came meanwhile.
+std::vector<Diagnosis::Verdict> whyNot(const std::vector<FailedAttempt>& failed);
 
 /// "10.0.0.7:32769", printable: where the camera's pictures come from.
 std::string placeOf(const NativeCamera& camera);

@@ -1,21 +1,29 @@
 #include "CameraOptions.h"
 
+#include "Diagnosis/Rules.h"
+
+#include <algorithm>
+#include <optional>
+
 namespace Console {
 
 namespace {
 
-using CommandLine::Option;
-using CommandLine::Options;
+constexpr auto addressHelp = "The camera's IPv4 address or host name";
 
-Option addAddressTo(const Options& command, CameraOptions& options) {
-    return command.add("ADDRESS", options.address, "The camera's IPv4 address or host name")
-        .placeholder(" ")
-        .check([](const std::string& address) {
-            return address.empty() ? std::string("the address is empty") : std::string();
-        });
+/// Why it cannot be a camera's, empty if it can.
+std::string complaintAbout(const std::string& address) {
+    const std::optional<Diagnosis::Verdict> verdict = Diagnosis::verdictOnAddress(address);
+    return verdict ? "\"" + address + "\" " + verdict->text + "; try: " + verdict->remedy : std::string();
 }
 
-void addDescriptionTo(const Options& command, CameraOptions& options) {
+void addAddressesTo(const CommandLine::Options& command, CameraOptions& options) {
+    command.add("ADDRESS", options.addresses, std::string(addressHelp) + "; may be repeated")
+        .placeholder("...")
+        .check(complaintAbout);
+}
+
+void addDescriptionTo(const CommandLine::Options& command, CameraOptions& options) {
     command
         .add("--from", options.descriptionFile,
              "The camera of this stored description, as `korva describe` prints it")
@@ -25,13 +33,24 @@ void addDescriptionTo(const Options& command, CameraOptions& options) {
         });
 }
 
-Options addOneOf(const Options& command) {
-    return command.addOneOf("Camera", "Exactly one of these says which camera");
+CommandLine::Options addOneOf(const CommandLine::Options& command) {
+    return command.addOneOf("Camera", "Exactly one of these says which cameras");
 }
 
 } // namespace
 
-void addPluginOption(const Options& command, CameraOptions& options) {
+std::vector<std::string> CameraOptions::eachAddress() const {
+    std::vector<std::string> each;
+    const auto add = [&each](const std::string& text) {
+        if (!text.empty() && std::find(each.begin(), each.end(), text) == each.end())
+            each.push_back(text);
+    };
+    add(address);
+    std::for_each(addresses.begin(), addresses.end(), add);
+    return each;
+}
+
+void addPluginOption(const CommandLine::Options& command, CameraOptions& options) {
     command
         .add("--plugin", options.pluginFile,
              "The plug-in to load; the one beside the tool, or in ../lib, unless given")
@@ -39,19 +58,17 @@ void addPluginOption(const Options& command, CameraOptions& options) {
     addTimeLimits(command, options.limits);
 }
 
-void addAddress(const Options& command, CameraOptions& options) {
-    addAddressTo(command, options).required();
+void addAddress(const CommandLine::Options& command, CameraOptions& options) {
+    command.add("ADDRESS", options.address, addressHelp).placeholder(" ").check(complaintAbout).required();
 }
 
-void addAddressOrDescription(const Options& command, CameraOptions& options) {
-    const Options group = addOneOf(command);
-    addAddressTo(group, options);
-    addDescriptionTo(group, options);
+void addAddresses(const CommandLine::Options& command, CameraOptions& options) {
+    addAddressesTo(command, options);
 }
 
-void addAnyCameras(const Options& command, CameraOptions& options) {
-    const Options group = addOneOf(command);
-    addAddressTo(group, options);
+void addAnyCameras(const CommandLine::Options& command, CameraOptions& options) {
+    const CommandLine::Options group = addOneOf(command);
+    addAddressesTo(group, options);
     addDescriptionTo(group, options);
     group.addFlag("--all", options.all, "Every camera that a search of the local networks finds")
         .placeholder(" ");

@@ -1,6 +1,5 @@
 #include "CameraSearch.h"
 
-#include "SearchProgress.h"
 #include "ToolLog.h"
 
 #include "DeviceControl/BroadcastWorkerObserver.h"
@@ -37,6 +36,8 @@ struct CameraSearch::Shared {
     std::vector<CameraTemplatePointer> found; ///< and not handed over yet
     SearchProgress progress;
     std::exception_ptr failure;
+    std::vector<Diagnosis::LogLine> lines; ///< of its thread, once it is over
+    ToolLog* log = nullptr;                ///< null once it is left to itself, and the log may be gone
     bool isOver = false;
 };
 
@@ -64,10 +65,12 @@ private:
 
 CameraSearch::CameraSearch(DeviceFramework1Locator& locator, ToolLog& log, const TimeLimits& limits)
     : log_(log), limits_(limits), shared_(std::make_shared<Shared>()) {
-    log_.listenTo(SearchProgress::loggerName, [shared = shared_](std::string_view message) {
+    log_.listenTo(SearchProgress::loggerName, [shared = shared_, begin = begin_](std::string_view message) {
         const std::lock_guard lock(shared->mutex);
-        shared->progress.take(message);
+        shared->progress.take(message,
+                              std::chrono::duration_cast<std::chrono::milliseconds>(Clock::now() - begin));
     });
+    shared_->log = &log_;
     thread_ = std::thread([&locator, limits, shared = shared_] { search(locator, limits, shared); });
 }
 
@@ -82,6 +85,7 @@ void CameraSearch::leave() {
     {
         const std::lock_guard lock(shared_->mutex);
         isOver = shared_->isOver;
+        shared_->log = nullptr;
     }
     if (isOver) {
         thread_.join();
@@ -102,6 +106,11 @@ void CameraSearch::search(DeviceFramework1Locator& locator, const TimeLimits& li
     });
     // It may be left behind, and a signal that waits for a file to be whole would find it.
     Platform::leaveSignalsToOthers();
+    {
+        const std::lock_guard lock(shared->mutex);
+        if (shared->log != nullptr)
+            shared->log->beginThread();
+    }
     std::exception_ptr failure;
     try {
         TransportLimits ofEach = limits.ofSpeed();
@@ -113,6 +122,8 @@ void CameraSearch::search(DeviceFramework1Locator& locator, const TimeLimits& li
     }
     const std::lock_guard lock(shared->mutex);
     shared->failure = failure;
+    if (shared->log != nullptr)
+        shared->lines = shared->log->takeLines();
     shared->isOver = true;
     shared->news.notify_one();
 }
@@ -155,6 +166,14 @@ bool CameraSearch::handOver(const Found& found) {
 
 std::chrono::milliseconds CameraSearch::elapsed() const {
     return std::chrono::duration_cast<std::chrono::milliseconds>(Clock::now() - begin_);
+}
+
+SearchProgress CameraSearch::progress() const {
+    const std::lock_guard lock(shared_->mutex);
+    SearchProgress progress = shared_->progress;
+    if (shared_->isOver)
+        progress.takeAll(shared_->lines);
+    return progress;
 }
 
 std::size_t CameraSearch::unasked() const {

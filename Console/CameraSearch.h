@@ -2,6 +2,7 @@
 // A search that cannot hold the tool.
 
 #include "NativeCameraControl/NativeCameraTemplate.h"
+#include "SearchProgress.h"
 #include "TimeLimits.h"
 
 #include <chrono>
@@ -56,6 +57,9 @@ public:
 
     /// Since it began.
     std::chrono::milliseconds elapsed() const;
+
+    /// What it has done so far, and who has answered, as far as its log lines tell.
+    SearchProgress progress() const;
 
     /// How many answers it has not turned to yet; 0 if that is not known.
     std::size_t unasked() const;

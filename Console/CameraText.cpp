@@ -2,6 +2,7 @@
 
 #include "Printable.h"
 
+#include "Diagnosis/Json.h"
 #include "Platform/Text.h"
 
 #include <nlohmann/json.hpp>
@@ -13,8 +14,6 @@
 namespace Console {
 
 namespace {
-
-using Json = nlohmann::ordered_json;
 
 std::string narrow(const std::wstring& text) {
     return Platform::utf8FromWide(text);
@@ -28,47 +27,37 @@ std::string resolutionText(const CameraInfo& camera) {
     return std::to_string(camera.getResolutionX()) + " x " + std::to_string(camera.getResolutionY());
 }
 
-/// The six columns of the table; the last one is as wide as it is. Widths are those of usual values.
-std::string row(const std::array<std::string, 6>& cells) {
-    constexpr std::array<std::size_t, 6> widths = {15, 17, 20, 12, 11, 0};
+std::string orDash(const std::string& text) {
+    return text.empty() ? "-" : printable(text);
+}
+
+constexpr std::size_t columns = 7;
+
+/// The columns of the table before the last one. Widths are those of usual values.
+std::string row(const std::array<std::string, columns>& cells) {
+    constexpr std::array<std::size_t, columns> widths = {15, 10, 17, 20, 8, 11, 17};
     std::string line;
     for (std::size_t i = 0; i < cells.size(); ++i) {
         line += cells[i];
-        if (i + 1 < cells.size())
-            line.append(std::max(widths[i], cells[i].size()) - cells[i].size() + 2, ' ');
+        line.append(std::max(widths[i], cells[i].size()) - cells[i].size() + 2, ' ');
     }
     return line;
-}
-
-Json jsonOf(const CameraInfo& camera) {
-    Json object;
-    object["address"] = narrow(camera.getIpAddress());
-    object["macAddress"] = narrow(camera.getMacAddress());
-    object["model"] = narrow(camera.getModel());
-    object["serialNumber"] = narrow(camera.getSerialNumber());
-    object["firmware"] = narrow(camera.getFW());
-    object["subnetMask"] = narrow(camera.getSubnetMask());
-    object["defaultGateway"] = narrow(camera.getDefaultGateway());
-    object["resolution"]["x"] = camera.getResolutionX();
-    object["resolution"]["y"] = camera.getResolutionY();
-    object["cameraType"] = camera.getCameraTypeEnum();
-    return object;
-}
-
-/// ASCII alone, so that no text of a camera's can steer a terminal.
-std::string dumped(const Json& json) {
-    return json.dump(-1, ' ', true, Json::error_handler_t::replace);
 }
 
 } // namespace
 
 std::string cameraTableHead() {
-    return row({"ADDRESS", "MAC ADDRESS", "MODEL", "SERIAL", "PIXELS", "FIRMWARE"});
+    return row({"ADDRESS", "ROOM", "MAC ADDRESS", "MODEL", "SERIAL", "PIXELS", "FIRMWARE"}) + "STATUS";
 }
 
-std::string cameraRow(const CameraInfo& camera) {
-    return row({shown(camera.getIpAddress()), shown(camera.getMacAddress()), shown(camera.getModel()),
-                shown(camera.getSerialNumber()), resolutionText(camera), shown(camera.getFW())});
+std::string cameraRow(const std::string& address, const std::string& room,
+                      const std::optional<Diagnosis::Identity>& identity) {
+    if (!identity)
+        return row({orDash(address), orDash(room), "-", "-", "-", "-", "-"});
+    return row({orDash(address), orDash(room), orDash(identity->macAddress), orDash(identity->model),
+                orDash(identity->serialNumber),
+                std::to_string(identity->width) + " x " + std::to_string(identity->height),
+                orDash(identity->firmware)});
 }
 
 std::string cameraDetails(const CameraInfo& camera) {
@@ -81,17 +70,22 @@ std::string cameraDetails(const CameraInfo& camera) {
 }
 
 std::string cameraJson(const CameraInfo& camera) {
-    return dumped(jsonOf(camera));
+    return Diagnosis::dumped(cameraObject(camera));
 }
 
-std::string camerasJson(const std::vector<CameraInfo>& cameras, const std::string& cut) {
-    Json object;
-    object["cameras"] = Json::array();
-    for (const CameraInfo& camera : cameras)
-        object["cameras"].push_back(jsonOf(camera));
-    if (!cut.empty())
-        object["cut"] = cut;
-    return dumped(object);
+nlohmann::ordered_json cameraObject(const CameraInfo& camera) {
+    nlohmann::ordered_json object;
+    object["address"] = narrow(camera.getIpAddress());
+    object["macAddress"] = narrow(camera.getMacAddress());
+    object["model"] = narrow(camera.getModel());
+    object["serialNumber"] = narrow(camera.getSerialNumber());
+    object["firmware"] = narrow(camera.getFW());
+    object["subnetMask"] = narrow(camera.getSubnetMask());
+    object["defaultGateway"] = narrow(camera.getDefaultGateway());
+    object["resolution"]["x"] = camera.getResolutionX();
+    object["resolution"]["y"] = camera.getResolutionY();
+    object["cameraType"] = camera.getCameraTypeEnum();
+    return object;
 }
 
 } // namespace Console

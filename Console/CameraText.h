@@ -1,19 +1,23 @@
 #pragma once
 // What a camera says of itself, for people and for programs.
 
+#include "Diagnosis/Facts.h"
 #include "VantrelCommon/CameraInfo.h"
 
+#include <nlohmann/json_fwd.hpp>
+
+#include <optional>
 #include <string>
-#include <vector>
 
 namespace Console {
 
-/// The head of the table whose lines cameraRow makes; no line end.
+/// The head of the table whose lines cameraRow begins; no line end.
 std::string cameraTableHead();
 
-/// One line of a table, printable, no line end: address, MAC address, model, serial number, resolution,
-/// firmware.
-std::string cameraRow(const CameraInfo& camera);
+/// A line of a table, printable, up to its last cell, the status: address, room, MAC address, model, serial
+/// number, pixels, firmware; "-" for what is not known.
+std::string cameraRow(const std::string& address, const std::string& room,
+                      const std::optional<Diagnosis::Identity>& identity);
 
 /// A line for each of what the camera says, printable, a line end behind each but the last.
 std::string cameraDetails(const CameraInfo& camera);
@@ -22,7 +26,7 @@ std::string cameraDetails(const CameraInfo& camera);
 /// defaultGateway, resolution (x, y), cameraType; the texts are the camera's own, unchanged.
 std::string cameraJson(const CameraInfo& camera);
 
-/// {"cameras": [...]}, each as cameraJson makes it; of a search that was cut, "cut" says why.
-std::string camerasJson(const std::vector<CameraInfo>& cameras, const std::string& cut);
+/// The same as a value.
+nlohmann::ordered_json cameraObject(const CameraInfo& camera);
 
 } // namespace Console

@@ -7,11 +7,11 @@
 
 namespace Console {
 
-/// Takes options.count pictures through the plug-in and writes each as it comes. A picture's line, or the one
-/// JSON object, goes to standard output; everything else to standard error, a failure as one line that says
-/// what failed, where, and what to try. Ends with ExitStatus::failed on a camera's first failure, or with the
-/// others' pictures where it takes those of all cameras, and on Ctrl-C; files of pictures taken before stay.
-/// Never throws.
+/// Takes the pictures through the plug-in, of several cameras at a time, and writes each as it comes. A
+/// picture's line, or the one JSON object, or with `--output -` the picture, goes to standard output;
+/// everything else to standard error, a failure as one line that says what failed, where, and what to try. A
+/// camera's first failure ends its pictures and nobody else's; Ctrl-C ends all of them; files of pictures
+/// taken before stay. ExitStatus::partlyFailed where there are pictures all the same. Never throws.
 ExitStatus runCapture(const CaptureOptions& options, const CommonOptions& common);
 
 } // namespace Console

@@ -1,95 +1,158 @@
 #include "CaptureOptions.h"
 
-#include <algorithm>
+#include "CommandFailure.h"
+#include "ExitStatus.h"
+#include "FileNames.h"
+
+#include "Diagnosis/PictureRules.h"
+#include "Platform/Terminal.h"
+
 #include <charconv>
 #include <cmath>
+#include <cstdio>
 #include <system_error>
 
 namespace Console {
 
 namespace {
 
-constexpr int fewestUnits = 1;
-constexpr int mostUnits = 3600;
+using Diagnosis::longestExposure;
+using Diagnosis::shortestExposure;
+
 constexpr int mostPictures = 9999;
+constexpr int mostJobs = 64;
+constexpr std::size_t mostExposures = 20;
+constexpr double longestInterval = 86'400.0;
 
-/// Longer than any address but one that somebody made up; no name of a file may be longer than 255 bytes.
-constexpr std::size_t mostAddressInName = 64;
-
-std::string defaultOutput(const std::string& address) {
-    static constexpr std::string_view kept =
-        "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789.-";
-    std::string name = address.substr(0, mostAddressInName);
-    std::replace_if(
-        name.begin(), name.end(), [](char c) { return kept.find(c) == std::string_view::npos; }, '_');
-    return "korva-" + name + ".png";
-}
-
-} // namespace
-
-std::optional<int> exposureUnitsFromSeconds(std::string_view text) {
-    double seconds = 0.0;
+/// A decimal number and nothing else.
+std::optional<double> numberIn(std::string_view text) {
+    double number = 0.0;
     const char* const end = text.data() + text.size();
-    const auto parsed = std::from_chars(text.data(), end, seconds, std::chars_format::fixed);
-    if (parsed.ec != std::errc() || parsed.ptr != end)
+    const auto parsed = std::from_chars(text.data(), end, number, std::chars_format::fixed);
+    if (parsed.ec != std::errc() || parsed.ptr != end || !std::isfinite(number))
         return std::nullopt;
-    const double units = seconds * 10.0;
-    if (!(units > 0.5 && units < mostUnits + 0.5))
-        return std::nullopt;
-    const auto rounded = static_cast<int>(std::lround(units));
-    constexpr double tolerance = 1e-9; // 0.3 x 10 is not exactly 3
-    if (std::abs(units - rounded) > tolerance || rounded < fewestUnits || rounded > mostUnits)
-        return std::nullopt;
-    return rounded;
+    return number;
 }
 
-void addCaptureOptions(const CommandLine::Options& command, CaptureOptions& options) {
-    addAnyCameras(command, options.camera);
+/// "0.5,1,2".
+std::vector<int> exposuresIn(std::string_view text) {
+    std::vector<int> exposures;
+    for (;;) {
+        const std::size_t comma = text.find(',');
+        const std::string_view each = text.substr(0, comma);
+        const auto units = exposureUnitsFromSeconds(each);
+        if (!units)
+            throw CommandLine::WrongUsage("\"" + std::string(each) +
+                                          "\" is not 0.1 to 360 seconds in steps of 0.1");
+        exposures.push_back(*units);
+        if (exposures.size() > mostExposures)
+            throw CommandLine::WrongUsage("more than " + std::to_string(mostExposures) +
+                                          " exposures are too many");
+        if (comma == std::string_view::npos)
+            return exposures;
+        text.remove_prefix(comma + 1);
+    }
+}
+
+std::chrono::milliseconds intervalIn(const std::string& text) {
+    const auto seconds = numberIn(text);
+    if (!seconds || *seconds < 0.1 || *seconds > longestInterval)
+        throw CommandLine::WrongUsage("\"" + text + "\" is not 0.1 to 86400 seconds");
+    return std::chrono::milliseconds(std::lround(*seconds * 1000.0));
+}
+
+void addPictureOptions(const CommandLine::Options& command, CaptureOptions& options) {
     command
         .addUse<std::string>(
             "--exposure",
             [&options](const std::string& text) {
-                const auto units = exposureUnitsFromSeconds(text);
-                if (!units)
-                    throw CommandLine::WrongUsage("\"" + text +
-                                                  "\" is not 0.1 to 360 seconds in steps of 0.1");
-                options.exposureUnits = *units;
+                options.isAutoExposure = text == "auto";
+                if (!options.isAutoExposure)
+                    options.exposures = exposuresIn(text);
             },
-            "Exposure time, 0.1 to 360 in steps of 0.1; 1.5 unless given")
-        .placeholder("SECONDS");
+            "Exposure time, 0.1 to 360 in steps of 0.1; 1.5 unless given. With \"auto\" the one up to 9.5 "
+            "that fits, found with at most four pictures. Several, as 0.5,1,2: a picture with each")
+        .placeholder("SECONDS|auto");
     command
         .add("--count", options.count,
              "Take so many pictures of each camera, numbered name-1.png, name-2.png ...")
         .placeholder("N")
         .range(1, mostPictures);
     command
+        .addUse<std::string>(
+            "--interval", [&options](const std::string& text) { options.interval = intervalIn(text); },
+            "With --count, the time from the begin of one picture to that of the next")
+        .placeholder("SECONDS");
+    command.add("--jobs", options.jobs, "Use so many cameras at a time; 16 unless given")
+        .placeholder("N")
+        .range(1, mostJobs);
+}
+
+void addFileOptions(const CommandLine::Options& command, CaptureOptions& options) {
+    command
         .add("--output", options.output,
              "The grey 8-bit PNG file to write, replacing an older one; korva-ADDRESS.png unless "
-             "given. With --all "
-             "the folder for these files, made if it is missing; the current one unless given")
-        .placeholder("FILE.png|DIR");
+             "given. Of several cameras the folder for these files, made if it is missing; the "
+             "current one unless given. Or a pattern of " +
+                 placeholderHelp() + ". Or - for standard output")
+        .placeholder("FILE.png|DIR|PATTERN|-")
+        .check(complaintAboutOutput);
+    command.addFlag("--no-clobber", options.keepsFiles, "Never replace a file").placeholder(" ");
     command
         .add("--contact-sheet", options.contactSheet,
-             "Write a PNG file too that shows the pictures side by side, small, the first 100 of them")
-        .placeholder("FILE.png");
+             "Write a PNG file too that shows the pictures side by side, small, the first 100 of "
+             "them, in the order of the addresses, and why others are missing")
+        .placeholder("FILE.png")
+        .check(complaintAboutOutput);
+}
+
+[[noreturn]] void refuse(const std::string& text, const std::string& remedy) {
+    Diagnosis::Verdict verdict;
+    verdict.code = "wrong-usage";
+    verdict.text = text;
+    verdict.remedy = remedy;
+    throw CommandFailure(verdict, ExitStatus::wrongUsage);
+}
+
+} // namespace
+
+std::optional<int> exposureUnitsFromSeconds(std::string_view text) {
+    const auto seconds = numberIn(text);
+    const double units = seconds.value_or(0.0) * 10.0;
+    if (!(units > 0.5 && units < longestExposure + 0.5))
+        return std::nullopt;
+    const auto rounded = static_cast<int>(std::lround(units));
+    constexpr double tolerance = 1e-9; // 0.3 x 10 is not exactly 3
+    if (std::abs(units - rounded) > tolerance || rounded < shortestExposure || rounded > longestExposure)
+        return std::nullopt;
+    return rounded;
+}
+
+void addCaptureOptions(const CommandLine::Options& command, CaptureOptions& options) {
+    addAnyCameras(command, options.camera);
+    addPictureOptions(command, options);
+    addFileOptions(command, options);
+    command
+        .addFlag("--any-camera", options.takesAnyCamera,
+                 "With --from, take pictures also if another camera than the description's is there")
+        .placeholder(" ");
     command.addFlag("--json", options.json, "Print one JSON object on standard output instead of words")
         .placeholder(" ");
     addPluginOption(command, options.camera);
-    command.footer("Exit status: 0 done; 1 the camera, the network or the disk failed, or Ctrl-C; 2 wrong "
-                   "usage.");
+    command.footer(exitStatusHelp);
 }
 
-std::string pictureFileName(const CaptureOptions& options, const std::string& address, int number) {
-    std::string name = options.output.empty() ? defaultOutput(address) : options.output;
-    if (options.camera.all && !options.output.empty())
-        name = options.output + (options.output.ends_with('/') ? "" : "/") + defaultOutput(address);
-    if (options.count == 1)
-        return name;
-    const std::size_t nameStart = name.find_last_of('/') + 1; // npos + 1 is 0
-    const std::size_t dot = name.find_last_of('.');
-    const bool hasExtension = dot != std::string::npos && dot > nameStart;
-    const std::size_t stemEnd = hasExtension ? dot : name.size();
-    return name.substr(0, stemEnd) + "-" + std::to_string(number) + name.substr(stemEnd);
+void requireThatTheyGoTogether(const CaptureOptions& options) {
+    if (options.interval.count() > 0 && options.count == 1)
+        refuse("--interval is the time between several pictures", "--count N too");
+    if (!options.isToStandardOutput())
+        return;
+    if (options.isOfSeveralCameras() || options.picturesOfEach() > 1)
+        refuse("--output - is for one picture", "one ADDRESS, one --exposure and no --count");
+    if (options.json)
+        refuse("--output - leaves no room for --json on standard output", "--output FILE.png");
+    if (Platform::isTerminal(stdout))
+        refuse("--output - would write a picture to the terminal", "korva capture ... --output - > FILE.png");
 }
 
 } // namespace Console

@@ -4,8 +4,11 @@
 #include "LibraryLines.h"
 #include "Printable.h"
 
+#include "Diagnosis/Json.h"
 #include "Platform/StandardError.h"
 #include "Platform/Terminal.h"
+
+#include <nlohmann/json.hpp>
 
 #include <atomic>
 #include <cstdio>
@@ -18,8 +21,6 @@
 namespace Console {
 
 namespace {
-
-constexpr auto notEnoughMemory = "not enough memory";
 
 /// Nothing here takes memory.
 ExitStatus failedForMemory() noexcept {
@@ -40,11 +41,11 @@ std::string printableLines(const std::string& text) {
     return lines;
 }
 
-ExitStatus failed(const std::string& reason) {
+ExitStatus ended(const std::string& reason, ExitStatus status) {
     const std::string lines = printableLines(reason);
     std::fflush(stdout); // in the order in which it happened, where both go to one place
     std::fprintf(Platform::standardError(), "korva: %s\n", lines.c_str());
-    return ExitStatus::failed;
+    return status;
 }
 
 std::atomic<bool> memoryRanShort{false};
@@ -61,12 +62,12 @@ bool standardOutputHolds() {
 
 } // namespace
 
-ExitStatus runCommand(const CommonOptions& common, OnInterrupt onInterrupt,
-                      const std::function<void()>& work) {
+ExitStatus runWork(const CommonOptions& common, OnInterrupt onInterrupt,
+                   const std::function<ExitStatus()>& work) {
     if (onInterrupt == OnInterrupt::note)
         Platform::catchInterrupts();
     else
-        Platform::endAtInterrupts("korva: interrupted\n", static_cast<int>(ExitStatus::failed));
+        Platform::endAtInterrupts("korva: interrupted\n", static_cast<int>(ExitStatus::interrupted));
     std::set_new_handler(noteMemoryShortage);
     return guarded([&] {
         LibraryLines libraryLines;
@@ -74,8 +75,9 @@ ExitStatus runCommand(const CommonOptions& common, OnInterrupt onInterrupt,
         const ExitStatus status = guarded([&] {
             if (const std::string remark = applyToHost(common); !remark.empty())
                 std::fprintf(Platform::standardError(), "korva: %s\n", remark.c_str());
-            work();
-            return print("");
+            const ExitStatus worked = work();
+            const ExitStatus printed = print("");
+            return printed == ExitStatus::done ? worked : printed;
         });
         if (isThreadLeftBehind()) {
             std::fflush(nullptr);
@@ -85,22 +87,37 @@ ExitStatus runCommand(const CommonOptions& common, OnInterrupt onInterrupt,
     });
 }
 
+ExitStatus runJson(bool json, nlohmann::ordered_json object, const CommonOptions& common,
+                   const std::function<ExitStatus(nlohmann::ordered_json& object)>& work) {
+    const auto tell = [&] {
+        if (json && !object.is_null())
+            say(Diagnosis::dumped(object));
+    };
+    return runWork(common, OnInterrupt::note, [&] {
+        try {
+            const ExitStatus status = work(object);
+            tell();
+            return status;
+        } catch (const std::exception& error) {
+            object["error"] = Diagnosis::errorOf(verdictFrom(error));
+            tell();
+            throw;
+        }
+    });
+}
+
 ExitStatus guarded(const std::function<ExitStatus()>& work) {
     try {
         try {
             return work();
         } catch (const CommandFailure& failure) {
-            return failed(failure.what());
+            return ended(failure.what(), failure.status());
         } catch (const std::exception& error) {
-            return failed(reasonFrom(error));
+            return ended(reasonFrom(error), statusFrom(error));
         }
     } catch (const std::bad_alloc&) {
         return failedForMemory(); // also if it is the reason that does not fit
     }
-}
-
-std::string reasonFrom(const std::exception& error) {
-    return dynamic_cast<const std::bad_alloc*>(&error) != nullptr ? notEnoughMemory : printable(error.what());
 }
 
 bool takeMemoryShortage() noexcept {
@@ -109,12 +126,18 @@ bool takeMemoryShortage() noexcept {
 
 ExitStatus print(const std::string& text) {
     std::fputs(text.c_str(), stdout);
-    return standardOutputHolds() ? ExitStatus::done : failed("standard output could not be written");
+    return standardOutputHolds() ? ExitStatus::done
+                                 : ended("standard output could not be written", ExitStatus::failed);
 }
 
 void say(const std::string& line) {
     std::printf("%s\n", line.c_str());
     std::fflush(stdout); // whoever waits for a line in a pipe gets it now
+}
+
+void warnOfNoDump(const CommonOptions& common) {
+    if (!common.diagnosticsFolder.empty() && common.log.configFile.empty() && common.log.level != "trace")
+        warn({"no picture file is dumped into " + common.diagnosticsFolder + "; try: --log trace as well"});
 }
 
 void warn(const std::vector<std::string>& texts) {

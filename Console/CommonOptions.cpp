@@ -1,12 +1,18 @@
 #include "CommonOptions.h"
 
+#include "NearestName.h"
 #include "Printable.h"
 
 #include "Platform/Text.h"
 #include "ReferenceHost/HostControl.h"
 #include "VantrelCommon/PlenarDiagnostics.h"
 
+#include <algorithm>
 #include <filesystem>
+#include <fstream>
+#include <istream>
+#include <iterator>
+#include <optional>
 #include <stdexcept>
 #include <system_error>
 
@@ -16,11 +22,57 @@ namespace {
 
 constexpr const char* group = "Common options";
 
+/// Those that the plug-in asks the host for.
+const std::vector<std::string> settingNames = {"KorvaGetImageDelay", "developerMode",
+                                               "enableTimingProfileLogging", "logging.ImageDirectory",
+                                               "tradeshow"};
+
 std::pair<std::string, std::string> splitSetting(const std::string& text) {
     const std::size_t equals = text.find('=');
     if (equals == 0 || equals == std::string::npos)
         throw CommandLine::WrongUsage("\"" + text + "\" is not of the form NAME=VALUE");
-    return {text.substr(0, equals), text.substr(equals + 1)};
+    const std::string name = text.substr(0, equals);
+    if (std::find(settingNames.begin(), settingNames.end(), name) != settingNames.end())
+        return {name, text.substr(equals + 1)};
+    const std::string nearest = nearestName(name, settingNames);
+    std::string known = "known are";
+    for (const std::string& each : settingNames)
+        known += (known.ends_with("are") ? " " : ", ") + each;
+    throw CommandLine::WrongUsage("there is no setting \"" + name + "\"; " +
+                                  (nearest.empty() ? known : "try: " + nearest));
+}
+
+/// The first key that is none of log4cxx's; nothing if there is no such one. `hasAny` is whether one is.
+std::optional<std::string> strangeKey(std::istream& file, bool& hasAny) {
+    bool goesOn = false; // a line whose end is a backslash
+    for (std::string line; std::getline(file, line);) {
+        const std::string text = line.substr(std::min(line.find_first_not_of(" \t\r"), line.size()));
+        const bool isComment = text.empty() || text.front() == '#' || text.front() == '!';
+        const bool isKnown = text.starts_with("log4j.");
+        if (!isKnown && !isComment && !goesOn)
+            return text.substr(0, text.find_first_of("=: \t\r"));
+        hasAny = hasAny || isKnown;
+        goesOn = text.ends_with('\\');
+    }
+    return std::nullopt;
+}
+
+/// Why a file is no configuration of log4cxx's, which itself says nothing of what it does not know; empty if
+/// it may be one.
+std::string complaintAboutLogging(const std::string& name) {
+    const std::filesystem::path path(std::u8string(name.begin(), name.end()));
+    std::error_code ignored;
+    if (!std::filesystem::is_regular_file(path, ignored))
+        return {}; // what can be read once is left to log4cxx
+    std::ifstream file(path);
+    bool hasAny = false;
+    if (name.ends_with(".xml")) {
+        const std::string text{std::istreambuf_iterator<char>(file), {}};
+        hasAny = text.find("configuration") != std::string::npos;
+    } else if (const std::optional<std::string> key = strangeKey(file, hasAny)) {
+        return "\"" + *key + "\" is no key of a logging configuration: they begin with log4j.";
+    }
+    return hasAny ? "" : "the file holds no logging configuration";
 }
 
 /// The folder is as the host names it from now on, which is text whatever the name was.
@@ -59,6 +111,7 @@ void addCommonOptions(const CommandLine::Options& app, CommonOptions& options) {
             "Set logging up from this log4cxx configuration file (properties, or XML if it ends in .xml)")
         .placeholder("FILE")
         .existingFile()
+        .check(complaintAboutLogging)
         .group(group);
     app.add("--diagnostics", options.diagnosticsFolder,
             "Folder for dumped picture files, made if it is missing; by default korva-diagnostics, "

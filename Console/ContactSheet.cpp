@@ -12,6 +12,7 @@ namespace {
 
 constexpr unsigned char background = 28;
 constexpr unsigned char ink = 225;
+constexpr unsigned char missing = 64; ///< of a tile without a picture
 constexpr std::uint32_t margin = 20;
 constexpr std::uint32_t letterScale = 2;
 constexpr std::uint32_t letterAdvance = (glyphWidth + 1) * letterScale;
@@ -46,6 +47,34 @@ void drawLine(GreySheet& sheet, const std::string& text, std::uint32_t left, std
         drawLetter(sheet, letter, left, top);
         left += letterAdvance;
     }
+}
+
+/// `text` in lines of that many letters, broken at blanks where there are some.
+std::vector<std::string> brokenIntoLines(std::string text, std::size_t letters) {
+    std::vector<std::string> lines;
+    while (text.size() > letters) {
+        const std::size_t blank = text.rfind(' ', letters);
+        const bool isBroken = blank != std::string::npos && blank > 0;
+        lines.push_back(text.substr(0, isBroken ? blank : letters));
+        text.erase(0, isBroken ? blank + 1 : letters);
+    }
+    lines.push_back(std::move(text));
+    return lines;
+}
+
+/// A grey tile with a text in it.
+GreySheet tileSaying(const std::string& text) {
+    constexpr std::uint32_t inset = letterAdvance;
+    GreySheet tile{ContactSheet::mostThumbnailWidth, ContactSheet::mostThumbnailHeight, {}};
+    tile.pixels.assign(std::size_t{tile.width} * tile.height, missing);
+    std::uint32_t top = inset;
+    for (const std::string& line : brokenIntoLines(text, mostLetters - 2)) {
+        if (top + lineAdvance > tile.height)
+            break;
+        drawLine(tile, line, inset, top);
+        top += lineAdvance;
+    }
+    return tile;
 }
 
 } // namespace
@@ -83,8 +112,17 @@ GreySheet boxFiltered(std::uint32_t width, std::uint32_t height, std::span<const
 void ContactSheet::add(std::uint32_t width, std::uint32_t height, std::span<const unsigned char> pixels,
                        std::vector<std::string> caption) {
     if (thumbnails_.size() < mostPictures)
-        thumbnails_.push_back({boxFiltered(width, height, pixels, mostThumbnailWidth, mostThumbnailHeight),
-                               std::move(caption)});
+        addSmall(boxFiltered(width, height, pixels, mostThumbnailWidth, mostThumbnailHeight),
+                 std::move(caption));
+}
+
+void ContactSheet::addSmall(GreySheet picture, std::vector<std::string> caption) {
+    if (thumbnails_.size() < mostPictures)
+        thumbnails_.push_back({std::move(picture), std::move(caption)});
+}
+
+void ContactSheet::addMissing(const std::string& reason, std::vector<std::string> caption) {
+    addSmall(tileSaying(reason), std::move(caption));
 }
 
 GreySheet ContactSheet::layOut() const {

@@ -30,6 +30,12 @@ public:
     void add(std::uint32_t width, std::uint32_t height, std::span<const unsigned char> pixels,
              std::vector<std::string> caption);
 
+    /// The same of a picture that is small already, as boxFiltered makes it.
+    void addSmall(GreySheet picture, std::vector<std::string> caption);
+
+    /// Adds a tile for a picture that is missing: `reason` stands in it, in as many lines as it takes.
+    void addMissing(const std::string& reason, std::vector<std::string> caption);
+
     /// All of them, up to four side by side, more in a grid about as wide as it is high. Without pictures, an
     /// empty sheet.
     GreySheet layOut() const;

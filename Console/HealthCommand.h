@@ -1,11 +1,13 @@
 #pragma once
-// `korva health`: asks a camera whether it answers.
+// `korva health`: asks cameras whether they answer.
 
 #include "CameraOptions.h"
 #include "CommonOptions.h"
 #include "ExitStatus.h"
 
-#include "VantrelCommon/NetworkHealth.h"
+#include "Diagnosis/Verdict.h"
+
+#include <nlohmann/json_fwd.hpp>
 
 #include <optional>
 #include <string>
@@ -15,17 +17,30 @@ namespace Console {
 struct HealthOptions {
     CameraOptions camera;
     bool watch = false;
+    bool json = false;
 };
 
 /// Adds the options of `korva health`; `options` must outlive the parse.
 void addHealthOptions(const CommandLine::Options& command, HealthOptions& options);
 
-/// Probes the camera's connection once, or each second until Ctrl-C, and says on standard output what it
-/// found, of repeated probes what is new. ExitStatus::failed where the last probe has failed. Never throws.
+/// Probes the cameras' connections once, side by side, and says of each on standard output what it found;
+/// with options.watch each second until Ctrl-C, and of that what is new. A camera that is not there is asked
+/// for again. The status is that of the last probes. Never throws.
 ExitStatus runHealth(const HealthOptions& options, const CommonOptions& common);
 
-/// "10.0.0.7:32769: good, the camera answers", or what it reports with its code and meaning, and the reason.
-std::string healthLine(const std::string& place, const std::optional<NetworkHealth>& reported,
-                       const std::string& reason);
+/// What a probe, or the identification before it, came to.
+struct Health {
+    std::string place;                             ///< "10.0.0.7:32769", or the address alone
+    std::string address;                           ///< without a port
+    std::optional<Diagnosis::Verdict> whyNot = {}; ///< unset: the camera answers
+
+    bool operator==(const Health&) const = default;
+};
+
+/// "10.0.0.7:32769: good, the camera answers", or why not and what to try.
+std::string healthLine(const Health& health);
+
+/// {"address", "ok", "error": {"code", "text", "try"}}, without "error" if it answers.
+nlohmann::ordered_json healthObject(const Health& health);
 
 } // namespace Console

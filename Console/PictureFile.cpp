@@ -5,6 +5,7 @@
 #include "Platform/WholeFile.h"
 
 #include <png.h>
+#include <zlib.h>
 
 #include <cerrno>
 #include <filesystem>
@@ -52,11 +53,51 @@ std::string fileBehind(const std::string& utf8Path) {
     return utf8FromPath(target);
 }
 
+using Bytes = std::vector<unsigned char>;
+
+void append(Bytes& bytes, const std::string& text) {
+    bytes.insert(bytes.end(), text.begin(), text.end());
+}
+
+void appendBigEndian(Bytes& bytes, std::uint32_t number) {
+    for (const int shift : {24, 16, 8, 0})
+        bytes.push_back(static_cast<unsigned char>(number >> shift));
+}
+
+/// libpng's simple way of writing, which needs no jumps across our frames, knows no texts: so a chunk "iTXt",
+/// not packed, of no language.
+Bytes textChunk(const std::string& keyword, const std::string& text) {
+    constexpr std::size_t longest = 1000;
+    Bytes named;
+    append(named, "iTXt" + keyword);
+    named.insert(named.end(), 5,
+                 0); // ends the keyword; not packed, by no method; no language, no translation
+    append(named, text.substr(0, longest));
+    Bytes chunk;
+    appendBigEndian(chunk, static_cast<std::uint32_t>(named.size() - 4));
+    chunk.insert(chunk.end(), named.begin(), named.end());
+    appendBigEndian(
+        chunk, static_cast<std::uint32_t>(crc32(0, named.data(), static_cast<unsigned int>(named.size()))));
+    return chunk;
+}
+
+/// Behind the chunk that comes first in any file.
+void insertTexts(Bytes& file, const PictureTexts& texts) {
+    constexpr std::ptrdiff_t signatureAndHeader = 8 + 25;
+    Bytes chunks;
+    for (const auto& [keyword, text] : texts) {
+        const Bytes chunk = textChunk(keyword, text);
+        chunks.insert(chunks.end(), chunk.begin(), chunk.end());
+    }
+    file.insert(file.begin() + signatureAndHeader, chunks.begin(), chunks.end());
+}
+
 } // namespace
 
 std::vector<unsigned char> encodeGreyPng(std::uint32_t width, std::uint32_t height,
-                                         std::span<const unsigned char> pixels) {
+                                         std::span<const unsigned char> pixels, const PictureTexts& texts) {
     png_image image{};
+    image.flags = PNG_IMAGE_FLAG_FAST;
     image.version = PNG_IMAGE_VERSION;
     image.width = width;
     image.height = height;
@@ -70,6 +111,7 @@ std::vector<unsigned char> encodeGreyPng(std::uint32_t width, std::uint32_t heig
     if (png_image_write_to_memory(&image, file.data(), &bytes, 0, pixels.data(), rowStride, nullptr) == 0)
         throw PictureFileError(std::string("the picture cannot be written as PNG: ") + image.message);
     file.resize(bytes);
+    insertTexts(file, texts);
     return file;
 }
 
@@ -78,9 +120,18 @@ void writeWholeFile(const std::string& utf8Path, std::span<const unsigned char> 
         fail(utf8Path, failure.message());
 }
 
-void checkWritable(const std::string& utf8Path) {
+void checkWritable(const std::string& utf8Path, OlderFile older) {
+    std::error_code ignored;
+    if (older == OlderFile::keep && fs::exists(pathFromUtf8(utf8Path), ignored))
+        fail(utf8Path, "it exists, and --no-clobber keeps it");
     if (const std::error_code failure = Platform::checkWholeFile(fileBehind(utf8Path)))
         fail(utf8Path, failure.message());
+}
+
+void makeFolderOf(const std::string& utf8Path) {
+    const fs::path folder = pathFromUtf8(utf8Path).parent_path();
+    if (!folder.empty())
+        makeFolder(utf8FromPath(folder));
 }
 
 void makeFolder(const std::string& utf8Path) {

@@ -5,6 +5,7 @@
 #include <span>
 #include <stdexcept>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace Console {
@@ -15,19 +16,31 @@ public:
     using std::runtime_error::runtime_error;
 };
 
-/// An 8-bit grey PNG file of `width` x `height` pixels, both at least 1. `pixels` has width x height bytes,
-/// rows from the top. Throws PictureFileError if libpng refuses the size or memory is short.
+/// What a file says of its picture: keywords of 1 to 79 ASCII letters, digits and single blanks within, and
+/// texts in UTF-8 without zeros.
+using PictureTexts = std::vector<std::pair<std::string, std::string>>;
+
+/// An 8-bit grey PNG file of `width` x `height` pixels, both at least 1, with a text chunk for each of the
+/// texts. `pixels` has width x height bytes, rows from the top. It is packed fast rather than small. Throws
+/// PictureFileError if libpng refuses the size or memory is short.
 std::vector<unsigned char> encodeGreyPng(std::uint32_t width, std::uint32_t height,
-                                         std::span<const unsigned char> pixels);
+                                         std::span<const unsigned char> pixels,
+                                         const PictureTexts& texts = {});
 
 /// Writes `bytes` to the file `utf8Path` as Platform::writeWholeFile does: where an ordinary file is
 /// replaced, with its permissions kept. Throws PictureFileError if any step fails, and then leaves nothing
 /// behind and an older file untouched. A symbolic link to a file is followed.
 void writeWholeFile(const std::string& utf8Path, std::span<const unsigned char> bytes);
 
-/// Throws PictureFileError if writeWholeFile could not even begin. Leaves nothing behind and touches no
-/// file that exists.
-void checkWritable(const std::string& utf8Path);
+/// What becomes of a file that is there already.
+enum class OlderFile { replace, keep };
+
+/// Throws PictureFileError if writeWholeFile could not even begin, or if there is a file that is to be kept.
+/// Leaves nothing behind and touches no file that exists.
+void checkWritable(const std::string& utf8Path, OlderFile older = OlderFile::replace);
+
+/// Makes the folders that hold a file where they are missing. Throws PictureFileError.
+void makeFolderOf(const std::string& utf8Path);
 
 /// Makes a folder, and those that hold it, where they are missing. Throws PictureFileError.
 void makeFolder(const std::string& utf8Path);

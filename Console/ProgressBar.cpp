@@ -1,5 +1,6 @@
 #include "ProgressBar.h"
 
+#include "Diagnosis/PictureRules.h"
 #include "Platform/Terminal.h"
 
 #include <algorithm>
@@ -50,7 +51,13 @@ std::string progressText(std::uint64_t received, std::uint64_t expected, double 
     return std::string(1, '[') + bar + "] " + numbers;
 }
 
-ProgressBar::ProgressBar(std::FILE* stream) : stream_(stream), enabled_(Platform::isTerminal(stream)) {}
+std::string exposingText(double seconds, int exposureUnits) {
+    const auto passed = std::min(static_cast<int>(seconds), exposureUnits / 10);
+    return "exposing " + std::to_string(passed) + "/" + Diagnosis::secondsText(exposureUnits) + " s";
+}
+
+ProgressBar::ProgressBar(std::FILE* stream)
+    : stream_(stream), enabled_(stream != nullptr && Platform::isTerminal(stream)) {}
 
 ProgressBar::~ProgressBar() {
     erase();
@@ -71,21 +78,34 @@ void ProgressBar::observe(std::size_t received, std::size_t expected) {
     }
     readExpected_ = expected;
     readReceived_ = received;
-    if (enabled_ && (!shown_ || now - lastDrawn_ >= redrawInterval))
-        draw(now);
+    if (!isDue(now))
+        return;
+    const double seconds = std::chrono::duration<double>(now - pictureStart_).count();
+    draw(progressText(this->received(), this->expected(), seconds, Platform::terminalColumns(stream_)));
 }
 
-void ProgressBar::draw(Clock::time_point now) {
-    const double seconds = std::chrono::duration<double>(now - pictureStart_).count();
-    const std::string text =
-        progressText(received(), expected(), seconds, Platform::terminalColumns(stream_));
+void ProgressBar::show(const std::string& text) {
+    if (!isDue(Clock::now()))
+        return;
+    const int columns = Platform::terminalColumns(stream_);
+    draw(text.substr(0, static_cast<std::size_t>(std::max(columns - 1, 0))));
+}
+
+bool ProgressBar::isDue(Clock::time_point now) {
+    const std::lock_guard lock(mutex_);
+    return enabled_ && (!shown_ || now - lastDrawn_ >= redrawInterval);
+}
+
+void ProgressBar::draw(const std::string& text) {
+    const std::lock_guard lock(mutex_);
     std::fprintf(stream_, "\r\x1b[K%s", text.c_str());
     std::fflush(stream_);
     shown_ = true;
-    lastDrawn_ = now;
+    lastDrawn_ = Clock::now();
 }
 
 void ProgressBar::erase() {
+    const std::lock_guard lock(mutex_);
     if (!shown_)
         return;
     std::fputs("\r\x1b[K", stream_);

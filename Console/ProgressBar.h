@@ -1,10 +1,11 @@
 #pragma once
-// Shows on a terminal how much of a picture has arrived.
+// Shows on a terminal what a command waits for, and how much of a picture has arrived.
 
 #include <chrono>
 #include <cstddef>
 #include <cstdint>
 #include <cstdio>
+#include <mutex>
 #include <string>
 
 namespace Console {
@@ -13,12 +14,16 @@ namespace Console {
 /// expected, and the rate where time has passed. Bytes are in decimal units (kB, MB, GB).
 std::string progressText(std::uint64_t received, std::uint64_t expected, double seconds, int columns);
 
-/// A bar that redraws itself in place. One thread.
+/// "exposing 12/30 s": the whole seconds that have passed, of an exposure of so many units of 100 ms.
+std::string exposingText(double seconds, int exposureUnits);
+
+/// A bar that redraws itself in place. One thread but for erase(), which any may call.
 class ProgressBar {
 public:
     using Clock = std::chrono::steady_clock;
 
-    /// Draws on `stream`, which must outlive it, only if that is a terminal.
+    /// Draws on `stream`, which must outlive it, only if that is a terminal. On none, a null pointer, it only
+    /// counts.
     explicit ProgressBar(std::FILE* stream);
     ProgressBar(const ProgressBar&) = delete;
     ProgressBar& operator=(const ProgressBar&) = delete;
@@ -30,6 +35,9 @@ public:
     /// the one before left over goes on with the same picture. Reads too short to be a picture are ignored.
     void observe(std::size_t received, std::size_t expected);
 
+    /// Shows a text in the bar's place, as much as fits.
+    void show(const std::string& text);
+
     /// Takes the bar off the screen, so that a line can be written; it comes back when more arrives.
     void erase();
 
@@ -38,16 +46,19 @@ public:
     std::uint64_t expected() const { return receivedBefore_ + readExpected_; }
 
 private:
-    void draw(Clock::time_point now);
+    bool isDue(Clock::time_point now);
+    void draw(const std::string& text);
 
     std::FILE* stream_;
     bool enabled_;
+    std::mutex mutex_; ///< guards what follows
     bool shown_ = false;
+    Clock::time_point lastDrawn_;
+    // Of the drawing thread alone.
     std::uint64_t receivedBefore_ = 0; ///< by earlier reads of the same picture
     std::uint64_t readReceived_ = 0;
     std::uint64_t readExpected_ = 0;
     Clock::time_point pictureStart_;
-    Clock::time_point lastDrawn_;
 };
 
 } // namespace Console

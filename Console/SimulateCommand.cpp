@@ -128,6 +128,9 @@ std::string simulateGreeting(const Simulator::CameraServer& server) {
         text << "\n  fault: " << fault.describe();
     const bool hasCamerasPorts =
         server.binaryTcpPort() == Simulator::binaryPort && server.textTcpPort() == Simulator::textPort;
+    if (address.starts_with("127."))
+        text << "\nThis address is this computer's own: a search does not find it. Ask it with: "
+             << (hasCamerasPorts ? "korva discover " + address : "korva capture --from FILE.xml");
     text << "\nTake a picture with: korva capture "
          << (hasCamerasPorts ? address : "--from a description with this address and port");
     return text.str();

@@ -1,7 +1,13 @@
 #pragma once
 // Where the log lines of the plug-in go while the tool runs.
 
+#include "Diagnosis/Facts.h"
+
+#include <log4cxx/level.h>
+#include <log4cxx/logger.h>
+
 #include <functional>
+#include <map>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -19,8 +25,8 @@ struct LogOptions {
 };
 
 /// For its lifetime, lines of the level asked for go to standard error as "LEVEL logger - message", fit for a
-/// terminal, and the messages of level warn and above are kept as remarks whatever was asked for. One at a
-/// time. Lines may come from any thread.
+/// terminal. Whatever was asked for, the lines of level info and above are kept for the thread that wrote
+/// them, unless a configuration file decides which there are. One at a time. Lines may come from any thread.
 class ToolLog {
 public:
     /// Sets log4cxx up anew, by `options` alone: made before the first logger of the process, it also keeps
@@ -33,19 +39,30 @@ public:
     /// After ignore() it closes what a configuration file has lines written to, since nothing else will.
     ~ToolLog();
 
-    /// The different messages of level warn and above since the last call, in the order they first came, as
-    /// printable text. At most 8; later ones are dropped.
-    std::vector<std::string> takeRemarks();
+    /// Closes that at once, and ends all logging: for what will not be destroyed, since threads may use it.
+    static void close();
 
-    /// The same, without forgetting them.
-    std::vector<std::string> remarks() const;
+    /// The lines of level info and above that the calling thread has written since its last call, in their
+    /// order; of more than 4096 the first ones.
+    std::vector<Diagnosis::LogLine> takeLines();
+
+    /// The calling thread begins: nothing that was noted of an earlier one of its number is its own.
+    void beginThread();
+
+    /// From now on the plug-in writes the picture files that it fetches into the diagnostics folder, without
+    /// a line of it shown. False if a configuration file decides on that and does not have it so.
+    bool dumpPictures();
+
+    /// Whether it does that, for whatever reason.
+    static bool isDumpingPictures();
 
     /// Gets a line's message as the plug-in wrote it.
     using Listener = std::function<void(std::string_view message)>;
 
     /// From now on hands the lines of level info and above of the logger called `name` to `listener`, on the
     /// thread that logs them; an empty one ends that. Such lines are made though nobody asked to see them,
-    /// unless a configuration file decides which there are. One listener at a time. It must not log.
+    /// and a configuration file has none of them written that it would not have without that. One listener at
+    /// a time. It must not log.
     void listenTo(const std::string& name, Listener listener);
 
     /// From now on no line of that thread is shown, kept or listened to, and the logger that was listened to
@@ -54,7 +71,11 @@ public:
 
 private:
     class Appender;
+    void hearOfPictures();
+    log4cxx::LevelPtr ownLevelOf(const log4cxx::LoggerPtr& logger);
+
     bool isConfiguredByFile_;
+    std::map<std::string, log4cxx::LevelPtr> ownLevels_; ///< of those that were listened to, before that
     std::shared_ptr<Appender> appender_;
 };
 

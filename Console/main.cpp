@@ -5,33 +5,56 @@
 #include "CommandLine/CommandLine.h"
 #include "CommandRun.h"
 #include "CommonOptions.h"
+#include "DiscoverCommand.h"
+#include "DoctorCommand.h"
 #include "ExitStatus.h"
 #include "HealthCommand.h"
-#include "ListCommands.h"
-#include "Printable.h"
+#include "IdentifyCommand.h"
+#include "NearestName.h"
 #include "SimulateCommand.h"
 #include "SimulateOptions.h"
 
 #include "Platform/Memory.h"
 #include "Platform/StandardStreams.h"
 
+#include <nlohmann/json.hpp>
+
+#include <algorithm>
 #include <clocale>
-#include <cstdio>
 #include <cstdlib>
 #include <functional>
 #include <map>
 #include <string>
+#include <string_view>
 
 namespace {
 
 using Console::ExitStatus;
 
-/// Prints the help that was asked for, or what is wrong with the command line, which may be of any bytes.
-ExitStatus answerWith(const CommandLine::CommandLine::Reply& reply) {
+Diagnosis::Verdict complaintOf(const CommandLine::CommandLine& line,
+                               const CommandLine::CommandLine::Reply& reply) {
+    const std::string help = "korva " + (reply.command.empty() ? "" : reply.command + " ") + "--help";
+    Diagnosis::Verdict verdict = Console::CommandFailure(reply.complaint).verdict();
+    verdict.code = "wrong-usage";
+    if (reply.complaint.find("; try: ") == std::string::npos)
+        verdict.remedy = help;
+    if (!reply.unknown.empty()) {
+        const std::string nearest =
+            Console::nearestName(reply.unknown.substr(0, reply.unknown.find('=')), line.names());
+        verdict.remedy = nearest.empty() ? help : nearest + ", or " + help;
+    }
+    return verdict;
+}
+
+/// Says what is wrong with the command line, also to programs, or gives the help that was asked for.
+ExitStatus answerWith(const CommandLine::CommandLine& line, const CommandLine::CommandLine::Reply& reply,
+                      bool json) {
     if (reply.complaint.empty())
         return Console::print(reply.help);
-    std::fprintf(stderr, "%s\n%s\n", Console::printable(reply.complaint).c_str(), reply.hint.c_str());
-    return ExitStatus::wrongUsage;
+    const Diagnosis::Verdict verdict = complaintOf(line, reply);
+    return Console::runJson(json, {}, {}, [&verdict](nlohmann::ordered_json&) -> ExitStatus {
+        throw Console::CommandFailure(verdict, ExitStatus::wrongUsage);
+    });
 }
 
 /// Under a locale without UTF-8 the logging library turns every byte above 127 into a question mark.
@@ -59,11 +82,12 @@ ExitStatus run(int argc, char** argv) {
         addCommonOptions(command, common);
         commands[name] = [&] { return runIt(options, common); };
     };
-    Console::IdentityOptions discover;
+    Console::DiscoverOptions discover;
     Console::IdentityOptions identify;
     Console::IdentityOptions describe;
     Console::CaptureOptions capture;
     Console::HealthOptions health;
+    Console::DoctorOptions doctor;
     Console::SimulateOptions simulate;
     add("discover", "Find the cameras on the local networks", Console::addDiscoverOptions, discover,
         Console::runDiscover);
@@ -71,11 +95,15 @@ ExitStatus run(int argc, char** argv) {
     add("capture", "Take pictures", Console::addCaptureOptions, capture, Console::runCapture);
     add("describe", "Print a camera's stored description (XML)", Console::addDescribeOptions, describe,
         Console::runDescribe);
-    add("health", "Ask a camera whether it answers", Console::addHealthOptions, health, Console::runHealth);
+    add("health", "Ask cameras whether they answer", Console::addHealthOptions, health, Console::runHealth);
+    add("doctor", "Look at everything, and say what is wrong", Console::addDoctorOptions, doctor,
+        Console::runDoctor);
     add("simulate", "Play a camera on the network", Console::addSimulateOptions, simulate,
         Console::runSimulate);
-    if (const auto reply = line.read(argc, argv))
-        return answerWith(*reply);
+    if (const auto reply = line.read(argc, argv)) {
+        const bool json = std::find(argv, argv + argc, std::string_view("--json")) != argv + argc;
+        return answerWith(line, *reply, json);
+    }
     return commands.at(line.command())();
 }
 

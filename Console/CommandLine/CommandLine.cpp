@@ -3,8 +3,12 @@
 #include <CLI/CLI.hpp>
 
 #include <algorithm>
+#include <cmath>
 #include <cstddef>
 #include <cstdint>
+#include <cstdlib>
+#include <sstream>
+#include <type_traits>
 
 namespace CommandLine {
 
@@ -20,12 +24,26 @@ void used(const std::string& names, const Use& use, const Value& value) {
     }
 }
 
-/// Of a word that is no command the library by itself says only that a command is missing.
-std::string complaintOf(const CLI::App& app, const CLI::ParseError& error) {
-    const std::vector<std::string> unknown = app.remaining();
-    const bool missesCommand = error.get_exit_code() == static_cast<int>(CLI::ExitCodes::RequiredError);
-    const bool missesOnlyThat = missesCommand && app.get_subcommands().empty() && !unknown.empty();
-    return missesOnlyThat ? CLI::ExtrasError(app.get_name(), unknown).what() : error.what();
+/// The first word that nobody knows, where a command is missing; else the first that looks like an option.
+std::string unknownWord(const CLI::App& app) {
+    const std::vector<std::string> words = app.remaining(true);
+    if (words.empty() || app.get_subcommands().empty())
+        return words.empty() ? "" : words.front();
+    const auto option = std::find_if(words.begin(), words.end(),
+                                     [](const std::string& word) { return word.starts_with("-"); });
+    return option == words.end() ? "" : *option;
+}
+
+void addNamesOf(const CLI::App& app, std::vector<std::string>& names) {
+    for (const CLI::Option* const option : app.get_options())
+        for (const std::string& name : option->get_lnames())
+            names.push_back("--" + name);
+    for (const CLI::App* const part : app.get_subcommands([](const CLI::App*) { return true; })) {
+        if (!part->get_name().empty())
+            names.push_back(part->get_name());
+        if (part->get_name().empty() || part->parsed()) // one without a name is a group of options
+            addNamesOf(*part, names);
+    }
 }
 
 } // namespace
@@ -62,6 +80,10 @@ Option Option::check(const Check& complaint) const {
 
 template <typename Number>
 Option Option::range(Number least, Number most) const {
+    if constexpr (std::is_floating_point_v<Number>)
+        option_->check([](const std::string& text) {
+            return std::isnan(std::strtod(text.c_str(), nullptr)) ? "\"" + text + "\" is not a number" : "";
+        });
     option_->check(CLI::Range(least, most));
     return *this;
 }
@@ -99,6 +121,7 @@ template Option Options::add(const std::string&, double&, const std::string&) co
 template Option Options::add(const std::string&, std::size_t&, const std::string&) const;
 template Option Options::add(const std::string&, std::optional<unsigned>&, const std::string&) const;
 template Option Options::add(const std::string&, std::optional<std::string>&, const std::string&) const;
+template Option Options::add(const std::string&, std::vector<std::string>&, const std::string&) const;
 
 template <typename Value>
 Option Options::addUse(const std::string& names, const std::function<void(const Value&)>& use,
@@ -175,12 +198,14 @@ std::optional<CommandLine::Reply> CommandLine::read(int argc, const char* const*
         app_->parse(argc, argv);
         return std::nullopt;
     } catch (const CLI::ParseError& error) {
-        if (error.get_exit_code() != 0)
-            return Reply{"", complaintOf(*app_, error), "Run with --help for more information."};
         std::ostringstream help;
-        std::ostringstream nothing;
-        app_->exit(error, help, nothing);
-        return Reply{help.str(), "", ""};
+        std::ostringstream wrong;
+        if (app_->exit(error, help, wrong) == 0)
+            return Reply{help.str(), "", command(), ""};
+        const std::string unknown = unknownWord(*app_);
+        // The library may say only what is missing then.
+        return Reply{"", unknown.empty() ? error.what() : CLI::ExtrasError({unknown}).what(), command(),
+                     unknown};
     }
 }
 
@@ -195,6 +220,12 @@ void CommandLine::read(const std::vector<std::string>& words) const {
 std::string CommandLine::command() const {
     const std::vector<CLI::App*> chosen = app_->get_subcommands();
     return chosen.empty() ? "" : chosen.front()->get_name();
+}
+
+std::vector<std::string> CommandLine::names() const {
+    std::vector<std::string> names;
+    addNamesOf(*app_, names);
+    return names;
 }
 
 std::string CommandLine::help() const {

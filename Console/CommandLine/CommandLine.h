@@ -57,7 +57,8 @@ public:
     explicit Options(CLI::App& app) : app_(&app) {}
 
     /// An option with a value, by its names ("--output", "-h,--help") or, without hyphens, by its place. The
-    /// last of several counts. Values are texts, numbers, and optional ones of these.
+    /// last of several counts. Values are texts, numbers, and optional ones of these; a vector takes all
+    /// texts.
     template <typename Value>
     Option add(const std::string& names, Value& value, const std::string& help) const;
     template <typename Value>
@@ -97,11 +98,12 @@ public:
     /// From now on a command must be given.
     Options addCommand(const std::string& name, const std::string& help) const;
 
-    /// What is to be printed instead of going on.
+    /// What is to be said instead of going on.
     struct Reply {
-        std::string help;      ///< or the version, where that was asked for; else empty
-        std::string complaint; ///< why the usage is wrong: may hold any bytes of the command line; else empty
-        std::string hint;      ///< a line behind the complaint
+        std::string help;      ///< or the version, if that was asked for; else empty
+        std::string complaint; ///< why the usage is wrong, else empty: may hold any bytes of the command line
+        std::string command;   ///< that was chosen; empty: none
+        std::string unknown;   ///< the word that is no option, or no command where one is missing; else empty
     };
 
     /// Reads what main() was given. Nothing: the options are filled, go on.
@@ -110,8 +112,11 @@ public:
     /// Reads words, without the program's name. Throws WrongUsage.
     void read(const std::vector<std::string>& words) const;
 
-    /// The command that was given; empty if the program has none.
+    /// The command that was given; empty: none.
     std::string command() const;
+
+    /// Every option and command that may be given, the options of the command that was given among them.
+    std::vector<std::string> names() const;
 
     /// The whole help.
     std::string help() const;

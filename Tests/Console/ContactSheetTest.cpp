@@ -66,9 +66,28 @@ TEST(ContactSheet, KeepsOnlySoManyPictures) {
     EXPECT_EQ(std::count(pixels.begin(), pixels.end(), 200), 100 * 16);
 }
 
+TEST(ContactSheet, SaysInATileWhyAPictureIsMissing) {
+    ContactSheet sheet;
+    add(sheet, 1);
+    sheet.addMissing("no answer on TCP 32769: a firewall?; try: " + std::string(3000, 'x'), {"10.0.0.7"});
+    const GreySheet two = sheet.layOut();
+    EXPECT_EQ(two.width, 2u * 500 + 20);
+    constexpr unsigned char tile = 64;
+    constexpr unsigned char ink = 225;
+    const auto inTile = [&two](unsigned char value) {
+        std::size_t count = 0;
+        for (std::uint32_t y = 20; y < 20 + ContactSheet::mostThumbnailHeight; ++y)
+            for (std::uint32_t x = 520; x < 1000; ++x)
+                count += two.pixels[std::size_t{y} * two.width + x] == value ? 1 : 0;
+        return count;
+    };
+    EXPECT_GT(inTile(ink), 3000u) << "some twenty lines";
+    EXPECT_EQ(inTile(ink) + inTile(tile), 480u * 360u) << "nothing but the words";
+}
+
 TEST(TinyFont, LettersAndDigitsDiffer) {
     std::set<std::array<std::uint8_t, Console::glyphHeight>> glyphs;
-    const std::string letters = "ABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789.,:-_/() ";
+    const std::string letters = "ABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789.,:-_/()%?;'\" ";
     for (const char letter : letters)
         glyphs.insert(Console::glyphOf(letter));
     EXPECT_EQ(glyphs.size(), letters.size());

@@ -1,8 +1,12 @@
 // What the commands make of their command lines.
 
 #include "Console/CaptureOptions.h"
+#include "Console/CommandFailure.h"
 #include "Console/CommonOptions.h"
+#include "Console/DiscoverCommand.h"
 #include "Console/HealthCommand.h"
+#include "Console/IdentifyCommand.h"
+#include "Console/NearestName.h"
 #include "Console/SimulateOptions.h"
 #include "Console/TimeLimits.h"
 
@@ -72,27 +76,94 @@ TEST(ExposureOption, RefusesWhatIsOutsideTheRangeBetweenTwoStepsOrNoDecimalNumbe
 TEST(CaptureOptions, AreOnePictureOfOneAndAHalfSecondsUnlessTheCommandLineSaysMore) {
     const auto told = [](const std::string& line) {
         const CaptureOptions options = parsed(addCaptureOptions, line);
-        return std::tuple(options.camera.address, options.exposureUnits, options.count, options.output,
-                          options.json, options.camera.pluginFile);
+        return std::tuple(options.camera.eachAddress(), options.exposures, options.isAutoExposure,
+                          options.count, options.jobs, options.interval, options.output, options.keepsFiles,
+                          options.takesAnyCamera, options.json, options.camera.pluginFile);
     };
-    EXPECT_EQ(told("10.0.0.7"), std::tuple("10.0.0.7", 15, 1, "", false, ""));
-    EXPECT_EQ(told("camera --exposure 0.2 --count 3 --output wall.png --json --plugin p.so"),
-              std::tuple("camera", 2, 3, "wall.png", true, "p.so"));
+    EXPECT_EQ(told("10.0.0.7"),
+              std::tuple(Lines{"10.0.0.7"}, std::vector{15}, false, 1, 16, 0ms, "", false, false, false, ""));
+    EXPECT_EQ(
+        told("10.0.0.8 10.0.0.7 --exposure 0.2,10,0.3 --count 3 --jobs 2 --interval 1.5 --output wall.png "
+             "--no-clobber --any-camera --json --plugin p.so"),
+        std::tuple(Lines{"10.0.0.8", "10.0.0.7"}, std::vector{2, 100, 3}, false, 3, 2, 1500ms, "wall.png",
+                   true, true, true, "p.so"));
+    EXPECT_EQ(told("a --exposure auto"),
+              std::tuple(Lines{"a"}, std::vector{15}, true, 1, 16, 0ms, "", false, false, false, ""));
+}
+
+TEST(CaptureOptions, ThatDoNotGoTogetherAreWrongUsage) {
+    for (const auto& [line, complaint] :
+         {std::pair{"a --interval 2", "--interval is the time between several pictures"},
+          {"a b --output -", "--output - is for one picture"},
+          {"a --output - --count 2", "--output - is for one picture"},
+          {"a --output - --exposure 1,2", "--output - is for one picture"},
+          {"a --output - --json", "--output - leaves no room for --json on standard output"}}) {
+        const CaptureOptions options = parsed(addCaptureOptions, line);
+        try {
+            requireThatTheyGoTogether(options);
+            ADD_FAILURE() << line;
+        } catch (const CommandFailure& failure) {
+            EXPECT_EQ(failure.verdict().text, complaint);
+            EXPECT_EQ(failure.status(), ExitStatus::wrongUsage);
+        }
+    }
+    EXPECT_NO_THROW(requireThatTheyGoTogether(parsed(addCaptureOptions, "a b --interval 2 --count 2")));
 }
 
 TEST(CaptureOptions, NameTheCameraInExactlyOneWayAndRefuseWrongUsage) {
     EXPECT_EQ(parsed(addCaptureOptions, "--from camera.xml").camera.descriptionFile, "camera.xml");
     EXPECT_TRUE(parsed(addCaptureOptions, "--all").camera.all);
-    expectRefusal(addCaptureOptions, {"", "''", "a b", "a --all", "a --from camera.xml",
-                                      "--all --from camera.xml", "--from ''"});
-    expectRefusal(addCaptureOptions, {"a --exposure 0", "a --exposure 360.1", "a --exposure", "a --count 0",
-                                      "a --count 10000", "a --count 1.5", "a --port 32769", "a --unknown"});
+    expectRefusal(addCaptureOptions,
+                  {"", "''", "a --all", "a --from camera.xml", "--all --from camera.xml", "--from ''"});
+    expectRefusal(addCaptureOptions,
+                  {"a --exposure 0", "a --exposure 360.1", "a --exposure", "a --count 0", "a --count 10000",
+                   "a --count 1.5", "a --port 32769", "a --unknown", "a --exposure 1,,2", "a --exposure 1,2,",
+                   "a --exposure Auto", "a --jobs 0", "a --jobs 65", "a --interval 0", "a --interval 86401",
+                   "a --interval 1s", "a --output x.jpg", "a --output {x}.png", "a --contact-sheet x.gif"});
+    std::string bracket = "1";
+    for (int more = 1; more < 20; ++more)
+        bracket += ",1";
+    EXPECT_EQ(parsed(addCaptureOptions, "a --exposure " + bracket).exposures.size(), 20u);
+    expectRefusal(addCaptureOptions, {"a --exposure " + bracket + ",1"});
 }
 
-TEST(HealthCommand, TakesAnAddressOrADescription) {
-    for (const char* line : {"10.0.0.7 --watch", "--from a.xml"})
+TEST(HealthCommand, TakesAddressesOrADescriptionOrAll) {
+    for (const char* line : {"10.0.0.7 --watch", "--from a.xml --json", "--all"})
         EXPECT_NO_THROW(parsed(addHealthOptions, line));
-    expectRefusal(addHealthOptions, {"", "10.0.0.7 --from a.xml", "--all"});
+    EXPECT_EQ(parsed(addHealthOptions, "10.0.0.7 b 10.0.0.7").camera.eachAddress(), (Lines{"10.0.0.7", "b"}));
+    expectRefusal(addHealthOptions, {"", "10.0.0.7 --from a.xml", "10.0.0.7 --all"});
+}
+
+TEST(DiscoverCommand, TakesAddressesATimeAndAWatch) {
+    EXPECT_EQ(parsed(addDiscoverOptions, "").camera.eachAddress(), Lines{});
+    EXPECT_EQ(parsed(addDiscoverOptions, "a b").camera.eachAddress(), (Lines{"a", "b"}));
+    EXPECT_EQ(parsed(addDiscoverOptions, "--timeout 2.5").timeout, 2500ms);
+    EXPECT_TRUE(parsed(addDiscoverOptions, "--watch --json").watch);
+    expectRefusal(addDiscoverOptions,
+                  {"--timeout -1", "--timeout nan", "--timeout inf", "--timeout x", "--all", "--from a.xml"});
+}
+
+TEST(AnAddress, ThatIsNoneIsRefusedInPlainWords) {
+    for (const auto& [text, complaint] : {std::pair{"10.0.0.7:32769", "\"10.0.0.7:32769\" names a port"},
+                                          {"fe80::1", "\"fe80::1\" is an IPv6 address"},
+                                          {"10.0.0.256", "\"10.0.0.256\" is no IPv4 address"}})
+        EXPECT_THAT(thrownBy<CommandLine::WrongUsage>([&] { parsed(addIdentifyOptions, text); }),
+                    testing::AllOf(testing::StartsWith(std::string("ADDRESS: ") + complaint),
+                                   testing::HasSubstr("; try: ")));
+}
+
+TEST(NearestName, IsWhatWasMeant) {
+    const Lines names = {"--exposure", "--output", "--json", "--all", "discover", "describe"};
+    for (const auto& [word, name] : {std::pair{"--exposrue", "--exposure"},
+                                     {"--exposur", "--exposure"},
+                                     {"--expo", "--exposure"},
+                                     {"--jason", "--json"},
+                                     {"discovr", "discover"},
+                                     {"--port", ""},
+                                     {"", ""},
+                                     {"frobnicate", ""}})
+        EXPECT_EQ(nearestName(word, names), name) << word;
+    EXPECT_EQ(nearestName(std::string(65, '-'), {std::string(65, '-')}), "");
 }
 
 TEST(CommonOptions, TakeEveryLevelInAnyCase) {
@@ -102,17 +173,39 @@ TEST(CommonOptions, TakeEveryLevelInAnyCase) {
 }
 
 TEST(CommonOptions, RefuseUnknownLevelMissingConfigurationAndShapelessSetting) {
-    expectRefusal(addCommonOptions,
-                  {"--log loud", "--log-config /no/such/file", "--setting name", "--setting =value"});
+    expectRefusal(addCommonOptions, {"--log loud", "--log-config /no/such/file", "--setting tradeshow",
+                                     "--setting =value", "--setting tradeshoww=1"});
+    EXPECT_EQ(thrownBy<CommandLine::WrongUsage>([] { parsed(addCommonOptions, "--setting tradesow=1"); }),
+              "--setting: there is no setting \"tradesow\"; try: tradeshow");
+    EXPECT_THAT(
+        thrownBy<CommandLine::WrongUsage>([] { parsed(addCommonOptions, "--setting x=1"); }),
+        testing::EndsWith("; known are KorvaGetImageDelay, developerMode, enableTimingProfileLogging, "
+                          "logging.ImageDirectory, tradeshow"));
+}
+
+TEST(CommonOptions, RefuseALoggingConfigurationThatIsNone) {
+    const TestSupport::TemporaryFolder folder;
+    const auto complaint = [&folder](const std::string& name, const std::string& text) {
+        std::ofstream(folder.file(name)) << text;
+        return thrownBy<CommandLine::WrongUsage>(
+            [&] { parsed(addCommonOptions, "--log-config " + folder.file(name)); });
+    };
+    EXPECT_EQ(complaint("a", "# a comment\n\n  log4j.rootLogger=INFO, \\\n  A\nlog4j.appender.A=x\n"), "");
+    EXPECT_EQ(complaint("a.xml", "<log4j:configuration/>"), "");
+    EXPECT_THAT(complaint("b", "log4j.rootLogger=INFO\nlog4g.appender.A=x\n"),
+                testing::HasSubstr("\"log4g.appender.A\" is no key of a logging configuration"));
+    for (const char* name : {"c", "c.xml"})
+        EXPECT_THAT(complaint(name, "# nothing\n"), testing::HasSubstr("holds no logging configuration"));
 }
 
 TEST(CommonOptions, SettingsMayBeRepeatedAndHoldEqualSignsAndReachTheHost) {
-    const auto options = parsed(addCommonOptions, "--setting ConsoleTest=1 --setting b=x=y --setting c=");
+    const auto options = parsed(addCommonOptions, "--setting tradeshow=1 --setting KorvaGetImageDelay=x=y "
+                                                  "--setting developerMode=");
     const std::vector<std::pair<std::string, std::string>> expected = {
-        {"ConsoleTest", "1"}, {"b", "x=y"}, {"c", ""}};
+        {"tradeshow", "1"}, {"KorvaGetImageDelay", "x=y"}, {"developerMode", ""}};
     EXPECT_EQ(options.settings, expected);
     applyToHost(options);
-    EXPECT_EQ(ReferenceHost::developerSettings().at("ConsoleTest"), "1");
+    EXPECT_EQ(ReferenceHost::developerSettings().at("tradeshow"), "1");
 }
 
 TEST(CommonOptions, NameNoFolderOfDumpsWhereALoggingConfigurationDecidesWhetherThereAreAny) {

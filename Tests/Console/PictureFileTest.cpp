@@ -1,13 +1,15 @@
 #include "Console/PictureFile.h"
 
-#include "Console/CaptureOptions.h"
 #include "Support/TemporaryFolder.h"
 #include "Support/Thrown.h"
 
+#include <algorithm>
+#include <cstddef>
 #include <filesystem>
 #include <fstream>
 #include <gtest/gtest.h>
 #include <iterator>
+#include <png.h>
 #include <string>
 #include <sys/stat.h>
 #include <vector>
@@ -73,42 +75,48 @@ TEST(PictureFile, NamesInErrorsCannotSteerATerminal) {
               "cannot make the folder /dev/null/\\x1b[2J: Not a directory");
 }
 
-namespace {
-
-/// The file of that picture of a camera.
-std::string nameOf(int number, const std::string& address, const std::string& output, int count,
-                   bool isOfAll = false) {
-    Console::CaptureOptions options;
-    options.camera.all = isOfAll;
-    options.output = output;
-    options.count = count;
-    return pictureFileName(options, address, number);
+TEST(PictureFile, ThatIsToBeKeptIsSo) {
+    const TestSupport::TemporaryFolder folder;
+    const std::string file = folder.file("a.png");
+    checkWritable(file, Console::OlderFile::keep);
+    writeWholeFile(file, Bytes{1});
+    checkWritable(file);
+    EXPECT_EQ(thrownBy<PictureFileError>([&] { checkWritable(file, Console::OlderFile::keep); }),
+              "cannot write " + file + ": it exists, and --no-clobber keeps it; try: another --output");
 }
 
-const std::string longest(64, 'a');
-
-} // namespace
-
-TEST(PictureName, IsNumberedWhereThereAreSeveralBeforeTheExtensionIfThereIsOne) {
-    EXPECT_EQ(nameOf(1, "10.0.0.7", "wall.png", 1), "wall.png");
-    EXPECT_EQ(nameOf(1, "10.0.0.7", "wall.png", 2), "wall-1.png");
-    EXPECT_EQ(nameOf(12, "10.0.0.7", "wall.png", 12), "wall-12.png");
-    EXPECT_EQ(nameOf(1, "10.0.0.7", "run.1/a.b.png", 2), "run.1/a.b-1.png");
-    EXPECT_EQ(nameOf(1, "10.0.0.7", "run.1/wall", 2), "run.1/wall-1");
-    EXPECT_EQ(nameOf(1, "10.0.0.7", "run.1/.wall", 2), "run.1/.wall-1");
+TEST(PictureFile, GetsItsFoldersWhereTheyAreMissing) {
+    const TestSupport::TemporaryFolder folder;
+    Console::makeFolderOf(folder.file("a/b/c.png"));
+    EXPECT_TRUE(fs::is_directory(folder.file("a/b")));
+    EXPECT_FALSE(fs::exists(folder.file("a/b/c.png")));
+    Console::makeFolderOf("c.png"); // in the working folder
 }
 
-TEST(PictureName, IsMadeOfTheAddressWithoutWhatAPathWouldMindOrBeTooLongFor) {
-    EXPECT_EQ(nameOf(1, "10.0.0.7", "", 1), "korva-10.0.0.7.png");
-    EXPECT_EQ(nameOf(2, "10.0.0.7", "", 2), "korva-10.0.0.7-2.png");
-    EXPECT_EQ(nameOf(1, "../fe80::1%eth0\n", "", 1), "korva-.._fe80__1_eth0_.png");
-    EXPECT_EQ(nameOf(1, longest, "", 1), "korva-" + longest + ".png");
-    EXPECT_EQ(nameOf(1, longest + std::string(170, 'b'), "", 1), "korva-" + longest + ".png");
-}
+TEST(PictureFile, HoldsItsPixelsAndWhatIsSaidOfThem) {
+    const Bytes pixels{1, 2, 3, 4, 5, 6};
+    const Bytes file =
+        Console::encodeGreyPng(3, 2, pixels, {{"Camera", "caf\xC3\xA9"}, {"Exposure", "1.5 s"}});
 
-TEST(PictureName, OfAllCamerasLiesInTheFolderOfTheOutput) {
-    EXPECT_EQ(nameOf(1, "10.0.0.7", "wall", 1, true), "wall/korva-10.0.0.7.png");
-    EXPECT_EQ(nameOf(2, "../../evil", "wall/", 2, true), "wall/korva-.._.._evil-2.png");
-    EXPECT_EQ(nameOf(1, "10.0.0.7", "", 2, true), "korva-10.0.0.7-1.png");
-    EXPECT_EQ(nameOf(1, longest + "b", "wall", 1, true), "wall/korva-" + longest + ".png");
+    struct Source {
+        const Bytes& bytes;
+        std::size_t at = 0;
+    } source{file};
+    png_structp png = png_create_read_struct(PNG_LIBPNG_VER_STRING, nullptr, nullptr, nullptr);
+    png_infop info = png_create_info_struct(png);
+    png_set_read_fn(png, &source, [](png_structp reader, png_bytep to, std::size_t count) {
+        auto& from = *static_cast<Source*>(png_get_io_ptr(reader));
+        std::copy_n(from.bytes.begin() + static_cast<std::ptrdiff_t>(from.at), count, to);
+        from.at += count;
+    });
+    png_read_png(png, info, PNG_TRANSFORM_IDENTITY, nullptr);
+    png_textp texts = nullptr;
+    int count = 0;
+    png_get_text(png, info, &texts, &count);
+    ASSERT_EQ(count, 2);
+    EXPECT_EQ(texts[0].key + std::string("=") + texts[0].text, "Camera=caf\xC3\xA9");
+    EXPECT_EQ(texts[1].key + std::string("=") + texts[1].text, "Exposure=1.5 s");
+    EXPECT_EQ(Bytes(png_get_rows(png, info)[1], png_get_rows(png, info)[1] + 3), (Bytes{4, 5, 6}));
+    EXPECT_EQ(source.at, file.size());
+    png_destroy_read_struct(&png, &info, nullptr);
 }

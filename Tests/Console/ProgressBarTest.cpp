@@ -29,6 +29,12 @@ TEST(ProgressText, NeverFillsTheLine) {
                   columns > 0 ? columns - 1 : 0);
 }
 
+TEST(ExposingText, CountsWholeSecondsUpToTheExposure) {
+    EXPECT_EQ(Console::exposingText(12.9, 300), "exposing 12/30 s");
+    EXPECT_EQ(Console::exposingText(0.9, 15), "exposing 0/1.5 s");
+    EXPECT_EQ(Console::exposingText(99.0, 300), "exposing 30/30 s");
+}
+
 TEST(ProgressBar, AddsUpTheReadsOfOnePictureAndCountsNoHeadersAndChecksums) {
     using Count = std::pair<std::size_t, std::size_t>; // received and expected
     for (const auto& [reads, sum] :
@@ -37,7 +43,7 @@ TEST(ProgressBar, AddsUpTheReadsOfOnePictureAndCountsNoHeadersAndChecksums) {
           {{{1000, 1000}, {6, 6}, {200, 1000}}, {200, 1000}}, // the next picture
           {{{6, 6}, {16, 16}}, {0, 0}},
           {{{6, 6}, {16, 16}, {17, 17}}, {17, 17}}}) {
-        ProgressBar bar(stderr);
+        ProgressBar bar(nullptr);
         for (const auto& [received, expected] : reads)
             bar.observe(received, expected);
         EXPECT_EQ(Count(bar.received(), bar.expected()), sum) << testing::PrintToString(reads);
@@ -51,6 +57,7 @@ TEST(ProgressBar, DrawsNothingIntoAFile) {
         ProgressBar bar(file.get());
         bar.observe(500, 1000);
         bar.observe(1000, 1000);
+        bar.show("searching...");
         bar.erase();
     }
     EXPECT_EQ(std::ftell(file.get()), 0);

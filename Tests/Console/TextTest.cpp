@@ -1,9 +1,8 @@
 // What the tool says of cameras, pictures and failures, and that none of it steers a terminal.
 
 #include "Console/CameraText.h"
-#include "Console/CaptureReport.h"
-#include "Console/FailureAdvice.h"
 #include "Console/Printable.h"
+#include "Console/SearchFacts.h"
 
 #include "Platform/Text.h"
 
@@ -35,16 +34,11 @@ CameraInfo camera() {
     return info;
 }
 
-} // namespace
-
-TEST(CameraText, JsonOfAListHoldsEachInOrderAndWhyItWasCut) {
-    CameraInfo other = camera();
-    other.setIpAddress(L"10.77.1.12");
-    EXPECT_EQ(camerasJson({camera(), other}, ""),
-              R"({"cameras":[)" + cameraJson(camera()) + "," + cameraJson(other) + "]}");
-    EXPECT_EQ(camerasJson({}, ""), R"({"cameras":[]})");
-    EXPECT_EQ(camerasJson({}, "too late"), R"({"cameras":[],"cut":"too late"})");
+std::string rowOf(const CameraInfo& info) {
+    return cameraRow("10.77.1.11", "Lab 2", identityOf(info));
 }
+
+} // namespace
 
 TEST(CameraText, JsonKeepsTextsAndCannotSteerATerminal) {
     CameraInfo odd = camera();
@@ -58,7 +52,7 @@ TEST(CameraText, JsonKeepsTextsAndCannotSteerATerminal) {
 TEST(CameraText, WordsShowControlCharactersEscaped) {
     CameraInfo odd = camera();
     odd.setModel(L"a\x1B[2Jb");
-    for (const std::string& text : {cameraRow(odd), cameraDetails(odd)}) {
+    for (const std::string& text : {rowOf(odd), cameraDetails(odd)}) {
         EXPECT_THAT(text, HasSubstr("a\\x1b[2Jb"));
         EXPECT_THAT(text, Not(HasSubstr("\x1B")));
     }
@@ -66,66 +60,21 @@ TEST(CameraText, WordsShowControlCharactersEscaped) {
 
 TEST(CameraText, RowsStandBelowTheirHeads) {
     for (const auto& [head, value] : {std::pair{"ADDRESS", "10.77"},
+                                      {"ROOM", "Lab 2"},
                                       {"MAC ADDRESS", "02-4b"},
                                       {"MODEL", "Korva Meridian"},
                                       {"SERIAL", "1234"},
                                       {"PIXELS", "2748 x 1836"},
                                       {"FIRMWARE", "SW-3.2.15"}})
-        EXPECT_EQ(cameraTableHead().find(head), cameraRow(camera()).find(value)) << head;
+        EXPECT_EQ(cameraTableHead().find(head), rowOf(camera()).find(value)) << head;
 }
 
 TEST(CameraText, WideValuesPushTheRestAsideAndWhatIsNotKnownIsADash) {
     CameraInfo wide = camera();
     wide.setModel(std::wstring(60, L'm'));
-    EXPECT_THAT(cameraRow(wide), HasSubstr(std::string(60, 'm') + "  1234"));
+    EXPECT_THAT(rowOf(wide), HasSubstr(std::string(60, 'm') + "  1234"));
+    EXPECT_THAT(cameraRow("10.77.1.11", "", {}), testing::ContainsRegex("^10.77.1.11( +-){6} +$"));
     EXPECT_THAT(cameraDetails({}), HasSubstr("MAC address      -\n"));
-}
-
-TEST(CaptureReport, LineNamesFileSizeMeanAndTimeAndCannotSteerATerminal) {
-    EXPECT_EQ(pictureLine({"a.png", "10.0.0.7", 2748, 1836, 87.34, 1912.4}),
-              "a.png: 2748 x 1836 pixels, mean 87.3, 1912 ms");
-    EXPECT_EQ(pictureLine({"a\x1b.png", "10.0.0.7", 1, 1, 0, 0}), "a\\x1b.png: 1 x 1 pixels, mean 0.0, 0 ms");
-}
-
-TEST(CaptureReport, JsonHoldsWhatWasTakenAndWhyOthersWereNot) {
-    CaptureOptions options;
-    options.exposureUnits = 3;
-    CaptureReport report;
-    EXPECT_EQ(jsonReport(options, report), R"({"exposureSeconds":0.3,"files":[],"warnings":[]})");
-    // One line whatever the file is called.
-    report.pictures = {{"a\n\xff.png", "10.0.0.7", 4, 2, 10.5, 33.33}, {"b.png", "10.0.0.8", 4, 2, 11, 34}};
-    report.remarks = {"odd"};
-    report.failures = {"no picture", "nor here"};
-    EXPECT_EQ(
-        jsonReport(options, report),
-        R"({"exposureSeconds":0.3,"files":[)"
-        R"({"file":"a\n\ufffd.png","address":"10.0.0.7","width":4,"height":2,"mean":10.5,"milliseconds":33.3},)"
-        R"({"file":"b.png","address":"10.0.0.8","width":4,"height":2,"mean":11.0,"milliseconds":34.0}],)"
-        R"("warnings":["odd"],"error":"no picture\nnor here"})");
-}
-
-TEST(FailureAdvice, DiffersForWhatDiffersToTheEngineer) {
-    for (const auto& [reason, advice] : {
-             std::pair{"connect: Connection refused", "it has finished starting"},
-             {"connect: No route to host", "check the address, the cable and the camera's power"},
-             {"All black image from Korva detected", "open the lens cap"},
-             {"Korva returned an error code: 5", "use another --exposure"},
-             {"parseIncomingMessage failed for take image request", "check the cable and restart"},
-             {"Korva picture has the size 60 x 40, the camera's resolution is 120 x 80", "korva describe"},
-             {"Korva picture has the size 0 x 0, the camera's resolution is 120 x 80", "picture again"},
-             {"something else", "--log debug"},
-             {"", "--log debug"},
-         })
-        EXPECT_THAT(adviceFor(reason), HasSubstr(advice)) << reason;
-}
-
-TEST(FailureReason, SaysEachOnceAndNothingThatOnlySaysThereWasAFailure) {
-    EXPECT_EQ(reasonOf({"no version info", "DeviceException while determining camera info.",
-                        "    no version info"}),
-              "no version info");
-    EXPECT_EQ(reasonOf({"one", "two", "Failed to capture Korva image"}), "one; two");
-    EXPECT_EQ(reasonOf({}), "the plug-in gave no reason");
-    EXPECT_EQ(reasonOf({"Failed to capture Korva image"}), "the plug-in gave no reason");
 }
 
 TEST(Printable, LeavesOrdinaryTextAlone) {

@@ -9,7 +9,9 @@
 #include <log4cxx/level.h>
 #include <log4cxx/logger.h>
 
+#include <chrono>
 #include <fstream>
+#include <future>
 #include <iterator>
 #include <string>
 #include <string_view>
@@ -127,21 +129,53 @@ TEST(ToolLog, EscapesWhatCouldSteerATerminal) {
               "WARN Plenar.Test - a\\x1b[2J\\x0aERROR b \\xff\n");
 }
 
-TEST(ToolLog, KeepsWarningsAndErrorsAsRemarksWhateverIsShown) {
-    ToolLog toolLog({"off", ""}, nullptr);
-    log(Level::getWarn(), "first");
-    log(Level::getInfo(), "not this");
-    log(Level::getError(), "second\n");
-    log(Level::getWarn(), "first");
-    EXPECT_EQ(toolLog.takeRemarks(), (Lines{"first", "second\\x0a"}));
-    EXPECT_EQ(toolLog.takeRemarks(), Lines{});
+namespace {
+
+/// Each as "LEVEL logger message".
+Lines linesOf(ToolLog& toolLog) {
+    constexpr const char* levels[] = {"debug", "info", "warn", "error"};
+    Lines lines;
+    for (const Diagnosis::LogLine& line : toolLog.takeLines())
+        lines.push_back(std::string(levels[static_cast<int>(line.level)]) + " " + line.logger + " " +
+                        line.message);
+    return lines;
 }
 
-TEST(ToolLog, KeepsOnlySoManyRemarks) {
+} // namespace
+
+TEST(ToolLog, KeepsLinesFromInfoOnForTheThreadThatWroteThemWhateverIsShown) {
+    ToolLog toolLog({"off", ""}, nullptr);
+    logOnEveryLevel();
+    Lines others;
+    std::thread([&] {
+        log(Level::getError(), "other\n");
+        others = linesOf(toolLog);
+    }).join();
+    EXPECT_EQ(others, Lines{"error Plenar.Test other\n"});
+    EXPECT_EQ(linesOf(toolLog),
+              (Lines{"info Plenar.Test one", "warn Plenar.Test one", "error Plenar.Test one"}));
+    EXPECT_EQ(linesOf(toolLog), Lines{});
+}
+
+TEST(ToolLog, KeepsOnlySoManyLines) {
     ToolLog toolLog({}, nullptr);
-    for (int i = 0; i < 100; ++i)
-        log(Level::getError(), std::to_string(i));
-    EXPECT_EQ(toolLog.takeRemarks().size(), 8u);
+    for (int i = 0; i <= 4096; ++i)
+        log(Level::getInfo(), std::to_string(i));
+    const auto lines = toolLog.takeLines();
+    EXPECT_EQ(lines.size(), 4096u);
+    EXPECT_EQ(lines.back().message, "4095");
+}
+
+TEST(ToolLog, HasPicturesDumpedWithoutShowingIt) {
+    const auto dumping = log4cxx::Logger::getLogger("Plenar.KorvaCamera.KorvaCapture");
+    EXPECT_EQ(shownBy([&] {
+                  ToolLog toolLog({"warn", ""}, nullptr);
+                  EXPECT_FALSE(dumping->isTraceEnabled());
+                  EXPECT_TRUE(toolLog.dumpPictures());
+                  EXPECT_TRUE(dumping->isTraceEnabled());
+                  log(Level::getTrace(), "Dumping", "Plenar.KorvaCamera.KorvaCapture");
+              }),
+              "");
 }
 
 TEST(ToolLog, StopsShowingAtItsEnd) {
@@ -156,8 +190,8 @@ TEST(ToolLog, LetsListenToOneLoggerFromInfoOnWithoutShowingIt) {
     EXPECT_EQ(shownBy([] {
                   ToolLog toolLog({}, nullptr);
                   EXPECT_EQ(heardOf(toolLog), (Lines{"one", "one", "one"}));
-                  EXPECT_TRUE(logger()->isWarnEnabled());
-                  EXPECT_FALSE(logger()->isInfoEnabled()) << "as it was before";
+                  EXPECT_TRUE(logger()->isInfoEnabled());
+                  EXPECT_FALSE(logger()->isDebugEnabled()) << "as it was before";
               }),
               "");
 }
@@ -171,9 +205,40 @@ TEST(ToolLog, IgnoresAThreadThatIsLeftToItself) {
                   log(Level::getError(), "other", "Plenar.Other");
                   EXPECT_FALSE(logger()->isErrorEnabled());
                   EXPECT_EQ(heard, Lines{});
-                  EXPECT_EQ(toolLog.takeRemarks(), Lines{});
+                  EXPECT_EQ(linesOf(toolLog), Lines{});
               }),
               "");
+}
+
+TEST(ToolLog, TakesALaterThreadOfTheSameNumberForItself) {
+    shownBy([] {
+        ToolLog toolLog({}, nullptr);
+        log(Level::getError(), "of an earlier thread");
+        toolLog.ignore(std::this_thread::get_id());
+        toolLog.beginThread();
+        Lines heard;
+        toolLog.listenTo("Plenar.Test", [&](std::string_view line) { heard.emplace_back(line); });
+        log(Level::getInfo(), "own");
+        EXPECT_EQ(heard, Lines{"own"});
+        EXPECT_EQ(linesOf(toolLog), Lines{"info Plenar.Test own"});
+    });
+}
+
+TEST(ToolLog, HoldsNoLockWhileItsListenerHearsALine) {
+    ToolLog toolLog({}, nullptr);
+    std::promise<void> taken;
+    std::thread other;
+    auto state = std::future_status::timeout;
+    toolLog.listenTo("Plenar.Test", [&](std::string_view) {
+        other = std::thread([&] {
+            toolLog.takeLines();
+            taken.set_value();
+        });
+        state = taken.get_future().wait_for(std::chrono::seconds(10));
+    });
+    log(Level::getInfo(), "one");
+    other.join();
+    EXPECT_EQ(state, std::future_status::ready);
 }
 
 TEST_F(ConfiguredToolLog, FollowsItsFile) {
@@ -208,9 +273,29 @@ TEST_F(ConfiguredToolLog, LooksAsItsFileSaysWhileLibrariesAreKeptApart) {
     EXPECT_THAT(shownApartFromLibraries(behindAnAsynchronousAppender), HasSubstr("ERROR|caf\xC3\xA9\n"));
 }
 
-TEST_F(ConfiguredToolLog, HearsNoMoreThanTheLevelsOfItsFileLetPass) {
+TEST_F(ConfiguredToolLog, DecidesAloneWhetherPicturesAreDumped) {
     shownBy([this] {
-        ToolLog toolLog(configured("log4j.rootLogger=ERROR, A" + appender("A", "%m%n")), nullptr);
-        EXPECT_EQ(heardOf(toolLog), Lines{"one"});
+        EXPECT_FALSE(
+            ToolLog(configured("log4j.rootLogger=INFO, A" + appender("A", "%m%n")), nullptr).dumpPictures());
+        EXPECT_TRUE(
+            ToolLog(configured("log4j.rootLogger=TRACE, A" + appender("A", "%m%n")), nullptr).dumpPictures());
     });
+}
+
+TEST_F(ConfiguredToolLog, HearsAndKeepsWhatItsFileHidesAndHidesItYet) {
+    for (const std::string root : {"ERROR", "OFF"}) {
+        const LogOptions options =
+            configured("log4j.rootLogger=" + root + ", F" +
+                       appender("F", "%p|%m%n", "FileAppender", "File=" + folder_.file(root)));
+        shownBy([&] {
+            ToolLog toolLog(options, nullptr);
+            EXPECT_EQ(heardOf(toolLog), (Lines{"one", "one", "one"})) << root;
+            EXPECT_EQ(logger()->isErrorEnabled(), root == "ERROR") << "as it was before";
+        });
+        log4cxx::BasicConfigurator::resetConfiguration();
+        std::ifstream stream(folder_.file(root));
+        const std::string lines{std::istreambuf_iterator<char>(stream), {}};
+        // The other logger's line is forced, whatever its level.
+        EXPECT_EQ(lines, root == "OFF" ? "ERROR|other\n" : "ERROR|one\nERROR|other\nERROR|one\n");
+    }
 }

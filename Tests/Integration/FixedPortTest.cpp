@@ -4,8 +4,11 @@
 
 #include <nlohmann/json.hpp>
 
+#include <chrono>
 #include <csignal>
+#include <cstdio>
 #include <string>
+#include <tuple>
 
 using namespace Integration;
 using nlohmann::json;
@@ -33,12 +36,25 @@ TEST(ToolOnTheCamerasOwnPorts, IdentifySaysWhoItIs) {
 
 TEST(ToolOnTheCamerasOwnPorts, OneInterruptEndsAnIdentificationThatTheCameraHolds) {
     for (const auto& [command, signal] :
-         {std::pair{"identify", SIGINT}, {"describe", SIGTERM}, {"health", SIGINT}}) {
+         {std::pair{"identify", SIGINT}, {"describe", SIGTERM}, {"health", SIGINT}, {"discover", SIGINT}}) {
         CameraAtItsPorts camera(holding);
         ChildProcess tool(toolCommand({command, address}));
         EXPECT_TRUE(camera.process.waitForOutput("fault get:drip")) << camera.process.output();
-        EXPECT_THAT(tool.endBy(signal, std::chrono::seconds(5)), ended(1, "", "korva: interrupted\n"));
+        const auto begin = std::chrono::steady_clock::now();
+        EXPECT_THAT(tool.endBy(signal, std::chrono::seconds(5)), ended(130, "", "korva: interrupted\n"));
+        const std::chrono::duration<double> took = std::chrono::steady_clock::now() - begin;
+        std::printf("figure: Ctrl-C ends %s: %.2f s, at most 0.5 s on an idle machine\n", command,
+                    took.count());
     }
+}
+
+TEST(ToolOnTheCamerasOwnPorts, AnInterruptIsToldToProgramsToo) {
+    CameraAtItsPorts camera(holding);
+    ChildProcess tool(toolCommand({"identify", address, "--json"}));
+    EXPECT_TRUE(camera.process.waitForOutput("fault get:drip")) << camera.process.output();
+    const ProcessResult result = tool.endBy(SIGINT, std::chrono::seconds(5));
+    EXPECT_EQ(result.status, 130);
+    EXPECT_EQ(json::parse(result.output)["error"]["code"], "interrupted");
 }
 
 TEST(ToolOnTheCamerasOwnPorts, HealthByAddressIdentifiesFirst) {
@@ -47,17 +63,69 @@ TEST(ToolOnTheCamerasOwnPorts, HealthByAddressIdentifiesFirst) {
     EXPECT_THAT(runTool({"health", address}), ended(0, address + ":32769: good, the camera answers\n", ""));
 }
 
+TEST(ToolOnTheCamerasOwnPorts, HealthOfSeveralSaysWhoOfThemAnswers) {
+    const CameraAtItsPorts camera;
+    const std::string other = "127.0.0.2"; // nobody
+    const ProcessResult result = runTool({"health", address, other, "--json"});
+    EXPECT_EQ(result.status, 4);
+    const json object = json::parse(result.output);
+    EXPECT_EQ(object["results"][0], (json{{"address", address}, {"ok", true}}));
+    EXPECT_EQ(object["results"][1]["address"], other);
+    EXPECT_EQ(object["results"][1]["error"]["code"], "no-camera-there");
+    EXPECT_EQ(object["error"], object["results"][1]["error"]);
+    EXPECT_THAT(runTool({"health", address, other}),
+                ended(4, has({address + ":32769: good, the camera answers\n" + other + ": "}), ""));
+    EXPECT_EQ(runTool({"health", other, "127.0.0.3"}).status, 1);
+}
+
+TEST(ToolOnTheCamerasOwnPorts, HealthWatchTellsProgramsWhenACameraComesOnALineOfItsOwn) {
+    ChildProcess watch(toolCommand({"health", addressOfThisProcess(), "--watch", "--json"}));
+    EXPECT_TRUE(watch.waitForOutput("\"ok\":false"));
+    const CameraAtItsPorts camera;
+    EXPECT_TRUE(watch.waitForOutput("\"ok\":true"));
+    const ProcessResult result = watch.endBy(SIGINT);
+    EXPECT_THAT(result, ended(0, eachLine(testing::StartsWith("{\"time\":\"2")), ""));
+}
+
+TEST(ToolOnTheCamerasOwnPorts, DiscoverAsksAddressesDirectly) {
+    const CameraAtItsPorts camera({"--room", "Attic"});
+    const ProcessResult result = runTool({"discover", address, "127.0.0.2", "--json"});
+    EXPECT_THAT(result, ended(4, lines(1), has({"  ready\n", "1 ready, 1 unusable.\n"})));
+    const json object = json::parse(result.output);
+    EXPECT_EQ(object["cameras"][0]["address"], address);
+    EXPECT_EQ(object["problems"][0]["address"], "127.0.0.2");
+    EXPECT_EQ(object["error"]["code"], "no-camera-there");
+}
+
+TEST(ToolOnTheCamerasOwnPorts, DiscoverHasColoursAndSaysWhatItDoesOnATerminalOnly) {
+    const CameraAtItsPorts camera;
+    const Names discover = toolCommand({"discover", address, "--json"});
+    const auto onTerminal = [](const Names& command) {
+        return ChildProcess(command, ChildProcess::ErrorStream::terminal).result().errors;
+    };
+    EXPECT_THAT(onTerminal(discover), has({"asking...", "\r\x1b[K", "\x1b[32mready\x1b[0m"}));
+    EXPECT_THAT(onTerminal(joined({"/usr/bin/env", "NO_COLOR=1"}, discover)),
+                AllOf(has({"asking...", "  ready"}), Not(has({"\x1b[32m"}))));
+    EXPECT_THAT(run(discover).errors, AllOf(Not(has({"asking..."})), Not(has({"\x1b"}))));
+}
+
 TEST(ToolOnTheCamerasOwnPorts, CameraThatCannotBeIdentifiedIsAFailureThatSaysWhy) {
-    for (const auto& [ofCamera, reasons] :
-         {std::pair<Names, Names>{
-              {"--text", "refused"},
-              {"korva: no camera identified at " + address + ":32768: ", "Connection refused"}},
-          {holding, {address + ":32769: receive failed: Took too long: ", ", the operation may last 1.0 s"}},
+    for (const auto& [ofCamera, code, reasons] :
+         {std::tuple<Names, std::string, Names>{
+              {"--text", "refused"}, "text-port-refused", {"refuses TCP 32768", "; try: "}},
+          {holding, "took-too-long", {"took too long: ", "the operation may last 1.0 s", "; try: "}},
           {{"--firmware", "3.2.14"},
-           {"requires Korva SW version at least 3.2.15 found 3.2.14",
-            "; try: update the camera's firmware"}}}) {
+           "old-firmware",
+           {"firmware 3.2.14, needs 3.2.15", "; try: update the camera's firmware"}}}) {
         const CameraAtItsPorts camera(ofCamera);
-        for (const char* command : {"capture", "identify", "describe", "health"})
-            EXPECT_THAT(runTool({command, address, "--max-time", "1"}), failed(reasons)) << command;
+        for (const char* command : {"identify", "describe"})
+            EXPECT_THAT(runTool({command, address, "--max-time", "1"}),
+                        failed(joined({"korva: " + address + " (Lab): "}, reasons)))
+                << command;
+        for (const char* command : {"identify", "health", "discover"}) {
+            const ProcessResult result = runTool({command, address, "--max-time", "1", "--json"});
+            EXPECT_EQ(result.status, 1);
+            EXPECT_EQ(json::parse(result.output)["error"]["code"], code) << command << result.output;
+        }
     }
 }

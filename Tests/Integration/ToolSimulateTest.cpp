@@ -54,17 +54,26 @@ TEST(ToolSimulate, ServesASetOfCamerasFromAFile) {
                      "  discovery on UDP 127.0.0.32:", "The simulated cameras have stopped."}));
 }
 
-TEST(ToolHealth, CameraThatDoesNotGivesCodeMeaningAndReason) {
+TEST(ToolHealth, CameraThatDoesNotIsAFailureThatSaysWhyAndWhatToTry) {
     SimulatedCamera gone;
     gone.stop();
     const SimulatedCamera unreadable({"--fault", "any:close"});
     const SimulatedCamera holding({"--fault", "probe:drip=1/300"});
-    for (const auto& [result, reason, advice] :
-         {std::tuple{gone.health(), "Connection refused", ""},
-          {unreadable.health(), "closed", ""},
-          {holding.health({"--max-time", "1"}), ": receive failed: Took too long: ", "--max-time"}})
-        EXPECT_THAT(result, ended(1, has({": 2056 connection check failed: ", reason}),
-                                  AllOf(lines(1), has({"; try: ", advice}))));
+    for (const auto& [result, place, reason, advice] :
+         {std::tuple{gone.health(), gone.place, "refused", ""},
+          {unreadable.health(), unreadable.place, "closed the connection", ""},
+          {holding.health({"--max-time", "1"}), holding.place, "took too long: ", "--max-time"}})
+        EXPECT_THAT(result, ended(1, AllOf(lines(1), has({place + ": ", reason, "; try: ", advice})), ""));
+}
+
+TEST(ToolHealth, OfAnErrorSaysThatTheCameraAnswersWithIt) {
+    const SimulatedCamera camera({"--fault", "probe:error=4294967295"});
+    EXPECT_THAT(
+        camera.health(),
+        ended(1, AllOf(lines(1), has({camera.place + ": the camera answers, with error 4294967295; try: "})),
+              ""));
+    const SimulatedCamera other({"--fault", "probe:unknown-code"});
+    EXPECT_THAT(other.health(), ended(0, has({": good, the camera answers\n"}), ""));
 }
 
 TEST(ToolHealth, WatchSaysOnlyWhatIsNewAndEndsAtCtrlC) {
@@ -74,7 +83,8 @@ TEST(ToolHealth, WatchSaysOnlyWhatIsNewAndEndsAtCtrlC) {
     ChildProcess watch(toolCommand({"health", "--from", camera.description, "--watch"}));
     EXPECT_TRUE(watch.waitForOutput(": good, the camera answers\n"));
     EXPECT_TRUE(camera.process.waitForOutput("fault probe:delay=3"));
-    EXPECT_THAT(watch.endBy(SIGINT), ended(0, lines(1), ""));
+    EXPECT_THAT(watch.endBy(SIGINT),
+                ended(0, AllOf(lines(1), testing::ContainsRegex("^[0-9-]{10} [0-9:]{8}  1")), ""));
 }
 
 TEST(ToolHealth, DescriptionThatIsNoneIsAFailureThatNamesIt) {

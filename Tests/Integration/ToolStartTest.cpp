@@ -57,7 +57,7 @@ TEST(PluginFile, ThatIsRefusedIsNamedWithTheReason) {
 
 TEST(PluginFile, IsFoundBesideTheToolAndInTheLibrariesFolder) {
     for (const char* place : {"bin", "lib"})
-        EXPECT_THAT(InstalledTool(place).identify(), failed({"no camera identified at 127.83.7.99:32768"}));
+        EXPECT_THAT(InstalledTool(place).identify(), failed({"korva: 127.83.7.99: ", "; try: "}));
     const InstalledTool tool(nullptr);
     EXPECT_THAT(tool.identify(), failed({tool.folder.file("bin"), tool.folder.file("lib"), "--plugin FILE"}));
 }
@@ -72,7 +72,8 @@ TEST(ToolStart, RunsNoLibraryOfTheWorkingFolder) {
     ASSERT_GE(folder.names().size(), 4u);
     EXPECT_THAT(runToolIn(folder, {"--version"}), ended(0, _, ""));
     // Nobody is there; that it is asked shows that the plug-in has been loaded too.
-    EXPECT_THAT(runToolIn(folder, {"identify", addressOfThisProcess()}), failed({"no camera identified at"}));
+    EXPECT_THAT(runToolIn(folder, {"identify", addressOfThisProcess()}),
+                failed({"korva: " + addressOfThisProcess() + ": "}));
 }
 
 TEST(ToolStart, FollowsNoLoggingConfigurationOfTheWorkingFolder) {
@@ -125,7 +126,7 @@ TEST(ToolStart, SaysThatMemoryIsShort) {
     std::ofstream(folder.file("large.sgi"), std::ios::binary) << header;
     const SimulatedCamera camera({"--scene", "file:" + folder.file("large.sgi")});
     EXPECT_THAT(runToolBy(R"(ulimit -v 300000; exec "$0" "$@")", camera.captureArguments()),
-                failed({": not enough memory; ", "; try: end other programs, "}));
+                failed({": this computer has not enough memory; try: end other programs, "}));
 }
 
 TEST(ToolStart, EchoesNoArgumentThatCouldSteerATerminal) {
@@ -145,15 +146,22 @@ TEST(ToolStart, EchoesNoArgumentThatCouldSteerATerminal) {
             << testing::PrintToString(arguments);
 }
 
-TEST(Tool, RefusesWrongUsageWithStatusTwo) {
+TEST(Tool, RefusesWrongUsageWithStatusTwoAndSaysWhatMayBeMeant) {
     for (const auto& [arguments, complaint] :
-         {std::pair<Names, std::string>{{}, "command"},
-          {{"frobnicate"}, "not expected: frobnicate"},
-          {{"capture", "a", "--exposure", "0"}, "--exposure"},
-          {{"capture", "a", "--log", "loud"}, "--log"},
-          {{"simulate", "--scene", "sunset"}, "--scene"},
-          {{"simulate", "--config", "set.json", "--model", "M61"}, "--config"}})
-        EXPECT_THAT(runTool(arguments), ended(2, "", has({complaint}))) << complaint;
+         {std::pair<Names, Names>{{}, {"korva: ", "command", "korva --help"}},
+          {{"frobnicate"}, {"korva: ", "not expected: frobnicate"}},
+          {{"discovr"}, {"korva: ", "not expected: discovr; try: discover, or korva --help\n"}},
+          {{"capture", "a", "--exposrue", "1"},
+           {"korva: ", "--exposrue; try: --exposure, or korva capture --help\n"}},
+          {{"health", "--wach"}, {"korva: ", "--wach; try: --watch, or korva health --help\n"}},
+          {{"capture", "a", "--exposure", "0"}, {"korva: --exposure"}},
+          {{"capture", "a", "--log", "loud"}, {"korva: --log"}},
+          {{"identify", "10.0.0.7:80"}, {"korva: ADDRESS: ", "names a port", "; try: "}},
+          {{"simulate", "--scene", "sunset"}, {"korva: --scene"}},
+          {{"simulate", "--config", "set.json", "--model", "M61"}, {"korva: ", "--config"}}})
+        EXPECT_THAT(runTool(arguments), ended(2, "", AllOf(lines(1), has(complaint))));
+    EXPECT_THAT(runTool({"identify", "--json"}),
+                ended(2, AllOf(lines(1), has({R"({"error":{"code":"wrong-usage","text":"ADDRESS)"})), _));
 }
 
 TEST(Tool, PrintsHelpAndVersionOnStandardOutput) {

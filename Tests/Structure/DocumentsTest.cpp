@@ -164,6 +164,22 @@ Texts beginningsOf(const std::string& written) {
     return text.find_first_not_of(' ') == std::string::npos ? Texts{} : Texts{text};
 }
 
+/// The codes of verdicts that the rules and the tool give: words joined by hyphens, and single ones where a
+/// row or an assignment begins with them.
+Names codesOfVerdicts() {
+    static const std::regex joined(R"re(()"([a-z]+(?:-[a-z]+)+)")re");
+    static const std::regex single(R"re((?:\n +\{|code = |verdictOf\()()"([a-z]+)")re");
+    Names codes;
+    for (const fs::path& source : filesBelow(root / "Diagnosis", {".cpp"}))
+        if (source.stem().string().find("Rules") != std::string::npos)
+            for (const std::regex& pattern : {joined, single})
+                codes.merge(caughtBy(pattern, contentOf(source), ""));
+    static const std::regex assigned(R"re(code = ()"([a-z-]+)")re");
+    for (const fs::path& source : filesBelow(root / "Console", {".cpp"}))
+        codes.merge(caughtBy(assigned, contentOf(source), ""));
+    return codes;
+}
+
 /// The messages of `source` that have no row in `document`.
 Names unexplained(const std::string& source, const std::string& document) {
     Names missing;
@@ -201,6 +217,13 @@ TEST(Documents, EveryBoundOfSecurityIsShownByATest) {
         << "each bound has a heading of its own";
     std::printf("figure: bounds on what is not trusted, each with a test that shows it: %zu of %zu\n", shown,
                 inputs.size());
+}
+
+TEST(Documents, TroubleshootingHasARowForEachVerdict) {
+    static const std::regex row(R"(\n\| .*()\| `([a-z-]+)` \| )");
+    const Names documented = caughtBy(row, contentOf(root / "Docs" / "Troubleshooting.md"), "");
+    EXPECT_GE(documented.size(), 50u);
+    EXPECT_EQ(documented, codesOfVerdicts());
 }
 
 TEST(Documents, AreWrappedAt100Columns) {

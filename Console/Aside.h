@@ -1,0 +1,26 @@
+#pragma once
+// Work on threads of its own, so that Ctrl-C need not wait for it.
+
+#include "Diagnosis/Facts.h"
+
+#include <cstddef>
+#include <functional>
+#include <vector>
+
+namespace Console {
+
+class ToolLog;
+
+/// How many pieces of work go on at a time.
+inline constexpr std::size_t mostAside = 16;
+
+/// Does each of `works` on a thread of its own, `mostAside` at a time, and returns, once all have ended, for
+/// each of them the lines that the plug-in logged on its thread, as `log` keeps them. Passes on what the
+/// first of them that failed threw.
+///
+/// If Ctrl-C has come, throws interruption() within a moment, and leaves what is not done to itself
+/// (leaveThreadBehind): so whatever a piece uses must be the plug-in's, or its own, by shared ownership, and
+/// not on anybody's stack.
+std::vector<std::vector<Diagnosis::LogLine>> doAside(ToolLog& log, std::vector<std::function<void()>> works);
+
+} // namespace Console

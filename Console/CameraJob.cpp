@@ -1,0 +1,238 @@
+#include "CameraJob.h"
+
+#include "AutoExposure.h"
+#include "CameraUse.h"
+#include "CommandFailure.h"
+#include "CommandRun.h"
+#include "FetchGate.h"
+#include "PictureFile.h"
+#include "Printable.h"
+#include "ProgressBar.h"
+#include "SearchFacts.h"
+#include "ToolLog.h"
+
+#include "Communicator/EthernetCommunicator.h"
+#include "Diagnosis/PictureRules.h"
+#include "Diagnosis/Print.h"
+#include "Diagnosis/Rules.h"
+#include "Platform/Terminal.h"
+#include "Platform/Text.h"
+
+#include <algorithm>
+#include <chrono>
+#include <cmath>
+#include <span>
+#include <thread>
+#include <utility>
+
+namespace Console {
+
+namespace {
+
+using Platform::utf8FromWide;
+using Clock = std::chrono::steady_clock;
+
+std::span<const unsigned char> pixelsOf(const image_t& picture) {
+    return {picture.pixels.get(), static_cast<std::size_t>(picture.width) * picture.height};
+}
+
+/// The plug-in keeps a picture of another size than the camera's: what it has of it is sheared.
+bool isOfAnotherSize(const Diagnosis::Attempt& attempt) {
+    return std::any_of(attempt.lines.begin(), attempt.lines.end(), [](const Diagnosis::LogLine& line) {
+        return line.message.starts_with("Korva picture has the size ");
+    });
+}
+
+PictureTexts textsOf(const CaptureResult& result) {
+    return {{"Camera", printable(result.model)},
+            {"Serial Number", printable(result.serialNumber)},
+            {"Address", printable(result.address)},
+            {"Exposure", Diagnosis::secondsText(result.exposureUnits) + " s"},
+            {"Creation Time", timeText(result.takenAt)},
+            {"Software", std::string("korva ") + KORVA_VERSION}};
+}
+
+void waitUntil(Clock::time_point due) {
+    constexpr auto lookInterval = std::chrono::milliseconds(50);
+    while (Clock::now() < due) {
+        throwIfInterrupted();
+        std::this_thread::sleep_for(std::min<Clock::duration>(lookInterval, due - Clock::now()));
+    }
+}
+
+} // namespace
+
+void CameraJob::run() {
+    try {
+        takeAll();
+        awaitFinishing();
+    } catch (const std::exception& error) {
+        if (finishing_.valid())
+            finishing_.wait(); // what is done comes first
+        if (!Platform::interrupted())
+            fail(error);
+    }
+}
+
+void CameraJob::takeAll() {
+    const CaptureOptions& options = with_.options;
+    with_.log.takeLines(); // of what this thread's number stood for before
+    camera_ = target_.camera();
+    info_ = camera_->getCameraInfo();
+    with_.sink.claimDumps(blank().address); // of a picture that told its size
+    CameraUse use(*camera_, with_.bar, options.camera.limits, &with_.gate);
+    for (int turn = 0; turn < options.count; ++turn) {
+        const auto begin = Clock::now();
+        if (options.isAutoExposure && turn == 0)
+            takeWithTheBest(use);
+        else if (options.isAutoExposure)
+            takeWith(use, camera_->getExposureTime() / CameraUse::exposureTimePerUnit);
+        else
+            for (const int exposureUnits : options.exposures)
+                takeWith(use, exposureUnits);
+        if (turn + 1 < options.count)
+            waitUntil(begin + options.interval);
+    }
+}
+
+void CameraJob::takeWith(CameraUse& use, int exposureUnits) {
+    const std::string file = with_.sink.unusedName(nameOf(exposureUnits));
+    checkFile(file);
+    finish(takeOne(use, exposureUnits), file);
+}
+
+void CameraJob::takeWithTheBest(CameraUse& use) {
+    AutoExposure search(with_.options.exposures.front());
+    checkFile(nameOf(with_.options.exposures.front()));
+    Taken best;
+    while (search.next()) {
+        Taken taken = takeOne(use, *search.next());
+        if (search.take(*taken.result.picture))
+            best = std::move(taken);
+    }
+    best.result.triedExposures = search.tried();
+    use.setExposure(best.result.exposureUnits);
+    const std::string file = with_.sink.unusedName(nameOf(best.result.exposureUnits));
+    checkFile(file);
+    finish(std::move(best), file);
+}
+
+CameraJob::Taken CameraJob::takeOne(CameraUse& use, int exposureUnits) {
+    exposureUnits_ = exposureUnits;
+    use.setExposure(exposureUnits);
+    with_.log.takeLines();
+    takeMemoryShortage(); // of what was before
+    Diagnosis::Attempt attempt;
+    attempt.what = Diagnosis::Attempt::What::picture;
+    attempt.exposure = std::chrono::milliseconds(100) * exposureUnits;
+    Taken taken{{}, blank()};
+    taken.result.takenAt = std::chrono::system_clock::now();
+    const auto begin = Clock::now();
+    std::optional<image_t> image;
+    try {
+        image = use.takePicture();
+    } catch (const std::exception& error) {
+        attempt.reason = reasonFrom(error);
+    }
+    const auto took = Clock::now() - begin;
+    with_.bar.erase();
+    with_.sink.claimDumps(taken.result.address);
+    throwIfInterrupted();
+    taken.result.milliseconds = std::chrono::duration<double, std::milli>(took).count();
+    attempt.took = std::chrono::duration_cast<std::chrono::milliseconds>(took);
+    attempt.lines = with_.log.takeLines();
+    attempt.succeeded = image.has_value() && !isOfAnotherSize(attempt);
+    if (use.reported())
+        attempt.healthCode = use.reported()->getCode();
+    if (!image && takeMemoryShortage())
+        attempt.reason = notEnoughMemory;
+    judge(std::move(attempt));
+    taken.image = std::move(*image);
+    taken.result.picture = Diagnosis::measured(static_cast<std::uint32_t>(taken.image.width),
+                                               taken.image.height, pixelsOf(taken.image));
+    taken.result.verdict = Diagnosis::verdictOn(*taken.result.picture, exposureUnits);
+    return taken;
+}
+
+/// Throws CommandFailure for an attempt that failed.
+void CameraJob::judge(Diagnosis::Attempt attempt) {
+    Diagnosis::Camera camera = facts();
+    camera.attempts.push_back(attempt);
+    const std::optional<Diagnosis::Verdict> verdict = Diagnosis::verdictOn(attempt, camera);
+    if (!attempt.succeeded)
+        throw CommandFailure(*verdict);
+    if (verdict)
+        with_.sink.warn(Diagnosis::lineOf(*verdict));
+}
+
+/// What is known of the camera.
+Diagnosis::Camera CameraJob::facts() const {
+    Diagnosis::Camera camera;
+    const CaptureResult known = blank();
+    camera.address = known.address;
+    camera.room = known.room;
+    camera.identity = identityOf(info_);
+    return camera;
+}
+
+CaptureResult CameraJob::blank() const {
+    CaptureResult result;
+    result.address = utf8FromWide(info_.getIpAddress());
+    if (result.address.empty())
+        result.address = target_.address;
+    result.room = target_.room;
+    result.model = utf8FromWide(info_.getModel());
+    result.serialNumber = utf8FromWide(info_.getSerialNumber());
+    result.exposureUnits = exposureUnits_ != 0 ? exposureUnits_ : with_.options.exposures.front();
+    return result;
+}
+
+std::string CameraJob::nameOf(int exposureUnits) const {
+    if (with_.options.isToStandardOutput())
+        return CaptureOptions::standardOutput;
+    const CaptureResult known = blank();
+    return pictureFileName(with_.options,
+                           {known.address, known.room, known.serialNumber,
+                            timeInNames(std::chrono::system_clock::now()), exposureUnits, number_});
+}
+
+/// Before the camera is asked for the picture.
+void CameraJob::checkFile(const std::string& file) const {
+    if (with_.options.isToStandardOutput())
+        return;
+    if (isPattern(with_.options.output))
+        makeFolderOf(file);
+    checkWritable(file, with_.options.keepsFiles ? OlderFile::keep : OlderFile::replace);
+}
+
+void CameraJob::finish(Taken taken, const std::string& file) {
+    awaitFinishing();
+    ++number_;
+    taken.result.file = file;
+    // Where there can be no more threads, on this one.
+    constexpr auto policy = std::launch::async | std::launch::deferred;
+    finishing_ = std::async(policy, [&sink = with_.sink, taken = std::move(taken)] {
+        Platform::leaveSignalsToOthers();
+        const auto width = static_cast<std::uint32_t>(taken.image.width);
+        const auto pixels = pixelsOf(taken.image);
+        sink.take({taken.result, encodeGreyPng(width, taken.image.height, pixels, textsOf(taken.result)),
+                   boxFiltered(width, taken.image.height, pixels, ContactSheet::mostThumbnailWidth,
+                               ContactSheet::mostThumbnailHeight)});
+    });
+}
+
+void CameraJob::awaitFinishing() {
+    if (finishing_.valid())
+        finishing_.get();
+}
+
+void CameraJob::fail(const std::exception& error) {
+    FinishedPicture none;
+    none.result = blank();
+    none.result.error = verdictFrom(error);
+    if (dynamic_cast<const PictureFileError*>(&error) != nullptr)
+        none.result.error->code = "file-failed";
+    with_.sink.take(std::move(none));
+}
+
+} // namespace Console

@@ -1,0 +1,371 @@
+#include "CaptureRun.h"
+
+#include "CameraSearch.h"
+#include "CommandFailure.h"
+#include "CommandRun.h"
+#include "PictureFile.h"
+#include "Printable.h"
+
+#include "Diagnosis/PictureRules.h"
+#include "Diagnosis/Print.h"
+#include "Platform/StandardError.h"
+#include "Platform/Terminal.h"
+
+#include <algorithm>
+#include <chrono>
+#include <cmath>
+#include <cstdio>
+#include <optional>
+#include <system_error>
+#include <utility>
+
+namespace Console {
+
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+/// How often Ctrl-C is looked at.
+constexpr auto waitInterval = std::chrono::milliseconds(50);
+
+/// What the threads have after Ctrl-C: a read notices it within 100 ms, a connect does not.
+constexpr auto graceOfThreads = std::chrono::milliseconds(300);
+
+std::vector<std::string> captionOf(const CaptureResult& result) {
+    const std::string who = result.model.empty() ? result.address : result.model + "  " + result.address;
+    if (!result.picture)
+        return {who, result.room};
+    return {who,
+            std::to_string(result.picture->width) + " x " + std::to_string(result.picture->height) + "  " +
+                Diagnosis::secondsText(result.exposureUnits) + " s  mean " +
+                std::to_string(std::lround(result.picture->mean)),
+            result.verdict ? result.verdict->text : result.room};
+}
+
+Diagnosis::Verdict sheetFailed(const PictureFileError& error) {
+    Diagnosis::Verdict verdict = verdictFrom(error);
+    verdict.code = "file-failed";
+    verdict.remedy = "another --contact-sheet";
+    return verdict;
+}
+
+} // namespace
+
+CaptureRun::CaptureRun(const CaptureOptions& options, const CommonOptions& common)
+    : options_(options), bar_(Platform::standardError()), log_(common.log, &bar_),
+      host_(options.camera, log_) {
+    prepareDumps(common);
+}
+
+/// Whoever names a folder for dumps wants some.
+void CaptureRun::prepareDumps(const CommonOptions& common) {
+    const bool isAskedFor = !common.diagnosticsFolder.empty();
+    if (isAskedFor && !log_.dumpPictures())
+        warn("no picture file is dumped into " + printable(common.diagnosticsFolder) +
+             ", since --log-config decides on that; try: the level TRACE of the logger "
+             "Plenar.KorvaCamera.KorvaCapture there");
+    if (ToolLog::isDumpingPictures())
+        host_.nameDumps();
+}
+
+CaptureRun::~CaptureRun() {
+    endThreads();
+    for (std::thread& thread : threads_)
+        if (thread.joinable())
+            thread.join();
+}
+
+void CaptureRun::endThreads() {
+    const std::lock_guard lock(mutex_);
+    isStopped_ = true;
+    news_.notify_all();
+}
+
+void CaptureRun::leave() noexcept {
+    try {
+        endThreads();
+        host_.nameOtherDumps();
+        log_.close();
+    } catch (const std::exception&) {
+        // For want of memory: what was to be said has been said.
+    }
+}
+
+CaptureReport CaptureRun::report() {
+    CaptureReport report;
+    report.results = results_;
+    report.sort();
+    const std::lock_guard lock(mutex_);
+    report.warnings = warnings_;
+    return report;
+}
+
+void CaptureRun::takeAll() {
+    checkFiles();
+    if (options_.camera.all)
+        bar_.show("searching...");
+    targets_ = findTargets(options_, host_);
+    bar_.erase();
+    for (const std::string& warning : targets_.warnings)
+        warn(warning);
+    wanted_ = (targets_.cameras.size() + targets_.unusable.size()) *
+              static_cast<std::size_t>(options_.picturesOfEach());
+    noteLongExposures();
+    for (const Diagnosis::Verdict& verdict : targets_.unusable) {
+        FinishedPicture none;
+        none.result.address = verdict.address;
+        none.result.room = verdict.room;
+        none.result.exposureUnits = options_.exposures.front();
+        none.result.error = verdict;
+        record(std::move(none));
+    }
+    startThreads();
+    dealWithAll();
+    bar_.erase();
+    const std::lock_guard lock(mutex_);
+    if (failure_ != nullptr)
+        std::rethrow_exception(failure_);
+}
+
+/// Before any camera is asked anything, as far as names are known then.
+void CaptureRun::checkFiles() const {
+    const OlderFile older = options_.keepsFiles ? OlderFile::keep : OlderFile::replace;
+    try {
+        if (!options_.contactSheet.empty())
+            checkWritable(options_.contactSheet, older);
+    } catch (const PictureFileError& error) {
+        throw CommandFailure(sheetFailed(error));
+    }
+    if (options_.isToStandardOutput() || isPattern(options_.output))
+        return;
+    if (options_.isOfSeveralCameras()) {
+        if (!options_.output.empty())
+            makeFolder(options_.output);
+        return;
+    }
+    const auto addresses = options_.camera.eachAddress();
+    if (addresses.empty() && options_.output.empty())
+        return;
+    NameParts parts;
+    parts.address = addresses.empty() ? "" : addresses.front();
+    checkWritable(pictureFileName(options_, parts), older);
+}
+
+void CaptureRun::noteLongExposures() {
+    const int longest = *std::max_element(options_.exposures.begin(), options_.exposures.end());
+    if (const auto note = Diagnosis::verdictOnExposure(longest))
+        warn(Diagnosis::lineOf(*note));
+}
+
+void CaptureRun::startThreads() {
+    for (const CaptureTarget& target : targets_.cameras)
+        waiting_.push_back(&target);
+    const std::size_t count = std::min(waiting_.size(), static_cast<std::size_t>(options_.jobs));
+    threads_.reserve(count);
+    const std::lock_guard lock(mutex_);
+    try {
+        for (; threads_.size() < count; ++threadsAtWork_)
+            threads_.emplace_back([this] { work(); });
+    } catch (const std::system_error&) {
+        if (threads_.empty())
+            throw; // else those that there are do the others' work
+    }
+}
+
+void CaptureRun::work() {
+    Platform::leaveSignalsToOthers();
+    log_.beginThread();
+    try {
+        workThrough();
+    } catch (...) {
+        noteFailure();
+    }
+    const std::lock_guard lock(mutex_);
+    --threadsAtWork_;
+    news_.notify_all();
+}
+
+/// Of what is being caught: the first is told at the end.
+void CaptureRun::noteFailure() {
+    const std::lock_guard lock(mutex_);
+    if (failure_ == nullptr)
+        failure_ = std::current_exception();
+}
+
+void CaptureRun::workThrough() {
+    const bool isAlone = targets_.cameras.size() == 1;
+    while (const CaptureTarget* const target = nextTarget()) {
+        try {
+            ProgressBar counter(nullptr); // each camera's pictures are counted by themselves
+            CameraJob(*target, {options_, log_, isAlone ? bar_ : counter, gate_, *this}).run();
+        } catch (...) {
+            noteFailure();
+        }
+        const std::lock_guard lock(mutex_);
+        addressesAtWork_.erase(target->address);
+        news_.notify_all();
+    }
+}
+
+/// The next whose address no other thread is at work with: of two cameras of one address, only one answers at
+/// a time.
+const CaptureTarget* CaptureRun::nextTarget() {
+    std::unique_lock lock(mutex_);
+    while (!waiting_.empty() && !isStopped_ && !Platform::interrupted()) {
+        const auto next = std::find_if(waiting_.begin(), waiting_.end(), [this](const CaptureTarget* each) {
+            return !addressesAtWork_.contains(each->address);
+        });
+        if (next != waiting_.end()) {
+            const CaptureTarget* const target = *next;
+            waiting_.erase(next);
+            addressesAtWork_.insert(target->address);
+            return target;
+        }
+        news_.wait_for(lock, waitInterval);
+    }
+    return nullptr;
+}
+
+void CaptureRun::take(FinishedPicture finished) {
+    std::unique_lock lock(mutex_);
+    const auto most = static_cast<std::size_t>(options_.jobs);
+    while (finished_.size() >= most && !isStopped_ && !Platform::interrupted())
+        news_.wait_for(lock, waitInterval);
+    if (isStopped_)
+        throw Interrupted(); // nobody will deal with it
+    finished_.push_back(std::move(finished));
+    news_.notify_all();
+}
+
+void CaptureRun::warn(const std::string& line) {
+    const std::lock_guard lock(mutex_);
+    if (isStopped_)
+        return;
+    bar_.erase();
+    Console::warn({line});
+    warnings_.push_back(line);
+}
+
+std::string CaptureRun::unusedName(const std::string& name) {
+    const std::lock_guard lock(mutex_);
+    return names_.unused(name);
+}
+
+void CaptureRun::claimDumps(const std::string& address) {
+    host_.claimDumps(address);
+}
+
+void CaptureRun::dealWithAll() {
+    std::optional<Clock::time_point> interruptedAt;
+    while (dealWithNext()) {
+        if (!Platform::interrupted())
+            continue;
+        if (!interruptedAt)
+            interruptedAt = Clock::now();
+        if (Clock::now() - *interruptedAt > graceOfThreads)
+            return leaveThreads();
+    }
+}
+
+/// Waits a little for what is finished. False once all is done.
+bool CaptureRun::dealWithNext() {
+    FinishedPicture next;
+    {
+        std::unique_lock lock(mutex_);
+        if (finished_.empty() && threadsAtWork_ == 0)
+            return false;
+        if (finished_.empty())
+            news_.wait_for(lock, waitInterval);
+        if (finished_.empty()) {
+            lock.unlock();
+            if (wanted_ > 1 && targets_.cameras.size() > 1)
+                bar_.show(std::to_string(results_.size()) + " of " + std::to_string(wanted_));
+            return true;
+        }
+        next = std::move(finished_.front());
+        finished_.pop_front();
+        news_.notify_all();
+    }
+    record(std::move(next));
+    return true;
+}
+
+/// Writes it, says it, and keeps it for the report and the sheet.
+void CaptureRun::record(FinishedPicture finished) {
+    write(finished);
+    sayResult(finished.result);
+    results_.push_back(finished.result);
+    finished.png = {};
+    if (!options_.contactSheet.empty() && sheet_.size() < ContactSheet::mostPictures)
+        sheet_.push_back(std::move(finished));
+}
+
+void CaptureRun::write(FinishedPicture& finished) const {
+    if (finished.result.error)
+        return;
+    try {
+        if (options_.isToStandardOutput())
+            std::fwrite(finished.png.data(), 1, finished.png.size(), stdout);
+        else
+            writeWholeFile(finished.result.file, finished.png);
+    } catch (const PictureFileError& error) {
+        finished.result.error = verdictFrom(error);
+        finished.result.error->code = "file-failed";
+        finished.result.file.clear();
+    }
+}
+
+void CaptureRun::sayResult(const CaptureResult& result) {
+    bar_.erase();
+    if (result.error) {
+        Diagnosis::Verdict verdict = *result.error;
+        if (verdict.address.empty())
+            verdict.address = result.address;
+        verdict.room = result.room;
+        std::fflush(stdout); // in the order in which it happened, where both go to one place
+        std::fprintf(Platform::standardError(), "korva: %s\n", Diagnosis::lineOf(verdict).c_str());
+    } else if (!options_.json && !options_.isToStandardOutput()) {
+        say(pictureLine(options_, result));
+    } else if (result.verdict && options_.isToStandardOutput()) {
+        Diagnosis::Verdict verdict = *result.verdict;
+        verdict.address = result.address;
+        verdict.room = result.room;
+        warn(Diagnosis::lineOf(verdict));
+    }
+}
+
+void CaptureRun::leaveThreads() {
+    const std::lock_guard lock(mutex_);
+    if (threadsAtWork_ == 0)
+        return;
+    leaveThreadBehind();
+    isStopped_ = true;
+    for (std::thread& thread : threads_)
+        thread.detach();
+}
+
+void CaptureRun::writeSheet() {
+    if (options_.contactSheet.empty() || sheet_.empty())
+        return;
+    std::stable_sort(sheet_.begin(), sheet_.end(),
+                     [](const FinishedPicture& one, const FinishedPicture& other) {
+                         return isBefore(one.result, other.result);
+                     });
+    ContactSheet sheet;
+    for (FinishedPicture& each : sheet_) {
+        const auto& error = each.result.error;
+        if (error)
+            sheet.addMissing(error->text + "; try: " + error->remedy, captionOf(each.result));
+        else
+            sheet.addSmall(std::move(each.small), captionOf(each.result));
+    }
+    const GreySheet laidOut = sheet.layOut();
+    try {
+        writeWholeFile(options_.contactSheet, encodeGreyPng(laidOut.width, laidOut.height, laidOut.pixels));
+    } catch (const PictureFileError& error) {
+        throw CommandFailure(sheetFailed(error),
+                             report().pictures() > 0 ? ExitStatus::partlyFailed : ExitStatus::failed);
+    }
+}
+
+} // namespace Console

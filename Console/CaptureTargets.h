@@ -1,0 +1,23 @@
+#pragma once
+// Whose pictures `korva capture` takes.
+
+#include "CameraJob.h"
+
+#include <string>
+#include <vector>
+
+namespace Console {
+
+/// The cameras that the command line names, or that a search has found.
+struct CaptureTargets {
+    std::vector<CaptureTarget> cameras;
+    std::vector<Diagnosis::Verdict> unusable; ///< why others that answered the search cannot be used
+    std::vector<std::string> warnings;        ///< of the search, printable
+};
+
+/// Searches if options.camera.all says so, which blocks, and asks nobody else: each target does that itself,
+/// on the thread that wants its camera. `host` and `options` outlive them. Throws CommandFailure if the
+/// search found nobody (ExitStatus::nothingFound) or could not be made.
+CaptureTargets findTargets(const CaptureOptions& options, const CameraHost& host);
+
+} // namespace Console

@@ -1,0 +1,267 @@
+#include "DiscoverReport.h"
+
+#include "CameraHost.h"
+#include "CameraText.h"
+#include "CommandFailure.h"
+#include "Printable.h"
+#include "SearchFacts.h"
+
+#include "Diagnosis/Json.h"
+#include "Diagnosis/Rules.h"
+#include "Platform/Text.h"
+
+#include <nlohmann/json.hpp>
+
+#include <algorithm>
+#include <map>
+#include <sstream>
+#include <utility>
+
+namespace Console {
+
+namespace {
+
+using Diagnosis::Severity;
+using Diagnosis::Verdict;
+using Outcome = Diagnosis::SearchedNetwork::Outcome;
+
+std::string reasonWhyNot(const Diagnosis::SearchedNetwork& network) {
+    switch (network.outcome) {
+    case Outcome::refused:
+        return "refused: " + network.reason;
+    case Outcome::down:
+        return "switched off";
+    case Outcome::noLink:
+        return "nothing at the other end of its cable";
+    case Outcome::noAddress:
+        return "it has no IPv4 address";
+    case Outcome::linkLocal:
+        return "only a self-given address";
+    case Outcome::searched:
+        break;
+    }
+    return "";
+}
+
+std::string networkLine(const Diagnosis::SearchedNetwork& network) {
+    const bool isKnown = !network.own.address.empty();
+    const bool isSearched = !network.broadcast.empty() && network.outcome != Outcome::refused;
+    std::string line = isSearched ? "  searched      " : "  not searched  ";
+    line += network.adapter.empty() ? "an adapter" : network.adapter;
+    if (isKnown)
+        line += "  " + network.own.address +
+                (network.own.mask.empty() ? std::string() : ", mask " + network.own.mask);
+    if (!network.broadcast.empty())
+        line += ", broadcast " + network.broadcast;
+    const std::string reason = reasonWhyNot(network);
+    return printable(line + (reason.empty() ? "" : ": " + reason));
+}
+
+std::string causeLines(const std::vector<Verdict>& causes) {
+    std::string lines;
+    for (const Verdict& cause : causes)
+        lines += (lines.empty() ? "Likely causes, the likeliest first:\n  " : "\n  ") +
+                 printable((cause.address.empty() ? "" : cause.address + ": ") + cause.text +
+                           "; try: " + cause.remedy);
+    return lines;
+}
+
+Verdict nobody() {
+    Verdict verdict;
+    verdict.code = "no-camera";
+    verdict.text = "no Korva camera answered";
+    verdict.remedy = "check power, cable and switch, or ask the camera's address: korva doctor ADDRESS";
+    return verdict;
+}
+
+} // namespace
+
+std::string DiscoverReport::Row::status() const {
+    if (!verdict)
+        return "ready";
+    return isReady && !isFurther ? "ready (" + verdict->text + ")" : verdict->text;
+}
+
+DiscoverReport::DiscoverReport(Diagnosis::Facts facts, std::vector<CameraInfo> cameras)
+    : facts_(std::move(facts)), cameras_(std::move(cameras)) {
+    std::map<std::string, std::vector<std::string>> roomsOfAnswers;
+    for (const Diagnosis::Answer& answer :
+         facts_.search ? facts_.search->answers : std::vector<Diagnosis::Answer>())
+        roomsOfAnswers[answer.address].push_back(answer.room);
+    completeCameras();
+    const auto verdicts = Diagnosis::verdictsOn(facts_);
+    for (std::size_t at = 0; at < verdicts.size(); ++at) {
+        const Diagnosis::Camera& camera = facts_.cameras[at];
+        if (camera.answeredSearch || camera.wasAskedFor)
+            addRows(camera, verdicts[at], roomsOfAnswers[camera.address]);
+    }
+    std::stable_sort(rows_.begin(), rows_.end(), [](const Row& one, const Row& other) {
+        return addressKey(one.address) < addressKey(other.address);
+    });
+    std::stable_sort(cameras_.begin(), cameras_.end(), [](const CameraInfo& one, const CameraInfo& other) {
+        return addressKey(identityOf(one).address) < addressKey(identityOf(other).address);
+    });
+    const bool isSearchAFailure = facts_.search && !facts_.search->failure.empty();
+    if (rows_.empty() || isSearchAFailure)
+        causes_ = Diagnosis::causesOf(facts_);
+    if (rows_.empty() && causes_.empty())
+        causes_.push_back(nobody());
+}
+
+/// With the hardware addresses that only a look of our own has told.
+void DiscoverReport::completeCameras() {
+    std::map<std::string, std::string> macAddresses;
+    for (Diagnosis::Camera& camera : facts_.cameras) {
+        if (!camera.identity)
+            continue;
+        if (camera.identity->macAddress.empty() && camera.macAddresses.size() == 1)
+            camera.identity->macAddress = camera.macAddresses.front();
+        macAddresses.emplace(camera.identity->address, camera.identity->macAddress);
+    }
+    for (CameraInfo& camera : cameras_)
+        if (camera.getMacAddress().empty())
+            camera.setMacAddress(Platform::wideFromUtf8(macAddresses[identityOf(camera).address]));
+}
+
+/// A row for the camera, and one for each further answer from its address.
+void DiscoverReport::addRows(const Diagnosis::Camera& camera, const std::optional<Verdict>& verdict,
+                             const std::vector<std::string>& roomsOfAnswers) {
+    Row row;
+    row.address = camera.address;
+    row.room = camera.room;
+    row.identity = camera.identity;
+    row.verdict = verdict;
+    const bool isFailure = row.verdict && row.verdict->severity == Severity::failure;
+    const bool isSecond = row.verdict && row.verdict->code == "second-answer";
+    if (!camera.identity && !row.verdict)
+        row.verdict = notIdentified(camera, facts_);
+    row.isReady = camera.identity && !isFailure;
+    row.isPresent = camera.identity || camera.answeredSearch || camera.answersQuery == true ||
+                    camera.text == Diagnosis::PortState::open;
+    // A camera that is known by another address as well has its row there.
+    row.isFurther = !camera.identity && isSecond;
+    Row further = row;
+    if (row.isReady && isSecond)
+        row.verdict.reset(); // it is told of the second one
+    rows_.push_back(row);
+    for (std::size_t at = 1; at < roomsOfAnswers.size() && (isFailure || isSecond); ++at) {
+        further.room = roomsOfAnswers[at];
+        further.isFurther = isSecond;
+        rows_.push_back(further);
+    }
+}
+
+std::size_t DiscoverReport::count(bool isReady) const {
+    return static_cast<std::size_t>(std::count_if(rows_.begin(), rows_.end(), [isReady](const Row& row) {
+        return !row.isFurther && row.isReady == isReady;
+    }));
+}
+
+std::string DiscoverReport::table(bool isColoured) const {
+    std::string lines = rows_.empty() ? "" : cameraTableHead() + "\n";
+    for (const Row& row : rows_) {
+        const std::string status = printable(row.status());
+        const char* const colour = row.isReady ? "\x1b[32m" : "\x1b[31m";
+        lines += cameraRow(row.address, row.room, row.identity) +
+                 (isColoured ? colour + status + "\x1b[0m" : status) + "\n";
+    }
+    return lines;
+}
+
+std::string DiscoverReport::summary() const {
+    if (!rows_.empty())
+        return std::to_string(count(true)) + " ready, " + std::to_string(count(false)) + " unusable.";
+    const bool isCut = facts_.search && !facts_.search->cut.empty();
+    std::string lines = isCut ? "No Korva camera found." : "No Korva camera answered.";
+    if (facts_.search)
+        lines += networkLines(*facts_.search);
+    return lines + "\n" + causeLines(causes_);
+}
+
+std::vector<Verdict> DiscoverReport::problems() const {
+    std::vector<Verdict> all = causes_;
+    for (const Row& row : rows_) {
+        if (!row.verdict)
+            continue;
+        all.push_back(*row.verdict);
+        all.back().address = row.address;
+        all.back().room = row.room;
+    }
+    return all;
+}
+
+nlohmann::ordered_json DiscoverReport::json() const {
+    nlohmann::ordered_json object;
+    object["cameras"] = nlohmann::ordered_json::array();
+    for (const CameraInfo& camera : cameras_)
+        object["cameras"].push_back(cameraObject(camera));
+    object["problems"] = Diagnosis::listOf(problems(), Diagnosis::problemOf);
+    if (facts_.search && !facts_.search->cut.empty())
+        object["cut"] = cutWarning(*facts_.search);
+    if (const auto verdict = failure())
+        object["error"] = Diagnosis::errorOf(*verdict);
+    return object;
+}
+
+ExitStatus DiscoverReport::status() const {
+    if (facts_.search && !facts_.search->failure.empty())
+        return ExitStatus::failed;
+    if (rows_.empty())
+        return ExitStatus::nothingFound;
+    if (count(true) == 0)
+        return ExitStatus::failed;
+    const bool isCut = facts_.search && !facts_.search->cut.empty();
+    return isCut || count(false) > 0 ? ExitStatus::partlyFailed : ExitStatus::done;
+}
+
+std::optional<Verdict> DiscoverReport::failure() const {
+    if (status() == ExitStatus::done)
+        return std::nullopt;
+    const std::vector<Verdict> all = problems();
+    for (const Verdict& problem : all)
+        if (problem.severity == Severity::failure)
+            return problem;
+    const bool isCut = facts_.search && !facts_.search->cut.empty();
+    if (isCut)
+        return cut();
+    return all.empty() ? nobody() : all.front();
+}
+
+Verdict DiscoverReport::cut() const {
+    Verdict verdict = CommandFailure(cutWarning(*facts_.search)).verdict();
+    verdict.code = "search-cut";
+    return verdict;
+}
+
+Verdict notIdentified(const Diagnosis::Camera& camera, const Diagnosis::Facts& facts) {
+    if (!camera.attempts.empty())
+        if (const auto verdict = Diagnosis::verdictOn(camera.attempts.back(), camera))
+            return *verdict;
+    const bool isCut = facts.search && !facts.search->cut.empty();
+    Verdict verdict;
+    verdict.address = camera.address;
+    verdict.room = camera.room;
+    verdict.code = isCut ? "search-cut" : "silent";
+    verdict.text = isCut ? "answered, and the search was cut before its turn" : "answered, and nothing more";
+    verdict.remedy = isCut ? "a longer --max-time, or korva identify with its address"
+                           : "restart the camera, then korva doctor with its address";
+    return verdict;
+}
+
+std::string networkLines(const Diagnosis::Search& search) {
+    std::string lines;
+    for (const Diagnosis::SearchedNetwork& network : search.networks)
+        lines += "\n" + networkLine(network);
+    return lines;
+}
+
+std::string addressKey(const std::string& address) {
+    constexpr std::size_t digits = 3;
+    std::string key;
+    std::istringstream parts(address);
+    for (std::string part; std::getline(parts, part, '.');)
+        key += (part.size() < digits ? std::string(digits - part.size(), '0') : "") + part + ".";
+    return key;
+}
+
+} // namespace Console

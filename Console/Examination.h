@@ -1,0 +1,29 @@
+#pragma once
+// All that can be looked at, looked at once.
+
+#include "CameraOptions.h"
+
+#include "Diagnosis/Facts.h"
+#include "Diagnosis/Verdict.h"
+
+#include <optional>
+#include <vector>
+
+namespace Console {
+
+class ToolLog;
+
+struct Examination {
+    Diagnosis::Facts facts;
+    std::optional<Diagnosis::Verdict> pluginFailure; ///< why no camera was asked through the plug-in
+};
+
+/// Looks at this computer and its networks, then at the cameras at the options' addresses, or where there are
+/// none at whoever answers a search; has the plug-in identify each that answers as a camera, probe it and
+/// take a picture. A look that fails is a fact. Throws CommandFailure if Ctrl-C came.
+Examination examine(const CameraOptions& options, ToolLog& log);
+
+/// What is wrong, the likeliest cause first.
+std::vector<Diagnosis::Verdict> causesOf(const Examination& seen);
+
+} // namespace Console

@@ -1,0 +1,170 @@
+#include "FileNames.h"
+
+#include "Diagnosis/PictureRules.h"
+
+#include <algorithm>
+#include <array>
+#include <cctype>
+#include <iomanip>
+#include <optional>
+#include <string_view>
+
+namespace Console {
+
+namespace {
+
+/// Longer than any address but one that somebody made up; no name of a file may be longer than 255 bytes.
+constexpr std::size_t longestPart = 64;
+
+struct Placeholder {
+    std::string_view name;
+    std::string (*text)(const NameParts& parts);
+};
+
+std::string addressOf(const NameParts& parts) {
+    return parts.address;
+}
+std::string roomOf(const NameParts& parts) {
+    return parts.room;
+}
+std::string serialOf(const NameParts& parts) {
+    return parts.serial;
+}
+std::string timeOf(const NameParts& parts) {
+    return parts.time;
+}
+std::string exposureOf(const NameParts& parts) {
+    return Diagnosis::secondsText(parts.exposureUnits);
+}
+std::string numberOf(const NameParts& parts) {
+    return std::to_string(parts.number);
+}
+
+constexpr std::array<Placeholder, 6> placeholders = {{{"room", roomOf},
+                                                      {"serial", serialOf},
+                                                      {"address", addressOf},
+                                                      {"time", timeOf},
+                                                      {"number", numberOf},
+                                                      {"exposure", exposureOf}}};
+
+const Placeholder* placeholderNamed(std::string_view name) {
+    const auto found = std::find_if(placeholders.begin(), placeholders.end(),
+                                    [name](const Placeholder& each) { return each.name == name; });
+    return found == placeholders.end() ? nullptr : &*found;
+}
+
+/// `text` with what a path would mind replaced.
+std::string safe(const std::string& text) {
+    static constexpr std::string_view kept =
+        "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789.-";
+    std::string name = text.substr(0, longestPart);
+    std::replace_if(
+        name.begin(), name.end(), [](char c) { return kept.find(c) == std::string_view::npos; }, '_');
+    return name;
+}
+
+std::string filledIn(std::string_view pattern, const NameParts& parts) {
+    std::string name;
+    while (!pattern.empty()) {
+        const std::size_t open = std::min(pattern.find('{'), pattern.size());
+        name += pattern.substr(0, open);
+        pattern.remove_prefix(open);
+        if (pattern.empty())
+            break;
+        const std::size_t close = pattern.find('}');
+        const Placeholder* const placeholder = placeholderNamed(pattern.substr(1, close - 1));
+        if (placeholder != nullptr)
+            name += safeInNames(placeholder->text(parts));
+        pattern.remove_prefix(close + 1);
+    }
+    return name;
+}
+
+/// Whether the pattern itself tells a camera's pictures apart.
+bool tellsPicturesApart(const CaptureOptions& options) {
+    const auto has = [&options](const char* name) { return options.output.find(name) != std::string::npos; };
+    return options.picturesOfEach() == 1 || has("{number}") || (options.count == 1 && has("{exposure}"));
+}
+
+std::string extensionOf(const std::string& name) {
+    const std::size_t dot = name.find_last_of("./");
+    if (dot == std::string::npos || name[dot] == '/')
+        return {};
+    std::string extension = name.substr(dot);
+    std::transform(extension.begin(), extension.end(), extension.begin(),
+                   [](unsigned char letter) { return static_cast<char>(std::tolower(letter)); });
+    return extension;
+}
+
+/// Why the pattern is none; nothing if it is one, or a plain name.
+std::optional<std::string> complaintAboutPattern(std::string_view pattern) {
+    for (std::size_t open = pattern.find('{'); open != std::string_view::npos;
+         open = pattern.find('{', open + 1)) {
+        const std::size_t close = pattern.find('}', open);
+        if (close == std::string_view::npos)
+            return "a { of it has no }";
+        const std::string_view name = pattern.substr(open + 1, close - open - 1);
+        if (placeholderNamed(name) == nullptr)
+            return "{" + std::string(name) + "} is unknown; it can hold " + placeholderHelp();
+    }
+    return std::nullopt;
+}
+
+} // namespace
+
+std::string placeholderHelp() {
+    std::string help;
+    for (const Placeholder& each : placeholders)
+        help += (help.empty()                    ? "{"
+                 : &each == &placeholders.back() ? " or {"
+                                                 : ", {") +
+                std::string(each.name) + "}";
+    return help;
+}
+
+std::string complaintAboutOutput(const std::string& output) {
+    static const std::set<std::string> otherFormats = {".jpg",  ".jpeg", ".gif", ".bmp", ".tif",
+                                                       ".tiff", ".webp", ".sgi", ".rgb", ".pgm"};
+    if (output.empty())
+        return "the file's name is empty";
+    if (otherFormats.contains(extensionOf(output)))
+        return "\"" + output + "\" names another format: PNG is what is written";
+    if (const auto complaint = complaintAboutPattern(output))
+        return "\"" + output + "\": " + *complaint;
+    return {};
+}
+
+std::string safeInNames(const std::string& text) {
+    std::string name = text.empty() ? "unknown" : safe(text);
+    if (name.front() == '.') // or it would be hidden, or lead elsewhere
+        name.front() = '_';
+    return name;
+}
+
+bool isPattern(const std::string& output) {
+    return output.find('{') != std::string::npos;
+}
+
+std::string pictureFileName(const CaptureOptions& options, const NameParts& parts) {
+    const std::string usual = "korva-" + safe(parts.address) + ".png";
+    std::string name = options.output.empty() ? usual : filledIn(options.output, parts);
+    if (options.isOfSeveralCameras() && !options.output.empty() && !isPattern(options.output))
+        name = options.output + (options.output.ends_with('/') ? "" : "/") + usual;
+    if (tellsPicturesApart(options))
+        return name;
+    const std::size_t nameStart = name.find_last_of('/') + 1; // npos + 1 is 0
+    const std::size_t dot = name.find_last_of('.');
+    const bool hasExtension = dot != std::string::npos && dot > nameStart;
+    const std::size_t stemEnd = hasExtension ? dot : name.size();
+    return name.substr(0, stemEnd) + "-" + std::to_string(parts.number) + name.substr(stemEnd);
+}
+
+std::string UnusedNames::unused(const std::string& name) {
+    const std::size_t stemEnd = std::min(name.rfind('.'), name.size());
+    std::string unused = name;
+    for (int copy = 2; !given_.insert(unused).second; ++copy)
+        unused = name.substr(0, stemEnd) + "_" + std::to_string(copy) + name.substr(stemEnd);
+    return unused;
+}
+
+} // namespace Console

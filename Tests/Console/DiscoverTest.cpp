@@ -1,0 +1,407 @@
+// What `korva discover` makes of a search's log lines, and of what was seen.
+
+#include "Console/CameraHost.h"
+#include "Console/CommandFailure.h"
+#include "Console/DiscoverReport.h"
+#include "Console/DiscoverWatch.h"
+#include "Console/SearchFacts.h"
+#include "Console/SearchProgress.h"
+#include "Console/Watching.h"
+
+#include "Platform/Text.h"
+
+#include <gmock/gmock.h>
+#include <nlohmann/json.hpp>
+
+#include <string>
+#include <vector>
+
+using namespace Console;
+using Diagnosis::SearchedNetwork;
+using nlohmann::json;
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::IsEmpty;
+using testing::StartsWith;
+using Outcome = SearchedNetwork::Outcome;
+
+namespace {
+
+using Lines = std::vector<std::string>;
+
+const Lines begin = {"broadcastObserverSearch..", "IP on network adapter: 10.77.1.1",
+                     "Mask on network adapter: 255.255.255.0",
+                     "UDP broadcasting Korva Discovery on: 10.77.1.255"};
+const std::string heard = "Message from Korva device: ";
+const std::string turn = "Found Korva with MAC ";
+const std::string unknown = "00-00-00-00-00-00";
+const std::string passed = " more than once, ignoring..";
+
+SearchProgress searchedBy(const Lines& lines) {
+    SearchProgress progress;
+    for (const Lines& part : {begin, lines})
+        for (const std::string& line : part)
+            progress.take(line, Diagnosis::Milliseconds(5));
+    return progress;
+}
+
+Diagnosis::Adapter adapter(const std::string& name, const std::string& address = "") {
+    Diagnosis::Adapter one;
+    one.name = name;
+    if (!address.empty())
+        one.addresses = {{address, "255.255.255.0"}};
+    return one;
+}
+
+CameraInfo cameraAt(const std::string& address, const std::wstring& serialNumber = L"7") {
+    CameraInfo info;
+    info.setIpAddress(Platform::wideFromUtf8(address));
+    info.setModel(L"Korva Meridian M61");
+    info.setSerialNumber(serialNumber);
+    info.setResolutionX(4);
+    info.setResolutionY(3);
+    return info;
+}
+
+/// One camera at .12 in Room A that is ready, and one at .2 in Room B whose identification failed.
+DiscoverReport mixed() {
+    const SearchProgress progress = searchedBy(
+        {heard + "Room A 10.77.1.12", heard + "Room B 10.77.1.2", turn + "02-4b-00-01-00-02",
+         turn + "02-4b-00-01-00-01", "DeviceException while determining camera info.",
+         "    Rejecting Korva camera, Vantrel requires Korva SW version at least 3.2.15 found 3.1.0"});
+    const std::vector<CameraInfo> found = {cameraAt("10.77.1.12")};
+    return {factsOf(progress, found), found};
+}
+
+} // namespace
+
+TEST(SearchProgress, TellsTheNetworksThatWereSearchedAndWhoAnsweredWhen) {
+    const Diagnosis::Search search =
+        searchedBy({"IP on network adapter: 10.77.2.1", "Mask on network adapter: 255.255.0.0",
+                    "UDP broadcasting Korva Discovery on: 10.77.255.255", heard + "Big room 10.77.1.11",
+                    "Got message that wasn't parsed as a Korva response: hello", turn + "02-4b-00-01-00-01"})
+            .search();
+    ASSERT_EQ(search.networks.size(), 2u);
+    EXPECT_EQ(search.networks[0].own, (Diagnosis::OwnAddress{"10.77.1.1", "255.255.255.0"}));
+    EXPECT_EQ(search.networks[1].own.mask, "255.255.0.0");
+    EXPECT_EQ(search.networks[1].broadcast, "10.77.255.255");
+    ASSERT_EQ(search.answers.size(), 1u);
+    EXPECT_EQ(search.answers[0].address, "10.77.1.11");
+    EXPECT_EQ(search.answers[0].room, "Big room");
+    EXPECT_EQ(search.answers[0].macAddress, "02-4b-00-01-00-01");
+    EXPECT_EQ(search.answers[0].after, Diagnosis::Milliseconds(5));
+    EXPECT_EQ(search.strange, (std::vector<Diagnosis::StrangeAnswer>{{"", "hello"}}));
+    EXPECT_EQ(search.failure, "");
+}
+
+TEST(SearchProgress, SaysInWordsWhyThereWasNoSearch) {
+    for (const auto& [line, failure, reason] :
+         {std::tuple{"Korva Query - sendto call failed: sendReturn = -1 WSAError = 10013",
+                     "the system refused to send the query to 10.77.1.255", "not permitted"},
+          {"Korva Query - sendto call failed: sendReturn = -1 WSAError = 10051",
+           "the system refused to send the query to 10.77.1.255", "there is no route"},
+          {"setsockopt failed", "the system does not let this program broadcast", ""},
+          {"Failed on call to GetAdaptersInfo 31", "the system does not tell its network adapters", ""},
+          {"Failed on second call to GetAdaptersInfo 31", "the system does not tell its network adapters",
+           ""},
+          {"Failed on call to GetAdaptersInfo 232", "", ""},
+          {"Unknown exception when trying to discover Korva devices.", "the plug-in could not search", ""}}) {
+        const Diagnosis::Search search = searchedBy({line}).search();
+        EXPECT_EQ(search.failure, failure) << line;
+        EXPECT_THAT(search.networks[0].reason, StartsWith(reason)) << line;
+        EXPECT_EQ(search.networks[0].outcome == Outcome::refused, *reason != '\0') << line;
+        EXPECT_EQ(searchedBy({line}).isListening(), search.failure.empty()) << line;
+    }
+}
+
+TEST(SearchProgress, GivesEachComplaintToTheAnswerWhoseTurnItWas) {
+    const SearchProgress progress = searchedBy(
+        {heard + "A 10.77.1.11", heard + "B 10.77.1.12", heard + "C 10.77.1.13", heard + "D 10.77.1.14",
+         turn + unknown, "DeviceException while determining camera info.", "    gone",
+         turn + unknown + passed, "Unknown exception processing Korva in room: C at IP: 10.77.1.13"});
+    const auto complaints = [&progress](std::size_t i) {
+        Lines texts;
+        for (const Diagnosis::LogLine& line : progress.turns()[i].complaints)
+            texts.push_back(line.message);
+        return texts;
+    };
+    EXPECT_THAT(complaints(0), ElementsAre("DeviceException while determining camera info.", "gone"));
+    EXPECT_THAT(complaints(1), IsEmpty());
+    EXPECT_THAT(complaints(2), ElementsAre(HasSubstr("10.77.1.13")));
+    EXPECT_FALSE(progress.turns()[3].hasCome);
+    EXPECT_THAT(passedWithoutHardwareAddress(progress), ElementsAre("10.77.1.12"));
+}
+
+TEST(SearchProgress, GivesASkippedCameraAllTheLinesOfItsTurn) {
+    using Diagnosis::LogLine;
+    const LogLine found = {LogLine::Level::info, SearchProgress::loggerName, turn + unknown};
+    const LogLine why = {LogLine::Level::error, "other", "Took too long: 1 bytes"};
+    SearchProgress progress = searchedBy(
+        {heard + "A 10.77.1.11", heard + "B 10.77.1.12", turn + unknown, "    skipped", turn + unknown});
+    progress.takeAll({found, why}); // a turn is missing, whose line that is
+    EXPECT_EQ(progress.turns()[0].complaints[0].message, "skipped");
+    progress.takeAll({found, why, why, found, why});
+    EXPECT_THAT(progress.turns()[0].complaints, ElementsAre(why, why));
+    EXPECT_THAT(progress.turns()[1].complaints, IsEmpty());
+}
+
+TEST(SearchProgress, KeepsNoMoreThanItsBounds) {
+    SearchProgress progress = searchedBy({});
+    for (std::size_t i = 0; i < SearchProgress::mostOfAKind + 10; ++i) {
+        progress.take("IP on network adapter: 10.77.1.1");
+        progress.take("Got message that wasn't parsed as a Korva response: " + std::string(1000, 'x'));
+    }
+    progress.take(heard + "A 10.77.1.11");
+    progress.take(turn + unknown);
+    for (int i = 0; i < 100; ++i)
+        progress.take("    again");
+    EXPECT_EQ(progress.search().networks.size(), SearchProgress::mostOfAKind);
+    EXPECT_EQ(progress.search().strange.size(), SearchProgress::mostOfAKind);
+    EXPECT_EQ(progress.search().strange[0].text.size(), 200u);
+    EXPECT_EQ(progress.turns()[0].complaints.size(), 8u);
+}
+
+TEST(SearchFacts, NameTheAdaptersAndAddThoseThatWereNotSearched) {
+    Diagnosis::Facts facts = factsOf(searchedBy({}), {});
+    facts.adapters = {adapter("lo"),   adapter("net1", "10.77.1.1"), adapter("net2"), adapter("net3"),
+                      adapter("net4"), adapter("net5", "10.77.5.1")};
+    facts.adapters[0].isLoopback = true;
+    facts.adapters[2].isUp = false;
+    facts.adapters[3].hasLink = false;
+    completeNetworks(facts);
+    std::vector<std::pair<std::string, Outcome>> networks;
+    for (const SearchedNetwork& network : facts.search->networks)
+        networks.emplace_back(network.adapter, network.outcome);
+    EXPECT_THAT(networks,
+                ElementsAre(std::pair{"net1", Outcome::searched}, std::pair{"net2", Outcome::down},
+                            std::pair{"net3", Outcome::noLink}, std::pair{"net4", Outcome::noAddress}));
+    EXPECT_EQ(networkLines(*facts.search),
+              "\n  searched      net1  10.77.1.1, mask 255.255.255.0, broadcast 10.77.1.255"
+              "\n  not searched  net2: switched off"
+              "\n  not searched  net3: nothing at the other end of its cable"
+              "\n  not searched  net4: it has no IPv4 address");
+}
+
+TEST(SearchFacts, OfFurtherSearchesAddWhatIsNew) {
+    Diagnosis::Facts all;
+    const std::vector<CameraInfo> found = {cameraAt("10.77.1.12")};
+    absorb(all, factsOf(searchedBy({heard + "A 10.77.1.11", heard + "B 10.77.1.12"}), found));
+    absorb(all, factsOf(searchedBy({heard + "B 10.77.1.12", heard + "C 10.77.1.13", heard + "A 10.77.1.11"}),
+                        {cameraAt("10.77.1.11")}));
+    EXPECT_EQ(all.search->answers.size(), 3u);
+    ASSERT_EQ(all.cameras.size(), 3u);
+    EXPECT_TRUE(all.cameras[0].identity && all.cameras[1].identity);
+    EXPECT_FALSE(all.cameras[2].identity);
+    Diagnosis::Facts last = factsOf(searchedBy({}), {});
+    last.adapters = {adapter("net2")};
+    last.adaptersKnown = false;
+    last.defaultGateway = "10.77.1.254";
+    absorb(all, last);
+    EXPECT_EQ(all.adapters, last.adapters);
+    EXPECT_FALSE(all.adaptersKnown);
+    EXPECT_EQ(all.defaultGateway, "10.77.1.254");
+}
+
+TEST(SearchFacts, OfFurtherSearchesAddNoMoreThanOneSearchMayHold) {
+    Diagnosis::Facts all = factsOf(searchedBy({heard + "A first"}), {});
+    for (const std::string round : {"a", "b", "c"}) {
+        Diagnosis::Facts further = factsOf(searchedBy({}), {});
+        for (int i = 0; i < 10'000; ++i) {
+            further.search->answers.emplace_back().address = round + std::to_string(i);
+            further.cameras.emplace_back().address = round + std::to_string(i);
+        }
+        absorb(all, further);
+    }
+    EXPECT_EQ(all.search->answers.size(), SearchProgress::mostAnswers);
+    EXPECT_EQ(all.cameras.size(), SearchProgress::mostAnswers);
+}
+
+TEST(SearchFacts, HaveOnlyAddressesLookedAtAndNoOtherTextOfAnAnswer) {
+    const Diagnosis::Facts facts =
+        factsOf(searchedBy({heard + "A tracker.example", heard + "B 10.77.1.12", heard + "C 010.77.1.3",
+                            heard + "D 10.77.1.14", heard + "E 10.77.1.15"}),
+                {});
+    EXPECT_THAT(addressesIn(facts, 2), ElementsAre("10.77.1.12", "10.77.1.14"));
+}
+
+TEST(DiscoverReport, HasARowForEachWhoAnsweredSortedByAddressWithItsStatus) {
+    const DiscoverReport report = mixed();
+    ASSERT_EQ(report.rows().size(), 2u);
+    EXPECT_EQ(report.rows()[0].address, "10.77.1.2");
+    EXPECT_EQ(report.rows()[0].room, "Room B");
+    EXPECT_EQ(report.rows()[0].verdict->code, "old-firmware");
+    EXPECT_EQ(report.rows()[1].status(), "ready");
+    EXPECT_THAT(report.table(false), StartsWith("ADDRESS          ROOM        MAC ADDRESS "));
+    EXPECT_THAT(report.table(false), HasSubstr("10.77.1.12       Room A"));
+    EXPECT_THAT(report.table(false), HasSubstr("  ready\n"));
+    EXPECT_THAT(report.table(true), HasSubstr("  \x1b[32mready\x1b[0m\n"));
+    EXPECT_EQ(report.summary(), "1 ready, 1 unusable.");
+    EXPECT_EQ(report.status(), ExitStatus::partlyFailed);
+}
+
+TEST(DiscoverReport, JsonHoldsCamerasProblemsAndTheFirstProblemAsError) {
+    const json object = json::parse(mixed().json().dump());
+    ASSERT_EQ(object["cameras"].size(), 1u);
+    EXPECT_EQ(object["cameras"][0]["serialNumber"], "7");
+    ASSERT_EQ(object["problems"].size(), 1u);
+    EXPECT_EQ(object["problems"][0]["address"], "10.77.1.2");
+    EXPECT_EQ(object["problems"][0]["room"], "Room B");
+    EXPECT_EQ(object["problems"][0]["code"], "old-firmware");
+    EXPECT_EQ(object["error"]["code"], "old-firmware");
+    EXPECT_NE(object["error"]["try"], "");
+}
+
+TEST(DiscoverReport, HasTheStatusOfWhatWasFound) {
+    const std::vector<CameraInfo> one = {cameraAt("10.77.1.11")};
+    const Lines answer = {heard + "A 10.77.1.11"};
+    EXPECT_EQ(DiscoverReport(factsOf(searchedBy(answer), one), one).status(), ExitStatus::done);
+    EXPECT_EQ(DiscoverReport(factsOf(searchedBy(answer), one), one).failure(), std::nullopt);
+    EXPECT_EQ(DiscoverReport(factsOf(searchedBy(answer), {}), {}).status(), ExitStatus::failed);
+    EXPECT_EQ(DiscoverReport(factsOf(searchedBy({}), {}), {}).status(), ExitStatus::nothingFound);
+    Diagnosis::Facts cut = factsOf(searchedBy(answer), one);
+    cut.search->cut = "after 1.0 s: it did not end";
+    EXPECT_EQ(DiscoverReport(cut, one).status(), ExitStatus::partlyFailed);
+    EXPECT_EQ(DiscoverReport(cut, one).failure()->code, "search-cut");
+    EXPECT_EQ(DiscoverReport(cut, one).failure()->remedy, "a longer --max-time, or the camera's address");
+    EXPECT_EQ(
+        DiscoverReport(cut, one).json()["cut"],
+        "the search was cut after 1.0 s: it did not end; cameras may be missing; try: a longer --max-time, "
+        "or the camera's address");
+    EXPECT_EQ(DiscoverReport(factsOf(searchedBy({"setsockopt failed"}), {}), {}).status(),
+              ExitStatus::failed);
+}
+
+TEST(DiscoverReport, OfACameraThatAnsweredTwiceCountsOne) {
+    Diagnosis::Facts facts =
+        factsOf(searchedBy({heard + "A 10.77.1.11", heard + "A 10.77.1.11", turn + "02-4b-00-01-00-01",
+                            turn + "02-4b-00-01-00-01" + passed}),
+                {cameraAt("10.77.1.11")});
+    Diagnosis::Answer second = facts.search->answers[1];
+    second.adapter = "net2";
+    completeAnswers(facts.search->answers, {facts.search->answers[0], second});
+    const DiscoverReport report(facts, {cameraAt("10.77.1.11")});
+    ASSERT_EQ(report.rows().size(), 2u);
+    EXPECT_EQ(report.rows()[0].status(), "ready");
+    EXPECT_EQ(report.rows()[1].status(), "second answer of 10.77.1.11, over net2");
+    EXPECT_EQ(report.summary(), "1 ready, 0 unusable.");
+    EXPECT_EQ(report.status(), ExitStatus::done);
+}
+
+TEST(DiscoverReport, OfTwoCamerasWithOneAddressNamesBoth) {
+    const DiscoverReport report(
+        factsOf(searchedBy({heard + "Twin A 10.77.1.11", heard + "Twin B 10.77.1.11"}),
+                {cameraAt("10.77.1.11")}),
+        {cameraAt("10.77.1.11")});
+    ASSERT_EQ(report.rows().size(), 2u);
+    for (const DiscoverReport::Row& row : report.rows())
+        EXPECT_EQ(row.status(), "same address as another camera: Twin A, Twin B");
+    EXPECT_EQ(report.rows()[1].room, "Twin B");
+    EXPECT_EQ(report.summary(), "0 ready, 2 unusable.");
+}
+
+TEST(DiscoverReport, OfNothingButNotesTellsTheFirstAsItsFailure) {
+    Diagnosis::Facts facts =
+        factsOf(searchedBy({heard + "A 10.77.1.11", heard + "A 10.77.1.11", turn + "02-4b-00-01-00-01",
+                            turn + "02-4b-00-01-00-01" + passed}),
+                {});
+    const DiscoverReport report(facts, {});
+    ASSERT_EQ(report.rows()[0].verdict->severity, Diagnosis::Severity::note);
+    EXPECT_EQ(report.failure()->code, report.rows()[0].verdict->code);
+    EXPECT_NE(report.failure()->text, "");
+}
+
+TEST(DiscoverReport, OfNobodySaysWhatWasSearchedAndTheLikelyCauses) {
+    Diagnosis::Facts facts = factsOf(searchedBy({}), {});
+    facts.adapters = {adapter("net1", "10.77.1.1")};
+    completeNetworks(facts);
+    const DiscoverReport report(facts, {});
+    EXPECT_THAT(report.summary(), StartsWith("No Korva camera answered.\n  searched      net1  10.77.1.1, "));
+    EXPECT_THAT(report.summary(), HasSubstr("\nLikely causes, the likeliest first:\n  "));
+    EXPECT_EQ(report.json()["problems"][0]["code"], report.json()["error"]["code"]);
+    EXPECT_EQ(report.table(true), "");
+}
+
+TEST(DiscoverReport, SortsAddressesByTheirNumbers) {
+    EXPECT_LT(addressKey("10.77.1.9"), addressKey("10.77.1.10"));
+    EXPECT_LT(addressKey("9.255.255.255"), addressKey("10.0.0.0"));
+    EXPECT_NE(addressKey("1.23"), addressKey("12.3"));
+}
+
+TEST(DiscoverWatch, TellsWhoCameWhoChangedAndWhoIsGoneForTwoSearches) {
+    const auto row = [](const std::string& address, bool isReady) {
+        DiscoverReport::Row one;
+        one.address = address;
+        one.isReady = isReady;
+        one.isPresent = true;
+        if (!isReady)
+            one.verdict = {"silent", Diagnosis::Severity::failure, "says nothing", "wait", "", ""};
+        return one;
+    };
+    CameraChanges changes;
+    const auto told = [&changes](const std::vector<DiscoverReport::Row>& rows) {
+        Lines texts;
+        for (const CameraChanges::Change& change : changes.take(rows))
+            texts.push_back(change.what + " " + change.row.address);
+        return texts;
+    };
+    EXPECT_THAT(told({row("a", true), row("b", true)}), ElementsAre("came a", "came b"));
+    EXPECT_THAT(told({row("a", true), row("b", false)}), ElementsAre("changed b"));
+    EXPECT_THAT(told({row("b", false)}), IsEmpty());
+    EXPECT_THAT(told({row("b", false)}), ElementsAre("gone a"));
+    EXPECT_THAT(told({row("b", false)}), IsEmpty());
+    EXPECT_THAT(told({row("a", true), row("b", false)}), ElementsAre("came a"));
+    DiscoverReport::Row absent = row("c", false);
+    absent.isPresent = false;
+    EXPECT_THAT(told({row("a", true), row("b", false), absent}), IsEmpty());
+    EXPECT_THAT(told({row("a", true), row("b", false), row("c", true)}), ElementsAre("came c"));
+    EXPECT_THAT(told({row("a", true), row("b", false), absent}), IsEmpty());
+    EXPECT_THAT(told({row("a", true), row("b", false), absent}), ElementsAre("gone c"));
+}
+
+TEST(Watching, TellsWhetherAnyLookCameToItsEnd) {
+    EXPECT_FALSE(watchUntilInterrupt({}, [] { throw interruption(); }));
+    int looks = 0;
+    EXPECT_TRUE(watchUntilInterrupt({}, [&looks] {
+        if (++looks > 1)
+            throw interruption();
+    }));
+}
+
+TEST(CameraHost, SaysWhyThereWasNoSearch) {
+    const Diagnosis::Verdict why = whyNoSearch(factsOf(searchedBy({"setsockopt failed"}), {}));
+    EXPECT_NE(why.code, "no-camera");
+    EXPECT_THAT(why.text, HasSubstr("does not let this program broadcast"));
+    EXPECT_NE(why.remedy, "");
+}
+
+TEST(DiscoverWatch, EndsWithAFailureOnceASearchIsLeftToItself) {
+    Diagnosis::Facts facts = factsOf(searchedBy({}), {});
+    facts.search->cut = "after 1.0 s: it did not end";
+    try {
+        watchCameras(
+            false, [&] { return DiscoverReport(facts, {}); }, [] { return false; });
+        FAIL();
+    } catch (const CommandFailure& failure) {
+        EXPECT_EQ(failure.verdict().code, "search-cut");
+        EXPECT_EQ(failure.status(), ExitStatus::failed);
+    }
+}
+
+TEST(DiscoverReport, TellsProgramsTheHardwareAddressThatTheTableTells) {
+    Diagnosis::Facts facts;
+    Diagnosis::Camera& camera = cameraIn(facts, "10.77.1.11");
+    camera.wasAskedFor = true;
+    camera.identity = identityOf(cameraAt("10.77.1.11"));
+    camera.macAddresses = {"02-4b-00-01-00-0b"};
+    const DiscoverReport report(facts, {cameraAt("10.77.1.11")});
+    EXPECT_EQ(report.rows()[0].identity->macAddress, "02-4b-00-01-00-0b");
+    EXPECT_EQ(report.json()["cameras"][0]["macAddress"], "02-4b-00-01-00-0b");
+}
+
+TEST(DiscoverReport, OfAnAddressThatWasAskedForSaysWhetherItAnswers) {
+    Diagnosis::Facts facts;
+    cameraIn(facts, "10.77.1.11").wasAskedFor = true;
+    EXPECT_FALSE(DiscoverReport(facts, {}).rows()[0].isPresent);
+    facts.cameras[0].text = Diagnosis::PortState::open;
+    EXPECT_TRUE(DiscoverReport(facts, {}).rows()[0].isPresent);
+}

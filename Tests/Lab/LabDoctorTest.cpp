@@ -1,0 +1,145 @@
+// Broken worlds, and what the tool says of each.
+
+#include "LabRun.h"
+
+#include <nlohmann/json.hpp>
+
+#include <algorithm>
+
+using namespace LabTests;
+using nlohmann::json;
+using testing::AllOf;
+using testing::HasSubstr;
+using testing::StartsWith;
+
+namespace {
+
+/// The worlds of Lab/run, each called as the first verdict on it.
+const char* const worlds[] = {
+    "no-link",
+    "adapter-down",
+    "no-address",
+    "link-local-address",
+    "wrong-mask",
+    "other-subnet",
+    "adapter-refused",
+    "own-address-taken",
+    "duplicate-address",
+    "died-after-answer",
+    "discovery-blocked",
+    "text-port-blocked",
+    "picture-port-blocked",
+    "old-firmware",
+    "silent",
+    "garbage",
+    "unknown-model",
+    "dark",
+    "overexposed",
+};
+
+/// Their names, a line for each.
+std::string listed() {
+    std::string names;
+    for (const char* world : worlds)
+        names += world + std::string("\n");
+    return names;
+}
+
+class LabDoctorIn : public testing::TestWithParam<const char*> {};
+
+std::string nameOf(const testing::TestParamInfo<const char*>& row) {
+    std::string name = row.param;
+    std::replace(name.begin(), name.end(), '-', '_');
+    return name;
+}
+
+} // namespace
+
+TEST_P(LabDoctorIn, ABrokenWorldNamesItsCauseFirst) {
+    const std::string name = GetParam();
+    const ProcessResult result = runScript("--break " + name, "korva doctor --json");
+    EXPECT_EQ(result.errors, "");
+    const json said = json::parse(result.output, nullptr, false);
+    ASSERT_TRUE(said.is_object()) << result.output;
+    ASSERT_FALSE(said["causes"].empty()) << result.output;
+    EXPECT_EQ(said["causes"][0]["code"], name) << result.output;
+    EXPECT_NE(said["causes"][0]["try"], "") << result.output;
+    EXPECT_EQ(result.status, said["causes"][0]["severity"] == "failure" ? 1 : 0) << result.output;
+}
+
+INSTANTIATE_TEST_SUITE_P(Lab, LabDoctorIn, testing::ValuesIn(worlds), nameOf);
+
+TEST(LabDoctor, FindsNothingWrongInAHealthyLab) {
+    const ProcessResult result = runScript("--networks 2 --cameras 3", "korva doctor --json");
+    EXPECT_EQ(result.status, 0) << result.errors;
+    const json said = json::parse(result.output, nullptr, false);
+    EXPECT_EQ(said["causes"], json::array()) << result.output;
+    for (const json& look : said["looks"])
+        EXPECT_EQ(look["status"], "ok") << look;
+    const auto pictures = std::count_if(said["looks"].begin(), said["looks"].end(),
+                                        [](const json& look) { return look["code"] == "picture"; });
+    EXPECT_EQ(pictures, 3) << result.output;
+}
+
+TEST(LabDoctor, TellsPeopleTheVerdictFirstThenEachLook) {
+    const ProcessResult result = runScript("--break picture-port-blocked", "korva doctor");
+    EXPECT_EQ(result.status, 1) << result.errors;
+    EXPECT_THAT(result.output, StartsWith("FAIL  10.77.1.11 (Room 1): "));
+    EXPECT_THAT(result.output, HasSubstr("\n\nok    adapter         net1 is on, and connected\n"));
+    EXPECT_THAT(result.output, HasSubstr("\nok    text-port       10.77.1.11: TCP 32768: open\n"));
+    EXPECT_THAT(result.output, HasSubstr("\nFAIL  picture-port    10.77.1.11: TCP 32769: no answer; try: "));
+    EXPECT_THAT(runScript("", "korva doctor").output, StartsWith("ok    Nothing is wrong.\n\n"));
+}
+
+TEST(LabDoctor, WaitsForNoPictureOfACameraThatDoesNotAnswerTheProbe) {
+    const json said = json::parse(runScript("--arguments '--binary silent'", "korva doctor --json").output);
+    EXPECT_EQ(said["causes"][0]["code"], "took-too-long") << said;
+    EXPECT_EQ(said["looks"].back()["code"], "probe") << said;
+}
+
+TEST(LabDoctor, TakesFiveSecondsAtMostBesidesSearchAndPicture) {
+    const ProcessResult result = runScript(
+        "--break text-port-blocked", "begin=$(date +%s%N); korva doctor 10.77.1.11 10.77.1.12 10.77.1.13 >&2;"
+                                     "echo $((($(date +%s%N) - begin) / 1000000))");
+    constexpr long searchMs = 1000;
+    constexpr long slackOfABusyMachineMs = 1000;
+    EXPECT_LE(std::stol(result.output), 5000 + searchMs + slackOfABusyMachineMs) << result.errors;
+}
+
+TEST(LabDoctor, EndsAtCtrlCWhateverItLooksAt) {
+    // The search, the looks at an address, and the picture.
+    const std::string interrupted =
+        "for moment in 0.6 2.5; do korva doctor --json 2>&1 & work=$!; sleep $moment; begin=$(date +%s%N);"
+        "kill -INT $work; wait $work; echo $? $((($(date +%s%N) - begin) / 1000000 / 1500)); done";
+    for (const char* world : {"--break text-port-blocked", "--arguments --wait-exposure"})
+        EXPECT_THAT(runScript(world, interrupted).output,
+                    testing::MatchesRegex(
+                        "(\\{.causes.:\\[\\],.looks.:\\[\\],.error.:.*\nkorva: interrupted\n130 0\n){2}"));
+}
+
+TEST(LabDoctor, IsAskedWhatItCannotLookAtAndSaysSo) {
+    EXPECT_THAT(runScript("", "korva doctor ::1"), ended(2, "", StartsWith("korva: ")));
+    const ProcessResult result =
+        runScript("", "korva doctor --plugin /nowhere 10.77.1.11 10.77.1.77 nobody.invalid");
+    EXPECT_EQ(result.status, 1);
+    EXPECT_THAT(result.output,
+                AllOf(StartsWith("FAIL  "), HasSubstr("/nowhere"), HasSubstr("10.77.1.77: "),
+                      HasSubstr("nobody.invalid: "), HasSubstr("10.77.1.11: TCP 32769: open")));
+}
+
+TEST(LabBreak, ListsItsWorldsEachWithWhatIsWrong) {
+    EXPECT_THAT(run({"/bin/bash", "-c", "\"$0\" --break list | grep '^[a-z-]*  *[a-z]' | cut -d' ' -f1",
+                     KORVA_LAB_RUN}),
+                ended(0, listed(), ""));
+}
+
+TEST(LabBreak, RefusesAWorldItDoesNotKnowAndOneWithOtherCameras) {
+    for (const char* name : {"nothing", "", "dar", ".*"})
+        EXPECT_THAT(
+            runLab({"--break", name, "true"}),
+            ended(2, "", HasSubstr("there is no world \"" + std::string(name) + "\"; Lab/run --break list")));
+    for (const char* option : {"--networks", "--cameras", "--arguments", "--set"})
+        EXPECT_THAT(runLab({"--break", "dark", option, "1", "true"}),
+                    ended(2, "", HasSubstr("--break says all about networks and cameras")));
+    EXPECT_THAT(runLab({"--break"}), ended(2, "", HasSubstr("--break wants a value")));
+}
