@@ -56,6 +56,7 @@ void waitUntil(Clock::time_point due) {
     constexpr auto lookInterval = std::chrono::milliseconds(50);
     while (Clock::now() < due) {
         throwIfInterrupted();
+        // Between two pictures there is nothing to do but to look for Ctrl-C.
         std::this_thread::sleep_for(std::min<Clock::duration>(lookInterval, due - Clock::now()));
     }
 }

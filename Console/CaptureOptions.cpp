@@ -10,6 +10,7 @@
 #include <charconv>
 #include <cmath>
 #include <cstdio>
+#include <filesystem>
 #include <system_error>
 
 namespace Console {
@@ -145,6 +146,11 @@ void addCaptureOptions(const CommandLine::Options& command, CaptureOptions& opti
 void requireThatTheyGoTogether(const CaptureOptions& options) {
     if (options.interval.count() > 0 && options.count == 1)
         refuse("--interval is the time between several pictures", "--count N too");
+    const auto plain = [](const std::string& name) {
+        return std::filesystem::path(std::u8string(name.begin(), name.end())).lexically_normal();
+    };
+    if (!options.contactSheet.empty() && plain(options.contactSheet) == plain(options.output))
+        refuse("--contact-sheet and --output name the same file", "another --contact-sheet");
     if (!options.isToStandardOutput())
         return;
     if (options.isOfSeveralCameras() || options.picturesOfEach() > 1)

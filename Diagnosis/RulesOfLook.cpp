@@ -1,6 +1,7 @@
 // What a look at an address says of the camera there: tables in the order in which a cause comes before
 // another.
 
+#include "Ipv4.h"
 #include "Printable.h"
 #include "RulesOfCamera.h"
 #include "SeenCamera.h"
@@ -53,6 +54,19 @@ std::string otherSource(const SeenCamera& seen) {
         if (!answer->source.empty() && answer->source != placeOf(seen.camera))
             return answer->source;
     return {};
+}
+
+/// The adapter in whose network the address stands for all; null if there is none.
+const Adapter* adapterWhoseAllItIs(const SeenCamera& seen) {
+    const std::string& place = placeOf(seen.camera);
+    for (const Adapter& adapter : seen.index.adapters)
+        for (const OwnAddress& own : adapter.addresses) {
+            const std::uint32_t hosts = ~ipv4Number(own.mask).value_or(0xFFFFFFFFu);
+            const bool hasBroadcasts = hosts > 1 && isInNetworkOf(own, place);
+            if (hasBroadcasts && (ipv4Number(place).value_or(0) & hosts) == hosts)
+                return &adapter;
+        }
+    return nullptr;
 }
 
 std::string ownNetworks(const FactsIndex& index) {
@@ -143,6 +157,12 @@ const std::vector<CameraRule>& networkRules() {
                     printable(otherSource(seen));
          },
          "correct the address in the camera's settings, or use the one it answers from"},
+        {"not-an-address", [](const SeenCamera& seen) { return adapterWhoseAllItIs(seen) != nullptr; },
+         [](const SeenCamera& seen) {
+             return "is the broadcast address of " + printable(adapterWhoseAllItIs(seen)->name) +
+                    ": it stands for all";
+         },
+         "the IPv4 address of one camera"},
         {"no-route", [](const SeenCamera& seen) { return !seen.camera.hasRoute && !seen.isAlive; },
          [](const SeenCamera& seen) {
              return "this computer has no way to this address: it is in none of its networks" +

@@ -94,6 +94,7 @@ TEST(CaptureOptions, AreOnePictureOfOneAndAHalfSecondsUnlessTheCommandLineSaysMo
 TEST(CaptureOptions, ThatDoNotGoTogetherAreWrongUsage) {
     for (const auto& [line, complaint] :
          {std::pair{"a --interval 2", "--interval is the time between several pictures"},
+          {"a --output x.png --contact-sheet ./x.png", "--contact-sheet and --output name the same file"},
           {"a b --output -", "--output - is for one picture"},
           {"a --output - --count 2", "--output - is for one picture"},
           {"a --output - --exposure 1,2", "--output - is for one picture"},

@@ -477,6 +477,9 @@ const Words words[] = {
      "nobody answers; the address is in none of this computer's networks (net1 10.77.1.1/24, net2 "
      "10.77.2.1/24)",
      "check the address; if the camera is on the cable of net1: sudo ip addr add 10.77.9.200/24 dev net1"},
+    {"not-an-address",
+     with(asking(missingCamera("10.77.1.255")), [](Facts& f) { f.cameras[0].hasRoute = false; }),
+     "is the broadcast address of net1: it stands for all", "the IPv4 address of one camera"},
     {"no-route", with(asking(missingCamera("10.9.9.9")), [](Facts& f) { f.cameras[0].hasRoute = false; }),
      "this computer has no way to this address: it is in none of its networks (net1 10.77.1.1/24, net2 "
      "10.77.2.1/24)",
