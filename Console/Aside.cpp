@@ -26,8 +26,9 @@ using Lines = std::vector<Diagnosis::LogLine>;
 
 /// What the threads and the waiting one share; the last of them takes it away.
 struct Shared {
-    explicit Shared(std::vector<std::function<void()>> all)
-        : works(std::move(all)), lines(works.size()), failures(works.size()) {}
+    explicit Shared(std::vector<std::function<void()>> all) : works(std::move(all)), lines(works.size()) {
+        failures.resize(works.size());
+    }
 
     std::mutex mutex;
     std::condition_variable news;

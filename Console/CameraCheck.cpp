@@ -35,6 +35,9 @@ constexpr TimeLimits::Time leastTime = 800ms;
 
 /// A camera that was identified. A thread that is left behind keeps it.
 struct Used {
+    Used(std::size_t place, CameraPointer camera, std::shared_ptr<FetchGate> fetches, const TimeLimits& most)
+        : at(place), device(std::move(camera)), gate(std::move(fetches)), limits(most) {}
+
     std::size_t at; ///< its place among the facts
     CameraPointer device;
     std::shared_ptr<FetchGate> gate;

@@ -280,6 +280,7 @@ std::string cutWarning(const Diagnosis::Search& search) {
 std::vector<Diagnosis::Verdict> whyNot(const std::vector<FailedAttempt>& failed) {
     Diagnosis::Facts facts;
     std::vector<std::string> addresses;
+    addresses.reserve(failed.size());
     for (const FailedAttempt& each : failed)
         addresses.push_back(each.address);
     lookAtComputer(facts);

@@ -147,7 +147,7 @@ CameraJob::Taken CameraJob::takeOne(CameraUse& use, int exposureUnits) {
         attempt.healthCode = use.reported()->getCode();
     if (!image && takeMemoryShortage())
         attempt.reason = notEnoughMemory;
-    judge(std::move(attempt));
+    judge(attempt);
     taken.image = std::move(*image);
     taken.result.picture = Diagnosis::measured(static_cast<std::uint32_t>(taken.image.width),
                                                taken.image.height, pixelsOf(taken.image));
@@ -156,7 +156,7 @@ CameraJob::Taken CameraJob::takeOne(CameraUse& use, int exposureUnits) {
 }
 
 /// Throws CommandFailure for an attempt that failed.
-void CameraJob::judge(Diagnosis::Attempt attempt) {
+void CameraJob::judge(const Diagnosis::Attempt& attempt) {
     Diagnosis::Camera camera = facts();
     camera.attempts.push_back(attempt);
     const std::optional<Diagnosis::Verdict> verdict = Diagnosis::verdictOn(attempt, camera);

@@ -84,7 +84,7 @@ private:
     void takeWith(CameraUse& use, int exposureUnits);
     void takeWithTheBest(CameraUse& use);
     Taken takeOne(CameraUse& use, int exposureUnits);
-    void judge(Diagnosis::Attempt attempt);
+    void judge(const Diagnosis::Attempt& attempt);
     std::string nameOf(int exposureUnits) const;
     void checkFile(const std::string& file) const;
     void finish(Taken taken, const std::string& file);

@@ -130,37 +130,39 @@ void addDiscoverOptions(const CommandLine::Options& command, DiscoverOptions& op
 }
 
 ExitStatus runDiscover(const DiscoverOptions& options, const CommonOptions& common) {
-    using Json = nlohmann::ordered_json;
-    const Json nothing = {{"cameras", Json::array()}, {"problems", Json::array()}};
-    return runJson(options.json, options.watch ? Json() : nothing, common, [&](Json& object) {
-        StatusLine status(common.log);
-        warnOfNoDump(common);
-        ToolLog log(common.log, nullptr);
-        const CameraHost host(options.camera, log);
-        const std::vector<std::string> addresses = options.camera.eachAddress();
-        const auto look = [&] {
-            status.show(addresses.empty() ? "searching..." : "asking...");
-            Seen seen = addresses.empty() ? searched(host, options.timeout) : asked(host, addresses);
-            throwIfInterrupted();
-            status.erase();
-            return seen;
-        };
-        if (options.watch) {
-            watchCameras(
-                options.json,
-                [&look] {
-                    Seen seen = look();
-                    return DiscoverReport(std::move(seen.facts), std::move(seen.cameras));
-                },
-                [] { return !isThreadLeftBehind(); });
-            return ExitStatus::done;
-        }
-        const Seen seen = look();
-        const DiscoverReport report(seen.facts, seen.cameras);
-        object = report.json();
-        show(report, seen.facts, options.json ? Platform::standardError() : stdout);
-        return report.status();
-    });
+    const nlohmann::ordered_json nothing = {{"cameras", nlohmann::ordered_json::array()},
+                                            {"problems", nlohmann::ordered_json::array()}};
+    return runJson(options.json, options.watch ? nlohmann::ordered_json() : nothing, common,
+                   [&](nlohmann::ordered_json& object) {
+                       StatusLine status(common.log);
+                       warnOfNoDump(common);
+                       ToolLog log(common.log, nullptr);
+                       const CameraHost host(options.camera, log);
+                       const std::vector<std::string> addresses = options.camera.eachAddress();
+                       const auto look = [&] {
+                           status.show(addresses.empty() ? "searching..." : "asking...");
+                           Seen seen =
+                               addresses.empty() ? searched(host, options.timeout) : asked(host, addresses);
+                           throwIfInterrupted();
+                           status.erase();
+                           return seen;
+                       };
+                       if (options.watch) {
+                           watchCameras(
+                               options.json,
+                               [&look] {
+                                   Seen seen = look();
+                                   return DiscoverReport(std::move(seen.facts), std::move(seen.cameras));
+                               },
+                               [] { return !isThreadLeftBehind(); });
+                           return ExitStatus::done;
+                       }
+                       const Seen seen = look();
+                       const DiscoverReport report(seen.facts, seen.cameras);
+                       object = report.json();
+                       show(report, seen.facts, options.json ? Platform::standardError() : stdout);
+                       return report.status();
+                   });
 }
 
 } // namespace Console

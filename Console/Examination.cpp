@@ -28,6 +28,7 @@ constexpr std::size_t mostSuspects = 16;
 
 std::vector<std::string> addressesOf(const std::vector<Camera>& cameras) {
     std::vector<std::string> addresses;
+    addresses.reserve(cameras.size());
     for (const Camera& camera : cameras)
         addresses.push_back(camera.address);
     return addresses;

@@ -121,7 +121,7 @@ private:
 
     void read() {
         std::string& text = answer_->text;
-        std::array<char, portAnswerBytes> piece;
+        std::array<char, portAnswerBytes> piece{};
         const ssize_t count = recv(descriptor_, piece.data(), portAnswerBytes - text.size(), 0);
         if (count < 0 && (errno == EAGAIN || errno == EINTR))
             return;
@@ -140,6 +140,7 @@ private:
 /// Waits until one of them can go on, or for a while, and has those do so that can.
 void goOn(std::vector<Conversation>& conversations, Clock::time_point deadline) {
     std::vector<pollfd> waiting;
+    waiting.reserve(conversations.size());
     for (const Conversation& each : conversations)
         waiting.push_back(each.waiting());
     const auto left = std::chrono::ceil<std::chrono::milliseconds>(deadline - Clock::now());

@@ -94,7 +94,7 @@ std::optional<QuerySocket::Datagram> QuerySocket::receive(Clock::time_point dead
     if (!failure_.empty())
         return std::nullopt;
     for (;;) {
-        std::array<char, datagramBytes> buffer;
+        std::array<char, datagramBytes> buffer{};
         sockaddr_in source{};
         AdapterNote note{};
         iovec room{.iov_base = buffer.data(), .iov_len = buffer.size()};
