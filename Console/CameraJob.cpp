@@ -53,11 +53,11 @@ PictureTexts textsOf(const CaptureResult& result) {
 }
 
 void waitUntil(Clock::time_point due) {
-    constexpr auto lookInterval = std::chrono::milliseconds(50);
+    constexpr Clock::duration lookInterval = std::chrono::milliseconds(50);
     while (Clock::now() < due) {
         throwIfInterrupted();
-        // Between two pictures there is nothing to do but to look for Ctrl-C.
-        std::this_thread::sleep_for(std::min<Clock::duration>(lookInterval, due - Clock::now()));
+        const Clock::duration pause = std::min(lookInterval, due - Clock::now());
+        std::this_thread::sleep_for(pause); // the user asked for an interval; only Ctrl-C may end it
     }
 }
 

@@ -143,7 +143,7 @@ TEST(PortQuestions, AndDatagramsAreNotWaitedForAfterAnInterrupt) {
     const auto waitInterrupted = [quiet] {
         Platform::catchInterrupts();
         std::jthread interrupt([] {
-            std::this_thread::sleep_for(50ms); // until the questions wait
+            std::this_thread::sleep_for(50ms); // has them wait by then; sooner is an end, too
             kill(getpid(), SIGINT);
         });
         const Stopwatch watch;
