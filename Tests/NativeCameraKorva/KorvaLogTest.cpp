@@ -72,4 +72,12 @@ TEST_F(Log, NamesFunctionAndLine) {
     EXPECT_EQ(log.lines().back().method, "say");
 }
 
+TEST(Signature, IsAsOneCompilerWritesItWhicheverDid) {
+    using Korva::Signature;
+    EXPECT_STREQ(Signature("void (anonymous namespace)::A::f((anonymous namespace)::B)").text(),
+                 "void {anonymous}::A::f({anonymous}::B)");
+    EXPECT_STREQ(Signature("void {anonymous}::A::f(int)").text(), "void {anonymous}::A::f(int)");
+    EXPECT_STREQ(Signature("").text(), "");
+}
+
 } // namespace

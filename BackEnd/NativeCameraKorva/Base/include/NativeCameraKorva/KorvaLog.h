@@ -5,8 +5,38 @@
 #include <log4cxx/logger.h>
 #include <log4cxx/spi/location/locationinfo.h>
 
+#include <array>
+#include <cstddef>
 #include <locale>
 #include <sstream>
+#include <string_view>
+
+namespace Korva {
+
+/// The signature of a function as g++ writes it, whichever compiler did: log4cxx takes class and method from
+/// it, and would take the bracket of clang's "(anonymous namespace)" for the parameters'.
+template <std::size_t size>
+class Signature {
+public:
+    explicit consteval Signature(const char (&compilers)[size]) {
+        constexpr std::string_view brackets = "(anonymous namespace)";
+        constexpr std::string_view braces = "{anonymous}";
+        std::string_view rest(compilers, size);
+        char* end = text_.data();
+        while (!rest.empty()) {
+            const bool isUnnamed = rest.starts_with(brackets);
+            for (const char character : isUnnamed ? braces : rest.substr(0, 1))
+                *end++ = character;
+            rest.remove_prefix(isUnnamed ? brackets.size() : 1);
+        }
+    }
+    constexpr const char* text() const { return text_.data(); }
+
+private:
+    std::array<char, size> text_{};
+};
+
+} // namespace Korva
 
 /// Logs `message`, a chain of stream insertions, at `LevelName` (Trace, Debug, Info, Warn, Error). The
 /// location names the file "BackEnd/NativeCameraKorva/" `file`, the enclosing function's full signature and
@@ -27,11 +57,12 @@
 #define KORVA_LOG_THROUGH(Stream, logger, LevelName, file, line, ...)                                        \
     do {                                                                                                     \
         if ((logger)->is##LevelName##Enabled()) {                                                            \
+            static constexpr Korva::Signature korvaLogSignature(__LOG4CXX_FUNC__);                           \
             Stream korvaLogStream;                                                                           \
             korvaLogStream.imbue(std::locale::classic());                                                    \
             korvaLogStream << __VA_ARGS__;                                                                   \
             (logger)->forcedLog(log4cxx::Level::get##LevelName(), korvaLogStream.str(),                      \
                                 log4cxx::spi::LocationInfo("BackEnd/NativeCameraKorva/" file, file,          \
-                                                           __LOG4CXX_FUNC__, line));                         \
+                                                           korvaLogSignature.text(), line));                 \
         }                                                                                                    \
     } while (false)
