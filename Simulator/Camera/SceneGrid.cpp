@@ -42,7 +42,8 @@ public:
         const float right = x * bend;
         const float up = y * bend;
         const float cosine = 1 / std::sqrt(1 + right * right + up * up);
-        const float fall = 1 - vignetting * (1 - cosine * cosine);
+        const float fall =
+            std::max(0.0F, 1 - vignetting * (1 - cosine * cosine)); // of a picture that is very high
         return {(forward_ + right_ * right + up_ * up) * cosine, fall * cosine};
     }
 
