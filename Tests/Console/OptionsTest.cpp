@@ -148,7 +148,7 @@ TEST(AnAddress, ThatIsNoneIsRefusedInPlainWords) {
     for (const auto& [text, complaint] : {std::pair{"10.0.0.7:32769", "\"10.0.0.7:32769\" names a port"},
                                           {"fe80::1", "\"fe80::1\" is an IPv6 address"},
                                           {"10.0.0.256", "\"10.0.0.256\" is no IPv4 address"}})
-        EXPECT_THAT(thrownBy<CommandLine::WrongUsage>([&] { parsed(addIdentifyOptions, text); }),
+        EXPECT_THAT(thrownBy<CommandLine::WrongUsage>([text = text] { parsed(addIdentifyOptions, text); }),
                     testing::AllOf(testing::StartsWith(std::string("ADDRESS: ") + complaint),
                                    testing::HasSubstr("; try: ")));
 }
@@ -351,7 +351,8 @@ TEST(SimulateOptions, RefuseWrongUsageInTheWordsOfTheCommandLine) {
          {std::pair{"--announce here", "--announce: \"here\" is no IPv4 address"},
           {"--protocol dhcp", "--protocol: dhcp not in {static,DHCP}"},
           {"--port 65536", "Could not convert: --port = 65536"}})
-        EXPECT_EQ(thrownBy<CommandLine::WrongUsage>([&] { parsed(addSimulateOptions, line); }), complaint);
+        EXPECT_EQ(thrownBy<CommandLine::WrongUsage>([line = line] { parsed(addSimulateOptions, line); }),
+                  complaint);
 }
 
 TEST(SimulateOptions, HelpNamesTheModelsAndSaysWhereThePicturesOfASetLie) {

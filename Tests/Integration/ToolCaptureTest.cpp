@@ -234,7 +234,7 @@ TEST(ToolCapture, WaitsBetweenThePicturesOfAnInterval) {
         return std::stoi(time.substr(14, 2)) * 60'000 + std::stoi(time.substr(17, 2)) * 1000 +
                std::stoi(time.substr(20, 3));
     };
-    for (const int second : {1, 2}) {
+    for (const std::size_t second : {1u, 2u}) {
         const int passed =
             millisecondsOf(results[second]["takenAt"]) - millisecondsOf(results[second - 1]["takenAt"]);
         EXPECT_GE((passed + 3'600'000) % 3'600'000, 500);

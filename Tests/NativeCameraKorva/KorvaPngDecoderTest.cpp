@@ -80,7 +80,7 @@ TEST(PngDecoder, GivesTheFirstTextBeforeThePixels) {
 }
 
 TEST(PngDecoder, PassesOverATextThatUnpacksToMoreThanAMillionBytes) {
-    for (const std::size_t length : {900'000, 1'100'000}) {
+    for (const std::size_t length : {900'000u, 1'100'000u}) {
         const Bytes keyAndMethod{'K', 0, 0};
         const Decoded result =
             decoded(greyFile(pngChunk("zTXt", keyAndMethod + Support::packed(Bytes(length, 'x')))));
@@ -173,7 +173,7 @@ TEST(PngDecoder, UnpacksNoMoreThan64KibibytesBehindTheLastRow) {
     const Bytes rowsOfPasses{0, 0x12, 0x34, 0, 0x3F, 0xFF};
     for (const auto& [header, rows] :
          {std::pair{greyHeader, greyRow}, std::pair{pngChunk("IHDR", interlaced), rowsOfPasses}}) {
-        const auto file = [&](std::size_t excess) {
+        const auto file = [&header = header, &rows = rows](std::size_t excess) {
             Bytes unpacked = rows;
             std::minstd_rand noise; // which cannot be packed
             std::generate_n(std::back_inserter(unpacked), excess, std::ref(noise));

@@ -82,7 +82,7 @@ TEST_P(SampleKernels, SumBytesOfEveryLengthAtEveryAddressModulo65536) {
         std::uint32_t expected = 0;
         for (const unsigned char byte : bytes)
             expected += byte;
-        for (const std::size_t offset : {0, 1, 2, 3, 17})
+        for (const std::size_t offset : {0u, 1u, 2u, 3u, 17u})
             ASSERT_EQ(Korva::sumOfBytes(placed(bytes, offset).data() + offset, count), expected & 0xFFFF)
                 << count;
     }
@@ -92,7 +92,7 @@ TEST_P(SampleKernels, SumBytesOfEveryLengthAtEveryAddressModulo65536) {
 }
 
 TEST_P(SampleKernels, InterleaveBigEndianPlanesOfEveryLengthAtOddAddresses) {
-    for (const std::size_t channels : {1, 3, 4}) {
+    for (const std::size_t channels : {1u, 3u, 4u}) {
         for (const std::size_t pixels : interleavedLengths()) {
             std::vector<Bytes> planes;
             std::vector<const unsigned char*> addresses;
@@ -106,7 +106,7 @@ TEST_P(SampleKernels, InterleaveBigEndianPlanesOfEveryLengthAtOddAddresses) {
                 planes.push_back(placed(plane, 1 + channel));
                 addresses.push_back(planes.back().data() + 1 + channel);
             }
-            for (const std::size_t offset : {0, 1, 2, 6, 63}) {
+            for (const std::size_t offset : {0u, 1u, 2u, 6u, 63u}) {
                 Bytes memory(offset + expected.size() + 1, untouched);
                 Korva::interleaveRow(addresses.data(), channels, pixels, memory.data() + offset);
                 Bytes framed = placed(expected, offset);
@@ -131,7 +131,7 @@ TEST_P(SampleKernels, ReduceEverySampleValue) {
 }
 
 TEST_P(SampleKernels, ReduceInPlaceAndCountBlackPixelsAtEveryLengthAndAddress) {
-    for (const std::size_t samplesPerPixel : {1, 3}) {
+    for (const std::size_t samplesPerPixel : {1u, 3u}) {
         for (std::size_t pixels = 0; pixels <= mostPixels; ++pixels) {
             std::vector<std::uint16_t> black(pixels * samplesPerPixel);
             std::vector<std::uint16_t> any = black;
@@ -142,7 +142,7 @@ TEST_P(SampleKernels, ReduceInPlaceAndCountBlackPixelsAtEveryLengthAndAddress) {
                 dark[i] = bytes[i] < 64 ? bytes[i] : 0;
             }
             for (const auto& samples : {black, any, dark})
-                for (const std::size_t offset : {0, 1, 2})
+                for (const std::size_t offset : {0u, 1u, 2u})
                     expectReduced(samples, samplesPerPixel, offset);
         }
     }

@@ -260,7 +260,7 @@ TEST_F(MessageMemory, OfAnImageIsNotClearedBeforeItsBytesArrive) {
 }
 
 TEST_F(MessageMemory, ThatCannotBeHadRefusesTheMessageLoggedOrNot) {
-    for (const std::size_t reads : {2, 4}) {
+    for (const std::size_t reads : {2u, 4u}) {
         communicator.deliver(sevenBytes).afterNextWrite();
         {
             const Support::ArrayShortage shortage;
