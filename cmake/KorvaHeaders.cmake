@@ -1,4 +1,25 @@
-# Every header suffices alone: the target all_verify_interface_header_sets compiles each by itself.
+# Every header suffices alone: a source of the product that includes it before anything else shows that, and the target
+# all_verify_interface_header_sets compiles each other one by itself.
+
+# korva_first_includes(VARIABLE): "room/name" of each header that a source of that room includes first. Tests do not
+# count: precompiled headers stand before all that they include.
+function(korva_first_includes variable)
+  get_property(known GLOBAL PROPERTY KORVA_FIRST_INCLUDES)
+  if(NOT known)
+    set(rooms BackEnd Console Diagnosis Platform ReferenceHost Simulator)
+    foreach(room IN LISTS rooms)
+      file(GLOB_RECURSE sources "${PROJECT_SOURCE_DIR}/${room}/*.cpp")
+      foreach(source IN LISTS sources)
+        file(STRINGS "${source}" line REGEX "^#include " LIMIT_COUNT 1)
+        if(line MATCHES "^#include \"(.*/)?([^/]+)\"$")
+          list(APPEND known "${room}/${CMAKE_MATCH_2}")
+        endif()
+      endforeach()
+    endforeach()
+    set_property(GLOBAL PROPERTY KORVA_FIRST_INCLUDES ${known})
+  endif()
+  set(${variable} ${known} PARENT_SCOPE)
+endfunction()
 
 # korva_headers(TARGET [BASE folder] PATTERN...): the headers that the patterns find are the interface of the library
 # TARGET, are included relative to BASE (the current folder), and each is checked. They are C++20, and say so to
@@ -20,8 +41,23 @@ function(korva_headers target)
   endif()
   target_sources(${target} ${scope} FILE_SET HEADERS BASE_DIRS "${arg_BASE}" FILES ${headers})
   target_compile_features(${target} ${scope} cxx_std_20)
-  set_target_properties(${target} PROPERTIES VERIFY_INTERFACE_HEADER_SETS ON)
   set_property(GLOBAL APPEND PROPERTY KORVA_CHECKED_HEADERS ${headers})
+
+  korva_first_includes(first_includes)
+  cmake_path(RELATIVE_PATH CMAKE_CURRENT_SOURCE_DIR BASE_DIRECTORY "${PROJECT_SOURCE_DIR}" OUTPUT_VARIABLE room)
+  string(REGEX REPLACE "/.*" "" room "${room}")
+  foreach(header IN LISTS headers)
+    cmake_path(GET header FILENAME name)
+    if("${room}/${name}" IN_LIST first_includes)
+      list(REMOVE_ITEM headers "${header}")
+    endif()
+  endforeach()
+  if(headers)
+    add_library(${target}Alone INTERFACE)
+    target_link_libraries(${target}Alone INTERFACE ${target})
+    target_sources(${target}Alone INTERFACE FILE_SET HEADERS BASE_DIRS "${arg_BASE}" FILES ${headers})
+    set_target_properties(${target}Alone PROPERTIES VERIFY_INTERFACE_HEADER_SETS ON)
+  endif()
 endfunction()
 
 # korva_private_headers(TARGET PATTERN... [LIKE target...]): the headers that the patterns find are no library's

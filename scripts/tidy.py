@@ -27,19 +27,25 @@ def is_of_the_product(entry, rooms):
     return os.path.relpath(entry["file"]).split("/")[0] in rooms and not library(entry).startswith("Tests/")
 
 
-def is_read_alone(entry):
-    """Sources of the platform name things alike, and those that speak to it by Windows' names of sockets cannot be read
-    with those that know POSIX's; vector code includes itself, once per instruction set."""
+# Sources of the platform that name things as others of it do, or as the C library.
+READ_ALONE = ("IpHelper.cpp", "QuerySocket.cpp", "Winsock.cpp")
+
+
+def company(entry):
+    """Those with which a source can be read: of its library, if neither or both speak to the platform by Windows' names
+    of sockets. Vector code includes itself, once per instruction set."""
     with open(entry["file"], encoding="utf-8") as file:
         text = file.read()
-    apart = ("foreach_target.h", '#include "Platform/Winsock.h"', '#include "Platform/IpHelper.h"')
-    return "/Platform/" in entry["file"] or any(sign in text for sign in apart)
+    if "foreach_target.h" in text or os.path.basename(entry["file"]) in READ_ALONE:
+        return entry["file"]
+    sockets = ('#include "Platform/Winsock.h"', '#include "Platform/IpHelper.h"')
+    return library(entry), any(sign in text for sign in sockets)
 
 
 def units(entries):
     groups = {}
     for entry in entries:
-        groups.setdefault(entry["file"] if is_read_alone(entry) else library(entry), []).append(entry)
+        groups.setdefault(company(entry), []).append(entry)
     for group in groups.values():
         for first in range(0, len(group), UNIT):
             yield group[first : first + UNIT]
