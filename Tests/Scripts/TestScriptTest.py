@@ -75,35 +75,46 @@ class Script(unittest.TestCase):
         self.write("status", "8")
         self.assertEqual(self.run_script("--quick")[0], 8)
 
-    def run_whole(self, **steps):
+    def run_whole(self, steps=None, **environment):
         self.write("a.cpp", "")
         self.write(".clang-tidy", "")
-        for name, text in {**STEPS, **steps}.items():
+        for name, text in {**STEPS, **(steps or {})}.items():
             self.write(name, f"#!/bin/sh\n{text}\n" if name.endswith("install") else text)
-        return self.run_script()
+        return self.run_script(**environment)
 
     def test_runs_everything_and_ends_with_the_closing_lines(self):
         status, said, errors = self.run_whole()
         self.assertEqual((status, errors), (0, ""))
-        for line in ("every file is formatted", "asan: 100% tests passed", "tsan: 100% tests passed", "installed", "tidy said"):
+        steps = [f"{preset}: 100% tests passed" for preset in ("dev", "asan", "tsan")]
+        for line in [*steps, "every file is formatted", "installed", "tidy said"]:
             self.assertEqual(said.count(line), 1, line)
         self.assertTrue(said.endswith("tests left out: 0\n\n100% tests passed, 0 tests failed out of 1\nclosing line\n"), said)
         tests = [line.split()[2] for line in self.asked() if line.startswith("ctest")]
-        self.assertEqual(tests, ["asan", "tsan", "dev"])
+        self.assertEqual(tests, ["dev", "asan", "tsan"])
+
+    def test_fails_in_ci_where_a_sanitizers_test_was_left_out(self):
+        self.write("result.xml", SKIPPED)
+        status, said, _ = self.run_whole(CI="true")
+        self.assertEqual((status, said.count("left out: no luck")), (1, 3))
+        self.assertTrue(said.endswith("closing line\n"), said)
 
     def test_fails_with_each_of_its_steps(self):
         for step in ({"scripts/check-install": "exit 1"}, {"scripts/tidy.py": "print('tidy said'); exit(1)"}):
             with self.subTest(step):
-                status, said, _ = self.run_whole(**step)
+                status, said, _ = self.run_whole(step)
                 self.assertEqual(status, 1)
                 self.assertFalse(said.endswith("closing line\n"), said)
 
-    def test_fails_with_the_sanitizers_tests_and_says_what_they_said(self):
-        self.write("status", "8")
-        status, said, errors = self.run_whole()
-        self.assertEqual(status, 1)
-        self.assertIn("tests of the preset asan failed", said + errors)
-        self.assertNotIn("Tests\n", said)
+    def test_fails_with_the_tests_of_each_preset_and_ends_with_their_closing_lines(self):
+        passes = PROGRAMS["ctest"]
+        for preset in ("dev", "asan", "tsan"):
+            with self.subTest(preset):
+                self.write("bin/ctest", f'#!/bin/sh\n[ "$2" != {preset} ] || echo 8 >status\n{passes}\n')
+                self.write("status", "0")
+                status, said, _ = self.run_whole()
+                self.assertEqual(status, 1)
+                self.assertIn(f"tests of the preset {preset} failed\n1/1 Test #1", said)
+                self.assertTrue(said.endswith("closing line\n"), said)
 
     def test_of_a_room_builds_and_runs_no_more(self):
         for room, folder in (("Console", "Tests/Console"), ("Fuzz", "Fuzz")):
