@@ -51,8 +51,6 @@ void takeLines(Shared& shared, std::size_t work) noexcept {
 }
 
 void workThrough(const std::shared_ptr<Shared>& shared) {
-    // It may be left behind, and a signal that waits for a file to be whole would find it.
-    Platform::leaveSignalsToOthers();
     std::unique_lock lock(shared->mutex);
     if (shared->log != nullptr)
         shared->log->beginThread();
@@ -94,10 +92,14 @@ std::vector<Lines> doAside(ToolLog& log, std::vector<std::function<void()>> work
     threads.reserve(std::min(shared->works.size(), mostAside));
     try {
         for (std::size_t i = 0; i < std::min(shared->works.size(), mostAside); ++i)
-            threads.emplace_back([shared] { workThrough(shared); });
-    } catch (const std::exception&) { // no more threads, or no memory
+            threads.emplace_back([shared] {
+                // It may be left behind, and a signal that waits for a file to be whole would find it.
+                Platform::leaveSignalsToOthers();
+                workThrough(shared);
+            });
+    } catch (const std::exception&) { // no more threads, or no memory: those that there are do it all
         if (threads.empty())
-            throw; // else those that there are do the others' work
+            workThrough(shared);
     }
     const bool areOver = awaitAll(*shared);
     if (!areOver)

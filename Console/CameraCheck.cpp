@@ -4,18 +4,23 @@
 #include "CameraHost.h"
 #include "CameraUse.h"
 #include "CommandFailure.h"
+#include "CommandRun.h"
 #include "FetchGate.h"
 #include "ProgressBar.h"
 #include "SearchFacts.h"
 
 #include "Diagnosis/PictureRules.h"
+#include "Diagnosis/Print.h"
 #include "Diagnosis/RulesOfCamera.h"
+#include "Look/NetworkLook.h"
 
 #include <algorithm>
 #include <cstddef>
 #include <functional>
+#include <iterator>
 #include <memory>
 #include <span>
+#include <string>
 #include <utility>
 #include <vector>
 
@@ -42,6 +47,7 @@ struct Used {
     CameraPointer device;
     std::shared_ptr<FetchGate> gate;
     TimeLimits limits;
+    TimeLimits::Time hurry{0}; ///< its limit is that, and less than usual; 0: it is the usual one
     ProgressBar bar{nullptr};
     Attempt attempt{};
     std::optional<Diagnosis::PictureFacts> photo{};
@@ -57,6 +63,11 @@ TimeLimits limitsFor(const TimeLimits& limits, TimeLimits::Time time) {
     TimeLimits shorter = limits;
     shorter.ofEachStep = std::min(time, limits.ofEachStep.value_or(time));
     return shorter;
+}
+
+/// Of the time that there is, what is less than usual; 0: none is.
+TimeLimits::Time hurryOf(TimeLimits::Time time, TimeLimits::Time usual) {
+    return usual == usual.zero() || time < usual ? time : time.zero();
 }
 
 /// Without a known model a picture is part of an identification.
@@ -92,6 +103,7 @@ void takePicture(Used& used) {
 void attempt(Used& used, Attempt::What what, void (*work)(Used&)) {
     used.attempt = {};
     used.attempt.what = what;
+    used.attempt.allowed = used.hurry;
     const auto begin = SteadyClock::now();
     try {
         work(used);
@@ -102,11 +114,14 @@ void attempt(Used& used, Attempt::What what, void (*work)(Used&)) {
 }
 
 /// Does it with all of them, and notes how that went.
-void attemptAll(const UsedCameras& all, Attempt::What what, void (*work)(Used&), ToolLog& log,
-                Diagnosis::Facts& facts) {
+void attemptAll(const CameraHost& host, const UsedCameras& all, Attempt::What what, void (*work)(Used&),
+                ToolLog& log, Diagnosis::Facts& facts) {
     std::vector<std::function<void()>> works;
     for (const std::shared_ptr<Used>& used : all)
-        works.emplace_back([used, what, work] { attempt(*used, what, work); });
+        works.emplace_back([used, what, work, claim = host.claimOf(facts.cameras[used->at].address)] {
+            attempt(*used, what, work);
+            claim();
+        });
     const auto lines = doAside(log, std::move(works));
     for (std::size_t i = 0; i < all.size(); ++i) {
         all[i]->attempt.lines = lines[i];
@@ -114,8 +129,9 @@ void attemptAll(const UsedCameras& all, Attempt::What what, void (*work)(Used&),
     }
 }
 
-/// Notes who they are. Those that can take pictures as far as the network goes are to be used.
-UsedCameras identifyAll(const CameraHost& host, Diagnosis::Facts& facts) {
+/// Notes who they are; `hurry` is as in Used. Those that can take pictures as far as the network goes are to
+/// be used.
+UsedCameras identifyAll(const CameraHost& host, TimeLimits::Time hurry, Diagnosis::Facts& facts) {
     std::vector<std::size_t> places;
     std::vector<std::string> addresses;
     for (std::size_t at = 0; at < facts.cameras.size(); ++at)
@@ -129,6 +145,7 @@ UsedCameras identifyAll(const CameraHost& host, Diagnosis::Facts& facts) {
     for (std::size_t i = 0; i < identified.size(); ++i) {
         Camera& camera = facts.cameras[places[i]];
         camera.attempts.push_back(identified[i].attempt);
+        camera.attempts.back().allowed = hurry;
         if (identified[i].camera == nullptr)
             continue;
         camera.identity = identityOf(identified[i].camera->getCameraInfo());
@@ -139,32 +156,71 @@ UsedCameras identifyAll(const CameraHost& host, Diagnosis::Facts& facts) {
     return used;
 }
 
-void setLimits(const UsedCameras& all, const TimeLimits& limits) {
-    for (const std::shared_ptr<Used>& used : all)
+void setLimits(const UsedCameras& all, const TimeLimits& limits, TimeLimits::Time hurry) {
+    for (const std::shared_ptr<Used>& used : all) {
         used->limits = limits;
+        used->hurry = hurry;
+    }
 }
+
+/// Whether the time was over before it answered: it may be slow, and a picture tells.
+bool wasCut(const Attempt& attempt) {
+    const auto isCut = [](const std::string& text) {
+        return text.find("Took too long: ") != std::string::npos;
+    };
+    return attempt.allowed > attempt.allowed.zero() &&
+           (isCut(attempt.reason) ||
+            std::any_of(attempt.lines.begin(), attempt.lines.end(),
+                        [&isCut](const Diagnosis::LogLine& line) { return isCut(line.message); }));
+}
+
+/// Neighbours that are asked where no camera answers.
+constexpr std::size_t mostSuspects = 16;
 
 } // namespace
 
 bool answersAsCamera(const Camera& camera) {
-    return camera.text == PortState::open && !camera.toldModel.empty();
+    // Of a longer answer than a look takes the plug-in may make more, or less.
+    const bool isTold = !camera.toldModel.empty() || camera.textAnswer.find("--HW ") != std::string::npos;
+    return camera.text == PortState::open && isTold;
+}
+
+void lookAtNeighbours(Diagnosis::Facts& facts) {
+    std::vector<std::string> suspects;
+    for (const Diagnosis::Neighbour& neighbour : facts.neighbours)
+        if (!neighbour.macAddress.empty() && neighbour.address != facts.defaultGateway &&
+            suspects.size() < mostSuspects)
+            suspects.push_back(neighbour.address);
+    Diagnosis::Facts seen = facts;
+    lookAt(suspects, seen);
+    std::copy_if(seen.cameras.begin(), seen.cameras.end(), std::back_inserter(facts.cameras),
+                 answersAsCamera);
 }
 
 void checkCameras(Diagnosis::Facts& facts, const CameraOptions& options, ToolLog& log,
                   SteadyClock::time_point deadline) {
     CameraOptions hurried = options;
-    if (std::none_of(facts.cameras.begin(), facts.cameras.end(), isPictured))
-        hurried.limits = limitsFor(options.limits, left(deadline - leastTime));
+    TimeLimits::Time hurry{0};
+    if (std::none_of(facts.cameras.begin(), facts.cameras.end(), isPictured)) {
+        const TimeLimits::Time most = left(deadline - leastTime);
+        hurried.limits = limitsFor(options.limits, most);
+        hurry = hurryOf(most, options.limits.ofIdentification());
+    }
     const CameraHost host(hurried, log);
-    UsedCameras used = identifyAll(host, facts);
-    setLimits(used, limitsFor(options.limits, left(deadline)));
-    attemptAll(used, Attempt::What::probe, probe, log, facts);
-    // To wait for the pictures of those that do not answer at all would take its time.
-    std::erase_if(used, [](const std::shared_ptr<Used>& each) { return !each->attempt.succeeded; });
-    setLimits(used, options.limits);
-    attemptAll(used, Attempt::What::picture, takePicture, log, facts);
+    UsedCameras used = identifyAll(host, hurry, facts);
+    const TimeLimits::Time most = left(deadline);
+    setLimits(used, limitsFor(options.limits, most), hurryOf(most, options.limits.ofProbe()));
+    attemptAll(host, used, Attempt::What::probe, probe, log, facts);
+    std::erase_if(used, [](const std::shared_ptr<Used>& each) {
+        return !each->attempt.succeeded && !wasCut(each->attempt);
+    });
+    setLimits(used, options.limits, {});
+    attemptAll(host, used, Attempt::What::picture, takePicture, log, facts);
     for (const std::shared_ptr<Used>& each : used)
         facts.cameras[each->at].photo = each->photo;
+    host.nameOtherDumps();
+    for (const Diagnosis::Verdict& lost : host.takeDumpFailures())
+        warn({Diagnosis::lineOf(lost)});
 }
 
 } // namespace Console

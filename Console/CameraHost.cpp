@@ -3,6 +3,7 @@
 #include "Aside.h"
 #include "CommandFailure.h"
 #include "DumpFolder.h"
+#include "LookAround.h"
 #include "Printable.h"
 #include "SearchFacts.h"
 #include "ToolLog.h"
@@ -24,8 +25,10 @@
 
 #include <algorithm>
 #include <array>
+#include <cerrno>
 #include <cstdio>
 #include <filesystem>
+#include <fstream>
 #include <functional>
 #include <optional>
 #include <system_error>
@@ -74,6 +77,20 @@ std::string cutReason(const std::string& time, CameraSearch::End end, std::size_
                                                   (unasked == 1 ? " answer was" : " answers were") +
                                                   " not asked any more";
     return "after " + time + ": " + whyCut(end) + others;
+}
+
+/// Throws CommandFailure with the system's reason. What can be read once, such as a pipe, is not opened.
+void requireReadable(const fs::path& file) {
+    std::error_code ignored;
+    const fs::file_status status = fs::status(file, ignored);
+    if (fs::exists(status) && !fs::is_regular_file(status) && !fs::is_directory(status))
+        return;
+    errno = 0;
+    if (!fs::is_directory(status) && std::ifstream(file).is_open())
+        return;
+    const int reason = fs::is_directory(status) ? EISDIR : errno;
+    throw fileFailure(printable(file.string()) + ": " + std::generic_category().message(reason),
+                      "korva describe ADDRESS > " + printable(file.string()));
 }
 
 /// Null if it cannot be identified.
@@ -141,9 +158,20 @@ void CameraHost::claimDumps(const std::string& address) const {
         dumps_->claim(address);
 }
 
+std::function<void()> CameraHost::claimOf(const std::string& address) const {
+    return [dumps = dumps_, address] {
+        if (dumps != nullptr)
+            dumps->claim(address);
+    };
+}
+
 void CameraHost::nameOtherDumps() const {
     if (dumps_ != nullptr)
         dumps_->nameTheRest();
+}
+
+std::vector<Diagnosis::Verdict> CameraHost::takeDumpFailures() const {
+    return dumps_ == nullptr ? std::vector<Diagnosis::Verdict>() : dumps_->takeFailures();
 }
 
 CameraHost::~CameraHost() {
@@ -167,6 +195,12 @@ Diagnosis::Facts CameraHost::searchFacts(const CameraSearch::Found& found) const
     facts.search->cut = cut;
     lookAtComputer(facts);
     completeNetworks(facts);
+    if (cut.empty() && tellsTooLittle(facts)) {
+        askThemselves(absorbLook(facts, lookForAnybody()), search, note);
+        throwIfInterrupted();
+        addFound(infos, facts);
+    }
+    nameOtherDumps(); // its threads have ended, and the next ones may bear their numbers
     return facts;
 }
 
@@ -193,6 +227,8 @@ std::size_t CameraHost::askThemselves(const std::vector<std::string>& addresses,
         if (!Diagnosis::ipv4Number(addresses[asked]))
             continue; // any other text is not looked up
         const CameraPointer camera = std::move(identify({addresses[asked]}, left).front().camera);
+        if (camera == nullptr && isBounded && search.elapsed() >= limits_.ofSearch())
+            return addresses.size() - asked; // this one had no time either
         if (camera != nullptr)
             found(std::make_unique<NativeCameraTemplate>(type(), camera->getCameraInfo(),
                                                          CommunicatorTemplate(camera->getCommunicator())));
@@ -237,6 +273,7 @@ CameraPointer CameraHost::cameraAt(const std::string& address) const {
 
 CameraPointer CameraHost::cameraOf(const std::string& descriptionFile) const {
     const fs::path file(std::u8string(descriptionFile.begin(), descriptionFile.end()));
+    requireReadable(file);
     const auto description = ReferenceHost::DeviceDescription::fromFile(file);
     CameraPointer camera = cameraOrNull(type().getBuilder().build(description.root()));
     if (camera == nullptr)
@@ -277,25 +314,59 @@ std::string cutWarning(const Diagnosis::Search& search) {
            "; cameras may be missing; try: a longer --max-time, or the camera's address";
 }
 
-std::vector<Diagnosis::Verdict> whyNot(const std::vector<FailedAttempt>& failed) {
+std::vector<Diagnosis::Verdict> whyNot(const std::vector<FailedAttempt>& failed,
+                                       const Diagnosis::Facts& seen) {
     Diagnosis::Facts facts;
+    facts.search = seen.search;
+    facts.foreign = seen.foreign;
+    facts.limitedOnly = seen.limitedOnly;
     std::vector<std::string> addresses;
     addresses.reserve(failed.size());
     for (const FailedAttempt& each : failed)
         addresses.push_back(each.address);
+    std::chrono::milliseconds longest{};
+    for (const FailedAttempt& each : failed)
+        longest = std::max(longest, each.attempt.took);
     lookAtComputer(facts);
-    lookAt(addresses, facts);
+    lookAt(addresses, facts, longest);
     throwIfInterrupted();
     std::vector<Diagnosis::Verdict> verdicts;
     for (const FailedAttempt& each : failed) {
         Diagnosis::Camera& camera = cameraIn(facts, each.address);
         camera.wasAskedFor = true;
+        for (const Diagnosis::Camera& answered : seen.cameras) {
+            if (answered.address != each.address)
+                continue;
+            camera.answeredSearch = answered.answeredSearch;
+            camera.room = answered.room;
+        }
         camera.attempts.push_back(each.attempt);
-        const std::optional<Diagnosis::Verdict> verdict = Diagnosis::verdictOn(camera, facts);
+        std::optional<Diagnosis::Verdict> verdict = Diagnosis::verdictOnReturn(each.attempt, camera);
+        if (!verdict)
+            verdict = Diagnosis::verdictOn(camera, facts);
         const bool isFailure = verdict && verdict->severity == Diagnosis::Severity::failure;
         verdicts.push_back(isFailure ? *verdict : Diagnosis::verdictOn(each.attempt, camera).value());
     }
     return verdicts;
+}
+
+Diagnosis::Verdict orOfTheWay(Diagnosis::Verdict failure, const Diagnosis::Camera& camera,
+                              const Diagnosis::Facts& before, bool isAtItsPorts) {
+    if (!Diagnosis::mayBeOfTheWay(failure))
+        return failure;
+    Diagnosis::Facts now;
+    lookAtComputer(now);
+    if (std::optional<Diagnosis::Verdict> way = Diagnosis::verdictOnWay(camera, before, now))
+        return *std::move(way);
+    if (!isAtItsPorts)
+        return failure;
+    now.cameras = {camera};
+    now.cameras.front().attempts.clear();
+    lookAt({camera.address}, now);
+    throwIfInterrupted();
+    std::optional<Diagnosis::Verdict> look = Diagnosis::verdictOn(now.cameras.front(), now);
+    const bool isGone = look && (look->code == "absent" || look->code == "died-after-answer");
+    return isGone ? *std::move(look) : std::move(failure);
 }
 
 std::string placeOf(const NativeCamera& camera) {

@@ -47,8 +47,14 @@ public:
     /// What the calling thread has had the plug-in dump is of that camera. Any thread; identifications do it.
     void claimDumps(const std::string& address) const;
 
-    /// What nobody has claimed gets its name.
+    /// claimDumps() of that camera, for a thread that may outlive this.
+    std::function<void()> claimOf(const std::string& address) const;
+
+    /// What nobody has claimed gets its name; at the end of a search that is so.
     void nameOtherDumps() const;
+
+    /// Why dumps are missing or not whole, since the last call. Any thread.
+    std::vector<Diagnosis::Verdict> takeDumpFailures() const;
 
     /// Searches the local networks, which blocks for a second at least and not much longer than the limits
     /// say, and hands over each camera as it is found. Of a search that does not come to its questions, since
@@ -108,9 +114,17 @@ struct FailedAttempt {
     Diagnosis::Attempt attempt;
 };
 
-/// Why these cameras cannot be used, by the attempts and a look at the network. Throws CommandFailure if
-/// Ctrl-C came meanwhile.
-std::vector<Diagnosis::Verdict> whyNot(const std::vector<FailedAttempt>& failed);
+/// Why these cameras cannot be used, by the attempts and a look at the network; where a search has found
+/// them, also by what `seen` holds of that. Throws CommandFailure if Ctrl-C came meanwhile.
+std::vector<Diagnosis::Verdict> whyNot(const std::vector<FailedAttempt>& failed,
+                                       const Diagnosis::Facts& seen = {});
+
+/// `failure` of a camera's, or what has become of this computer's own adapter on the way to it since `before`
+/// (see Diagnosis::verdictOnWay), or that nobody answers at its address any more, where that explains it.
+/// Looks at the computer again, and at a camera `isAtItsPorts`, for up to Diagnosis::addressLookTime. Throws
+/// CommandFailure if Ctrl-C came meanwhile. Any thread.
+Diagnosis::Verdict orOfTheWay(Diagnosis::Verdict failure, const Diagnosis::Camera& camera,
+                              const Diagnosis::Facts& before, bool isAtItsPorts);
 
 /// "10.0.0.7:32769", printable: where the camera's pictures come from.
 std::string placeOf(const NativeCamera& camera);

@@ -15,6 +15,7 @@
 #include "Diagnosis/PictureRules.h"
 #include "Diagnosis/Print.h"
 #include "Diagnosis/Rules.h"
+#include "Look/NetworkLook.h"
 #include "Platform/Terminal.h"
 #include "Platform/Text.h"
 
@@ -31,6 +32,8 @@ namespace {
 
 using Platform::utf8FromWide;
 using Clock = std::chrono::steady_clock;
+
+constexpr int portOfPictures = 32769;
 
 std::span<const unsigned char> pixelsOf(const image_t& picture) {
     return {picture.pixels.get(), static_cast<std::size_t>(picture.width) * picture.height};
@@ -50,6 +53,23 @@ PictureTexts textsOf(const CaptureResult& result) {
             {"Exposure", Diagnosis::secondsText(result.exposureUnits) + " s"},
             {"Creation Time", timeText(result.takenAt)},
             {"Software", std::string("korva ") + KORVA_VERSION}};
+}
+
+/// Whether something took the connection, or was asked over the one there was.
+bool wasConnected(const Diagnosis::Attempt& attempt) {
+    return std::none_of(attempt.lines.begin(), attempt.lines.end(), [](const Diagnosis::LogLine& line) {
+        return line.message.find(": connect failed: ") != std::string::npos;
+    });
+}
+
+bool isAtPortOfPictures(const NativeCamera& camera) {
+    const auto* const connection = dynamic_cast<EthernetCommunicator*>(camera.getCommunicator());
+    return connection != nullptr && connection->getPort() == portOfPictures;
+}
+
+std::string connectedAddressOf(const NativeCamera& camera) {
+    const auto* const connection = dynamic_cast<EthernetCommunicator*>(camera.getCommunicator());
+    return connection == nullptr ? "" : utf8FromWide(connection->getAddress());
 }
 
 void waitUntil(Clock::time_point due) {
@@ -80,7 +100,11 @@ void CameraJob::takeAll() {
     with_.log.takeLines(); // of what this thread's number stood for before
     camera_ = target_.camera();
     info_ = camera_->getCameraInfo();
+    hasAnswered_ = with_.options.camera.descriptionFile.empty();
+    learnRoom();
     with_.sink.claimDumps(blank().address); // of a picture that told its size
+    judgeIdentity();
+    ipv4_ = Diagnosis::addressBehind(blank().address); // while there is a name service
     CameraUse use(*camera_, with_.bar, options.camera.limits, &with_.gate);
     for (int turn = 0; turn < options.count; ++turn) {
         const auto begin = Clock::now();
@@ -94,6 +118,23 @@ void CameraJob::takeAll() {
         if (turn + 1 < options.count)
             waitUntil(begin + options.interval);
     }
+}
+
+/// A camera whose answers are not as they should be may give pictures nevertheless.
+void CameraJob::judgeIdentity() {
+    if (target_.isJudged)
+        return;
+    const auto verdict = Diagnosis::verdictOn(facts(), Diagnosis::Facts());
+    if (verdict && verdict->severity == Diagnosis::Severity::failure)
+        with_.sink.warn(Diagnosis::lineOf(*verdict));
+}
+
+/// Where the files' names say it. What answers behind another port tells no rooms.
+void CameraJob::learnRoom() {
+    const bool isWanted = isNamedByRoom(with_.options.output) && room_.empty() && !target_.isFound;
+    if (isWanted && isAtPortOfPictures(*camera_))
+        room_ = Diagnosis::askForRoom(connectedAddressOf(*camera_));
+    throwIfInterrupted();
 }
 
 void CameraJob::takeWith(CameraUse& use, int exposureUnits) {
@@ -158,10 +199,13 @@ CameraJob::Taken CameraJob::takeOne(CameraUse& use, int exposureUnits) {
 /// Throws CommandFailure for an attempt that failed.
 void CameraJob::judge(const Diagnosis::Attempt& attempt) {
     Diagnosis::Camera camera = facts();
+    hasAnswered_ = hasAnswered_ || attempt.succeeded || wasConnected(attempt);
+    if (!hasAnswered_)
+        camera.identity.reset();
     camera.attempts.push_back(attempt);
     const std::optional<Diagnosis::Verdict> verdict = Diagnosis::verdictOn(attempt, camera);
     if (!attempt.succeeded)
-        throw CommandFailure(*verdict);
+        throw CommandFailure(orOfTheWay(*verdict, camera, with_.computer, isAtPortOfPictures(*camera_)));
     if (verdict)
         with_.sink.warn(Diagnosis::lineOf(*verdict));
 }
@@ -171,6 +215,7 @@ Diagnosis::Camera CameraJob::facts() const {
     Diagnosis::Camera camera;
     const CaptureResult known = blank();
     camera.address = known.address;
+    camera.ipv4 = ipv4_;
     camera.room = known.room;
     camera.identity = identityOf(info_);
     return camera;
@@ -181,7 +226,9 @@ CaptureResult CameraJob::blank() const {
     result.address = utf8FromWide(info_.getIpAddress());
     if (result.address.empty())
         result.address = target_.address;
-    result.room = target_.room;
+    if (result.address.empty() && camera_ != nullptr) // a description need not say it twice
+        result.address = connectedAddressOf(*camera_);
+    result.room = room_;
     result.model = utf8FromWide(info_.getModel());
     result.serialNumber = utf8FromWide(info_.getSerialNumber());
     result.exposureUnits = exposureUnits_ != 0 ? exposureUnits_ : with_.options.exposures.front();
@@ -210,16 +257,15 @@ void CameraJob::finish(Taken taken, const std::string& file) {
     awaitFinishing();
     ++number_;
     taken.result.file = file;
-    // Where there can be no more threads, on this one.
-    constexpr auto policy = std::launch::async | std::launch::deferred;
-    finishing_ = std::async(policy, [&sink = with_.sink, taken = std::move(taken)] {
-        Platform::leaveSignalsToOthers();
-        const auto width = static_cast<std::uint32_t>(taken.image.width);
-        const auto pixels = pixelsOf(taken.image);
-        sink.take({taken.result, encodeGreyPng(width, taken.image.height, pixels, textsOf(taken.result)),
-                   boxFiltered(width, taken.image.height, pixels, ContactSheet::mostThumbnailWidth,
+    const auto work = [&sink = with_.sink, taken = std::make_shared<const Taken>(std::move(taken))] {
+        const auto width = static_cast<std::uint32_t>(taken->image.width);
+        const auto pixels = pixelsOf(taken->image);
+        sink.take({taken->result, encodeGreyPng(width, taken->image.height, pixels, textsOf(taken->result)),
+                   boxFiltered(width, taken->image.height, pixels, ContactSheet::mostThumbnailWidth,
                                ContactSheet::mostThumbnailHeight)});
-    });
+    };
+    // Where there can be no more threads, on this one. Not moved: a thread that does not start would lose it.
+    finishing_ = std::async(std::launch::async | std::launch::deferred, work);
 }
 
 void CameraJob::awaitFinishing() {
@@ -231,8 +277,8 @@ void CameraJob::fail(const std::exception& error) {
     FinishedPicture none;
     none.result = blank();
     none.result.error = verdictFrom(error);
-    if (dynamic_cast<const PictureFileError*>(&error) != nullptr)
-        none.result.error->code = "file-failed";
+    if (none.result.address.empty()) // of a description whose camera was not to be used
+        none.result.address = none.result.error->address;
     with_.sink.take(std::move(none));
 }
 

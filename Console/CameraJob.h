@@ -28,6 +28,8 @@ struct CaptureTarget {
     std::string address;                   ///< any text; empty if it is not known yet
     std::string room;                      ///< any text; empty if it is not known
     std::function<CameraPointer()> camera; ///< never null: throws CommandFailure with the reason
+    bool isJudged = true; ///< what is odd about who it says it is has been said, or it says nothing
+    bool isFound = false; ///< by a search, which has told the room if that can be trusted
 };
 
 /// A picture that is ready for its file, or why there is none.
@@ -65,10 +67,12 @@ public:
         ProgressBar& bar;
         FetchGate& gate;
         CaptureSink& sink;
+        const Diagnosis::Facts& computer; ///< a look at it from before
     };
 
     /// All outlive it.
-    CameraJob(const CaptureTarget& target, const Surroundings& with) : target_(target), with_(with) {}
+    CameraJob(const CaptureTarget& target, const Surroundings& with)
+        : target_(target), with_(with), room_(target.room) {}
 
     /// Takes the pictures and hands them over, up to the first failure, which it hands over too. Ctrl-C ends
     /// it without a word. Throws what kept it from handing one over.
@@ -81,6 +85,8 @@ private:
     };
 
     void takeAll();
+    void judgeIdentity();
+    void learnRoom();
     void takeWith(CameraUse& use, int exposureUnits);
     void takeWithTheBest(CameraUse& use);
     Taken takeOne(CameraUse& use, int exposureUnits);
@@ -97,8 +103,11 @@ private:
     const Surroundings with_;
     CameraPointer camera_;
     CameraInfo info_;
-    int number_ = 1;        ///< of the next picture
-    int exposureUnits_ = 0; ///< of the last one; 0 before the first
+    std::string ipv4_;         ///< of its address, which may be a name; empty if that is not known
+    std::string room_;         ///< any text; empty if it is not known
+    bool hasAnswered_ = false; ///< in this run, by itself: a description answers for none
+    int number_ = 1;           ///< of the next picture
+    int exposureUnits_ = 0;    ///< of the last one; 0 before the first
     std::future<void> finishing_;
 };
 

@@ -1,5 +1,6 @@
 #include "CameraText.h"
 
+#include "Columns.h"
 #include "Printable.h"
 
 #include "Diagnosis/Json.h"
@@ -10,6 +11,7 @@
 #include <algorithm>
 #include <array>
 #include <cstddef>
+#include <iterator>
 
 namespace Console {
 
@@ -31,33 +33,51 @@ std::string orDash(const std::string& text) {
     return text.empty() ? "-" : printable(text);
 }
 
-constexpr std::size_t columns = 7;
+constexpr std::size_t cellsOfARow = 7;
+using Cells = std::array<std::string, cellsOfARow>;
+using Widths = std::array<std::size_t, cellsOfARow>;
 
-/// The columns of the table before the last one. Widths are those of usual values.
-std::string row(const std::array<std::string, columns>& cells) {
-    constexpr std::array<std::size_t, columns> widths = {15, 10, 17, 20, 8, 11, 17};
+/// Those of usual values, and what no column exceeds, so that one odd camera does not spoil the table.
+constexpr Widths usualWidths = {15, 10, 17, 20, 8, 11, 17};
+constexpr Widths mostWidths = {24, 32, 17, 24, 12, 13, 24};
+
+Cells cellsOf(const CameraLine& camera) {
+    if (!camera.identity)
+        return {orDash(camera.address), orDash(camera.room), "-", "-", "-", "-", "-"};
+    const Diagnosis::Identity& identity = *camera.identity;
+    return {orDash(camera.address),
+            orDash(camera.room),
+            orDash(identity.macAddress),
+            orDash(identity.model),
+            orDash(identity.serialNumber),
+            std::to_string(identity.width) + " x " + std::to_string(identity.height),
+            orDash(identity.firmware)};
+}
+
+std::string rowOf(const Cells& cells, const Widths& widths) {
     std::string line;
-    for (std::size_t i = 0; i < cells.size(); ++i) {
-        line += cells[i];
-        line.append(std::max(widths[i], cells[i].size()) - cells[i].size() + 2, ' ');
-    }
+    for (std::size_t i = 0; i < cellsOfARow; ++i)
+        line += padded(cells[i], widths[i]) + "  ";
     return line;
 }
 
 } // namespace
 
-std::string cameraTableHead() {
-    return row({"ADDRESS", "ROOM", "MAC ADDRESS", "MODEL", "SERIAL", "PIXELS", "FIRMWARE"}) + "STATUS";
-}
-
-std::string cameraRow(const std::string& address, const std::string& room,
-                      const std::optional<Diagnosis::Identity>& identity) {
-    if (!identity)
-        return row({orDash(address), orDash(room), "-", "-", "-", "-", "-"});
-    return row({orDash(address), orDash(room), orDash(identity->macAddress), orDash(identity->model),
-                orDash(identity->serialNumber),
-                std::to_string(identity->width) + " x " + std::to_string(identity->height),
-                orDash(identity->firmware)});
+std::vector<std::string> cameraTable(const std::vector<CameraLine>& cameras) {
+    std::vector<Cells> rows = {{"ADDRESS", "ROOM", "MAC ADDRESS", "MODEL", "SERIAL", "PIXELS", "FIRMWARE"}};
+    std::transform(cameras.begin(), cameras.end(), std::back_inserter(rows), cellsOf);
+    Widths widths = usualWidths;
+    for (Cells& cells : rows)
+        for (std::size_t i = 0; i < cellsOfARow; ++i) {
+            cells[i] = shortened(cells[i], mostWidths[i]);
+            widths[i] = std::max(widths[i], columnsOf(cells[i]));
+        }
+    std::vector<std::string> lines;
+    lines.reserve(rows.size());
+    for (const Cells& cells : rows)
+        lines.push_back(rowOf(cells, widths));
+    lines.front() += "STATUS";
+    return lines;
 }
 
 std::string cameraDetails(const CameraInfo& camera) {

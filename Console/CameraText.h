@@ -8,16 +8,21 @@
 
 #include <optional>
 #include <string>
+#include <vector>
 
 namespace Console {
 
-/// The head of the table whose lines cameraRow begins; no line end.
-std::string cameraTableHead();
+/// A camera in a table.
+struct CameraLine {
+    std::string address; ///< any text, as the next
+    std::string room;
+    std::optional<Diagnosis::Identity> identity;
+};
 
-/// A line of a table, printable, up to its last cell, the status: address, room, MAC address, model, serial
-/// number, pixels, firmware; "-" for what is not known.
-std::string cameraRow(const std::string& address, const std::string& room,
-                      const std::optional<Diagnosis::Identity>& identity);
+/// The head of a table, and a line for each camera up to its last cell, the status: address, room, MAC
+/// address, model, serial number, pixels, firmware; "-" for what is not known. Printable, without line ends;
+/// what is too long for its column ends with "…".
+std::vector<std::string> cameraTable(const std::vector<CameraLine>& cameras);
 
 /// A line for each of what the camera says, printable, a line end behind each but the last.
 std::string cameraDetails(const CameraInfo& camera);

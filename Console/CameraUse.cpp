@@ -1,6 +1,7 @@
 #include "CameraUse.h"
 
 #include "CommandRun.h"
+#include "DumpFolder.h"
 #include "ProgressBar.h"
 
 #include "Communicator/PosixEthernetCommunicator.h"
@@ -73,6 +74,7 @@ void CameraUse::observe(std::size_t received, std::size_t expected) {
     if (Platform::interrupted())
         throw Interrupted();
     bar_.observe(received, expected);
+    noteFetched(expected);
     if (expected != headerBytes) {
         if (gate_ != nullptr && place_ == nullptr && bar_.received() > fetchedWithoutAPlace)
             place_ = gate_->enter();
@@ -85,6 +87,16 @@ void CameraUse::observe(std::size_t received, std::size_t expected) {
     if (received == 0 && exposingSince_)
         bar_.show(exposingText(std::chrono::duration<double>(Clock::now() - *exposingSince_).count(),
                                exposureUnits_));
+}
+
+/// The first long argument of an answer is what the plug-in dumps of it.
+void CameraUse::noteFetched(std::size_t expected) {
+    constexpr std::size_t longestShortOne = 16; // which no picture file is as short as
+    if (expected == headerBytes)
+        fetchedBytes_.reset();
+    else if (expected > longestShortOne && !fetchedBytes_)
+        fetchedBytes_ = expected;
+    DumpFolder::noteFetched(fetchedBytes_);
 }
 
 CameraUse::~CameraUse() {
@@ -128,6 +140,7 @@ std::optional<image_t> CameraUse::takePicture() {
 }
 
 void CameraUse::endPicture() {
+    DumpFolder::noteFetched(std::nullopt);
     place_.reset();
     exposingSince_.reset();
 }

@@ -52,6 +52,7 @@ private:
     using Clock = std::chrono::steady_clock;
 
     void observe(std::size_t received, std::size_t expected);
+    void noteFetched(std::size_t expected);
     void endPicture();
 
     NativeCamera& camera_;
@@ -61,6 +62,7 @@ private:
     std::unique_ptr<FetchGate::Place> place_;
     int exposureUnits_ = 0;
     std::optional<Clock::time_point> exposingSince_; ///< set while a picture is taken
+    std::optional<std::uint64_t> fetchedBytes_;      ///< of the picture file that is being fetched
     std::optional<NetworkHealth> reported_;
 };
 

@@ -19,14 +19,17 @@ namespace {
 /// The failures of single cameras have been said as they came.
 ExitStatus statusOf(const CaptureReport& report, std::size_t wanted) {
     if (report.pictures() == wanted)
-        return ExitStatus::done;
+        return report.lostDumps.empty() && !report.searchTrouble ? ExitStatus::done
+                                                                 : ExitStatus::partlyFailed;
     return report.pictures() == 0 ? ExitStatus::failed : ExitStatus::partlyFailed;
 }
 
 /// Of several failures that there are some; of one, itself.
 std::optional<Diagnosis::Verdict> errorOf(const CaptureReport& report, std::size_t wanted) {
+    if (report.pictures() == wanted && report.lostDumps.empty())
+        return report.searchTrouble;
     if (report.pictures() == wanted)
-        return std::nullopt;
+        return report.lostDumps.front();
     if (report.results.size() == 1 && report.results.front().error)
         return report.results.front().error;
     Diagnosis::Verdict verdict;
@@ -72,9 +75,10 @@ ExitStatus takeAll(const CaptureOptions& options, const CommonOptions& common, C
 } // namespace
 
 ExitStatus runCapture(const CaptureOptions& options, const CommonOptions& common) {
-    return runCommand(common, OnInterrupt::note, [&] {
+    return runCommand({}, OnInterrupt::note, [&] {
         CaptureReport report;
         try {
+            applyAndRemark(common); // here, so that programs are told why it failed
             const ExitStatus status = takeAll(options, common, report);
             if (options.json)
                 say(jsonReport(options, report));

@@ -1,6 +1,7 @@
 #include "CaptureOptions.h"
 
 #include "CommandFailure.h"
+#include "CommonOptions.h"
 #include "ExitStatus.h"
 #include "FileNames.h"
 
@@ -10,7 +11,6 @@
 #include <charconv>
 #include <cmath>
 #include <cstdio>
-#include <filesystem>
 #include <system_error>
 
 namespace Console {
@@ -71,8 +71,9 @@ void addPictureOptions(const CommandLine::Options& command, CaptureOptions& opti
                 if (!options.isAutoExposure)
                     options.exposures = exposuresIn(text);
             },
-            "Exposure time, 0.1 to 360 in steps of 0.1; 1.5 unless given. With \"auto\" the one up to 9.5 "
-            "that fits, found with at most four pictures. Several, as 0.5,1,2: a picture with each")
+            "Exposure time, 0.1 to 360 in steps of 0.1; 1.5 unless given. With \"auto\" the one up to " +
+                Diagnosis::secondsText(Diagnosis::longestSureExposure) +
+                " that fits, found with at most four pictures. Several, as 0.5,1,2: a picture with each")
         .placeholder("SECONDS|auto");
     command
         .add("--count", options.count,
@@ -93,16 +94,18 @@ void addFileOptions(const CommandLine::Options& command, CaptureOptions& options
     command
         .add("--output", options.output,
              "The grey 8-bit PNG file to write, replacing an older one; korva-ADDRESS.png unless "
-             "given. Of several cameras the folder for these files, made if it is missing; the "
-             "current one unless given. Or a pattern of " +
-                 placeholderHelp() + ". Or - for standard output")
+             "given. Of several cameras, and where it is a folder or ends in /, the folder for these "
+             "files, made if it is missing; the current one unless given. Or a pattern of " +
+                 placeholderHelp() + "; what is not known of them is \"" + unknownPart +
+                 "\". Or - for standard output")
         .placeholder("FILE.png|DIR|PATTERN|-")
         .check(complaintAboutOutput);
     command.addFlag("--no-clobber", options.keepsFiles, "Never replace a file").placeholder(" ");
     command
         .add("--contact-sheet", options.contactSheet,
              "Write a PNG file too that shows the pictures side by side, small, the first 100 of "
-             "them, in the order of the addresses, and why others are missing")
+             "them, in the order of the addresses, and why others are missing. It takes no picture's "
+             "place: a picture of that name gets another one")
         .placeholder("FILE.png")
         .check(complaintAboutOutput);
 }
@@ -113,6 +116,25 @@ void addFileOptions(const CommandLine::Options& command, CaptureOptions& options
     verdict.text = text;
     verdict.remedy = remedy;
     throw CommandFailure(verdict, ExitStatus::wrongUsage);
+}
+
+/// A folder called one.png is not what anybody meant.
+void requireOneFilePerCamera(const CaptureOptions& options) {
+    if (options.isOfSeveralCameras() && !isPattern(options.output) && isNameOfPng(options.output))
+        refuse("--output " + options.output + " is one file, and there are several cameras",
+               "--output DIR, or a name with {address}");
+}
+
+/// As far as the pictures' names are known before the cameras are.
+void requireASheetOfItsOwn(const CaptureOptions& options) {
+    if (options.contactSheet.empty())
+        return;
+    if (isPattern(options.contactSheet) || options.contactSheet == CaptureOptions::standardOutput)
+        refuse("--contact-sheet takes the name of one file", "--contact-sheet FILE.png");
+    for (const std::string& picture : picturesNamedBefore(options))
+        if (isSameFile(options.contactSheet, picture))
+            refuse("--contact-sheet and the picture " + picture + " are the same file",
+                   "another --contact-sheet");
 }
 
 } // namespace
@@ -137,8 +159,7 @@ void addCaptureOptions(const CommandLine::Options& command, CaptureOptions& opti
         .addFlag("--any-camera", options.takesAnyCamera,
                  "With --from, take pictures also if another camera than the description's is there")
         .placeholder(" ");
-    command.addFlag("--json", options.json, "Print one JSON object on standard output instead of words")
-        .placeholder(" ");
+    addJson(command, options.json);
     addPluginOption(command, options.camera);
     command.footer(exitStatusHelp);
 }
@@ -146,11 +167,8 @@ void addCaptureOptions(const CommandLine::Options& command, CaptureOptions& opti
 void requireThatTheyGoTogether(const CaptureOptions& options) {
     if (options.interval.count() > 0 && options.count == 1)
         refuse("--interval is the time between several pictures", "--count N too");
-    const auto plain = [](const std::string& name) {
-        return std::filesystem::path(std::u8string(name.begin(), name.end())).lexically_normal();
-    };
-    if (!options.contactSheet.empty() && plain(options.contactSheet) == plain(options.output))
-        refuse("--contact-sheet and --output name the same file", "another --contact-sheet");
+    requireOneFilePerCamera(options);
+    requireASheetOfItsOwn(options);
     if (!options.isToStandardOutput())
         return;
     if (options.isOfSeveralCameras() || options.picturesOfEach() > 1)

@@ -120,6 +120,21 @@ std::string pictureLine(const CaptureOptions& options, const CaptureResult& resu
     return line;
 }
 
+std::vector<std::string> captionOf(const CaptureResult& result) {
+    std::vector<std::string> lines{result.model.empty() ? result.address
+                                                        : result.model + "  " + result.address};
+    if (result.picture)
+        lines.push_back(std::to_string(result.picture->width) + " x " +
+                        std::to_string(result.picture->height) + "  " +
+                        Diagnosis::secondsText(result.exposureUnits) + " s  mean " +
+                        std::to_string(std::lround(result.picture->mean)));
+    lines.push_back(result.room);
+    if (result.picture && result.verdict)
+        lines.push_back(result.verdict->text);
+    std::erase(lines, "");
+    return lines;
+}
+
 std::string lastLine(const CaptureReport& report, std::size_t wanted) {
     std::string line = std::to_string(report.pictures()) + " of " + std::to_string(wanted) + " pictures";
     const char* before = "; failed: ";

@@ -32,8 +32,10 @@ struct CaptureResult {
 
 struct CaptureReport {
     std::vector<CaptureResult> results;
-    std::vector<std::string> warnings;       ///< printable
-    std::optional<Diagnosis::Verdict> error; ///< of the whole; unset: all that was asked for was done
+    std::vector<std::string> warnings;               ///< printable
+    std::vector<Diagnosis::Verdict> lostDumps;       ///< why dumped files are missing or not whole
+    std::optional<Diagnosis::Verdict> searchTrouble; ///< why cameras may be missing
+    std::optional<Diagnosis::Verdict> error;         ///< of the whole; unset: all that was asked for was done
 
     std::size_t pictures() const;
 
@@ -47,6 +49,9 @@ bool isBefore(const CaptureResult& one, const CaptureResult& other);
 /// "korva-10.0.0.7.png: 2748 x 1836 pixels, mean 87.3, 1912 ms", then the exposure if it is not the only one,
 /// and what is wrong with the picture; printable, without a line end.
 std::string pictureLine(const CaptureOptions& options, const CaptureResult& result);
+
+/// The lines below a picture on the contact sheet.
+std::vector<std::string> captionOf(const CaptureResult& result);
 
 /// "13 of 16 pictures; failed: 10.77.1.12 (Lab 2), 10.77.1.14"; printable, without a line end.
 std::string lastLine(const CaptureReport& report, std::size_t wanted);

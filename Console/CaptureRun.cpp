@@ -8,6 +8,7 @@
 
 #include "Diagnosis/PictureRules.h"
 #include "Diagnosis/Print.h"
+#include "Look/NetworkLook.h"
 #include "Platform/StandardError.h"
 #include "Platform/Terminal.h"
 
@@ -31,25 +32,25 @@ constexpr auto waitInterval = std::chrono::milliseconds(50);
 /// What the threads have after Ctrl-C: a read notices it within 100 ms, a connect does not.
 constexpr auto graceOfThreads = std::chrono::milliseconds(300);
 
-std::vector<std::string> captionOf(const CaptureResult& result) {
-    const std::string who = result.model.empty() ? result.address : result.model + "  " + result.address;
-    if (!result.picture)
-        return {who, result.room};
-    return {who,
-            std::to_string(result.picture->width) + " x " + std::to_string(result.picture->height) + "  " +
-                Diagnosis::secondsText(result.exposureUnits) + " s  mean " +
-                std::to_string(std::lround(result.picture->mean)),
-            result.verdict ? result.verdict->text : result.room};
-}
-
 Diagnosis::Verdict sheetFailed(const PictureFileError& error) {
     Diagnosis::Verdict verdict = verdictFrom(error);
-    verdict.code = "file-failed";
     verdict.remedy = "another --contact-sheet";
     return verdict;
 }
 
 } // namespace
+
+bool keepFirst(std::vector<FinishedPicture>& kept, FinishedPicture another, std::size_t most) {
+    const auto behind = std::upper_bound(kept.begin(), kept.end(), another,
+                                         [](const FinishedPicture& one, const FinishedPicture& other) {
+                                             return isBefore(one.result, other.result);
+                                         });
+    kept.insert(behind, std::move(another));
+    if (kept.size() <= most)
+        return true;
+    kept.pop_back();
+    return false;
+}
 
 CaptureRun::CaptureRun(const CaptureOptions& options, const CommonOptions& common)
     : options_(options), bar_(Platform::standardError()), log_(common.log, &bar_),
@@ -97,14 +98,23 @@ CaptureReport CaptureRun::report() {
     report.sort();
     const std::lock_guard lock(mutex_);
     report.warnings = warnings_;
+    report.searchTrouble = targets_.searchTrouble;
+    report.lostDumps = lostDumps_;
     return report;
 }
 
 void CaptureRun::takeAll() {
     checkFiles();
+    if (!options_.contactSheet.empty())
+        names_.reserve(options_.contactSheet);
     if (options_.camera.all)
         bar_.show("searching...");
-    targets_ = findTargets(options_, host_);
+    try {
+        targets_ = findTargets(options_, host_);
+    } catch (...) {
+        bar_.erase();
+        throw;
+    }
     bar_.erase();
     for (const std::string& warning : targets_.warnings)
         warn(warning);
@@ -119,9 +129,14 @@ void CaptureRun::takeAll() {
         none.result.error = verdict;
         record(std::move(none));
     }
+    lookAtComputer(computer_);
     startThreads();
+    warnOfTwins();
     dealWithAll();
     bar_.erase();
+    if (offTheSheet_ > 0)
+        warn(std::to_string(offTheSheet_) + " more are not on the sheet, which holds the first " +
+             std::to_string(ContactSheet::mostPictures) + "; try: --contact-sheet with fewer cameras");
     const std::lock_guard lock(mutex_);
     if (failure_ != nullptr)
         std::rethrow_exception(failure_);
@@ -130,6 +145,9 @@ void CaptureRun::takeAll() {
 /// Before any camera is asked anything, as far as names are known then.
 void CaptureRun::checkFiles() const {
     const OlderFile older = options_.keepsFiles ? OlderFile::keep : OlderFile::replace;
+    const bool isFolder = isFolderOfPictures(options_);
+    if (isFolder)
+        makeFolder(options_.output); // where the sheet may go too
     try {
         if (!options_.contactSheet.empty())
             checkWritable(options_.contactSheet, older);
@@ -138,23 +156,34 @@ void CaptureRun::checkFiles() const {
     }
     if (options_.isToStandardOutput() || isPattern(options_.output))
         return;
-    if (options_.isOfSeveralCameras()) {
-        if (!options_.output.empty())
-            makeFolder(options_.output);
-        return;
-    }
     const auto addresses = options_.camera.eachAddress();
-    if (addresses.empty() && options_.output.empty())
+    if (options_.isOfSeveralCameras() || (addresses.empty() && (isFolder || options_.output.empty())))
         return;
     NameParts parts;
     parts.address = addresses.empty() ? "" : addresses.front();
     checkWritable(pictureFileName(options_, parts), older);
 }
 
+/// Before the first picture, of which the longest is the one to fail.
 void CaptureRun::noteLongExposures() {
     const int longest = *std::max_element(options_.exposures.begin(), options_.exposures.end());
+    const TimeLimits::Time most = options_.camera.limits.ofPicture(longest);
     if (const auto note = Diagnosis::verdictOnExposure(longest))
         warn(Diagnosis::lineOf(*note));
+    if (most <= most.zero())
+        return;
+    if (const auto note = Diagnosis::verdictOnTime(longest, most))
+        warn(Diagnosis::lineOf(*note));
+}
+
+/// Of addresses that were given; which of the cameras is photographed is chance.
+void CaptureRun::warnOfTwins() {
+    const auto addresses = options_.camera.eachAddress();
+    if (addresses.empty())
+        return;
+    const Twins twins = lookForTwins(addresses, TwinLook::byArp);
+    for (const auto& twin : twins)
+        warn(Diagnosis::lineOf(twin.second));
 }
 
 void CaptureRun::startThreads() {
@@ -197,7 +226,7 @@ void CaptureRun::workThrough() {
     while (const CaptureTarget* const target = nextTarget()) {
         try {
             ProgressBar counter(nullptr); // each camera's pictures are counted by themselves
-            CameraJob(*target, {options_, log_, isAlone ? bar_ : counter, gate_, *this}).run();
+            CameraJob(*target, {options_, log_, isAlone ? bar_ : counter, gate_, *this, computer_}).run();
         } catch (...) {
             noteFailure();
         }
@@ -253,6 +282,15 @@ std::string CaptureRun::unusedName(const std::string& name) {
 
 void CaptureRun::claimDumps(const std::string& address) {
     host_.claimDumps(address);
+    for (Diagnosis::Verdict& lost : host_.takeDumpFailures()) {
+        const std::lock_guard lock(mutex_);
+        if (isStopped_)
+            return;
+        bar_.erase();
+        complain(lost);
+        warnings_.push_back(Diagnosis::lineOf(lost));
+        lostDumps_.push_back(std::move(lost));
+    }
 }
 
 void CaptureRun::dealWithAll() {
@@ -292,12 +330,15 @@ bool CaptureRun::dealWithNext() {
 
 /// Writes it, says it, and keeps it for the report and the sheet.
 void CaptureRun::record(FinishedPicture finished) {
+    const auto twin = targets_.twins.find(finished.result.address);
+    if (twin != targets_.twins.end() && !finished.result.error)
+        finished.result.verdict = twin->second; // above all, whose picture it is
     write(finished);
     sayResult(finished.result);
     results_.push_back(finished.result);
     finished.png = {};
-    if (!options_.contactSheet.empty() && sheet_.size() < ContactSheet::mostPictures)
-        sheet_.push_back(std::move(finished));
+    if (!options_.contactSheet.empty() && !keepFirst(sheet_, std::move(finished), ContactSheet::mostPictures))
+        ++offTheSheet_;
 }
 
 void CaptureRun::write(FinishedPicture& finished) const {
@@ -310,7 +351,6 @@ void CaptureRun::write(FinishedPicture& finished) const {
             writeWholeFile(finished.result.file, finished.png);
     } catch (const PictureFileError& error) {
         finished.result.error = verdictFrom(error);
-        finished.result.error->code = "file-failed";
         finished.result.file.clear();
     }
 }
@@ -322,8 +362,7 @@ void CaptureRun::sayResult(const CaptureResult& result) {
         if (verdict.address.empty())
             verdict.address = result.address;
         verdict.room = result.room;
-        std::fflush(stdout); // in the order in which it happened, where both go to one place
-        std::fprintf(Platform::standardError(), "korva: %s\n", Diagnosis::lineOf(verdict).c_str());
+        complain(verdict);
     } else if (!options_.json && !options_.isToStandardOutput()) {
         say(pictureLine(options_, result));
     } else if (result.verdict && options_.isToStandardOutput()) {
@@ -344,13 +383,17 @@ void CaptureRun::leaveThreads() {
         thread.detach();
 }
 
+/// A file system may take names for one that nobody else does. Throws PictureFileError.
+void CaptureRun::keepPictures() const {
+    for (const CaptureResult& result : results_)
+        if (!result.file.empty() && isSameFile(options_.contactSheet, result.file))
+            throw PictureFileError("cannot write " + printable(options_.contactSheet) +
+                                   ": it is a picture of this run");
+}
+
 void CaptureRun::writeSheet() {
     if (options_.contactSheet.empty() || sheet_.empty())
         return;
-    std::stable_sort(sheet_.begin(), sheet_.end(),
-                     [](const FinishedPicture& one, const FinishedPicture& other) {
-                         return isBefore(one.result, other.result);
-                     });
     ContactSheet sheet;
     for (FinishedPicture& each : sheet_) {
         const auto& error = each.result.error;
@@ -361,6 +404,7 @@ void CaptureRun::writeSheet() {
     }
     const GreySheet laidOut = sheet.layOut();
     try {
+        keepPictures();
         writeWholeFile(options_.contactSheet, encodeGreyPng(laidOut.width, laidOut.height, laidOut.pixels));
     } catch (const PictureFileError& error) {
         throw CommandFailure(sheetFailed(error),

@@ -24,6 +24,9 @@
 
 namespace Console {
 
+/// Keeps at most so many, the first in the order of the addresses, in it. False if one has had to go.
+bool keepFirst(std::vector<FinishedPicture>& kept, FinishedPicture another, std::size_t most);
+
 class CaptureRun : private CaptureSink {
 public:
     /// Loads the plug-in; throws CommandFailure. `options` outlive it.
@@ -62,6 +65,7 @@ private:
     void prepareDumps(const CommonOptions& common);
     void checkFiles() const;
     void noteLongExposures();
+    void warnOfTwins();
     void startThreads();
     void work();
     void workThrough();
@@ -71,6 +75,7 @@ private:
     bool dealWithNext();
     void record(FinishedPicture finished);
     void write(FinishedPicture& finished) const;
+    void keepPictures() const;
     void sayResult(const CaptureResult& result);
     void endThreads();
     void leaveThreads();
@@ -81,9 +86,11 @@ private:
     CameraHost host_;
     FetchGate gate_{FetchGate::placesOfThisComputer()};
     CaptureTargets targets_;
+    Diagnosis::Facts computer_; ///< a look at it before the first picture
     std::size_t wanted_ = 0;
     std::vector<CaptureResult> results_;
-    std::vector<FinishedPicture> sheet_; ///< without their files
+    std::vector<FinishedPicture> sheet_; ///< without their files, in order
+    std::size_t offTheSheet_ = 0;
     std::vector<std::thread> threads_;
 
     std::mutex mutex_; ///< guards what follows
@@ -93,6 +100,7 @@ private:
     std::set<std::string> addressesAtWork_;
     std::size_t threadsAtWork_ = 0;
     std::vector<std::string> warnings_;
+    std::vector<Diagnosis::Verdict> lostDumps_;
     std::exception_ptr failure_; ///< of a thread, in what no camera is to blame for
     bool isStopped_ = false;     ///< no thread waits or begins any more
     UnusedNames names_;

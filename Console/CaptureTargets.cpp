@@ -1,15 +1,18 @@
 #include "CaptureTargets.h"
 
 #include "CommandFailure.h"
+#include "DescribedCamera.h"
 #include "DiscoverReport.h"
+#include "LookAround.h"
+#include "SearchFacts.h"
 
-#include "Communicator/EthernetCommunicator.h"
-#include "Diagnosis/PictureRules.h"
 #include "Diagnosis/Print.h"
 #include "Diagnosis/Rules.h"
 #include "Platform/Text.h"
 
+#include <algorithm>
 #include <cstddef>
+#include <iterator>
 #include <map>
 #include <memory>
 #include <optional>
@@ -21,33 +24,10 @@ namespace {
 
 using Platform::utf8FromWide;
 
-/// As a description can hold it.
-std::string serialNumberOf(const NativeCamera& camera) {
-    std::wstring serialNumber = camera.getCameraInfo().getSerialNumber();
-    std::replace_if(
-        serialNumber.begin(), serialNumber.end(), [](wchar_t unit) { return unit < 0x20; }, L'\uFFFD');
-    return utf8FromWide(serialNumber);
-}
-
-/// Where it is another one, a camera behind it answers texts elsewhere too, if at all.
-constexpr int picturePort = 32769;
-
-/// Throws CommandFailure if another camera than the description's says who it is. One that does not say it is
-/// not asked again: its pictures may come nevertheless.
+/// Throws CommandFailure if another camera than the description's says who it is.
 void requireDescribed(const CameraHost& host, const NativeCamera& described) {
-    const auto* const connection = dynamic_cast<EthernetCommunicator*>(described.getCommunicator());
-    const std::string serialNumber = serialNumberOf(described);
-    if (connection == nullptr || connection->getPort() != picturePort || serialNumber.empty())
-        return;
-    std::string found = serialNumber;
-    try {
-        found = serialNumberOf(*host.cameraAt(utf8FromWide(connection->getAddress())));
-    } catch (const CommandFailure&) {
-        throwIfInterrupted();
-    }
-    if (found != serialNumber)
-        throw CommandFailure(
-            Diagnosis::anotherCamera(utf8FromWide(connection->getAddress()), serialNumber, found));
+    if (const auto another = anotherThanDescribed(host, described))
+        throw CommandFailure(*another);
 }
 
 CaptureTarget described(const CaptureOptions& options, const CameraHost& host) {
@@ -60,13 +40,19 @@ CaptureTarget described(const CaptureOptions& options, const CameraHost& host) {
 }
 
 CaptureTarget addressed(const std::string& address, const CameraHost& host) {
-    return {address, "", [address, &host] { return host.cameraAt(address); }};
+    return {.address = address,
+            .room = "",
+            .camera = [address, &host] { return host.cameraAt(address); },
+            .isJudged = false};
 }
 
 CaptureTarget found(CameraTemplatePointer entry, const CameraHost& host) {
     const std::string address = utf8FromWide(entry->getCameraInfo().getIpAddress());
     const auto shared = std::make_shared<CameraTemplatePointer>(std::move(entry));
-    return {address, "", [shared, &host] { return host.cameraFrom(**shared); }};
+    return {.address = address,
+            .room = "",
+            .camera = [shared, &host] { return host.cameraFrom(**shared); },
+            .isFound = true};
 }
 
 bool isFailure(const std::optional<Diagnosis::Verdict>& verdict) {
@@ -82,11 +68,16 @@ std::optional<Diagnosis::Verdict> whyUnusable(const Diagnosis::Camera& camera,
     return isFailure(verdict) ? verdict : std::nullopt;
 }
 
-/// The cameras of one address, whoever may be behind it: its room could be another one's.
+/// The cameras of one address, whoever may be behind it: its room could be another one's, unless it is the
+/// camera's answers alone that are odd.
 void distrust(std::vector<CaptureTarget*>& found, Diagnosis::Verdict verdict, CaptureTargets& targets) {
-    for (CaptureTarget* const camera : found)
-        camera->room.clear();
-    verdict.room.clear();
+    if (verdict.code != "garbage") {
+        for (CaptureTarget* const camera : found)
+            camera->room.clear();
+        verdict.room.clear();
+    }
+    if (verdict.code == "duplicate-address")
+        targets.twins.emplace(found.front()->address, verdict);
     if (verdict.code == "duplicate-address" && found.size() == 1)
         targets.unusable.push_back(std::move(verdict)); // the other one, of which no picture comes
     else
@@ -113,28 +104,29 @@ void addVerdicts(CaptureTargets& targets, const Diagnosis::Facts& facts) {
     }
 }
 
-[[noreturn]] void failOf(const Diagnosis::Facts& facts) {
-    const bool wasSearched = facts.search && facts.search->failure.empty();
-    const ExitStatus status = wasSearched ? ExitStatus::nothingFound : ExitStatus::failed;
-    for (Diagnosis::Verdict& cause : Diagnosis::causesOf(facts))
-        if (cause.severity == Diagnosis::Severity::failure)
-            throw CommandFailure(std::move(cause), status);
-    Diagnosis::Verdict verdict;
-    verdict.code = "no-camera";
-    verdict.text = "no Korva camera found";
-    verdict.remedy = "korva capture ADDRESS";
-    throw CommandFailure(std::move(verdict), status);
+/// Of those who answered the ones that were not found to be cameras: a look may tell why.
+std::vector<std::string> addressesOfOthers(const Diagnosis::Facts& facts) {
+    Diagnosis::Facts others;
+    std::copy_if(facts.cameras.begin(), facts.cameras.end(), std::back_inserter(others.cameras),
+                 [](const Diagnosis::Camera& camera) { return !camera.identity; });
+    return addressesIn(others, mostLookedAt);
 }
 
 CaptureTargets searched(const CameraHost& host) {
     CaptureTargets targets;
-    const Diagnosis::Facts facts = host.searchFacts(
+    Diagnosis::Facts facts = host.searchFacts(
         [&](CameraTemplatePointer camera) { targets.cameras.push_back(found(std::move(camera), host)); });
+    lookAround(addressesOfOthers(facts), facts);
+    throwIfInterrupted();
     addVerdicts(targets, facts);
     if (targets.cameras.empty() && targets.unusable.empty())
-        failOf(facts);
-    if (facts.search && !facts.search->cut.empty())
-        targets.warnings.push_back(cutWarning(*facts.search));
+        throw whyNobody(facts);
+    if (!facts.search->failure.empty())
+        targets.searchTrouble = whyNoSearch(facts);
+    else if (!facts.search->cut.empty())
+        targets.searchTrouble = searchCut(cutWarning(*facts.search));
+    if (targets.searchTrouble)
+        targets.warnings.push_back(Diagnosis::lineOf(*targets.searchTrouble));
     return targets;
 }
 

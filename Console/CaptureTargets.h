@@ -2,7 +2,9 @@
 // Whose pictures `korva capture` takes.
 
 #include "CameraJob.h"
+#include "Twins.h"
 
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -11,8 +13,10 @@ namespace Console {
 /// The cameras that the command line names, or that a search has found.
 struct CaptureTargets {
     std::vector<CaptureTarget> cameras;
-    std::vector<Diagnosis::Verdict> unusable; ///< why others that answered the search cannot be used
-    std::vector<std::string> warnings;        ///< of the search, printable
+    std::vector<Diagnosis::Verdict> unusable;        ///< why others that answered the search cannot be used
+    std::vector<std::string> warnings;               ///< of the search, printable
+    std::optional<Diagnosis::Verdict> searchTrouble; ///< why cameras may be missing; among the warnings
+    Twins twins;                                     ///< that the search has told of
 };
 
 /// Searches if options.camera.all says so, which blocks, and asks nobody else: each target does that itself,

@@ -1,5 +1,6 @@
 #include "CommandFailure.h"
 
+#include "PictureFile.h"
 #include "Printable.h"
 
 #include "Diagnosis/Print.h"
@@ -35,6 +36,14 @@ CommandFailure::CommandFailure(const std::string& text, ExitStatus status)
 CommandFailure::CommandFailure(const std::string& line, Diagnosis::Verdict verdict, ExitStatus status)
     : std::runtime_error(line), verdict_(std::move(verdict)), status_(status) {}
 
+CommandFailure fileFailure(const std::string& text, const std::string& remedy) {
+    Diagnosis::Verdict verdict;
+    verdict.code = "file-failed";
+    verdict.text = text;
+    verdict.remedy = remedy;
+    return CommandFailure(std::move(verdict));
+}
+
 CommandFailure interruption() {
     Diagnosis::Verdict verdict;
     verdict.code = "interrupted";
@@ -54,6 +63,8 @@ Diagnosis::Verdict verdictFrom(const std::exception& error) {
     if (dynamic_cast<const Interrupted*>(&error) != nullptr)
         return interruption().verdict();
     Diagnosis::Verdict verdict = verdictIn(reasonFrom(error));
+    if (dynamic_cast<const PictureFileError*>(&error) != nullptr)
+        verdict.code = "file-failed";
     if (dynamic_cast<const std::bad_alloc*>(&error) != nullptr) {
         verdict.code = "no-memory";
         verdict.remedy = "end other programs, or use fewer cameras at a time";

@@ -30,6 +30,9 @@ private:
     ExitStatus status_;
 };
 
+/// The code "file-failed" for a file or folder that cannot be used.
+CommandFailure fileFailure(const std::string& text, const std::string& remedy);
+
 /// Ctrl-C was noticed while a camera was read; leaves the plug-in the way a transport's failure does.
 class Interrupted : public std::runtime_error {
 public:
@@ -43,7 +46,7 @@ CommandFailure interruption();
 void throwIfInterrupted();
 
 /// What an exception comes to: of a CommandFailure its verdict, of any other the code "failed" with what it
-/// says, printable; of a shortage of memory the code "no-memory".
+/// says, printable; of a shortage of memory the code "no-memory", of a PictureFileError "file-failed".
 Diagnosis::Verdict verdictFrom(const std::exception& error);
 
 /// What an exception says, printable; of std::bad_alloc "not enough memory".

@@ -5,11 +5,13 @@
 #include "Printable.h"
 
 #include "Diagnosis/Json.h"
+#include "Diagnosis/Print.h"
 #include "Platform/StandardError.h"
 #include "Platform/Terminal.h"
 
 #include <nlohmann/json.hpp>
 
+#include <algorithm>
 #include <atomic>
 #include <cstdio>
 #include <cstdlib>
@@ -62,6 +64,11 @@ bool standardOutputHolds() {
 
 } // namespace
 
+void applyAndRemark(const CommonOptions& common) {
+    if (const std::string remark = applyToHost(common); !remark.empty())
+        std::fprintf(Platform::standardError(), "korva: %s\n", remark.c_str());
+}
+
 ExitStatus runWork(const CommonOptions& common, OnInterrupt onInterrupt,
                    const std::function<ExitStatus()>& work) {
     if (onInterrupt == OnInterrupt::note)
@@ -73,8 +80,7 @@ ExitStatus runWork(const CommonOptions& common, OnInterrupt onInterrupt,
         LibraryLines libraryLines;
         const Platform::LibraryErrors guard([&](std::string_view line) { libraryLines.show(line); });
         const ExitStatus status = guarded([&] {
-            if (const std::string remark = applyToHost(common); !remark.empty())
-                std::fprintf(Platform::standardError(), "korva: %s\n", remark.c_str());
+            applyAndRemark(common);
             const ExitStatus worked = work();
             const ExitStatus printed = print("");
             return printed == ExitStatus::done ? worked : printed;
@@ -93,8 +99,9 @@ ExitStatus runJson(bool json, nlohmann::ordered_json object, const CommonOptions
         if (json && !object.is_null())
             say(Diagnosis::dumped(object));
     };
-    return runWork(common, OnInterrupt::note, [&] {
+    return runWork({}, OnInterrupt::note, [&] {
         try {
+            applyAndRemark(common); // here, so that programs are told why it failed
             const ExitStatus status = work(object);
             tell();
             return status;
@@ -104,6 +111,24 @@ ExitStatus runJson(bool json, nlohmann::ordered_json object, const CommonOptions
             throw;
         }
     });
+}
+
+void complain(const Diagnosis::Verdict& verdict) {
+    std::fflush(stdout); // in the order in which it happened, where both go to one place
+    std::fprintf(Platform::standardError(), "korva: %s\n", Diagnosis::lineOf(verdict).c_str());
+}
+
+ExitStatus tellLost(const std::vector<Diagnosis::Verdict>& lost, ExitStatus status,
+                    nlohmann::ordered_json& object) {
+    std::for_each(lost.begin(), lost.end(), complain);
+    if (!lost.empty() && !object.contains("error"))
+        object["error"] = Diagnosis::errorOf(lost.front());
+    return !lost.empty() && status == ExitStatus::done ? ExitStatus::partlyFailed : status;
+}
+
+ExitStatus fail(const Diagnosis::Verdict& verdict, ExitStatus status, bool json) {
+    return runJson(json, {}, {},
+                   [&](nlohmann::ordered_json&) -> ExitStatus { throw CommandFailure(verdict, status); });
 }
 
 ExitStatus guarded(const std::function<ExitStatus()>& work) {
@@ -126,8 +151,11 @@ bool takeMemoryShortage() noexcept {
 
 ExitStatus print(const std::string& text) {
     std::fputs(text.c_str(), stdout);
-    return standardOutputHolds() ? ExitStatus::done
-                                 : ended("standard output could not be written", ExitStatus::failed);
+    return standardOutputHolds()
+               ? ExitStatus::done
+               : ended(
+                     "standard output could not be written; try: free space, or another place for the output",
+                     ExitStatus::failed);
 }
 
 void say(const std::string& line) {

@@ -25,6 +25,10 @@ enum class OnInterrupt {
 ExitStatus runWork(const CommonOptions& common, OnInterrupt onInterrupt,
                    const std::function<ExitStatus()>& work);
 
+/// Hands the common options on to the host, and says on standard error what is to be said of that. Throws
+/// CommandFailure for a diagnostics folder that cannot be made.
+void applyAndRemark(const CommonOptions& common);
+
 /// runWork() of work that may also return nothing, which is ExitStatus::done then.
 template <typename Work>
 ExitStatus runCommand(const CommonOptions& common, OnInterrupt onInterrupt, const Work& work) {
@@ -42,6 +46,18 @@ ExitStatus runCommand(const CommonOptions& common, OnInterrupt onInterrupt, cons
 /// is printed of an object that is null and of work that did not fail.
 ExitStatus runJson(bool json, nlohmann::ordered_json object, const CommonOptions& common,
                    const std::function<ExitStatus(nlohmann::ordered_json& object)>& work);
+
+/// Of what was lost beside the command's work, which did not fail of it: a line on standard error for each,
+/// and the first as "error" of `object`, unless that has one. ExitStatus::partlyFailed in the place of done
+/// then.
+ExitStatus tellLost(const std::vector<Diagnosis::Verdict>& lost, ExitStatus status,
+                    nlohmann::ordered_json& object);
+
+/// Prints the verdict as a line on standard error.
+void complain(const Diagnosis::Verdict& verdict);
+
+/// runJson() of work that only fails, with that.
+ExitStatus fail(const Diagnosis::Verdict& verdict, ExitStatus status, bool json);
 
 /// Does the work. What it throws is one line on standard error, printable, and statusFrom() it; of a
 /// shortage of memory the line is "korva: not enough memory". Never throws.

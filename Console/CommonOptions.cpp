@@ -1,5 +1,6 @@
 #include "CommonOptions.h"
 
+#include "CommandFailure.h"
 #include "NearestName.h"
 #include "Printable.h"
 
@@ -13,7 +14,6 @@
 #include <istream>
 #include <iterator>
 #include <optional>
-#include <stdexcept>
 #include <system_error>
 
 namespace Console {
@@ -83,8 +83,8 @@ void useFolder(const std::string& name) {
     std::filesystem::create_directories(std::filesystem::path(std::u8string(folder.begin(), folder.end())),
                                         code);
     if (code)
-        throw std::runtime_error("cannot make the diagnostics folder " + printable(folder) + ": " +
-                                 code.message());
+        throw fileFailure("cannot make the diagnostics folder " + printable(folder) + ": " + code.message(),
+                          "another --diagnostics DIR");
 }
 
 std::string whereDumpsGo() {
@@ -124,6 +124,10 @@ void addCommonOptions(const CommandLine::Options& app, CommonOptions& options) {
            "Set a developer setting of the host; may be repeated")
         .placeholder("NAME=VALUE")
         .group(group);
+}
+
+void addJson(const CommandLine::Options& command, bool& json, const std::string& rest) {
+    command.addFlag("--json", json, "Print one JSON object on standard output" + rest).placeholder(" ");
 }
 
 std::string applyToHost(const CommonOptions& options) {

@@ -20,11 +20,14 @@ struct CommonOptions {
 /// it must outlive the parse.
 void addCommonOptions(const CommandLine::Options& app, CommonOptions& options);
 
+/// Adds --json, whose help ends with `rest`.
+void addJson(const CommandLine::Options& command, bool& json, const std::string& rest = " instead of words");
+
 /// Hands the options on to the host: its developer settings and its diagnostics folder. The one that was
 /// named is made where it is missing; the host's own is made ready where pictures will be dumped, as far as
 /// --log alone decides that. Returns a line for the user that says where the host's own is, or why nothing is
-/// dumped there; printable, empty if there is nothing to say. Throws std::runtime_error, with the folder
-/// and the system's reason, where a folder that was named cannot be made.
+/// dumped there; printable, empty if there is nothing to say. Throws CommandFailure, with the folder and
+/// the system's reason, where a folder that was named cannot be made.
 std::string applyToHost(const CommonOptions& options);
 
 } // namespace Console

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <string_view>
 #include <utility>
 
 namespace Console {
@@ -42,8 +43,19 @@ void drawLetter(GreySheet& sheet, char letter, std::uint32_t left, std::uint32_t
                 sheet.pixels[std::size_t{top + y} * sheet.width + left + x] = ink;
 }
 
-void drawLine(GreySheet& sheet, const std::string& text, std::uint32_t left, std::uint32_t top) {
-    for (const char letter : text.substr(0, mostLetters)) {
+/// A letter for each character, which the font need not know.
+std::string lettersOf(std::string utf8) {
+    std::erase_if(utf8, [](char byte) { return (static_cast<unsigned char>(byte) & 0xC0) == 0x80; });
+    return utf8;
+}
+
+/// What does not fit ends with dots.
+void drawLine(GreySheet& sheet, const std::string& utf8, std::uint32_t left, std::uint32_t top) {
+    constexpr std::string_view dots = "..";
+    std::string text = lettersOf(utf8);
+    if (text.size() > mostLetters)
+        text.replace(mostLetters - dots.size(), std::string::npos, dots);
+    for (const char letter : text) {
         drawLetter(sheet, letter, left, top);
         left += letterAdvance;
     }
@@ -68,7 +80,7 @@ GreySheet tileSaying(const std::string& text) {
     GreySheet tile{ContactSheet::mostThumbnailWidth, ContactSheet::mostThumbnailHeight, {}};
     tile.pixels.assign(std::size_t{tile.width} * tile.height, missing);
     std::uint32_t top = inset;
-    for (const std::string& line : brokenIntoLines(text, mostLetters - 2)) {
+    for (const std::string& line : brokenIntoLines(lettersOf(text), mostLetters - 2)) {
         if (top + lineAdvance > tile.height)
             break;
         drawLine(tile, line, inset, top);

@@ -25,8 +25,8 @@ public:
     static constexpr std::uint32_t mostThumbnailHeight = 360;
 
     /// Adds a picture of width x height pixels, both at least 1, made smaller by averaging where it is larger
-    /// than a thumbnail, and its caption, a line below it for each of the texts; what does not fit there is
-    /// cut off.
+    /// than a thumbnail, and its caption, a line below it for each of the texts; what does not fit there
+    /// ends with dots.
     void add(std::uint32_t width, std::uint32_t height, std::span<const unsigned char> pixels,
              std::vector<std::string> caption);
 

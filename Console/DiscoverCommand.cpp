@@ -1,30 +1,31 @@
 #include "DiscoverCommand.h"
 
+#include "Aside.h"
 #include "CameraHost.h"
+#include "CameraText.h"
+#include "CommandFailure.h"
 #include "CommandRun.h"
 #include "DiscoverReport.h"
 #include "DiscoverWatch.h"
+#include "LookAround.h"
+#include "ProgressBar.h"
 #include "SearchFacts.h"
-#include "StatusLine.h"
 #include "ToolLog.h"
 
 #include "Look/NetworkLook.h"
 #include "Platform/StandardError.h"
-#include "Platform/Terminal.h"
 
 #include <nlohmann/json.hpp>
 
 #include <algorithm>
 #include <cstdio>
 #include <set>
+#include <thread>
 #include <utility>
 
 namespace Console {
 
 namespace {
-
-/// Answers beyond these are told by the search alone: nobody has so many cameras.
-constexpr std::size_t mostLookedAt = 256;
 
 constexpr double longestTimeout = 86'400.0;
 
@@ -34,48 +35,48 @@ struct Seen {
     std::vector<CameraInfo> cameras;
 };
 
-bool hasRepeatedAnswers(const Diagnosis::Search& search) {
-    std::set<std::string> addresses;
-    return std::any_of(search.answers.begin(), search.answers.end(),
-                       [&addresses](const auto& answer) { return !addresses.insert(answer.address).second; });
-}
-
-/// Looks at all that answered; once more at who answers, where that may tell more than the search.
-void lookAround(Diagnosis::Facts& facts) {
-    lookAt(addressesIn(facts, mostLookedAt), facts);
-    const bool isNew =
-        facts.search->failure.empty() && (facts.search->answers.empty() || hasRepeatedAnswers(*facts.search));
-    if (!isNew || Platform::interrupted())
-        return;
-    Diagnosis::Facts look;
-    lookAtComputer(look);
-    lookForCameras(look);
-    facts.foreign = look.foreign;
-    facts.limitedOnly = look.limitedOnly;
-    if (look.search)
-        completeAnswers(facts.search->answers, look.search->answers);
-}
-
-/// Searches once, and again until the time is over.
-Seen searched(const CameraHost& host, std::chrono::milliseconds time) {
+/// Searches once, and again until the time is over. Whom it has found is also in `object` at once.
+Seen searched(const CameraHost& host, std::chrono::milliseconds time, nlohmann::ordered_json& object) {
     const auto begin = std::chrono::steady_clock::now();
     Seen seen;
     std::set<std::string> known;
     do {
         const Diagnosis::Facts round = host.searchFacts([&](const CameraTemplatePointer& found) {
             const CameraInfo& info = found->getCameraInfo();
-            if (known.insert(identityOf(info).address).second)
-                seen.cameras.push_back(info);
+            if (!known.insert(identityOf(info).address).second)
+                return;
+            seen.cameras.push_back(info);
+            object["cameras"].push_back(cameraObject(info));
         });
         absorb(seen.facts, round);
     } while (std::chrono::steady_clock::now() - begin < time && !isThreadLeftBehind());
-    lookAround(seen.facts);
+    lookAround(addressesIn(seen.facts, mostLookedAt), seen.facts);
     return seen;
 }
 
-Seen asked(const CameraHost& host, const std::vector<std::string>& addresses) {
+/// Once, and again until all answer or the time is over.
+std::vector<CameraHost::Identified> identified(const CameraHost& host,
+                                               const std::vector<std::string>& addresses,
+                                               std::chrono::milliseconds time) {
+    constexpr std::chrono::milliseconds pause{500};
+    const auto begin = std::chrono::steady_clock::now();
+    std::vector<CameraHost::Identified> results = host.identified(addresses);
+    const auto isMissing = [&results] {
+        return std::any_of(results.begin(), results.end(),
+                           [](const CameraHost::Identified& each) { return each.camera == nullptr; });
+    };
+    while (isMissing() && std::chrono::steady_clock::now() - begin + pause < time) {
+        throwIfInterrupted();
+        std::this_thread::sleep_for(pause); // a camera that starts is not asked without a break
+        results = host.identified(addresses);
+    }
+    return results;
+}
+
+Seen asked(const CameraHost& host, const std::vector<std::string>& addresses,
+           std::chrono::milliseconds time) {
     Seen seen;
-    const std::vector<CameraHost::Identified> results = host.identified(addresses);
+    const std::vector<CameraHost::Identified> results = identified(host, addresses, time);
     lookAtComputer(seen.facts);
     lookAt(addresses, seen.facts);
     for (std::size_t i = 0; i < addresses.size(); ++i) {
@@ -90,43 +91,46 @@ Seen asked(const CameraHost& host, const std::vector<std::string>& addresses) {
     return seen;
 }
 
-/// For people. Throws CommandFailure if there was no search.
+/// For people. Throws CommandFailure if there was no search, or a part of one.
 void show(const DiscoverReport& report, const Diagnosis::Facts& facts, std::FILE* stream) {
     if (facts.search && !facts.search->cut.empty())
         warn({cutWarning(*facts.search)});
     std::fputs(report.table(isColourWanted(stream)).c_str(), stream);
-    if (facts.search && !facts.search->failure.empty()) {
+    const bool isFailed = facts.search && !facts.search->failure.empty();
+    if (isFailed)
         std::fprintf(stream, "Networks:%s\n", networkLines(*facts.search).c_str());
-        throw CommandFailure(report.failure().value());
-    }
-    std::fprintf(stream, "%s\n", report.summary().c_str());
+    if (!isFailed || !report.rows().empty())
+        std::fprintf(stream, "%s\n", report.summary().c_str());
+    if (isFailed)
+        throw CommandFailure(report.failure().value(), report.status());
 }
 
 } // namespace
 
 void addDiscoverOptions(const CommandLine::Options& command, DiscoverOptions& options) {
     addAddresses(command, options.camera);
-    command
-        .addFlag("--json", options.json,
-                 "Print one JSON object on standard output; the lines for people go to standard error then")
-        .placeholder(" ");
+    addJson(command, options.json, "; the lines for people go to standard error then");
     command
         .addUse<double>(
             "--timeout",
             [&options](const double& seconds) {
                 options.timeout = std::chrono::milliseconds(static_cast<long>(seconds * 1000.0));
             },
-            "Search again and again until so much time has passed, for cameras that are slow to answer")
+            "Search again and again until so much time has passed, for cameras that are slow to answer; with "
+            "ADDRESS ask again until all answer, or so long; with --watch end then")
         .placeholder("SECONDS")
         .range(0.0, longestTimeout);
     command
         .addFlag("--watch", options.watch,
-                 "Search until Ctrl-C, and print a line for each camera that comes, changes or goes; with "
-                 "--json each is a JSON object on a line of its own")
+                 "Search until Ctrl-C, or for the time of --timeout, and print a line for each camera that "
+                 "comes, changes or goes; with --json each is a JSON object on a line of its own")
         .placeholder(" ");
     addPluginOption(command, options.camera);
-    command.footer(std::string("Without ADDRESS, the networks of all adapters are searched.\n\n") +
-                   exitStatusHelp);
+    command.footer(
+        std::string("Without ADDRESS, the networks of all adapters are searched.\n\n"
+                    "Ctrl-C is the usual end of --watch, whose exit status is then that of what was "
+                    "seen last; 130 only if nothing had been.\n\n") +
+        exitStatusHelp);
 }
 
 ExitStatus runDiscover(const DiscoverOptions& options, const CommonOptions& common) {
@@ -134,34 +138,25 @@ ExitStatus runDiscover(const DiscoverOptions& options, const CommonOptions& comm
                                             {"problems", nlohmann::ordered_json::array()}};
     return runJson(options.json, options.watch ? nlohmann::ordered_json() : nothing, common,
                    [&](nlohmann::ordered_json& object) {
-                       StatusLine status(common.log);
+                       // What a configuration shows there would stand behind it.
+                       ProgressBar status(common.log.configFile.empty() ? Platform::standardError()
+                                                                        : nullptr);
                        warnOfNoDump(common);
-                       ToolLog log(common.log, nullptr);
+                       ToolLog log(common.log, &status);
                        const CameraHost host(options.camera, log);
                        const std::vector<std::string> addresses = options.camera.eachAddress();
-                       const auto look = [&] {
-                           status.show(addresses.empty() ? "searching..." : "asking...");
-                           Seen seen =
-                               addresses.empty() ? searched(host, options.timeout) : asked(host, addresses);
-                           throwIfInterrupted();
-                           status.erase();
-                           return seen;
-                       };
-                       if (options.watch) {
-                           watchCameras(
-                               options.json,
-                               [&look] {
-                                   Seen seen = look();
-                                   return DiscoverReport(std::move(seen.facts), std::move(seen.cameras));
-                               },
-                               [] { return !isThreadLeftBehind(); });
-                           return ExitStatus::done;
-                       }
-                       const Seen seen = look();
+                       status.show(addresses.empty() ? "searching..." : "asking...");
+                       if (options.watch)
+                           return watchCameras(host, {addresses, options.timeout, mostAside, options.json,
+                                                      [&status] { status.erase(); }});
+                       const Seen seen = addresses.empty() ? searched(host, options.timeout, object)
+                                                           : asked(host, addresses, options.timeout);
+                       throwIfInterrupted();
+                       status.erase();
                        const DiscoverReport report(seen.facts, seen.cameras);
                        object = report.json();
                        show(report, seen.facts, options.json ? Platform::standardError() : stdout);
-                       return report.status();
+                       return tellLost(host.takeDumpFailures(), report.status(), object);
                    });
 }
 

@@ -45,7 +45,8 @@ std::string reasonWhyNot(const Diagnosis::SearchedNetwork& network) {
 
 std::string networkLine(const Diagnosis::SearchedNetwork& network) {
     const bool isKnown = !network.own.address.empty();
-    const bool isSearched = !network.broadcast.empty() && network.outcome != Outcome::refused;
+    const bool isSent = network.outcome == Outcome::searched || network.outcome == Outcome::linkLocal;
+    const bool isSearched = !network.broadcast.empty() && isSent;
     std::string line = isSearched ? "  searched      " : "  not searched  ";
     line += network.adapter.empty() ? "an adapter" : network.adapter;
     if (isKnown)
@@ -63,6 +64,13 @@ std::string causeLines(const std::vector<Verdict>& causes) {
         lines += (lines.empty() ? "Likely causes, the likeliest first:\n  " : "\n  ") +
                  printable((cause.address.empty() ? "" : cause.address + ": ") + cause.text +
                            "; try: " + cause.remedy);
+    return lines;
+}
+
+std::string asideLines(const std::vector<Verdict>& causes) {
+    std::string lines;
+    for (const Verdict& cause : causes)
+        lines += "\nNote: " + printable(cause.text + "; try: " + cause.remedy);
     return lines;
 }
 
@@ -104,6 +112,10 @@ DiscoverReport::DiscoverReport(Diagnosis::Facts facts, std::vector<CameraInfo> c
     const bool isSearchAFailure = facts_.search && !facts_.search->failure.empty();
     if (rows_.empty() || isSearchAFailure)
         causes_ = Diagnosis::causesOf(facts_);
+    else if (facts_.search && !facts_.search->strange.empty()) {
+        asides_ = Diagnosis::causesOf(facts_);
+        std::erase_if(asides_, [](const Verdict& cause) { return cause.code != "strange-answer"; });
+    }
     if (rows_.empty() && causes_.empty())
         causes_.push_back(nobody());
 }
@@ -135,11 +147,14 @@ void DiscoverReport::addRows(const Diagnosis::Camera& camera, const std::optiona
     const bool isSecond = row.verdict && row.verdict->code == "second-answer";
     if (!camera.identity && !row.verdict)
         row.verdict = notIdentified(camera, facts_);
+    row.isUnasked = row.verdict && row.verdict->code == "search-cut";
     row.isReady = camera.identity && !isFailure;
     row.isPresent = camera.identity || camera.answeredSearch || camera.answersQuery == true ||
                     camera.text == Diagnosis::PortState::open;
     // A camera that is known by another address as well has its row there.
     row.isFurther = !camera.identity && isSecond;
+    if (row.verdict && row.verdict->code == "duplicate-address")
+        row.identity.reset(); // it is of one of them, and nobody knows of which
     Row further = row;
     if (row.isReady && isSecond)
         row.verdict.reset(); // it is told of the second one
@@ -153,24 +168,38 @@ void DiscoverReport::addRows(const Diagnosis::Camera& camera, const std::optiona
 
 std::size_t DiscoverReport::count(bool isReady) const {
     return static_cast<std::size_t>(std::count_if(rows_.begin(), rows_.end(), [isReady](const Row& row) {
-        return !row.isFurther && row.isReady == isReady;
+        return !row.isFurther && !row.isUnasked && row.isReady == isReady;
     }));
 }
 
+std::size_t DiscoverReport::countUnasked() const {
+    return static_cast<std::size_t>(
+        std::count_if(rows_.begin(), rows_.end(), [](const Row& row) { return row.isUnasked; }));
+}
+
 std::string DiscoverReport::table(bool isColoured) const {
-    std::string lines = rows_.empty() ? "" : cameraTableHead() + "\n";
-    for (const Row& row : rows_) {
-        const std::string status = printable(row.status());
-        const char* const colour = row.isReady ? "\x1b[32m" : "\x1b[31m";
-        lines += cameraRow(row.address, row.room, row.identity) +
-                 (isColoured ? colour + status + "\x1b[0m" : status) + "\n";
+    if (rows_.empty())
+        return "";
+    std::vector<CameraLine> cameras;
+    cameras.reserve(rows_.size());
+    for (const Row& row : rows_)
+        cameras.push_back({row.address, row.room, row.identity});
+    const std::vector<std::string> begins = cameraTable(cameras);
+    std::string lines = begins.front() + "\n";
+    for (std::size_t at = 0; at < rows_.size(); ++at) {
+        const std::string status = printable(rows_[at].status());
+        const char* const colour = rows_[at].isReady ? "\x1b[32m" : "\x1b[31m";
+        lines += begins[at + 1] + (isColoured ? colour + status + "\x1b[0m" : status) + "\n";
     }
     return lines;
 }
 
 std::string DiscoverReport::summary() const {
+    const std::string unasked =
+        countUnasked() == 0 ? "" : ", " + std::to_string(countUnasked()) + " not asked";
     if (!rows_.empty())
-        return std::to_string(count(true)) + " ready, " + std::to_string(count(false)) + " unusable.";
+        return std::to_string(count(true)) + " ready, " + std::to_string(count(false)) + " unusable" +
+               unasked + "." + asideLines(asides_);
     const bool isCut = facts_.search && !facts_.search->cut.empty();
     std::string lines = isCut ? "No Korva camera found." : "No Korva camera answered.";
     if (facts_.search)
@@ -187,6 +216,7 @@ std::vector<Verdict> DiscoverReport::problems() const {
         all.back().address = row.address;
         all.back().room = row.room;
     }
+    all.insert(all.end(), asides_.begin(), asides_.end());
     return all;
 }
 
@@ -204,14 +234,13 @@ nlohmann::ordered_json DiscoverReport::json() const {
 }
 
 ExitStatus DiscoverReport::status() const {
-    if (facts_.search && !facts_.search->failure.empty())
-        return ExitStatus::failed;
-    if (rows_.empty())
+    const bool isFailed = facts_.search && !facts_.search->failure.empty();
+    if (rows_.empty() && !isFailed)
         return ExitStatus::nothingFound;
     if (count(true) == 0)
         return ExitStatus::failed;
     const bool isCut = facts_.search && !facts_.search->cut.empty();
-    return isCut || count(false) > 0 ? ExitStatus::partlyFailed : ExitStatus::done;
+    return isFailed || isCut || count(false) > 0 ? ExitStatus::partlyFailed : ExitStatus::done;
 }
 
 std::optional<Verdict> DiscoverReport::failure() const {
@@ -228,7 +257,11 @@ std::optional<Verdict> DiscoverReport::failure() const {
 }
 
 Verdict DiscoverReport::cut() const {
-    Verdict verdict = CommandFailure(cutWarning(*facts_.search)).verdict();
+    return searchCut(cutWarning(*facts_.search));
+}
+
+Verdict searchCut(const std::string& warning) {
+    Verdict verdict = CommandFailure(warning).verdict();
     verdict.code = "search-cut";
     return verdict;
 }

@@ -25,6 +25,7 @@ public:
         std::optional<Diagnosis::Identity> identity; ///< unset: it was not identified
         bool isReady = false;
         bool isPresent = false;                    ///< it has answered something
+        bool isUnasked = false;                    ///< the search was cut before its turn
         bool isFurther = false;                    ///< another answer of a camera that has its row
         std::optional<Diagnosis::Verdict> verdict; ///< why it is not ready, or what is odd about it
 
@@ -43,8 +44,9 @@ public:
     /// status are green or red where `isColoured`.
     std::string table(bool isColoured) const;
 
-    /// "6 ready, 4 unusable.", or that nobody answered with what was searched, what was not, and the likely
-    /// causes; lines, without an end behind the last.
+    /// "6 ready, 4 unusable.", with a note of others than cameras that answered as well, or that nobody
+    /// answered with what was searched, what was not, and the likely causes; lines, without an end behind the
+    /// last.
     std::string summary() const;
 
     /// {"cameras": [...], "problems": [...]}, "cut" if a search was cut, "error" if there is a failure().
@@ -60,6 +62,7 @@ public:
 
 private:
     std::size_t count(bool isReady) const;
+    std::size_t countUnasked() const;
     void completeCameras();
     void addRows(const Diagnosis::Camera& camera, const std::optional<Diagnosis::Verdict>& verdict,
                  const std::vector<std::string>& roomsOfAnswers);
@@ -69,10 +72,14 @@ private:
     std::vector<CameraInfo> cameras_;
     std::vector<Row> rows_;
     std::vector<Diagnosis::Verdict> causes_; ///< where nobody answered, or there was no search
+    std::vector<Diagnosis::Verdict> asides_; ///< that others than cameras answered as well
 };
 
 /// Of a camera that answered, whatever else is not known of it: it is not ready before it is identified.
 Diagnosis::Verdict notIdentified(const Diagnosis::Camera& camera, const Diagnosis::Facts& facts);
+
+/// Of a cutWarning().
+Diagnosis::Verdict searchCut(const std::string& warning);
 
 /// "net1 10.77.1.1/255.255.255.0, to 10.77.1.255" for each network that was searched, and for each that was
 /// not the reason, as lines.

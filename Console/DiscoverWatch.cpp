@@ -1,32 +1,40 @@
 #include "DiscoverWatch.h"
 
+#include "CameraHost.h"
 #include "CommandFailure.h"
+#include "LookAround.h"
+#include "SearchFacts.h"
+#include "WatchedAdapters.h"
 #include "Watching.h"
+
+#include "Diagnosis/Print.h"
+#include "Diagnosis/Rules.h"
+#include "Look/NetworkLook.h"
+#include "Platform/Terminal.h"
 
 #include <nlohmann/json.hpp>
 
 #include <algorithm>
-#include <chrono>
+#include <atomic>
+#include <mutex>
+#include <optional>
 
 namespace Console {
 
 namespace {
 
-constexpr int mostMissed = 2;
-constexpr std::chrono::seconds pauseBetween{2};
+using Clock = WatchedAdapters::Clock;
+using Diagnosis::Verdict;
+using Json = nlohmann::ordered_json;
+using namespace std::chrono_literals;
 
-nlohmann::ordered_json objectOf(const CameraChanges::Change& change) {
-    nlohmann::ordered_json object;
-    object["event"] = change.what;
-    object["address"] = change.row.address;
-    object["room"] = change.row.room;
-    object["serialNumber"] = change.row.identity ? change.row.identity->serialNumber : "";
-    object["ready"] = change.row.isReady;
-    object["code"] = change.row.verdict ? change.row.verdict->code : "";
-    object["text"] = change.row.status();
-    object["try"] = change.row.verdict ? change.row.verdict->remedy : "";
-    return object;
-}
+constexpr int mostMissed = 2;
+
+/// Between two searches, and between two questions to an address that was given.
+constexpr auto pauseBetween = 2s;
+
+/// Between two looks for work.
+constexpr auto pauseOfThreads = 50ms;
 
 std::string wordsOf(const CameraChanges::Change& change) {
     const std::string room = change.row.room.empty() ? "" : " (" + change.row.room + ")";
@@ -34,18 +42,319 @@ std::string wordsOf(const CameraChanges::Change& change) {
     return change.what + "  " + change.row.address + room + ": " + status;
 }
 
+Json troubleObject(const Verdict& verdict) {
+    Json object;
+    object["event"] = "trouble";
+    object["address"] = verdict.address;
+    object["code"] = verdict.code;
+    object["text"] = verdict.text;
+    object["try"] = verdict.remedy;
+    return object;
+}
+
+bool isAnyReady(const std::vector<DiscoverReport::Row>& rows) {
+    return std::any_of(rows.begin(), rows.end(),
+                       [](const DiscoverReport::Row& row) { return row.isPresent && row.isReady; });
+}
+
+/// One address, and who is there.
+struct Watched {
+    CameraChanges changes;
+    std::string trouble;     ///< that was told of an address where nobody has been yet
+    bool isAnswering = true; ///< the last search
+    bool isAsked = false;    ///< at the moment
+    bool hasCome = false;    ///< somebody was there
+    Clock::time_point due{}; ///< when it is asked next
+};
+
+class DiscoverWatch {
+public:
+    DiscoverWatch(const CameraHost& host, const DiscoverWatchOptions& options)
+        : host_(host), options_(options),
+          adapters_(options.addresses.empty(), [this](const auto& change) { tellOfAdapter(change); }) {
+        for (const std::string& address : options.addresses) {
+            watched_[address];
+            adapters_.addWatched(address);
+        }
+    }
+
+    ExitStatus run() {
+        Looking looking;
+        looking.count = looking.jobs = options_.jobs;
+        looking.pause = pauseOfThreads;
+        looking.look = [this](std::size_t) { askNext(); };
+        looking.meanwhile = [this] { lookAround(); };
+        adapters_.look();
+        try {
+            lookAtEach(looking);
+        } catch (const CommandFailure& failure) {
+            if (failure.status() != ExitStatus::interrupted || !(isOver_ || hasLooked_))
+                throw;
+        }
+        return end();
+    }
+
+private:
+    void tellLine(const std::string& words, const Json& object) {
+        if (options_.beforeNews)
+            options_.beforeNews();
+        hasTold_ = true;
+        tellNews(options_.json, words, object);
+    }
+
+    void tellOfAdapter(const Diagnosis::AdapterChanges::Change& change) {
+        tellLine(change.verdict ? Diagnosis::lineOf(*change.verdict) : change.adapter + " works again",
+                 adapterObject(change));
+    }
+
+    void lookAround() {
+        const auto now = Clock::now();
+        if (options_.timeout > 0ms && now - begin_ >= options_.timeout) {
+            isOver_ = true;
+            return Platform::interruptOneself();
+        }
+        adapters_.lookNowAndThen();
+        for (const Verdict& lost : host_.takeDumpFailures())
+            tellNews(options_.json, Diagnosis::lineOf(lost), troubleObject(lost));
+        if (options_.addresses.empty() && now >= nextSearch_) {
+            search();
+            nextSearch_ = Clock::now() + pauseBetween;
+        }
+    }
+
+    void search() {
+        Diagnosis::Facts facts = lookForAnybody();
+        takeFromRefused(facts);
+        throwIfInterrupted(); // which has cut it short
+        adapters_.look();
+        const std::lock_guard lock(mutex_);
+        hasLooked_ = true;
+        seen_ = std::move(facts);
+        isNobody_ = seen_.search->answers.empty();
+        if (!isNobody_)
+            tellTrouble(troubleOf(seen_));
+        noteAnswers();
+    }
+
+    /// The neighbours may have answered in vain, which takes longer than a search: the searches go on.
+    /// Whoever was there is first to be gone.
+    bool lookWhyNobody() {
+        Diagnosis::Facts facts;
+        {
+            const std::lock_guard lock(mutex_);
+            const bool isAnyLeft = std::any_of(watched_.begin(), watched_.end(), [](const auto& each) {
+                return !each.second.changes.rows().empty();
+            });
+            if (!isNobody_ || isLooking_ || (isAnyLeft && seen_.search->failure.empty()))
+                return false;
+            isNobody_ = false;
+            isLooking_ = true;
+            facts = seen_;
+        }
+        Console::lookAround({}, facts);
+        const std::lock_guard lock(mutex_);
+        isLooking_ = false;
+        if (Platform::interrupted() || !seen_.search->answers.empty())
+            return true;
+        tellTrouble(troubleOf(std::move(facts)));
+        return true;
+    }
+
+    void tellTrouble(const std::optional<Verdict>& trouble) {
+        const std::string text = trouble ? trouble->text : "";
+        if (trouble && text != trouble_ && !adapters_.isTold(text))
+            tellLine(Diagnosis::lineOf(*trouble), troubleObject(*trouble));
+        trouble_ = text;
+    }
+
+    /// Who has not answered is gone after two searches; who has is asked.
+    void noteAnswers() {
+        std::set<std::string> known;
+        for (auto& [address, watched] : watched_) {
+            watched.isAnswering = false;
+            known.insert(address);
+        }
+        for (const std::string& address : answering(seen_, known)) {
+            Watched& watched = watched_[address];
+            watched.isAnswering = true;
+            watched.due = {};
+            adapters_.addWatched(address);
+        }
+        for (auto& [address, watched] : watched_)
+            if (!watched.isAnswering && !adapters_.explain(address, Clock::now()))
+                tell(watched.changes.take({}));
+        std::erase_if(watched_, [this](const auto& each) {
+            const Watched& watched = each.second;
+            const bool isOver = !watched.isAnswering && !watched.isAsked && watched.changes.rows().empty();
+            if (isOver)
+                adapters_.removeWatched(each.first);
+            return isOver;
+        });
+    }
+
+    /// Who has waited longest, if anybody is to be asked.
+    std::optional<std::string> next() {
+        const std::lock_guard lock(mutex_);
+        const auto isBefore = [](const auto& one, const auto& other) {
+            return one.second.due < other.second.due;
+        };
+        const auto isFree = [](const Watched& watched) {
+            return !watched.isAsked && watched.isAnswering && watched.due <= Clock::now();
+        };
+        auto first = watched_.end();
+        for (auto each = watched_.begin(); each != watched_.end(); ++each)
+            if (isFree(each->second) && (first == watched_.end() || isBefore(*each, *first)))
+                first = each;
+        if (first == watched_.end())
+            return std::nullopt;
+        first->second.isAsked = true;
+        first->second.due = Clock::time_point::max();
+        return first->first;
+    }
+
+    void askNext() {
+        if (lookWhyNobody())
+            return;
+        const std::optional<std::string> address = next();
+        if (!address)
+            return;
+        const auto begin = Clock::now();
+        const CameraHost::Identified result = std::move(host_.identified({*address}).front());
+        Diagnosis::Facts facts;
+        Diagnosis::lookAtComputer(facts);
+        Diagnosis::lookAt({*address}, facts);
+        throwIfInterrupted();
+        Diagnosis::Camera& camera = cameraIn(facts, *address);
+        camera.attempts.push_back(result.attempt);
+        std::vector<CameraInfo> infos;
+        if (result.camera != nullptr) {
+            infos.push_back(result.camera->getCameraInfo());
+            camera.identity = identityOf(infos.back());
+        }
+        adapters_.look(); // before anything is told of the camera
+        take(*address, std::move(facts), infos, begin);
+    }
+
+    void take(const std::string& address, Diagnosis::Facts facts, const std::vector<CameraInfo>& infos,
+              Clock::time_point begin) {
+        const std::lock_guard lock(mutex_);
+        Watched& watched = watched_.at(address);
+        watched.isAsked = false;
+        hasLooked_ = true;
+        if (options_.addresses.empty() && !watched.isAnswering)
+            return; // the searches say whether it is gone
+        if (!options_.addresses.empty())
+            watched.due = Clock::now() + pauseBetween;
+        complete(cameraIn(facts, address), facts);
+        const DiscoverReport report(std::move(facts), infos);
+        if (!isAnyReady(report.rows()) && adapters_.explain(address, begin))
+            return;
+        tell(watched.changes.take(report.rows()));
+        tellAbsence(watched, report);
+    }
+
+    /// With what the last search has told.
+    void complete(Diagnosis::Camera& camera, Diagnosis::Facts& facts) const {
+        camera.wasAskedFor = !options_.addresses.empty();
+        if (camera.wasAskedFor)
+            return;
+        facts.search = seen_.search;
+        facts.foreign = seen_.foreign;
+        facts.limitedOnly = seen_.limitedOnly;
+        for (const Diagnosis::Camera& answered : seen_.cameras) {
+            if (answered.address != camera.address)
+                continue;
+            camera.answeredSearch = true;
+            camera.room = answered.room;
+        }
+    }
+
+    void tell(const std::vector<CameraChanges::Change>& changes) {
+        for (const CameraChanges::Change& change : changes)
+            tellLine(wordsOf(change), changeObject(change));
+    }
+
+    /// Of an address that was given, as long as nobody has been there.
+    void tellAbsence(Watched& watched, const DiscoverReport& report) {
+        const auto failure = report.failure();
+        const bool isAnyThere = std::any_of(report.rows().begin(), report.rows().end(),
+                                            [](const DiscoverReport::Row& row) { return row.isPresent; });
+        watched.hasCome = watched.hasCome || isAnyThere;
+        if (watched.hasCome || !failure || failure->text == watched.trouble)
+            return;
+        watched.trouble = failure->text;
+        Verdict verdict = *failure;
+        verdict.room.clear();
+        tellLine(Diagnosis::lineOf(verdict), troubleObject(verdict));
+    }
+
+    /// All threads have ended.
+    ExitStatus end() {
+        const std::lock_guard lock(mutex_);
+        for (auto& [address, watched] : watched_)
+            if (options_.addresses.empty() && watched.isAnswering && watched.changes.rows().empty())
+                tell(watched.changes.take({stillAsked(address, seen_)}));
+        const ExitStatus end = status();
+        if (hasTold_ || end == ExitStatus::done || end == ExitStatus::partlyFailed)
+            return end;
+        if (!seen_.search)
+            Diagnosis::lookAtComputer(seen_);
+        if (options_.addresses.empty())
+            throw CommandFailure(DiscoverReport(seen_, {}).failure().value(), end);
+        Verdict verdict = stillAsked(options_.addresses.front(), seen_).verdict.value();
+        verdict.text = "not asked to the end";
+        throw CommandFailure(verdict, end);
+    }
+
+    /// Of all that are there; an address that was given and is not there is unusable.
+    ExitStatus status() const {
+        WatchEnd end;
+        for (const auto& [address, watched] : watched_) {
+            const auto rows = watched.changes.rows();
+            if (isAnyReady(rows) && !adapters_.explain(address, Clock::now()))
+                ++end.ready;
+            else if (!rows.empty() || !options_.addresses.empty())
+                ++end.unusable;
+        }
+        end.isSearched = seen_.search && seen_.search->failure.empty();
+        end.hasTrouble = !trouble_.empty();
+        return statusOf(end);
+    }
+
+    const CameraHost& host_;
+    const DiscoverWatchOptions& options_;
+    const Clock::time_point begin_ = Clock::now();
+    Clock::time_point nextSearch_{};
+    WatchedAdapters adapters_;
+    std::mutex mutex_;                       ///< of what follows
+    std::map<std::string, Watched> watched_; ///< by address
+    Diagnosis::Facts seen_;                  ///< by the last search
+    std::string trouble_;                    ///< of the last search
+    bool isNobody_ = false;                  ///< has answered it, and why was not looked for yet
+    bool isLooking_ = false;                 ///< somebody, for why
+    std::atomic<bool> hasLooked_{false};
+    std::atomic<bool> hasTold_{false};
+    bool isOver_ = false; ///< its time
+};
+
 } // namespace
 
 std::vector<CameraChanges::Change> CameraChanges::take(const std::vector<DiscoverReport::Row>& rows) {
     std::vector<Change> changes;
     for (auto& [key, known] : known_)
         ++known.missed;
+    const auto counts = [](const DiscoverReport::Row& row) { return row.isPresent && !row.isFurther; };
+    for (const DiscoverReport::Row& row : rows)
+        if (const auto place = known_.find({row.address, row.room}); counts(row) && place != known_.end())
+            place->second.missed = 0;
     for (const DiscoverReport::Row& row : rows) {
-        if (!row.isPresent)
+        if (!counts(row))
             continue;
         const auto [place, isNew] = known_.try_emplace({row.address, row.room});
         const bool isOther = !isNew && place->second.row.status() != row.status();
-        place->second = {row, 0};
+        if (isOther && isAnyMissedAt(row.address))
+            continue;
+        place->second.row = row;
         if (isNew || isOther)
             changes.push_back({isNew ? "came" : "changed", row});
     }
@@ -58,26 +367,79 @@ std::vector<CameraChanges::Change> CameraChanges::take(const std::vector<Discove
     return changes;
 }
 
-void watchCameras(bool json, const std::function<DiscoverReport()>& search,
-                  const std::function<bool()>& mayGoOn) {
-    CameraChanges changes;
-    std::string trouble;
-    watchUntilInterrupt(pauseBetween, [&] {
-        const DiscoverReport report = search();
-        for (const CameraChanges::Change& change : changes.take(report.rows()))
-            tellNews(json, wordsOf(change), objectOf(change));
-        const bool isAnyThere = std::any_of(report.rows().begin(), report.rows().end(),
-                                            [](const DiscoverReport::Row& row) { return row.isPresent; });
-        const auto failure = isAnyThere ? std::nullopt : report.failure();
-        const std::string text = failure ? failure->text : "";
-        if (failure && text != trouble)
-            tellNews(
-                json, text + "; try: " + failure->remedy,
-                {{"event", "trouble"}, {"code", failure->code}, {"text", text}, {"try", failure->remedy}});
-        trouble = text;
-        if (!mayGoOn())
-            throw CommandFailure(report.cut());
+bool CameraChanges::isAnyMissedAt(const std::string& address) const {
+    return std::any_of(known_.begin(), known_.end(), [&address](const auto& entry) {
+        const int missed = entry.second.missed;
+        return entry.first.first == address && missed > 0 && missed < mostMissed;
     });
+}
+
+std::vector<DiscoverReport::Row> CameraChanges::rows() const {
+    std::vector<DiscoverReport::Row> all;
+    for (const auto& [key, known] : known_)
+        all.push_back(known.row);
+    return all;
+}
+
+Json changeObject(const CameraChanges::Change& change) {
+    const bool isGone = change.what == "gone";
+    const auto verdict = isGone ? std::nullopt : change.row.verdict;
+    Json object;
+    object["event"] = change.what;
+    object["address"] = change.row.address;
+    object["room"] = change.row.room;
+    object["serialNumber"] = change.row.identity ? change.row.identity->serialNumber : "";
+    object["ready"] = change.row.isReady && !isGone;
+    object["code"] = verdict ? verdict->code : "";
+    object["text"] = isGone ? "no longer answers" : change.row.status();
+    object["try"] = verdict ? verdict->remedy : "";
+    return object;
+}
+
+std::vector<std::string> answering(const Diagnosis::Facts& seen, const std::set<std::string>& watched) {
+    std::vector<std::string> addresses;
+    std::size_t count = watched.size();
+    for (const std::string& address : addressesIn(seen, SearchProgress::mostAnswers))
+        if (watched.contains(address) || count++ < mostWatched)
+            addresses.push_back(address);
+    return addresses;
+}
+
+std::optional<Verdict> troubleOf(Diagnosis::Facts facts) {
+    const bool isAnyThere = !facts.search->answers.empty();
+    if (!isAnyThere)
+        return DiscoverReport(std::move(facts), {}).failure();
+    facts.cameras.clear();
+    for (const Verdict& cause : Diagnosis::causesOf(facts))
+        if (cause.code == "adapter-refused")
+            return cause;
+    return std::nullopt;
+}
+
+DiscoverReport::Row stillAsked(const std::string& address, const Diagnosis::Facts& seen) {
+    DiscoverReport::Row row;
+    row.address = address;
+    row.isPresent = true;
+    for (const Diagnosis::Camera& camera : seen.cameras)
+        if (camera.address == address)
+            row.room = camera.room;
+    Verdict& verdict = row.verdict.emplace();
+    verdict.address = address;
+    verdict.room = row.room;
+    verdict.code = "search-cut";
+    verdict.text = "answered the search, not asked to the end";
+    verdict.remedy = "a longer --timeout, or korva doctor with its address";
+    return row;
+}
+
+ExitStatus statusOf(const WatchEnd& end) {
+    if (end.ready > 0)
+        return end.unusable > 0 || end.hasTrouble ? ExitStatus::partlyFailed : ExitStatus::done;
+    return end.unusable > 0 || !end.isSearched ? ExitStatus::failed : ExitStatus::nothingFound;
+}
+
+ExitStatus watchCameras(const CameraHost& host, const DiscoverWatchOptions& options) {
+    return DiscoverWatch(host, options).run();
 }
 
 } // namespace Console

@@ -3,15 +3,23 @@
 
 #include "DiscoverReport.h"
 
+#include <nlohmann/json_fwd.hpp>
+
+#include <chrono>
+#include <cstddef>
 #include <functional>
 #include <map>
+#include <optional>
+#include <set>
 #include <string>
 #include <utility>
 #include <vector>
 
 namespace Console {
 
-/// What is new from one search to the next. Pure.
+class CameraHost;
+
+/// What is new from one look to the next. Pure.
 class CameraChanges {
 public:
     struct Change {
@@ -19,22 +27,60 @@ public:
         DiscoverReport::Row row;
     };
 
-    /// The rows of the next search, of which those count that have answered something. A camera is gone once
-    /// two searches in a row have not seen it: a datagram may be lost.
+    /// The rows of the next look, of which those count that have answered something, and no further answer of
+    /// a camera that has its row. A camera is gone once
+    /// two looks in a row have not seen it: a datagram may be lost. Until then nothing is said of others at
+    /// its address: whether they share it is not known.
     std::vector<Change> take(const std::vector<DiscoverReport::Row>& rows);
+
+    /// Those that are there, by what was told of them.
+    std::vector<DiscoverReport::Row> rows() const;
 
 private:
     struct Known {
         DiscoverReport::Row row;
         int missed = 0;
     };
+    bool isAnyMissedAt(const std::string& address) const;
+
     std::map<std::pair<std::string, std::string>, Known> known_; ///< by address and room
 };
 
-/// Prints what is new of each `search` until Ctrl-C. Passes on what `search` throws for any other reason, and
-/// throws CommandFailure of a search that was cut and after which there is to be no other: each one that is
-/// left to itself keeps its thread and its socket.
-void watchCameras(bool json, const std::function<DiscoverReport()>& search,
-                  const std::function<bool()>& mayGoOn);
+/// What a program is told of a change; of who is gone nothing that was said of it before.
+nlohmann::ordered_json changeObject(const CameraChanges::Change& change);
+
+/// Of the cameras in `seen` those that are watched from now on, besides those in `watched`, and the latter
+/// that have answered: of all together as many as a watch keeps.
+inline constexpr std::size_t mostWatched = 256;
+std::vector<std::string> answering(const Diagnosis::Facts& seen, const std::set<std::string>& watched);
+
+/// What a search has told of the computer: what keeps it from the cameras, or from some of them.
+std::optional<Diagnosis::Verdict> troubleOf(Diagnosis::Facts facts);
+
+/// Of a camera that has answered the search in `seen` and is still being asked when the watch ends.
+DiscoverReport::Row stillAsked(const std::string& address, const Diagnosis::Facts& seen);
+
+/// What a watch has seen last, of all cameras.
+struct WatchEnd {
+    std::size_t ready = 0;
+    std::size_t unusable = 0;
+    bool isSearched = true; ///< there was a search, and nothing kept it from being made
+    bool hasTrouble = false;
+};
+ExitStatus statusOf(const WatchEnd& end);
+
+struct DiscoverWatchOptions {
+    std::vector<std::string> addresses;   ///< that are asked; empty: the networks are searched
+    std::chrono::milliseconds timeout{0}; ///< ends it; 0: Ctrl-C alone does
+    std::size_t jobs = 16;                ///< cameras that are asked at a time
+    bool json = false;
+    std::function<void()> beforeNews = {}; ///< called before each line, on any thread
+};
+
+/// Prints what is new of each camera as soon as it is known, whatever the others do, until Ctrl-C or the time
+/// is over, and of this computer's own adapters. Looks by itself who answers, and has `host` identify those.
+/// The status is that of what was seen last. Throws CommandFailure if Ctrl-C came before that, and with the
+/// likeliest cause if no camera is ready at the end and there was nothing to print.
+ExitStatus watchCameras(const CameraHost& host, const DiscoverWatchOptions& options);
 
 } // namespace Console

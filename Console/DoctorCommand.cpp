@@ -13,6 +13,7 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <cstdio>
 
 namespace Console {
 
@@ -48,13 +49,13 @@ std::string findingLine(const Finding& finding) {
 
 void addDoctorOptions(const CommandLine::Options& command, DoctorOptions& options) {
     addAddresses(command, options.camera);
-    command.addFlag("--json", options.json, "Print one JSON object on standard output instead of words")
-        .placeholder(" ");
+    addJson(command, options.json);
     addPluginOption(command, options.camera);
     command.footer(
         "Looks at adapters, addresses and routes, searches, asks the cameras at the addresses, or without "
-        "any those that answer the search, and takes a picture with each. Changes nothing. With root's "
-        "rights it also asks who else has an address.\n\nExit status: 0 nothing is broken; 1 something "
+        "any those that answer the search, and takes a picture with each. What is wrong with others than "
+        "the addresses is told in notes. Changes nothing. With root's rights it also asks who else has an "
+        "address.\n\nExit status: 0 nothing is broken; 1 something "
         "is; 2 wrong usage; 130 interrupted.");
 }
 
@@ -88,7 +89,7 @@ ExitStatus runDoctor(const DoctorOptions& options, const CommonOptions& common) 
         if (options.json)
             object = doctorJson(seen.facts, causes);
         else
-            print(doctorText(seen.facts, causes));
+            std::fputs(doctorText(seen.facts, causes).c_str(), stdout);
         return std::any_of(causes.begin(), causes.end(), isFailure) ? ExitStatus::failed : ExitStatus::done;
     });
 }

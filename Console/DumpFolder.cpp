@@ -1,11 +1,14 @@
 #include "DumpFolder.h"
 
 #include "FileNames.h"
+#include "Printable.h"
 
+#include "Platform/PrivateFolder.h"
 #include "Platform/Text.h"
 #include "ReferenceHost/HostControl.h"
 
 #include <array>
+#include <cerrno>
 #include <cstdio>
 #include <filesystem>
 #include <random>
@@ -22,6 +25,23 @@ fs::path pathOf(const std::string& utf8) {
     return fs::path(std::u8string(utf8.begin(), utf8.end()));
 }
 
+/// What the next dump of this thread has to hold.
+thread_local std::optional<std::uint64_t> fetchedBytes;
+
+/// Why so many bytes did not go into the folder, as far as that can be told.
+std::string whyCut(const std::string& folder, std::uint64_t bytes) {
+    std::error_code failure;
+    const fs::space_info space = fs::space(pathOf(folder), failure);
+    const bool isFull = !failure && space.available < bytes;
+    return isFull ? std::generic_category().message(ENOSPC) : "the system took no more";
+}
+
+bool isFull(const std::string& folder) {
+    std::error_code failure;
+    const fs::space_info space = fs::space(pathOf(folder), failure);
+    return !failure && space.available == 0;
+}
+
 } // namespace
 
 DumpFolder::DumpFolder(std::string folder) : folder_(std::move(folder)) {
@@ -33,15 +53,19 @@ DumpFolder::~DumpFolder() {
     nameTheRest();
 }
 
+void DumpFolder::noteFetched(std::optional<std::uint64_t> bytes) noexcept {
+    fetchedBytes = bytes;
+}
+
 void DumpFolder::nameTheRest() {
-    std::map<std::thread::id, std::vector<std::string>> rest;
+    std::map<std::thread::id, std::vector<Dump>> rest;
     {
         const std::lock_guard lock(mutex_);
         rest.swap(unclaimed_);
     }
-    for (const auto& [thread, folders] : rest)
-        for (const std::string& each : folders)
-            move(each, "other");
+    for (const auto& [thread, dumps] : rest)
+        for (const Dump& each : dumps)
+            move(each, "");
 }
 
 /// The folder of a dump that comes at once; the common one where none can be made, and none if that is not
@@ -52,43 +76,80 @@ std::string DumpFolder::makeNext() {
     std::snprintf(name.data(), name.size(), "/.korva-dump-%08x", static_cast<unsigned int>(random()));
     std::string own = folder_ + name.data();
     std::error_code failure;
-    if (!fs::create_directory(pathOf(own), failure) || failure)
+    if (!fs::create_directory(pathOf(own), failure) || failure) {
+        if (folder_ != Platform::noFolder) // which was told when it was chosen
+            fail("cannot dump the picture file into " + printable(folder_) + ": " + failure.message(), "");
         return folder_;
+    }
     const std::lock_guard lock(mutex_);
-    unclaimed_[std::this_thread::get_id()].push_back(own);
+    unclaimed_[std::this_thread::get_id()].push_back({own, fetchedBytes});
     return own;
 }
 
 void DumpFolder::claim(const std::string& address) {
-    std::vector<std::string> own;
+    std::vector<Dump> own;
     {
         const std::lock_guard lock(mutex_);
         own.swap(unclaimed_[std::this_thread::get_id()]);
     }
-    for (const std::string& each : own)
-        move(each, safeInNames(address));
+    for (const Dump& each : own)
+        move(each, address);
 }
 
-/// What is in the folder `from` goes to the common one, and `from` goes if it is empty then.
-void DumpFolder::move(const std::string& from, const std::string& whose) {
+std::vector<Diagnosis::Verdict> DumpFolder::takeFailures() {
+    const std::lock_guard lock(failuresMutex_);
+    return std::exchange(failures_, {});
+}
+
+/// What is in the dump's folder goes to the common one, and the folder goes if it is empty then.
+void DumpFolder::move(const Dump& dump, const std::string& address) {
     constexpr int mostOfASecond = 10'000;
     const std::lock_guard lock(mutex_);
-    std::error_code ignored;
+    std::error_code failure;
     std::vector<fs::path> files; // what is moved meanwhile may come twice
-    for (fs::directory_iterator at(pathOf(from), ignored); !ignored && at != fs::directory_iterator();
-         at.increment(ignored))
+    for (fs::directory_iterator at(pathOf(dump.folder), failure); !failure && at != fs::directory_iterator();
+         at.increment(failure))
         files.push_back(at->path());
+    if (files.empty())
+        fail("the picture file was not dumped into " + printable(folder_) + ": " +
+                 whyCut(folder_, dump.bytes.value_or(1)),
+             address);
     for (const fs::path& file : files) {
-        const std::string stem = file.stem().string() + " " + whose + "-";
+        const std::string stem =
+            file.stem().string() + " " + (address.empty() ? "other" : safeInNames(address)) + "-";
+        fs::path to = file;
         for (int number = 1; number < mostOfASecond; ++number) {
-            const fs::path to = pathOf(folder_) / (stem + std::to_string(number) + file.extension().string());
-            if (fs::exists(to, ignored))
-                continue;
-            fs::rename(file, to, ignored);
-            break;
+            to = pathOf(folder_) / (stem + std::to_string(number) + file.extension().string());
+            if (!fs::exists(to, failure))
+                break;
         }
+        fs::rename(file, to, failure);
+        if (failure)
+            fail("cannot write " + printable(to.string()) + ": " + failure.message(), address);
+        else
+            check(dump, to.string(), fs::file_size(to, failure), address);
     }
-    fs::remove(pathOf(from), ignored);
+    fs::remove(pathOf(dump.folder), failure);
+}
+
+void DumpFolder::check(const Dump& dump, const std::string& file, std::uint64_t written,
+                       const std::string& address) {
+    if (dump.bytes && written < *dump.bytes)
+        fail("the dump " + printable(file) + " is not whole, " + std::to_string(written) + " of " +
+                 std::to_string(*dump.bytes) + " bytes: " + whyCut(folder_, *dump.bytes - written),
+             address);
+    else if (!dump.bytes && isFull(folder_))
+        fail("the dump " + printable(file) + " may not be whole: " + whyCut(folder_, 1), address);
+}
+
+void DumpFolder::fail(const std::string& text, const std::string& address) {
+    Diagnosis::Verdict verdict;
+    verdict.code = "file-failed";
+    verdict.text = text;
+    verdict.remedy = "more room or rights there, or another --diagnostics";
+    verdict.address = address;
+    const std::lock_guard lock(failuresMutex_);
+    failures_.push_back(std::move(verdict));
 }
 
 } // namespace Console

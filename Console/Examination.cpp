@@ -2,6 +2,7 @@
 
 #include "CameraCheck.h"
 #include "CommandFailure.h"
+#include "SearchFacts.h"
 
 #include "Diagnosis/Rules.h"
 #include "Look/ArpLook.h"
@@ -9,8 +10,8 @@
 
 #include <algorithm>
 #include <chrono>
-#include <cstddef>
 #include <iterator>
+#include <optional>
 #include <string>
 
 namespace Console {
@@ -19,12 +20,11 @@ namespace {
 
 using Diagnosis::Camera;
 using Diagnosis::Facts;
+using Diagnosis::Verdict;
 using namespace std::chrono_literals;
 
 /// What all looks but the search and the pictures may take.
 constexpr auto lookTime = 5s;
-/// Neighbours that are asked where no camera answers.
-constexpr std::size_t mostSuspects = 16;
 
 std::vector<std::string> addressesOf(const std::vector<Camera>& cameras) {
     std::vector<std::string> addresses;
@@ -32,20 +32,6 @@ std::vector<std::string> addressesOf(const std::vector<Camera>& cameras) {
     for (const Camera& camera : cameras)
         addresses.push_back(camera.address);
     return addresses;
-}
-
-/// Whoever has answered is among the neighbours, though his answer was dropped. Keeps those that answer as
-/// cameras do; a network may have any number of others.
-void lookAtNeighbours(Facts& facts) {
-    std::vector<std::string> suspects;
-    for (const Diagnosis::Neighbour& neighbour : facts.neighbours)
-        if (!neighbour.macAddress.empty() && neighbour.address != facts.defaultGateway &&
-            suspects.size() < mostSuspects)
-            suspects.push_back(neighbour.address);
-    Facts seen = facts;
-    Diagnosis::lookAt(suspects, seen);
-    std::copy_if(seen.cameras.begin(), seen.cameras.end(), std::back_inserter(facts.cameras),
-                 answersAsCamera);
 }
 
 void lookAtCameras(const std::vector<std::string>& addresses, Facts& facts) {
@@ -56,6 +42,43 @@ void lookAtCameras(const std::vector<std::string>& addresses, Facts& facts) {
     Diagnosis::lookAt(addressesOf(facts.cameras), facts);
 }
 
+/// What has become of the way to the camera that a cause is about, if it may come of that.
+std::optional<Verdict> onTheWay(const Verdict& cause, const Examination& seen) {
+    const auto camera = std::find_if(seen.facts.cameras.begin(), seen.facts.cameras.end(),
+                                     [&cause](const Camera& each) { return each.address == cause.address; });
+    const bool isFailure = cause.severity == Diagnosis::Severity::failure;
+    if (!isFailure || camera == seen.facts.cameras.end() || !Diagnosis::mayBeOfTheWay(cause))
+        return std::nullopt;
+    std::optional<Verdict> verdict = Diagnosis::verdictOnWay(*camera, seen.facts, seen.after);
+    if (verdict) {
+        verdict->address.clear();
+        verdict->room.clear();
+    }
+    return verdict;
+}
+
+/// Whether they say the same of the same.
+bool isSame(const Verdict& one, const Verdict& other) {
+    return one.code == other.code && one.text == other.text && one.address == other.address;
+}
+
+/// With an adapter that was lost meanwhile in the place of what that did to each camera behind it.
+std::vector<Verdict> withTheWay(const std::vector<Verdict>& causes, const Examination& seen) {
+    std::vector<Verdict> lost;
+    std::vector<Verdict> others;
+    for (const Verdict& cause : causes) {
+        const std::optional<Verdict> way = onTheWay(cause, seen);
+        (way ? lost : others).push_back(way.value_or(cause));
+    }
+    std::vector<Verdict> all;
+    for (const std::vector<Verdict>& some : {lost, others})
+        std::copy_if(some.begin(), some.end(), std::back_inserter(all), [&all](const Verdict& verdict) {
+            return std::none_of(all.begin(), all.end(),
+                                [&verdict](const Verdict& before) { return isSame(before, verdict); });
+        });
+    return all;
+}
+
 } // namespace
 
 Examination examine(const CameraOptions& options, ToolLog& log) {
@@ -63,6 +86,7 @@ Examination examine(const CameraOptions& options, ToolLog& log) {
     const std::vector<std::string> addresses = options.eachAddress();
     Diagnosis::lookAtComputer(seen.facts);
     Diagnosis::lookForCameras(seen.facts);
+    takeFromRefused(seen.facts);
     throwIfInterrupted();
     const auto deadline = std::chrono::steady_clock::now() + lookTime;
     lookAtCameras(addresses, seen.facts);
@@ -76,11 +100,12 @@ Examination examine(const CameraOptions& options, ToolLog& log) {
         seen.pluginFailure = failure.verdict();
     }
     throwIfInterrupted();
+    Diagnosis::lookAtComputer(seen.after);
     return seen;
 }
 
 std::vector<Diagnosis::Verdict> causesOf(const Examination& seen) {
-    std::vector<Diagnosis::Verdict> causes = Diagnosis::causesOf(seen.facts);
+    std::vector<Diagnosis::Verdict> causes = withTheWay(Diagnosis::causesOf(seen.facts), seen);
     if (seen.pluginFailure)
         causes.insert(causes.begin(), *seen.pluginFailure);
     return causes;

@@ -15,6 +15,7 @@ class ToolLog;
 
 struct Examination {
     Diagnosis::Facts facts;
+    Diagnosis::Facts after;                          ///< the computer alone, once all was done
     std::optional<Diagnosis::Verdict> pluginFailure; ///< why no camera was asked through the plug-in
 };
 
@@ -23,7 +24,8 @@ struct Examination {
 /// take a picture. A look that fails is a fact. Throws CommandFailure if Ctrl-C came.
 Examination examine(const CameraOptions& options, ToolLog& log);
 
-/// What is wrong, the likeliest cause first.
+/// What is wrong, the likeliest cause first: what has become of this computer's adapters meanwhile before
+/// what that looks like at the cameras.
 std::vector<Diagnosis::Verdict> causesOf(const Examination& seen);
 
 } // namespace Console

@@ -5,9 +5,10 @@
 #include <algorithm>
 #include <array>
 #include <cctype>
-#include <iomanip>
+#include <filesystem>
 #include <optional>
 #include <string_view>
+#include <system_error>
 
 namespace Console {
 
@@ -86,14 +87,29 @@ bool tellsPicturesApart(const CaptureOptions& options) {
     return options.picturesOfEach() == 1 || has("{number}") || (options.count == 1 && has("{exposure}"));
 }
 
+std::string inSmallLetters(std::string text) {
+    std::transform(text.begin(), text.end(), text.begin(),
+                   [](unsigned char letter) { return static_cast<char>(std::tolower(letter)); });
+    return text;
+}
+
 std::string extensionOf(const std::string& name) {
     const std::size_t dot = name.find_last_of("./");
-    if (dot == std::string::npos || name[dot] == '/')
-        return {};
-    std::string extension = name.substr(dot);
-    std::transform(extension.begin(), extension.end(), extension.begin(),
-                   [](unsigned char letter) { return static_cast<char>(std::tolower(letter)); });
-    return extension;
+    return dot == std::string::npos || name[dot] == '/' ? std::string() : inSmallLetters(name.substr(dot));
+}
+
+std::filesystem::path pathNamed(const std::string& utf8) {
+    return std::filesystem::path(std::u8string(utf8.begin(), utf8.end()));
+}
+
+/// The one path of a file, there or not, whatever its name leads through.
+std::string placeOf(const std::string& name) {
+    namespace fs = std::filesystem;
+    std::error_code failure;
+    const fs::path whole = fs::absolute(pathNamed(name), failure);
+    const fs::path resolved = fs::weakly_canonical(whole, failure);
+    const std::u8string utf8 = (failure ? whole.lexically_normal() : resolved).u8string();
+    return {utf8.begin(), utf8.end()};
 }
 
 /// Why the pattern is none; nothing if it is one, or a plain name.
@@ -135,7 +151,7 @@ std::string complaintAboutOutput(const std::string& output) {
 }
 
 std::string safeInNames(const std::string& text) {
-    std::string name = text.empty() ? "unknown" : safe(text);
+    std::string name = text.empty() ? unknownPart : safe(text);
     if (name.front() == '.') // or it would be hidden, or lead elsewhere
         name.front() = '_';
     return name;
@@ -145,10 +161,23 @@ bool isPattern(const std::string& output) {
     return output.find('{') != std::string::npos;
 }
 
+bool isFolderOfPictures(const CaptureOptions& options) {
+    const std::string& output = options.output;
+    if (output.empty() || isPattern(output) || options.isToStandardOutput())
+        return false;
+    std::error_code ignored;
+    return options.isOfSeveralCameras() || output.ends_with('/') ||
+           std::filesystem::is_directory(pathNamed(output), ignored);
+}
+
+bool isNamedByRoom(const std::string& output) {
+    return output.find("{room}") != std::string::npos;
+}
+
 std::string pictureFileName(const CaptureOptions& options, const NameParts& parts) {
     const std::string usual = "korva-" + safe(parts.address) + ".png";
     std::string name = options.output.empty() ? usual : filledIn(options.output, parts);
-    if (options.isOfSeveralCameras() && !options.output.empty() && !isPattern(options.output))
+    if (isFolderOfPictures(options))
         name = options.output + (options.output.ends_with('/') ? "" : "/") + usual;
     if (tellsPicturesApart(options))
         return name;
@@ -159,10 +188,45 @@ std::string pictureFileName(const CaptureOptions& options, const NameParts& part
     return name.substr(0, stemEnd) + "-" + std::to_string(parts.number) + name.substr(stemEnd);
 }
 
+std::vector<std::string> picturesNamedBefore(const CaptureOptions& options) {
+    std::vector<std::string> addresses = options.camera.eachAddress();
+    const bool isOneFile = !options.output.empty() && !isFolderOfPictures(options);
+    if (options.isToStandardOutput() || isPattern(options.output))
+        return {};
+    if (addresses.empty() && isOneFile)
+        addresses.emplace_back(); // a description's
+    std::vector<std::string> names;
+    for (const std::string& address : addresses) {
+        NameParts parts;
+        parts.address = address;
+        for (; parts.number <= options.picturesOfEach(); ++parts.number)
+            names.push_back(pictureFileName(options, parts));
+    }
+    return names;
+}
+
+bool isNameOfPng(const std::string& name) {
+    return extensionOf(name) == ".png";
+}
+
+bool isSameFile(const std::string& one, const std::string& other) {
+    std::error_code ignored; // of names that do not exist
+    return placeOf(one) == placeOf(other) ||
+           std::filesystem::equivalent(pathNamed(one), pathNamed(other), ignored);
+}
+
+void UnusedNames::reserve(const std::string& name) {
+    reserved_.insert(placeOf(name));
+}
+
 std::string UnusedNames::unused(const std::string& name) {
     const std::size_t stemEnd = std::min(name.rfind('.'), name.size());
+    const auto take = [this](const std::string& candidate) {
+        const std::string place = placeOf(candidate);
+        return !reserved_.contains(place) && given_.insert(inSmallLetters(place)).second;
+    };
     std::string unused = name;
-    for (int copy = 2; !given_.insert(unused).second; ++copy)
+    for (int copy = 2; !take(unused); ++copy)
         unused = name.substr(0, stemEnd) + "_" + std::to_string(copy) + name.substr(stemEnd);
     return unused;
 }

@@ -1,30 +1,22 @@
 #include "HealthCommand.h"
 
-#include "Aside.h"
-#include "CameraHost.h"
-#include "CameraUse.h"
 #include "CommandFailure.h"
 #include "CommandRun.h"
 #include "DiscoverReport.h"
+#include "HealthWard.h"
 #include "Printable.h"
-#include "ProgressBar.h"
-#include "SearchFacts.h"
 #include "ToolLog.h"
+#include "WatchedAdapters.h"
 #include "Watching.h"
 
-#include "Communicator/EthernetCommunicator.h"
-#include "Diagnosis/Ipv4.h"
 #include "Diagnosis/Json.h"
-#include "Diagnosis/Rules.h"
-#include "Platform/StandardError.h"
-#include "Platform/Text.h"
+#include "Diagnosis/Print.h"
 
 #include <nlohmann/json.hpp>
 
-#include <algorithm>
-#include <functional>
-#include <memory>
-#include <utility>
+#include <atomic>
+#include <cstddef>
+#include <numeric>
 #include <vector>
 
 namespace Console {
@@ -34,189 +26,131 @@ namespace {
 using Json = nlohmann::ordered_json;
 
 constexpr std::chrono::seconds pauseBetweenProbes{1};
-constexpr int picturePort = 32769;
+constexpr std::chrono::seconds pauseBetweenTwinLooks{5};
+constexpr int mostAtATime = 64;
 
-/// One camera, from probe to probe.
-struct Patient {
-    std::string address;
-    bool isAtItsPort = true; ///< so that a look at the address tells of it
-    std::shared_ptr<NativeCamera> camera =
-        nullptr;            ///< null until it is identified; whoever probes it shares it
-    bool hasAddress = true; ///< else it cannot be asked
-    Health health = {address, address};
+/// How often the networks are asked by a watch who has an address twice.
+constexpr auto twinSteps = pauseBetweenTwinLooks / pauseBetweenProbes;
 
-    void take(CameraPointer found) {
-        const auto* const connection = dynamic_cast<EthernetCommunicator*>(found->getCommunicator());
-        if (connection != nullptr) {
-            address = Platform::utf8FromWide(connection->getAddress());
-            isAtItsPort = connection->getPort() == picturePort;
-        }
-        health.place = placeOf(*found);
-        health.address = address;
-        camera = std::move(found);
+/// Why cameras may be missing.
+void addSearch(const HealthWard& ward, Json& object) {
+    if (!ward.cut().empty())
+        object["cut"] = ward.cut();
+    if (ward.searchTrouble() && !object.contains("error"))
+        object["error"] = Diagnosis::errorOf(*ward.searchTrouble());
+}
+
+/// What was found out so far, in the order of the cameras.
+void report(const HealthWard& ward, bool json, Json& object) {
+    for (std::size_t i = 0; i < ward.size(); ++i) {
+        const std::optional<Health> health = ward.healthOf(i);
+        if (!health)
+            continue;
+        object["results"].push_back(healthObject(*health));
+        if (health->whyNot && !object.contains("error"))
+            object["error"] = Diagnosis::errorOf(*health->whyNot);
+        if (!json)
+            say(healthLine(*health));
     }
-};
+    addSearch(ward, object);
+}
 
-/// The cameras of a command line, probed side by side.
-class Ward {
+/// One more than there are cameras: the last is the look for twins.
+ExitStatus askAll(HealthWard& ward, const HealthOptions& options, Json& object) {
+    Looking looking;
+    looking.count = ward.size() + 1;
+    looking.jobs = static_cast<std::size_t>(options.jobs);
+    looking.look = [&ward](std::size_t number) {
+        number < ward.size() ? ward.ask(number) : ward.lookForTwins(TwinLook::byArp);
+    };
+    try {
+        lookAtEach(looking);
+        std::vector<std::size_t> all(ward.size());
+        std::iota(all.begin(), all.end(), std::size_t{0});
+        ward.explain(all);
+    } catch (const CommandFailure&) {
+        report(ward, options.json, object);
+        throw;
+    }
+    report(ward, options.json, object);
+    return ward.status();
+}
+
+void tellLostDumps(const HealthWard& ward, bool json) {
+    for (const Diagnosis::Verdict& lost : ward.lostDumps())
+        tellNews(json, Diagnosis::lineOf(lost),
+                 {{"address", lost.address}, {"error", Diagnosis::errorOf(lost)}});
+}
+
+/// Of each camera what is new, at its own pace.
+class HealthWatch {
 public:
-    Ward(const HealthOptions& options, ToolLog& log)
-        : options_(options), log_(log), host_(options.camera, log) {
-        for (const std::string& address : options.camera.eachAddress())
-            patients_.push_back({address});
-        if (!options.camera.descriptionFile.empty())
-            patients_.emplace_back().take(host_.cameraOf(options.camera.descriptionFile));
-        if (options.camera.all)
-            search();
+    HealthWatch(HealthWard& ward, const HealthOptions& options)
+        : ward_(ward), options_(options), told_(ward.size()),
+          adapters_(false, [this](const auto& change) { tellAdapter(change, options_.json); }) {
+        for (const std::string& address : ward.addresses())
+            adapters_.addWatched(address);
     }
 
-    void probeAll() {
-        failed_.clear();
-        looked_.clear();
-        identifyThoseWhoAreNot();
-        probeThoseWhoAre();
-        if (failed_.empty())
-            return;
-        const std::vector<Diagnosis::Verdict> verdicts = whyNot(failed_);
-        for (std::size_t i = 0; i < verdicts.size(); ++i)
-            looked_[i]->health.whyNot = verdicts[i];
-    }
-
-    const std::vector<Patient>& patients() const { return patients_; }
-
-    /// Of the last probes.
-    ExitStatus status() const {
-        const auto ill = std::count_if(patients_.begin(), patients_.end(), [](const Patient& patient) {
-            return patient.health.whyNot.has_value();
-        });
-        if (ill == 0)
-            return ExitStatus::done;
-        return static_cast<std::size_t>(ill) == patients_.size() ? ExitStatus::failed
-                                                                 : ExitStatus::partlyFailed;
+    /// Until Ctrl-C.
+    ExitStatus run() {
+        Looking looking;
+        looking.count = ward_.size() + 1;
+        looking.jobs = static_cast<std::size_t>(options_.jobs);
+        looking.pause = pauseBetweenProbes;
+        looking.look = [this](std::size_t number) { number < ward_.size() ? watch(number) : watchTwins(); };
+        looking.meanwhile = [this] {
+            adapters_.lookNowAndThen();
+            tellLostDumps(ward_, options_.json);
+        };
+        tellSearch();
+        adapters_.look();
+        try {
+            lookAtEach(looking);
+        } catch (const CommandFailure& failure) {
+            if (failure.status() != ExitStatus::interrupted || !hasAnswered_)
+                throw;
+        }
+        return ward_.status();
     }
 
 private:
-    /// Also those who answer and cannot be identified are asked for.
-    void search() {
-        const Diagnosis::Facts facts = host_.searchFacts([this](const CameraTemplatePointer& found) {
-            patients_.emplace_back().take(host_.cameraFrom(*found));
-        });
-        if (!facts.search->failure.empty())
-            throw CommandFailure(whyNoSearch(facts));
-        if (!facts.search->cut.empty())
-            warn({cutWarning(*facts.search)});
-        for (const Diagnosis::Camera& camera : facts.cameras)
-            if (!camera.identity)
-                add(camera, facts);
-        std::sort(patients_.begin(), patients_.end(), [](const Patient& one, const Patient& other) {
-            return addressKey(one.address) < addressKey(other.address);
-        });
-        if (patients_.empty())
-            throw CommandFailure("no Korva camera found; try: korva discover, which says what was searched",
-                                 ExitStatus::nothingFound);
+    /// To people it has been said.
+    void tellSearch() const {
+        Json object;
+        addSearch(ward_, object);
+        if (options_.json && !object.empty())
+            tellNews(true, "", object);
     }
 
-    /// What tells no address is not looked up.
-    void add(const Diagnosis::Camera& camera, const Diagnosis::Facts& facts) {
-        Patient& patient = patients_.emplace_back();
-        patient.address = patient.health.place = patient.health.address = camera.address;
-        patient.hasAddress = Diagnosis::ipv4Number(camera.address).has_value();
-        if (!patient.hasAddress)
-            patient.health.whyNot = notIdentified(camera, facts);
-    }
-
-    void identifyThoseWhoAreNot() {
-        std::vector<Patient*> unknown;
-        std::vector<std::string> addresses;
-        for (Patient& patient : patients_)
-            if (patient.camera == nullptr && patient.hasAddress) {
-                unknown.push_back(&patient);
-                addresses.push_back(patient.address);
-            }
-        std::vector<CameraHost::Identified> results = host_.identified(addresses);
-        for (std::size_t i = 0; i < unknown.size(); ++i) {
-            if (results[i].camera != nullptr)
-                unknown[i]->take(std::move(results[i].camera));
-            else
-                lookAfter(*unknown[i], results[i].attempt);
+    void watch(std::size_t number) {
+        const auto begin = WatchedAdapters::Clock::now();
+        ward_.ask(number);
+        ward_.explain({number});
+        hasAnswered_ = true;
+        const Health now = ward_.healthOf(number).value();
+        if (now.whyNot) {
+            adapters_.look(); // before anything is told of the camera
+            if (adapters_.explain(ward_.addresses()[number], begin))
+                return;
         }
+        if (told_[number] != now)
+            tellNews(options_.json, healthLine(now), healthObject(now));
+        told_[number] = now;
     }
 
-    void probeThoseWhoAre() {
-        std::vector<Patient*> asked;
-        std::vector<std::function<void()>> works;
-        // The thread may be left behind: what it uses is the plug-in's, or shared.
-        const auto answers = std::make_shared<std::vector<CameraUse::Probe>>(patients_.size());
-        for (Patient& patient : patients_) {
-            if (patient.camera == nullptr)
-                continue;
-            works.emplace_back(
-                [answers, i = asked.size(), camera = patient.camera, limits = options_.camera.limits] {
-                    ProgressBar bar(Platform::standardError());
-                    (*answers)[i] = CameraUse(*camera, bar, limits).probe();
-                });
-            asked.push_back(&patient);
-        }
-        const std::vector<std::vector<Diagnosis::LogLine>> lines = doAside(log_, std::move(works));
-        for (std::size_t i = 0; i < asked.size(); ++i)
-            judge(*asked[i], (*answers)[i], lines[i]);
+    void watchTwins() {
+        if (twinStep_++ % twinSteps == 0)
+            ward_.lookForTwins(options_.camera.all ? TwinLook::alsoBySearch : TwinLook::byArp);
     }
 
-    void judge(Patient& patient, const CameraUse::Probe& probe,
-               const std::vector<Diagnosis::LogLine>& lines) {
-        patient.health.whyNot.reset();
-        if (!probe.reported && !probe.errorCode)
-            return;
-        Diagnosis::Attempt attempt;
-        attempt.what = Diagnosis::Attempt::What::probe;
-        if (probe.reported)
-            attempt.healthCode = probe.reported->getCode();
-        attempt.errorCode = probe.errorCode;
-        attempt.succeeded = !probe.reported;
-        attempt.lines = lines;
-        if (patient.isAtItsPort && !attempt.errorCode)
-            return lookAfter(patient, attempt);
-        Diagnosis::Camera known;
-        known.address = patient.address;
-        patient.health.whyNot = Diagnosis::verdictOn(attempt, known);
-    }
-
-    /// Once all have been asked.
-    void lookAfter(Patient& patient, const Diagnosis::Attempt& attempt) {
-        failed_.push_back({patient.address, attempt});
-        looked_.push_back(&patient);
-    }
-
+    HealthWard& ward_;
     const HealthOptions& options_;
-    ToolLog& log_;
-    CameraHost host_; ///< outlives the cameras
-    std::vector<Patient> patients_;
-    std::vector<FailedAttempt> failed_; ///< that a look at the network may explain
-    std::vector<Patient*> looked_;      ///< whose these are
+    std::vector<std::optional<Health>> told_; ///< each of them used by one thread at a time
+    std::atomic<bool> hasAnswered_{false};
+    int twinStep_ = 0;
+    WatchedAdapters adapters_;
 };
-
-/// What is new since the last call.
-void tellChanges(const Ward& ward, std::vector<Health>& before, bool json) {
-    std::vector<Health> now;
-    for (const Patient& patient : ward.patients())
-        now.push_back(patient.health);
-    for (std::size_t i = 0; i < now.size(); ++i)
-        if (i >= before.size() || before[i] != now[i])
-            tellNews(json, healthLine(now[i]), healthObject(now[i]));
-    before = std::move(now);
-}
-
-/// The last line of a watch says what is wrong at its end.
-ExitStatus watchAll(Ward& ward, bool json) {
-    std::vector<Health> before;
-    const bool isProbed = watchUntilInterrupt(pauseBetweenProbes, [&] {
-        ward.probeAll();
-        tellChanges(ward, before, json);
-    });
-    if (!isProbed)
-        throw interruption();
-    return ward.status();
-}
 
 } // namespace
 
@@ -225,24 +159,32 @@ void addHealthOptions(const CommandLine::Options& command, HealthOptions& option
     command
         .addFlag("--watch", options.watch,
                  "Ask again each second until Ctrl-C, and print a line with the time whenever something has "
-                 "changed; a camera that is not there is waited for")
+                 "changed; a camera that is not there is waited for. With --all, those that one search finds "
+                 "at the beginning")
         .placeholder(" ");
+    command.add("--jobs", options.jobs, "Ask so many cameras at a time; 16 unless given")
+        .placeholder("N")
+        .range(1, mostAtATime);
     command
-        .addFlag("--json", options.json,
-                 "Print one JSON object on standard output instead of words; with --watch one on each line")
+        .addFlag("--any-camera", options.takesAnyCamera,
+                 "With --from, also if another camera than the description's answers")
         .placeholder(" ");
+    addJson(command, options.json, " instead of words; with --watch one on each line");
     addPluginOption(command, options.camera);
-    command.footer(std::string("ADDRESS identifies the camera first, which a camera that has failed may not "
-                               "answer; --from does without. With --watch the exit status is that of the "
-                               "last probes.\n\n") +
-                   exitStatusHelp);
+    command.footer(
+        std::string("ADDRESS identifies the camera first, which a camera that has failed may not "
+                    "answer; --from does without. A camera that answers the check with an error "
+                    "answers: that is a note.\n\n"
+                    "Ctrl-C is the usual end of --watch, whose exit status is then that of the last "
+                    "checks; 130 only if none had come to its end.\n\n") +
+        exitStatusHelp);
 }
 
 std::string healthLine(const Health& health) {
-    if (!health.whyNot)
+    const std::optional<Diagnosis::Verdict>& verdict = health.whyNot ? health.whyNot : health.note;
+    if (!verdict)
         return printable(health.place) + ": good, the camera answers";
-    return printable(health.place) + ": " + printable(health.whyNot->text) +
-           "; try: " + printable(health.whyNot->remedy);
+    return printable(health.place) + ": " + printable(verdict->text) + "; try: " + printable(verdict->remedy);
 }
 
 Json healthObject(const Health& health) {
@@ -251,6 +193,8 @@ Json healthObject(const Health& health) {
     object["ok"] = !health.whyNot;
     if (health.whyNot)
         object["error"] = Diagnosis::errorOf(*health.whyNot);
+    if (health.note)
+        object["note"] = Diagnosis::errorOf(*health.note);
     return object;
 }
 
@@ -259,18 +203,13 @@ ExitStatus runHealth(const HealthOptions& options, const CommonOptions& common) 
                    [&](Json& object) {
                        warnOfNoDump(common);
                        ToolLog log(common.log, nullptr);
-                       Ward ward(options, log);
+                       HealthWard ward(options, log);
+                       if (ward.searchTrouble())
+                           warn({Diagnosis::lineOf(*ward.searchTrouble())});
                        if (options.watch)
-                           return watchAll(ward, options.json);
-                       ward.probeAll();
-                       for (const Patient& patient : ward.patients()) {
-                           object["results"].push_back(healthObject(patient.health));
-                           if (patient.health.whyNot && !object.contains("error"))
-                               object["error"] = Diagnosis::errorOf(*patient.health.whyNot);
-                           if (!options.json)
-                               say(healthLine(patient.health));
-                       }
-                       return ward.status();
+                           return HealthWatch(ward, options).run();
+                       const ExitStatus status = askAll(ward, options, object);
+                       return tellLost(ward.lostDumps(), status, object);
                    });
 }
 

@@ -16,6 +16,8 @@ namespace Console {
 
 struct HealthOptions {
     CameraOptions camera;
+    bool takesAnyCamera = false; ///< also another than the description's
+    int jobs = 16;               ///< cameras that are asked at a time
     bool watch = false;
     bool json = false;
 };
@@ -23,9 +25,9 @@ struct HealthOptions {
 /// Adds the options of `korva health`; `options` must outlive the parse.
 void addHealthOptions(const CommandLine::Options& command, HealthOptions& options);
 
-/// Probes the cameras' connections once, side by side, and says of each on standard output what it found;
-/// with options.watch each second until Ctrl-C, and of that what is new. A camera that is not there is asked
-/// for again. The status is that of the last probes. Never throws.
+/// Probes the cameras' connections once, side by side, and says of each on standard output what it found.
+/// With options.watch each second until Ctrl-C, each camera at its own pace, and of that what is new; a
+/// camera that is not there is asked for again. The status is that of the last probes. Never throws.
 ExitStatus runHealth(const HealthOptions& options, const CommonOptions& common);
 
 /// What a probe, or the identification before it, came to.
@@ -33,14 +35,16 @@ struct Health {
     std::string place;                             ///< "10.0.0.7:32769", or the address alone
     std::string address;                           ///< without a port
     std::optional<Diagnosis::Verdict> whyNot = {}; ///< unset: the camera answers
+    std::optional<Diagnosis::Verdict> note = {};   ///< what is odd about its answer
 
     bool operator==(const Health&) const = default;
 };
 
-/// "10.0.0.7:32769: good, the camera answers", or why not and what to try.
+/// "10.0.0.7:32769: good, the camera answers", or what is odd or wrong and what to try.
 std::string healthLine(const Health& health);
 
-/// {"address", "ok", "error": {"code", "text", "try"}}, without "error" if it answers.
+/// {"address", "ok", "error": {"code", "text", "try"}}; of a camera that answers without "error", and with
+/// "note" of the same shape where something is odd.
 nlohmann::ordered_json healthObject(const Health& health);
 
 } // namespace Console

@@ -3,11 +3,15 @@
 #include "CameraHost.h"
 #include "CameraText.h"
 #include "CommandRun.h"
+#include "DescribedCamera.h"
 #include "HardwareAddress.h"
 #include "Printable.h"
 #include "ToolLog.h"
+#include "Twins.h"
 
 #include "Diagnosis/Ipv4.h"
+#include "Diagnosis/Json.h"
+#include "Diagnosis/Print.h"
 #include "Platform/Text.h"
 
 #include <nlohmann/json.hpp>
@@ -28,18 +32,38 @@ CameraInfo withMacAddress(CameraInfo camera, const std::string& asked, ToolLog& 
     return camera;
 }
 
+/// To people and to programs, what is odd about the camera.
+void noteOddity(const Diagnosis::Verdict& verdict, nlohmann::ordered_json& object) {
+    warn({Diagnosis::lineOf(verdict)});
+    if (!object.contains("note"))
+        object["note"] = Diagnosis::errorOf(verdict);
+}
+
+/// Of an address that another camera has as well: which one was asked is chance.
+void noteTwin(const std::string& address, nlohmann::ordered_json& object) {
+    const Twins twins = lookForTwins({address}, TwinLook::byArp);
+    if (!twins.empty())
+        noteOddity(twins.begin()->second, object);
+}
+
+/// Of what answers, and not as a camera does.
+void noteGarbage(const std::string& address, const CameraInfo& camera, nlohmann::ordered_json& object) {
+    if (const auto verdict = saysNothing(address, camera))
+        noteOddity(*verdict, object);
+}
+
 } // namespace
 
 void addIdentifyOptions(const CommandLine::Options& command, IdentityOptions& options) {
     addAddress(command, options.camera);
-    command.addFlag("--json", options.json, "Print one JSON object on standard output instead of words")
-        .placeholder(" ");
+    addJson(command, options.json);
     addPluginOption(command, options.camera);
     command.footer(exitStatusHelp);
 }
 
 void addDescribeOptions(const CommandLine::Options& command, IdentityOptions& options) {
     addAddress(command, options.camera);
+    addJson(command, options.json, ", with the XML as \"description\"");
     addPluginOption(command, options.camera);
     command.footer(exitStatusHelp);
 }
@@ -54,16 +78,26 @@ ExitStatus runIdentify(const IdentityOptions& options, const CommonOptions& comm
         object = cameraObject(camera);
         if (!options.json)
             say(cameraDetails(camera));
-        return ExitStatus::done;
+        noteTwin(options.camera.address, object);
+        noteGarbage(options.camera.address, camera, object);
+        return tellLost(host.takeDumpFailures(), ExitStatus::done, object);
     });
 }
 
 ExitStatus runDescribe(const IdentityOptions& options, const CommonOptions& common) {
-    return runCommand(common, OnInterrupt::note, [&] {
+    return runJson(options.json, {}, common, [&](nlohmann::ordered_json& object) {
+        warnOfNoDump(common);
         ToolLog log(common.log, nullptr);
         const CameraHost host(options.camera, log);
-        const std::string description = host.cameraAt(options.camera.address)->toXml();
-        std::fputs(printableXml(description).c_str(), stdout);
+        const CameraPointer camera = host.cameraAt(options.camera.address);
+        const std::string description = printableXml(camera->toXml());
+        object = {{"address", Platform::utf8FromWide(camera->getCameraInfo().getIpAddress())},
+                  {"description", description}};
+        if (!options.json)
+            std::fputs(description.c_str(), stdout);
+        noteTwin(options.camera.address, object);
+        noteGarbage(options.camera.address, camera->getCameraInfo(), object);
+        return tellLost(host.takeDumpFailures(), ExitStatus::done, object);
     });
 }
 

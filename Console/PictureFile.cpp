@@ -138,7 +138,8 @@ void makeFolder(const std::string& utf8Path) {
     std::error_code code;
     fs::create_directories(pathFromUtf8(utf8Path), code);
     if (code)
-        throw PictureFileError("cannot make the folder " + printable(utf8Path) + ": " + code.message());
+        throw PictureFileError("cannot make the folder " + printable(utf8Path) + ": " + code.message() +
+                               "; try: another --output");
 }
 
 } // namespace Console

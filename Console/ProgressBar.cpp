@@ -5,6 +5,8 @@
 
 #include <algorithm>
 #include <array>
+#include <cstdlib>
+#include <string_view>
 
 namespace Console {
 
@@ -56,8 +58,18 @@ std::string exposingText(double seconds, int exposureUnits) {
     return "exposing " + std::to_string(passed) + "/" + Diagnosis::secondsText(exposureUnits) + " s";
 }
 
+bool isObedient(std::FILE* stream) {
+    const char* const kind = std::getenv("TERM");
+    return Platform::isTerminal(stream) && (kind == nullptr || std::string_view(kind) != "dumb");
+}
+
+bool isColourWanted(std::FILE* stream) {
+    const char* const unwanted = std::getenv("NO_COLOR");
+    return (unwanted == nullptr || *unwanted == '\0') && isObedient(stream);
+}
+
 ProgressBar::ProgressBar(std::FILE* stream)
-    : stream_(stream), enabled_(stream != nullptr && Platform::isTerminal(stream)) {}
+    : stream_(stream), enabled_(stream != nullptr && isObedient(stream)) {}
 
 ProgressBar::~ProgressBar() {
     erase();
@@ -98,9 +110,12 @@ bool ProgressBar::isDue(Clock::time_point now) {
 
 void ProgressBar::draw(const std::string& text) {
     const std::lock_guard lock(mutex_);
+    if (shown_ && text == text_)
+        return;
     std::fprintf(stream_, "\r\x1b[K%s", text.c_str());
     std::fflush(stream_);
     shown_ = true;
+    text_ = text;
     lastDrawn_ = Clock::now();
 }
 

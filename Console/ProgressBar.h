@@ -17,12 +17,19 @@ std::string progressText(std::uint64_t received, std::uint64_t expected, double 
 /// "exposing 12/30 s": the whole seconds that have passed, of an exposure of so many units of 100 ms.
 std::string exposingText(double seconds, int exposureUnits);
 
-/// A bar that redraws itself in place. One thread but for erase(), which any may call.
+/// Whether what `stream` shows can be erased and coloured: it is a terminal, and TERM does not call it dumb.
+bool isObedient(std::FILE* stream);
+
+/// Whether lines on `stream` may have colours: it is obedient, and NO_COLOR is not set in the environment.
+bool isColourWanted(std::FILE* stream);
+
+/// A bar that redraws itself in place, where that says something new. One thread but for erase(), which any
+/// may call.
 class ProgressBar {
 public:
     using Clock = std::chrono::steady_clock;
 
-    /// Draws on `stream`, which must outlive it, only if that is a terminal. On none, a null pointer, it only
+    /// Draws on `stream`, which must outlive it, only if that is obedient. On none, a null pointer, it only
     /// counts.
     explicit ProgressBar(std::FILE* stream);
     ProgressBar(const ProgressBar&) = delete;
@@ -53,6 +60,7 @@ private:
     bool enabled_;
     std::mutex mutex_; ///< guards what follows
     bool shown_ = false;
+    std::string text_; ///< that is shown
     Clock::time_point lastDrawn_;
     // Of the drawing thread alone.
     std::uint64_t receivedBefore_ = 0; ///< by earlier reads of the same picture

@@ -58,6 +58,26 @@ void addNew(std::vector<T>& all, const T& one) {
         all.push_back(one);
 }
 
+/// The first search knows better why it was refused.
+void addUnlessKnown(std::vector<SearchedNetwork>& networks, const SearchedNetwork& network) {
+    for (SearchedNetwork& known : networks)
+        if (known.adapter == network.adapter && known.own.address == network.own.address)
+            return;
+    const auto isBare = [&network](const SearchedNetwork& known) {
+        return known.adapter == network.adapter && known.own.address.empty();
+    };
+    std::erase_if(networks, isBare);
+    networks.push_back(network);
+}
+
+void takeAnswer(const Answer& answer, Diagnosis::Facts& facts) {
+    facts.search->answers.push_back(answer);
+    Diagnosis::Camera& camera = cameraIn(facts, answer.address);
+    camera.answeredSearch = true;
+    if (camera.room.empty())
+        camera.room = answer.room;
+}
+
 /// One search may add answers of its own: the same ones may come more than once in it.
 void addNewAnswers(std::vector<Answer>& all, const std::vector<Answer>& further) {
     std::set<std::pair<std::string, std::string>> known;
@@ -127,13 +147,68 @@ Diagnosis::Facts factsOf(const SearchProgress& progress, const std::vector<Camer
             attempt.lines = progress.turns()[i].complaints;
         }
     }
+    addFound(found, facts);
+    return facts;
+}
+
+void addFound(const std::vector<CameraInfo>& found, Diagnosis::Facts& facts) {
     for (const CameraInfo& info : found) {
         Diagnosis::Camera& camera = cameraIn(facts, utf8(info.getIpAddress()));
+        if (camera.identity)
+            continue;
         camera.answeredSearch = true;
         camera.identity = identityOf(info);
         camera.attempts.emplace_back().succeeded = true;
     }
-    return facts;
+}
+
+void takeFromRefused(Diagnosis::Facts& facts) {
+    const std::vector<SearchedNetwork>& networks = facts.search->networks;
+    const auto isRefused = [&networks](const Answer& answer) {
+        return std::any_of(networks.begin(), networks.end(), [&answer](const SearchedNetwork& network) {
+            return network.outcome == Outcome::refused && network.adapter == answer.adapter;
+        });
+    };
+    for (const Answer& answer : facts.limitedOnly)
+        if (isRefused(answer) && Diagnosis::ipv4Number(answer.address))
+            takeAnswer(answer, facts);
+    std::erase_if(facts.limitedOnly, isRefused);
+}
+
+bool tellsTooLittle(const Diagnosis::Facts& facts) {
+    std::set<std::string> addresses;
+    const auto isRepeated = [&addresses](const Answer& answer) {
+        return !addresses.insert(answer.address).second;
+    };
+    const std::vector<Answer>& answers = facts.search->answers;
+    return answers.empty() || std::any_of(answers.begin(), answers.end(), isRepeated) ||
+           std::any_of(facts.cameras.begin(), facts.cameras.end(),
+                       [](const Diagnosis::Camera& camera) { return !camera.identity; });
+}
+
+std::vector<std::string> absorbLook(Diagnosis::Facts& facts, const Diagnosis::Facts& look) {
+    facts.foreign = look.foreign;
+    facts.limitedOnly = look.limitedOnly;
+    facts.neighbours = look.neighbours;
+    facts.askedByArp = look.askedByArp;
+    if (!look.search)
+        return {};
+    Diagnosis::Search& search = *facts.search;
+    if (!look.search->strange.empty())
+        search.strange = look.search->strange; // which has their sources
+    if (!search.answers.empty()) {
+        completeAnswers(search.answers, look.search->answers);
+        return {};
+    }
+    for (const SearchedNetwork& network : look.search->networks)
+        addUnlessKnown(search.networks, network);
+    for (const Answer& answer : look.search->answers)
+        takeAnswer(answer, facts);
+    takeFromRefused(facts);
+    std::vector<std::string> addresses;
+    for (const Answer& answer : search.answers)
+        addNew(addresses, answer.address);
+    return addresses;
 }
 
 void completeNetworks(Diagnosis::Facts& facts) {
@@ -155,19 +230,21 @@ void completeNetworks(Diagnosis::Facts& facts) {
 }
 
 void completeAnswers(std::vector<Answer>& answers, const std::vector<Answer>& looked) {
-    std::vector<bool> isTaken(looked.size(), false);
+    // Of equal keys those that come first stand first.
+    std::multimap<std::pair<std::string, std::string>, const Answer*> waiting;
+    for (const Answer& each : looked)
+        waiting.emplace(std::pair(each.address, each.room), &each);
     for (Answer& answer : answers) {
-        for (std::size_t i = 0; i < looked.size(); ++i) {
-            if (isTaken[i] || looked[i].address != answer.address || looked[i].room != answer.room)
-                continue;
-            isTaken[i] = true;
-            answer.source = looked[i].source;
-            answer.adapter = looked[i].adapter;
-            // Who answers from elsewhere has another one there.
-            if (!looked[i].macAddress.empty() && answer.source == answer.address)
-                answer.macAddress = looked[i].macAddress;
-            break;
-        }
+        const auto found = waiting.lower_bound({answer.address, answer.room});
+        if (found == waiting.end() || found->first != std::pair(answer.address, answer.room))
+            continue;
+        const Answer& seen = *found->second;
+        answer.source = seen.source;
+        answer.adapter = seen.adapter;
+        // Who answers from elsewhere has another one there.
+        if (!seen.macAddress.empty() && answer.source == answer.address)
+            answer.macAddress = seen.macAddress;
+        waiting.erase(found);
     }
 }
 
@@ -205,6 +282,9 @@ void absorb(Diagnosis::Facts& all, const Diagnosis::Facts& further) {
     all.adaptersKnown = further.adaptersKnown;
     all.defaultGateway = further.defaultGateway;
     all.neighbours = further.neighbours;
+    all.askedByArp = further.askedByArp;
+    all.foreign = further.foreign;
+    all.limitedOnly = further.limitedOnly;
     addNewCameras(all.cameras, further.cameras);
 }
 

@@ -22,6 +22,22 @@ Diagnosis::Camera& cameraIn(Diagnosis::Facts& facts, const std::string& address)
 /// failed attempt.
 Diagnosis::Facts factsOf(const SearchProgress& progress, const std::vector<CameraInfo>& found);
 
+/// Adds to the cameras of `facts` those that were identified.
+void addFound(const std::vector<CameraInfo>& found, Diagnosis::Facts& facts);
+
+/// Whether a look of our own may tell more than the search: nobody has answered, somebody twice, or somebody
+/// who was not identified. `facts` has a search.
+bool tellsTooLittle(const Diagnosis::Facts& facts);
+
+/// Takes for answers to the search, which `facts` has, those to a limited broadcast over an adapter that
+/// refused the search.
+void takeFromRefused(Diagnosis::Facts& facts);
+
+/// Adds to a search, which `facts` has, what a look of our own has told: who is on the cables besides, and
+/// where the answers came from. Where the search has no answers it gets those of the look, and of those that
+/// answered on a network which refused the search; the addresses of these are returned, each once.
+std::vector<std::string> absorbLook(Diagnosis::Facts& facts, const Diagnosis::Facts& look);
+
 /// Names the adapters of the networks that were searched, and adds those that were not and why, by
 /// `facts.adapters`.
 void completeNetworks(Diagnosis::Facts& facts);

@@ -95,6 +95,8 @@ void SearchProgress::takeAnswer(std::string_view roomAndAddress, Diagnosis::Mill
         std::min(roomAndAddress.rfind(' '), roomAndAddress.size()); // a room may have some
     Diagnosis::Answer& answer = search_.answers.emplace_back();
     answer.room = roomAndAddress.substr(0, blank);
+    if (answer.room.starts_with("--")) // the next key, behind a room without a name
+        answer.room.clear();
     answer.address = roomAndAddress.substr(std::min(blank + 1, roomAndAddress.size()));
     answer.after = at;
     turns_.emplace_back();

@@ -4,9 +4,13 @@
 #include "Printable.h"
 #include "ToolLog.h"
 
+#include "Camera/CameraSet.h"
+#include "Diagnosis/Json.h"
 #include "Platform/Kernel.h"
 #include "Platform/StandardStreams.h"
 #include "Platform/Terminal.h"
+
+#include <nlohmann/json.hpp>
 
 #include <atomic>
 #include <chrono>
@@ -25,6 +29,7 @@ namespace Console {
 namespace {
 
 using Clock = std::chrono::steady_clock;
+using Json = nlohmann::ordered_json;
 
 /// How soon Ctrl-C is noticed.
 constexpr DWORD pollMs = 50;
@@ -52,7 +57,10 @@ std::list<Simulator::CameraServer> serversOf(const SimulateOptions& options) {
     const std::vector<Simulator::CameraEntry> cameras = camerasToServe(options);
     for (const Simulator::CameraEntry& camera : cameras) {
         const std::string prefix = cameras.size() > 1 ? camera.address + ": " : "";
-        const auto log = [prefix](const std::string& event) { tell(printable(prefix + event)); };
+        const auto log = [prefix, json = options.json](const std::string& event) {
+            if (!json)
+                tell(printable(prefix + event));
+        };
         servers.emplace_back(camera.settings, Simulator::ServerOptions{camera.address, camera.binaryTcpPort,
                                                                        camera.textTcpAndUdpPort,
                                                                        camera.textTcpAndUdpPort, log});
@@ -61,13 +69,14 @@ std::list<Simulator::CameraServer> serversOf(const SimulateOptions& options) {
 }
 
 /// Ends the process where the servers do not end in time, most likely because nobody reads what they say.
-void stop(std::list<Simulator::CameraServer> servers) {
+void stop(std::list<Simulator::CameraServer> servers, bool json) {
     for (Simulator::CameraServer& server : servers)
         server.requestStop();
     std::packaged_task<void()> farewell([&] {
         const bool one = servers.size() == 1;
         servers.clear();
-        say(one ? "The simulated camera has stopped." : "The simulated cameras have stopped.");
+        if (!json)
+            say(one ? "The simulated camera has stopped." : "The simulated cameras have stopped.");
     });
     const std::future<void> stopped = farewell.get_future();
     std::thread thread(std::move(farewell));
@@ -76,22 +85,46 @@ void stop(std::list<Simulator::CameraServer> servers) {
     thread.join();
 }
 
+Json objectOf(const Simulator::CameraServer& server) {
+    const Simulator::CameraSettings& camera = server.settings();
+    const auto portOf = [](Simulator::Service service, std::uint16_t port) {
+        return service == Simulator::Service::refused ? Json() : Json(port);
+    };
+    return {{"address", server.address()},
+            {"room", camera.room},
+            {"model", camera.model},
+            {"serialNumber", camera.serialNumber},
+            {"firmware", camera.firmware},
+            {"picturePort", portOf(camera.binary, server.binaryTcpPort())},
+            {"textPort", portOf(camera.text, server.textTcpPort())},
+            {"discoveryPort", portOf(camera.discovery, server.discoveryUdpPort())}};
+}
+
+void greet(const std::list<Simulator::CameraServer>& servers, const SimulateOptions& options) {
+    Json object{{"cameras", Json::array()}};
+    for (const Simulator::CameraServer& server : servers)
+        if (options.json)
+            object["cameras"].push_back(objectOf(server));
+        else if (!Platform::interrupted())
+            tell(simulateGreeting(server));
+    if (options.json)
+        tell(Diagnosis::dumped(object));
+    else if (!options.runTime)
+        tell("Ctrl-C ends it.");
+}
+
 void serve(const SimulateOptions& options) {
     // While files are read and ports are taken, there is nothing that Ctrl-C would have to wait for.
     Platform::endAtInterrupts("", static_cast<int>(ExitStatus::done));
     std::list<Simulator::CameraServer> servers = serversOf(options);
     Platform::catchInterrupts();
-    for (const Simulator::CameraServer& server : servers)
-        if (!Platform::interrupted())
-            tell(simulateGreeting(server));
-    if (!options.runTime)
-        tell("Ctrl-C ends it.");
+    greet(servers, options);
     const auto start = Clock::now();
     for (Simulator::CameraServer& server : servers)
         server.start();
     while (!isOver(options, start))
         Sleep(pollMs);
-    stop(std::move(servers));
+    stop(std::move(servers), options.json);
 }
 
 std::string serviceLine(const std::string& language, Simulator::Service service, const std::string& address,
@@ -140,10 +173,13 @@ ExitStatus runSimulate(const SimulateOptions& options, const CommonOptions& comm
     Platform::ignoreBrokenPipes();
     CommonOptions hostless = common;
     hostless.log = {}; // nothing is fetched here, so that there is no folder of dumps to make or to name
-    return runCommand(hostless, OnInterrupt::note, [&] {
+    return runJson(options.json, {}, hostless, [&](Json& /*object*/) {
         const ToolLog log(common.log, nullptr);
         try {
             serve(options);
+            return ExitStatus::done;
+        } catch (const Simulator::CameraSetError& error) {
+            throw fileFailure(printable(error.what()), "what korva simulate --help says of --config");
         } catch (const Simulator::ServerError& error) {
             throw CommandFailure(
                 printable(error.what()) +

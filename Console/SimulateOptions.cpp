@@ -1,5 +1,7 @@
 #include "SimulateOptions.h"
 
+#include "CommonOptions.h"
+
 #include "Camera/CameraSet.h"
 #include "Camera/Ipv4.h"
 #include "Camera/SettingTable.h"
@@ -132,6 +134,7 @@ void addSimulateOptions(const Options& command, SimulateOptions& options) {
     }
     addConfigOptions(command, options, ofOneCamera);
     addRunOptions(command, options);
+    addJson(command, options.json, " once the cameras are served, instead of words");
     command.footer(
         Simulator::faultHelp() +
         "\nThe configuration file is {\"cameras\": [{\"address\": \"10.77.1.11\", \"room\": \"Lab 2\", "

@@ -19,6 +19,7 @@ struct SimulateOptions {
     std::string configFile;                 ///< of a set of cameras, served instead of `camera`; empty: none
     std::optional<unsigned> onlyNumber;     ///< of the set, counted from 1
     std::optional<std::string> onlyAddress; ///< of the set
+    bool json = false;
 };
 
 /// The cameras to serve: the one of the command line, or those of the configuration file that are asked for.

@@ -16,8 +16,7 @@
 
 #include "Platform/Memory.h"
 #include "Platform/StandardStreams.h"
-
-#include <nlohmann/json.hpp>
+#include "Platform/Terminal.h"
 
 #include <algorithm>
 #include <clocale>
@@ -51,10 +50,7 @@ ExitStatus answerWith(const CommandLine::CommandLine& line, const CommandLine::C
                       bool json) {
     if (reply.complaint.empty())
         return Console::print(reply.help);
-    const Diagnosis::Verdict verdict = complaintOf(line, reply);
-    return Console::runJson(json, {}, {}, [&verdict](nlohmann::ordered_json&) -> ExitStatus {
-        throw Console::CommandFailure(verdict, ExitStatus::wrongUsage);
-    });
+    return Console::fail(complaintOf(line, reply), ExitStatus::wrongUsage, json);
 }
 
 /// Under a locale without UTF-8 the logging library turns every byte above 127 into a question mark.
@@ -111,6 +107,8 @@ ExitStatus run(int argc, char** argv) {
 
 int main(int argc, char** argv) {
     Platform::openClosedStandardStreams();
+    // Until a command has something to bring to an end.
+    Platform::endAtInterrupts("korva: interrupted\n", static_cast<int>(ExitStatus::interrupted));
     useUtf8Locale();
     Platform::keepFreedMemory(keptBytes);
     return static_cast<int>(Console::guarded([&] { return run(argc, argv); }));

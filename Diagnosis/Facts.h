@@ -142,6 +142,7 @@ struct Attempt {
     std::string reason;                    ///< of an exception or of this system; empty if there was none
     Milliseconds took{0};
     Milliseconds exposure{0};   ///< of a picture
+    Milliseconds allowed{0};    ///< all the time that it was given, where that is less than usual; else 0
     std::vector<LogLine> lines; ///< of the thread that made the attempt
 
     bool operator==(const Attempt&) const = default;
@@ -154,6 +155,7 @@ struct Camera {
     bool wasAskedFor = false; ///< by the user, rather than found
     bool answeredSearch = false;
     std::optional<bool> answersQuery;      ///< a query sent to it alone; unset: not looked
+    std::string namedFrom = {};            ///< another address, whose answer names this one; empty: none does
     std::string unknownName = {};          ///< why the name stands for no address; empty: it does, or is one
     std::string ipv4 = {};                 ///< the address, or the one behind the name; empty: not looked
     bool isOwnAddress = false;             ///< it is this computer's own, and not its loopback's
@@ -182,6 +184,8 @@ struct Facts {
     bool adaptersKnown = true;  ///< false: the system did not tell
     std::string defaultGateway; ///< dotted decimal; empty: there is no default route
     std::vector<Neighbour> neighbours;
+    std::optional<bool> askedByArp =
+        {};                       ///< who else has its addresses; false: it takes rights; unset: not tried
     std::optional<Search> search; ///< unset: none was made
     std::vector<Camera> cameras;  ///< each address once
     std::vector<Answer> foreign;  ///< answers to a limited broadcast from addresses of no own network

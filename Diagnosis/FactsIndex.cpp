@@ -1,6 +1,11 @@
 #include "FactsIndex.h"
 
+#include "Ipv4.h"
 #include "RulesOfNetworks.h"
+
+#include <algorithm>
+#include <cstdint>
+#include <utility>
 
 namespace Diagnosis {
 
@@ -13,6 +18,8 @@ FactsIndex::FactsIndex(const Facts& all) : facts(all), adapters(adaptersIn(all))
     for (const Answer& answer : facts.search->answers) {
         byAddress_[answer.address].push_back(&answer);
         byMac_.emplace(answer.macAddress, &answer);
+        if (!answer.source.empty() && answer.source != answer.address)
+            misnamed_.emplace(answer.source, &answer);
     }
 }
 
@@ -35,9 +42,27 @@ const std::vector<const Answer*>& FactsIndex::answersNaming(const std::string& a
     return at == byAddress_.end() ? none : at->second;
 }
 
+const Answer* FactsIndex::misnamedAnswerFrom(const std::string& address) const {
+    const auto at = misnamed_.find(address);
+    return at == misnamed_.end() ? nullptr : at->second;
+}
+
 const Answer* FactsIndex::firstAnswerOf(const std::string& mac) const {
     const auto at = byMac_.find(mac);
     return at == byMac_.end() ? nullptr : at->second;
+}
+
+std::vector<const Camera*> sortedByAddress(const std::vector<Camera>& cameras) {
+    static constexpr std::uint32_t behindAll = 0xFFFFFFFFu;
+    std::vector<std::pair<std::uint32_t, const Camera*>> numbered;
+    for (const Camera& camera : cameras)
+        numbered.emplace_back(ipv4Number(camera.address).value_or(behindAll), &camera);
+    std::stable_sort(numbered.begin(), numbered.end(),
+                     [](const auto& one, const auto& other) { return one.first < other.first; });
+    std::vector<const Camera*> sorted;
+    for (const auto& [number, camera] : numbered)
+        sorted.push_back(camera);
+    return sorted;
 }
 
 } // namespace Diagnosis

@@ -22,6 +22,9 @@ public:
     /// The answers to the search that name an address, in the order they came.
     const std::vector<const Answer*>& answersNaming(const std::string& address) const;
 
+    /// The first answer to the search that came from an address and names another one; null if there is none.
+    const Answer* misnamedAnswerFrom(const std::string& address) const;
+
     /// The first answer to the search of who has this MAC address; null if there is none.
     const Answer* firstAnswerOf(const std::string& mac) const;
 
@@ -35,9 +38,13 @@ private:
     void takeAddresses();
 
     std::map<std::string_view, std::vector<const Answer*>> byAddress_;
+    std::map<std::string_view, const Answer*> misnamed_; ///< by their source
     std::map<std::string_view, const Answer*> byMac_;
     std::set<std::string_view> taken_; ///< addresses
     std::set<std::string_view> ownMacs_;
 };
+
+/// Names behind numbers, and else as they are.
+std::vector<const Camera*> sortedByAddress(const std::vector<Camera>& cameras);
 
 } // namespace Diagnosis

@@ -1,12 +1,14 @@
 #include "Findings.h"
 
-#include "Ipv4.h"
+#include "Beginning.h"
+#include "FactsIndex.h"
+#include "Rules.h"
 
 #include <algorithm>
 #include <array>
-#include <cstdint>
 #include <cstdio>
 #include <initializer_list>
+#include <optional>
 #include <string_view>
 #include <utility>
 
@@ -28,21 +30,28 @@ public:
             waiting_.push_back(&cause);
     }
 
-    /// Adds a line. If one of these causes is about the same address, the line is its place.
+    /// Adds a line. If one of these causes is about the same address, and the same adapter where one is
+    /// given, the line is its place.
     void add(std::string_view look, Status status, std::string seen, const std::string& address,
-             const std::vector<std::string_view>& codes) {
+             const std::vector<std::string_view>& codes, const std::string& adapter = {}) {
         Finding finding{std::string(look), status, std::move(seen), address, {}};
         const auto isHere = [&](const Verdict* cause) {
-            return cause->address == address &&
+            const bool isAboutIt = adapter.empty() || cause->adapter.empty() || cause->adapter == adapter;
+            const bool isOfAdapter = !adapter.empty() && cause->adapter == adapter && cause->address.empty();
+            return isAboutIt && (isOfAdapter || cause->address == address) &&
                    std::find(codes.begin(), codes.end(), cause->code) != codes.end();
         };
         const auto cause = std::find_if(waiting_.begin(), waiting_.end(), isHere);
         if (cause != waiting_.end()) {
-            finding.status = std::max(status, statusOf(**cause));
-            finding.remedy = (*cause)->remedy;
+            show(**cause, finding);
             waiting_.erase(cause);
         }
         lines_.push_back(std::move(finding));
+    }
+
+    /// Adds a line about this computer, with what to do.
+    void addNote(std::string_view look, std::string seen, std::string remedy) {
+        lines_.push_back({std::string(look), Status::note, std::move(seen), "", std::move(remedy)});
     }
 
     /// Adds a line for each cause about this address that has not shown yet.
@@ -62,6 +71,14 @@ public:
 private:
     static Status statusOf(const Verdict& cause) {
         return cause.severity == Severity::failure ? Status::failure : Status::note;
+    }
+
+    /// What looks well says nothing of what is wrong; a picture's numbers do.
+    static void show(const Verdict& cause, Finding& finding) {
+        if (finding.status == Status::ok && finding.look != "picture")
+            finding.seen += ": " + cause.text;
+        finding.status = statusOf(cause);
+        finding.remedy = cause.remedy;
     }
 
     void addCause(const Verdict& cause) {
@@ -86,20 +103,23 @@ void addOwnAddress(Lines& lines, const Adapter& adapter, const OwnAddress& own) 
     const std::string mask = ", with the mask " + own.mask;
     if (own.address.starts_with("169.254."))
         lines.add("own-address", Status::note, adapter.name + " gave itself " + own.address + mask, "",
-                  {"link-local-address"});
+                  {"link-local-address"}, adapter.name);
     else
-        lines.add("own-address", Status::ok, "of " + adapter.name + mask, own.address, {"own-address-taken"});
+        lines.add("own-address", Status::ok, "of " + adapter.name + mask, own.address,
+                  {"own-address-taken", "wrong-mask"}, adapter.name);
 }
 
 void addAdapter(Lines& lines, const Adapter& adapter) {
     if (!adapter.isUp)
-        return lines.add("adapter", Status::note, adapter.name + " is switched off", "", {"adapter-down"});
+        return lines.add("adapter", Status::note, adapter.name + " is switched off", "", {"adapter-down"},
+                         adapter.name);
     if (!adapter.hasLink)
         return lines.add("adapter", Status::note, adapter.name + " has nothing at the other end of its cable",
-                         "", {"no-link"});
+                         "", {"no-link"}, adapter.name);
     lines.add("adapter", Status::ok, adapter.name + " is on, and connected", "", {});
     if (adapter.addresses.empty())
-        lines.add("own-address", Status::note, adapter.name + " has no address", "", {"no-address"});
+        lines.add("own-address", Status::note, adapter.name + " has no address", "", {"no-address"},
+                  adapter.name);
     for (const OwnAddress& own : adapter.addresses)
         addOwnAddress(lines, adapter, own);
 }
@@ -110,13 +130,18 @@ void addComputer(Lines& lines, const Facts& facts) {
     for (const Adapter& adapter : facts.adapters)
         if (!adapter.isLoopback)
             addAdapter(lines, adapter);
+    if (facts.askedByArp == false)
+        lines.addNote("own-address",
+                      "whether another device has one of these addresses is not known: to ask takes an "
+                      "administrator's rights",
+                      "sudo korva doctor");
     lines.add("default-route", Status::ok,
               facts.defaultGateway.empty() ? "there is none" : "leads to " + facts.defaultGateway, "", {});
     const auto silent = std::count_if(facts.neighbours.begin(), facts.neighbours.end(),
                                       [](const Neighbour& each) { return each.macAddress.empty(); });
     lines.add("neighbours", Status::ok,
-              std::to_string(facts.neighbours.size()) + " known, " + std::to_string(silent) +
-                  " did not answer",
+              std::to_string(static_cast<std::ptrdiff_t>(facts.neighbours.size()) - silent) + " known, " +
+                  std::to_string(silent) + " did not answer",
               "", {});
 }
 
@@ -136,23 +161,34 @@ std::string outcomeText(const SearchedNetwork& network) {
     }
 }
 
+bool isSearched(const SearchedNetwork& network) {
+    return network.outcome == SearchedNetwork::Outcome::searched ||
+           network.outcome == SearchedNetwork::Outcome::linkLocal;
+}
+
 void addSearch(Lines& lines, const Search& search) {
     for (const SearchedNetwork& network : search.networks) {
         const std::string seen = network.adapter + ": " + outcomeText(network);
-        if (network.outcome == SearchedNetwork::Outcome::refused)
-            lines.add("search", Status::failure, seen, "", {"adapter-refused"});
+        using Outcome = SearchedNetwork::Outcome;
+        if (network.outcome == Outcome::refused)
+            lines.add("search", Status::failure, seen, "", {"adapter-refused"}, network.adapter);
         else
-            lines.add("search", Status::ok, seen, "", {});
+            lines.add("search", isSearched(network) ? Status::ok : Status::note, seen, "", {});
     }
     if (!search.failure.empty())
         lines.add("search", Status::failure, search.failure, "", {"search-failed", "no-adapter"});
     if (!search.cut.empty())
         lines.add("search", Status::note, search.cut, "", {"search-cut"});
     lines.add("search", search.answers.empty() ? Status::note : Status::ok,
-              counted(search.answers.size(), "answer", "answers"), "", {"no-camera"});
+              counted(search.answers.size(), "answer", "answers"), "",
+              {"no-camera", "discovery-blocked", "broadcast-lost"});
     for (const StrangeAnswer& strange : search.strange)
         lines.add("search", Status::note, "sent what is no camera's answer", strange.source,
                   {"strange-answer"});
+}
+
+std::string whoAnswered(const std::string& room) {
+    return room.empty() ? "answered" : room + " answered";
 }
 
 void addOtherNetworks(Lines& lines, const Facts& facts) {
@@ -160,14 +196,14 @@ void addOtherNetworks(Lines& lines, const Facts& facts) {
         return lines.add("other-networks", Status::ok,
                          "nobody answered from a network that is not this computer's", "", {});
     for (const Answer& answer : facts.foreign)
-        lines.add("other-networks", Status::failure,
-                  answer.room + " answered" + (answer.adapter.empty() ? "" : " over " + answer.adapter) +
+        lines.add("other-networks", Status::note,
+                  whoAnswered(answer.room) + (answer.adapter.empty() ? "" : " over " + answer.adapter) +
                       ", from a network that is not this computer's",
                   answer.address, {"other-subnet"});
     for (const Answer& answer : facts.limitedOnly)
         lines.add("other-networks", Status::note,
-                  answer.room + " answered a query to everybody, and none to the network", answer.address,
-                  {});
+                  whoAnswered(answer.room) + " a query to everybody, and none to the network", answer.address,
+                  {"wrong-mask"});
 }
 
 void addWay(Lines& lines, const Camera& camera) {
@@ -187,17 +223,17 @@ void addWay(Lines& lines, const Camera& camera) {
               !*camera.answersArp ? "nobody there"
               : machines.empty()  ? "somebody there"
                                   : machines,
-              camera.address, {"absent", "duplicate-address", "died-after-answer"});
+              camera.address, {"absent", "duplicate-address", "duplicate-mac", "died-after-answer"});
 }
 
 void addQuery(Lines& lines, const Camera& camera) {
     if (camera.answeredSearch)
-        lines.add("search", Status::ok, camera.room + " answered", camera.address,
-                  {"second-answer", "duplicate-address"});
+        lines.add("search", Status::ok, whoAnswered(camera.room), camera.address,
+                  {"second-answer", "duplicate-address", "duplicate-mac", "wrong-address"});
     if (camera.answersQuery)
         lines.add("query", *camera.answersQuery ? Status::ok : Status::note,
                   *camera.answersQuery ? "answers on UDP 32768" : "no answer on UDP 32768", camera.address,
-                  {"discovery-blocked"});
+                  {"discovery-blocked", "broadcast-lost", "second-answer", "wrong-address"});
 }
 
 void addPort(Lines& lines, std::string_view look, const std::string& port, PortState state,
@@ -221,8 +257,8 @@ void addPorts(Lines& lines, const Camera& camera) {
     if (camera.textAnswer.empty())
         return lines.add("text-answer", Status::failure, "no answer to the question for its version",
                          camera.address, {"silent"});
-    lines.add("text-answer", Status::ok, camera.textAnswer.substr(0, shownAnswerBytes), camera.address,
-              {"garbage", "old-firmware"});
+    lines.add("text-answer", Status::ok, std::string(beginningOf(camera.textAnswer, shownAnswerBytes)),
+              camera.address, {"garbage", "old-firmware"});
 }
 
 std::string identityText(const Identity& camera) {
@@ -248,7 +284,17 @@ std::string seenOf(const Attempt& attempt, const Camera& camera) {
     return attempt.succeeded && camera.photo ? pictureText(*camera.photo) : "no picture";
 }
 
-std::vector<std::string_view> causesAt(const Attempt& attempt) {
+/// Whether it failed for want of time alone, which says nothing of the camera.
+bool wasCutShort(const Attempt& attempt, const Camera& camera) {
+    if (attempt.succeeded || attempt.allowed == attempt.allowed.zero())
+        return false;
+    const std::optional<Verdict> verdict = verdictOn(attempt, camera);
+    return verdict && verdict->severity == Severity::note;
+}
+
+std::vector<std::string_view> causesAt(const Attempt& attempt, const Camera& camera) {
+    if (wasCutShort(attempt, camera))
+        return {"took-too-long"};
     std::vector<std::string_view> codes;
     if (attempt.what == Attempt::What::identification)
         codes = {"old-firmware", "unknown-model", "another-camera"};
@@ -264,21 +310,11 @@ std::vector<std::string_view> causesAt(const Attempt& attempt) {
 
 void addAttempt(Lines& lines, const Attempt& attempt, const Camera& camera) {
     static constexpr std::array looks = {"identity", "probe", "picture"};
-    lines.add(looks[static_cast<std::size_t>(attempt.what)], attempt.succeeded ? Status::ok : Status::failure,
+    const bool isOdd = wasCutShort(attempt, camera) || (attempt.succeeded && attempt.errorCode);
+    const Status status = isOdd ? Status::note : attempt.succeeded ? Status::ok : Status::failure;
+    lines.add(looks[static_cast<std::size_t>(attempt.what)], status,
               seenOf(attempt, camera) + ", after " + timeText(attempt.took), camera.address,
-              causesAt(attempt));
-}
-
-/// Names behind numbers, and else as they are.
-std::vector<const Camera*> byAddress(const std::vector<Camera>& cameras) {
-    static constexpr std::uint32_t behindAll = 0xFFFFFFFFu;
-    std::vector<const Camera*> sorted;
-    for (const Camera& camera : cameras)
-        sorted.push_back(&camera);
-    std::stable_sort(sorted.begin(), sorted.end(), [](const Camera* one, const Camera* other) {
-        return ipv4Number(one->address).value_or(behindAll) < ipv4Number(other->address).value_or(behindAll);
-    });
-    return sorted;
+              causesAt(attempt, camera));
 }
 
 void addCamera(Lines& lines, const Camera& camera) {
@@ -305,7 +341,7 @@ std::vector<Finding> findingsOf(const Facts& facts, const std::vector<Verdict>& 
         addOtherNetworks(lines, facts);
     }
     lines.addWaiting("");
-    for (const Camera* const camera : byAddress(facts.cameras))
+    for (const Camera* const camera : sortedByAddress(facts.cameras))
         addCamera(lines, *camera);
     return lines.take();
 }

@@ -1,5 +1,7 @@
 #include "PictureRules.h"
 
+#include "RulesOfCamera.h"
+
 #include <algorithm>
 #include <array>
 #include <cmath>
@@ -55,8 +57,25 @@ Verdict verdictOf(const char* code, Severity severity, std::string text) {
     return verdict;
 }
 
-std::string remedyBy(std::optional<int> exposureUnits, const char* otherwise) {
-    return exposureUnits ? "--exposure " + secondsText(*exposureUnits) : otherwise;
+std::string exposureOption(int units) {
+    return "--exposure " + secondsText(units);
+}
+
+/// Whoever has answered an exposure of all its time does not expose first.
+int longestAnsweredAfter(int exposureUnits) {
+    return exposureUnits >= answerTime ? longestExposure : std::max(exposureUnits, longestSureExposure);
+}
+
+std::string remedyOfDarkness(std::optional<int> next, int exposureUnits) {
+    if (!next)
+        return "more light, or open the lens cap";
+    const int longest = longestAnsweredAfter(exposureUnits);
+    if (*next <= longest)
+        return exposureOption(*next);
+    constexpr auto light = "more light or a larger aperture";
+    return longest == exposureUnits
+               ? light
+               : light + (", with " + exposureOption(longest)) + ": some cameras answer no longer one";
 }
 
 } // namespace
@@ -95,7 +114,7 @@ std::optional<Verdict> verdictOn(const PictureFacts& picture, int exposureUnits)
         const bool isUseless = picture.clipped > uselessClipping;
         Verdict verdict = verdictOf("overexposed", isUseless ? Severity::failure : Severity::note,
                                     percentText(picture.clipped) + " overexposed");
-        verdict.remedy = remedyBy(next, "less light, or a smaller aperture");
+        verdict.remedy = next ? exposureOption(*next) : "less light, or a smaller aperture";
         return verdict;
     }
     if (picture.percentile99_5 >= darkBelow)
@@ -106,7 +125,7 @@ std::optional<Verdict> verdictOn(const PictureFacts& picture, int exposureUnits)
                                                             : "dark: 99.5 % of it is no brighter than " +
                                                                   std::to_string(picture.percentile99_5) +
                                                                   " of " + std::to_string(fullScale));
-    verdict.remedy = remedyBy(next, "more light, or open the lens cap");
+    verdict.remedy = remedyOfDarkness(next, exposureUnits);
     return verdict;
 }
 
@@ -128,10 +147,25 @@ std::optional<Verdict> verdictOnExposure(int exposureUnits) {
     if (exposureUnits <= longestSureExposure)
         return std::nullopt;
     Verdict verdict = verdictOf("long-exposure", Severity::note,
-                                "this camera may not answer in time: it has 10 s to answer the request for a "
-                                "picture, and may expose for " +
+                                "this camera may not answer in time: it has " + secondsText(answerTime) +
+                                    " s to answer the request for a picture, and may expose for " +
                                     secondsText(exposureUnits) + " s first");
-    verdict.remedy = "--exposure " + secondsText(longestSureExposure) + " and more light, if it does not";
+    verdict.remedy = exposureOption(longestSureExposure) + " and more light, if it does not";
+    return verdict;
+}
+
+std::optional<Verdict> verdictOnTime(int exposureUnits, std::chrono::milliseconds most) {
+    constexpr std::chrono::milliseconds unit{100};
+    constexpr int leastForThePicture = 10; // to be asked for and fetched
+    const int needed = exposureUnits + leastForThePicture;
+    if (most >= needed * unit)
+        return std::nullopt;
+    const bool isHopeless = most <= exposureUnits * unit;
+    Verdict verdict = verdictOf("short-time", Severity::note,
+                                std::string(isHopeless ? "no picture" : "hardly any picture") +
+                                    " comes within that --max-time: it is exposed for " +
+                                    secondsText(exposureUnits) + " s, and fetched after that");
+    verdict.remedy = "--max-time " + secondsText(needed) + " at the very least, or none";
     return verdict;
 }
 
@@ -140,7 +174,7 @@ Verdict anotherCamera(const std::string& address, const std::string& describedSe
     Verdict verdict = verdictOf("another-camera", Severity::failure,
                                 "another camera: its serial number is " + foundSerialNumber +
                                     ", the description's is " + describedSerialNumber);
-    verdict.remedy = "korva describe ADDRESS for a new description, or --any-camera";
+    verdict.remedy = withAddress("korva describe ADDRESS for a new description, or --any-camera", address);
     verdict.address = address;
     return verdict;
 }

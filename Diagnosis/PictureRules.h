@@ -4,6 +4,7 @@
 #include "PictureFacts.h"
 #include "Verdict.h"
 
+#include <chrono>
 #include <cstdint>
 #include <optional>
 #include <span>
@@ -13,15 +14,18 @@ namespace Diagnosis {
 
 inline constexpr int shortestExposure = 1; ///< units of 100 ms
 inline constexpr int longestExposure = 3600;
-/// A camera may answer the request for a picture after its exposure, and has 10 s for it.
-inline constexpr int longestSureExposure = 95;
+/// What the plug-in waits for the answer to the request for a picture, likewise.
+inline constexpr int answerTime = 100;
+/// A camera may answer that only after its exposure: it has a second left to read the picture out.
+inline constexpr int longestSureExposure = answerTime - 10;
 
 /// Measures `pixels`, width x height bytes in rows from the top, both at least 1.
 PictureFacts measured(std::uint32_t width, std::uint32_t height, std::span<const unsigned char> pixels);
 
 /// "31 % overexposed; try --exposure 0.6", "99.9 % black": what is wrong with it, in units of 100 ms of
 /// exposure (1 to 3600); nothing if it is fit for use. A failure if too little is left of it to be used,
-/// else a note.
+/// else a note. Advises no exposure that a camera may not answer, unless this one has just answered a longer
+/// one than that.
 std::optional<Verdict> verdictOn(const PictureFacts& picture, int exposureUnits);
 
 /// The exposure to try next, in units of 100 ms, so that the 99.5 % percentile comes between 70 % and 90 % of
@@ -32,9 +36,13 @@ std::optional<int> nextExposure(const PictureFacts& picture, int exposureUnits);
 /// How far the 99.5 % percentile is from that range, in grey values; 0 within it.
 unsigned distanceFromFit(const PictureFacts& picture);
 
-/// A note on an exposure (units of 100 ms) that a camera may not answer after: it has 10 s to answer the
-/// request for a picture, and may expose first. Nothing on a shorter one.
+/// A note on an exposure (units of 100 ms) that a camera may not answer after: beyond longestSureExposure.
+/// Nothing on a shorter one.
 std::optional<Verdict> verdictOnExposure(int exposureUnits);
+
+/// A note on an exposure that leaves a picture no time: `most`, above zero, is for both. Nothing if there is
+/// enough, as far as that is known before.
+std::optional<Verdict> verdictOnTime(int exposureUnits, std::chrono::milliseconds most);
 
 /// The camera at an address is another than the one that is described.
 Verdict anotherCamera(const std::string& address, const std::string& describedSerialNumber,

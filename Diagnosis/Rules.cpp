@@ -51,25 +51,89 @@ private:
     std::set<std::pair<std::string, std::string>> said_; ///< code, and address or text or nothing
 };
 
+/// What the user wants to know of: where he asked for cameras, these and what keeps them away.
+class Focus {
+public:
+    explicit Focus(const FactsIndex& index) : index_(index) {
+        for (const Camera& camera : index.facts.cameras)
+            if (camera.wasAskedFor) {
+                asked_.push_back(&camera);
+                places_.insert(placeOf(camera));
+            }
+    }
+
+    bool holds(const Camera& camera) const { return asked_.empty() || places_.contains(placeOf(camera)); }
+
+    /// Whether one who was asked for says that this camera's address is its own: it is told of that one.
+    bool holdsWhoNames(const Camera& camera) const {
+        const auto& answers = index_.answersNaming(placeOf(camera));
+        return std::any_of(answers.begin(), answers.end(),
+                           [this](const Answer* answer) { return places_.contains(answer->source); });
+    }
+
+    bool holds(const NetworkCause& cause) const {
+        return asked_.empty() || std::any_of(asked_.begin(), asked_.end(), [&](const Camera* camera) {
+                   return explains(cause, *camera, index_) || isAbout(cause, *camera);
+               });
+    }
+
+private:
+    bool isAbout(const NetworkCause& cause, const Camera& camera) const {
+        if (cause.verdict.code == "no-camera")
+            return !isThere(camera);
+        const bool isOfAnother = !cause.verdict.address.empty() && cause.verdict.code != "own-address-taken";
+        if (isOfAnother)
+            return cause.verdict.address == placeOf(camera);
+        const Adapter* const own = adapterFor(index_.adapters, placeOf(camera));
+        const std::string& name = own == nullptr ? camera.adapter : own->name;
+        return cause.adapter.empty() || name == cause.adapter;
+    }
+
+    const FactsIndex& index_;
+    std::vector<const Camera*> asked_;
+    std::set<std::string> places_;
+};
+
+/// Of what nobody asked for, what is broken is worth a note. That nobody else is found is not.
+void addAside(Verdict verdict, std::vector<Verdict>& aside) {
+    if (!isFailure(verdict) || verdict.code == "no-camera")
+        return;
+    verdict.severity = Severity::note;
+    aside.push_back(std::move(verdict));
+}
+
 } // namespace
 
 std::vector<Verdict> causesOf(const Facts& facts) {
     const FactsIndex index(facts);
     const NetworkCauses networks = causesInNetworks(index);
+    const Focus focus(index);
     Causes causes;
+    std::vector<Verdict> aside;
     for (const NetworkCause& cause : networks)
-        causes.add(cause.verdict);
-    for (const Camera& camera : facts.cameras) {
+        if (focus.holds(cause))
+            causes.add(cause.verdict);
+        else
+            addAside(cause.verdict, aside);
+    for (const Camera* const camera : sortedByAddress(facts.cameras)) {
         const bool isExplained =
             std::any_of(networks.begin(), networks.end(),
-                        [&](const NetworkCause& cause) { return explains(cause, camera, index); });
+                        [&](const NetworkCause& cause) { return explains(cause, *camera, index); });
         if (isExplained)
             continue;
-        if (const std::optional<Verdict> verdict = verdictOnCamera(camera, index, networks))
+        const std::optional<Verdict> verdict = verdictOnCamera(*camera, index, networks);
+        if (!focus.holds(*camera)) {
+            if (verdict && !focus.holdsWhoNames(*camera))
+                addAside(*verdict, aside);
+            continue;
+        }
+        if (verdict)
             causes.add(*verdict);
-        for (const Verdict& note : notesOn(camera, index))
+        for (const Verdict& note : notesOn(*camera, index))
             causes.add(note);
     }
+    for (const Verdict& verdict : aside)
+        causes.add(verdict);
     return causes.take();
 }
 

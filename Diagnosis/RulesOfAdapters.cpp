@@ -1,9 +1,11 @@
 #include "Ipv4.h"
 #include "Printable.h"
+#include "Rules.h"
 #include "RulesOfNetworks.h"
 
 #include <algorithm>
 #include <iterator>
+#include <string_view>
 
 namespace Diagnosis {
 
@@ -11,14 +13,6 @@ namespace {
 
 bool works(const Adapter& adapter) {
     return adapter.isUp && adapter.hasLink && isConfigured(adapter);
-}
-
-/// Containers and virtual machines have such ones, with nothing at the other end or without an address.
-bool belongsToOthers(const Adapter& adapter) {
-    constexpr const char* beginnings[] = {"docker", "br-",  "virbr", "lxcbr", "lxdbr",
-                                          "podman", "cni-", "veth",  "vnet",  "tap"};
-    return std::any_of(std::begin(beginnings), std::end(beginnings),
-                       [&adapter](const char* beginning) { return adapter.name.starts_with(beginning); });
 }
 
 /// Cameras may give themselves addresses too.
@@ -49,11 +43,20 @@ struct AdapterRule {
     bool stopsAdapter;
     bool (*holds)(const Adapter& adapter);
     std::string (*text)(const Adapter& adapter, const std::string& name);
-    std::string (*remedy)(const std::string& name);
+    std::string (*remedy)(const std::string& name); ///< null: an address for it
 };
 
-std::string giveAddress(const std::string& name) {
-    return "give it one in the cameras' network, such as: sudo ip addr add 10.77.1.200/24 dev " + name;
+/// In the network of a camera that was asked for and is missing, or else just an example.
+std::string giveAddress(const Adapter& adapter, const FactsIndex& index) {
+    for (const Camera& camera : index.facts.cameras) {
+        const std::string& place = placeOf(camera);
+        const bool isElsewhere = adapterFor(index.adapters, place) == nullptr;
+        if (camera.wasAskedFor && !isThere(camera) && isElsewhere && ipv4Number(place))
+            return "give it one in the camera's network, such as: " +
+                   commandToJoin(index, adapter.name, {place, maskOf({})});
+    }
+    return "give it one in the cameras' network, such as: sudo ip addr add 10.77.1.200/24 dev " +
+           printable(adapter.name);
 }
 
 /// The first that holds is the adapter's cause.
@@ -71,13 +74,13 @@ constexpr AdapterRule adapterRules[] = {
          return "plug in the cable of " + name + ", and check the power of the switch or camera behind it";
      }},
     {"no-address", false, [](const Adapter& adapter) { return adapter.addresses.empty(); },
-     [](const Adapter&, const std::string& name) { return name + " has no IPv4 address"; }, giveAddress},
+     [](const Adapter&, const std::string& name) { return name + " has no IPv4 address"; }, nullptr},
     {"link-local-address", false, [](const Adapter& adapter) { return !isConfigured(adapter); },
      [](const Adapter& adapter, const std::string& name) {
          return name + " has only the address " + addressesOf(adapter) +
                 " that it gave itself, since nobody gave it one";
      },
-     giveAddress},
+     nullptr},
 };
 
 const AdapterRule* ruleFor(const Adapter& adapter) {
@@ -121,7 +124,7 @@ NetworkCause causeBy(const AdapterRule& rule, const Adapter& adapter, const Fact
     verdict.code = rule.code;
     verdict.severity = weight == Weight::failure ? Severity::failure : Severity::note;
     verdict.text = rule.text(adapter, name);
-    verdict.remedy = rule.remedy(name);
+    verdict.remedy = rule.remedy == nullptr ? giveAddress(adapter, index) : rule.remedy(name);
     if (const Answer* const foreign = foreignBehind(index.facts, adapter)) {
         verdict.text += "; a camera on its cable is at " + printable(placeOf(*foreign));
         verdict.remedy = commandToJoin(index, adapter.name, {placeOf(*foreign), maskOf(*foreign)});
@@ -129,7 +132,45 @@ NetworkCause causeBy(const AdapterRule& rule, const Adapter& adapter, const Fact
     return cause;
 }
 
+/// Whether all that was asked for is on this computer itself, which takes no adapter.
+bool isAboutItself(const Facts& facts) {
+    const auto isElsewhere = [&facts](const Camera& camera) {
+        return camera.wasAskedFor && !isOfThisComputer(placeOf(camera), facts);
+    };
+    return std::any_of(facts.cameras.begin(), facts.cameras.end(),
+                       [](const Camera& camera) { return camera.wasAskedFor; }) &&
+           std::none_of(facts.cameras.begin(), facts.cameras.end(), isElsewhere);
+}
+
 } // namespace
+
+/// Containers and virtual machines have such ones, with nothing at the other end or without an address.
+bool belongsToOthers(const Adapter& adapter) {
+    constexpr const char* beginnings[] = {"docker", "br-",  "virbr", "lxcbr", "lxdbr",
+                                          "podman", "cni-", "veth",  "vnet",  "tap"};
+    return std::any_of(std::begin(beginnings), std::end(beginnings),
+                       [&adapter](const char* beginning) { return adapter.name.starts_with(beginning); });
+}
+
+Verdict verdictOnLoss(const std::string& adapter, const Adapter* now, const OwnAddress& lost) {
+    const std::string name = printable(adapter);
+    const std::string own = printable(withMask(lost));
+    const AdapterRule* const rule = now == nullptr ? nullptr : ruleFor(*now);
+    Verdict verdict;
+    if (now == nullptr) {
+        verdict.code = "adapter-gone";
+        verdict.text = "this computer has no network adapter " + name + " any more";
+        verdict.remedy = "plug " + name + " in again, or check its driver";
+        return verdict;
+    }
+    verdict.code = rule == nullptr ? "own-address-changed" : rule->code;
+    verdict.text = rule == nullptr
+                       ? name + " has another address: " + addressesOf(*now) + ", no longer " + own
+                       : rule->text(*now, name);
+    const bool isStopped = rule != nullptr && rule->stopsAdapter;
+    verdict.remedy = isStopped ? rule->remedy(name) : "sudo ip addr add " + own + " dev " + name;
+    return verdict;
+}
 
 NetworkCauses causesInAdapters(const FactsIndex& index) {
     const Facts& facts = index.facts;
@@ -139,6 +180,7 @@ NetworkCauses causesInAdapters(const FactsIndex& index) {
         NetworkCause none;
         none.isElsewhere = true;
         none.verdict.code = "no-adapter";
+        none.verdict.severity = isAboutItself(facts) ? Severity::note : Severity::failure;
         none.verdict.text = "this computer has no network adapter";
         none.verdict.remedy = "plug in or switch on a network adapter, or install its driver";
         causes.push_back(none);
@@ -150,6 +192,81 @@ NetworkCauses causesInAdapters(const FactsIndex& index) {
             causes.push_back(causeBy(*rule, adapter, index, weight));
     }
     return causes;
+}
+
+namespace {
+
+/// As a number, however it was asked for; empty if that is not known.
+std::string numberOf(const Camera& camera) {
+    const std::string told = camera.identity ? camera.identity->address : "";
+    for (const std::string& text : {placeOf(camera), told})
+        if (ipv4Number(text))
+            return text;
+    return "";
+}
+
+/// Where a packet to the place goes first; empty if it does not leave this computer, or that is not known.
+std::string firstStopTo(const std::string& place, const Facts& facts) {
+    if (place.empty() || isOfThisComputer(place, facts))
+        return "";
+    return adapterFor(adaptersIn(facts), place) != nullptr ? place : facts.defaultGateway;
+}
+
+const OwnAddress* ownAddressTowards(const Adapter& adapter, const std::string& stop) {
+    const auto own = std::find_if(adapter.addresses.begin(), adapter.addresses.end(),
+                                  [&stop](const OwnAddress& some) { return isInNetworkOf(some, stop); });
+    return own == adapter.addresses.end() ? nullptr : &*own;
+}
+
+/// An adapter that led to the camera, and what is left of it; null: nothing.
+struct Way {
+    const Adapter& before;
+    const Adapter* now;
+    const OwnAddress& own;
+
+    bool isOpen(const std::string& stop) const {
+        return now != nullptr && now->isUp && now->hasLink && ownAddressTowards(*now, stop) != nullptr;
+    }
+};
+
+Verdict verdictOnClosed(const Way& way, const Camera& camera) {
+    Verdict verdict = verdictOnLoss(way.before.name, way.now, way.own);
+    verdict.address = camera.address;
+    verdict.room = camera.room;
+    return verdict;
+}
+
+} // namespace
+
+std::optional<Verdict> verdictOnWay(const Camera& camera, const Facts& before, const Facts& now) {
+    const std::string stop = firstStopTo(numberOf(camera), before);
+    const std::vector<Adapter> adapters = adaptersIn(before);
+    const std::vector<Adapter> left = adaptersIn(now);
+    std::vector<Way> ways;
+    for (const Adapter& adapter : adapters) {
+        const OwnAddress* const own = ownAddressTowards(adapter, stop);
+        const bool isAnother = !camera.adapter.empty() && camera.adapter != adapter.name;
+        if (own == nullptr || isAnother || !now.adaptersKnown)
+            continue;
+        const auto rest = std::find_if(left.begin(), left.end(),
+                                       [&adapter](const Adapter& each) { return each.name == adapter.name; });
+        ways.push_back({adapter, rest == left.end() ? nullptr : &*rest, *own});
+    }
+    const bool isAnyOpen =
+        std::any_of(ways.begin(), ways.end(), [&stop](const Way& way) { return way.isOpen(stop); });
+    for (const Way& way : ways)
+        if (!way.isOpen(stop) && (works(way.before) || !isAnyOpen))
+            return verdictOnClosed(way, camera);
+    return std::nullopt;
+}
+
+bool mayBeOfTheWay(const Verdict& failure) {
+    constexpr std::string_view codes[] = {
+        "unknown-name",    "no-route",          "other-subnet",         "absent",         "died-after-answer",
+        "connection-lost", "text-port-blocked", "picture-port-blocked", "silent",         "too-slow",
+        "took-too-long",   "short-time",        "exposure-too-long",    "not-identified", "no-answer",
+        "no-picture"};
+    return std::find(std::begin(codes), std::end(codes), failure.code) != std::end(codes);
 }
 
 } // namespace Diagnosis

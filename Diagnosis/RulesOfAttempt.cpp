@@ -11,6 +11,7 @@
 #include <iterator>
 #include <string_view>
 #include <system_error>
+#include <utility>
 
 namespace Diagnosis {
 
@@ -109,13 +110,16 @@ struct LineRule {
     const char* code;
     std::vector<std::string> signs; ///< what a line contains, any of them
     std::function<std::string(const Tried&)> text;
-    const char* remedy;
+    std::string remedy;
     bool (*holds)(const Tried&) = nullptr; ///< what else must be so; null: nothing
+    Severity severity = Severity::failure;
 };
 
 constexpr auto again = "take the picture again; if it stays so, restart the camera";
+constexpr auto askAgain = "ask again; if it stays so, restart the camera";
 constexpr auto checkCable = "check the cable, the switch and the network's load, then try again";
 constexpr auto isItACamera = "check that this is a Korva camera; restart it";
+constexpr auto waitLonger = "korva health with its address, which waits longer";
 constexpr auto reportIt = "try again with --log debug, and report it if it stays";
 
 std::function<std::string(const Tried&)> states(const char* text) {
@@ -127,22 +131,35 @@ std::function<std::string(const Tried&)> tells(const char* beginning, const char
     return [=](const Tried& tried) { return beginning + printable(behind(tried.texts, sign)); };
 }
 
-std::string inSeconds(Milliseconds time) {
-    const auto tenths = time.count() / 100;
-    return std::to_string(tenths / 10) + (tenths % 10 == 0 ? "" : "." + std::to_string(tenths % 10)) + " s";
+int exposureUnitsOf(const Tried& tried) {
+    constexpr Milliseconds unit{100};
+    return static_cast<int>(tried.attempt.exposure / unit);
+}
+
+std::string modelOf(const Camera& camera) {
+    return camera.identity ? modelIn(camera.identity->model) : "";
+}
+
+/// The size that was sent, and the one that was expected.
+std::pair<std::string, std::string> sizesIn(const Tried& tried) {
+    constexpr std::string_view joint = ", the camera's resolution is ";
+    const std::string sizes = behind(tried.texts, "Korva picture has the size ");
+    const std::size_t at = std::min(sizes.find(joint), sizes.size());
+    return {sizes.substr(0, at), at < sizes.size() ? sizes.substr(at + joint.size()) : "another size"};
 }
 
 /// "the camera sent 2748 x 1836, it should send 1676 x 1266 (model X99 is unknown)".
 std::string sizesText(const Tried& tried) {
-    constexpr std::string_view joint = ", the camera's resolution is ";
-    const std::string sizes = behind(tried.texts, "Korva picture has the size ");
-    const std::size_t at = std::min(sizes.find(joint), sizes.size());
-    const std::string right = at < sizes.size() ? sizes.substr(at + joint.size()) : "another size";
-    std::string text =
-        "the camera sent " + printable(sizes.substr(0, at)) + ", it should send " + printable(right);
+    const auto [sent, expected] = sizesIn(tried);
+    std::string text = "the camera sent " + printable(sent) + ", it should send " + printable(expected);
     if (tried.camera.identity && !isKnownModel(tried.camera.identity->model))
-        text += " (model " + printable(modelIn(tried.camera.identity->model)) + " is unknown)";
+        text += " (model " + printable(modelOf(tried.camera)) + " is unknown)";
     return text;
+}
+
+bool wasSizeGuessed(const Tried& tried) {
+    const std::string guess = guessedSize(modelOf(tried.camera));
+    return !guess.empty() && sizesIn(tried).second == guess;
 }
 
 std::string unmeasuredText(const Tried& tried) {
@@ -151,14 +168,37 @@ std::string unmeasuredText(const Tried& tried) {
            " is unknown, and no sample picture tells its size";
 }
 
+/// The limit was too short for it from the beginning.
+bool hadTooLittleTime(const Tried& tried) {
+    const bool isPicture = tried.attempt.what == Attempt::What::picture;
+    return isPicture && tried.attempt.exposure.count() > 0 &&
+           verdictOnTime(exposureUnitsOf(tried), tried.attempt.took);
+}
+
+bool isExposedLong(const Tried& tried) {
+    return exposureUnitsOf(tried) >= longestSureExposure;
+}
+
 bool waitedInVainForExposure(const Tried& tried) {
-    constexpr Milliseconds unit{100};
-    return verdictOnExposure(static_cast<int>(tried.attempt.exposure / unit)) &&
+    return verdictOnExposure(exposureUnitsOf(tried)) &&
            textWith(tried.texts, "Failed to read Header: bytesRead = 0") != nullptr;
 }
 
 bool isOfUnknownModel(const Tried& tried) {
     return textWith(tried.texts, "couldn't determine its resolution") != nullptr;
+}
+
+/// Whoever made the attempt had less time for it than a healthy camera may take.
+bool wasCut(const Tried& tried) {
+    return tried.attempt.allowed > tried.attempt.allowed.zero();
+}
+
+std::string cutText(const Tried& tried) {
+    constexpr Milliseconds unit{100};
+    const bool isProbe = tried.attempt.what == Attempt::What::probe;
+    return (isProbe ? "did not answer the probe within " : "was not identified within ") +
+           secondsText(static_cast<int>(tried.attempt.allowed / unit)) +
+           " s, and there was no time to wait longer";
 }
 
 /// Those that say why an attempt could not be made, before those on what it came to.
@@ -169,6 +209,12 @@ const std::vector<LineRule>& rulesBeforeConnecting() {
          states("no computer knows this name"),
          "check the name, or give the camera's IPv4 address"},
         {"unknown-name", {"ame resolution"}, states(nameServiceSilent), tryNameAgain},
+        {"took-too-long", {"Took too long: "}, cutText, waitLonger, wasCut, Severity::note},
+        {"short-time",
+         {"Took too long: "},
+         [](const Tried& tried) { return verdictOnTime(exposureUnitsOf(tried), tried.attempt.took)->text; },
+         "a longer --max-time, or none",
+         hadTooLittleTime},
         {"took-too-long",
          {"Took too long: "},
          tells("took too long: ", "Took too long: "),
@@ -221,11 +267,23 @@ const std::vector<LineRule>& rulesOfPictures() {
         {"all-black",
          {"All black image from Korva detected"},
          states("the picture is all black"),
-         "open the lens cap, light the scene or use a longer --exposure"},
+         "open the lens cap, or light the scene",
+         isExposedLong},
+        {"all-black",
+         {"All black image from Korva detected"},
+         states("the picture is all black"),
+         "open the lens cap, light the scene or use a longer --exposure, up to " +
+             secondsText(longestSureExposure)},
         {"picture-garbage",
          {"Korva picture has the size 0 x 0", "does not hold the expected samples"},
          states("what the camera sent is no picture"),
          again},
+        {"unknown-model",
+         {"Korva picture has the size "},
+         [](const Tried& tried) { return sizesText(tried) + ": what it should send is a guess"; },
+         "korva describe ADDRESS > camera.xml, put there what it sent as resolutionX and resolutionY, then "
+         "korva capture --from camera.xml; or ask for a release that knows this model",
+         wasSizeGuessed},
         {"wrong-size",
          {"Korva picture has the size "},
          sizesText,
@@ -233,21 +291,27 @@ const std::vector<LineRule>& rulesOfPictures() {
         {"exposure-too-long",
          {"parseIncomingMessage failed for take image request"},
          [](const Tried& tried) {
-             return "no answer within 10 s at an exposure of " + inSeconds(tried.attempt.exposure) +
-                    ": this camera answers only after its exposure";
+             return "no answer within " + secondsText(answerTime) + " s at an exposure of " +
+                    secondsText(exposureUnitsOf(tried)) +
+                    " s: this camera may answer only after its exposure";
          },
-         "an --exposure of 9 or less",
+         "--exposure " + secondsText(longestSureExposure) +
+             " or less, and more light; if it does not answer that either, restart the camera",
          waitedInVainForExposure},
     };
     return rules;
 }
 
+bool isOfAPicture(const Tried& tried) {
+    return tried.attempt.what == Attempt::What::picture;
+}
+
 const std::vector<LineRule>& rulesOfAnswers() {
+    static const std::vector<std::string> closed = {
+        "closed by the peer", systemText(std::errc::connection_reset), systemText(std::errc::broken_pipe)};
     static const std::vector<LineRule> rules = {
-        {"connection-lost",
-         {"closed by the peer", systemText(std::errc::connection_reset), systemText(std::errc::broken_pipe)},
-         states("the camera closed the connection"),
-         again},
+        {"connection-lost", closed, states("the camera closed the connection"), again, isOfAPicture},
+        {"connection-lost", closed, states("the camera closed the connection"), askAgain},
         {"connection-lost", {"Error reading ARG value"}, states("the answer stopped on its way"), checkCable},
         {"garbage",
          {"didn't receive our Camera command", "inconsistent message", "an argument that is too large",
@@ -283,7 +347,8 @@ std::optional<Verdict> firstOf(const std::vector<LineRule>& rules, const Tried& 
             std::any_of(rule.signs.begin(), rule.signs.end(),
                         [&tried](const std::string& sign) { return textWith(tried.texts, sign) != nullptr; });
         if (isSaid && (rule.holds == nullptr || rule.holds(tried)))
-            return verdictWith(tried.camera, rule.code, Severity::failure, rule.text(tried), rule.remedy);
+            return verdictWith(tried.camera, rule.code, rule.severity, rule.text(tried),
+                               withAddress(rule.remedy, tried.camera.address));
     }
     return std::nullopt;
 }
@@ -324,20 +389,28 @@ std::string lastEssence(const Attempt& attempt) {
     return {};
 }
 
+struct Usual {
+    const char* code;
+    const char* text;
+    const char* briefly;
+};
+
+constexpr Usual usual[] = {{"not-identified", "the camera was not identified", "was not identified"},
+                           {"no-answer", "the camera does not answer", "did not answer the check"},
+                           {"no-picture", "the camera gave no picture", "gave no picture"}};
+
 /// Of a failure that no rule knows.
 Verdict unexplained(const Attempt& attempt, const Camera& camera) {
-    struct Usual {
-        const char* code;
-        const char* text;
-    };
-    constexpr Usual usual[] = {{"not-identified", "the camera was not identified"},
-                               {"no-answer", "the camera does not answer"},
-                               {"no-picture", "the camera gave no picture"}};
     const Usual& what = usual[static_cast<std::size_t>(attempt.what)];
     const std::string essence = lastEssence(attempt);
     return verdictWith(camera, what.code, Severity::failure,
                        essence.empty() ? what.text : what.text + std::string(": ") + essence,
                        "try again with --log debug to see what the camera says");
+}
+
+bool isOfAUselessPicture(const Verdict& verdict) {
+    return verdict.code == "wrong-size" || verdict.code == "unknown-model" ||
+           verdict.code == "picture-garbage";
 }
 
 /// What is to be said of an attempt that came to its end.
@@ -349,7 +422,7 @@ std::optional<Verdict> verdictOnSuccess(const Tried& tried) {
     if (tried.attempt.what != Attempt::What::picture)
         return std::nullopt;
     std::optional<Verdict> verdict = verdictOnTexts(tried);
-    if (!verdict || verdict->code == "wrong-size" || verdict->code == "picture-garbage")
+    if (!verdict || isOfAUselessPicture(*verdict))
         return verdict;
     verdict->severity = Severity::note;
     if (toldBehind(tried.attempt, "First image grab attempt failed"))
@@ -375,6 +448,15 @@ std::optional<Verdict> verdictOn(const Attempt& attempt, const Camera& camera) {
     if (std::optional<Verdict> verdict = verdictOnTexts(tried))
         return verdict;
     return unexplained(attempt, camera);
+}
+
+std::optional<Verdict> verdictOnReturn(const Attempt& attempt, const Camera& after) {
+    const bool isThere = after.text == PortState::open && after.picture == PortState::open;
+    if (attempt.succeeded || !isThere || textWith(textsOf(attempt), ": connect failed: ") == nullptr)
+        return std::nullopt;
+    const Usual& what = usual[static_cast<std::size_t>(attempt.what)];
+    return verdictWith(after, what.code, Severity::failure, what.briefly + std::string(", and answers now"),
+                       "try again; if it comes again, check the cable and the camera's power");
 }
 
 } // namespace Diagnosis

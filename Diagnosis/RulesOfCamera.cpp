@@ -26,24 +26,19 @@ std::optional<Verdict> failedAttempt(const Camera& camera) {
     return std::nullopt;
 }
 
-Verdict unknownModel(const SeenCamera& seen, Severity severity) {
+Verdict unknownModel(const SeenCamera& seen) {
     const Camera& camera = seen.camera;
+    const std::string told = seen.model();
+    const bool isGuess = !guessedSize(told).empty();
     std::string size;
     if (camera.identity && camera.identity->width > 0)
         size = ": that its pictures are " + std::to_string(camera.identity->width) + " x " +
-               std::to_string(camera.identity->height) + " is a guess";
-    const std::string model = seen.model().empty() ? "(none)" : printable(seen.model());
-    return verdictWith(camera, "unknown-model", severity, "model " + model + " is unknown" + size,
-                       "check the size of its pictures; ask for a release that knows this model");
-}
-
-/// A picture of the wrong size from a camera whose model nobody knows is what a guess came to.
-Verdict withItsCause(const Verdict& verdict, const SeenCamera& seen) {
-    if (verdict.code != "wrong-size" || !seen.hasUnknownModel())
-        return verdict;
-    Verdict cause = unknownModel(seen, Severity::failure);
-    cause.text = verdict.text; // which names the model
-    return cause;
+               std::to_string(camera.identity->height) +
+               (isGuess ? " is a guess" : " is what a sample of them showed");
+    const std::string model = told.empty() ? "(none)" : printable(told);
+    return verdictWith(camera, "unknown-model", Severity::note, "model " + model + " is unknown" + size,
+                       std::string(isGuess ? "check the size of its pictures; " : "") +
+                           "ask for a release that knows this model");
 }
 
 constexpr int unitsPerSecond = 10;
@@ -59,27 +54,40 @@ std::optional<Verdict> verdictOnPhoto(const Camera& camera) {
     if (verdict) {
         verdict->address = camera.address;
         verdict->room = camera.room;
+        if (verdict->remedy.starts_with("--"))
+            verdict->remedy = "korva capture with " + verdict->remedy;
     }
     return verdict;
 }
 
-/// The camera of the same search that another address belongs to as well; null if there is none.
-const Answer* sameCameraBefore(const SeenCamera& seen) {
-    const std::set<std::string> macs = seen.macs();
-    if (macs.size() != 1 || seen.answers.empty())
-        return nullptr;
-    const Answer* const first = seen.index.firstAnswerOf(*macs.begin());
-    return first != nullptr && first->address != placeOf(seen.camera) ? first : nullptr;
+std::string over(const std::string& adapter) {
+    return adapter.empty() ? "" : ", over " + printable(adapter);
 }
 
 /// "second answer of 10.77.1.11, over net2".
 std::optional<std::string> secondAnswer(const SeenCamera& seen) {
-    const Answer* const before = sameCameraBefore(seen);
-    if (seen.sharesItsAddress() || (before == nullptr && seen.answers.size() < 2))
+    const Answer* const before = seen.firstWithItsMac();
+    if (seen.sharesItsAddress() || seen.sharesItsMac() || (before == nullptr && seen.answers.size() < 2))
         return std::nullopt;
     const std::string& first = before == nullptr ? seen.camera.address : before->address;
     const std::string& adapter = before == nullptr ? seen.answers[1]->adapter : seen.answers.front()->adapter;
-    return "second answer of " + printable(first) + (adapter.empty() ? "" : ", over " + printable(adapter));
+    return "second answer of " + printable(first) + over(adapter);
+}
+
+/// Of a camera whose answer names another address: it has both, or has been told a wrong one.
+Verdict noteOnName(const SeenCamera& seen, const Answer& misnamed) {
+    const auto& named = seen.index.answersNaming(misnamed.address);
+    const bool hasBoth = std::any_of(named.begin(), named.end(), [](const Answer* answer) {
+        return answer->source.empty() || answer->source == answer->address;
+    });
+    if (hasBoth)
+        return verdictWith(seen.camera, "second-answer", Severity::note,
+                           "second answer of " + printable(misnamed.address) + over(misnamed.adapter),
+                           "nothing; or take one of the two cables out");
+    return verdictWith(
+        seen.camera, "wrong-address", Severity::note,
+        "answers here, but says that its address is " + printable(misnamed.address),
+        "correct the address in the camera's settings; until then give this one to the command");
 }
 
 void addSearchNotes(const SeenCamera& seen, std::vector<Verdict>& notes) {
@@ -89,6 +97,8 @@ void addSearchNotes(const SeenCamera& seen, std::vector<Verdict>& notes) {
                                     "nothing; or take one of the two cables out"));
     if (seen.hasAnswered || camera.text != PortState::open)
         return;
+    if (const Answer* const misnamed = seen.index.misnamedAnswerFrom(placeOf(camera)))
+        return notes.push_back(noteOnName(seen, *misnamed));
     if (!seen.isBesideUs())
         notes.push_back(verdictWith(camera, "behind-router", Severity::note,
                                     "is behind a router, which a search does not cross",
@@ -97,7 +107,8 @@ void addSearchNotes(const SeenCamera& seen, std::vector<Verdict>& notes) {
         notes.push_back(verdictWith(
             camera, "discovery-blocked", Severity::note, "answers on TCP, but no search: a firewall?",
             "allow UDP from port 32768 in the firewall; or give the camera's address"));
-    else if (camera.answersQuery == true && seen.index.facts.search)
+    else if (camera.answersQuery == true && seen.index.facts.search &&
+             !isOfThisComputer(placeOf(camera), seen.index.facts))
         notes.push_back(verdictWith(camera, "broadcast-lost", Severity::note,
                                     "answers if it is asked by itself, but did not answer the search",
                                     "check its mask; or give the camera's address to the command"));
@@ -108,6 +119,15 @@ void addSearchNotes(const SeenCamera& seen, std::vector<Verdict>& notes) {
 Verdict verdictWith(const Camera& camera, const char* code, Severity severity, std::string text,
                     std::string remedy) {
     return {code, severity, std::move(text), std::move(remedy), camera.address, camera.room};
+}
+
+std::string withAddress(std::string remedy, const std::string& address) {
+    constexpr std::string_view sign = "ADDRESS";
+    const std::size_t at = remedy.find(sign);
+    // What cannot be one may be a camera's words, and may do anything to whoever runs it as a command.
+    if (at != std::string::npos && !verdictOnAddress(address))
+        remedy.replace(at, sign.size(), printable(address));
+    return remedy;
 }
 
 std::string modelIn(const std::string& text) {
@@ -123,6 +143,12 @@ bool isKnownModel(const std::string& model) {
     return model.ends_with("M61") || model.ends_with("M615") || model.ends_with("M62");
 }
 
+std::string guessedSize(const std::string& model) {
+    if (isKnownModel(model))
+        return "";
+    return model.size() == 2 ? "1676 x 1266" : model.size() == 3 ? "2748 x 1836" : "";
+}
+
 std::optional<Verdict> verdictOnCamera(const Camera& camera, const FactsIndex& index,
                                        const NetworkCauses& causes) {
     if (std::optional<Verdict> verdict = verdictOnAddress(camera.address))
@@ -136,8 +162,8 @@ std::optional<Verdict> verdictOnCamera(const Camera& camera, const FactsIndex& i
     const SeenCamera seen(camera, index);
     if (std::optional<Verdict> verdict = verdictOnLook(seen))
         return verdict;
-    if (const std::optional<Verdict> verdict = failedAttempt(camera))
-        return withItsCause(*verdict, seen);
+    if (std::optional<Verdict> verdict = failedAttempt(camera))
+        return verdict;
     const std::vector<Verdict> notes = notesOn(camera, index);
     std::optional<Verdict> photo = verdictOnPhoto(camera);
     if (photo && (photo->severity == Severity::failure || notes.empty()))
@@ -149,7 +175,7 @@ std::vector<Verdict> notesOn(const Camera& camera, const FactsIndex& index) {
     std::vector<Verdict> notes;
     const SeenCamera seen(camera, index);
     if (seen.hasUnknownModel())
-        notes.push_back(unknownModel(seen, Severity::note));
+        notes.push_back(unknownModel(seen));
     addSearchNotes(seen, notes);
     for (const Attempt& attempt : camera.attempts) {
         const std::optional<Verdict> verdict = verdictOn(attempt, camera);

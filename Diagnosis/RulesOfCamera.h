@@ -25,6 +25,10 @@ std::vector<Verdict> notesOn(const Camera& camera, const FactsIndex& index);
 /// Whether the plug-in knows the size of a model's pictures by its name.
 bool isKnownModel(const std::string& model);
 
+/// The size, as "2748 x 1836", that the plug-in takes the pictures of a model for which it does not know,
+/// since the name is short; empty if it knows the model, or measures a sample picture of it.
+std::string guessedSize(const std::string& model);
+
 /// What an identity says of the model, without the family's name before it.
 std::string modelIn(const std::string& text);
 
@@ -33,6 +37,10 @@ inline constexpr auto tryNameAgain = "try again, or give the camera's IPv4 addre
 
 /// Whether the reason of a look-up that failed leaves open if there is such a name.
 bool isNameServiceSilent(const std::string& reason);
+
+/// With the address in the place of the word ADDRESS, for whoever runs the command as it stands; unchanged if
+/// it cannot be one.
+std::string withAddress(std::string remedy, const std::string& address);
 
 /// A verdict on the camera.
 Verdict verdictWith(const Camera& camera, const char* code, Severity severity, std::string text,

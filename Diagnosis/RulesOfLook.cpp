@@ -2,6 +2,7 @@
 // another.
 
 #include "Ipv4.h"
+#include "PictureRules.h"
 #include "Printable.h"
 #include "RulesOfCamera.h"
 #include "SeenCamera.h"
@@ -48,12 +49,15 @@ std::string duplicateText(const SeenCamera& seen) {
            (rooms.size() > 1 ? listed(rooms) : "MAC addresses " + listed(seen.macs()));
 }
 
-/// Where the answer came from that names this address; empty if from there.
+/// Where the answers came from that name this address, the first of them; empty if one may have come from
+/// there: a camera on two networks answers from both of its addresses.
 std::string otherSource(const SeenCamera& seen) {
+    if (seen.answers.empty() && seen.camera.answersQuery != true)
+        return seen.camera.namedFrom;
     for (const Answer* const answer : seen.answers)
-        if (!answer->source.empty() && answer->source != placeOf(seen.camera))
-            return answer->source;
-    return {};
+        if (answer->source.empty() || answer->source == placeOf(seen.camera))
+            return {};
+    return seen.answers.empty() ? std::string() : seen.answers.front()->source;
 }
 
 /// The adapter in whose network the address stands for all; null if there is none.
@@ -142,21 +146,29 @@ const std::vector<CameraRule>& networkRules() {
          says(nameServiceSilent), tryNameAgain},
         {"duplicate-address", [](const SeenCamera& seen) { return seen.sharesItsAddress(); }, duplicateText,
          "give one of the cameras another address: unplug all but one of them to reach it"},
-        {"no-camera-there",
+        {"duplicate-mac", [](const SeenCamera& seen) { return seen.sharesItsMac(); },
          [](const SeenCamera& seen) {
-             return seen.camera.isOwnAddress && seen.camera.text == PortState::refused;
+             const Answer& other = *seen.firstWithItsMac();
+             return "same MAC address " + printable(other.macAddress) +
+                    " as another camera: " + printable(other.address) + " (" + printable(other.room) + ")";
          },
-         says("this is this computer's own address"),
-         "check the camera's address; if it has this one, give this computer another one"},
+         "use one of the two at a time, or each in a network of its own; ask for another MAC address"},
         {"wrong-address",
          [](const SeenCamera& seen) {
-             return !otherSource(seen).empty() && !isOpenOrRefused(seen.camera.text) && !seen.camera.identity;
+             return !otherSource(seen).empty() && seen.camera.text != PortState::open &&
+                    !seen.camera.identity;
          },
          [](const SeenCamera& seen) {
              return "the camera says that this is its address, but it answers from " +
                     printable(otherSource(seen));
          },
          "correct the address in the camera's settings, or use the one it answers from"},
+        {"no-camera-there",
+         [](const SeenCamera& seen) {
+             return seen.camera.isOwnAddress && seen.camera.text == PortState::refused;
+         },
+         says("this is this computer's own address"),
+         "check the camera's address; if it has this one, give this computer another one"},
         {"not-an-address", [](const SeenCamera& seen) { return adapterWhoseAllItIs(seen) != nullptr; },
          [](const SeenCamera& seen) {
              return "is the broadcast address of " + printable(adapterWhoseAllItIs(seen)->name) +
@@ -238,15 +250,43 @@ bool isGarbage(const SeenCamera& seen) {
            answer.find("--SW") == std::string::npos;
 }
 
+bool isMute(const SeenCamera& seen) {
+    const Camera& camera = seen.camera;
+    return camera.text == PortState::open && camera.textAnswer.empty() && !camera.identity &&
+           camera.lookFailure.empty();
+}
+
+/// The identification that the user's limit ended; null if the last one had its time.
+const Attempt* cutIdentification(const SeenCamera& seen) {
+    if (seen.camera.attempts.empty())
+        return nullptr;
+    const Attempt& last = seen.camera.attempts.back();
+    const bool isCut = std::any_of(last.lines.begin(), last.lines.end(), [](const LogLine& line) {
+        return line.level >= LogLine::Level::warn &&
+               line.message.find("Took too long: ") != std::string::npos;
+    });
+    const bool isIdentification = last.what == Attempt::What::identification && !last.succeeded;
+    return isIdentification && isCut && last.allowed == last.allowed.zero() ? &last : nullptr;
+}
+
+/// It may be slow: nobody has waited as long as its answer may take.
+bool hadNoTime(const SeenCamera& seen) {
+    const bool isSearchCut = seen.index.facts.search && !seen.index.facts.search->cut.empty();
+    return isMute(seen) && (cutIdentification(seen) != nullptr || isSearchCut);
+}
+
+std::string noTimeText(const SeenCamera& seen) {
+    constexpr Milliseconds unit{100};
+    const Attempt* const cut = cutIdentification(seen);
+    return cut == nullptr
+               ? "was not identified before the search was cut"
+               : "was not identified within " + secondsText(static_cast<int>(cut->took / unit)) + " s";
+}
+
 const std::vector<CameraRule>& answerRules() {
     static const std::vector<CameraRule> rules = {
-        {"silent",
-         [](const SeenCamera& seen) {
-             const Camera& camera = seen.camera;
-             return camera.text == PortState::open && camera.textAnswer.empty() && !camera.identity &&
-                    camera.lookFailure.empty();
-         },
-         says("accepts the connection on TCP 32768, and answers nothing"), restartAndCheck},
+        {"took-too-long", hadNoTime, noTimeText, "a longer --max-time"},
+        {"silent", isMute, says("accepts the connection on TCP 32768, and answers nothing"), restartAndCheck},
         {"garbage", isGarbage, says("answers on TCP 32768, but not as a camera does"), restartAndCheck},
         {"old-firmware",
          [](const SeenCamera& seen) {
@@ -298,7 +338,8 @@ std::optional<Verdict> firstOf(const std::vector<CameraRule>& rules, const SeenC
     for (const CameraRule& rule : rules)
         if (rule.holds(seen))
             return verdictWith(seen.camera, rule.code, Severity::failure, rule.text(seen),
-                               rule.remedy == nullptr ? remedyByJoining(seen) : rule.remedy);
+                               rule.remedy == nullptr ? remedyByJoining(seen)
+                                                      : withAddress(rule.remedy, seen.camera.address));
     return std::nullopt;
 }
 

@@ -51,6 +51,14 @@ const Adapter* adapterFor(const std::vector<Adapter>& adapters, const std::strin
     return at == adapters.end() ? nullptr : &*at;
 }
 
+bool isOfThisComputer(const std::string& place, const Facts& facts) {
+    for (const Adapter& adapter : facts.adapters)
+        for (const OwnAddress& own : adapter.addresses)
+            if (own.address == place || (adapter.isLoopback && isInNetworkOf(own, place)))
+                return true;
+    return false;
+}
+
 bool isConfigured(const Adapter& adapter) {
     return std::any_of(adapter.addresses.begin(), adapter.addresses.end(),
                        [](const OwnAddress& own) { return !isLinkLocal(own.address); });
@@ -138,6 +146,8 @@ NetworkCauses causesInNetworks(const FactsIndex& index) {
     if (search && search->answers.empty() && !isExplained)
         causes.push_back(nobodyAnswered(index));
     std::stable_partition(causes.begin(), causes.end(), isFailureCause);
+    for (NetworkCause& cause : causes)
+        cause.verdict.adapter = cause.adapter;
     return causes;
 }
 

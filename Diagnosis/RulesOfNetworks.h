@@ -42,6 +42,16 @@ std::vector<Adapter> adaptersIn(const Facts& facts);
 /// The one whose network holds an address, whether it works or not; null if none does.
 const Adapter* adapterFor(const std::vector<Adapter>& adapters, const std::string& address);
 
+/// Whether a packet to the place does not leave this computer.
+bool isOfThisComputer(const std::string& place, const Facts& facts);
+
+/// What has become of an adapter that has lost an own address, or all that goes by it; `now` is null if it is
+/// gone.
+Verdict verdictOnLoss(const std::string& adapter, const Adapter* now, const OwnAddress& lost);
+
+/// Whether it is, by its name, of containers or virtual machines.
+bool belongsToOthers(const Adapter& adapter);
+
 /// Whether one of its addresses was given to it, rather than made up by itself.
 bool isConfigured(const Adapter& adapter);
 

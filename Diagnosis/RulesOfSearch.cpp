@@ -1,3 +1,4 @@
+#include "Beginning.h"
 #include "Ipv4.h"
 #include "Printable.h"
 #include "RulesOfNetworks.h"
@@ -31,11 +32,11 @@ NetworkCause causeWith(const char* code, Severity severity, std::string text, st
 /// In words, of the code in the plug-in's line.
 std::string reasonIn(const std::string& line) {
     if (line.ends_with(" 10013"))
-        return "it is not permitted";
+        return "not permitted, by a firewall of this computer or for want of rights";
     if (line.ends_with(" 10050"))
         return "the network is down";
     if (line.ends_with(" 10051") || line.ends_with(" 10065"))
-        return "there is no way to it";
+        return "there is no route to it";
     return "the system refuses it";
 }
 
@@ -134,19 +135,33 @@ std::vector<StrangeAnswer> strangeAnswers(const Search& search) {
     return strange;
 }
 
+/// Each once, in the order they came, as far as they are known; the first few of them.
+std::string sourcesOf(const std::vector<StrangeAnswer>& strange) {
+    constexpr std::size_t most = 4;
+    std::vector<std::string> sources;
+    for (const StrangeAnswer& each : strange)
+        if (!each.source.empty() && std::find(sources.begin(), sources.end(), each.source) == sources.end())
+            sources.push_back(each.source);
+    std::string all;
+    for (std::size_t i = 0; i < std::min(most, sources.size()); ++i)
+        all += (i == 0 ? " from " : ", ") + sources[i];
+    if (sources.size() > most)
+        all += " and " + std::to_string(sources.size() - most) + " more";
+    return sources.size() > 1 ? all + ", the first of them" : all;
+}
+
 /// One for all of them, with the first as it came: the network may hold anything.
 void addStrange(const Search& search, NetworkCauses& causes) {
     constexpr std::size_t shownBytes = 60;
     const std::vector<StrangeAnswer> strange = strangeAnswers(search);
     if (strange.empty())
         return;
-    const std::string source = strange.front().source.empty() ? "" : " from " + strange.front().source;
     const std::string count = strange.size() == 1 ? "an answer" : std::to_string(strange.size()) + " answers";
     causes.push_back(
         causeWith("strange-answer", Severity::note,
-                  count + " to the search that no camera gives" + printable(source) + ": \"" +
-                      printable(strange.front().text.substr(0, shownBytes)) + "\"",
-                  "give the camera a room name if it is one; else another device uses UDP 32768"));
+                  count + " to the search that no camera gives" + printable(sourcesOf(strange)) + ": \"" +
+                      printable(beginningOf(strange.front().text, shownBytes)) + "\"",
+                  "give the camera another room name if it is one; else another device uses UDP 32768"));
 }
 
 } // namespace
@@ -180,9 +195,11 @@ NetworkCause nobodyAnswered(const FactsIndex& index) {
         if (adapter.isUp && adapter.hasLink && !adapter.addresses.empty())
             networks += (networks.empty() ? " on " : ", ") + printable(adapter.name) + " (" +
                         addressesOf(adapter) + ")";
+    const bool isTold = index.facts.askedByArp.value_or(true);
     return causeWith("no-camera", Severity::failure, "no camera answered the search" + networks,
                      "check the camera's power and cable and the switch; then the firewall of this computer "
-                     "(UDP 32768); a camera behind a router is found by its address alone");
+                     "(UDP 32768); a camera behind a router is found by its address alone" +
+                         std::string(isTold ? "" : "; sudo korva doctor, which sees more"));
 }
 
 } // namespace Diagnosis

@@ -19,13 +19,14 @@ const Camera* cameraAt(const Facts& facts, const std::string& address) {
     return at == facts.cameras.end() ? nullptr : &*at;
 }
 
-/// A camera that this computer itself plays answers under its address as well.
+/// A camera that this computer itself plays answers under its address as well; one that answers from
+/// elsewhere does not have it.
 bool claims(const Answer& answer, const OwnAddress& own, const FactsIndex& index, const Camera* here) {
-    if (answer.address != own.address)
-        return false;
     const bool isFromElsewhere = !answer.source.empty() && answer.source != own.address;
+    if (answer.address != own.address || isFromElsewhere)
+        return false;
     const bool isNotPlayedHere = here != nullptr && here->text == PortState::refused;
-    return isFromElsewhere || isNotPlayedHere || isForeignMac(answer.macAddress, index);
+    return isNotPlayedHere || isForeignMac(answer.macAddress, index);
 }
 
 bool isTaken(const FactsIndex& index, const OwnAddress& own) {
@@ -222,7 +223,8 @@ void addUnfound(const Facts& facts, const std::vector<Adapter>& adapters, Networ
         const Adapter* const adapter = adapterFor(adapters, placeOf(camera));
         const bool isOnOwn = adapter != nullptr || (adapters.empty() && camera.isOnOwnNetwork);
         const bool isFoundByConnecting = camera.text == PortState::open && camera.answersQuery == false;
-        if (isOnOwn && (isFoundByConnecting || camera.answersQuery == true)) {
+        const bool isAnother = !isOfThisComputer(placeOf(camera), facts);
+        if (isOnOwn && isAnother && (isFoundByConnecting || camera.answersQuery == true)) {
             causes.push_back(unfound(camera, adapter));
             return;
         }

@@ -59,6 +59,19 @@ bool SeenCamera::sharesItsAddress() const {
     return rooms().size() > 1 || (macs().size() > 1 && adapters().size() < 2);
 }
 
+const Answer* SeenCamera::firstWithItsMac() const {
+    const std::set<std::string> all = macs();
+    if (all.size() != 1 || answers.empty())
+        return nullptr;
+    const Answer* const first = index.firstAnswerOf(*all.begin());
+    return first != nullptr && first->address != placeOf(camera) ? first : nullptr;
+}
+
+bool SeenCamera::sharesItsMac() const {
+    const Answer* const first = firstWithItsMac();
+    return first != nullptr && first->room != answers.front()->room;
+}
+
 bool SeenCamera::isBesideUs() const {
     const std::vector<Adapter>& own = index.facts.adapters;
     const bool isAnywhere = own.empty() || !ipv4Number(placeOf(camera));

@@ -37,6 +37,12 @@ public:
     /// Whether several cameras answer for its address.
     bool sharesItsAddress() const;
 
+    /// The first answer of who has its one MAC address, if that is for another address; else null.
+    const Answer* firstWithItsMac() const;
+
+    /// Whether that is another camera: one that tells another room.
+    bool sharesItsMac() const;
+
     /// Whether it is in a network of this computer's, as far as that is known.
     bool isBesideUs() const;
 

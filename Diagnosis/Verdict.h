@@ -15,9 +15,10 @@ struct Verdict {
     std::string code; ///< stable, for scripts and for Docs/Troubleshooting.md: "text-port-blocked"
     Severity severity = Severity::failure;
     std::string text;
-    std::string remedy;  ///< what to try; never empty
-    std::string address; ///< the camera's; empty: it is about the computer or a network
-    std::string room;    ///< empty if it is not known
+    std::string remedy;       ///< what to try; never empty
+    std::string address;      ///< the camera's; empty: it is about the computer or a network
+    std::string room;         ///< empty if it is not known
+    std::string adapter = {}; ///< of this computer, that it is about; empty: about none of them
 
     bool operator==(const Verdict&) const = default;
 };

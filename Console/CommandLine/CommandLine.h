@@ -56,8 +56,8 @@ class Options {
 public:
     explicit Options(CLI::App& app) : app_(&app) {}
 
-    /// An option with a value, by its names ("--output", "-h,--help") or, without hyphens, by its place. The
-    /// last of several counts. Values are texts, numbers, and optional ones of these; a vector takes all
+    /// An option with a value, by its names ("--output", "-h,--help") or, without hyphens, by its place. It
+    /// is given once at most. Values are texts, numbers, and optional ones of these; a vector takes all
     /// texts.
     template <typename Value>
     Option add(const std::string& names, Value& value, const std::string& help) const;
@@ -122,6 +122,8 @@ public:
     std::string help() const;
 
 private:
+    bool isKnown(const std::string& option) const;
+
     std::unique_ptr<CLI::App> app_;
 };
 

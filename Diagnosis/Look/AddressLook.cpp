@@ -104,6 +104,7 @@ void sendQueries(const std::vector<Target>& targets, QuerySocket& socket, Facts&
         if (!refusal.empty() && camera.lookFailure.empty())
             camera.lookFailure = refusal;
         camera.answersQuery = false;
+        camera.namedFrom.clear();
     }
 }
 
@@ -113,6 +114,7 @@ void takeReplies(const std::vector<Target>& targets, QuerySocket& socket, Clock:
     std::set<std::uint32_t> missing;
     for (const Target& target : targets)
         missing.insert(target.ip);
+    const std::set<std::uint32_t> asked = missing;
     for (std::size_t count = 0; count < mostReplies && !missing.empty(); ++count) {
         const auto datagram = socket.receive(deadline);
         if (!datagram)
@@ -120,12 +122,18 @@ void takeReplies(const std::vector<Target>& targets, QuerySocket& socket, Clock:
         const auto reply = readDiscoveryReply(datagram->text);
         if (!reply)
             continue;
-        // A camera with several addresses may answer from another one than was asked.
+        // A camera with several addresses may answer from another one than was asked, but not from one that
+        // was asked itself.
+        const bool wasAsked = asked.contains(datagram->source);
         const std::uint32_t announced = addressFromText(reply->address).value_or(datagram->source);
         for (const Target& target : targets) {
             if (target.ip != datagram->source && target.ip != announced)
                 continue;
             Camera& camera = facts.cameras[target.camera];
+            if (target.ip != datagram->source && wasAsked) {
+                camera.namedFrom = dottedText(datagram->source);
+                continue;
+            }
             camera.answersQuery = true;
             if (camera.room.empty())
                 camera.room = reply->room;
@@ -191,8 +199,15 @@ bool hasAnswered(const Camera& camera) {
     return camera.answersQuery == true || answered(camera.text) || answered(camera.picture);
 }
 
-/// What the system has found out meanwhile about the address itself.
-void noteNeighbour(const Target& target, const View& view, Camera& camera) {
+/// Whether who has the address answered at or after a time. For long after its last answer the system still
+/// calls a neighbour good that is gone.
+bool hasConfirmed(const Platform::NeighbourEntry& entry, Clock::time_point since, Clock::time_point now) {
+    return entry.state == NeighbourState::confirmed && entry.confirmedAgo &&
+           now - *entry.confirmedAgo >= since;
+}
+
+/// What the system has found out since the look's beginning about the address itself.
+void noteNeighbour(const Target& target, const View& view, Clock::time_point since, Camera& camera) {
     camera.isOwnAddress = target.route.way == Way::own && view.holderOf(target.ip) != nullptr;
     camera.adapter = view.nameOf(target.route.adapterIndex);
     camera.answersArp.reset();
@@ -200,10 +215,11 @@ void noteNeighbour(const Target& target, const View& view, Camera& camera) {
         return;
     const Platform::NeighbourEntry* const entry = view.neighbour(target.ip, target.route.adapterIndex);
     const NeighbourState state = entry == nullptr ? NeighbourState::failed : entry->state;
-    if (state == NeighbourState::confirmed || (state == NeighbourState::known && hasAnswered(camera)))
+    const bool isKnown = state == NeighbourState::confirmed || state == NeighbourState::known;
+    if (isKnown && (hasAnswered(camera) || hasConfirmed(*entry, since, Clock::now())))
         camera.answersArp = true;
     // What is only known from before may be gone. Where nothing was sent, nobody was asked.
-    else if (entry != nullptr && state != NeighbourState::known)
+    else if (entry != nullptr && !isKnown)
         camera.answersArp = false;
     if (entry != nullptr)
         addMac(macText(entry->hardwareAddress), camera);
@@ -217,7 +233,14 @@ void noteNeighbour(const Target& target, const View& view, Camera& camera) {
 
 } // namespace
 
-void lookAt(const std::vector<std::string>& addresses, Facts& facts) {
+std::string addressBehind(const std::string& text) {
+    Camera camera;
+    camera.address = text;
+    const auto ip = findAddress(camera, Clock::now() + nameLookTime);
+    return ip ? dottedText(*ip) : std::string();
+}
+
+void lookAt(const std::vector<std::string>& addresses, Facts& facts, std::chrono::milliseconds before) {
     const Clock::time_point begin = Clock::now();
     const std::vector<Target> targets = targetsAmong(addresses, begin + nameLookTime, facts);
     QuerySocket socket;
@@ -227,8 +250,20 @@ void lookAt(const std::vector<std::string>& addresses, Facts& facts) {
     takeReplies(targets, socket, asked + queryTime, facts);
     const View view = View::now();
     for (const Target& target : targets)
-        noteNeighbour(target, view, facts.cameras[target.camera]);
+        noteNeighbour(target, view, begin - before, facts.cameras[target.camera]);
     facts.neighbours = view.neighbourFacts();
+}
+
+std::string askForRoom(const std::string& address) {
+    Facts facts;
+    const std::vector<Target> targets = targetsAmong({address}, Clock::now() + nameLookTime, facts);
+    QuerySocket socket;
+    constexpr int queries = 2; // one may be lost
+    for (int query = 0; query < queries && facts.cameras.front().room.empty(); ++query) {
+        sendQueries(targets, socket, facts);
+        takeReplies(targets, socket, Clock::now() + roomLookTime / queries, facts);
+    }
+    return facts.cameras.front().room;
 }
 
 } // namespace Diagnosis

@@ -52,7 +52,10 @@ void addCameras(Questions& questions, const Platform::Adapter& adapter, Facts& f
         const std::optional<std::uint32_t> address =
             addressFromText(camera.ipv4.empty() ? camera.address : camera.ipv4);
         if (address && reaches(adapter, *address))
-            questions.add(adapter, *address, [&camera](const std::string& mac) { addMac(mac, camera); });
+            questions.add(adapter, *address, [&camera](const std::string& mac) {
+                addMac(mac, camera);
+                camera.answersArp = true;
+            });
     }
 }
 
@@ -68,6 +71,7 @@ void lookByArp(Facts& facts) {
         addCameras(questions, adapter, facts);
     }
     const auto answers = Platform::askByArp(questions.asked, Platform::Clock::now() + arpLookTime);
+    facts.askedByArp = answers.has_value();
     for (std::size_t at = 0; answers && at < answers->size(); ++at)
         for (const std::vector<unsigned char>& mac : (*answers)[at])
             questions.notes[at](macText(mac));

@@ -47,10 +47,16 @@ std::vector<std::string> entriesOf(std::string_view text) {
     return entries;
 }
 
-/// The entry behind a key; empty if there is none.
+/// The entry behind a key, the next key if it has no value of its own; empty if there is none.
 std::string entryBehind(std::string_view key, const std::vector<std::string>& entries) {
     const auto found = std::ranges::find(entries, key);
     return found == entries.end() || found + 1 == entries.end() ? std::string() : *(found + 1);
+}
+
+/// A key has no value where the next one follows.
+void clearKey(std::string& value) {
+    if (value.starts_with("--"))
+        value.clear();
 }
 
 } // namespace
@@ -62,7 +68,11 @@ std::optional<DiscoveryReply> readDiscoveryReply(std::string_view datagram) {
     const std::vector<std::string> entries = entriesOf(text);
     DiscoveryReply reply{entryBehind("--Room", entries), entryBehind("--IP", entries),
                          entryBehind("--NetMask", entries)};
-    return reply.room.empty() || reply.address.empty() ? std::nullopt : std::optional(std::move(reply));
+    if (reply.room.empty() || reply.address.empty())
+        return std::nullopt;
+    clearKey(reply.room);
+    clearKey(reply.mask);
+    return reply;
 }
 
 std::optional<VersionAnswer> readVersionAnswer(std::string_view text) {

@@ -87,6 +87,8 @@ std::string QuerySocket::send(std::string_view text, std::uint32_t to, std::uint
     do
         sent = sendmsg(descriptor_, &message, MSG_NOSIGNAL);
     while (sent < 0 && errno == EINTR);
+    if (sent < 0 && (errno == EACCES || errno == EPERM))
+        return "not permitted, by a firewall of this computer or for want of rights";
     return sent < 0 ? textOf(errno) : std::string();
 }
 

@@ -105,6 +105,17 @@ struct Platform::Rtnetlink::Answer {
         return value;
     }
 
+    /// How long ago a neighbour has last answered; nothing if the kernel does not tell.
+    std::optional<std::chrono::milliseconds> confirmedAgo(const ndmsg* entry) const {
+        const rtattr* const found = attribute(entry, NDA_CACHEINFO);
+        const long ticksPerSecond = sysconf(_SC_CLK_TCK);
+        nda_cacheinfo info{};
+        if (found == nullptr || RTA_PAYLOAD(found) < sizeof info || ticksPerSecond <= 0)
+            return std::nullopt;
+        std::memcpy(&info, RTA_DATA(found), sizeof info);
+        return std::chrono::milliseconds(std::int64_t{info.ndm_confirmed} * 1000 / ticksPerSecond);
+    }
+
     /// The hardware address in that attribute; empty if there is none.
     std::vector<unsigned char> hardwareAddress(const ndmsg* entry) const {
         const rtattr* const link = attribute(entry, NDA_LLADDR);
@@ -241,6 +252,7 @@ std::optional<std::vector<Platform::NeighbourEntry>> Platform::Rtnetlink::neighb
         added.adapterIndex = static_cast<unsigned>(entry->ndm_ifindex);
         added.address = answer.number(entry, NDA_DST);
         added.state = stateOf(*entry);
+        added.confirmedAgo = answer.confirmedAgo(entry);
         if ((entry->ndm_state & knownStates) != 0)
             added.hardwareAddress = answer.hardwareAddress(entry);
     });

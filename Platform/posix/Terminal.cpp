@@ -71,6 +71,10 @@ void Platform::leaveSignalsToOthers() {
     pthread_sigmask(SIG_BLOCK, &signals, nullptr);
 }
 
+void Platform::interruptOneself() {
+    interruptCame = true;
+}
+
 bool Platform::interrupted() {
     return interruptCame;
 }

@@ -1,5 +1,7 @@
 #include "Console/CaptureReport.h"
 
+#include "Console/CaptureRun.h"
+
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
@@ -56,6 +58,19 @@ TEST(CaptureReport, LineNamesFileSizeMeanAndTimeAndWhatIsWrongAndCannotSteerATer
     EXPECT_EQ(pictureLine(options, result), usual + ", exposure 1.5 s");
 }
 
+TEST(CaptureReport, CaptionHoldsTheRoomAndWhatIsWrongWithThePicture) {
+    using Lines = std::vector<std::string>;
+    CaptureResult result = taken("10.0.0.7", "a.png");
+    result.model = "M615";
+    EXPECT_EQ(captionOf(result), (Lines{"M615  10.0.0.7", "4 x 2  1.5 s  mean 87", "Lab 2"}));
+    result.verdict = verdict("overexposed", "31 % overexposed", "--exposure 0.6");
+    EXPECT_EQ(captionOf(result),
+              (Lines{"M615  10.0.0.7", "4 x 2  1.5 s  mean 87", "Lab 2", "31 % overexposed"}));
+    result.room.clear();
+    EXPECT_EQ(captionOf(result), (Lines{"M615  10.0.0.7", "4 x 2  1.5 s  mean 87", "31 % overexposed"}));
+    EXPECT_EQ(captionOf(failed("10.0.0.8", "")), Lines{"10.0.0.8"});
+}
+
 TEST(CaptureReport, LastLineNamesWhoFailed) {
     CaptureReport report;
     report.results = {taken("10.0.0.7", "a.png"), failed("10.0.0.8", "Lab\x07"), failed("10.0.0.9", "")};
@@ -75,6 +90,16 @@ TEST(CaptureReport, IsInTheOrderOfTheAddresses) {
         order.push_back(result.address);
     EXPECT_EQ(order, (std::vector<std::string>{"9.255.0.1", "10.0.0.9", "10.0.0.20", "10.0.0", "10.0.0.256",
                                                "10.0.0.9x", "camera"}));
+}
+
+TEST(CaptureReport, SheetKeepsTheFirstOfTheAddressesInWhateverOrderTheyCome) {
+    std::vector<FinishedPicture> kept;
+    std::vector<bool> wereAllKept;
+    for (const char* address : {"10.0.0.20", "10.0.0.9", "10.0.0.100", "10.0.0.8"})
+        wereAllKept.push_back(keepFirst(kept, {failed(address, ""), {}, {}}, 2));
+    EXPECT_EQ(wereAllKept, (std::vector{true, true, false, false}));
+    ASSERT_EQ(kept.size(), 2u);
+    EXPECT_EQ(kept[0].result.address + " " + kept[1].result.address, "10.0.0.8 10.0.0.9");
 }
 
 TEST(CaptureReport, JsonHoldsEachResultAndWhyOthersAreMissing) {

@@ -1,5 +1,6 @@
 #include "Console/CommandRun.h"
 
+#include "Console/PictureFile.h"
 #include "Outcome.h"
 
 #include <nlohmann/json.hpp>
@@ -111,6 +112,20 @@ TEST(CommandRun, TellsProgramsWhatTheCommandDidAndWhyItFailed) {
               End(ExitStatus::failed, ""));
 }
 
+TEST(CommandRun, TellsProgramsOfADiagnosticsFolderThatCannotBeMade) {
+    CommonOptions common;
+    common.diagnosticsFolder = "/dev/null/x";
+    testing::internal::CaptureStdout();
+    EXPECT_EQ(
+        ConsoleTests::shownBy([&] { runJson(true, {}, common, [](Json&) { return ExitStatus::done; }); }),
+        "korva: cannot make the diagnostics folder /dev/null/x: Not a directory; try: another "
+        "--diagnostics DIR\n");
+    EXPECT_EQ(testing::internal::GetCapturedStdout(),
+              R"({"error":{"code":"file-failed","text":"cannot make the diagnostics folder /dev/null/x: )"
+              R"(Not a directory","try":"another --diagnostics DIR"}})"
+              "\n");
+}
+
 TEST(CommandFailure, HasACauseWhateverItWasMadeOf) {
     EXPECT_EQ(CommandFailure(silent).what(), std::string("a: says nothing; try: wait"));
     const Diagnosis::Verdict verdict = CommandFailure("no file; try: another; try: --output FILE").verdict();
@@ -119,6 +134,7 @@ TEST(CommandFailure, HasACauseWhateverItWasMadeOf) {
     EXPECT_EQ(verdict.remedy, "--output FILE");
     EXPECT_EQ(verdictFrom(std::bad_alloc()).code, "no-memory");
     EXPECT_EQ(verdictFrom(Interrupted()).code, "interrupted");
+    EXPECT_EQ(verdictFrom(PictureFileError("cannot write a; try: b")).code, "file-failed");
     EXPECT_EQ(verdictFrom(std::runtime_error("a\x1b")).text, "a\\x1b");
     EXPECT_NE(verdictFrom(std::runtime_error("a")).remedy, "");
 }

@@ -85,9 +85,20 @@ TEST(ContactSheet, SaysInATileWhyAPictureIsMissing) {
     EXPECT_EQ(inTile(ink) + inTile(tile), 480u * 360u) << "nothing but the words";
 }
 
+TEST(ContactSheet, EndsACaptionThatIsTooLongWithDotsAndDrawsOneLetterForEachCharacter) {
+    const auto captioned = [](const std::string& caption) {
+        ContactSheet sheet;
+        sheet.addMissing("", {caption});
+        return sheet.layOut().pixels;
+    };
+    EXPECT_EQ(captioned(std::string(41, 'x')), captioned(std::string(38, 'x') + ".."));
+    EXPECT_NE(captioned(std::string(40, 'x')), captioned(std::string(38, 'x') + ".."));
+    EXPECT_EQ(captioned("B\u00FCro 会"), captioned("B~ro ~"));
+}
+
 TEST(TinyFont, LettersAndDigitsDiffer) {
     std::set<std::array<std::uint8_t, Console::glyphHeight>> glyphs;
-    const std::string letters = "ABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789.,:-_/()%?;'\" ";
+    const std::string letters = "ABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789.,:-_/()%?;'\"> ";
     for (const char letter : letters)
         glyphs.insert(Console::glyphOf(letter));
     EXPECT_EQ(glyphs.size(), letters.size());

@@ -1,18 +1,18 @@
 // What `korva discover` makes of a search's log lines, and of what was seen.
 
 #include "Console/CameraHost.h"
-#include "Console/CommandFailure.h"
 #include "Console/DiscoverReport.h"
 #include "Console/DiscoverWatch.h"
 #include "Console/SearchFacts.h"
 #include "Console/SearchProgress.h"
-#include "Console/Watching.h"
 
+#include "Diagnosis/Rules.h"
 #include "Platform/Text.h"
 
 #include <gmock/gmock.h>
 #include <nlohmann/json.hpp>
 
+#include <set>
 #include <string>
 #include <vector>
 
@@ -22,6 +22,7 @@ using nlohmann::json;
 using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
+using testing::Not;
 using testing::StartsWith;
 using Outcome = SearchedNetwork::Outcome;
 
@@ -63,6 +64,24 @@ CameraInfo cameraAt(const std::string& address, const std::wstring& serialNumber
     return info;
 }
 
+const std::string refused = "Korva Query - sendto call failed: sendReturn = -1 WSAError = 10013";
+
+/// "ROOM ADDRESS", as a look of our own has heard it.
+Diagnosis::Answer answerFrom(const std::string& source, const std::string& roomAndAddress) {
+    Diagnosis::Answer answer = searchedBy({heard + roomAndAddress}).search().answers.at(0);
+    answer.source = source;
+    return answer;
+}
+
+/// A look of our own that cameras in these rooms, at .11 and so on, have answered.
+Diagnosis::Facts searched(const Lines& rooms) {
+    Lines lines;
+    for (const std::string& room : rooms)
+        lines.push_back(heard + room + " 10.77." + std::to_string(1 + lines.size() / 200) + "." +
+                        std::to_string(11 + lines.size() % 200));
+    return factsOf(searchedBy(lines), {});
+}
+
 /// One camera at .12 in Room A that is ready, and one at .2 in Room B whose identification failed.
 DiscoverReport mixed() {
     const SearchProgress progress = searchedBy(
@@ -94,10 +113,13 @@ TEST(SearchProgress, TellsTheNetworksThatWereSearchedAndWhoAnsweredWhen) {
     EXPECT_EQ(search.failure, "");
 }
 
+TEST(SearchProgress, TakesTheKeyBehindARoomWithoutANameForNoRoom) {
+    EXPECT_EQ(searchedBy({heard + "--IP 10.77.1.11"}).search().answers.at(0).room, "");
+}
+
 TEST(SearchProgress, SaysInWordsWhyThereWasNoSearch) {
     for (const auto& [line, failure, reason] :
-         {std::tuple{"Korva Query - sendto call failed: sendReturn = -1 WSAError = 10013",
-                     "the system refused to send the query to 10.77.1.255", "not permitted"},
+         {std::tuple{refused.c_str(), "the system refused to send the query to 10.77.1.255", "not permitted"},
           {"Korva Query - sendto call failed: sendReturn = -1 WSAError = 10051",
            "the system refused to send the query to 10.77.1.255", "there is no route"},
           {"setsockopt failed", "the system does not let this program broadcast", ""},
@@ -182,6 +204,69 @@ TEST(SearchFacts, NameTheAdaptersAndAddThoseThatWereNotSearched) {
               "\n  not searched  net4: it has no IPv4 address");
 }
 
+TEST(SearchFacts, TellTooLittleOfNobodyAndOfThoseWhoAnswerTwiceOrAreNotIdentified) {
+    const std::vector<CameraInfo> found = {cameraAt("10.77.1.11")};
+    const std::string first = heard + "A 10.77.1.11";
+    EXPECT_TRUE(tellsTooLittle(factsOf(searchedBy({}), {})));
+    EXPECT_TRUE(tellsTooLittle(factsOf(searchedBy({first, first}), found)));
+    EXPECT_TRUE(tellsTooLittle(factsOf(searchedBy({first, heard + "B 10.77.1.12"}), found)));
+    EXPECT_FALSE(tellsTooLittle(factsOf(searchedBy({first}), found)));
+}
+
+TEST(SearchFacts, LearnFromALookWhereAnswersCameFromAndWhoElseIsThere) {
+    Diagnosis::Facts look;
+    look.search.emplace().answers = {answerFrom("10.77.1.11", "A 10.77.1.99"),
+                                     answerFrom("10.77.1.12", "B 10.77.1.12")};
+    look.foreign = look.limitedOnly = look.search->answers;
+    look.neighbours = {{"net1", "10.77.1.11", ""}};
+    look.askedByArp = false;
+    Diagnosis::Facts facts = factsOf(searchedBy({heard + "A 10.77.1.99"}), {});
+    EXPECT_THAT(absorbLook(facts, look), IsEmpty());
+    ASSERT_EQ(facts.search->answers.size(), 1u) << "who did not answer the search is not found by it";
+    EXPECT_EQ(facts.search->answers[0].source, "10.77.1.11");
+    EXPECT_EQ(facts.foreign, look.foreign);
+    EXPECT_EQ(facts.limitedOnly, look.limitedOnly);
+    EXPECT_EQ(facts.neighbours, look.neighbours);
+    EXPECT_EQ(facts.askedByArp, false);
+    EXPECT_EQ(Diagnosis::verdictsOn(facts).at(0)->code, "wrong-address");
+    Diagnosis::Facts all;
+    absorb(all, facts);
+    absorb(all, facts);
+    EXPECT_EQ(all.foreign, look.foreign);
+    EXPECT_EQ(all.askedByArp, false);
+}
+
+TEST(SearchFacts, OfASearchThatWasRefusedAreThoseOfTheLook) {
+    Diagnosis::Facts facts = factsOf(searchedBy({refused}), {});
+    facts.adapters = {adapter("net1", "10.77.1.1"), adapter("net2", "10.77.2.1"),
+                      adapter("net3", "10.77.3.1")};
+    completeNetworks(facts);
+    Diagnosis::Facts look;
+    look.search.emplace().networks = {
+        {"net1", {"10.77.1.1", "255.255.255.0"}, "10.77.1.255", Outcome::refused, "in other words"},
+        {"net2", {"10.77.2.1", "255.255.255.0"}, "10.77.2.255", Outcome::searched, ""}};
+    look.search->answers = {answerFrom("10.77.2.11", "B 10.77.2.11")};
+    look.limitedOnly = {answerFrom("10.77.1.11", "A 10.77.1.11"), answerFrom("10.77.3.11", "C 10.77.3.11")};
+    look.limitedOnly[0].adapter = "net1";
+    look.limitedOnly[1].adapter = "net3";
+    EXPECT_THAT(absorbLook(facts, look), ElementsAre("10.77.2.11", "10.77.1.11"));
+    EXPECT_THAT(
+        networkLines(*facts.search),
+        StartsWith("\n  not searched  net1  10.77.1.1, mask 255.255.255.0, broadcast 10.77.1.255: refused: "
+                   "not permitted, by a firewall of this computer or for want of rights"
+                   "\n  searched      net2"));
+    EXPECT_EQ(facts.limitedOnly.size(), 1u);
+    ASSERT_EQ(facts.cameras.size(), 2u);
+    EXPECT_EQ(facts.cameras[0].room, "B");
+    EXPECT_TRUE(facts.cameras[0].answeredSearch);
+    addFound({cameraAt("10.77.2.11"), cameraAt("10.77.2.11")}, facts);
+    EXPECT_EQ(facts.cameras[0].attempts.size(), 1u);
+    const DiscoverReport report(facts, {cameraAt("10.77.2.11")});
+    EXPECT_EQ(report.summary(), "1 ready, 1 unusable.");
+    EXPECT_EQ(report.status(), ExitStatus::partlyFailed);
+    EXPECT_EQ(report.failure()->code, "adapter-refused");
+}
+
 TEST(SearchFacts, OfFurtherSearchesAddWhatIsNew) {
     Diagnosis::Facts all;
     const std::vector<CameraInfo> found = {cameraAt("10.77.1.12")};
@@ -251,6 +336,23 @@ TEST(DiscoverReport, JsonHoldsCamerasProblemsAndTheFirstProblemAsError) {
     EXPECT_NE(object["error"]["try"], "");
 }
 
+TEST(DiscoverReport, NotesThatOthersThanCamerasAnswered) {
+    const std::vector<CameraInfo> one = {cameraAt("10.77.1.11")};
+    Diagnosis::Facts facts = factsOf(
+        searchedBy({heard + "A 10.77.1.11", "Got message that wasn't parsed as a Korva response: hello"}),
+        one);
+    Diagnosis::Facts look;
+    look.search.emplace().strange = {{"10.77.1.9", "hello"}};
+    absorbLook(facts, look);
+    const DiscoverReport report(facts, one);
+    EXPECT_THAT(report.summary(),
+                StartsWith("1 ready, 0 unusable.\nNote: an answer to the search that no camera "
+                           "gives from 10.77.1.9: \"hello\"; try: "));
+    EXPECT_EQ(report.json()["problems"][0]["code"], "strange-answer");
+    EXPECT_EQ(report.failure(), std::nullopt);
+    EXPECT_EQ(report.status(), ExitStatus::done);
+}
+
 TEST(DiscoverReport, HasTheStatusOfWhatWasFound) {
     const std::vector<CameraInfo> one = {cameraAt("10.77.1.11")};
     const Lines answer = {heard + "A 10.77.1.11"};
@@ -269,6 +371,16 @@ TEST(DiscoverReport, HasTheStatusOfWhatWasFound) {
         "or the camera's address");
     EXPECT_EQ(DiscoverReport(factsOf(searchedBy({"setsockopt failed"}), {}), {}).status(),
               ExitStatus::failed);
+}
+
+TEST(DiscoverReport, CountsThoseWhoseTurnDidNotComeByThemselves) {
+    const std::vector<CameraInfo> one = {cameraAt("10.77.1.11")};
+    Diagnosis::Facts facts = factsOf(searchedBy({heard + "A 10.77.1.11", heard + "B 10.77.1.12"}), one);
+    facts.search->cut = "after 1.0 s: it did not end";
+    const DiscoverReport report(facts, one);
+    EXPECT_EQ(report.summary(), "1 ready, 0 unusable, 1 not asked.");
+    EXPECT_EQ(report.rows()[1].verdict->code, "search-cut");
+    EXPECT_EQ(report.status(), ExitStatus::partlyFailed);
 }
 
 TEST(DiscoverReport, OfACameraThatAnsweredTwiceCountsOne) {
@@ -295,6 +407,7 @@ TEST(DiscoverReport, OfTwoCamerasWithOneAddressNamesBoth) {
     ASSERT_EQ(report.rows().size(), 2u);
     for (const DiscoverReport::Row& row : report.rows())
         EXPECT_EQ(row.status(), "same address as another camera: Twin A, Twin B");
+    EXPECT_THAT(report.table(false), Not(HasSubstr("M61"))); // of which of them it is, nobody knows
     EXPECT_EQ(report.rows()[1].room, "Twin B");
     EXPECT_EQ(report.summary(), "0 ready, 2 unusable.");
 }
@@ -356,15 +469,90 @@ TEST(DiscoverWatch, TellsWhoCameWhoChangedAndWhoIsGoneForTwoSearches) {
     EXPECT_THAT(told({row("a", true), row("b", false), row("c", true)}), ElementsAre("came c"));
     EXPECT_THAT(told({row("a", true), row("b", false), absent}), IsEmpty());
     EXPECT_THAT(told({row("a", true), row("b", false), absent}), ElementsAre("gone c"));
+    DiscoverReport::Row further = row("a", false);
+    further.isFurther = true;
+    EXPECT_THAT(told({row("a", true), further, row("b", false)}), IsEmpty());
 }
 
-TEST(Watching, TellsWhetherAnyLookCameToItsEnd) {
-    EXPECT_FALSE(watchUntilInterrupt({}, [] { throw interruption(); }));
-    int looks = 0;
-    EXPECT_TRUE(watchUntilInterrupt({}, [&looks] {
-        if (++looks > 1)
-            throw interruption();
-    }));
+TEST(DiscoverWatch, SaysNothingOfATwinAsLongAsTheOtherMayBeThere) {
+    const auto row = [](const std::string& room, bool isTwin) {
+        DiscoverReport::Row one;
+        one.address = "10.77.1.11";
+        one.room = room;
+        one.isPresent = true;
+        one.isReady = !isTwin;
+        if (isTwin)
+            one.verdict = {"duplicate-address", Diagnosis::Severity::failure, "twins", "wait", "", ""};
+        return one;
+    };
+    CameraChanges changes;
+    const auto told = [&changes](const std::vector<DiscoverReport::Row>& rows) {
+        Lines texts;
+        for (const CameraChanges::Change& change : changes.take(rows))
+            texts.push_back(change.what + " " + change.row.room + " " + change.row.status());
+        return texts;
+    };
+    EXPECT_THAT(told({row("A", false)}), ElementsAre("came A ready"));
+    EXPECT_THAT(told({row("A", true), row("B", true)}), ElementsAre("changed A twins", "came B twins"));
+    EXPECT_THAT(told({row("A", false)}), IsEmpty());
+    EXPECT_THAT(told({row("A", true), row("B", true)}), IsEmpty());
+    EXPECT_THAT(told({row("A", false)}), IsEmpty());
+    EXPECT_THAT(told({row("A", false)}), ElementsAre("changed A ready", "gone B twins"));
+    EXPECT_EQ(changes.rows().size(), 1u);
+}
+
+TEST(DiscoverWatch, EndsWithTheStatusOfAllThatItKnows) {
+    for (const auto& [end, status] : {std::pair{WatchEnd{1, 0, true, false}, ExitStatus::done},
+                                      {WatchEnd{1, 1, true, false}, ExitStatus::partlyFailed},
+                                      {WatchEnd{1, 0, true, true}, ExitStatus::partlyFailed},
+                                      {WatchEnd{0, 1, true, false}, ExitStatus::failed},
+                                      {WatchEnd{0, 0, false, false}, ExitStatus::failed},
+                                      {WatchEnd{0, 0, true, true}, ExitStatus::nothingFound}})
+        EXPECT_EQ(statusOf(end), status) << end.ready << end.unusable << end.hasTrouble;
+}
+
+TEST(DiscoverWatch, TellsOfACameraThatIsStillAskedThatItHasAnswered) {
+    const auto told = CameraChanges().take({stillAsked("10.77.1.11", searched({"A"}))});
+    ASSERT_EQ(told.size(), 1u);
+    EXPECT_EQ(json::parse(changeObject(told[0]).dump()),
+              json::parse(R"({"event": "came", "address": "10.77.1.11", "room": "A",
+        "serialNumber": "", "ready": false, "code": "search-cut",
+        "text": "answered the search, not asked to the end",
+        "try": "a longer --timeout, or korva doctor with its address"})"));
+}
+
+TEST(DiscoverWatch, SaysNothingOfWhoIsGoneButThat) {
+    const auto object = changeObject({"gone", stillAsked("10.77.1.11", searched({"A"}))});
+    EXPECT_EQ(object["text"], "no longer answers");
+    EXPECT_EQ(object["code"], "");
+    EXPECT_EQ(object["try"], "");
+}
+
+TEST(DiscoverWatch, KeepsNoMoreThanItsBoundAndAllOfThoseThatAnswer) {
+    const Diagnosis::Facts seen = searched(Lines(mostWatched + 20, "A"));
+    EXPECT_EQ(answering(seen, {}).size(), mostWatched);
+    std::set<std::string> watched = {seen.cameras.back().address};
+    EXPECT_EQ(answering(seen, watched).size(), mostWatched);
+    EXPECT_EQ(answering(seen, watched).back(), *watched.begin());
+    while (watched.size() < mostWatched)
+        watched.insert("of another " + std::to_string(watched.size()));
+    EXPECT_THAT(answering(seen, watched), ElementsAre(seen.cameras.back().address));
+}
+
+TEST(DiscoverWatch, TellsOfTroubleWhereNobodyAnswersOrAnAdapterRefusesTheSearch) {
+    EXPECT_EQ(troubleOf(searched({}))->code, "no-camera");
+    EXPECT_FALSE(troubleOf(searched({"A"})));
+    Diagnosis::Facts blocked = searched({});
+    Diagnosis::Camera& camera = cameraIn(blocked, "10.77.1.12"); // a neighbour
+    camera.text = Diagnosis::PortState::open;
+    camera.answersArp = true;
+    camera.answersQuery = false;
+    camera.textAnswer = "Version=3.2.15";
+    camera.toldModel = "M61";
+    EXPECT_EQ(troubleOf(blocked)->code, "discovery-blocked");
+    Diagnosis::Facts partly = searched({"A"});
+    partly.search->networks.emplace_back().outcome = Outcome::refused;
+    EXPECT_EQ(troubleOf(partly)->code, "adapter-refused");
 }
 
 TEST(CameraHost, SaysWhyThereWasNoSearch) {
@@ -372,19 +560,6 @@ TEST(CameraHost, SaysWhyThereWasNoSearch) {
     EXPECT_NE(why.code, "no-camera");
     EXPECT_THAT(why.text, HasSubstr("does not let this program broadcast"));
     EXPECT_NE(why.remedy, "");
-}
-
-TEST(DiscoverWatch, EndsWithAFailureOnceASearchIsLeftToItself) {
-    Diagnosis::Facts facts = factsOf(searchedBy({}), {});
-    facts.search->cut = "after 1.0 s: it did not end";
-    try {
-        watchCameras(
-            false, [&] { return DiscoverReport(facts, {}); }, [] { return false; });
-        FAIL();
-    } catch (const CommandFailure& failure) {
-        EXPECT_EQ(failure.verdict().code, "search-cut");
-        EXPECT_EQ(failure.status(), ExitStatus::failed);
-    }
 }
 
 TEST(DiscoverReport, TellsProgramsTheHardwareAddressThatTheTableTells) {

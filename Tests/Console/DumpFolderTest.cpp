@@ -4,14 +4,20 @@
 #include "Support/TemporaryFolder.h"
 #include "VantrelCommon/PlenarDiagnostics.h"
 
-#include <gtest/gtest.h>
+#include <gmock/gmock.h>
 
+#include <cstdint>
 #include <fstream>
+#include <optional>
 #include <string>
 #include <thread>
 #include <vector>
 
 using Console::DumpFolder;
+using Diagnosis::Verdict;
+using testing::AllOf;
+using testing::ElementsAre;
+using testing::Field;
 using Names = std::vector<std::string>;
 
 namespace {
@@ -58,4 +64,29 @@ TEST(DumpFolder, LeavesTheFolderAsItIsWhereItCannotBeUsed) {
     DumpFolder dumps("/no/such/folder");
     EXPECT_EQ(PlenarDiagnostics::getImagesSubDirectory(), L"/no/such/folder");
     dumps.claim("10.0.0.7");
+    EXPECT_THAT(dumps.takeFailures(), ElementsAre(Field(&Verdict::text, "cannot dump the picture file into "
+                                                                        "/no/such/folder: No such file or "
+                                                                        "directory")));
+}
+
+TEST(DumpFolder, SaysWhichDumpsAreMissingOrNotWhole) {
+    const TestSupport::TemporaryFolder folder;
+    DumpFolder dumps(folder.path());
+    for (const std::optional<std::uint64_t> bytes : {std::optional<std::uint64_t>(7), {8}, {}}) {
+        DumpFolder::noteFetched(bytes);
+        dump();
+    }
+    DumpFolder::noteFetched(std::nullopt);
+    PlenarDiagnostics::getImagesSubDirectory(); // and then the file cannot be made
+    dumps.claim("10.0.0.7");
+    const auto saying = [](const std::string& text) {
+        return AllOf(Field(&Verdict::code, "file-failed"), Field(&Verdict::address, "10.0.0.7"),
+                     Field(&Verdict::text, text));
+    };
+    EXPECT_THAT(dumps.takeFailures(),
+                ElementsAre(saying("the dump " + folder.file("KorvaImage now 10.0.0.7-2.sgi") +
+                                   " is not whole, 7 of 8 bytes: the system took no more"),
+                            saying("the picture file was not dumped into " + folder.path().string() +
+                                   ": the system took no more")));
+    EXPECT_THAT(dumps.takeFailures(), testing::IsEmpty());
 }

@@ -1,7 +1,11 @@
 #include "Console/FileNames.h"
 
-#include <gtest/gtest.h>
+#include "Support/TemporaryFolder.h"
 
+#include <gmock/gmock.h>
+
+#include <filesystem>
+#include <fstream>
 #include <string>
 #include <tuple>
 #include <vector>
@@ -45,6 +49,14 @@ TEST(PictureName, IsMadeOfTheAddressWithoutWhatAPathWouldMindOrBeTooLongFor) {
     EXPECT_EQ(nameOf("", picture(2, "10.0.0.7"), 2), "korva-10.0.0.7-2.png");
     EXPECT_EQ(nameOf("", picture(1, "../fe80::1%eth0\n")), "korva-.._fe80__1_eth0_.png");
     EXPECT_EQ(nameOf("", picture(1, longest + std::string(170, 'b'))), "korva-" + longest + ".png");
+}
+
+TEST(PictureName, OfOneCameraLiesInTheOutputWhereThatIsAFolder) {
+    const TestSupport::TemporaryFolder folder;
+    const std::string there = folder.path();
+    EXPECT_EQ(nameOf(there, picture(1, "10.0.0.7")), there + "/korva-10.0.0.7.png");
+    EXPECT_EQ(nameOf("new/", picture(2, "10.0.0.7"), 2), "new/korva-10.0.0.7-2.png");
+    EXPECT_EQ(nameOf(there + "/new", picture(1, "10.0.0.7")), there + "/new");
 }
 
 TEST(PictureName, OfSeveralCamerasLiesInTheFolderOfTheOutput) {
@@ -93,4 +105,18 @@ TEST(UnusedNames, AreNumberedBeforeTheExtension) {
         EXPECT_EQ(names.unused("a.png"), name);
     EXPECT_EQ(names.unused("b"), "b");
     EXPECT_EQ(names.unused("b"), "b_2");
+}
+
+TEST(UnusedNames, TellFilesApartHoweverTheyAreSpelt) {
+    const TestSupport::TemporaryFolder folder;
+    std::filesystem::create_directory_symlink(".", folder.file("link"));
+    std::filesystem::create_symlink("b.png", folder.file("a.png"));
+    std::ofstream(folder.file("b.png")) << "older";
+    UnusedNames names;
+    names.reserve(folder.file("./sheet.png"));
+    EXPECT_EQ(names.unused(folder.file("a.png")), folder.file("a.png"));
+    for (const std::string name : {"link/b", "B", "no/../b"})
+        EXPECT_THAT(names.unused(folder.file(name + ".png")), testing::StartsWith(folder.file(name + "_")));
+    EXPECT_EQ(names.unused(folder.file("link/sheet.png")), folder.file("link/sheet_2.png"));
+    EXPECT_EQ(names.unused(folder.file("SHEET.png")), folder.file("SHEET.png"));
 }

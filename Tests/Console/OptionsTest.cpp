@@ -19,6 +19,7 @@
 #include <gmock/gmock.h>
 
 #include <chrono>
+#include <filesystem>
 #include <fstream>
 #include <nlohmann/json.hpp>
 #include <sstream>
@@ -92,9 +93,24 @@ TEST(CaptureOptions, AreOnePictureOfOneAndAHalfSecondsUnlessTheCommandLineSaysMo
 }
 
 TEST(CaptureOptions, ThatDoNotGoTogetherAreWrongUsage) {
+    const std::string here = std::filesystem::current_path().filename();
     for (const auto& [line, complaint] :
-         {std::pair{"a --interval 2", "--interval is the time between several pictures"},
-          {"a --output x.png --contact-sheet ./x.png", "--contact-sheet and --output name the same file"},
+         {std::pair<std::string, std::string>{"a --interval 2",
+                                              "--interval is the time between several pictures"},
+          {"a --output x.png --contact-sheet ./x.png",
+           "--contact-sheet and the picture x.png are the same file"},
+          {"--from a.xml --output x.png --contact-sheet ../" + here + "/x.png",
+           "--contact-sheet and the picture x.png are the same file"},
+          {"a b --contact-sheet no/../korva-b.png",
+           "--contact-sheet and the picture korva-b.png are the same file"},
+          {"a b --output no --contact-sheet no/korva-a.png",
+           "--contact-sheet and the picture no/korva-a.png are the same file"},
+          {"a --count 2 --exposure 1,2 --contact-sheet korva-a-4.png",
+           "--contact-sheet and the picture korva-a-4.png are the same file"},
+          {"a --contact-sheet -", "--contact-sheet takes the name of one file"},
+          {"a --contact-sheet {room}.png", "--contact-sheet takes the name of one file"},
+          {"a b --output one.png", "--output one.png is one file, and there are several cameras"},
+          {"--all --output One.PNG", "--output One.PNG is one file, and there are several cameras"},
           {"a b --output -", "--output - is for one picture"},
           {"a --output - --count 2", "--output - is for one picture"},
           {"a --output - --exposure 1,2", "--output - is for one picture"},
@@ -108,7 +124,10 @@ TEST(CaptureOptions, ThatDoNotGoTogetherAreWrongUsage) {
             EXPECT_EQ(failure.status(), ExitStatus::wrongUsage);
         }
     }
-    EXPECT_NO_THROW(requireThatTheyGoTogether(parsed(addCaptureOptions, "a b --interval 2 --count 2")));
+    for (const char* line :
+         {"a b --interval 2 --count 2", "a b --output one.png/", "a b --output {address}.png",
+          "a --output x.png --contact-sheet y.png", "--all --contact-sheet korva-a.png"})
+        EXPECT_NO_THROW(requireThatTheyGoTogether(parsed(addCaptureOptions, line))) << line;
 }
 
 TEST(CaptureOptions, NameTheCameraInExactlyOneWayAndRefuseWrongUsage) {
@@ -132,7 +151,10 @@ TEST(HealthCommand, TakesAddressesOrADescriptionOrAll) {
     for (const char* line : {"10.0.0.7 --watch", "--from a.xml --json", "--all"})
         EXPECT_NO_THROW(parsed(addHealthOptions, line));
     EXPECT_EQ(parsed(addHealthOptions, "10.0.0.7 b 10.0.0.7").camera.eachAddress(), (Lines{"10.0.0.7", "b"}));
-    expectRefusal(addHealthOptions, {"", "10.0.0.7 --from a.xml", "10.0.0.7 --all"});
+    EXPECT_EQ(parsed(addHealthOptions, "a --jobs 64").jobs, 64);
+    EXPECT_TRUE(parsed(addHealthOptions, "--from a.xml --any-camera").takesAnyCamera);
+    expectRefusal(addHealthOptions,
+                  {"", "10.0.0.7 --from a.xml", "10.0.0.7 --all", "a --jobs 0", "a --jobs 65"});
 }
 
 TEST(DiscoverCommand, TakesAddressesATimeAndAWatch) {
@@ -219,7 +241,8 @@ TEST(CommonOptions, FolderThatCannotBeMadeIsNamed) {
     CommonOptions options;
     options.diagnosticsFolder = "/dev/null/\x1B[2J";
     EXPECT_EQ(thrownBy<std::runtime_error>([&] { applyToHost(options); }),
-              "cannot make the diagnostics folder /dev/null/\\x1b[2J: Not a directory");
+              "cannot make the diagnostics folder /dev/null/\\x1b[2J: Not a directory; try: another "
+              "--diagnostics DIR");
 }
 
 TEST(TimeLimits, AreWhatNoHonestCameraMeets) {
@@ -349,8 +372,8 @@ TEST(SimulateOptions, RefuseWrongUsageInTheWordsOfTheCommandLine) {
                    "--gateway 10.0.0", "--netmask 255.0.255.0", "something"});
     for (const auto& [line, complaint] :
          {std::pair{"--announce here", "--announce: \"here\" is no IPv4 address"},
-          {"--protocol dhcp", "--protocol: dhcp not in {static,DHCP}"},
-          {"--port 65536", "Could not convert: --port = 65536"}})
+          {"--protocol dhcp", "--protocol: \"dhcp\" is none of static and DHCP"},
+          {"--port 65536", "--port: \"65536\" is not 0 to 65535"}})
         EXPECT_EQ(thrownBy<CommandLine::WrongUsage>([line = line] { parsed(addSimulateOptions, line); }),
                   complaint);
 }

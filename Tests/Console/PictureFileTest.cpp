@@ -72,7 +72,7 @@ TEST(PictureFile, NamesInErrorsCannotSteerATerminal) {
     EXPECT_EQ(thrownBy<PictureFileError>([] { writeWholeFile("/missing/\x1B[2J", {}); }),
               "cannot write /missing/\\x1b[2J: No such file or directory; try: another --output");
     EXPECT_EQ(thrownBy<PictureFileError>([] { Console::makeFolder("/dev/null/\x1B[2J"); }),
-              "cannot make the folder /dev/null/\\x1b[2J: Not a directory");
+              "cannot make the folder /dev/null/\\x1b[2J: Not a directory; try: another --output");
 }
 
 TEST(PictureFile, ThatIsToBeKeptIsSo) {

@@ -1,6 +1,7 @@
 // What the tool says of cameras, pictures and failures, and that none of it steers a terminal.
 
 #include "Console/CameraText.h"
+#include "Console/Columns.h"
 #include "Console/Printable.h"
 #include "Console/SearchFacts.h"
 
@@ -10,7 +11,9 @@
 #include <nlohmann/json.hpp>
 
 #include <string>
+#include <tuple>
 #include <utility>
+#include <vector>
 
 using namespace Console;
 using nlohmann::json;
@@ -34,8 +37,8 @@ CameraInfo camera() {
     return info;
 }
 
-std::string rowOf(const CameraInfo& info) {
-    return cameraRow("10.77.1.11", "Lab 2", identityOf(info));
+std::vector<std::string> tableOf(const CameraInfo& info, const std::string& room = "Lab 2") {
+    return cameraTable({{"10.77.1.11", room, identityOf(info)}, {"10.77.1.12", "", {}}});
 }
 
 } // namespace
@@ -52,7 +55,7 @@ TEST(CameraText, JsonKeepsTextsAndCannotSteerATerminal) {
 TEST(CameraText, WordsShowControlCharactersEscaped) {
     CameraInfo odd = camera();
     odd.setModel(L"a\x1B[2Jb");
-    for (const std::string& text : {rowOf(odd), cameraDetails(odd)}) {
+    for (const std::string& text : {tableOf(odd)[1], cameraDetails(odd)}) {
         EXPECT_THAT(text, HasSubstr("a\\x1b[2Jb"));
         EXPECT_THAT(text, Not(HasSubstr("\x1B")));
     }
@@ -66,15 +69,46 @@ TEST(CameraText, RowsStandBelowTheirHeads) {
                                       {"SERIAL", "1234"},
                                       {"PIXELS", "2748 x 1836"},
                                       {"FIRMWARE", "SW-3.2.15"}})
-        EXPECT_EQ(cameraTableHead().find(head), rowOf(camera()).find(value)) << head;
+        EXPECT_EQ(tableOf(camera())[0].find(head), tableOf(camera())[1].find(value)) << head;
+    EXPECT_EQ(tableOf(camera())[0].find("STATUS"), tableOf(camera())[2].size());
 }
 
-TEST(CameraText, WideValuesPushTheRestAsideAndWhatIsNotKnownIsADash) {
+TEST(CameraText, ValuesThatAreTooWideAreShortenedAndWhatIsNotKnownIsADash) {
     CameraInfo wide = camera();
     wide.setModel(std::wstring(60, L'm'));
-    EXPECT_THAT(rowOf(wide), HasSubstr(std::string(60, 'm') + "  1234"));
-    EXPECT_THAT(cameraRow("10.77.1.11", "", {}), testing::ContainsRegex("^10.77.1.11( +-){6} +$"));
+    EXPECT_THAT(tableOf(wide)[1], HasSubstr(" " + std::string(23, 'm') + "…  1234"));
+    EXPECT_THAT(tableOf(wide)[2], testing::ContainsRegex("^10.77.1.12( +-){6} +$"));
     EXPECT_THAT(cameraDetails({}), HasSubstr("MAC address      -\n"));
+    std::string japanese;
+    for (int i = 0; i < 30; ++i)
+        japanese += "会";
+    for (const std::string& room :
+         {japanese, std::string(200, 'r'), std::string("Büro 1é"), japanese.substr(0, 30)}) {
+        const std::vector<std::string> lines = tableOf(camera(), room);
+        EXPECT_EQ(columnsOf(lines[1]), columnsOf(lines[2])) << room;
+        EXPECT_EQ(columnsOf(lines[1]) + 6, columnsOf(lines[0])) << room;
+        EXPECT_LT(columnsOf(lines[0]), 150u);
+    }
+}
+
+TEST(Columns, AreThoseOfATerminal) {
+    for (const auto& [text, columns] : {std::pair{"", 0u},
+                                        {"abc", 3u},
+                                        {"caf\u00E9", 4u},
+                                        {"e\u0301", 1u},
+                                        {"会議室", 6u},
+                                        {"\U0001F4F7", 2u}})
+        EXPECT_EQ(columnsOf(text), columns) << text;
+    for (const auto& [text, columns, shorter] : {std::tuple{"abc", 3u, "abc"},
+                                                 {"abcd", 3u, "ab…"},
+                                                 {"会議室", 6u, "会議室"},
+                                                 {"会議室", 5u, "会議…"},
+                                                 {"会議室", 4u, "会…"},
+                                                 {"e\u0301e\u0301e\u0301", 2u, "e\u0301…"},
+                                                 {"abc", 1u, "…"}})
+        EXPECT_EQ(shortened(text, columns), shorter);
+    EXPECT_EQ(padded("会", 4), "会  ");
+    EXPECT_EQ(padded("abcd", 2), "abcd");
 }
 
 TEST(Printable, LeavesOrdinaryTextAlone) {

@@ -289,6 +289,18 @@ TEST(AttemptRules, KnowTheCameraBesidesTheLines) {
     EXPECT_EQ(codeOf(attempt(picture, {"Korva picture has the size 3 x 4, the camera's resolution is 1 x 2"}),
                      unknown),
               "wrong-size/the camera sent 3 x 4, it should send 1 x 2 (model X99 is unknown)");
+    for (const auto& [model, size] : {std::pair{"X99", "2748 x 1836"}, {"X9", "1676 x 1266"}}) {
+        unknown.identity->model = std::string("Korva Meridian ") + model;
+        const std::string expected = std::string(", the camera's resolution is ") + size;
+        EXPECT_EQ(codeOf(attempt(picture, {"Korva picture has the size 3 x 4" + expected}), unknown),
+                  std::string("unknown-model/the camera sent 3 x 4, it should send ") + size + " (model " +
+                      model + " is unknown): what it should send is a guess");
+    }
+    for (const char* sizes :
+         {"3 x 4, the camera's resolution is 1 x 2", "3 x 4, the camera's resolution is 1676 x 1266"})
+        EXPECT_THAT(verdictOn(attempt(picture, {std::string("Korva picture has the size ") + sizes}), unknown)
+                        ->remedy,
+                    testing::HasSubstr("korva describe 10.77.1.11"));
 }
 
 TEST(AttemptRules, KnowThatACameraMayAnswerOnlyAfterItsExposure) {
@@ -296,15 +308,55 @@ TEST(AttemptRules, KnowThatACameraMayAnswerOnlyAfterItsExposure) {
                                            "parseIncomingMessage failed for take image request"}));
     late.exposure = Milliseconds(12'300);
     EXPECT_EQ(codeOf(late, camera()), "exposure-too-long/no answer within 10 s at an exposure of 12.3 s: "
-                                      "this camera answers only after its exposure");
-    late.exposure = Milliseconds(9'600);
+                                      "this camera may answer only after its exposure");
+    EXPECT_EQ(verdictOn(late, camera())->remedy,
+              "--exposure 9 or less, and more light; if it does not answer "
+              "that either, restart the camera");
+    late.exposure = Milliseconds(9'100);
     EXPECT_EQ(codeOf(late, camera()).substr(0, 17), "exposure-too-long");
-    late.exposure = Milliseconds(9'500);
+    late.exposure = Milliseconds(9'000);
     EXPECT_EQ(codeOf(late, camera()).substr(0, 6), "silent");
     Attempt damaged = attempt(picture, twice({"Korva Response failed chksum: sent 1 : calculated 2",
                                               "parseIncomingMessage failed for take image request"}));
     damaged.exposure = Milliseconds(12'000);
     EXPECT_EQ(codeOf(damaged, camera()).substr(0, 15), "damaged-picture");
+}
+
+TEST(AttemptRules, KnowThatAPictureHadLessTimeThanItNeeds) {
+    Attempt late = attempt(picture, {pictures + receiving + "Took too long: 13 bytes in 3.0 s"});
+    late.exposure = Milliseconds(5'000);
+    for (const auto& [took, text] :
+         {std::pair{3'010, "short-time/no picture comes within that --max-time: it is exposed for 5 s, and "
+                           "fetched after that"},
+          {5'990, "short-time/hardly any picture comes within that --max-time: it is exposed for 5 s, and "
+                  "fetched after that"},
+          {6'000, "took-too-long/took too long: 13 bytes in 3.0 s"}}) {
+        late.took = Milliseconds(took);
+        EXPECT_EQ(codeOf(late, camera()), text);
+    }
+    late.what = probe;
+    late.took = Milliseconds(0);
+    EXPECT_EQ(codeOf(late, camera()).substr(0, 13), "took-too-long");
+}
+
+TEST(AttemptRules, AdviseNoExposureThatACameraMayNotAnswer) {
+    Attempt black = attempt(picture, twice({"All black image from Korva detected"}));
+    for (const auto& [exposure, remedy] :
+         {std::pair{8'900, "open the lens cap, light the scene or use a longer --exposure, up to 9"},
+          {9'000, "open the lens cap, or light the scene"}}) {
+        black.exposure = Milliseconds(exposure);
+        EXPECT_EQ(verdictOn(black, camera())->remedy, remedy);
+    }
+}
+
+TEST(AttemptRules, AdviseToTakeAPictureAgainOnlyWhereOneWasTaken) {
+    for (const auto& [what, remedy] :
+         {std::pair{picture, "take the picture again; if it stays so, restart the camera"},
+          {probe, "ask again; if it stays so, restart the camera"},
+          {identification, "ask again; if it stays so, restart the camera"}})
+        EXPECT_EQ(
+            verdictOn(attempt(what, {check + receiving + "Connection closed by the peer"}), camera())->remedy,
+            remedy);
 }
 
 TEST(AttemptRules, TakeAReasonAndAnErrorFromOutsideTheLog) {
@@ -351,4 +403,22 @@ TEST(AttemptRules, NoteWhatIsOddOfASuccess) {
                camera()),
         "wrong-size/the camera sent 4 x 4, it should send 2 x 2")
         << "its picture would be sheared";
+}
+
+TEST(AttemptRules, SayOfACameraThatIsBackThatItDidNotAnswer) {
+    const std::pair<Attempt::What, const char*> rows[] = {
+        {identification, "not-identified was not identified, and answers now"},
+        {probe, "no-answer did not answer the check, and answers now"},
+        {picture, "no-picture gave no picture, and answers now"},
+    };
+    Camera back = readyCamera("10.77.1.11", "Lab");
+    for (const auto& [what, said] : rows) {
+        const auto verdict =
+            verdictOnReturn(attempt(what, {connectFailed(32769, std::errc::timed_out)}), back);
+        ASSERT_TRUE(verdict);
+        EXPECT_EQ(verdict->code + " " + verdict->text, said);
+    }
+    EXPECT_FALSE(verdictOnReturn(attempt(probe, {"Failed to read Header: bytesRead = 0"}), back));
+    back.picture = PortState::silent;
+    EXPECT_FALSE(verdictOnReturn(attempt(probe, {connectFailed(32769, std::errc::timed_out)}), back));
 }

@@ -49,6 +49,13 @@ Answer here(const std::string& room, const std::string& mac, const std::string& 
     return answer(address, room, mac, adapter);
 }
 
+/// From elsewhere, as somebody with the address.
+Answer from(const std::string& source) {
+    Answer made = here("Lab", "");
+    made.source = source;
+    return made;
+}
+
 /// Which answers for its version with this, and is not identified.
 Camera answering(const std::string& text) {
     return asked([&text](Camera& c) {
@@ -118,15 +125,38 @@ const Row rows[] = {
      "second answer of 10.77.2.11, over net1",
      ready([](Camera&) {}),
      {answer("10.77.2.11", "Lab", "02-a", "net2"), here("Lab", "02-a")}},
+    {"two addresses, two rooms",
+     "duplicate-mac",
+     "same MAC address 02-a as another camera: 10.77.1.12 (Lab 2)",
+     found([](Camera&) {}),
+     {answer("10.77.1.12", "Lab 2", "02-a", "net1"), here("Lab", "02-a")}},
     {"another's address",
      "wrong-address",
      "the camera says that this is its address, but it answers from 10.77.1.99",
      asked([](Camera&) {}),
-     {[] {
-         Answer made = here("Lab", "");
-         made.source = "10.77.1.99";
-         return made;
-     }()}},
+     {from("10.77.1.99")}},
+    {"another's address, that somebody else has",
+     "wrong-address",
+     "the camera says that this is its address, but it answers from 10.77.1.99",
+     asked([](Camera& c) { c.text = c.picture = PortState::refused; }),
+     {from("10.77.1.99")}},
+    {"another's address, which was asked alone", "wrong-address",
+     "the camera says that this is its address, but it answers from 10.77.1.13",
+     asked([](Camera& c) {
+         c.text = c.picture = PortState::silent;
+         c.answersQuery = false;
+         c.namedFrom = "10.77.1.13";
+     })},
+    {"both of its addresses",
+     "note: second-answer",
+     "second answer of 10.77.1.11, over net1",
+     found([](Camera&) {}),
+     {here("Lab", ""), from("10.77.2.11")}},
+    {"another's address, perhaps",
+     "note: second-answer",
+     "second answer of 10.77.1.11, over net1",
+     found([](Camera&) {}),
+     {from("10.77.2.11"), from("")}},
     {"own address", "no-camera-there", "this is this computer's own address", asked([](Camera& c) {
          c.isOwnAddress = true;
          c.text = c.picture = PortState::refused;
@@ -207,6 +237,21 @@ const Row rows[] = {
      ready([](Camera& c) { c.picture = PortState::refused; })},
     // Its answers.
     {"silent", "silent", "accepts the connection on TCP 32768, and answers nothing", answering("")},
+    {"silent for as long as the user let it be asked", "took-too-long", "was not identified within 2 s",
+     [] {
+         Camera c = answering("");
+         c.attempts = {attempt(Attempt::What::identification, {"10.77.1.11:32768: Took too long: 0 bytes"})};
+         c.attempts[0].took = Milliseconds(2040);
+         return c;
+     }()},
+    {"silent for as long as the doctor has asked", "silent",
+     "accepts the connection on TCP 32768, and answers nothing",
+     [] {
+         Camera c = answering("");
+         c.attempts = {attempt(Attempt::What::identification, {"10.77.1.11:32768: Took too long: 0 bytes"})};
+         c.attempts[0].allowed = Milliseconds(800);
+         return c;
+     }()},
     {"garbage", "garbage", "answers on TCP 32768, but not as a camera does", answering("\x07\x99zz")},
     {"garbage that the plug-in took", "garbage", "answers on TCP 32768, but not as a camera does",
      ready([](Camera& c) {
@@ -215,7 +260,8 @@ const Row rows[] = {
          c.identity->width = 1676;
      })},
     {"no model, but a serial number", "note: unknown-model",
-     "model (none) is unknown: that its pictures are 2748 x 1836 is a guess", ready([](Camera& c) {
+     "model (none) is unknown: that its pictures are 2748 x 1836 is what a sample of them showed",
+     ready([](Camera& c) {
          c.identity->model = "Korva Meridian ";
          c.textAnswer.clear();
      })},
@@ -240,10 +286,14 @@ const Row rows[] = {
     {"unknown model", "note: unknown-model",
      "model X99 is unknown: that its pictures are 2748 x 1836 is a guess",
      ready([](Camera& c) { c.identity->model = "Korva Meridian X99"; })},
+    {"unknown model whose name is long enough to be measured", "note: unknown-model",
+     "model X900 is unknown: that its pictures are 2748 x 1836 is what a sample of them showed",
+     ready([](Camera& c) { c.identity->model = "Korva Meridian X900"; })},
     {"unknown model told", "note: unknown-model", "model (none) is unknown",
      answering("[Version --SW 3.2.15]")},
     {"unknown model that sends another size", "unknown-model",
-     "the camera sent 1676 x 1266, it should send 2748 x 1836 (model X99 is unknown)",
+     "the camera sent 1676 x 1266, it should send 2748 x 1836 (model X99 is unknown): what it should send is a "
+     "guess",
      [] {
          Camera c =
              pictured({"Korva picture has the size 1676 x 1266, the camera's resolution is 2748 x 1836"});
@@ -276,6 +326,26 @@ const Row rows[] = {
      ready([](Camera& c) { c.isOnOwnNetwork = false; })},
     {"look failed", "note: look-failed", "could not be looked at: it is not permitted",
      asked([](Camera& c) { c.lookFailure = "it is not permitted"; })},
+    {"probe that had less time than usual", "note: took-too-long",
+     "did not answer the probe within 1.2 s, and there was no time to wait longer",
+     ready([](Camera& c) {
+         c.attempts[1] = attempt(Attempt::What::probe, {"Took too long: 1200 ms"});
+         c.attempts[1].allowed = Milliseconds(1250);
+     })},
+    {"probe that failed in less time than usual", "camera-error", "the camera refuses, with error 5",
+     ready([](Camera& c) {
+         c.attempts[1] = attempt(Attempt::What::probe, {});
+         c.attempts[1].errorCode = 5;
+         c.attempts[1].allowed = Milliseconds(1250);
+     })},
+    {"identification that had less time than usual", "note: took-too-long",
+     "was not identified within 0.8 s, and there was no time to wait longer",
+     asked([](Camera& c) {
+         c.text = c.picture = PortState::open;
+         c.textAnswer = "[Version --HW M615 --SW 3.2.15 --API 1.4]";
+         c.attempts = {attempt(Attempt::What::identification, {"Took too long: 800 ms"})};
+         c.attempts[0].allowed = Milliseconds(800);
+     })},
     // Its picture.
     {"all white", "overexposed", "100 % overexposed",
      ready([](Camera& c) { c.photo = PictureFacts{4, 4, 255, 255, 255.0, 1.0, 0.0, 255, 255, 255}; })},

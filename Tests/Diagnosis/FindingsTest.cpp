@@ -57,6 +57,18 @@ Verdict causeOf(const std::string& code, const std::string& address = "") {
     return {code, Severity::failure, "what is wrong", "what to do", address, ""};
 }
 
+Verdict ofAdapter(const std::string& code, const std::string& adapter) {
+    Verdict verdict = causeOf(code);
+    verdict.adapter = adapter;
+    return verdict;
+}
+
+Verdict noteOf(const std::string& code, const std::string& address = "") {
+    Verdict verdict = causeOf(code, address);
+    verdict.severity = Severity::note;
+    return verdict;
+}
+
 /// What one change of healthy facts does to one line.
 struct Row {
     const char* name;
@@ -99,7 +111,57 @@ const Row rows[] = {
     {"OwnAddressTaken",
      [](Facts&) {},
      {causeOf("own-address-taken", "10.77.1.1")},
-     {"own-address", Status::failure, "of net1, with the mask 255.255.255.0", "10.77.1.1", "what to do"}},
+     {"own-address", Status::failure, "of net1, with the mask 255.255.255.0: what is wrong", "10.77.1.1",
+      "what to do"}},
+    {"WrongMask",
+     [](Facts&) {},
+     {ofAdapter("wrong-mask", "net1")},
+     {"own-address", Status::failure, "of net1, with the mask 255.255.255.0: what is wrong", "10.77.1.1",
+      "what to do"}},
+    {"OtherAdapterOff",
+     [](Facts& facts) { facts.adapters[1].isUp = false; },
+     {ofAdapter("adapter-down", "net2")},
+     {"adapter", Status::note, "net1 is switched off", "", ""}},
+    {"OwnAddressesNotAskedFor",
+     [](Facts& facts) { facts.askedByArp = false; },
+     {},
+     {"own-address", Status::note,
+      "whether another device has one of these addresses is not known: to ask takes an administrator's "
+      "rights",
+      "", "sudo korva doctor"}},
+    {"Neighbours", [](Facts&) {}, {}, {"neighbours", Status::ok, "1 known, 1 did not answer", "", ""}},
+    {"NotSearched",
+     [](Facts& facts) { facts.search->networks[0].outcome = SearchedNetwork::Outcome::noAddress; },
+     {},
+     {"search", Status::note, "net1: not searched: no address", "", ""}},
+    {"RefusedSearchThatIsOfNoInterest",
+     [](Facts& facts) { facts.search->networks[0].outcome = SearchedNetwork::Outcome::refused; },
+     {noteOf("adapter-refused")},
+     {"search", Status::note, "net1: the system did not send the query: ", "", "what to do"}},
+    {"WrongAddress",
+     [](Facts&) {},
+     {causeOf("wrong-address", somewhere)},
+     {"search", Status::failure, "Lab 2 answered: what is wrong", somewhere, "what to do"}},
+    {"NoRoom",
+     [](Facts& facts) { cameraOf(facts).room.clear(); },
+     {},
+     {"search", Status::ok, "answered", somewhere, ""}},
+    {"ProbeCutShortBesideAPictureThatFailed",
+     [](Facts& facts) {
+         cameraOf(facts).attempts[1].succeeded = false;
+         cameraOf(facts).attempts[1].allowed = Milliseconds(1500);
+         cameraOf(facts).attempts[1].reason = "Took too long: 1500 ms";
+     },
+     {causeOf("silent", somewhere), noteOf("took-too-long", somewhere)},
+     {"probe", Status::note, "no answer, after 1.5 s", somewhere, "what to do"}},
+    {"ProbeCutShortAlone",
+     [](Facts& facts) {
+         cameraOf(facts).attempts[1].succeeded = false;
+         cameraOf(facts).attempts[1].allowed = Milliseconds(1500);
+         cameraOf(facts).attempts[1].reason = "Took too long: 1500 ms";
+     },
+     {},
+     {"probe", Status::note, "no answer, after 1.5 s", somewhere, ""}},
     {"UnknownAdapters",
      [](Facts& facts) { facts.adaptersKnown = false; },
      {},

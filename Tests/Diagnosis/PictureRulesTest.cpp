@@ -87,12 +87,20 @@ TEST(PictureVerdict, SaysWhatIsWrongAndWhichExposureToTry) {
               "!overexposed: 100 % overexposed; try less light, or a smaller aperture"},
              {made({{100, 63}}), 15,
               "dark: dark: 99.5 % of it is no brighter than 63 of 255; try --exposure 4.9"},
-             {made({{40, 0}, {60, 16}}), 10,
-              "dark: dark: 99.5 % of it is no brighter than 16 of 255; try --exposure 12.8"},
-             {made({{40, 0}, {60, 15}}), 10,
-              "!dark: dark: 99.5 % of it is no brighter than 15 of 255; try --exposure 13.6"},
-             {made({{999, 0}, {1, 255}}), 10, "!dark: 99.9 % black; try --exposure 16"},
+             {made({{40, 0}, {60, 16}}), 5,
+              "dark: dark: 99.5 % of it is no brighter than 16 of 255; try --exposure 6.4"},
+             {made({{40, 0}, {60, 15}}), 5,
+              "!dark: dark: 99.5 % of it is no brighter than 15 of 255; try --exposure 6.8"},
+             {made({{999, 0}, {1, 255}}), 5, "!dark: 99.9 % black; try --exposure 8"},
              {made({{51, 0}, {49, 20}}), 3600, "dark: 51 % black; try more light, or open the lens cap"},
+             // Beyond what each camera answers, unless this one has just answered a longer one.
+             {made({{1, 0}}), 15,
+              "!dark: 100 % black; try more light or a larger aperture, with --exposure 9: some cameras "
+              "answer "
+              "no longer one"},
+             {made({{1, 0}}), 90, "!dark: 100 % black; try more light or a larger aperture"},
+             {made({{1, 0}}), 99, "!dark: 100 % black; try more light or a larger aperture"},
+             {made({{1, 0}}), 100, "!dark: 100 % black; try --exposure 160"},
          })
         EXPECT_EQ(said(verdictOn(measuredRow(pixels), units)), text);
 }
@@ -125,16 +133,29 @@ TEST(NextExposure, BringsTheBrightestPixelsIntoTheirRange) {
 }
 
 TEST(LongExposure, IsOneThatACameraMayNotAnswerAfter) {
-    EXPECT_EQ(verdictOnExposure(95), std::nullopt);
+    EXPECT_EQ(verdictOnExposure(90), std::nullopt);
+    EXPECT_NE(verdictOnExposure(91), std::nullopt);
     EXPECT_EQ(said(verdictOnExposure(120)),
               "long-exposure: this camera may not answer in time: it has 10 s to answer the request for a "
-              "picture, and may expose for 12 s first; try --exposure 9.5 and more light, if it does not");
+              "picture, and may expose for 12 s first; try --exposure 9 and more light, if it does not");
+}
+
+TEST(ShortTime, IsOneInWhichThePictureCannotBeExposedAndFetched) {
+    using std::chrono::milliseconds;
+    EXPECT_EQ(verdictOnTime(50, milliseconds(6000)), std::nullopt);
+    EXPECT_EQ(
+        said(verdictOnTime(50, milliseconds(5999))),
+        "short-time: hardly any picture comes within that --max-time: it is exposed for 5 s, and fetched "
+        "after that; try --max-time 6 at the very least, or none");
+    EXPECT_EQ(said(verdictOnTime(50, milliseconds(5000))),
+              "short-time: no picture comes within that --max-time: it is exposed for 5 s, and "
+              "fetched after that; try --max-time 6 at the very least, or none");
 }
 
 TEST(AnotherCamera, IsNamedByBothSerialNumbers) {
     EXPECT_EQ(said(anotherCamera("10.0.0.7", "1234", "1235")),
               "!another-camera: another camera: its serial number is 1235, the description's is 1234; try "
-              "korva describe ADDRESS for a new description, or --any-camera");
+              "korva describe 10.0.0.7 for a new description, or --any-camera");
 }
 
 TEST(PercentText, IsAllOrNothingOnlyOfThese) {

@@ -62,6 +62,48 @@ Answer foreigner(const std::string& address, const std::string& mask = "") {
     return made;
 }
 
+/// Of a camera at `source` that says its address were another one.
+Answer misnamed(const std::string& address, const std::string& source, const std::string& adapter = "net1") {
+    Answer made = answer(address, "Lab 3", "02-4b-00-03-00-01", adapter);
+    made.source = source;
+    return made;
+}
+
+/// That answered the search, and was not looked at.
+Camera foundCamera(const std::string& address) {
+    Camera camera;
+    camera.address = address;
+    camera.answeredSearch = true;
+    return camera;
+}
+
+/// The healthy world, of whose cameras the first was asked for.
+Facts askingForTheFirst(const std::function<void(Facts&)>& change) {
+    return with(healthy(), [&change](Facts& f) {
+        f.cameras[0].wasAskedFor = true;
+        change(f);
+    });
+}
+
+/// Nobody answers the search, and a camera that this computer plays is asked for.
+Facts playedHere(const std::string& address) {
+    return with(quiet(), [&address](Facts& f) {
+        f.cameras = {readyCamera(address, "Lab 3")};
+        f.cameras[0].wasAskedFor = true;
+    });
+}
+
+Facts strangelyAnswered(const std::string& text) {
+    return with(healthy(), [&text](Facts& f) { f.search->strange = {{"", text}}; });
+}
+
+/// A search that the system refuses on net2.
+void refuseSecondNetwork(Facts& facts) {
+    SearchedNetwork& network = facts.search->networks.emplace_back();
+    network.adapter = "net2";
+    network.outcome = Outcome::refused;
+}
+
 // Adapters, and the networks they are in.
 const World networkWorlds[] = {
     {"healthy", healthy(), {}},
@@ -228,13 +270,15 @@ const World networkWorlds[] = {
               f.cameras.back().text = f.cameras.back().picture = PortState::refused;
           }),
      {"own-address-taken"}},
-    {"own address taken, by an answer from elsewhere",
+    {"own address named by a camera that has another one",
      with(healthy(),
           [](Facts& f) {
-              f.search->answers.push_back(answer("10.77.1.1", "Lab 3", "", "net1"));
-              f.search->answers.back().source = "10.77.1.13";
+              f.search->answers.push_back(misnamed("10.77.1.1", "10.77.1.13"));
+              f.cameras.push_back(foundCamera("10.77.1.1"));
+              f.cameras.back().isOwnAddress = true;
+              f.cameras.back().text = f.cameras.back().picture = PortState::refused;
           }),
-     {"own-address-taken"}},
+     {"wrong-address"}},
 };
 
 // The search.
@@ -297,6 +341,18 @@ const World searchWorlds[] = {
     {"broadcasts lost",
      with(quiet(), [](Facts& f) { f.cameras = {readyCamera("10.77.1.11", "")}; }),
      {"broadcast-lost"}},
+    {"this computer's own loopback",
+     with(playedHere("127.0.0.1"), [](Facts& f) { f.adapters.resize(1); }),
+     {"note: no-adapter"}},
+    {"this computer's own loopback, and another one's address",
+     with(playedHere("127.0.0.1"),
+          [](Facts& f) {
+              f.adapters.resize(1);
+              f.cameras.push_back(missingCamera("10.77.1.12"));
+          }),
+     {"no-adapter"}},
+    {"this computer's own loopback beside adapters", playedHere("127.0.0.1"), {}},
+    {"this computer's own address", playedHere("10.77.1.1"), {}},
     {"two cameras with one address",
      with(healthy(),
           [](Facts& f) {
@@ -370,6 +426,72 @@ const World addressWorlds[] = {
      {"absent", "absent"}},
 };
 
+// Addresses that were asked for, and a search that finds others as well.
+const World focusWorlds[] = {
+    {"another camera is at fault",
+     askingForTheFirst([](Facts& f) { f.cameras[1].text = PortState::silent; }),
+     {"note: text-port-blocked"}},
+    {"it is at fault itself, and so is another one",
+     askingForTheFirst([](Facts& f) {
+         f.cameras[1].text = PortState::silent;
+         f.cameras[0].picture = PortState::refused;
+     }),
+     {"picture-port-refused", "note: text-port-blocked"}},
+    {"its own note comes before another's failure",
+     askingForTheFirst([](Facts& f) {
+         f.cameras[0].attempts[1].errorCode = 5;
+         f.adapters[2].hasLink = false;
+     }),
+     {"note: camera-error", "note: no-link"}},
+    {"another camera is odd",
+     askingForTheFirst([](Facts& f) { f.cameras[1].attempts[1].errorCode = 5; }),
+     {}},
+    {"another network refuses the search", askingForTheFirst(refuseSecondNetwork), {"note: adapter-refused"}},
+    {"its network refuses the search",
+     askingForTheFirst([](Facts& f) {
+         refuseSecondNetwork(f);
+         f.cameras[0].wasAskedFor = false;
+         f.cameras[1].wasAskedFor = true;
+     }),
+     {"adapter-refused"}},
+    {"another network's cable is out, beside it",
+     askingForTheFirst([](Facts& f) { f.adapters[2].hasLink = false; }),
+     {"note: no-link"}},
+    {"a camera of another subnet is on its cable",
+     askingForTheFirst([](Facts& f) { f.foreign = {foreigner("192.168.0.11")}; }),
+     {"note: other-subnet"}},
+    {"it is in another subnet",
+     askingForTheFirst([](Facts& f) {
+         f.foreign = {foreigner("192.168.0.11")};
+         f.cameras[0] = missingCamera("192.168.0.11");
+     }),
+     {"other-subnet"}},
+    {"behind a router, and nobody else answers",
+     with(quiet(),
+          [](Facts& f) {
+              f.cameras = {readyCamera("10.9.9.9", "")};
+              f.cameras[0].wasAskedFor = true;
+          }),
+     {"note: behind-router"}},
+    {"the second address of a camera on two networks",
+     with(quiet(),
+          [](Facts& f) {
+              f.search->answers = {answer("10.77.1.11", "Lab 3", "02-4b-00-03-00-01", "net1"),
+                                   misnamed("10.77.1.11", "10.77.2.11", "net2")};
+              f.cameras = {foundCamera("10.77.1.11"), readyCamera("10.77.2.11", "")};
+              f.cameras[1].wasAskedFor = true;
+          }),
+     {"note: second-answer"}},
+    {"it says that it has another address",
+     with(quiet(),
+          [](Facts& f) {
+              f.search->answers = {misnamed("10.77.1.99", "10.77.1.11")};
+              f.cameras = {foundCamera("10.77.1.99"), readyCamera("10.77.1.11", "")};
+              f.cameras[1].wasAskedFor = true;
+          }),
+     {"note: wrong-address"}},
+};
+
 class Causes : public testing::TestWithParam<World> {};
 
 } // namespace
@@ -386,6 +508,18 @@ TEST_P(Causes, ComeInTheOrderOfLikelihoodWithoutWhatFollowsFromThem) {
 INSTANTIATE_TEST_SUITE_P(OfNetworks, Causes, testing::ValuesIn(networkWorlds));
 INSTANTIATE_TEST_SUITE_P(OfASearch, Causes, testing::ValuesIn(searchWorlds));
 INSTANTIATE_TEST_SUITE_P(OfAddresses, Causes, testing::ValuesIn(addressWorlds));
+INSTANTIATE_TEST_SUITE_P(OfAddressesAmongOthers, Causes, testing::ValuesIn(focusWorlds));
+
+TEST(Causes, OfCamerasComeInTheOrderOfTheirAddresses) {
+    const Facts facts = with(computer(), [](Facts& f) {
+        for (const char* address : {"lab", "10.77.1.20", "10.77.1.3"})
+            f.cameras.push_back(missingCamera(address));
+    });
+    std::vector<std::string> addresses;
+    for (const Verdict& cause : causesOf(facts))
+        addresses.push_back(cause.address);
+    EXPECT_EQ(addresses, (std::vector<std::string>{"10.77.1.3", "10.77.1.20", "lab"}));
+}
 
 namespace {
 
@@ -395,6 +529,9 @@ struct Words {
     const char* text;
     const char* remedy;
 };
+
+constexpr auto notACamera =
+    "give the camera another room name if it is one; else another device uses UDP 32768";
 
 constexpr auto checkFirewall = "check the firewall and the routes of this computer, or switch the adapter "
                                "off: sudo ip link set net2 down; "
@@ -408,6 +545,14 @@ const Words words[] = {
      "plug in the cable of net1, and check the power of the switch or camera behind it"},
     {"no-address", with(quiet(), [](Facts& f) { unconfigure(f.adapters[1]); }), "net1 has no IPv4 address",
      "give it one in the cameras' network, such as: sudo ip addr add 10.77.1.200/24 dev net1"},
+    {"no-address, and a camera was asked for",
+     with(asking(missingCamera("192.168.5.10")), [](Facts& f) { unconfigure(f.adapters[1]); }),
+     "net1 has no IPv4 address",
+     "give it one in the camera's network, such as: sudo ip addr add 192.168.5.200/24 dev net1"},
+    {"link-local, and a camera was asked for",
+     with(asking(missingCamera("192.168.5.200")), [](Facts& f) { makeLinkLocal(f.adapters[1]); }),
+     "net1 has only the address 169.254.7.1/16 that it gave itself, since nobody gave it one",
+     "give it one in the camera's network, such as: sudo ip addr add 192.168.5.201/24 dev net1"},
     {"link-local with a camera behind it",
      with(quiet(),
           [](Facts& f) {
@@ -469,10 +614,25 @@ const Words words[] = {
     {"adapter-refused",
      searchLogged({"IP on network adapter: 10.77.2.1", "Mask on network adapter: 255.255.255.0",
                    "Korva Query - sendto call failed: sendReturn = -1 WSAError = 10013"}),
-     "no search can be sent on net2 (10.77.2.1/24): it is not permitted", checkFirewall},
+     "no search can be sent on net2 (10.77.2.1/24): not permitted, by a firewall of this computer or for "
+     "want of rights",
+     checkFirewall},
     {"no-camera", quiet(), "no camera answered the search on net1 (10.77.1.1/24), net2 (10.77.2.1/24)",
      "check the camera's power and cable and the switch; then the firewall of this computer (UDP 32768); a "
      "camera behind a router is found by its address alone"},
+    {"no-camera where nobody could be asked by ARP", with(quiet(), [](Facts& f) { f.askedByArp = false; }),
+     "no camera answered the search on net1 (10.77.1.1/24), net2 (10.77.2.1/24)",
+     "check the camera's power and cable and the switch; then the firewall of this computer (UDP 32768); a "
+     "camera behind a router is found by its address alone; sudo korva doctor, which sees more"},
+    {"wrong-address by the address it has",
+     with(computer(),
+          [](Facts& f) {
+              f.search = Search();
+              f.search->answers = {misnamed("10.77.1.99", "10.77.1.11")};
+              f.cameras = {readyCamera("10.77.1.11", "")};
+          }),
+     "answers here, but says that its address is 10.77.1.99",
+     "correct the address in the camera's settings; until then give this one to the command"},
     {"other-subnet of an address", asking(missingCamera("10.77.9.11")),
      "nobody answers; the address is in none of this computer's networks (net1 10.77.1.1/24, net2 "
      "10.77.2.1/24)",
@@ -489,8 +649,39 @@ const Words words[] = {
           [](Facts& f) {
               f.search->strange = {{"10.77.1.9", "h\x1Bi"}, {"10.77.1.9", "again"}};
           }),
-     "2 answers to the search that no camera gives from 10.77.1.9: \"h\\x1bi\"",
-     "give the camera a room name if it is one; else another device uses UDP 32768"},
+     "2 answers to the search that no camera gives from 10.77.1.9: \"h\\x1bi\"", notACamera},
+    {"strange-answers of several",
+     with(healthy(),
+          [](Facts& f) {
+              for (const char* source : {"10.77.1.9", "10.77.1.8", "10.77.1.9", "", "10.77.1.7"})
+                  f.search->strange.push_back({source, "hi"});
+          }),
+     "5 answers to the search that no camera gives from 10.77.1.9, 10.77.1.8, 10.77.1.7, the first of them: "
+     "\"hi\"",
+     notACamera},
+    {"strange-answers of many",
+     with(healthy(),
+          [](Facts& f) {
+              for (int host = 1; host <= 6; ++host)
+                  f.search->strange.push_back({std::to_string(host), "hi"});
+          }),
+     "6 answers to the search that no camera gives from 1, 2, 3, 4 and 2 more, the first of them: \"hi\"",
+     notACamera},
+    {"no-adapter, and only this computer was asked for",
+     with(playedHere("127.0.0.1"), [](Facts& f) { f.adapters.resize(1); }),
+     "this computer has no network adapter", "plug in or switch on a network adapter, or install its driver"},
+    {"another-camera",
+     with(asking(readyCamera("10.77.1.11", "")), [](Facts& f) { f.cameras[0].expectedSerialNumber = "7"; }),
+     "another camera is at this address: serial number 1234 instead of 7",
+     "describe it anew (korva describe 10.77.1.11), or allow it with --any-camera"},
+    {"another-camera at what is no address",
+     with(asking(readyCamera("$(id)", "")),
+          [](Facts& f) {
+              f.cameras[0].ipv4 = "10.77.1.11";
+              f.cameras[0].expectedSerialNumber = "7";
+          }),
+     "is neither an IPv4 address nor the name of a computer",
+     "an IPv4 address such as 10.77.1.11, or a computer's name"},
 };
 
 } // namespace
@@ -505,9 +696,20 @@ TEST(Causes, SayWhatIsWrongAndWhichCommandMendsIt) {
 }
 
 TEST(Causes, ShowTheBeginningOfAStrangeAnswer) {
-    const Facts facts = with(healthy(), [](Facts& f) { f.search->strange = {{"", std::string(200, 'x')}}; });
+    const Facts facts = strangelyAnswered(std::string(200, 'x'));
     EXPECT_EQ(causesOf(facts).at(0).text,
               "an answer to the search that no camera gives: \"" + std::string(60, 'x') + '"');
+}
+
+TEST(Causes, ShowNoPartOfACharacter) {
+    for (const auto& [text, shown] : {std::pair{std::string(59, 'x') + "\u00E9", std::string(59, 'x')},
+                                      {std::string(58, 'x') + "\u20AC", std::string(58, 'x')},
+                                      {std::string(57, 'x') + "\u20ACy", std::string(57, 'x') + "\u20AC"},
+                                      {std::string(200, '\x80'), std::string(60, '\x80')}}) {
+        const Facts facts = strangelyAnswered(text);
+        EXPECT_EQ(causesOf(facts).at(0).text,
+                  "an answer to the search that no camera gives: \"" + printable(shown) + '"');
+    }
 }
 
 TEST(Causes, CannotSteerATerminalWhateverTheNetworkSays) {

@@ -1,11 +1,14 @@
 #include "ChildProcess.h"
 
+#include "Support/Environment.h"
+
 #include <algorithm>
 #include <array>
 #include <cerrno>
 #include <csignal>
 #include <fcntl.h>
 #include <linux/capability.h>
+#include <optional>
 #include <ostream>
 #include <poll.h>
 #include <pty.h>
@@ -96,6 +99,9 @@ ChildProcess::ChildProcess(const Names& command, ErrorStream errorStream) {
     auto [errors, theirErrors] = makeStream(errorStream);
     output_.source = std::move(output);
     errors_.source = std::move(errors);
+    std::optional<TestSupport::Variable> kind; // this one takes what any does
+    if (errorStream == ErrorStream::terminal)
+        kind.emplace("TERM", "xterm");
     pid_ = fork();
     if (pid_ == 0)
         become(pointers.data(), theirOutput.descriptor(), theirErrors.descriptor());

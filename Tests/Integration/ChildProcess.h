@@ -40,6 +40,9 @@ Text has(const Names& parts);
 /// Matches a text of so many lines; what follows the last line end counts as one too.
 Text lines(std::size_t number);
 
+/// What Ctrl-C may take to end any of the tool's commands.
+inline constexpr std::chrono::milliseconds promptly{500};
+
 /// Standard output and error are collected, standard input is empty. Every wait is bounded. One thread.
 class ChildProcess {
 public:
@@ -61,6 +64,8 @@ public:
     /// Waits for its end. Once.
     ProcessResult result();
 
+    void signal(int number) const;
+
     /// Sends it a signal and waits for its end, which must come within that time.
     ProcessResult endBy(int signal, std::chrono::milliseconds longest = std::chrono::seconds(60));
 
@@ -78,7 +83,6 @@ private:
         std::string text;
     };
 
-    void signal(int number) const;
     bool collect(const std::function<bool()>& enough, std::chrono::seconds longest);
 
     pid_t pid_ = -1;

@@ -87,7 +87,9 @@ protected:
 TEST_P(ACameraThatCallsItself, IsShownInNineLinesAndInOneOfJson) {
     EXPECT_THAT(said({"identify", address}), lines(9));
     const json object = jsonOf({"identify", address, "--json"});
-    EXPECT_EQ(object.size(), 9u) << object;
+    constexpr std::size_t longestAnswer = 255; // of what is longer nothing is left
+    EXPECT_EQ(object.contains("note"), text.size() > longestAnswer);
+    EXPECT_EQ(object.size(), object.contains("note") ? 10u : 9u) << object;
     EXPECT_EQ(object["address"], address);
     EXPECT_EQ(object["resolution"], (json{{"x", 8}, {"y", 6}}));
 }

@@ -1,6 +1,6 @@
 // `korva capture` of several cameras at a time.
 
-#include "ToolRun.h"
+#include "ServedSet.h"
 
 #include <chrono>
 #include <csignal>
@@ -8,66 +8,11 @@
 #include <filesystem>
 #include <fstream>
 #include <map>
-#include <nlohmann/json.hpp>
-#include <optional>
 #include <string>
-#include <unistd.h>
-#include <vector>
 
 using namespace Integration;
 using nlohmann::json;
 using testing::_;
-
-namespace {
-
-/// Of this process's own: "127.A.B.1", "127.A.B.2" ...
-std::string addressOf(int camera) {
-    const auto process = static_cast<unsigned>(getpid());
-    return "127." + std::to_string(1 + process % 60) + "." + std::to_string(process / 60 % 250) + "." +
-           std::to_string(camera);
-}
-
-/// The simulator with a camera for each of these settings, beside its address and serial number, and a model
-/// of small pictures.
-class ServedSet {
-public:
-    explicit ServedSet(const std::vector<json>& settings) {
-        json cameras = json::array();
-        for (const json& each : settings) {
-            addresses.push_back(addressOf(static_cast<int>(addresses.size()) + 1));
-            json camera = {{"address", addresses.back()},
-                           {"serial", "100" + std::to_string(addresses.size())},
-                           {"hardware", "X900"},
-                           {"size", "120x80"}};
-            camera.update(each);
-            cameras.push_back(camera);
-        }
-        std::ofstream(own.file("set.json")) << json{{"cameras", cameras}};
-        served.emplace(Names{"--config", own.file("set.json"), "--for", "240"});
-    }
-
-    /// The arguments of a capture of all of them, those that answer last first.
-    Names captureArguments(const Names& more = {}) const {
-        Names arguments{"capture", "--output", pictures.path()};
-        arguments.insert(arguments.end(), addresses.rbegin(), addresses.rend());
-        return joined(arguments, more);
-    }
-
-    const TemporaryFolder own;
-    const TemporaryFolder pictures;
-    Names addresses;
-    std::optional<Served> served;
-};
-
-using Cameras = std::vector<json>;
-
-const json plain = json::object();
-const json white = {{"scene", "white"}};
-const json silent = {{"text", "silent"}};
-const json slow = {{"wait-exposure", true}};
-const json mute = {{"binary", "refused"}, {"hardware", "M61"}};
-
-} // namespace
 
 TEST(ManyCameras, ExposeAtTheSameTime) {
     const ServedSet set(Cameras(16, slow));
@@ -121,6 +66,17 @@ TEST(ManyCameras, AreInJsonAndOnTheSheetInTheOrderOfTheirAddresses) {
     EXPECT_EQ(at(1022), 255) << "the white one";
 }
 
+TEST(ManyCameras, AreWatchedSideBySide) {
+    const ServedSet set(Cameras{plain, plain});
+    for (const Names& form : {Names{}, Names{"--json"}}) {
+        ChildProcess watch(
+            toolCommand(joined({"health", "--watch", set.addresses[0], set.addresses[1]}, form)));
+        for (const std::string& address : set.addresses)
+            EXPECT_TRUE(watch.waitForOutput(address)) << watch.errors();
+        EXPECT_THAT(watch.endBy(SIGINT, std::chrono::seconds(20)), ended(0, lines(2), ""));
+    }
+}
+
 TEST(ManyCameras, WithoutAnyPictureAreAFailure) {
     const ServedSet set(Cameras{mute, mute});
     EXPECT_THAT(runTool(set.captureArguments()), ended(1, lines(1), lines(2)));
@@ -135,15 +91,61 @@ TEST(ManyCameras, OfTheSameSecondKeepTheirDumpsApart) {
     EXPECT_EQ(dumps, (std::map<std::string, int>{{".png", 3}, {".sgi", 3}}));
 }
 
-TEST(ManyCameras, EndAtOneInterruptAlsoWhileOneIsIdentifiedAndOneExposes) {
-    ServedSet set(Cameras{slow, silent});
-    ChildProcess capture(toolCommand(set.captureArguments({"--exposure", "8"})));
-    EXPECT_TRUE(set.served->process.waitForOutput("take"));
-    const auto begin = std::chrono::steady_clock::now();
-    EXPECT_THAT(capture.endBy(SIGINT), ended(130, _, "korva: interrupted\n"));
-    EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(2))
-        << "0.5 s on an idle machine";
-    EXPECT_EQ(set.pictures.names(), Names{});
+TEST(ManyCameras, KeepFilesWordsAndDumpsApartThoughTheyComeAtTheSameTime) {
+    const ServedSet set(Cameras{large, mute, large, white, large, mute, large});
+    const ProcessResult result =
+        runTool(set.captureArguments({"--count", "3", "--json", "--log", "trace", "--diagnostics",
+                                      set.own.file("dumps"), "--contact-sheet", set.own.file("sheet.png")}));
+    EXPECT_THAT(result, ended(4, lines(1), _));
+    const json said = json::parse(result.output);
+    std::map<std::string, int> wrong; // pictures that are not what that camera's are
+    for (const json& each : said["results"])
+        if (each["ok"].get<bool>())
+            wrong[each["address"]] +=
+                readGreyPng(each["file"]).width != (each["clipped"] == 1.0 ? 120u : 800u);
+        else
+            EXPECT_EQ(each["error"]["code"], "picture-port-refused");
+    EXPECT_THAT(wrong, testing::AllOf(testing::SizeIs(5), testing::Each(testing::Pair(_, 0))));
+    EXPECT_EQ(said["results"].size(), 5u * 3 + 2);
+    EXPECT_EQ(set.pictures.names().size(), 5u * 3);
+    std::map<std::string, int> dumps; // by the address in their names
+    for (const auto& file : std::filesystem::directory_iterator(set.own.file("dumps"))) {
+        const std::string name = file.path().stem();
+        const std::size_t address = name.rfind(' ') + 1;
+        dumps[name.substr(address, name.rfind('-') - address)] += file.path().extension() == ".sgi";
+    }
+    EXPECT_THAT(dumps, testing::AllOf(testing::SizeIs(5), testing::Each(testing::Pair(_, 3))));
+}
+
+TEST(ManyCameras, EndAtOneInterruptWhateverEachOfThemIsAt) {
+    for (const Cameras& cameras :
+         {Cameras{slow, silent}, Cameras{large, mute, large, slow, large, silent, large, dripping}}) {
+        ServedSet set(cameras);
+        ChildProcess capture(toolCommand(set.captureArguments({"--exposure", "8", "--count", "1000"})));
+        EXPECT_TRUE(set.served->process.waitForOutput("take"));
+        EXPECT_THAT(capture.endBy(SIGINT, promptly),
+                    ended(130, _, testing::EndsWith("korva: interrupted\n")));
+        for (const std::string& name : set.pictures.names())
+            EXPECT_EQ(readGreyPng(set.pictures.file(name)).width, 800u) << "half a file";
+    }
+}
+
+TEST(ManyCameras, GetTheirPicturesByAsFewThreadsAsCanBeStartedAndNoneByNone) {
+    if (KORVA_SANITIZED)
+        GTEST_SKIP() << "An instrumented build maps far more than a limit of memory lets it.";
+    const ServedSet set(Cameras{plain, white, mute, plain, large});
+    // In gigabytes for a thread and for all, so that no other memory counts.
+    const auto among = [](const std::string& most) {
+        return "ulimit -s 1000000; ulimit -v " + most + "; exec \"$0\" \"$@\"";
+    };
+    for (const char* most : {"1900000", "2900000", "4900000"})
+        EXPECT_THAT(runToolBy(among(most), set.captureArguments()),
+                    ended(4, has({"\n4 of 5 pictures"}), lines(1)))
+            << most;
+    const Text failure = testing::AllOf(lines(1), testing::StartsWith("korva: "));
+    EXPECT_THAT(runToolBy(among("900000"), set.captureArguments()), ended(1, "", failure));
+    for (const char* command : {"identify", "health", "discover"})
+        EXPECT_THAT(runToolBy(among("900000"), {command, set.addresses[0]}), ended(0, _, "")) << command;
 }
 
 TEST(ManyCameras, ShowOnATerminalHowManyAreDone) {
@@ -165,5 +167,19 @@ TEST(DescribedCamera, IsRefusedWhereAnotherIsThereUnlessAnyWillDo) {
     EXPECT_THAT(runTool(capture),
                 failed({set.addresses[0] + ": another camera: its serial number is 1001, the "
                                            "description's is 1009"}));
+    EXPECT_EQ(json::parse(runTool(joined(capture, {"--json"})).output)["results"][0]["address"],
+              set.addresses[0]);
     EXPECT_EQ(runTool(joined(capture, {"--any-camera"})).status, 0);
+}
+
+TEST(DescribedCamera, OfAnotherPortIsNotComparedWithWhoAnswersTextsThere) {
+    const ServedSet set(Cameras(1, plain));
+    const SimulatedCamera behind({"--address", set.addresses[0]});
+    const std::string description = set.own.file("camera.xml");
+    std::string xml = runTool({"describe", set.addresses[0]}).output;
+    xml.replace(xml.find(">1001<"), 6, ">1009<");
+    xml.replace(xml.find(">32769<"), 7, ">" + behind.port + "<");
+    std::ofstream(description) << xml;
+    EXPECT_THAT(runTool({"capture", "--from", description, "--output", set.pictures.file("a.png")}),
+                ended(0, _, ""));
 }

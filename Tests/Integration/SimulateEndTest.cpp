@@ -33,7 +33,7 @@ std::vector<std::uint16_t> portsIn(const std::string& greeting) {
 }
 
 void expectPromptEnd(ChildProcess& process, int signal = SIGINT) {
-    EXPECT_EQ(process.endBy(signal, std::chrono::milliseconds(500)).status, 0);
+    EXPECT_EQ(process.endBy(signal, promptly).status, 0);
 }
 
 /// A simulator of small pictures, begun by a shell's command.

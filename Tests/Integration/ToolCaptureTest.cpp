@@ -81,7 +81,7 @@ TEST(AFailedCapture, IsOneLineThatSaysWhatToTryAndLeavesNoFile) {
           {{"--fault", "get:empty-picture"}, {}, "what the camera sent is no picture", "again"},
           {{"--fault", "get:garbage-picture"}, {}, "what the camera sent is no picture", "again"},
           {{"--fault", "get:truncate-close=1000"}, {}, "closed", "again"},
-          {holding, {"--max-time", "0.5"}, "took too long: ", "--max-time"},
+          {holding, {"--exposure", "0.1", "--max-time", "1.2"}, "took too long: ", "--max-time"},
           {holding, {"--speed-time", "0.5"}, "too slow: ", "--min-speed"}}) {
         const SimulatedCamera camera(ofCamera);
         EXPECT_THAT(camera.capture(arguments), failed({"korva: 127.0.0.1: ", reason, "; try: ", advice}));
@@ -115,8 +115,9 @@ TEST(AFailedCapture, OfALongExposureWasToldBefore) {
     const SimulatedCamera camera({"--fault", "take:silent"});
     EXPECT_THAT(camera.capture({"--exposure", "9.6", "--max-time", "0.5"}),
                 ended(1, "",
-                      AllOf(lines(2), StartsWith("korva: warning: this camera may not answer in time: "),
-                            has({"; try: --exposure 9.5"}))));
+                      AllOf(lines(3), StartsWith("korva: warning: this camera may not answer in time: "),
+                            has({"; try: --exposure 9 and",
+                                 "\nkorva: warning: no picture comes within that --max-time: "}))));
 }
 
 TEST(ToolCapture, WithoutACameraIsAFailureThatNamesItAndLeavesNoFile) {
@@ -144,9 +145,17 @@ TEST(ToolCapture, CtrlCEndsItAtOnceAndLeavesNothingBehind) {
         SimulatedCamera camera({"--fault", fault == "get:drip" ? "get:drip=1/20" : fault});
         ChildProcess capture(toolCommand(camera.captureArguments()));
         EXPECT_TRUE(camera.process.waitForOutput("fault " + fault));
-        EXPECT_THAT(capture.endBy(SIGINT, std::chrono::seconds(5)), ended(130, "", "korva: interrupted\n"));
+        EXPECT_THAT(capture.endBy(SIGINT, promptly), ended(130, "", "korva: interrupted\n"));
         EXPECT_EQ(camera.pictures.names(), Names{});
     }
+}
+
+TEST(ToolCapture, CtrlCEndsItBetweenThePicturesOfAnInterval) {
+    const SimulatedCamera camera;
+    ChildProcess capture(toolCommand(camera.captureArguments({"--count", "2", "--interval", "60"})));
+    EXPECT_TRUE(capture.waitForOutput("a-1.png: "));
+    EXPECT_THAT(capture.endBy(SIGINT, promptly), ended(130, lines(1), "korva: interrupted\n"));
+    EXPECT_EQ(camera.pictures.names(), Names{"a-1.png"});
 }
 
 TEST(ToolCapture, TerminalSeesAProgressBarThatGoesAwayAndAPipeNone) {
@@ -160,9 +169,14 @@ TEST(ToolCapture, TerminalSeesHowLongItExposes) {
     const SimulatedCamera camera({"--wait-exposure"});
     ChildProcess capture(toolCommand(camera.captureArguments({"--exposure", "1.2"})),
                          ChildProcess::ErrorStream::terminal);
-    EXPECT_THAT(capture.result(), ended(0, _,
-                                        AllOf(has({"\r\x1b[Kexposing 0/1.2 s", "\r\x1b[Kexposing 1/1.2 s"}),
-                                              EndsWith("\r\x1b[K"))));
+    EXPECT_THAT(capture.result(),
+                ended(0, _,
+                      AllOf(has({"\r\x1b[Kexposing 0/1.2 s\r\x1b[Kexposing 1/1.2 s\r\x1b[K"}),
+                            EndsWith("\r\x1b[K"))));
+    ChildProcess dumb(
+        joined({"/usr/bin/env", "TERM=dumb"}, toolCommand(camera.captureArguments({"--exposure", "0.5"}))),
+        ChildProcess::ErrorStream::terminal);
+    EXPECT_THAT(dumb.result(), ended(0, _, ""));
 }
 
 TEST(ToolCapture, ContactSheetThatCannotBeWrittenIsSaidAfterThePicturesWithItsOwnOption) {
@@ -177,6 +191,40 @@ TEST(ToolCapture, ContactSheetThatCannotBeWrittenIsSaidAfterThePicturesWithItsOw
                               {"--count", "2", "--interval", "1", "--contact-sheet", folder + "/sheet.png"})),
         ended(4, lines(2), AllOf(lines(1), has({"cannot write ", "; try: another --contact-sheet"}))));
     EXPECT_EQ(camera.pictures.names().size(), 2u);
+}
+
+TEST(ToolCapture, ContactSheetTakesNoPicturesPlace) {
+    const SimulatedCamera camera;
+    const std::string sheet = camera.pictures.file("127.0.0.1.png");
+    EXPECT_THAT(camera.capture({"--contact-sheet", sheet}, "{address}.png"), ended(0, has({"_2.png: "}), ""));
+    EXPECT_EQ(camera.pictures.names(), (Names{"127.0.0.1.png", "127.0.0.1_2.png"}));
+    EXPECT_EQ(readGreyPng(camera.pictures.file("127.0.0.1_2.png")).width, 120u);
+    EXPECT_THAT(camera.capture({"--contact-sheet", camera.pictures.file("./a.png")}),
+                ended(2, "", has({"korva: --contact-sheet and the picture ", " are the same file"})));
+}
+
+TEST(ToolCapture, OnAFullDiskNothingIsCutOffWithoutAWord) {
+    const SimulatedCamera camera({"--scene", "noise"});
+    const std::string disk = camera.own.file("disk");
+    fs::create_directory(disk);
+    if (runToolBy("unshare -rm mount -t tmpfs none " + disk, {}).status != 0)
+        GTEST_SKIP() << "This system lets its users mount nothing.";
+    const std::string script = "exec unshare -rm bash -c 'mount -t tmpfs -o size=8k none " + disk +
+                               R"( && exec "$0" "$@"' "$0" "$@")";
+    const std::string noRoom = ": No space left on device; try: ";
+    for (const auto& [file, more, status, complaint] :
+         {std::tuple<std::string, Names, int, Names>{
+              "a.png", {"--diagnostics", disk}, 4, {" is not whole, ", " of 58112 bytes" + noRoom}},
+          {"a.png", {"--contact-sheet", disk + "/s.png"}, 4, {"s.png" + noRoom + "another --contact-sheet"}},
+          {disk + "/b.png", {}, 1, {"b.png" + noRoom + "another --output"}}}) {
+        SCOPED_TRACE(file);
+        EXPECT_THAT(runToolBy(script, camera.captureArguments(more, file)),
+                    ended(status, lines(status == 1 ? 0 : 1), AllOf(lines(1), has(complaint))));
+    }
+    const ProcessResult told = runToolBy(script, camera.captureArguments({"--diagnostics", disk, "--json"}));
+    EXPECT_EQ(json::parse(told.output)["error"]["code"], "file-failed");
+    EXPECT_EQ(json::parse(told.output)["results"][0]["ok"], true);
+    EXPECT_EQ(camera.picture().width, 120u);
 }
 
 TEST(ToolCapture, FindsTheExposureThatFitsAndSaysIt) {

@@ -2,11 +2,14 @@
 
 #include "ToolRun.h"
 
+#include <nlohmann/json.hpp>
+
 #include <csignal>
 #include <fstream>
 #include <string>
 
 using namespace Integration;
+using nlohmann::json;
 
 TEST(ToolSimulate, SaysWhatItServesAndWhatIsAsked) {
     SimulatedCamera camera({"--model", "M615", "--firmware", "3.3.1", "--size", "50x40", "--scene", "ramp",
@@ -33,7 +36,7 @@ TEST(ToolSimulate, WhatCannotBeServedIsAFailureThatNamesIt) {
           {{"--port", "0", "--address", "192.0.2.1"}, {"192.0.2.1"}},
           {{"--port", "0", "--text-port", "0", "--scene", "file:/no/such.png"}, {"/no/such.png"}},
           {{"--config", folder.file("set.json")}, {"set.json, camera 1: there is no key \"romo\""}},
-          {{"--config", "/no/such.json"}, {"/no/such.json"}}})
+          {{"--config", "/no/such.json"}, {"/no/such.json", "; try: what korva simulate --help says"}}})
         EXPECT_THAT(runTool(joined({"simulate", "--for", "5"}, arguments)), failed(reasons));
 }
 
@@ -70,8 +73,12 @@ TEST(ToolHealth, OfAnErrorSaysThatTheCameraAnswersWithIt) {
     const SimulatedCamera camera({"--fault", "probe:error=4294967295"});
     EXPECT_THAT(
         camera.health(),
-        ended(1, AllOf(lines(1), has({camera.place + ": the camera answers, with error 4294967295; try: "})),
+        ended(0, AllOf(lines(1), has({camera.place + ": the camera answers, with error 4294967295; try: "})),
               ""));
+    const json object = json::parse(camera.health({"--json"}).output);
+    EXPECT_TRUE(object["results"][0]["ok"]);
+    EXPECT_EQ(object["results"][0]["note"]["code"], "camera-error");
+    EXPECT_FALSE(object.contains("error"));
     const SimulatedCamera other({"--fault", "probe:unknown-code"});
     EXPECT_THAT(other.health(), ended(0, has({": good, the camera answers\n"}), ""));
 }
@@ -94,4 +101,27 @@ TEST(ToolHealth, DescriptionThatIsNoneIsAFailureThatNamesIt) {
         << "<Device><CameraInfo><cameraTypeEnum>5</cameraTypeEnum></CameraInfo></Device>";
     for (const char* name : {"a.xml", "b.xml", "missing.xml"})
         EXPECT_THAT(runTool({"health", "--from", folder.file(name)}), failed({folder.file(name)}));
+    const std::string missing = folder.file("missing.xml");
+    const ProcessResult result = runTool({"health", "--from", missing, "--json"});
+    EXPECT_EQ(result.errors, "korva: " + missing +
+                                 ": No such file or directory; try: korva describe ADDRESS > " + missing +
+                                 "\n");
+    EXPECT_EQ(nlohmann::json::parse(result.output)["error"],
+              (nlohmann::json{{"code", "file-failed"},
+                              {"text", missing + ": No such file or directory"},
+                              {"try", "korva describe ADDRESS > " + missing}}));
+}
+
+TEST(ToolSimulate, TellsProgramsWhatItServesOrWhyNotAndNothingElse) {
+    const ProcessResult served = runTool({"simulate", "--room", "Lab 2", "--port", "0", "--text-port", "0",
+                                          "--text", "refused", "--for", "0", "--json"});
+    EXPECT_THAT(served, ended(0, lines(1), ""));
+    const auto camera = nlohmann::json::parse(served.output)["cameras"][0];
+    EXPECT_EQ(camera["address"], "127.0.0.1");
+    EXPECT_EQ(camera["room"], "Lab 2");
+    EXPECT_GT(camera["picturePort"], 0);
+    EXPECT_EQ(camera["textPort"], nullptr);
+    const ProcessResult none = runTool({"simulate", "--config", "/no/file", "--json"});
+    EXPECT_THAT(none, ended(1, lines(1), lines(1)));
+    EXPECT_EQ(nlohmann::json::parse(none.output)["error"]["code"], "file-failed");
 }

@@ -63,8 +63,9 @@ TEST_P(LabDoctorIn, ABrokenWorldNamesItsCauseFirst) {
     ASSERT_TRUE(said.is_object()) << result.output;
     ASSERT_FALSE(said["causes"].empty()) << result.output;
     EXPECT_EQ(said["causes"][0]["code"], name) << result.output;
+    EXPECT_EQ(said["causes"][0]["severity"], "failure") << result.output;
     EXPECT_NE(said["causes"][0]["try"], "") << result.output;
-    EXPECT_EQ(result.status, said["causes"][0]["severity"] == "failure" ? 1 : 0) << result.output;
+    EXPECT_EQ(result.status, 1) << result.output;
 }
 
 INSTANTIATE_TEST_SUITE_P(Lab, LabDoctorIn, testing::ValuesIn(worlds), nameOf);
@@ -91,10 +92,65 @@ TEST(LabDoctor, TellsPeopleTheVerdictFirstThenEachLook) {
     EXPECT_THAT(runScript("", "korva doctor").output, StartsWith("ok    Nothing is wrong.\n\n"));
 }
 
-TEST(LabDoctor, WaitsForNoPictureOfACameraThatDoesNotAnswerTheProbe) {
-    const json said = json::parse(runScript("--arguments '--binary silent'", "korva doctor --json").output);
-    EXPECT_EQ(said["causes"][0]["code"], "took-too-long") << said;
-    EXPECT_EQ(said["looks"].back()["code"], "probe") << said;
+TEST(LabDoctor, TakesASlowCamerasPictureThoughItHasNoTimeToWaitForItsProbe) {
+    // The address where nobody is takes the time.
+    const json said = json::parse(
+        runScript("--arguments '--fault probe:delay=2500'", "korva doctor --json 10.77.1.11 10.77.1.99")
+            .output);
+    EXPECT_EQ(said["causes"][0]["code"], "absent") << said;
+    EXPECT_EQ(said["causes"][1]["code"], "took-too-long") << said;
+    EXPECT_EQ(said["causes"][1]["severity"], "note") << said;
+    EXPECT_THAT(said["causes"][1]["text"].get<std::string>(), StartsWith("did not answer the probe within "));
+    for (const json& look : said["looks"])
+        EXPECT_TRUE(look["code"] != "picture" || look["status"] == "ok") << look;
+    EXPECT_THAT(said["looks"].dump(), HasSubstr("\"picture\""));
+}
+
+TEST(LabDoctor, FailsACameraThatAnswersNeitherProbeNorPicture) {
+    const ProcessResult result = runScript("--arguments '--binary silent'", "korva doctor --json");
+    EXPECT_EQ(result.status, 1);
+    EXPECT_EQ(json::parse(result.output)["causes"][0]["code"], "silent") << result.output;
+}
+
+TEST(LabDoctor, OfAnAddressTellsWhatElseIsWrongInNotesBehind) {
+    const ProcessResult result =
+        runScript("--break adapter-refused", "korva doctor --json 10.77.1.11; korva doctor 10.77.2.12");
+    const json said = json::parse(result.output.substr(0, result.output.find('\n')));
+    EXPECT_EQ(said["causes"][0]["code"], "adapter-refused");
+    EXPECT_EQ(said["causes"][0]["severity"], "note");
+    EXPECT_THAT(result.output, HasSubstr("\nFAIL  no search can be sent on net2"));
+    const ProcessResult second = runAmong("1,2\n", "korva doctor 10.77.2.11");
+    EXPECT_THAT(
+        second,
+        ended(0, StartsWith("note  10.77.2.11 (Room 1): second answer of 10.77.1.11, over net2;"), ""));
+    const ProcessResult named = runScript("--arguments '--announce 10.77.1.99'", "korva doctor 10.77.1.11");
+    EXPECT_THAT(
+        named,
+        ended(0,
+              StartsWith("note  10.77.1.11 (Room 1): answers here, but says that its address is 10.77.1.99;"),
+              ""));
+}
+
+TEST(LabDoctor, WithoutRightsSaysWhatItCannotSee) {
+    const std::string note =
+        "note  own-address     whether another device has one of these addresses is not known: "
+        "to ask takes an administrator's rights; try: sudo korva doctor\n";
+    EXPECT_THAT(
+        runScript("--break own-address-taken",
+                  "setpriv --bounding-set=-net_raw --inh-caps=-net_raw korva doctor")
+            .output,
+        AllOf(StartsWith("FAIL  no camera answered"), HasSubstr("; sudo korva doctor, "), HasSubstr(note)));
+}
+
+TEST(LabDoctor, SaysWhatHasBecomeOfItsOwnAdapterMeanwhile) {
+    const ProcessResult result = runScript("--arguments --wait-exposure",
+                                           "korva doctor --json & work=$!; for i in {1..300}; do grep -q "
+                                           "'configure: ' $KORVA_LAB/camera-1.log && "
+                                           "break; sleep 0.05; done; ip link set net1 down; wait $work");
+    EXPECT_EQ(result.status, 1);
+    const json causes = json::parse(result.output)["causes"];
+    EXPECT_EQ(causes[0]["code"], "adapter-down") << result.output;
+    EXPECT_EQ(causes.size(), 1u) << result.output;
 }
 
 TEST(LabDoctor, TakesFiveSecondsAtMostBesidesSearchAndPicture) {
@@ -110,11 +166,15 @@ TEST(LabDoctor, EndsAtCtrlCWhateverItLooksAt) {
     // The search, the looks at an address, and the picture.
     const std::string interrupted =
         "for moment in 0.6 2.5; do korva doctor --json 2>&1 & work=$!; sleep $moment; begin=$(date +%s%N);"
-        "kill -INT $work; wait $work; echo $? $((($(date +%s%N) - begin) / 1000000 / 1500)); done";
+        "kill -INT $work; wait $work; echo $? $((($(date +%s%N) - begin) / 500000000)); done";
     for (const char* world : {"--break text-port-blocked", "--arguments --wait-exposure"})
         EXPECT_THAT(runScript(world, interrupted).output,
                     testing::MatchesRegex(
                         "(\\{.causes.:\\[\\],.looks.:\\[\\],.error.:.*\nkorva: interrupted\n130 0\n){2}"));
+    // An identification, which looks at no clock.
+    EXPECT_EQ(interrupt("1 --hardware X900 --size 40x30 --fault get:drip=1/200\n", "korva doctor",
+                        "fault get:drip", "camera-1.log"),
+              "status 130 after 1\nkorva: interrupted\n");
 }
 
 TEST(LabDoctor, IsAskedWhatItCannotLookAtAndSaysSo) {

@@ -3,8 +3,6 @@
 
 #include "ToolRun.h"
 
-#include <cstdio>
-#include <cstdlib>
 #include <fstream>
 #include <string>
 
@@ -45,19 +43,23 @@ inline ProcessResult runAmong(const std::string& cameras, const std::string& scr
     return runScript(options + " --networks 2 --set " + folder.file("set"), script);
 }
 
-/// Ends the program as skipped where there can be no lab.
-struct NeedsNamespaces : testing::Environment {
-    void SetUp() override {
-        constexpr int notAllowed = 77;
-        const ProcessResult result = runLab({"--cameras", "0", "true"});
-        if (result.status != notAllowed)
-            return;
-        std::fputs(result.errors.c_str(), stderr);
-        std::exit(notAllowed);
-    }
-};
+/// Interrupts `command` in a lab of that camera once `sign` stands in `file`, and tells how
+/// it ended, and whether that took half a second at most.
+inline std::string interrupt(const std::string& cameras, const std::string& command, const std::string& sign,
+                             const std::string& file) {
+    return runAmong(cameras, command + " 2>$KORVA_LAB/said & work=$!; for i in {1..300}; do grep -q '" +
+                                 sign + "' $KORVA_LAB/" + file +
+                                 " && break; sleep 0.05; done;"
+                                 "kill -INT $work; begin=$(date +%s%N); wait $work; status=$?;"
+                                 "echo status $status after $((($(date +%s%N) - begin) / 1000000 < 500));"
+                                 "tail -n 1 $KORVA_LAB/said")
+        .output;
+}
 
-inline const testing::Environment* const needsNamespaces =
-    testing::AddGlobalTestEnvironment(new NeedsNamespaces); // GoogleTest's from here on
+/// A stranger in a lab's set that answers a search and then sends it datagrams for as long as it listens.
+inline const std::string talker =
+    "1 ! python3 -c 'import socket,time;s=socket.socket(socket.AF_INET,socket.SOCK_DGRAM);"
+    "s.bind((\"\",32768));print(1,flush=True);a=s.recvfrom(99)[1];"
+    "[(s.sendto(b\"again\",a),time.sleep(.1)) for i in range(600)]'\n";
 
 } // namespace LabTests

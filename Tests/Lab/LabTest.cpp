@@ -1,4 +1,4 @@
-#include "LabRun.h"
+#include "NeedsNamespaces.h"
 
 #include <string>
 
@@ -112,7 +112,8 @@ TEST(Lab, SaysSoWhereNamespacesAreNotAllowed) {
 TEST(Lab, GivesUpOnACameraThatEndsOrIsNotReadyAndSaysWhy) {
     EXPECT_THAT(
         runLab({"--arguments", "--no-such-option", "echo", "ran"}),
-        ended(1, "", StartsWith("Lab/run: camera 1 has ended: korva: The following argument was not ")));
+        ended(1, "",
+              StartsWith("Lab/run: camera 1 has ended: korva: there is no option \"--no-such-option\"")));
     EXPECT_THAT(runAmong("1 ! true\n", "echo ran"),
                 ended(1, "", "Lab/run: camera 1 has ended without a word\n"));
     EXPECT_THAT(runAmong("1 ! sleep 100\n", "echo ran", "--start-within 1"),

@@ -1,13 +1,17 @@
 // The tool and its plug-in among cameras on networks of their own: discovery by broadcast, ARP,
 // identification, pictures, and a cable that is pulled.
 
-#include "LabRun.h"
+#include "NeedsNamespaces.h"
 
 #include <algorithm>
+#include <array>
+#include <cmath>
 #include <filesystem>
 #include <limits>
 #include <map>
 #include <nlohmann/json.hpp>
+#include <sstream>
+#include <thread>
 
 using namespace LabTests;
 using nlohmann::json;
@@ -15,6 +19,7 @@ using testing::_;
 using testing::ElementsAre;
 using testing::EndsWith;
 using testing::HasSubstr;
+using testing::Not;
 using testing::StartsWith;
 
 namespace {
@@ -66,15 +71,52 @@ struct CaptureOfAll {
     ProcessResult result;
 };
 
-/// Interrupts `command` in a lab of that camera once `sign` stands in `file`, and tells how it ended.
-std::string interrupt(const std::string& cameras, const std::string& command, const std::string& sign,
-                      const std::string& file) {
-    return runAmong(cameras, command + " 2>$KORVA_LAB/said & work=$!; for i in {1..300}; do grep -q '" +
-                                 sign + "' $KORVA_LAB/" + file +
-                                 " && break; sleep 0.05; done;"
-                                 "kill -INT $work; begin=$SECONDS; wait $work;"
-                                 "echo status $? after $((SECONDS - begin < 5)); tail -n 1 $KORVA_LAB/said")
-        .output;
+/// Of the day, of "23:14:55.123".
+double millisecondsOf(const std::string& time) {
+    return std::stod(time) * 3'600'000 + std::stod(time.substr(3)) * 60'000 +
+           std::stod(time.substr(6)) * 1000;
+}
+
+constexpr double exposure = 2000.0;
+constexpr int sixteen = 16;
+
+/// What captures take, in milliseconds.
+struct SixteenAtOnce {
+    double all = std::numeric_limits<double>::max(); ///< from the end of the search
+    double slowest = 0.0;                            ///< of them
+    double alone = 0.0;                              ///< one of them, before
+
+    /// Beyond the slowest camera's time and 1.5 s.
+    double excess() const {
+        constexpr double promised = 1500.0;
+        return all - (slowest + promised);
+    }
+};
+
+SixteenAtOnce captureOfSixteen() {
+    const ProcessResult result =
+        runScript("--networks 4 --cameras 16 --start-within 50 --arguments --wait-exposure",
+                  "cd $KORVA_LAB; korva capture 10.77.1.11 --exposure 2 --json --output one.png &&"
+                  "korva capture --all --exposure 2 --json --output all && date -u +%T.%3N");
+    EXPECT_EQ(result.status, 0) << result.errors;
+    std::istringstream said(result.output);
+    std::array<std::string, 3> lines;
+    for (std::string& line : lines)
+        std::getline(said, line);
+    const json one = json::parse(lines[0], nullptr, false);
+    const json all = json::parse(lines[1], nullptr, false);
+    if (result.status != 0 || all["results"].size() != sixteen)
+        return {};
+    SixteenAtOnce took;
+    took.alone = one["results"][0]["milliseconds"];
+    double begin = std::numeric_limits<double>::max(); // the search has ended by then
+    for (const json& each : all["results"]) {
+        begin = std::min(begin, millisecondsOf(each["takenAt"].get<std::string>().substr(11)));
+        took.slowest = std::max(took.slowest, each["milliseconds"].get<double>());
+    }
+    constexpr double day = 86'400'000;
+    took.all = std::fmod(millisecondsOf(lines[2]) - begin + day, day);
+    return took;
 }
 
 /// Answers a search behind the others, and so comes after them.
@@ -85,11 +127,20 @@ const std::string holdsIt = "1 --hardware X900 --size 40x30 --fault get:drip=1/2
 const std::string holding = holdsIt + "\n";
 const std::string holdingLate = holdsIt + late + "\n";
 
-/// A stranger in a lab's set that answers a search and then sends it datagrams for as long as it listens.
-const std::string talker =
-    "1 ! python3 -c 'import socket,time;s=socket.socket(socket.AF_INET,socket.SOCK_DGRAM);"
-    "s.bind((\"\",32768));print(1,flush=True);a=s.recvfrom(99)[1];"
-    "[(s.sendto(b\"again\",a),time.sleep(.1)) for i in range(600)]'\n";
+/// Two cameras with one address.
+const std::string twins =
+    "1 --room \"Twin A\"\n1 --room \"Twin B\" --fault discovery:wrong-address=10.77.1.11\n";
+
+/// What a watch among these cameras prints while `script` goes on, behind a line with its status after
+/// Ctrl-C. In the script "await TEXT COUNT" waits for so many lines with the text.
+ProcessResult watched(const std::string& cameras, const std::string& command, const std::string& script,
+                      const std::string& before = "") {
+    return runAmong(cameras, "await() { for i in {1..300}; do [ $(grep -c \"$1\" $log) -ge $2 ] && return; "
+                             "sleep 0.05; done; echo \"no $1\" >&2; cat $log >&2; exit 9; };"
+                             "log=$KORVA_LAB/watch;" +
+                                 before + "korva " + command + " --watch >$log & watch=$!;" + script +
+                                 "kill -INT $watch; wait $watch; echo status $?; cat $log");
+}
 
 } // namespace
 
@@ -163,13 +214,88 @@ TEST(LabDiscovery, WatchTellsWhoComes) {
     EXPECT_TRUE(line["ready"]);
 }
 
-TEST(LabDiscovery, TellsProgramsWhyThereWasNoSearch) {
+TEST(LabDiscovery, WatchTellsOfTheComputersOwnAdapterOnceAndNotOfEachCamera) {
+    EXPECT_THAT(watched("1\n1\n", "discover",
+                        "await 'came ' 2; ip link set net1 down; await 'switched off' 1; sleep 7;"
+                        "ip link set net1 up; await 'works again' 1; sleep 5;"),
+                ended(0, AllOf(lines(5), StartsWith("status 0\n"), EndsWith("  net1 works again\n")), _));
+}
+
+TEST(LabDiscovery, WatchDoesNotHaveOneCameraWaitForAnother) {
+    EXPECT_THAT(watched(holdsIt + "\n1\n", "discover --max-time 60", "await 'came *10.77.1.12' 1;"),
+                ended(0,
+                      AllOf(StartsWith("status 4\n"), lines(3), HasSubstr("(Room 2): ready\n"),
+                            EndsWith("10.77.1.11 (Room 1): answered the search, not asked to the end\n")),
+                      _));
+}
+
+TEST(LabDiscovery, WatchEndsWithTheStatusOfWhatAnsweredAndALineForIt) {
+    for (const auto& [world, timeout, status, line] :
+         {std::tuple{"text-port-blocked", "3", 1,
+                     "came  10.77.1.11 (Room 1): answered the search, not asked"},
+          {"adapter-refused", "6", 4, "came  10.77.2.12 (Room 2): ready\n"},
+          {"discovery-blocked", "8", 3, "10.77.1.11 answers on TCP alone"},
+          {"own-address-taken", "8", 3, "another device on net1 both have this address"}})
+        EXPECT_THAT(runScript("--break " + std::string(world),
+                              "korva discover --watch --timeout " + std::string(timeout)),
+                    ended(status, HasSubstr(line), ""))
+            << world;
+}
+
+TEST(LabDiscovery, WatchTellsOfATwinThatComesAndGoes) {
+    const std::string twin = "nsenter --net=$KORVA_LAB/namespaces/switch ip link set port1-2 ";
+    EXPECT_THAT(
+        watched(twins, "discover",
+                "await 'same address as another camera: Twin A, Twin B' 2;" + twin +
+                    "down; await gone 1; await ready 1;",
+                twin + "up;"),
+        ended(0, AllOf(StartsWith("status 0\n"), HasSubstr("gone  10.77.1.11 (Twin B): no longer")), _));
+}
+
+TEST(LabDiscovery, FindsThoseOnOtherNetworksWhereOneRefusesTheSearch) {
     const ProcessResult result =
-        runAmong("1\n", "ip route delete broadcast 10.77.2.255 dev net2 table local &&"
-                        "ip route add prohibit 10.77.2.255 table local && korva discover --json");
-    EXPECT_THAT(result, ended(1, lines(1), has({"  searched      net1", "  not searched  net2", "korva: "})));
-    EXPECT_EQ(json::parse(result.output)["error"]["code"], "adapter-refused");
-    EXPECT_EQ(json::parse(result.output)["problems"][0]["code"], "adapter-refused");
+        runScript("--break adapter-refused",
+                  "said() { \"$@\"; [ $? = 4 ] || echo \"{}\"; }; cd $KORVA_LAB; said korva discover --json;"
+                  "said korva health --all --json; said korva capture --all --json");
+    EXPECT_THAT(result, ended(0, lines(3),
+                              has({"  searched      net1", "  not searched  net2",
+                                   "korva: ", "\n2 ready, 0 unusable.\n"})));
+    std::istringstream each(result.output);
+    json said;
+    for (const std::size_t results : {0u, 2u, 2u}) {
+        std::string line;
+        std::getline(each, line);
+        const json one = json::parse(line);
+        EXPECT_EQ(one.value("results", json::array()).size(), results);
+        if (said.is_null())
+            said = one;
+        EXPECT_EQ(one["error"], said["error"]);
+    }
+    EXPECT_EQ(said["error"]["code"], "adapter-refused");
+    EXPECT_EQ(said["problems"][0]["code"], "adapter-refused");
+    EXPECT_EQ(said["cameras"][0]["address"], "10.77.1.11");
+    EXPECT_EQ(said["cameras"][1]["address"], "10.77.2.12") << "it answers the limited broadcast";
+}
+
+TEST(LabDiscovery, SaysOfACameraWhichOtherAddressItHas) {
+    const std::string names = "1 --announce 10.77.1.99\n";
+    const std::string why = "the camera says that this is its address, but it answers from 10.77.1.11";
+    expectFound(names, "", {}, HasSubstr(why), 1);
+    EXPECT_THAT(runAmong(names, "korva capture --all"), failed({why}));
+    EXPECT_THAT(runAmong(names, "korva health --all"), ended(1, HasSubstr(why), ""));
+}
+
+TEST(LabDiscovery, OfNobodyNamesWhatKeepsTheAnswersAway) {
+    for (const std::string world : {"discovery-blocked", "own-address-taken", "other-subnet", "wrong-mask"})
+        for (const std::string command : {"discover", "capture --all"}) {
+            const ProcessResult result = runScript("--break " + world, "korva " + command + " --json");
+            EXPECT_EQ(result.status, 3) << result.output;
+            EXPECT_EQ(json::parse(result.output)["error"]["code"], world) << command;
+        }
+}
+
+TEST(LabDiscovery, HasNoRoomForACameraWhoseRoomHasNoName) {
+    EXPECT_THAT(runAmong("1 --room ''\n", "korva discover; korva doctor").output, Not(HasSubstr("--IP")));
 }
 
 TEST(LabDiscovery, OneInterruptEndsItWhileACameraHoldsIt) {
@@ -186,7 +312,9 @@ TEST(LabDiscovery, CameraThatHoldsItLeavesTheOthersTheirTurn) {
 TEST(LabDiscovery, ShowsWhatItFoundWhereItsTimeIsOver) {
     const json said = expectFound(
         "1\n" + holdingLate + holdingLate + holdingLate + holdingLate, "--max-time 2", {"10.77.1.11"},
-        has({"korva: warning: the search was cut after ", ": cameras kept it waiting"}), 4);
+        testing::ContainsRegex(
+            "korva: warning: the search was cut after [23][.][0-9] s: cameras kept it waiting"),
+        4);
     EXPECT_THAT(said["cut"], has({"the search was cut"}));
 }
 
@@ -262,29 +390,76 @@ TEST(LabCapture, OneFailedCameraOfAllDoesNotKeepTheOthersFromTheirPictures) {
 }
 
 TEST(LabCapture, OfSixteenCamerasTakesLittleMoreThanTheSlowest) {
-    const TemporaryFolder folder;
-    const ProcessResult result = runScript(
-        "--networks 4 --cameras 16 --start-within 50 --arguments --wait-exposure",
-        "korva capture --all --exposure 2 --json --output " + folder.file("all") + "; date -u +%T.%3N >&2");
-    ASSERT_EQ(result.status, 0) << result.errors;
-    const auto millisecondsOf = [](const std::string& time) { // "23:14:55.123"
-        return std::stol(time) * 3'600'000 + std::stol(time.substr(3)) * 60'000 +
-               std::stol(time.substr(6)) * 1000 + std::stol(time.substr(9));
-    };
-    const json said = json::parse(result.output);
-    ASSERT_EQ(said["results"].size(), 16u);
-    long begin = std::numeric_limits<long>::max(); // the search has ended by then
-    double slowest = 0.0;
-    for (const json& each : said["results"]) {
-        begin = std::min(begin, millisecondsOf(each["takenAt"].get<std::string>().substr(11)));
-        slowest = std::max(slowest, each["milliseconds"].get<double>());
+    constexpr int tries = 3; // of which the best counts, since others use the machine too
+    SixteenAtOnce best = captureOfSixteen();
+    for (int more = 1; more < tries && best.excess() > 0; ++more)
+        if (const SixteenAtOnce next = captureOfSixteen(); next.excess() < best.excess())
+            best = next;
+    std::printf("figure: capture of 16 cameras at 2 s exposure: %.0f ms; of the slowest %.0f ms, of one "
+                "alone %.0f ms\n",
+                best.all, best.slowest, best.alone);
+    EXPECT_LE(best.excess(), 0.0);
+    EXPECT_LT(best.all, sixteen * exposure / 2) << "cameras are slow because they wait for each other";
+}
+
+TEST(LabCapture, SaysOfEachCameraWhatHasBecomeOfThisComputersAdapterMeanwhile) {
+    const std::string switched = "nsenter --net=$KORVA_LAB/namespaces/switch ip link set port1-0 down";
+    for (const auto& [damage, code, cameras] :
+         {std::tuple<std::string, std::string, std::string>{switched, "no-link", "--all"},
+          {"ip link set net1 down", "adapter-down", "one two"},
+          {"ip address flush dev net1", "no-address", "--all"}}) {
+        const ProcessResult result =
+            runScript("--cameras 2 --arguments --wait-exposure",
+                      "printf '10.77.1.11 one\\n10.77.1.12 two\\n' >$KORVA_LAB/hosts;"
+                      "mount --bind $KORVA_LAB/hosts /etc/hosts || exit 9; korva capture " +
+                          cameras +
+                          " --exposure 3 --max-time 5 --json --output $KORVA_LAB/all & work=$!;"
+                          "for i in {1..300}; do [ $(cat $KORVA_LAB/camera-*.log | grep -c 'configure: ') = "
+                          "2 ] && break;"
+                          "sleep 0.05; done; " +
+                          damage + "; wait $work");
+        EXPECT_THAT(result, ended(1, lines(1), lines(2))) << code;
+        const json said = json::parse(result.output);
+        for (const json& each : said["results"])
+            EXPECT_EQ(each["error"]["code"], code) << each;
     }
-    constexpr long day = 86'400'000;
-    const long took = (millisecondsOf(result.errors) - begin + day) % day;
-    std::printf("figure: capture of 16 cameras at 2 s exposure: %ld ms, at most %.0f ms on an idle machine\n",
-                took, slowest + 1500);
-    constexpr double slackOfABusyMachine = 10'000;
-    EXPECT_LE(static_cast<double>(took), slowest + 1500 + slackOfABusyMachine);
+}
+
+TEST(LabCapture, OfAllSaysTheSameAsDiscoverWhereNobodyIsFound) {
+    for (const std::string world : {"wrong-mask", "other-subnet", "adapter-down"}) {
+        const ProcessResult result = runScript(
+            "--break " + world,
+            "korva discover --json; echo $?; korva capture --all --json --output $KORVA_LAB/all; echo $?");
+        std::istringstream said(result.output);
+        json errors;
+        Names statuses;
+        for (std::string line, status; std::getline(said, line) && std::getline(said, status);) {
+            errors.push_back(json::parse(line)["error"]);
+            statuses.push_back(status);
+        }
+        ASSERT_THAT(statuses, ElementsAre("3", "3")) << result.output;
+        EXPECT_EQ(errors[0]["code"], world);
+        EXPECT_EQ(errors[0], errors[1]);
+    }
+}
+
+TEST(LabCapture, OfAModelWhoseSizeIsGuessedWronglySaysHowToGetItsPictureNevertheless) {
+    EXPECT_THAT(runScript("--break unknown-model",
+                          "cd $KORVA_LAB; korva capture 10.77.1.11 --output a.png;"
+                          "korva describe 10.77.1.11 | sed 's/>2748</>1676</; s/>1836</>1266</' >camera.xml;"
+                          "korva capture --from camera.xml --output a.png"),
+                ended(0, StartsWith("a.png: 1676 x 1266 pixels, "),
+                      AllOf(lines(1), has({"korva: 10.77.1.11: the camera sent 1676 x 1266, it should send "
+                                           "2748 x 1836 (model X99 is unknown): what it should send is a "
+                                           "guess; try: korva describe 10.77.1.11 > camera.xml, "}))));
+}
+
+TEST(LabCapture, OfACameraWhoseAnswersAreGarbageWarnsBesideItsPicture) {
+    for (const std::string which : {"10.77.1.11 --output a.png", "--all --output all"})
+        EXPECT_THAT(runScript("--break garbage", "cd $KORVA_LAB; korva capture " + which),
+                    ended(0, lines(1),
+                          AllOf(lines(1), has({"korva: warning: 10.77.1.11",
+                                               ": answers on TCP 32768, but not as a camera does; try: "}))));
 }
 
 TEST(LabCapture, CountsThoseWhoAnsweredAndCannotBeUsed) {
@@ -308,26 +483,36 @@ TEST(LabCapture, OneFileOfAllThatCannotBeWrittenDoesNotKeepTheOthersFromTheirs) 
                                             "): cannot write " + all.fileOf(address) + ": Is a directory"}));
 }
 
-TEST(LabCapture, TakesPicturesOfThoseWhoAnsweredWhileDatagramsKeepComing) {
-    const CaptureOfAll all("1\n" + talker, " --max-time 6");
-    EXPECT_THAT(all.result, ended(0, HasSubstr("datagrams kept coming"), _));
-    EXPECT_EQ(all.widthOf("10.77.1.11"), 1676u);
-}
-
-TEST(LabCapture, CountsWhoAnsweredAndGivesNoPictureAsFailed) {
-    const std::string slow = "1 --fault version:delay=900\n";
+TEST(LabCapture, CountsACameraWhoseAddressIsAnotherOnesAsFailed) {
     const std::string twin = "1 --room \"Twin B\" --fault discovery:wrong-address=10.77.1.11\n";
-    for (const auto& [cameras, more, status, output, error] :
-         {std::tuple{slow + slow, " --max-time 1.3", 1, "0 of 2 pictures; failed: 10.77.1.11 (Room 1), ",
-                     "answered, and the search was cut before its turn"},
-          {"1\n" + twin, "", 4, "1 of 2 pictures; failed: 10.77.1.11\n", "same address as another camera"}})
-        EXPECT_THAT(runAmong(cameras, "cd $KORVA_LAB; korva capture --all --output all" + std::string(more)),
-                    ended(status, HasSubstr(output), HasSubstr(error)));
+    EXPECT_THAT(runAmong("1\n" + twin, "cd $KORVA_LAB; korva capture --all --output all"),
+                ended(4, HasSubstr("1 of 2 pictures; failed: 10.77.1.11\n"),
+                      HasSubstr("same address as another camera")));
 }
 
-TEST(LabCapture, OneInterruptEndsItsSearch) {
-    EXPECT_EQ(interrupt(talker, "korva capture --all --log info", "as a Korva response: again", "said"),
-              "status 130 after 1\nkorva: interrupted\n");
+TEST(LabCapture, OfTwinsBearsThatInItsLineAndOfAGivenAddressWarnsAsDescribeDoes) {
+    const std::string sign = "same address as another camera";
+    EXPECT_THAT(runLab({"--break", "duplicate-address", "--", "bash", "-c",
+                        "cd $KORVA_LAB; korva capture --all --output all 2>/dev/null; korva capture "
+                        "10.77.1.11 2>&1 >/dev/null; korva describe 10.77.1.11 2>&1 >/dev/null"})
+                    .output,
+                testing::ContainsRegex("pixels[^\n]*" + sign + "[^$]*warning: 10.77.1.11: " + sign +
+                                       "[^$]*warning: 10.77.1.11: " + sign));
+}
+
+TEST(LabCapture, LeavesNoCameraADumpOfTheSearch) {
+    const TemporaryFolder folder;
+    const CaptureOfAll all("1 --model X9999\n1 --model X9999\n1 --model X9999\n",
+                           " --log trace --diagnostics " + folder.file("dumps"));
+    std::map<std::string, int> dumps;
+    for (const auto& each : std::filesystem::directory_iterator(folder.file("dumps"))) {
+        const std::string name = each.path().stem();
+        const std::size_t owner = name.rfind(' ') + 1;
+        ++dumps[name.substr(owner, name.rfind('-') - owner)];
+    }
+    const std::map<std::string, int> expected{
+        {"10.77.1.11", 1}, {"10.77.1.12", 1}, {"10.77.1.13", 1}, {"other", 3}};
+    EXPECT_EQ(dumps, expected);
 }
 
 TEST(LabCapture, OneInterruptEndsItWhileItConnectsToNobody) {
@@ -340,24 +525,57 @@ TEST(LabCapture, OneInterruptEndsItWhileItConnectsToNobody) {
                           "' >xml; korva capture --from xml --output a.png --log info 2>said & work=$!;"
                           "for i in {1..300}; do grep -q 'Setting korva exposure' said && break; sleep 0.05;"
                           "done; sleep 0.3; kill -INT $work; begin=$(date +%s%N); wait $work;"
-                          "echo status $? after $((($(date +%s%N) - begin) / 1000000 < 1500));"
+                          "echo status $? after $((($(date +%s%N) - begin) / 1000000 < 500));"
                           "tail -n 1 said"),
         ended(0, "status 130 after 1\nkorva: interrupted\n", _));
 }
 
+TEST(LabHealth, OfNobodySaysTheLikeliestCause) {
+    const ProcessResult result = runScript("", "ip link set net1 down; korva health --all --json");
+    EXPECT_EQ(result.status, 3);
+    EXPECT_EQ(json::parse(result.output)["error"]["code"], "adapter-down");
+}
+
+TEST(LabHealth, OfTwinsSaysSoAndNotThatTheyAreGood) {
+    const ProcessResult result = runAmong(twins, "korva health --all --json");
+    const json object = json::parse(result.output);
+    ASSERT_EQ(object["results"].size(), 1u);
+    EXPECT_EQ(object["results"][0]["error"]["code"], "duplicate-address");
+    EXPECT_EQ(object["error"], object["results"][0]["error"]);
+    EXPECT_EQ(result.status, 1);
+}
+
+TEST(LabHealth, TellsAtCtrlCWhatItHasFoundOut) {
+    const std::string said =
+        interrupt("1\n" + holdsIt + "\n", "korva health 10.77.1.11 10.77.1.12 --json --max-time 60",
+                  "fault get:drip", "camera-2.log");
+    const json object = json::parse(said.substr(0, said.find('\n')));
+    EXPECT_EQ(object["error"]["code"], "interrupted");
+    EXPECT_EQ(object["results"], json::parse(R"([{"address": "10.77.1.11", "ok": true}])"));
+}
+
+TEST(LabHealth, WatchTellsOfTheComputersOwnAdapterOnceAndNotOfEachCamera) {
+    EXPECT_THAT(
+        watched("1\n1\n", "health 10.77.1.11 10.77.1.12",
+                "await good 2; ip link set net1 down; await 'switched off' 1; sleep 5;"
+                "ip link set net1 up; await 'works again' 1; sleep 3;"),
+        ended(0,
+              testing::ContainsRegex(
+                  "^status 0\n([-: 0-9]{21}10.77.1.1[12]:32769: good, the camera answers\n){2}"
+                  "[-: 0-9]{21}the network adapter net1 is switched off; try: sudo ip link set net1 up\n"
+                  "[-: 0-9]{21}net1 works again\n$"),
+              _));
+}
+
 TEST(LabHealth, FollowsACableThatIsPulledAndPutBack) {
     const std::string cable = "nsenter --net=$KORVA_LAB/namespaces/switch ip link set port1-1 ";
-    EXPECT_THAT(
-        runScript("", "await() { for i in {1..300}; do [ $(grep -c \"$1\" $log) -ge $2 ] && return; "
-                      "sleep 0.05; done; echo \"no $1\" >&2; exit 9; };"
-                      "log=$KORVA_LAB/health; xml=$KORVA_LAB/xml; korva describe 10.77.1.11 >$xml;"
-                      "korva health --from $xml --watch >$log & watch=$!; await good 1;" +
-                          cable + "down; await '; try: ' 1;" + cable +
-                          "up; await good 2; kill -INT $watch; wait $watch; echo status $?; cat $log"),
-        ended(
-            0,
-            AllOf(testing::ContainsRegex("^status 0\n[-: 0-9]{21}10.77.1.11:32769: good, the camera answers\n"
-                                         "[-: 0-9]{21}10.77.1.11:32769: .*; try: "),
-                  EndsWith("  10.77.1.11:32769: good, the camera answers\n")),
-            _));
+    EXPECT_THAT(watched("1\n", "health --from $KORVA_LAB/xml",
+                        "await good 1;" + cable + "down; await '; try: ' 1;" + cable + "up; await good 2;",
+                        "korva describe 10.77.1.11 >$KORVA_LAB/xml;"),
+                ended(0,
+                      AllOf(testing::ContainsRegex(
+                                "^status 0\n[-: 0-9]{21}10.77.1.11:32769: good, the camera answers\n"
+                                "[-: 0-9]{21}10.77.1.11:32769: .*; try: "),
+                            EndsWith("  10.77.1.11:32769: good, the camera answers\n")),
+                      _));
 }

@@ -143,7 +143,7 @@ TEST_F(Cable, WithManyAddressesThatDoNotAnswerTakesNoLongerThanOne) {
     settings.text = Simulator::Service::refused;
     settings.discovery = Simulator::Service::silent;
     serve("10.77.1.11", "Half", settings);
-    host.run("ip neigh add 10.77.1.20 lladdr 02:00:00:00:00:63 dev net1 nud stale");
+    host.run("ip neigh add 10.77.1.20 lladdr 02:00:00:00:00:63 dev net1 nud reachable");
     std::vector<std::string> addresses{"10.77.1.11", "10.77.1.20"};
     for (int at = 100; at < 160; ++at)
         addresses.push_back("10.77.1." + std::to_string(at));
@@ -184,7 +184,7 @@ TEST_F(Cable, ThatIsOutDownOrRefusedIsAFact) {
     };
     host.run("ip route del broadcast 10.77.1.255 dev net1 table local;"
              "ip route add prohibit 10.77.1.255 table local");
-    EXPECT_EQ(outcome(), "1Permission denied");
+    EXPECT_EQ(outcome(), "1not permitted, by a firewall of this computer or for want of rights");
     host.run("ip route del prohibit 10.77.1.255 table local");
     cameras.run("ip link set net1 down");
     host.run("for try in $(seq 500); do ip link show net1 | grep -q NO-CARRIER && exit 0; sleep 0.01; done; "

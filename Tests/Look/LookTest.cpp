@@ -66,10 +66,11 @@ struct Look : testing::Test {
         sight.replies.push_back({asked, {ipv4(address.c_str()), 1, text}, after});
     }
 
-    void knows(const char* address, State state) {
+    void knows(const char* address, State state, std::chrono::milliseconds confirmedAgo = 1h) {
         sight.neighbours.push_back(
             {1, ipv4(address), state,
-             state == State::confirmed || state == State::known ? cameraMac : std::vector<unsigned char>()});
+             state == State::confirmed || state == State::known ? cameraMac : std::vector<unsigned char>(),
+             confirmedAgo});
     }
 
     Search& search() { return facts.search.value(); }
@@ -225,6 +226,7 @@ struct Address {
     PortState pictureState;
     std::optional<bool> answersArp;
     World::Duration took;
+    std::chrono::milliseconds confirmedAgo = 1h; ///< at the look's end
 };
 
 struct LookAt : Look, testing::WithParamInterface<Address> {};
@@ -241,6 +243,10 @@ const Address addresses[] = {
      PortState::open, true, 5ms},
     {"OneThatIsGone", State::known, silent, "", silent, false, PortState::silent, PortState::silent,
      std::nullopt, 3300ms},
+    {"OneThatAnsweredArpBefore", State::confirmed, silent, "", silent, false, PortState::silent,
+     PortState::silent, std::nullopt, 3300ms, 3301ms},
+    {"OneThatAnswersArpOnly", State::confirmed, silent, "", silent, false, PortState::silent,
+     PortState::silent, true, 3300ms, 3300ms},
     {"Nobody", State::failed, unreachable, "", unreachable, false, PortState::unreachable,
      PortState::unreachable, false, 1000ms},
     {"NobodyYet", State::asking, silent, "", silent, false, PortState::unreachable, PortState::unreachable,
@@ -266,7 +272,7 @@ INSTANTIATE_TEST_SUITE_P(Addresses, LookAt, testing::ValuesIn(addresses),
 TEST_P(LookAt, SeesWhatItDoes) {
     const Address& address = GetParam();
     if (address.neighbour)
-        knows("10.77.1.11", *address.neighbour);
+        knows("10.77.1.11", *address.neighbour, address.confirmedAgo);
     sight.ports["10.77.1.11:32768"] = {address.text, address.says, false, ""};
     sight.ports["10.77.1.11:32769"] = {address.picture, "", false, ""};
     if (address.replies)
@@ -332,6 +338,27 @@ TEST_F(Look, AtNamesLooksThemUpWhereTheyCanBeNames) {
     EXPECT_EQ(facts.cameras[6].text, PortState::notLooked);
 }
 
+TEST_F(Look, ForAnAddressFindsTheOneBehindAName) {
+    sight.hosts["camera.lab"] = {{ipv4("10.77.1.11"), ipv4("10.77.1.12")}, false, ""};
+    EXPECT_EQ(addressBehind("camera.lab"), "10.77.1.11");
+    EXPECT_EQ(addressBehind("10.77.1.13"), "10.77.1.13");
+    EXPECT_EQ(addressBehind("nobody"), "");
+    EXPECT_EQ(addressBehind(""), "");
+    EXPECT_THAT(calls.of("lookUpHost"), ElementsAre("lookUpHost camera.lab", "lookUpHost nobody"));
+}
+
+TEST_F(Look, ForARoomAsksOneAddressUpToTwiceAndNothingElse) {
+    EXPECT_EQ(askForRoom("10.77.1.11"), "");
+    EXPECT_THAT(queries(), ElementsAre("10.77.1.11:32768 over 0", "10.77.1.11:32768 over 0"));
+    EXPECT_EQ(World::elapsed(), roomLookTime);
+    EXPECT_THAT(calls.of("askPort"), testing::IsEmpty());
+    answer("10.77.1.11 over 0", "10.77.1.11");
+    EXPECT_EQ(askForRoom("10.77.1.11"), "Lab");
+    EXPECT_THAT(queries(), SizeIs(3));
+    EXPECT_EQ(askForRoom("no name"), "");
+    EXPECT_THAT(queries(), SizeIs(3));
+}
+
 TEST_F(Look, AtAddressesTakesAnAnswerFromAnotherOfTheCamerasAddresses) {
     answer("10.77.1.11 over 0", "10.77.1.11");
     sight.replies[0].datagram.source = ipv4("10.77.2.11");
@@ -342,6 +369,17 @@ TEST_F(Look, AtAddressesTakesAnAnswerFromAnotherOfTheCamerasAddresses) {
     EXPECT_EQ(facts.cameras[0].answersQuery, true);
     EXPECT_EQ(facts.cameras[1].answersQuery, true);
     EXPECT_EQ(facts.cameras[2].answersQuery, false);
+}
+
+TEST_F(Look, AtAddressesTakesNoAnswerOfOneThatWasAskedForAnothersThatItNames) {
+    answer("10.77.1.13 over 0", "10.77.1.99");
+    sight.replies[0].datagram.source = ipv4("10.77.1.13");
+    lookAt({"10.77.1.99", "10.77.1.13"}, facts);
+    EXPECT_EQ(facts.cameras[0].answersQuery, false);
+    EXPECT_EQ(facts.cameras[0].namedFrom, "10.77.1.13");
+    EXPECT_EQ(facts.cameras[0].room, "");
+    EXPECT_EQ(facts.cameras[1].answersQuery, true);
+    EXPECT_EQ(facts.cameras[1].namedFrom, "");
 }
 
 TEST_F(Look, AtAddressesSaysWhatCouldNotBeAsked) {

@@ -122,6 +122,7 @@ TEST_F(NetworkView, TellsNeighboursAndHowMuchTheirEntryIsWorth) {
     const auto all = Platform::listNeighbours();
     for (const NeighbourEntry& each : all.value()) {
         EXPECT_EQ(each.adapterIndex, 7u);
+        EXPECT_TRUE(each.state != State::confirmed || each.confirmedAgo.value() < 10s);
         texts.push_back(dotted(each.address) + " " + std::to_string(static_cast<int>(each.state)) + " " +
                         (each.hardwareAddress.empty() ? "-" : std::to_string(each.hardwareAddress.at(5))));
     }

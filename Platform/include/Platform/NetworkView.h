@@ -6,6 +6,7 @@
 
 #include "Platform/Clock.h"
 
+#include <chrono>
 #include <cstdint>
 #include <optional>
 #include <string>
@@ -67,6 +68,8 @@ struct NeighbourEntry {
     std::uint32_t address = 0;
     State state = State::failed;
     std::vector<unsigned char> hardwareAddress; ///< of `confirmed` and `known`
+    /// Since it last answered, to 10 ms or so; unset if the system does not tell.
+    std::optional<std::chrono::milliseconds> confirmedAgo = {};
 };
 
 /// The IPv4 neighbours of all adapters, without groups and broadcasts, the first 16,384; nothing if the

@@ -24,6 +24,9 @@ void endAtInterrupts(const char* lastWords, int status);
 /// SIGQUIT, SIGTERM): another thread does.
 void leaveSignalsToOthers();
 
+/// What an interrupt does after catchInterrupts(), without one. Any thread.
+void interruptOneself();
+
 /// True once an interrupt came after catchInterrupts(). Any thread.
 bool interrupted();
 

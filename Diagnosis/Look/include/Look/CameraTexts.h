@@ -13,7 +13,7 @@ inline constexpr std::string_view versionQuestion = "[Version --HW --SW --API]";
 
 /// What a reply to the discovery query tells, in its own bytes.
 struct DiscoveryReply {
-    std::string room;
+    std::string room; ///< empty if it has no name
     std::string address;
     std::string mask; ///< empty if it tells none
 

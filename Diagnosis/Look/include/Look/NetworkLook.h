@@ -40,7 +40,17 @@ void lookForCameras(Facts& facts);
 ///
 /// Adds each to `facts.cameras`, unless it is there, and sets what was seen of it; renews the neighbours.
 /// What cannot be an address, or is a name that nobody knows, gets `unknownName`; it is not asked, and
-/// neither is what has no route.
-void lookAt(const std::vector<std::string>& addresses, Facts& facts);
+/// neither is what has no route. An answer to ARP counts if it came in the look, or in the time `before`:
+/// that of an attempt that has just failed.
+void lookAt(const std::vector<std::string>& addresses, Facts& facts, std::chrono::milliseconds before = {});
+
+/// An address itself, or the first behind a name, in dotted decimal. Empty if nobody tells it within
+/// `nameLookTime`.
+std::string addressBehind(const std::string& text);
+
+/// The room that the camera at an IPv4 address or a name tells if it is asked by itself, with up to two
+/// messages; any bytes, empty if none came within `roomLookTime`, besides the name's time.
+inline constexpr std::chrono::milliseconds roomLookTime{1000};
+std::string askForRoom(const std::string& address);
 
 } // namespace Diagnosis
