@@ -23,7 +23,6 @@
 #include <chrono>
 #include <cmath>
 #include <span>
-#include <thread>
 #include <utility>
 
 namespace Console {
@@ -70,15 +69,6 @@ bool isAtPortOfPictures(const NativeCamera& camera) {
 std::string connectedAddressOf(const NativeCamera& camera) {
     const auto* const connection = dynamic_cast<EthernetCommunicator*>(camera.getCommunicator());
     return connection == nullptr ? "" : utf8FromWide(connection->getAddress());
-}
-
-void waitUntil(Clock::time_point due) {
-    constexpr Clock::duration lookInterval = std::chrono::milliseconds(50);
-    while (Clock::now() < due) {
-        throwIfInterrupted();
-        const Clock::duration pause = std::min(lookInterval, due - Clock::now());
-        std::this_thread::sleep_for(pause); // the user asked for an interval; only Ctrl-C may end it
-    }
 }
 
 } // namespace

@@ -6,8 +6,10 @@
 #include "Diagnosis/Print.h"
 #include "Platform/Terminal.h"
 
+#include <algorithm>
 #include <new>
 #include <string_view>
+#include <thread>
 #include <utility>
 
 namespace Console {
@@ -55,6 +57,16 @@ CommandFailure interruption() {
 void throwIfInterrupted() {
     if (Platform::interrupted())
         throw interruption();
+}
+
+void waitUntil(std::chrono::steady_clock::time_point due) {
+    using Clock = std::chrono::steady_clock;
+    constexpr Clock::duration lookInterval = std::chrono::milliseconds(50);
+    for (auto now = Clock::now(); now < due; now = Clock::now()) {
+        throwIfInterrupted();
+        const auto pause = std::min(lookInterval, due - now);
+        std::this_thread::sleep_for(pause); // an interrupt sets a flag and wakes nobody
+    }
 }
 
 Diagnosis::Verdict verdictFrom(const std::exception& error) {

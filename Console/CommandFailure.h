@@ -5,6 +5,7 @@
 
 #include "Diagnosis/Verdict.h"
 
+#include <chrono>
 #include <exception>
 #include <stdexcept>
 #include <string>
@@ -44,6 +45,9 @@ CommandFailure interruption();
 
 /// Throws interruption() where Ctrl-C came.
 void throwIfInterrupted();
+
+/// Returns at that time, or throws Interrupted within 50 ms of an interrupt.
+void waitUntil(std::chrono::steady_clock::time_point due);
 
 /// What an exception comes to: of a CommandFailure its verdict, of any other the code "failed" with what it
 /// says, printable; of a shortage of memory the code "no-memory", of a PictureFileError "file-failed".

@@ -20,7 +20,6 @@
 #include <algorithm>
 #include <cstdio>
 #include <set>
-#include <thread>
 #include <utility>
 
 namespace Console {
@@ -58,7 +57,7 @@ Seen searched(const CameraHost& host, std::chrono::milliseconds time, nlohmann::
 std::vector<CameraHost::Identified> identified(const CameraHost& host,
                                                const std::vector<std::string>& addresses,
                                                std::chrono::milliseconds time) {
-    constexpr std::chrono::milliseconds pause{500};
+    constexpr std::chrono::milliseconds pause{500}; // a camera that starts is not asked without a break
     const auto begin = std::chrono::steady_clock::now();
     std::vector<CameraHost::Identified> results = host.identified(addresses);
     const auto isMissing = [&results] {
@@ -66,8 +65,7 @@ std::vector<CameraHost::Identified> identified(const CameraHost& host,
                            [](const CameraHost::Identified& each) { return each.camera == nullptr; });
     };
     while (isMissing() && std::chrono::steady_clock::now() - begin + pause < time) {
-        throwIfInterrupted();
-        std::this_thread::sleep_for(pause); // a camera that starts is not asked without a break
+        waitUntil(std::chrono::steady_clock::now() + pause);
         results = host.identified(addresses);
     }
     return results;

@@ -7,14 +7,17 @@
 #include <cerrno>
 #include <csignal>
 #include <fcntl.h>
+#include <fstream>
 #include <linux/capability.h>
 #include <optional>
 #include <ostream>
 #include <poll.h>
 #include <pty.h>
 #include <sys/prctl.h>
+#include <sys/syscall.h>
 #include <sys/wait.h>
 #include <system_error>
+#include <thread>
 #include <unistd.h>
 #include <utility>
 
@@ -140,6 +143,18 @@ ProcessResult ChildProcess::endBy(int number, std::chrono::milliseconds longest)
 void ChildProcess::signal(int number) const {
     if (pid_ > 0)
         kill(pid_, number);
+}
+
+bool ChildProcess::waitForItsWaitForAReader() const {
+    const std::string sign = std::to_string(SYS_write) + " 0x1 ";
+    for (const auto end = Clock::now() + 20s; Clock::now() < end;) {
+        std::string call;
+        std::getline(std::ifstream("/proc/" + std::to_string(pid_) + "/syscall"), call);
+        if (call.starts_with(sign))
+            return true;
+        std::this_thread::sleep_for(20ms); // nothing wakes who reads that file
+    }
+    return false;
 }
 
 bool ChildProcess::collect(const std::function<bool()>& enough, std::chrono::seconds longest) {

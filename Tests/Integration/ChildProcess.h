@@ -66,6 +66,9 @@ public:
 
     void signal(int number) const;
 
+    /// Waits until its main thread waits for somebody to read its standard output; false after 20 s.
+    bool waitForItsWaitForAReader() const;
+
     /// Sends it a signal and waits for its end, which must come within that time.
     ProcessResult endBy(int signal, std::chrono::milliseconds longest = std::chrono::seconds(60));
 

@@ -101,7 +101,7 @@ protected:
         port.awaitAnother();
         meanwhile();
         capture.signal(SIGINT);
-        std::this_thread::sleep_for(800ms); // what the thread has until it is left behind, and some more
+        EXPECT_TRUE(capture.waitForItsWaitForAReader()); // the thread has been left behind then
         port.letInAndAwaitTheirEnd();
         return capture.result();
     }
