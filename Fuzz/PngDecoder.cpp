@@ -1,6 +1,8 @@
-// The PNG decoder on any bytes: as they are, and with right chunk checksums, so that libpng looks inside.
+// The PNG decoder on any bytes: as they are, and with right chunk checksums, so that libpng looks inside; and
+// reduced on the way what is reduced afterwards.
 
 #include "PngChunks.h"
+#include "ReducedPictures.h"
 
 #include "NativeCameraKorva/KorvaMemoryStream.h"
 #include "NativeCameraKorva/KorvaPictureDecoding.h"
@@ -16,14 +18,30 @@ namespace {
 
 constexpr std::size_t byteLimit = std::size_t{1} << 16;
 
-void decode(const std::vector<std::uint8_t>& file) {
+image_t decoded(const std::vector<std::uint8_t>& file) {
     Korva::mybuf memory(file.data(), file.size());
     std::istream stream(&memory);
     std::string text;
-    const image_t picture = Korva::decodePng(stream, text);
+    return Korva::decodePng(stream, text);
+}
+
+Korva::ReducedPicture reduced(const std::vector<std::uint8_t>& file, unsigned int samplesPerPixel) {
+    Korva::mybuf memory(file.data(), file.size());
+    std::istream stream(&memory);
+    return Korva::decodeReducedPng(stream, samplesPerPixel);
+}
+
+void decode(const std::vector<std::uint8_t>& file) {
+    const image_t picture = decoded(file);
     const std::size_t bytes = image_t::byteCount(picture.format, picture.width, picture.height);
     if (bytes > byteLimit || (picture.pixels == nullptr) != (picture.format == 0))
         std::abort();
+    // Of any other depth it is the same decoder.
+    if ((picture.format & ~image_t::layoutMask) != image_t::depth16 && picture.format != 0)
+        return;
+    for (const unsigned int samplesPerPixel : {1u, 3u})
+        if (!Fuzz::isReduction(reduced(file, samplesPerPixel), decoded(file), samplesPerPixel))
+            std::abort();
 }
 
 } // namespace

@@ -1,11 +1,13 @@
 #include "Platform/Memory.h"
 
 #include <algorithm>
+#include <cstdint>
 #include <limits>
 
 #if defined(__GLIBC__)
 #include <malloc.h>
 #endif
+#include <sys/mman.h>
 
 void Platform::keepFreedMemory(std::size_t bytes) noexcept {
 #if defined(__GLIBC__)
@@ -18,6 +20,21 @@ void Platform::keepFreedMemory(std::size_t bytes) noexcept {
     mallopt(M_ARENA_MAX, heaps);
     mallopt(M_TRIM_THRESHOLD, static_cast<int>(std::min(bytes, most)));
 #else
+    static_cast<void>(bytes);
+#endif
+}
+
+void Platform::preferLargePages(void* buffer, std::size_t bytes) noexcept {
+#if defined(MADV_HUGEPAGE)
+    // Of the common systems; where pages are larger still, the advice has no effect.
+    constexpr std::uintptr_t largePage = std::uintptr_t{2} << 20;
+    const auto begin = reinterpret_cast<std::uintptr_t>(buffer);
+    const std::uintptr_t first = (begin + largePage - 1) / largePage * largePage;
+    const std::uintptr_t end = (begin + bytes) / largePage * largePage;
+    if (first < end)
+        madvise(reinterpret_cast<void*>(first), end - first, MADV_HUGEPAGE);
+#else
+    static_cast<void>(buffer);
     static_cast<void>(bytes);
 #endif
 }

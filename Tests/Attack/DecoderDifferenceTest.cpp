@@ -3,6 +3,7 @@
 
 #include "Draws.h"
 #include "Pictures.h"
+#include "ReducedPictures.h"
 
 #include "NativeCameraKorva/KorvaMemoryStream.h"
 #include "NativeCameraKorva/KorvaPictureDecoding.h"
@@ -25,6 +26,7 @@ using Faults::greyOf;
 using Faults::Picture;
 using Faults::pngPicture;
 using Faults::sgiPicture;
+using Fuzz::isReduction;
 
 namespace {
 
@@ -45,6 +47,22 @@ Picture pictureOf(const image_t& image) {
         picture.samples.push_back(sample);
     }
     return picture;
+}
+
+template <class Decode, class... Arguments>
+auto decodedFrom(const Decode& decode, const Bytes& file, Arguments&... arguments) {
+    Korva::mybuf memory(file.data(), file.size());
+    std::istream stream(&memory);
+    return decode(stream, arguments...);
+}
+
+image_t decodedSgi(const Bytes& file) {
+    return decodedFrom(Korva::decodeSgi, file);
+}
+
+image_t decodedPng(const Bytes& file) {
+    std::string text;
+    return decodedFrom(Korva::decodePng, file, text);
 }
 
 /// Each draw has a seed of its own, which a failure tells; as KORVA_SEED it is the first draw.
@@ -79,11 +97,12 @@ TEST_F(DecoderDifference, PngFilesAreReadAsLibpngsSimpleReaderReadsThem) {
         Bytes file = pngOfNoise(random, kind);
         if (random.oneIn(2))
             damagePng(random, file);
-        Korva::mybuf memory(file.data(), file.size());
-        std::istream stream(&memory);
-        std::string text;
-        const Picture decoded = pictureOf(Korva::decodePng(stream, text));
+        const image_t image = decodedPng(file);
+        const Picture decoded = pictureOf(image);
         EXPECT_TRUE(agree(decoded, pngPicture(file, mostBytes)));
+        for (const unsigned int samples : {1u, 3u})
+            EXPECT_TRUE(
+                isReduction(decodedFrom(Korva::decodeReducedPng, file, samples), decodedPng(file), samples));
         return decoded.pixels() != 0;
     });
     testing::internal::GetCapturedStderr();
@@ -99,11 +118,12 @@ TEST_P(DecoderDifference, SgiFilesAreReadAndReducedAsPlainLoopsDoIt) {
         if (random.oneIn(2))
             damage(random, file, 20);
         const Picture expected = sgiPicture(file, mostBytes);
-        Korva::mybuf memory(file.data(), file.size());
-        std::istream stream(&memory);
-        const image_t image = Korva::decodeSgi(stream);
+        const image_t image = decodedSgi(file);
         std::istringstream otherStream(std::string(file.begin(), file.end()));
         EXPECT_TRUE(pictureOf(image) == expected && pictureOf(Korva::decodeSgi(otherStream)) == expected);
+        for (const unsigned int samples : {1u, 3u})
+            EXPECT_TRUE(
+                isReduction(decodedFrom(Korva::decodeReducedSgi, file, samples), decodedSgi(file), samples));
         if (expected.pixels() == 0 || !flawOf(expected, 1).empty())
             return false;
         const Bytes grey = greyOf(expected, 1);

@@ -117,6 +117,52 @@ TEST_P(SampleKernels, InterleaveBigEndianPlanesOfEveryLengthAtOddAddresses) {
     }
 }
 
+TEST_P(SampleKernels, InterleaveAndReduceInOneGoAsOneAfterTheOther) {
+    for (const std::size_t channels : {1u, 3u}) {
+        for (const std::size_t pixels : interleavedLengths()) {
+            std::vector<Bytes> planes;
+            std::vector<const unsigned char*> addresses;
+            for (std::size_t channel = 0; channel < channels; ++channel) {
+                Bytes plane = noise(2 * pixels);
+                for (std::size_t i = 0; i < pixels; ++i)
+                    if (i % 5 < 2 || i % 7 == channel) // black, and black in one of them
+                        plane[2 * i] = plane[2 * i + 1] = 0;
+                planes.push_back(placed(plane, 1 + channel));
+                addresses.push_back(planes.back().data() + 1 + channel);
+            }
+            Bytes expected(2 * channels * pixels);
+            Korva::interleaveRow(addresses.data(), channels, pixels, expected.data());
+            const std::size_t black = Korva::reduceSamples(expected.data(), pixels, channels);
+            expected.resize(channels * pixels);
+            for (const std::size_t offset : {0u, 1u, 63u}) {
+                Bytes memory(offset + expected.size() + 1, untouched);
+                ASSERT_EQ(
+                    Korva::interleaveReducedRow(addresses.data(), channels, pixels, memory.data() + offset),
+                    black)
+                    << channels << ' ' << pixels;
+                Bytes framed = placed(expected, offset);
+                framed.push_back(untouched);
+                ASSERT_EQ(memory, framed) << channels << ' ' << pixels << ' ' << offset;
+            }
+        }
+    }
+}
+
+TEST_P(SampleKernels, InterleaveAndReduceEverySampleValueInOneGo) {
+    Bytes plane(2 * 65536);
+    Bytes expected(3 * 65536);
+    for (std::size_t value = 0; value < 65536; ++value) {
+        plane[2 * value] = static_cast<unsigned char>(value >> 8);
+        plane[2 * value + 1] = static_cast<unsigned char>(value);
+        std::fill_n(expected.begin() + static_cast<std::ptrdiff_t>(3 * value), 3,
+                    static_cast<unsigned char>(std::min<std::size_t>(value / 64, 255)));
+    }
+    const std::vector<const unsigned char*> planes(3, plane.data());
+    Bytes row(expected.size());
+    EXPECT_EQ(Korva::interleaveReducedRow(planes.data(), 3, 65536, row.data()), 1u);
+    EXPECT_EQ(row, expected);
+}
+
 TEST_P(SampleKernels, ReduceEverySampleValue) {
     std::vector<std::uint16_t> samples(65536);
     std::iota(samples.begin(), samples.end(), std::uint16_t{0});

@@ -64,9 +64,12 @@ TEST_F(MemoryStream, ShowsTheBytesThatAreUnreadWhereTheyLieAndGoesOnBehindThoseT
 
 // Either decoder.
 
+const Picture reducedGrey{3, 3, 2, {0, 0x48, 0xFF, 1, 0, 0}};
+
 struct Format {
     std::string name;
     Decoder decoder;
+    Korva::ReducedPicture (*reducer)(std::istream& file, unsigned int samplesPerPixel);
     Bytes file;
     Picture picture;
 };
@@ -81,6 +84,11 @@ struct EitherDecoder : testing::TestWithParam<Format> {
     const Picture picture = GetParam().picture;
 
     Picture decodedPicture() const { return decoded(decoder, file).picture; }
+    Korva::ReducedPicture reduced(unsigned int samplesPerPixel) const {
+        Korva::mybuf memory(file.data(), file.size());
+        std::istream stream(&memory);
+        return GetParam().reducer(stream, samplesPerPixel);
+    }
 };
 
 TEST_P(EitherDecoder, KeepsTheExceptionsOfAStreamToItself) {
@@ -117,18 +125,37 @@ TEST_P(EitherDecoder, GivesAnEmptyImageWhereMemoryIsShort) {
 TEST_P(EitherDecoder, RefusesAPictureAboveTheByteLimit) {
     image_t::setByteLimit(picture.pixels.size());
     EXPECT_EQ(decodedPicture(), picture);
+    EXPECT_EQ(Support::pictureOf(reduced(1).picture), reducedGrey);
     image_t::setByteLimit(picture.pixels.size() - 1);
     EXPECT_EQ(decodedPicture(), noPicture);
+    EXPECT_EQ(Support::pictureOf(reduced(1).picture), noPicture) << "though half of it would fit";
     image_t::setByteLimit(image_t::defaultByteLimit);
 }
 
-const TestSupport::Samples twoSamples{2, 1, 1, {0x1234, 0x3FFF}};
-const Picture grey{19, 2, 1, {0x34, 0x12, 0xFF, 0x3F}};
+TEST_P(EitherDecoder, ReducesOnTheWayOnlyWhatHasTheSamplesThatWereAskedFor) {
+    const Korva::ReducedPicture asAsked = reduced(1);
+    EXPECT_EQ(Support::pictureOf(asAsked.picture), reducedGrey);
+    EXPECT_EQ(asAsked.blackPixels, 3u);
+    const Korva::ReducedPicture asItIs = reduced(3);
+    EXPECT_EQ(Support::pictureOf(asItIs.picture), picture);
+    EXPECT_FALSE(asItIs.blackPixels);
+}
 
-INSTANTIATE_TEST_SUITE_P(Of, EitherDecoder,
-                         testing::Values(Format{"Png", decodePng, TestSupport::pngFile(twoSamples), grey},
-                                         Format{"Sgi", decodeSgi, TestSupport::sgiFile(twoSamples), grey}),
-                         [](const auto& format) { return format.param.name; });
+TEST_P(EitherDecoder, ReducesNothingWhereMemoryIsShort) {
+    const Support::ArrayShortage shortage;
+    const Korva::ReducedPicture nothing = reduced(1);
+    EXPECT_EQ(Support::pictureOf(nothing.picture), noPicture);
+    EXPECT_FALSE(nothing.blackPixels);
+}
+
+const TestSupport::Samples twoRows{3, 2, 1, {0, 0x1234, 0x3FFF, 0x40, 0, 0}};
+const Picture grey{19, 3, 2, {0, 0, 0x34, 0x12, 0xFF, 0x3F, 0x40, 0, 0, 0, 0, 0}};
+
+INSTANTIATE_TEST_SUITE_P(
+    Of, EitherDecoder,
+    testing::Values(Format{"Png", decodePng, Korva::decodeReducedPng, TestSupport::pngFile(twoRows), grey},
+                    Format{"Sgi", decodeSgi, Korva::decodeReducedSgi, TestSupport::sgiFile(twoRows), grey}),
+    [](const auto& format) { return format.param.name; });
 
 // Foreign files.
 

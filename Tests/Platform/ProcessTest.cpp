@@ -4,13 +4,17 @@
 
 #include <cerrno>
 #include <csignal>
+#include <cstdint>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <fcntl.h>
+#include <filesystem>
+#include <fstream>
 #include <gtest/gtest.h>
 #include <malloc.h>
 #include <memory>
+#include <string>
 #include <sys/ioctl.h>
 #include <thread>
 #include <unistd.h>
@@ -29,6 +33,22 @@ std::size_t bytesKeptAfterAPicture() {
             std::memset(buffer, 1, pictureBytes);
     }
     return mallinfo2().fordblks;
+}
+
+/// What the kernel says of the mapping that holds this address.
+std::string flagsOfMappingAt(const void* address) {
+    const auto wanted = reinterpret_cast<std::uintptr_t>(address);
+    std::ifstream mappings("/proc/self/smaps");
+    bool isHere = false;
+    for (std::string line; std::getline(mappings, line);) {
+        unsigned long begin = 0;
+        unsigned long end = 0;
+        if (std::sscanf(line.c_str(), "%lx-%lx ", &begin, &end) == 2)
+            isHere = begin <= wanted && wanted < end;
+        else if (isHere && line.starts_with("VmFlags:"))
+            return line;
+    }
+    return "";
 }
 
 } // namespace
@@ -116,6 +136,23 @@ TEST(BrokenPipesDeathTest, FailTheWriteAndDoNotEndTheProcess) {
         std::_Exit(isBroken && write(ends[1], "a", 1) < 0 && errno == EPIPE ? 0 : 1);
     };
     EXPECT_EXIT(child(), testing::ExitedWithCode(0), "");
+}
+
+TEST(LargePages, AreAskedForBehindWhatHoldsOne) {
+    constexpr std::size_t largePage = std::size_t{2} << 20;
+    const std::unique_ptr<unsigned char, decltype(&std::free)> memory(
+        static_cast<unsigned char*>(std::aligned_alloc(largePage, 6 * largePage)), &std::free);
+    unsigned char* const first = memory.get();
+    Platform::preferLargePages(first + 1, 4 * largePage - 2);         // two whole ones
+    Platform::preferLargePages(first + 4 * largePage, largePage - 1); // none
+    Platform::preferLargePages(nullptr, 0);
+    if (!std::filesystem::exists("/sys/kernel/mm/transparent_hugepage"))
+        GTEST_SKIP() << "this kernel has one size of pages"; // so there is nothing to be seen
+    std::vector<bool> preferred;
+    for (std::size_t page = 0; page < 6; ++page)
+        preferred.push_back(flagsOfMappingAt(first + page * largePage + largePage / 2).find(" hg") !=
+                            std::string::npos);
+    EXPECT_EQ(preferred, (std::vector<bool>{false, true, true, false, false, false}));
 }
 
 TEST(FreedMemory, StaysWithAProcessThatAsksForIt) {

@@ -40,7 +40,7 @@ const std::string device = plugin + "Device";
 
 const std::map<std::string, std::set<std::string>> mayInclude = {
     {base, {}},
-    {wire, {base, "HostFramework"}},
+    {wire, {base, "HostFramework", "Platform"}},
     {picture, {base, "HostFramework", "Platform"}},
     {camera, {base, wire, picture, "HostFramework", "Platform"}},
     {device, {base, wire, camera, "HostFramework", "Platform"}},

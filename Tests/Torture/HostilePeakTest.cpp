@@ -308,9 +308,9 @@ TEST_F(HostilePeak, OfSgiFiles) {
 }
 
 TEST_F(HostilePeak, OfCapturesOfSmallFilesOfTheLargestPicture) {
-    // The file, its 16-bit samples, and of these half as much in the host's image of 8-bit samples and a
-    // sixth in its grey one.
-    constexpr double most = limitMebi * (1 + 1. / 2 + 1. / 6);
+    // Half of the 16-bit samples' size in 8-bit samples, as much again in the host's image of them and a
+    // third of that in its grey one.
+    constexpr double most = limitMebi * (1. / 2 + 1. / 2 + 1. / 6);
     // Light enough that the picture is not black: of the SGI file a thousand samples, of the PNG file all.
     const Bytes sgi = sgiHeader(6688, 6688, 3, 2) + Bytes(2000, 0x3F);
     expectPeak("capture, SGI of 256 MiB of pixels in a file of 3 KB", most,
@@ -318,6 +318,22 @@ TEST_F(HostilePeak, OfCapturesOfSmallFilesOfTheLargestPicture) {
     const Bytes png = pngOf(6688, 6688, pngChunk("IDAT", packedMebibytes(257, 1)), Support::PngColour::rgb);
     expectPeak("capture, PNG of 256 MiB of pixels in a file of 0.3 MB", most,
                capture({sending(World::image(png))}, true, true));
+    // Interlaced rows do not come in order, so all samples of 16 bits are there first.
+    Bytes header;
+    Simulator::append32(header, 6688);
+    Simulator::append32(header, 6688);
+    const Bytes interlaced = Support::pngSignature() + pngChunk("IHDR", header + Bytes{16, 2, 0, 0, 1}) +
+                             pngChunk("IDAT", packedMebibytes(257, 1)) + Support::pngEnd();
+    expectPeak("capture, interlaced PNG of 256 MiB of pixels in a file of 0.3 MB",
+               limitMebi * (1 + 1. / 2 + 1. / 6), capture({sending(World::image(interlaced))}, true, true));
+}
+
+TEST_F(HostilePeak, OfAPictureAsACameraSendsIt) {
+    // The file and its samples of 8 bits; the file is gone before the host's images are made.
+    const Bytes file = sgiHeader(6000, 5600, 3, 2) + Bytes(std::size_t{2} * 3 * 6000 * 5600, 0x3F);
+    const double fileMebi = static_cast<double>(file.size()) / mebi;
+    ASSERT_LE(1.5 * fileMebi + small, 1.55 * fileMebi);
+    expectPeak("capture, SGI of 202 MB", 1.5 * fileMebi, capture({sending(World::image(file))}, false, true));
 }
 
 TEST_F(HostilePeak, OfDiscoveryAndTexts) {

@@ -149,16 +149,18 @@ std::optional<FullArg> fetch(const Request& request, CaptureStopwatch& watch) {
     return std::move(args.front());
 }
 
-image_t decode(const FullArg& file, const PictureFormat& format, CaptureStopwatch& watch) {
+/// The samples are reduced on the way, where they are as a camera sends them.
+ReducedPicture decode(const FullArg& file, const Request& request, CaptureStopwatch& watch) {
     watch.start();
     mybuf bytes(file.data.get(), Binary::bigEndian32(file.header.length));
     std::istream stream(&bytes);
-    image_t picture = format.decode(stream);
+    ReducedPicture decoded = request.format.decode(stream, request.samplesPerPixel);
     KORVA_LOG(logger, Info, "KorvaHelper",
-              "Pulled Korva image with resolution: " << picture.width << " " << picture.height);
+              "Pulled Korva image with resolution: " << decoded.picture.width << " "
+                                                     << decoded.picture.height);
     watch.stop();
     logTiming("Conversion to raw image: ", watch);
-    return picture;
+    return decoded;
 }
 
 std::size_t pixelCount(const image_t& picture) {
@@ -191,11 +193,17 @@ bool isAllBlack(std::size_t black, std::size_t pixels) {
     return static_cast<double>(black) / static_cast<double>(pixels) > blackPictureRatio;
 }
 
-/// Reduces the samples in place. False, logged, if the picture is all black.
-bool reduce(image_t& picture, unsigned int samplesPerPixel, CaptureStopwatch& watch) {
+/// Reduces the samples in place, unless they were on the way. False, logged, if the picture does not hold the
+/// samples or is all black.
+bool reduce(const ReducedPicture& decoded, unsigned int samplesPerPixel, CaptureStopwatch& watch) {
+    const image_t& picture = decoded.picture;
+    if (!decoded.blackPixels && !holdsSamples(picture, samplesPerPixel))
+        return false;
     watch.start();
     const std::size_t pixels = pixelCount(picture);
-    const std::size_t black = reduceSamples(picture.pixels.get(), pixels, samplesPerPixel);
+    const std::size_t black = decoded.blackPixels
+                                  ? *decoded.blackPixels
+                                  : reduceSamples(picture.pixels.get(), pixels, samplesPerPixel);
     watch.stop();
     logTiming("bit reduction: ", watch);
     if (isAllBlack(black, pixels)) {
@@ -214,10 +222,10 @@ std::optional<image_t> attempt(const Request& request, CaptureStopwatch& watch) 
         return std::nullopt;
     if (logger->isTraceEnabled())
         dumpImage(request.format, *file);
-    image_t picture = decode(*file, request.format, watch);
-    if (!holdsSamples(picture, request.samplesPerPixel) || !reduce(picture, request.samplesPerPixel, watch))
+    ReducedPicture decoded = decode(*file, request, watch);
+    if (!reduce(decoded, request.samplesPerPixel, watch))
         return std::nullopt;
-    return picture;
+    return std::move(decoded.picture);
 }
 
 Image* convert(const image_t& picture, unsigned int samplesPerPixel, CaptureStopwatch& watch) {

@@ -1,4 +1,6 @@
 #include "NativeCameraKorva/KorvaPictureDecoding.h"
+#include "NativeCameraKorva/KorvaReduction.h"
+#include "NativeCameraKorva/KorvaSampleKernels.h"
 #include "NativeCameraKorva/KorvaStreamReading.h"
 
 #include <png.h>
@@ -11,6 +13,8 @@
 #include <cstring>
 #include <exception>
 #include <limits>
+#include <optional>
+#include <utility>
 #include <vector>
 
 namespace Korva {
@@ -165,6 +169,22 @@ bool readRows(const PngReader& reader, png_bytepp rows) {
     return true;
 }
 
+/// Reduces each row in `row`, which has room for one of the file's, on its way into the picture of 8 bits.
+bool readReducedRows(const PngReader& reader, const image_t& picture, unsigned char* row,
+                     std::size_t& blackPixels) {
+    if (setjmp(reader.errorReturn()) != 0)
+        return false;
+    const std::size_t bytes = picture.bytesPerRow();
+    unsigned char* const end = picture.pixels.get() + bytes * picture.height;
+    for (unsigned char* place = picture.pixels.get(); place != end; place += bytes) {
+        png_read_row(reader.png(), row, nullptr);
+        blackPixels +=
+            reduceSamples(row, static_cast<std::size_t>(picture.width), image_t::channels(picture.format));
+        std::memcpy(place, row, bytes);
+    }
+    return true;
+}
+
 std::vector<png_bytep> rowsOf(const image_t& picture) {
     std::vector<png_bytep> rows(picture.height);
     for (std::size_t row = 0; row < rows.size(); ++row)
@@ -181,31 +201,87 @@ void readFirstText(const PngReader& reader, std::string& text) {
     text.assign(first.text, international ? first.itxt_length : first.text_length);
 }
 
+/// A file, read as far as its pixels.
+class PngFile {
+public:
+    explicit PngFile(std::istream& file) : source_{file} {}
+
+    /// False if there is no picture to be had of it.
+    bool open() {
+        std::array<unsigned char, signatureLength> signature{};
+        if (readBytes(source_.file, signature.data(), signature.size()) != signature.size())
+            return false;
+        if (png_sig_cmp(signature.data(), 0, signature.size()) != 0)
+            return false;
+        // What the source counts ends with the 8 bytes that begin the pixels' chunk: as many as the
+        // signature, read above.
+        return reader_.isReady() && readForm(reader_, source_, form_);
+    }
+
+    /// An empty image if the pixels cannot be read.
+    image_t read() {
+        image_t picture = newPicture(form_.format);
+        return begin(picture) && readRows(reader_, rowsOf(picture).data()) ? std::move(picture) : image_t();
+    }
+
+    bool isReducible(unsigned int samplesPerPixel) const {
+        return png_get_interlace_type(reader_.png(), reader_.info()) == PNG_INTERLACE_NONE &&
+               Korva::isReducible(form_.format, form_.width, form_.height, samplesPerPixel);
+    }
+
+    ReducedPicture readReduced() {
+        image_t picture = newPicture(form_.format & ~image_t::depth16);
+        std::vector<unsigned char> row(bytesPerRow());
+        std::size_t black = 0;
+        if (!begin(picture) || !readReducedRows(reader_, picture, row.data(), black))
+            return {};
+        return {std::move(picture), black};
+    }
+
+    void readText(std::string& text) const { readFirstText(reader_, text); }
+
+private:
+    image_t newPicture(std::uint32_t format) const {
+        return image_t(format, form_.width, form_.height, nullptr, static_cast<int>(PixelBufferMode::copy));
+    }
+
+    /// Of the file's picture.
+    std::size_t bytesPerRow() const {
+        return image_t::bytesPerPixel(form_.format) * static_cast<std::size_t>(form_.width);
+    }
+
+    /// Lets the source read the pixels into that picture; false if they do not fit.
+    bool begin(const image_t& picture) {
+        // A transparency chunk adds a channel that the format does not have.
+        if (picture.pixels == nullptr || png_get_rowbytes(reader_.png(), reader_.info()) != bytesPerRow())
+            return false;
+        source_.height = form_.height;
+        source_.bytesLeft = mostBytesOfPixels(bytesPerRow() * form_.height);
+        return true;
+    }
+
+    Source source_;
+    PngReader reader_;
+    PictureForm form_;
+};
+
 image_t decode(std::istream& file, std::string& text) {
-    std::array<unsigned char, signatureLength> signature{};
-    if (readBytes(file, signature.data(), signature.size()) != signature.size())
+    PngFile png(file);
+    if (!png.open())
         return {};
-    if (png_sig_cmp(signature.data(), 0, signature.size()) != 0)
-        return {};
-
-    // What it counts ends with the 8 bytes that begin the pixels' chunk: as many as the signature, read
-    // above.
-    Source source{file};
-    const PngReader reader;
-    PictureForm form;
-    if (!reader.isReady() || !readForm(reader, source, form))
-        return {};
-
-    image_t picture(form.format, form.width, form.height, nullptr, static_cast<int>(PixelBufferMode::copy));
-    // A transparency chunk adds a channel that the format does not have.
-    if (picture.pixels == nullptr || png_get_rowbytes(reader.png(), reader.info()) != picture.bytesPerRow())
-        return {};
-    source.height = picture.height;
-    source.bytesLeft = mostBytesOfPixels(picture.bytesPerRow() * picture.height);
-    if (!readRows(reader, rowsOf(picture).data()))
-        return {};
-    readFirstText(reader, text);
+    image_t picture = png.read();
+    if (picture.pixels != nullptr)
+        png.readText(text);
     return picture;
+}
+
+ReducedPicture decodeReduced(std::istream& file, unsigned int samplesPerPixel) {
+    PngFile png(file);
+    if (!png.open())
+        return {};
+    if (!png.isReducible(samplesPerPixel))
+        return {png.read(), std::nullopt};
+    return png.readReduced();
 }
 
 } // namespace
@@ -215,6 +291,14 @@ image_t decodePng(std::istream& file, std::string& text) {
         return decode(file, text);
     } catch (const std::exception&) {
         return {}; // no memory for the row table or the text
+    }
+}
+
+ReducedPicture decodeReducedPng(std::istream& file, unsigned int samplesPerPixel) {
+    try {
+        return decodeReduced(file, samplesPerPixel);
+    } catch (const std::exception&) {
+        return {};
     }
 }
 

@@ -63,6 +63,45 @@ std::size_t interleaveWholeVectors(const unsigned char* const* planes, std::size
     return i;
 }
 
+template <class D>
+hn::Vec<hn::Rebind<std::uint8_t, D>> reduced(D u16, hn::VFromD<D> samples) {
+    static_cast<void>(u16);
+    const hn::RebindToSigned<D> i16;
+    const hn::Rebind<std::uint8_t, D> u8;
+    // Below 1024, so that it saturates as a signed number just so.
+    return hn::DemoteTo(u8, hn::BitCast(i16, hn::ShiftRight<6>(samples)));
+}
+
+/// Interleaves and reduces whole vectors into `row`, and counts the black pixels.
+Progress interleaveReducedVectors(const unsigned char* const* planes, std::size_t channels,
+                                  std::size_t pixels, unsigned char* row) {
+    const SampleTag u16;
+    const hn::Rebind<std::uint8_t, SampleTag> u8;
+    const std::size_t lanes = hn::Lanes(u16);
+    const auto load = [planes](std::size_t channel, std::size_t pixel) {
+        return loadSwapped(planes[channel] + bytesPerSample * pixel);
+    };
+    Progress progress;
+    std::size_t& i = progress.done;
+    if (channels == 1) {
+        for (; i + lanes <= pixels; i += lanes) {
+            const auto grey = load(0, i);
+            progress.count += hn::CountTrue(u16, hn::Eq(grey, hn::Zero(u16)));
+            hn::StoreU(reduced(u16, grey), u8, row + i);
+        }
+    } else {
+        for (; i + lanes <= pixels; i += lanes) {
+            const auto red = load(0, i);
+            const auto green = load(1, i);
+            const auto blue = load(2, i);
+            progress.count += hn::CountTrue(u16, hn::Eq(hn::Or3(red, green, blue), hn::Zero(u16)));
+            hn::StoreInterleaved3(reduced(u16, red), reduced(u16, green), reduced(u16, blue), u8,
+                                  row + 3 * i);
+        }
+    }
+    return progress;
+}
+
 /// Copies past the caches, so that memory which is written need not be read before. Others see the bytes
 /// after hwy::FlushStream.
 void streamCopy(const unsigned char* from, std::size_t count, unsigned char* to) {
@@ -76,23 +115,16 @@ void streamCopy(const unsigned char* from, std::size_t count, unsigned char* to)
     std::memcpy(to + i, from + i, count - i);
 }
 
-template <class D>
-void reduceVector(hn::VFromD<D> samples, unsigned char* bytes) {
-    const hn::RebindToSigned<D> i16;
-    const hn::Rebind<std::uint8_t, D> u8;
-    // Below 1024, so that it saturates as a signed number just so.
-    hn::StoreU(hn::DemoteTo(u8, hn::BitCast(i16, hn::ShiftRight<6>(samples))), u8, bytes);
-}
-
 Progress reduceGreyVectors(unsigned char* samples, std::size_t pixels) {
     const SampleTag u16;
+    const hn::Rebind<std::uint8_t, SampleTag> u8;
     const std::size_t lanes = hn::Lanes(u16);
     Progress progress;
     for (std::size_t& i = progress.done; i + lanes <= pixels; i += lanes) {
         prefetchRound(samples + bytesPerSample * i, bytesPerSample * (pixels - i), bytesPerSample * lanes);
         const auto vector = loadSamples(u16, samples + bytesPerSample * i);
         progress.count += hn::CountTrue(u16, hn::Eq(vector, hn::Zero(u16)));
-        reduceVector<SampleTag>(vector, samples + i);
+        hn::StoreU(reduced(u16, vector), u8, samples + i);
     }
     return progress;
 }
@@ -122,6 +154,7 @@ std::size_t blackPixels(const ZeroBits& zeros) {
 Progress reduceColourVectors(unsigned char* samples, std::size_t pixels) {
     using Tag = hn::CappedTag<std::uint16_t, pixelsOfARound>;
     const Tag u16;
+    const hn::Rebind<std::uint8_t, Tag> u8;
     const std::size_t lanes = hn::Lanes(u16);
     Progress progress;
     for (std::size_t& i = progress.done; i + pixelsOfARound <= pixels; i += pixelsOfARound) {
@@ -132,7 +165,7 @@ Progress reduceColourVectors(unsigned char* samples, std::size_t pixels) {
             const std::size_t index = 3 * i + at;
             const auto vector = loadSamples(u16, samples + bytesPerSample * index);
             hn::StoreMaskBits(u16, hn::Eq(vector, hn::Zero(u16)), zeros.data() + at / 8);
-            reduceVector<Tag>(vector, samples + index);
+            hn::StoreU(reduced(u16, vector), u8, samples + index);
         }
         progress.count += blackPixels(zeros);
     }
@@ -143,6 +176,10 @@ Progress reduceColourVectors(unsigned char* samples, std::size_t pixels) {
 
 std::size_t interleaveWholeVectors(const unsigned char* const*, std::size_t, std::size_t, unsigned char*) {
     return 0;
+}
+
+Progress interleaveReducedVectors(const unsigned char* const*, std::size_t, std::size_t, unsigned char*) {
+    return {};
 }
 
 void streamCopy(const unsigned char* from, std::size_t count, unsigned char* to) {
@@ -207,6 +244,23 @@ std::size_t reduce(unsigned char* samples, std::size_t pixels, std::size_t sampl
     return black;
 }
 
+std::size_t interleaveReduced(const unsigned char* const* planes, std::size_t channels, std::size_t pixels,
+                              unsigned char* row) {
+    const Progress vectors = interleaveReducedVectors(planes, channels, pixels, row);
+    std::size_t black = vectors.count;
+    for (std::size_t i = vectors.done; i < pixels; ++i) {
+        bool isBlack = true;
+        for (std::size_t channel = 0; channel < channels; ++channel) {
+            const unsigned char* const bytes = planes[channel] + bytesPerSample * i;
+            const int sample = bytes[0] << 8 | bytes[1];
+            isBlack = isBlack && sample == 0;
+            row[channels * i + channel] = static_cast<unsigned char>(std::min(sample >> 6, 255));
+        }
+        black += isBlack ? 1 : 0;
+    }
+    return black;
+}
+
 } // namespace
 } // namespace Korva::HWY_NAMESPACE
 HWY_AFTER_NAMESPACE();
@@ -215,11 +269,17 @@ HWY_AFTER_NAMESPACE();
 namespace Korva {
 
 HWY_EXPORT(interleave);
+HWY_EXPORT(interleaveReduced);
 HWY_EXPORT(reduce);
 
 void interleaveRow(const unsigned char* const* planes, std::size_t channels, std::size_t pixels,
                    unsigned char* row) noexcept {
     HWY_DYNAMIC_DISPATCH(interleave)(planes, channels, pixels, row);
+}
+
+std::size_t interleaveReducedRow(const unsigned char* const* planes, std::size_t channels, std::size_t pixels,
+                                 unsigned char* row) noexcept {
+    return HWY_DYNAMIC_DISPATCH(interleaveReduced)(planes, channels, pixels, row);
 }
 
 std::size_t reduceSamples(unsigned char* samples, std::size_t pixels, std::size_t samplesPerPixel) noexcept {

@@ -1,5 +1,6 @@
 #include "NativeCameraKorva/KorvaMemoryStream.h"
 #include "NativeCameraKorva/KorvaPictureDecoding.h"
+#include "NativeCameraKorva/KorvaReduction.h"
 #include "NativeCameraKorva/KorvaSampleKernels.h"
 #include "NativeCameraKorva/KorvaStreamReading.h"
 
@@ -9,7 +10,9 @@
 #include <cstdint>
 #include <cstring>
 #include <exception>
+#include <optional>
 #include <span>
+#include <utility>
 #include <vector>
 
 namespace Korva {
@@ -50,15 +53,15 @@ std::uint32_t formatOf(const Header& header) {
 /// The picture that is being filled. File rows run from the bottom up.
 struct Target {
     explicit Target(const image_t& picture)
-        : pixels(picture.pixels.get()), width(static_cast<std::size_t>(picture.width)),
-          height(picture.height), channels(image_t::channels(picture.format)) {}
+        : pixels(picture.pixels.get()), bytesPerRow(picture.bytesPerRow()),
+          width(static_cast<std::size_t>(picture.width)), height(picture.height),
+          channels(image_t::channels(picture.format)) {}
 
     std::size_t bytesPerFileRow() const { return width * bytesPerSample; }
-    unsigned char* rowAt(std::size_t fileRow) const {
-        return pixels + (height - 1 - fileRow) * width * channels * bytesPerSample;
-    }
+    unsigned char* rowAt(std::size_t fileRow) const { return pixels + (height - 1 - fileRow) * bytesPerRow; }
 
     unsigned char* pixels;
+    std::size_t bytesPerRow;
     std::size_t width;
     std::size_t height;
     std::size_t channels;
@@ -93,17 +96,36 @@ private:
     std::vector<unsigned char> missingRow_;
 };
 
-void readPixels(mybuf& file, const Target& target) {
+using PlaneRows = std::array<const unsigned char*, mostChannels>;
+
+/// Calls `place(planes, row)` for each row of the picture, with the row of each channel.
+template <class Place>
+void forEachRow(mybuf& file, const Target& target, const Place& place) {
     const std::size_t wanted = target.channels * target.height * target.bytesPerFileRow();
     const auto bytes = file.unread().first(std::min(file.unread().size(), wanted));
     Planes planes(bytes, target.bytesPerFileRow());
     for (std::size_t fileRow = 0; fileRow < target.height; ++fileRow) {
-        std::array<const unsigned char*, mostChannels> rows{};
+        PlaneRows rows{};
         for (std::size_t channel = 0; channel < target.channels; ++channel)
             rows[channel] = planes.row(channel * target.height + fileRow);
-        interleaveRow(rows.data(), target.channels, target.width, target.rowAt(fileRow));
+        place(rows.data(), target.rowAt(fileRow));
     }
     file.skip(bytes.size());
+}
+
+void readPixels(mybuf& file, const Target& target) {
+    forEachRow(file, target, [&target](const unsigned char* const* planes, unsigned char* row) {
+        interleaveRow(planes, target.channels, target.width, row);
+    });
+}
+
+/// Into a picture of 8 bits. Returns the number of black pixels.
+std::size_t readReducedPixels(mybuf& file, const Target& target) {
+    std::size_t black = 0;
+    forEachRow(file, target, [&](const unsigned char* const* planes, unsigned char* row) {
+        black += interleaveReducedRow(planes, target.channels, target.width, row);
+    });
+    return black;
 }
 
 /// One row of one channel into its places among the others.
@@ -127,16 +149,19 @@ void readPixels(std::istream& file, const Target& target) {
     }
 }
 
-image_t decode(std::istream& file) {
-    Header header{};
-    if (readBytes(file, header.data(), header.size()) != header.size())
-        return {};
-    const std::uint32_t format = formatOf(header);
-    if (format == 0)
-        return {};
+image_t newPicture(std::uint32_t format, const Header& header) {
+    return image_t(format, field16(header, 6), field16(header, 8), nullptr,
+                   static_cast<int>(PixelBufferMode::copy));
+}
 
-    image_t picture(format, field16(header, 6), field16(header, 8), nullptr,
-                    static_cast<int>(PixelBufferMode::copy));
+/// The header's format, 0 where the file ends in it too.
+std::uint32_t readHeader(std::istream& file, Header& header) {
+    return readBytes(file, header.data(), header.size()) == header.size() ? formatOf(header) : 0;
+}
+
+/// The picture as it is in the file, which stands behind the header.
+image_t decodePixels(std::istream& file, std::uint32_t format, const Header& header) {
+    image_t picture = newPicture(format, header);
     if (picture.pixels == nullptr || picture.width == 0)
         return picture;
     if ((format & image_t::depth16) == 0)
@@ -148,6 +173,27 @@ image_t decode(std::istream& file) {
     return picture;
 }
 
+image_t decode(std::istream& file) {
+    Header header{};
+    const std::uint32_t format = readHeader(file, header);
+    return format == 0 ? image_t() : decodePixels(file, format, header);
+}
+
+ReducedPicture decodeReduced(std::istream& file, unsigned int samplesPerPixel) {
+    Header header{};
+    const std::uint32_t format = readHeader(file, header);
+    if (format == 0)
+        return {};
+    auto* const memory = dynamic_cast<mybuf*>(file.rdbuf());
+    if (memory == nullptr || !isReducible(format, field16(header, 6), field16(header, 8), samplesPerPixel))
+        return {decodePixels(file, format, header), std::nullopt};
+    image_t picture = newPicture(format & ~image_t::depth16, header);
+    if (picture.pixels == nullptr)
+        return {};
+    const std::size_t black = readReducedPixels(*memory, Target(picture));
+    return {std::move(picture), black};
+}
+
 } // namespace
 
 image_t decodeSgi(std::istream& file) {
@@ -155,6 +201,14 @@ image_t decodeSgi(std::istream& file) {
         return decode(file);
     } catch (const std::exception&) {
         return {}; // no memory for a row
+    }
+}
+
+ReducedPicture decodeReducedSgi(std::istream& file, unsigned int samplesPerPixel) {
+    try {
+        return decodeReduced(file, samplesPerPixel);
+    } catch (const std::exception&) {
+        return {};
     }
 }
 

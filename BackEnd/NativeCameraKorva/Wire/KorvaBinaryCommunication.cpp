@@ -4,6 +4,7 @@
 #include "NativeCameraKorva/KorvaByteSum.h"
 #include "NativeCameraKorva/KorvaLog.h"
 #include "NativeCameraKorva/KorvaMessageReader.h"
+#include "Platform/Memory.h"
 
 #include <array>
 #include <cstring>
@@ -176,6 +177,7 @@ unsigned char* MessageReader::valueStore(FullArg& arg, std::uint32_t valueBytes)
         KORVA_LOG(logger, Error, "KorvaBinaryCommunication",
                   "No memory for an image from Korva: argSize " << valueBytes);
     }
+    Platform::preferLargePages(arg.data.get(), valueBytes);
     return arg.data.get();
 }
 

@@ -3,7 +3,9 @@
 
 #include "ImagingLibrary/image_t.h"
 
+#include <cstddef>
 #include <istream>
+#include <optional>
 #include <string>
 
 namespace Korva {
@@ -29,5 +31,21 @@ image_t decodePng(std::istream& file, std::string& text);
 /// picture. Never throws. A stream over Korva's own memory buffer is read where its bytes lie; any other is
 /// read from front to back, without seeking.
 image_t decodeSgi(std::istream& file);
+
+/// A picture as a capture takes it out of a file.
+struct ReducedPicture {
+    image_t picture;
+    std::optional<std::size_t> blackPixels; ///< of a picture whose samples are reduced already
+};
+
+/// Decodes a PNG file and reduces its samples to 8 bits in one go, row by row, if the file has 16 bits for
+/// each of `samplesPerPixel` (1 or 3) channels: as reduceSamples would do it with what decodePng gives, in an
+/// image of the same layout that has 8 bits. Any other file (an interlaced one too) gives what decodePng
+/// gives, and no number of black pixels. Which files make an empty image is the same; so are the limits,
+/// which are those of the picture of 16 bits. Never throws.
+ReducedPicture decodeReducedPng(std::istream& file, unsigned int samplesPerPixel);
+
+/// The same of an SGI file. Only what lies in Korva's own memory buffer is reduced in one go.
+ReducedPicture decodeReducedSgi(std::istream& file, unsigned int samplesPerPixel);
 
 } // namespace Korva
