@@ -37,8 +37,10 @@ void enter(const std::string& name, MakeWork makeWork) {
 
 } // namespace
 
-Row::Row(std::string name, double atMost, std::string besideName, MakeWork stage, MakeWork beside)
-    : name_(std::move(name)), besideName_(std::move(besideName)), atMost_(atMost) {
+Row::Row(std::string name, double atMost, std::string besideName, MakeWork stage, MakeWork beside,
+         std::optional<double> atMostGivenBack)
+    : name_(std::move(name)), besideName_(std::move(besideName)), atMost_(atMost),
+      atMostGivenBack_(atMostGivenBack) {
     enter(stageBenchmark(), std::move(stage));
     enter(besideBenchmark(), std::move(beside));
     table().push_back(*this);

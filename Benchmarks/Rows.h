@@ -8,6 +8,7 @@
 //     Work{...}; });
 
 #include <functional>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -25,12 +26,15 @@ using MakeWork = std::function<Work()>;
 /// A row of the table. Constructing one at namespace scope enters it.
 class Row {
 public:
-    /// The median time of `stage` is to be at most `atMost` times that of `beside`.
-    Row(std::string name, double atMost, std::string besideName, MakeWork stage, MakeWork beside);
+    /// The median time of `stage` is to be at most `atMost` times that of `beside`, in a process that keeps
+    /// freed memory; at most `atMostGivenBack` times in one that gives it back, where that is measured too.
+    Row(std::string name, double atMost, std::string besideName, MakeWork stage, MakeWork beside,
+        std::optional<double> atMostGivenBack = std::nullopt);
 
     const std::string& name() const { return name_; }
     const std::string& besideName() const { return besideName_; }
-    double atMost() const { return atMost_; }
+    std::optional<double> atMost() const { return atMost_; }
+    std::optional<double> atMostGivenBack() const { return atMostGivenBack_; }
 
     /// The names under which the two run.
     std::string stageBenchmark() const { return name_ + "/stage"; }
@@ -40,6 +44,7 @@ private:
     std::string name_;
     std::string besideName_;
     double atMost_;
+    std::optional<double> atMostGivenBack_;
 };
 
 /// All rows that were entered.

@@ -125,7 +125,7 @@ def ratio(claim, value):
 
 def stages(figures):
     """The whole capture; also what other stage is over its bound."""
-    shown, _ = ratio("^whole capture", r"ratio ([\d.]+) .*at most ([\d.]+)")(figures)
+    shown, _ = ratio("^whole capture over loopback$", r"ratio ([\d.]+) .*at most ([\d.]+)")(figures)
     rows = [(name, re.search(r"^ratio ([\d.]+) .*at most ([\d.]+)", value)) for name, value in figures.pairs]
     over = [name for name, match in rows if match and float(match[1]) > float(match[2])]
     return "; over: ".join([shown, *over]), not over
