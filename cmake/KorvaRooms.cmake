@@ -60,14 +60,15 @@ find_program(KORVA_LLD ld.lld)
 add_custom_target(ThreadTests)
 
 # korva_test(NAME SOURCES file... LIBRARIES target... [APART file...] [LABELS label] [LOCK resource]
-#   [PRIVATE_NETWORKS] [ONE_ENTRY])
+#   [COST number] [PRIVATE_NETWORKS] [ONE_ENTRY])
 # A GoogleTest program whose cases ctest lists one by one, or with ONE_ENTRY as one: for many short ones, which a
 # process each would make slow. APART are sources which say a name that another one says, and so are compiled by
-# themselves also where the others are compiled together. No two with the same LOCK run at a time. With
+# themselves also where the others are compiled together. No two with the same LOCK run at a time. The higher its COST,
+# the earlier it is begun; what waits for a lock or in a lab comes before the rest, which fills the gaps. With
 # PRIVATE_NETWORKS it has the right to make TestSupport::NetworkNamespace, or its cases count as skipped where the
 # system grants that to nobody.
 function(korva_test name)
-  cmake_parse_arguments(arg "PRIVATE_NETWORKS;ONE_ENTRY" "LOCK" "SOURCES;APART;LIBRARIES;LABELS" ${ARGN})
+  cmake_parse_arguments(arg "PRIVATE_NETWORKS;ONE_ENTRY" "LOCK;COST" "SOURCES;APART;LIBRARIES;LABELS" ${ARGN})
   add_executable(${name} ${arg_SOURCES} ${arg_APART})
   if(arg_APART)
     set_source_files_properties(${arg_APART} PROPERTIES SKIP_UNITY_BUILD_INCLUSION ON)
@@ -89,13 +90,21 @@ function(korva_test name)
   if(arg_LOCK)
     set(lock RESOURCE_LOCK ${arg_LOCK})
   endif()
+  set(cost)
+  if(arg_COST)
+    set(cost COST ${arg_COST})
+  elseif(arg_LOCK)
+    set(cost COST 80)
+  elseif(arg_LABELS MATCHES "lab|integration")
+    set(cost COST 70)
+  endif()
   # A process each costs an instrumented program more than most cases do.
   if(arg_ONE_ENTRY OR (KORVA_SANITIZED AND NOT arg_LABELS))
     add_test(NAME ${name} COMMAND ${name})
-    set_tests_properties(${name} PROPERTIES TIMEOUT 300 SKIP_RETURN_CODE 77 LABELS "${arg_LABELS}" ${lock})
+    set_tests_properties(${name} PROPERTIES TIMEOUT 300 SKIP_RETURN_CODE 77 ${lock} ${cost} LABELS "${arg_LABELS}")
     return()
   endif()
   gtest_discover_tests(${name}
     DISCOVERY_TIMEOUT 60
-    PROPERTIES TIMEOUT 300 SKIP_RETURN_CODE 77 LABELS "${arg_LABELS}" ${lock})
+    PROPERTIES TIMEOUT 300 SKIP_RETURN_CODE 77 ${lock} ${cost} LABELS "${arg_LABELS}")
 endfunction()
