@@ -16,7 +16,7 @@ constexpr const char* forged = "ERROR Plenar.KorvaCamera.KorvaCapture - forged";
 
 // The first is no camera's reply and reaches the log as it came. The second announces an address of its own
 // within its room. The third is a camera that can be used.
-constexpr const char* cameras = R"json({"cameras": [
+constexpr const char* hostileCameras = R"json({"cameras": [
     {"address": "10.77.1.11", "faults": ["discovery:other-marker"], "room":
      "\u001b[2J\u001b]0;t\u0007\u009b\nERROR Plenar.KorvaCamera.KorvaCapture - forged\r\u2028\u202e\u200b\u0000z"},
     {"address": "10.77.1.12", "room": "Lab --IP ../../\u001b[31m\u202e\"'\\`$(id)"},
@@ -28,7 +28,7 @@ constexpr const char* cameras = R"json({"cameras": [
 class LabHostileText : public testing::Test {
 protected:
     /// What a script in `folder` says, which ends so.
-    ProcessResult amongThem(const std::string& script, const std::string& configuration = cameras,
+    ProcessResult amongThem(const std::string& script, const std::string& configuration = hostileCameras,
                             int status = 0) const {
         const TemporaryFolder itsFolder;
         std::ofstream(itsFolder.file("cameras.json")) << configuration;
@@ -48,13 +48,13 @@ protected:
 } // namespace
 
 TEST_F(LabHostileText, CannotSteerTheTerminalOrForgeALineAndIsOneOfJson) {
-    const ProcessResult result = amongThem("korva discover --json --log trace", cameras, 4);
+    const ProcessResult result = amongThem("korva discover --json --log trace", hostileCameras, 4);
     EXPECT_THAT(result, ended(4, lines(1),
                               has({"wasn't parsed as a Korva response: ", std::string("\\x0a") + forged,
                                    "../../\\x1b[31m\\xe2\\x80\\xae", "\n1 ready, "})));
-    const auto json = nlohmann::json::parse(result.output);
-    ASSERT_EQ(json["cameras"].size(), 1u);
-    EXPECT_EQ(json["cameras"][0]["serialNumber"], "../../\a\"\\");
+    const auto said = nlohmann::json::parse(result.output);
+    ASSERT_EQ(said["cameras"].size(), 1u);
+    EXPECT_EQ(said["cameras"][0]["serialNumber"], "../../\a\"\\");
 }
 
 TEST_F(LabHostileText, NamesNoFile) {
