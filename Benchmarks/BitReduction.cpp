@@ -32,9 +32,9 @@ MakeWork copyOf(const Bytes& (*file)()) {
     };
 }
 
-const Row row("bit reduction with black count, in place", 1.05, "memcpy of the samples", reductionOf(sgiFile),
+const Row row("bit reduction with black count, in place", 1.03, "memcpy of the samples", reductionOf(sgiFile),
               copyOf(sgiFile));
-const Row blackRow("bit reduction of an all-black picture", 1.05, "memcpy of the samples",
+const Row blackRow("bit reduction of an all-black picture", 1.03, "memcpy of the samples",
                    reductionOf(blackSgiFile), copyOf(blackSgiFile));
 
 } // namespace

@@ -28,7 +28,7 @@ void copy() {
 }
 
 const Row row(
-    "grey conversion of the 8-bit picture", 1.4, "memcpy of that picture",
+    "grey conversion of the 8-bit picture", 1.38, "memcpy of that picture",
     [] {
         return Work{convert, colourImage};
     },

@@ -18,16 +18,16 @@ inline bool isSame(const image_t& left, const image_t& right) {
     return std::memcmp(left.pixels.get(), right.pixels.get(), bytes) == 0;
 }
 
-/// True if both are of one file. `whole` is what the decoder gives as such; its samples are reduced by this
-/// if they are in `onTheWay`.
+/// True if both are of one file, and nothing is left whole that could be reduced, unless it `mayBeLeft`.
+/// `whole` is what the decoder gives as such; its samples are reduced by this if they are in `onTheWay`.
 inline bool isReduction(const Korva::ReducedPicture& onTheWay, const image_t& whole,
-                        std::size_t samplesPerPixel) {
+                        std::size_t samplesPerPixel, bool mayBeLeft = false) {
     const image_t& picture = onTheWay.picture;
     const bool isReducible = (whole.format & ~image_t::layoutMask) == image_t::depth16 &&
                              image_t::channels(whole.format) == samplesPerPixel && whole.width > 0 &&
                              whole.height > 0;
     if (!onTheWay.blackPixels)
-        return isSame(picture, whole);
+        return (mayBeLeft || !isReducible) && isSame(picture, whole);
     if (!isReducible || (picture.format | image_t::depth16) != whole.format || picture.width != whole.width ||
         picture.height != whole.height)
         return false;

@@ -28,11 +28,13 @@ void Platform::preferLargePages(void* buffer, std::size_t bytes) noexcept {
 #if defined(MADV_HUGEPAGE)
     // Of the common systems; where pages are larger still, the advice has no effect.
     constexpr std::uintptr_t largePage = std::uintptr_t{2} << 20;
+    if (buffer == nullptr)
+        return; // the system would heed it for whatever of the program lies there
     const auto begin = reinterpret_cast<std::uintptr_t>(buffer);
     const std::uintptr_t first = (begin + largePage - 1) / largePage * largePage;
     const std::uintptr_t end = (begin + bytes) / largePage * largePage;
     if (first < end)
-        madvise(reinterpret_cast<void*>(first), end - first, MADV_HUGEPAGE);
+        madvise(static_cast<unsigned char*>(buffer) + (first - begin), end - first, MADV_HUGEPAGE);
 #else
     static_cast<void>(buffer);
     static_cast<void>(bytes);

@@ -2,6 +2,7 @@
 // programs wrote, against what another program decodes from them (Pictures/ORIGIN).
 
 #include "Decoding.h"
+#include "NativeCameraKorva/KorvaSampleKernels.h"
 
 #include "Support/ArrayAllocations.h"
 #include "Support/PictureFiles.h"
@@ -115,6 +116,32 @@ TEST_P(EitherDecoder, GivesAnEmptyImageFromAStreamThatHasFailed) {
     EXPECT_EQ(decoder(stream).picture, noPicture);
     std::istream withoutBuffer(nullptr);
     EXPECT_EQ(decoder(withoutBuffer).picture, noPicture);
+    EXPECT_EQ(Support::pictureOf(GetParam().reducer(stream, 1).picture), noPicture);
+    EXPECT_EQ(Support::pictureOf(GetParam().reducer(withoutBuffer, 1).picture), noPicture);
+}
+
+TEST_P(EitherDecoder, ReducesAlikeFromAnyStreamAndKeepsItsExceptionsToItself) {
+    for (std::size_t length = 0; length <= file.size(); ++length) {
+        const Bytes cut = TestSupport::beginningOf(file, length);
+        PiecewiseBuffer pieces(cut, 7);
+        Korva::mybuf memory(cut.data(), cut.size());
+        std::vector<Picture> pictures;
+        for (std::streambuf* const buffer :
+             {static_cast<std::streambuf*>(&pieces), static_cast<std::streambuf*>(&memory)}) {
+            std::istream stream(buffer);
+            stream.exceptions(std::ios::badbit | std::ios::failbit | std::ios::eofbit);
+            testing::internal::CaptureStderr();
+            Korva::ReducedPicture reduced;
+            EXPECT_NO_THROW(reduced = GetParam().reducer(stream, 1)) << length;
+            testing::internal::GetCapturedStderr();
+            if (!reduced.blackPixels && reduced.picture.pixels != nullptr)
+                Korva::reduceSamples(reduced.picture.pixels.get(), picture.pixels.size() / 2, 1);
+            pictures.push_back(Support::pictureOf(reduced.picture));
+            pictures.back().format &= image_t::layoutMask;
+            pictures.back().pixels.resize(pictures.back().format == 0 ? 0 : picture.pixels.size() / 2);
+        }
+        EXPECT_EQ(pictures[0], pictures[1]) << length;
+    }
 }
 
 TEST_P(EitherDecoder, GivesAnEmptyImageWhereMemoryIsShort) {
@@ -237,6 +264,22 @@ TEST(ForeignPictures, DecodeToThePixelsThatAnotherProgramReads) {
         EXPECT_EQ(picture.width, width);
         EXPECT_EQ(picture.height, height);
         EXPECT_EQ(samplesOf(picture), referenceSamples(name, format));
+    }
+}
+
+TEST(ForeignPictures, AreReducedOnTheWayIfTheyAreAsACameraSendsThem) {
+    for (const auto& [name, format] : everyFile()) {
+        const Bytes file = fileNamed(name);
+        Korva::mybuf memory(file.data(), file.size());
+        std::istream stream(&memory);
+        const bool isSgi = name.ends_with(".sgi");
+        const unsigned int samples = image_t::channels(format);
+        const bool isExpected = (format & image_t::depth16) != 0 && (samples == 1 || samples == 3) &&
+                                name.find("interlaced") == std::string::npos;
+        const Korva::ReducedPicture reduced = isSgi ? Korva::decodeReducedSgi(stream, samples == 1 ? 1 : 3)
+                                                    : Korva::decodeReducedPng(stream, samples == 1 ? 1 : 3);
+        EXPECT_EQ(reduced.blackPixels.has_value(), isExpected) << name;
+        EXPECT_EQ(reduced.picture.format, isExpected ? format - image_t::depth16 : format) << name;
     }
 }
 

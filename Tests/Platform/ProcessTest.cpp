@@ -138,14 +138,14 @@ TEST(BrokenPipesDeathTest, FailTheWriteAndDoNotEndTheProcess) {
     EXPECT_EXIT(child(), testing::ExitedWithCode(0), "");
 }
 
-TEST(LargePages, AreAskedForBehindWhatHoldsOne) {
+TEST(LargePages, AreAskedForBehindWhatHoldsOneAndNeverBehindNothing) {
     constexpr std::size_t largePage = std::size_t{2} << 20;
     const std::unique_ptr<unsigned char, decltype(&std::free)> memory(
         static_cast<unsigned char*>(std::aligned_alloc(largePage, 6 * largePage)), &std::free);
     unsigned char* const first = memory.get();
     Platform::preferLargePages(first + 1, 4 * largePage - 2);         // two whole ones
     Platform::preferLargePages(first + 4 * largePage, largePage - 1); // none
-    Platform::preferLargePages(nullptr, 0);
+    Platform::preferLargePages(nullptr, largePage * 4);
     if (!std::filesystem::exists("/sys/kernel/mm/transparent_hugepage"))
         GTEST_SKIP() << "this kernel has one size of pages"; // so there is nothing to be seen
     std::vector<bool> preferred;

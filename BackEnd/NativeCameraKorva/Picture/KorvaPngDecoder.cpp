@@ -136,7 +136,7 @@ void requestTransformations(png_structp png, int colourType, int bitDepth) {
     png_set_interlace_handling(png);
 }
 
-// libpng's errors jump into the next two functions, over whatever called it. So neither they nor the read
+// libpng's errors jump into the next three functions, over whatever called it. So neither they nor the read
 // callback have anything to destroy, and what must be freed belongs to their caller.
 
 /// Reads all that stands before the pixels. False if the file is broken or its picture too large.
@@ -201,18 +201,20 @@ void readFirstText(const PngReader& reader, std::string& text) {
     text.assign(first.text, international ? first.itxt_length : first.text_length);
 }
 
+bool hasSignature(std::istream& file) {
+    std::array<unsigned char, signatureLength> signature{};
+    return readBytes(file, signature.data(), signature.size()) == signature.size() &&
+           png_sig_cmp(signature.data(), 0, signature.size()) == 0;
+}
+
 /// A file, read as far as its pixels.
 class PngFile {
 public:
+    /// `file` stands behind the signature.
     explicit PngFile(std::istream& file) : source_{file} {}
 
     /// False if there is no picture to be had of it.
     bool open() {
-        std::array<unsigned char, signatureLength> signature{};
-        if (readBytes(source_.file, signature.data(), signature.size()) != signature.size())
-            return false;
-        if (png_sig_cmp(signature.data(), 0, signature.size()) != 0)
-            return false;
         // What the source counts ends with the 8 bytes that begin the pixels' chunk: as many as the
         // signature, read above.
         return reader_.isReady() && readForm(reader_, source_, form_);
@@ -266,6 +268,8 @@ private:
 };
 
 image_t decode(std::istream& file, std::string& text) {
+    if (!hasSignature(file))
+        return {};
     PngFile png(file);
     if (!png.open())
         return {};
@@ -275,7 +279,9 @@ image_t decode(std::istream& file, std::string& text) {
     return picture;
 }
 
-ReducedPicture decodeReduced(std::istream& file, unsigned int samplesPerPixel) {
+ReducedPicture reducedFromPng(std::istream& file, unsigned int samplesPerPixel) {
+    if (!hasSignature(file))
+        return {};
     PngFile png(file);
     if (!png.open())
         return {};
@@ -296,7 +302,7 @@ image_t decodePng(std::istream& file, std::string& text) {
 
 ReducedPicture decodeReducedPng(std::istream& file, unsigned int samplesPerPixel) {
     try {
-        return decodeReduced(file, samplesPerPixel);
+        return reducedFromPng(file, samplesPerPixel);
     } catch (const std::exception&) {
         return {};
     }

@@ -179,7 +179,7 @@ image_t decode(std::istream& file) {
     return format == 0 ? image_t() : decodePixels(file, format, header);
 }
 
-ReducedPicture decodeReduced(std::istream& file, unsigned int samplesPerPixel) {
+ReducedPicture reducedFromSgi(std::istream& file, unsigned int samplesPerPixel) {
     Header header{};
     const std::uint32_t format = readHeader(file, header);
     if (format == 0)
@@ -206,7 +206,7 @@ image_t decodeSgi(std::istream& file) {
 
 ReducedPicture decodeReducedSgi(std::istream& file, unsigned int samplesPerPixel) {
     try {
-        return decodeReduced(file, samplesPerPixel);
+        return reducedFromSgi(file, samplesPerPixel);
     } catch (const std::exception&) {
         return {};
     }

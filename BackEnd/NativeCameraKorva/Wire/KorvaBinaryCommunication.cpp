@@ -176,6 +176,7 @@ unsigned char* MessageReader::valueStore(FullArg& arg, std::uint32_t valueBytes)
     if (arg.data == nullptr) {
         KORVA_LOG(logger, Error, "KorvaBinaryCommunication",
                   "No memory for an image from Korva: argSize " << valueBytes);
+        return nullptr;
     }
     Platform::preferLargePages(arg.data.get(), valueBytes);
     return arg.data.get();
