@@ -72,20 +72,24 @@ void workThrough(const std::shared_ptr<Shared>& shared) {
 }
 
 /// False if Ctrl-C came first.
-bool awaitAll(Shared& shared) {
+bool awaitAll(Shared& shared, const std::function<void(std::size_t)>& meanwhile) {
     std::unique_lock lock(shared.mutex);
     const auto areOver = [&shared] { return shared.ended == shared.works.size(); };
-    while (!shared.news.wait_for(lock, interruptInterval, areOver))
+    while (!shared.news.wait_for(lock, interruptInterval, areOver)) {
         if (Platform::interrupted()) {
             shared.log = nullptr;
             return false;
         }
+        if (meanwhile)
+            meanwhile(shared.ended);
+    }
     return true;
 }
 
 } // namespace
 
-std::vector<Lines> doAside(ToolLog& log, std::vector<std::function<void()>> works) {
+std::vector<Lines> doAside(ToolLog& log, std::vector<std::function<void()>> works,
+                           const std::function<void(std::size_t)>& meanwhile) {
     const auto shared = std::make_shared<Shared>(std::move(works));
     shared->log = &log;
     std::vector<std::thread> threads;
@@ -101,7 +105,7 @@ std::vector<Lines> doAside(ToolLog& log, std::vector<std::function<void()>> work
         if (threads.empty())
             workThrough(shared);
     }
-    const bool areOver = awaitAll(*shared);
+    const bool areOver = awaitAll(*shared, meanwhile);
     if (!areOver)
         leaveThreadBehind();
     for (std::thread& thread : threads) {

@@ -21,6 +21,10 @@ inline constexpr std::size_t mostAside = 16;
 /// If Ctrl-C has come, throws interruption() within a moment, but for work on the calling thread, and leaves
 /// what is not done to itself (leaveThreadBehind): so whatever a piece uses must be the plug-in's, or its
 /// own, by shared ownership, and not on anybody's stack.
-std::vector<std::vector<Diagnosis::LogLine>> doAside(ToolLog& log, std::vector<std::function<void()>> works);
+///
+/// `meanwhile` is called on the calling thread now and then, with how many have ended.
+std::vector<std::vector<Diagnosis::LogLine>>
+doAside(ToolLog& log, std::vector<std::function<void()>> works,
+        const std::function<void(std::size_t ended)>& meanwhile = {});
 
 } // namespace Console

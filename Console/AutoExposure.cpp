@@ -20,6 +20,16 @@ double badness(const Diagnosis::PictureFacts& picture) {
 
 bool AutoExposure::take(const Diagnosis::PictureFacts& picture) {
     const int units = *next_;
+    takeStep(picture);
+    return isBest(picture, units);
+}
+
+void AutoExposure::takeBlack() {
+    takeStep({}); // whose every pixel is 0
+}
+
+void AutoExposure::takeStep(const Diagnosis::PictureFacts& picture) {
+    const int units = *next_;
     ++tried_;
     auto wanted = Diagnosis::nextExposure(picture, units);
     if (wanted)
@@ -31,6 +41,9 @@ bool AutoExposure::take(const Diagnosis::PictureFacts& picture) {
     else if (wanted)
         shortestPale_ = std::min(shortestPale_.value_or(units), units);
     next_ = tried_ < mostPictures ? within(wanted) : std::nullopt;
+}
+
+bool AutoExposure::isBest(const Diagnosis::PictureFacts& picture, int units) {
     const double bad = badness(picture);
     if (best_ && (bad > *best_ || (bad >= *best_ && units > bestUnits_)))
         return false;

@@ -25,10 +25,15 @@ public:
     /// shortest.
     bool take(const Diagnosis::PictureFacts& picture);
 
+    /// Takes that no picture came with next(), since it would have been all black.
+    void takeBlack();
+
     /// How many it has taken.
     int tried() const { return tried_; }
 
 private:
+    bool isBest(const Diagnosis::PictureFacts& picture, int units);
+    void takeStep(const Diagnosis::PictureFacts& picture);
     std::optional<int> within(std::optional<int> units) const;
 
     std::optional<int> next_;

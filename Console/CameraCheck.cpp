@@ -36,7 +36,7 @@ using namespace std::chrono_literals;
 
 constexpr int usualExposureUnits = 15;
 /// Kept for each step, of which an honest camera needs a tenth.
-constexpr TimeLimits::Time leastTime = 800ms;
+constexpr TimeLimits::Time leastTime = 700ms;
 
 /// A camera that was identified. A thread that is left behind keeps it.
 struct Used {
@@ -115,14 +115,19 @@ void attempt(Used& used, Attempt::What what, void (*work)(Used&)) {
 
 /// Does it with all of them, and notes how that went.
 void attemptAll(const CameraHost& host, const UsedCameras& all, Attempt::What what, void (*work)(Used&),
-                ToolLog& log, Diagnosis::Facts& facts) {
+                const CheckWith& with, Diagnosis::Facts& facts) {
     std::vector<std::function<void()>> works;
     for (const std::shared_ptr<Used>& used : all)
         works.emplace_back([used, what, work, claim = host.claimOf(facts.cameras[used->at].address)] {
             attempt(*used, what, work);
             claim();
         });
-    const auto lines = doAside(log, std::move(works));
+    const auto show = [&with, what, count = all.size()](std::size_t ended) {
+        if (what == Attempt::What::picture && count > 0)
+            with.status.show(std::to_string(ended) + " of " + std::to_string(count) +
+                             (count == 1 ? " picture" : " pictures"));
+    };
+    const auto lines = doAside(with.log, std::move(works), show);
     for (std::size_t i = 0; i < all.size(); ++i) {
         all[i]->attempt.lines = lines[i];
         facts.cameras[all[i]->at].attempts.push_back(all[i]->attempt);
@@ -181,7 +186,9 @@ constexpr std::size_t mostSuspects = 16;
 
 bool answersAsCamera(const Camera& camera) {
     // Of a longer answer than a look takes the plug-in may make more, or less.
-    const bool isTold = !camera.toldModel.empty() || camera.textAnswer.find("--HW ") != std::string::npos;
+    const std::string& answer = camera.textAnswer;
+    const bool isWhole = answer.starts_with('[') && answer.find(']') != std::string::npos;
+    const bool isTold = isWhole || !camera.toldModel.empty() || answer.find("--HW ") != std::string::npos;
     return camera.text == PortState::open && isTold;
 }
 
@@ -197,30 +204,30 @@ void lookAtNeighbours(Diagnosis::Facts& facts) {
                  answersAsCamera);
 }
 
-void checkCameras(Diagnosis::Facts& facts, const CameraOptions& options, ToolLog& log,
-                  SteadyClock::time_point deadline) {
+void checkCameras(Diagnosis::Facts& facts, const CameraOptions& options, const CheckWith& with) {
     CameraOptions hurried = options;
     TimeLimits::Time hurry{0};
     if (std::none_of(facts.cameras.begin(), facts.cameras.end(), isPictured)) {
-        const TimeLimits::Time most = left(deadline - leastTime);
+        const TimeLimits::Time most = left(with.deadline - leastTime);
         hurried.limits = limitsFor(options.limits, most);
         hurry = hurryOf(most, options.limits.ofIdentification());
     }
-    const CameraHost host(hurried, log);
+    const CameraHost host(hurried, with.log);
     UsedCameras used = identifyAll(host, hurry, facts);
-    const TimeLimits::Time most = left(deadline);
+    const TimeLimits::Time most = left(with.deadline);
     setLimits(used, limitsFor(options.limits, most), hurryOf(most, options.limits.ofProbe()));
-    attemptAll(host, used, Attempt::What::probe, probe, log, facts);
+    attemptAll(host, used, Attempt::What::probe, probe, with, facts);
     std::erase_if(used, [](const std::shared_ptr<Used>& each) {
         return !each->attempt.succeeded && !wasCut(each->attempt);
     });
     setLimits(used, options.limits, {});
-    attemptAll(host, used, Attempt::What::picture, takePicture, log, facts);
+    attemptAll(host, used, Attempt::What::picture, takePicture, with, facts);
     for (const std::shared_ptr<Used>& each : used)
         facts.cameras[each->at].photo = each->photo;
+    with.status.erase();
     host.nameOtherDumps();
     for (const Diagnosis::Verdict& lost : host.takeDumpFailures())
-        warn({Diagnosis::lineOf(lost)});
+        warn(lost);
 }
 
 } // namespace Console

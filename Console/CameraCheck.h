@@ -9,7 +9,14 @@
 
 namespace Console {
 
+class ProgressBar;
 class ToolLog;
+
+struct CheckWith {
+    ToolLog& log;
+    ProgressBar& status; ///< shows how many pictures there are
+    std::chrono::steady_clock::time_point deadline;
+};
 
 /// Whether it answers as a camera does. To ask any other one again would take its time.
 bool answersAsCamera(const Diagnosis::Camera& camera);
@@ -20,10 +27,9 @@ void lookAtNeighbours(Diagnosis::Facts& facts);
 
 /// Has the plug-in identify each of `facts.cameras` that answers as a camera, probe it and take a picture
 /// with it, all of them side by side, and notes how each attempt went. Identifications and probes are to be
-/// over at `deadline`, but for the sample picture of a model that is not known; what cannot be is cut short
+/// over at the deadline, but for the sample picture of a model that is not known; what cannot be is cut short
 /// (Attempt::allowed), and a camera whose probe was cut is asked for its picture nevertheless.
 /// Throws CommandFailure if there is no plug-in, or Ctrl-C came.
-void checkCameras(Diagnosis::Facts& facts, const CameraOptions& options, ToolLog& log,
-                  std::chrono::steady_clock::time_point deadline);
+void checkCameras(Diagnosis::Facts& facts, const CameraOptions& options, const CheckWith& with);
 
 } // namespace Console

@@ -10,11 +10,13 @@
 
 #include "Communicator/ClientFactory.h"
 #include "Communicator/CommunicatorTemplate.h"
+#include "Communicator/DeviceException.h"
 #include "Communicator/EthernetCommunicator.h"
 #include "DeviceControl/DeviceBuilder.h"
 #include "DeviceControl/DeviceType.h"
 #include "Diagnosis/Ipv4.h"
 #include "Diagnosis/Rules.h"
+#include "Diagnosis/RulesOfSearch.h"
 #include "Look/NetworkLook.h"
 #include "Platform/DynamicLibrary.h"
 #include "Platform/Program.h"
@@ -24,9 +26,7 @@
 #include "VantrelCommon/PlenarDiagnostics.h"
 
 #include <algorithm>
-#include <array>
 #include <cerrno>
-#include <cstdio>
 #include <filesystem>
 #include <fstream>
 #include <functional>
@@ -39,8 +39,9 @@ namespace Console {
 namespace {
 
 namespace fs = std::filesystem;
+using Diagnosis::Obstacle;
+using Diagnosis::Trouble;
 
-constexpr int textLanguagePort = 32768;
 constexpr int hostsDefaultTimeout = -1;
 
 /// Takes over what a builder made; null if that is no camera.
@@ -52,31 +53,23 @@ CameraPointer cameraOrNull(Device* built) {
     return CameraPointer(camera);
 }
 
-std::string secondsText(std::chrono::milliseconds time) {
-    std::array<char, 32> text{};
-    std::snprintf(text.data(), text.size(), "%.1f s", std::chrono::duration<double>(time).count());
-    return text.data();
-}
-
-const char* whyCut(CameraSearch::End end) {
+Diagnosis::CutBy cutBy(CameraSearch::End end) {
     switch (end) {
     case CameraSearch::End::tooShort:
-        return "it listens for a second after the last answer";
+        return Diagnosis::CutBy::ownLength;
     case CameraSearch::End::stillListening:
-        return "datagrams kept coming";
+        return Diagnosis::CutBy::datagrams;
     case CameraSearch::End::unfollowed:
-        return "it did not end";
+        return Diagnosis::CutBy::nothing;
     default:
-        return "cameras kept it waiting";
+        return Diagnosis::CutBy::cameras;
     }
 }
 
-std::string cutReason(const std::string& time, CameraSearch::End end, std::size_t unasked) {
-    const std::string others = unasked == 0 ? ""
-                                            : "; " + std::to_string(unasked) +
-                                                  (unasked == 1 ? " answer was" : " answers were") +
-                                                  " not asked any more";
-    return "after " + time + ": " + whyCut(end) + others;
+/// Of a stored description.
+CommandFailure descriptionFailure(const fs::path& file, std::string reason) {
+    return CommandFailure(
+        Trouble{.what = Obstacle::description, .place = file.string(), .reason = std::move(reason)});
 }
 
 /// Throws CommandFailure with the system's reason. What can be read once, such as a pipe, is not opened.
@@ -89,14 +82,23 @@ void requireReadable(const fs::path& file) {
     if (!fs::is_directory(status) && std::ifstream(file).is_open())
         return;
     const int reason = fs::is_directory(status) ? EISDIR : errno;
-    throw fileFailure(printable(file.string()) + ": " + std::generic_category().message(reason),
-                      "korva describe ADDRESS > " + printable(file.string()));
+    throw descriptionFailure(file, std::generic_category().message(reason));
+}
+
+ReferenceHost::DeviceDescription readDescription(const fs::path& file) {
+    try {
+        return ReferenceHost::DeviceDescription::fromFile(file);
+    } catch (const DeviceException& error) {
+        std::string reason = reasonFrom(error);
+        const std::string place = file.string() + ": ";
+        throw descriptionFailure(file, reason.starts_with(place) ? reason.substr(place.size()) : reason);
+    }
 }
 
 /// Null if it cannot be identified.
 CameraPointer buildAt(const DeviceBuilder& builder, const std::string& address, TimeLimits::Time time) {
     const std::unique_ptr<Communicator> connection(ClientFactory::createEthernetCommunicator(
-        Platform::wideFromUtf8(address), textLanguagePort, hostsDefaultTimeout));
+        Platform::wideFromUtf8(address), Diagnosis::textPort, hostsDefaultTimeout));
     const ReferenceHost::OperationLimits limits(time);
     return cameraOrNull(builder.build(connection.get()));
 }
@@ -115,8 +117,7 @@ std::string pluginBeside(const std::string& folder) {
         if (places.find(looked) == std::string::npos || places.empty())
             places += (places.empty() ? "" : ", ") + looked;
     }
-    throw CommandFailure("the plug-in " + file + " is in none of " + printable(places) +
-                         "; try: --plugin FILE");
+    throw CommandFailure(Trouble{.what = Obstacle::noPlugin, .place = file, .reason = places});
 }
 
 CameraHost::CameraHost(const CameraOptions& options, ToolLog& log) : limits_(options.limits), log_(log) {
@@ -128,14 +129,13 @@ CameraHost::CameraHost(const CameraOptions& options, ToolLog& log) : limits_(opt
         plugin_->initialize();
     } catch (const PluginException& error) {
         const bool versionRefused = error.getReason() == PluginException::Reason::versionRefused;
-        throw CommandFailure(printable(error.what()) + "; try: " +
-                             (versionRefused ? "a plug-in and a tool of the same release"
-                                             : "--plugin FILE with the plug-in's file"));
+        throw CommandFailure(
+            Trouble{.what = versionRefused ? Obstacle::pluginOfAnotherRelease : Obstacle::plugin,
+                    .reason = error.what()});
     }
     ReferenceHost::setDefaultTransportLimits(limits_.ofSpeed());
     if (plugin_->getDeviceTypes().empty())
-        throw CommandFailure("The plug-in " + printable(file) +
-                             " registers no camera type; try: --plugin FILE with the plug-in's file");
+        throw CommandFailure(Trouble{.what = Obstacle::pluginWithoutCameras, .place = file});
     if (ToolLog::isDumpingPictures())
         nameDumps();
 }
@@ -206,14 +206,15 @@ Diagnosis::Facts CameraHost::searchFacts(const CameraSearch::Found& found) const
 
 std::string CameraHost::cutOf(CameraSearch& search, CameraSearch::End end,
                               const CameraSearch::Found& found) const {
-    const std::string time = secondsText(search.elapsed());
+    const auto after = std::chrono::duration_cast<Diagnosis::Milliseconds>(search.elapsed());
     if (end == CameraSearch::End::tooShort || end == CameraSearch::End::stillListening) {
         search.leave(); // or it might come to its own questions meanwhile
-        return cutReason(time, end, askThemselves(search.addresses(), search, found));
+        const std::size_t unasked = askThemselves(search.addresses(), search, found);
+        return Diagnosis::cutReason(after, cutBy(end), unasked);
     }
     const TimeLimits::Time most = limits_.ofSearch();
     const bool isCut = end != CameraSearch::End::over || (most > most.zero() && search.elapsed() >= most);
-    return isCut ? cutReason(time, end, search.unasked()) : "";
+    return isCut ? Diagnosis::cutReason(after, cutBy(end), search.unasked()) : "";
 }
 
 /// How many were not asked, since the time was over.
@@ -274,44 +275,19 @@ CameraPointer CameraHost::cameraAt(const std::string& address) const {
 CameraPointer CameraHost::cameraOf(const std::string& descriptionFile) const {
     const fs::path file(std::u8string(descriptionFile.begin(), descriptionFile.end()));
     requireReadable(file);
-    const auto description = ReferenceHost::DeviceDescription::fromFile(file);
+    const auto description = readDescription(file);
     CameraPointer camera = cameraOrNull(type().getBuilder().build(description.root()));
     if (camera == nullptr)
-        throw CommandFailure(printable(descriptionFile) +
-                             " describes no Korva camera; try: korva describe ADDRESS, which prints what a "
-                             "description holds");
+        throw CommandFailure(Trouble{.what = Obstacle::descriptionOfAnother, .place = descriptionFile});
     return camera;
 }
 
 CameraPointer CameraHost::cameraFrom(const NativeCameraTemplate& found) const {
     CameraPointer camera = cameraOrNull(type().getBuilder().build(found));
     if (camera == nullptr)
-        throw CommandFailure("no device can be built of the camera at " +
-                             printable(Platform::utf8FromWide(found.getCameraInfo().getIpAddress())));
+        throw CommandFailure(Trouble{.what = Obstacle::noDevice,
+                                     .place = Platform::utf8FromWide(found.getCameraInfo().getIpAddress())});
     return camera;
-}
-
-CameraPointer CameraHost::cameraNamedBy(const CameraOptions& options) const {
-    return options.descriptionFile.empty() ? cameraAt(options.eachAddress().at(0))
-                                           : cameraOf(options.descriptionFile);
-}
-
-Diagnosis::Verdict whyNoSearch(const Diagnosis::Facts& facts) {
-    const std::vector<Diagnosis::Verdict> causes = Diagnosis::causesOf(facts);
-    if (!causes.empty())
-        return causes.front();
-    Diagnosis::Verdict verdict;
-    verdict.code = "search-failed";
-    verdict.text = "no search: " + facts.search->failure;
-    verdict.remedy = "check this computer's network adapters, or give the camera's address";
-    return verdict;
-}
-
-std::string cutWarning(const Diagnosis::Search& search) {
-    if (search.cut.empty())
-        return "";
-    return "the search was cut " + search.cut +
-           "; cameras may be missing; try: a longer --max-time, or the camera's address";
 }
 
 std::vector<Diagnosis::Verdict> whyNot(const std::vector<FailedAttempt>& failed,
@@ -367,6 +343,11 @@ Diagnosis::Verdict orOfTheWay(Diagnosis::Verdict failure, const Diagnosis::Camer
     std::optional<Diagnosis::Verdict> look = Diagnosis::verdictOn(now.cameras.front(), now);
     const bool isGone = look && (look->code == "absent" || look->code == "died-after-answer");
     return isGone ? *std::move(look) : std::move(failure);
+}
+
+bool isAtPortOfPictures(const NativeCamera& camera) {
+    const auto* const connection = dynamic_cast<EthernetCommunicator*>(camera.getCommunicator());
+    return connection != nullptr && connection->getPort() == Diagnosis::picturePort;
 }
 
 std::string placeOf(const NativeCamera& camera) {

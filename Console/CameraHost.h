@@ -86,9 +86,6 @@ public:
     /// The camera that a search has found.
     CameraPointer cameraFrom(const NativeCameraTemplate& found) const;
 
-    /// The one of ADDRESS and --from that `options` holds.
-    CameraPointer cameraNamedBy(const CameraOptions& options) const;
-
 private:
     const DeviceType& type() const { return *plugin_->getDeviceTypes().front(); }
     std::vector<Identified> identify(const std::vector<std::string>& addresses, TimeLimits::Time most) const;
@@ -101,12 +98,6 @@ private:
     std::shared_ptr<DumpFolder> dumps_; ///< null: nothing is dumped
     std::unique_ptr<ReferenceHost::PluginLibrary> plugin_;
 };
-
-/// Why there was no search, by facts whose search has a failure.
-Diagnosis::Verdict whyNoSearch(const Diagnosis::Facts& facts);
-
-/// The warning of a search that was cut, empty of one that was not: "the search was cut after 60.0 s: ...".
-std::string cutWarning(const Diagnosis::Search& search);
 
 /// An attempt at the camera of an address that failed.
 struct FailedAttempt {
@@ -125,6 +116,10 @@ std::vector<Diagnosis::Verdict> whyNot(const std::vector<FailedAttempt>& failed,
 /// CommandFailure if Ctrl-C came meanwhile. Any thread.
 Diagnosis::Verdict orOfTheWay(Diagnosis::Verdict failure, const Diagnosis::Camera& camera,
                               const Diagnosis::Facts& before, bool isAtItsPorts);
+
+/// Whether it is where a camera's pictures come from. Behind another port its texts come from elsewhere too,
+/// if at all.
+bool isAtPortOfPictures(const NativeCamera& camera);
 
 /// "10.0.0.7:32769", printable: where the camera's pictures come from.
 std::string placeOf(const NativeCamera& camera);

@@ -4,6 +4,7 @@
 #include "CameraUse.h"
 #include "CommandFailure.h"
 #include "CommandRun.h"
+#include "DescribedCamera.h"
 #include "FetchGate.h"
 #include "PictureFile.h"
 #include "Printable.h"
@@ -32,8 +33,6 @@ namespace {
 using Platform::utf8FromWide;
 using Clock = std::chrono::steady_clock;
 
-constexpr int portOfPictures = 32769;
-
 std::span<const unsigned char> pixelsOf(const image_t& picture) {
     return {picture.pixels.get(), static_cast<std::size_t>(picture.width) * picture.height};
 }
@@ -61,11 +60,6 @@ bool wasConnected(const Diagnosis::Attempt& attempt) {
     });
 }
 
-bool isAtPortOfPictures(const NativeCamera& camera) {
-    const auto* const connection = dynamic_cast<EthernetCommunicator*>(camera.getCommunicator());
-    return connection != nullptr && connection->getPort() == portOfPictures;
-}
-
 std::string connectedAddressOf(const NativeCamera& camera) {
     const auto* const connection = dynamic_cast<EthernetCommunicator*>(camera.getCommunicator());
     return connection == nullptr ? "" : utf8FromWide(connection->getAddress());
@@ -80,8 +74,10 @@ void CameraJob::run() {
     } catch (const std::exception& error) {
         if (finishing_.valid())
             finishing_.wait(); // what is done comes first
-        if (!Platform::interrupted())
-            fail(error);
+        if (Platform::interrupted())
+            return;
+        fail(error);
+        awaitFinishing();
     }
 }
 
@@ -102,9 +98,8 @@ void CameraJob::takeAll() {
             takeWithTheBest(use);
         else if (options.isAutoExposure)
             takeWith(use, camera_->getExposureTime() / CameraUse::exposureTimePerUnit);
-        else
-            for (const int exposureUnits : options.exposures)
-                takeWith(use, exposureUnits);
+        else if (!takeBracket(use))
+            return;
         if (turn + 1 < options.count)
             waitUntil(begin + options.interval);
     }
@@ -116,7 +111,7 @@ void CameraJob::judgeIdentity() {
         return;
     const auto verdict = Diagnosis::verdictOn(facts(), Diagnosis::Facts());
     if (verdict && verdict->severity == Diagnosis::Severity::failure)
-        with_.sink.warn(Diagnosis::lineOf(*verdict));
+        with_.sink.warn(*verdict);
 }
 
 /// Where the files' names say it. What answers behind another port tells no rooms.
@@ -127,30 +122,63 @@ void CameraJob::learnRoom() {
     throwIfInterrupted();
 }
 
+/// A picture with each exposure, which may fail by what another does not, unless nobody is there. False if
+/// one has failed, which has been handed over.
+bool CameraJob::takeBracket(CameraUse& use) {
+    bool isWhole = true;
+    for (const int exposureUnits : with_.options.exposures) {
+        try {
+            takeWith(use, exposureUnits);
+        } catch (const std::exception& error) {
+            if (with_.options.exposures.size() == 1 || !wasReached_ || Platform::interrupted())
+                throw;
+            fail(error);
+            ++number_;
+            isWhole = false;
+        }
+    }
+    return isWhole;
+}
+
 void CameraJob::takeWith(CameraUse& use, int exposureUnits) {
-    const std::string file = with_.sink.unusedName(nameOf(exposureUnits));
-    checkFile(file);
+    const std::string file = checkedNameOf(exposureUnits);
     finish(takeOne(use, exposureUnits), file);
 }
 
 void CameraJob::takeWithTheBest(CameraUse& use) {
-    AutoExposure search(with_.options.exposures.front());
-    checkFile(nameOf(with_.options.exposures.front()));
-    Taken best;
-    while (search.next()) {
-        Taken taken = takeOne(use, *search.next());
-        if (search.take(*taken.result.picture))
-            best = std::move(taken);
-    }
-    best.result.triedExposures = search.tried();
+    const bool isNamedBefore = !isNamedByExposure(with_.options.output);
+    std::string file = isNamedBefore ? checkedNameOf(with_.options.exposures.front()) : std::string();
+    Taken best = takeBest(use);
     use.setExposure(best.result.exposureUnits);
-    const std::string file = with_.sink.unusedName(nameOf(best.result.exposureUnits));
-    checkFile(file);
+    if (!isNamedBefore)
+        file = checkedNameOf(best.result.exposureUnits);
     finish(std::move(best), file);
+}
+
+/// Throws CommandFailure if none of its exposures gives a picture.
+CameraJob::Taken CameraJob::takeBest(CameraUse& use) {
+    AutoExposure search(with_.options.exposures.front());
+    std::optional<Taken> best;
+    while (search.next()) {
+        try {
+            Taken taken = takeOne(use, *search.next());
+            if (search.take(*taken.result.picture))
+                best = std::move(taken);
+        } catch (const CommandFailure& failure) {
+            if (failure.verdict().code != "all-black")
+                throw;
+            search.takeBlack();
+            if (!best && !search.next())
+                throw;
+        }
+    }
+    best->result.triedExposures = search.tried();
+    return std::move(*best);
 }
 
 CameraJob::Taken CameraJob::takeOne(CameraUse& use, int exposureUnits) {
     exposureUnits_ = exposureUnits;
+    milliseconds_ = 0;
     use.setExposure(exposureUnits);
     with_.log.takeLines();
     takeMemoryShortage(); // of what was before
@@ -170,14 +198,15 @@ CameraJob::Taken CameraJob::takeOne(CameraUse& use, int exposureUnits) {
     with_.bar.erase();
     with_.sink.claimDumps(taken.result.address);
     throwIfInterrupted();
-    taken.result.milliseconds = std::chrono::duration<double, std::milli>(took).count();
+    milliseconds_ = std::chrono::duration<double, std::milli>(took).count();
+    taken.result.milliseconds = milliseconds_;
     attempt.took = std::chrono::duration_cast<std::chrono::milliseconds>(took);
     attempt.lines = with_.log.takeLines();
     attempt.succeeded = image.has_value() && !isOfAnotherSize(attempt);
     if (use.reported())
         attempt.healthCode = use.reported()->getCode();
     if (!image && takeMemoryShortage())
-        attempt.reason = notEnoughMemory;
+        attempt.reason = Diagnosis::notEnoughMemory;
     judge(attempt);
     taken.image = std::move(*image);
     taken.result.picture = Diagnosis::measured(static_cast<std::uint32_t>(taken.image.width),
@@ -189,7 +218,8 @@ CameraJob::Taken CameraJob::takeOne(CameraUse& use, int exposureUnits) {
 /// Throws CommandFailure for an attempt that failed.
 void CameraJob::judge(const Diagnosis::Attempt& attempt) {
     Diagnosis::Camera camera = facts();
-    hasAnswered_ = hasAnswered_ || attempt.succeeded || wasConnected(attempt);
+    wasReached_ = attempt.succeeded || wasConnected(attempt);
+    hasAnswered_ = hasAnswered_ || wasReached_;
     if (!hasAnswered_)
         camera.identity.reset();
     camera.attempts.push_back(attempt);
@@ -197,7 +227,7 @@ void CameraJob::judge(const Diagnosis::Attempt& attempt) {
     if (!attempt.succeeded)
         throw CommandFailure(orOfTheWay(*verdict, camera, with_.computer, isAtPortOfPictures(*camera_)));
     if (verdict)
-        with_.sink.warn(Diagnosis::lineOf(*verdict));
+        with_.sink.warn(*verdict);
 }
 
 /// What is known of the camera.
@@ -234,6 +264,15 @@ std::string CameraJob::nameOf(int exposureUnits) const {
                             timeInNames(std::chrono::system_clock::now()), exposureUnits, number_});
 }
 
+/// A name of a picture's own, where it can be written. What fails there is that picture's.
+std::string CameraJob::checkedNameOf(int exposureUnits) {
+    exposureUnits_ = exposureUnits;
+    milliseconds_ = 0;
+    std::string file = with_.sink.unusedName(nameOf(exposureUnits));
+    checkFile(file);
+    return file;
+}
+
 /// Before the camera is asked for the picture.
 void CameraJob::checkFile(const std::string& file) const {
     if (with_.options.isToStandardOutput())
@@ -244,18 +283,34 @@ void CameraJob::checkFile(const std::string& file) const {
 }
 
 void CameraJob::finish(Taken taken, const std::string& file) {
-    awaitFinishing();
+    if (finishing_.valid())
+        finishing_.wait(); // the one before comes first
     ++number_;
     taken.result.file = file;
     const auto work = [&sink = with_.sink, taken = std::make_shared<const Taken>(std::move(taken))] {
-        const auto width = static_cast<std::uint32_t>(taken->image.width);
-        const auto pixels = pixelsOf(taken->image);
-        sink.take({taken->result, encodeGreyPng(width, taken->image.height, pixels, textsOf(taken->result)),
-                   boxFiltered(width, taken->image.height, pixels, ContactSheet::mostThumbnailWidth,
-                               ContactSheet::mostThumbnailHeight)});
+        handOver(*taken, sink);
     };
     // Where there can be no more threads, on this one. Not moved: a thread that does not start would lose it.
-    finishing_ = std::async(std::launch::async | std::launch::deferred, work);
+    auto before = std::exchange(finishing_, std::async(std::launch::async | std::launch::deferred, work));
+    if (before.valid())
+        before.get(); // now that this one is on its way
+}
+
+/// As a file, or as a failure of its own.
+void CameraJob::handOver(const Taken& taken, CaptureSink& sink) {
+    const auto width = static_cast<std::uint32_t>(taken.image.width);
+    const auto pixels = pixelsOf(taken.image);
+    try {
+        sink.take({taken.result, encodeGreyPng(width, taken.image.height, pixels, textsOf(taken.result)),
+                   boxFiltered(width, taken.image.height, pixels, ContactSheet::mostThumbnailWidth,
+                               ContactSheet::mostThumbnailHeight)});
+    } catch (const std::exception& error) {
+        FinishedPicture none;
+        none.result = taken.result;
+        none.result.file.clear();
+        none.result.error = verdictFrom(error);
+        sink.take(std::move(none));
+    }
 }
 
 void CameraJob::awaitFinishing() {
@@ -264,8 +319,11 @@ void CameraJob::awaitFinishing() {
 }
 
 void CameraJob::fail(const std::exception& error) {
+    if (finishing_.valid())
+        finishing_.wait(); // what is done comes first
     FinishedPicture none;
     none.result = blank();
+    none.result.milliseconds = milliseconds_;
     none.result.error = verdictFrom(error);
     if (none.result.address.empty()) // of a description whose camera was not to be used
         none.result.address = none.result.error->address;

@@ -47,8 +47,8 @@ public:
     /// May wait until those before have been dealt with.
     virtual void take(FinishedPicture finished) = 0;
 
-    /// A line for the user, printable.
-    virtual void warn(const std::string& line) = 0;
+    /// Tells the user.
+    virtual void warn(const Diagnosis::Verdict& verdict) = 0;
 
     /// The file's name, given away once.
     virtual std::string unusedName(const std::string& name) = 0;
@@ -74,8 +74,9 @@ public:
     CameraJob(const CaptureTarget& target, const Surroundings& with)
         : target_(target), with_(with), room_(target.room) {}
 
-    /// Takes the pictures and hands them over, up to the first failure, which it hands over too. Ctrl-C ends
-    /// it without a word. Throws what kept it from handing one over.
+    /// Takes the pictures and hands them over, up to the first failure, which it hands over too; a bracket's
+    /// other exposures are tried nevertheless, if the camera can be reached. Ctrl-C ends it without a word.
+    /// Throws what kept it from handing one over.
     void run();
 
 private:
@@ -87,13 +88,17 @@ private:
     void takeAll();
     void judgeIdentity();
     void learnRoom();
+    bool takeBracket(CameraUse& use);
     void takeWith(CameraUse& use, int exposureUnits);
     void takeWithTheBest(CameraUse& use);
+    Taken takeBest(CameraUse& use);
     Taken takeOne(CameraUse& use, int exposureUnits);
     void judge(const Diagnosis::Attempt& attempt);
     std::string nameOf(int exposureUnits) const;
+    std::string checkedNameOf(int exposureUnits);
     void checkFile(const std::string& file) const;
     void finish(Taken taken, const std::string& file);
+    static void handOver(const Taken& taken, CaptureSink& sink);
     void awaitFinishing();
     void fail(const std::exception& error);
     CaptureResult blank() const;
@@ -106,8 +111,10 @@ private:
     std::string ipv4_;         ///< of its address, which may be a name; empty if that is not known
     std::string room_;         ///< any text; empty if it is not known
     bool hasAnswered_ = false; ///< in this run, by itself: a description answers for none
+    bool wasReached_ = true;   ///< when it was asked last, if it was
     int number_ = 1;           ///< of the next picture
     int exposureUnits_ = 0;    ///< of the last one; 0 before the first
+    double milliseconds_ = 0;  ///< that the last one took, or its failure; 0 before it was asked for
     std::future<void> finishing_;
 };
 

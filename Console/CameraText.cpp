@@ -3,7 +3,6 @@
 #include "Columns.h"
 #include "Printable.h"
 
-#include "Diagnosis/Json.h"
 #include "Platform/Text.h"
 
 #include <nlohmann/json.hpp>
@@ -87,10 +86,6 @@ std::string cameraDetails(const CameraInfo& camera) {
            shown(camera.getFW()) + "\nsubnet mask      " + shown(camera.getSubnetMask()) +
            "\ndefault gateway  " + shown(camera.getDefaultGateway()) + "\nresolution       " +
            resolutionText(camera) + "\ncamera type      " + std::to_string(camera.getCameraTypeEnum());
-}
-
-std::string cameraJson(const CameraInfo& camera) {
-    return Diagnosis::dumped(cameraObject(camera));
 }
 
 nlohmann::ordered_json cameraObject(const CameraInfo& camera) {

@@ -27,11 +27,8 @@ std::vector<std::string> cameraTable(const std::vector<CameraLine>& cameras);
 /// A line for each of what the camera says, printable, a line end behind each but the last.
 std::string cameraDetails(const CameraInfo& camera);
 
-/// One JSON object on one line of ASCII: address, macAddress, model, serialNumber, firmware, subnetMask,
-/// defaultGateway, resolution (x, y), cameraType; the texts are the camera's own, unchanged.
-std::string cameraJson(const CameraInfo& camera);
-
-/// The same as a value.
+/// An object: address, macAddress, model, serialNumber, firmware, subnetMask, defaultGateway, resolution
+/// (x, y), cameraType; the texts are the camera's own, unchanged.
 nlohmann::ordered_json cameraObject(const CameraInfo& camera);
 
 } // namespace Console

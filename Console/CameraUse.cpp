@@ -113,7 +113,8 @@ void CameraUse::setExposure(int units) {
     auto* const imaging =
         dynamic_cast<ImagingInterface*>(camera_.getInterface(ImagingInterface::interfaceTypeName));
     if (imaging == nullptr)
-        throw CommandFailure(placeOf(camera_) + " takes no pictures");
+        throw CommandFailure(
+            Diagnosis::Trouble{.what = Diagnosis::Obstacle::noImaging, .place = placeOf(camera_)});
     imaging->setExposureTime(units * exposureTimePerUnit);
     exposureUnits_ = units;
 }

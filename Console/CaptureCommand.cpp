@@ -32,11 +32,9 @@ std::optional<Diagnosis::Verdict> errorOf(const CaptureReport& report, std::size
         return report.lostDumps.front();
     if (report.results.size() == 1 && report.results.front().error)
         return report.results.front().error;
-    Diagnosis::Verdict verdict;
-    verdict.code = report.pictures() == 0 ? "failed" : "partly-failed";
-    verdict.text = lastLine(report, wanted);
-    verdict.remedy = "what is said of each of them";
-    return verdict;
+    return Diagnosis::verdictOn({.what = report.pictures() == 0 ? Diagnosis::Obstacle::allPictures
+                                                                : Diagnosis::Obstacle::somePictures,
+                                 .reason = lastLine(report, wanted)});
 }
 
 /// Destroys a run, unless a thread that was left behind may use it: a worker all of it, a thread of a search
@@ -75,7 +73,7 @@ ExitStatus takeAll(const CaptureOptions& options, const CommonOptions& common, C
 } // namespace
 
 ExitStatus runCapture(const CaptureOptions& options, const CommonOptions& common) {
-    return runCommand({}, OnInterrupt::note, [&] {
+    return runCommand({}, [&] {
         CaptureReport report;
         try {
             applyAndRemark(common); // here, so that programs are told why it failed

@@ -111,11 +111,7 @@ void addFileOptions(const CommandLine::Options& command, CaptureOptions& options
 }
 
 [[noreturn]] void refuse(const std::string& text, const std::string& remedy) {
-    Diagnosis::Verdict verdict;
-    verdict.code = "wrong-usage";
-    verdict.text = text;
-    verdict.remedy = remedy;
-    throw CommandFailure(verdict, ExitStatus::wrongUsage);
+    throw CommandFailure(Diagnosis::wrongUsage(text, remedy), ExitStatus::wrongUsage);
 }
 
 /// A folder called one.png is not what anybody meant.

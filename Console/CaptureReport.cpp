@@ -4,6 +4,7 @@
 
 #include "Diagnosis/Json.h"
 #include "Diagnosis/PictureRules.h"
+#include "Diagnosis/Print.h"
 
 #include <nlohmann/json.hpp>
 
@@ -12,6 +13,7 @@
 #include <cmath>
 #include <cstdint>
 #include <cstdio>
+#include <set>
 #include <sstream>
 #include <utility>
 
@@ -61,7 +63,7 @@ Json jsonOf(const CaptureResult& result) {
     object["file"] = result.file.empty() ? Json() : Json(result.file);
     object["exposure"] = result.exposureUnits / 10.0;
     object["takenAt"] = result.picture ? Json(timeText(result.takenAt)) : Json();
-    object["milliseconds"] = roundedTo(result.milliseconds, 10.0);
+    object["milliseconds"] = result.milliseconds > 0.0 ? Json(roundedTo(result.milliseconds, 10.0)) : Json();
     for (const char* const key : {"minimum", "maximum", "mean", "clipped", "black"})
         object[key] = nullptr;
     if (result.picture) {
@@ -116,7 +118,7 @@ std::string pictureLine(const CaptureOptions& options, const CaptureResult& resu
         line += " chosen with " + std::to_string(result.triedExposures) +
                 (result.triedExposures == 1 ? " picture" : " pictures");
     if (result.verdict)
-        line += "; " + result.verdict->text + "; try " + result.verdict->remedy;
+        line += "; " + Diagnosis::remarkOf(*result.verdict);
     return line;
 }
 
@@ -138,11 +140,13 @@ std::vector<std::string> captionOf(const CaptureResult& result) {
 std::string lastLine(const CaptureReport& report, std::size_t wanted) {
     std::string line = std::to_string(report.pictures()) + " of " + std::to_string(wanted) + " pictures";
     const char* before = "; failed: ";
+    std::set<std::string> named; // a bracket may fail more than once
     for (const CaptureResult& result : report.results) {
-        if (!result.error)
+        const std::string name =
+            printable(result.address) + (result.room.empty() ? "" : " (" + printable(result.room) + ")");
+        if (!result.error || !named.insert(name).second)
             continue;
-        line += before + printable(result.address) +
-                (result.room.empty() ? "" : " (" + printable(result.room) + ")");
+        line += before + name;
         before = ", ";
     }
     return line;

@@ -24,7 +24,7 @@ struct CaptureResult {
     int exposureUnits = 0;
     int triedExposures = 0; ///< to choose that one; 0 if the user did
     std::chrono::system_clock::time_point takenAt;
-    double milliseconds = 0.0; ///< from the command to its end, without the writing
+    double milliseconds = 0.0; ///< from the command to its end, without the writing; 0: none was given
     std::optional<Diagnosis::PictureFacts> picture;
     std::optional<Diagnosis::Verdict> verdict; ///< on the picture; unset: it is fit for use
     std::optional<Diagnosis::Verdict> error;   ///< why there is none

@@ -4,7 +4,6 @@
 #include "CommandFailure.h"
 #include "CommandRun.h"
 #include "PictureFile.h"
-#include "Printable.h"
 
 #include "Diagnosis/PictureRules.h"
 #include "Diagnosis/Print.h"
@@ -25,6 +24,7 @@ namespace Console {
 namespace {
 
 using Clock = std::chrono::steady_clock;
+using Diagnosis::Obstacle;
 
 /// How often Ctrl-C is looked at.
 constexpr auto waitInterval = std::chrono::milliseconds(50);
@@ -32,29 +32,11 @@ constexpr auto waitInterval = std::chrono::milliseconds(50);
 /// What the threads have after Ctrl-C: a read notices it within 100 ms, a connect does not.
 constexpr auto graceOfThreads = std::chrono::milliseconds(300);
 
-Diagnosis::Verdict sheetFailed(const PictureFileError& error) {
-    Diagnosis::Verdict verdict = verdictFrom(error);
-    verdict.remedy = "another --contact-sheet";
-    return verdict;
-}
-
 } // namespace
-
-bool keepFirst(std::vector<FinishedPicture>& kept, FinishedPicture another, std::size_t most) {
-    const auto behind = std::upper_bound(kept.begin(), kept.end(), another,
-                                         [](const FinishedPicture& one, const FinishedPicture& other) {
-                                             return isBefore(one.result, other.result);
-                                         });
-    kept.insert(behind, std::move(another));
-    if (kept.size() <= most)
-        return true;
-    kept.pop_back();
-    return false;
-}
 
 CaptureRun::CaptureRun(const CaptureOptions& options, const CommonOptions& common)
     : options_(options), bar_(Platform::standardError()), log_(common.log, &bar_),
-      host_(options.camera, log_) {
+      host_(options.camera, log_), sheet_(options.contactSheet) {
     prepareDumps(common);
 }
 
@@ -62,9 +44,7 @@ CaptureRun::CaptureRun(const CaptureOptions& options, const CommonOptions& commo
 void CaptureRun::prepareDumps(const CommonOptions& common) {
     const bool isAskedFor = !common.diagnosticsFolder.empty();
     if (isAskedFor && !log_.dumpPictures())
-        warn("no picture file is dumped into " + printable(common.diagnosticsFolder) +
-             ", since --log-config decides on that; try: the level TRACE of the logger "
-             "Plenar.KorvaCamera.KorvaCapture there");
+        warn(Diagnosis::verdictOn({.what = Obstacle::dumpsAreSetUp, .place = common.diagnosticsFolder}));
     if (ToolLog::isDumpingPictures())
         host_.nameDumps();
 }
@@ -116,7 +96,7 @@ void CaptureRun::takeAll() {
         throw;
     }
     bar_.erase();
-    for (const std::string& warning : targets_.warnings)
+    for (const Diagnosis::Verdict& warning : targets_.warnings)
         warn(warning);
     wanted_ = (targets_.cameras.size() + targets_.unusable.size()) *
               static_cast<std::size_t>(options_.picturesOfEach());
@@ -134,9 +114,9 @@ void CaptureRun::takeAll() {
     warnOfTwins();
     dealWithAll();
     bar_.erase();
-    if (offTheSheet_ > 0)
-        warn(std::to_string(offTheSheet_) + " more are not on the sheet, which holds the first " +
-             std::to_string(ContactSheet::mostPictures) + "; try: --contact-sheet with fewer cameras");
+    if (sheet_.left() > 0)
+        warn(Diagnosis::verdictOn(
+            {.what = Obstacle::sheetIsFull, .bytes = sheet_.left(), .wanted = ContactSheet::mostPictures}));
     const std::lock_guard lock(mutex_);
     if (failure_ != nullptr)
         std::rethrow_exception(failure_);
@@ -148,12 +128,7 @@ void CaptureRun::checkFiles() const {
     const bool isFolder = isFolderOfPictures(options_);
     if (isFolder)
         makeFolder(options_.output); // where the sheet may go too
-    try {
-        if (!options_.contactSheet.empty())
-            checkWritable(options_.contactSheet, older);
-    } catch (const PictureFileError& error) {
-        throw CommandFailure(sheetFailed(error));
-    }
+    sheet_.check(older);
     if (options_.isToStandardOutput() || isPattern(options_.output))
         return;
     const auto addresses = options_.camera.eachAddress();
@@ -169,11 +144,11 @@ void CaptureRun::noteLongExposures() {
     const int longest = *std::max_element(options_.exposures.begin(), options_.exposures.end());
     const TimeLimits::Time most = options_.camera.limits.ofPicture(longest);
     if (const auto note = Diagnosis::verdictOnExposure(longest))
-        warn(Diagnosis::lineOf(*note));
+        warn(*note);
     if (most <= most.zero())
         return;
     if (const auto note = Diagnosis::verdictOnTime(longest, most))
-        warn(Diagnosis::lineOf(*note));
+        warn(*note);
 }
 
 /// Of addresses that were given; which of the cameras is photographed is chance.
@@ -183,7 +158,7 @@ void CaptureRun::warnOfTwins() {
         return;
     const Twins twins = lookForTwins(addresses, TwinLook::byArp);
     for (const auto& twin : twins)
-        warn(Diagnosis::lineOf(twin.second));
+        warn(twin.second);
 }
 
 void CaptureRun::startThreads() {
@@ -224,6 +199,9 @@ void CaptureRun::noteFailure() {
 void CaptureRun::workThrough() {
     const bool isAlone = targets_.cameras.size() == 1;
     while (const CaptureTarget* const target = nextTarget()) {
+        const std::string place = placeOf(*target);
+        if (!claim(place))
+            return;
         try {
             ProgressBar counter(nullptr); // each camera's pictures are counted by themselves
             CameraJob(*target, {options_, log_, isAlone ? bar_ : counter, gate_, *this, computer_}).run();
@@ -231,13 +209,13 @@ void CaptureRun::workThrough() {
             noteFailure();
         }
         const std::lock_guard lock(mutex_);
-        addressesAtWork_.erase(target->address);
+        addressesAtWork_.erase(place);
         news_.notify_all();
     }
 }
 
-/// The next whose address no other thread is at work with: of two cameras of one address, only one answers at
-/// a time.
+/// The next, rather one whose address no other thread is at work with: of two cameras of one address, only
+/// one answers at a time.
 const CaptureTarget* CaptureRun::nextTarget() {
     std::unique_lock lock(mutex_);
     while (!waiting_.empty() && !isStopped_ && !Platform::interrupted()) {
@@ -247,12 +225,29 @@ const CaptureTarget* CaptureRun::nextTarget() {
         if (next != waiting_.end()) {
             const CaptureTarget* const target = *next;
             waiting_.erase(next);
-            addressesAtWork_.insert(target->address);
             return target;
         }
         news_.wait_for(lock, waitInterval);
     }
     return nullptr;
+}
+
+/// One camera may be given by its name and by its address.
+std::string CaptureRun::placeOf(const CaptureTarget& target) {
+    const std::string ipv4 = target.address.empty() ? "" : Diagnosis::addressBehind(target.address);
+    return ipv4.empty() ? target.address : ipv4;
+}
+
+/// Waits until nobody is at work there. False where that is of no use any more.
+bool CaptureRun::claim(const std::string& place) {
+    std::unique_lock lock(mutex_);
+    while (addressesAtWork_.contains(place)) {
+        if (isStopped_ || Platform::interrupted())
+            return false;
+        news_.wait_for(lock, waitInterval);
+    }
+    addressesAtWork_.insert(place);
+    return true;
 }
 
 void CaptureRun::take(FinishedPicture finished) {
@@ -266,13 +261,13 @@ void CaptureRun::take(FinishedPicture finished) {
     news_.notify_all();
 }
 
-void CaptureRun::warn(const std::string& line) {
+void CaptureRun::warn(const Diagnosis::Verdict& verdict) {
     const std::lock_guard lock(mutex_);
     if (isStopped_)
         return;
     bar_.erase();
-    Console::warn({line});
-    warnings_.push_back(line);
+    Console::warn(verdict);
+    warnings_.push_back(Diagnosis::lineOf(verdict));
 }
 
 std::string CaptureRun::unusedName(const std::string& name) {
@@ -336,9 +331,7 @@ void CaptureRun::record(FinishedPicture finished) {
     write(finished);
     sayResult(finished.result);
     results_.push_back(finished.result);
-    finished.png = {};
-    if (!options_.contactSheet.empty() && !keepFirst(sheet_, std::move(finished), ContactSheet::mostPictures))
-        ++offTheSheet_;
+    sheet_.add(std::move(finished));
 }
 
 void CaptureRun::write(FinishedPicture& finished) const {
@@ -362,6 +355,8 @@ void CaptureRun::sayResult(const CaptureResult& result) {
         if (verdict.address.empty())
             verdict.address = result.address;
         verdict.room = result.room;
+        if (options_.exposures.size() > 1 && result.milliseconds > 0.0)
+            verdict = Diagnosis::atExposure(std::move(verdict), result.exposureUnits);
         complain(verdict);
     } else if (!options_.json && !options_.isToStandardOutput()) {
         say(pictureLine(options_, result));
@@ -369,7 +364,7 @@ void CaptureRun::sayResult(const CaptureResult& result) {
         Diagnosis::Verdict verdict = *result.verdict;
         verdict.address = result.address;
         verdict.room = result.room;
-        warn(Diagnosis::lineOf(verdict));
+        warn(verdict);
     }
 }
 
@@ -383,33 +378,9 @@ void CaptureRun::leaveThreads() {
         thread.detach();
 }
 
-/// A file system may take names for one that nobody else does. Throws PictureFileError.
-void CaptureRun::keepPictures() const {
-    for (const CaptureResult& result : results_)
-        if (!result.file.empty() && isSameFile(options_.contactSheet, result.file))
-            throw PictureFileError("cannot write " + printable(options_.contactSheet) +
-                                   ": it is a picture of this run");
-}
-
 void CaptureRun::writeSheet() {
-    if (options_.contactSheet.empty() || sheet_.empty())
-        return;
-    ContactSheet sheet;
-    for (FinishedPicture& each : sheet_) {
-        const auto& error = each.result.error;
-        if (error)
-            sheet.addMissing(error->text + "; try: " + error->remedy, captionOf(each.result));
-        else
-            sheet.addSmall(std::move(each.small), captionOf(each.result));
-    }
-    const GreySheet laidOut = sheet.layOut();
-    try {
-        keepPictures();
-        writeWholeFile(options_.contactSheet, encodeGreyPng(laidOut.width, laidOut.height, laidOut.pixels));
-    } catch (const PictureFileError& error) {
-        throw CommandFailure(sheetFailed(error),
-                             report().pictures() > 0 ? ExitStatus::partlyFailed : ExitStatus::failed);
-    }
+    const bool isAnyTaken = report().pictures() > 0;
+    sheet_.write(results_, isAnyTaken ? ExitStatus::partlyFailed : ExitStatus::failed);
 }
 
 } // namespace Console

@@ -10,6 +10,7 @@
 #include "FetchGate.h"
 #include "FileNames.h"
 #include "ProgressBar.h"
+#include "SheetFile.h"
 #include "ToolLog.h"
 
 #include <condition_variable>
@@ -23,9 +24,6 @@
 #include <vector>
 
 namespace Console {
-
-/// Keeps at most so many, the first in the order of the addresses, in it. False if one has had to go.
-bool keepFirst(std::vector<FinishedPicture>& kept, FinishedPicture another, std::size_t most);
 
 class CaptureRun : private CaptureSink {
 public:
@@ -58,7 +56,7 @@ public:
 
 private:
     void take(FinishedPicture finished) override;
-    void warn(const std::string& line) override;
+    void warn(const Diagnosis::Verdict& verdict) override;
     std::string unusedName(const std::string& name) override;
     void claimDumps(const std::string& address) override;
 
@@ -71,11 +69,12 @@ private:
     void workThrough();
     void noteFailure();
     const CaptureTarget* nextTarget();
+    static std::string placeOf(const CaptureTarget& target);
+    bool claim(const std::string& place);
     void dealWithAll();
     bool dealWithNext();
     void record(FinishedPicture finished);
     void write(FinishedPicture& finished) const;
-    void keepPictures() const;
     void sayResult(const CaptureResult& result);
     void endThreads();
     void leaveThreads();
@@ -89,8 +88,7 @@ private:
     Diagnosis::Facts computer_; ///< a look at it before the first picture
     std::size_t wanted_ = 0;
     std::vector<CaptureResult> results_;
-    std::vector<FinishedPicture> sheet_; ///< without their files, in order
-    std::size_t offTheSheet_ = 0;
+    SheetFile sheet_;
     std::vector<std::thread> threads_;
 
     std::mutex mutex_; ///< guards what follows

@@ -2,12 +2,12 @@
 
 #include "CommandFailure.h"
 #include "DescribedCamera.h"
-#include "DiscoverReport.h"
 #include "LookAround.h"
 #include "SearchFacts.h"
 
-#include "Diagnosis/Print.h"
 #include "Diagnosis/Rules.h"
+#include "Diagnosis/RulesOfAnswer.h"
+#include "Diagnosis/RulesOfSearch.h"
 #include "Platform/Text.h"
 
 #include <algorithm>
@@ -64,7 +64,7 @@ std::optional<Diagnosis::Verdict> whyUnusable(const Diagnosis::Camera& camera,
                                               const std::optional<Diagnosis::Verdict>& verdict,
                                               const Diagnosis::Facts& facts) {
     if (!verdict && camera.answeredSearch && !camera.identity)
-        return notIdentified(camera, facts);
+        return Diagnosis::notIdentified(camera, facts);
     return isFailure(verdict) ? verdict : std::nullopt;
 }
 
@@ -81,7 +81,7 @@ void distrust(std::vector<CaptureTarget*>& found, Diagnosis::Verdict verdict, Ca
     if (verdict.code == "duplicate-address" && found.size() == 1)
         targets.unusable.push_back(std::move(verdict)); // the other one, of which no picture comes
     else
-        targets.warnings.push_back(Diagnosis::lineOf(verdict));
+        targets.warnings.push_back(verdict);
 }
 
 void addVerdicts(CaptureTargets& targets, const Diagnosis::Facts& facts) {
@@ -122,11 +122,11 @@ CaptureTargets searched(const CameraHost& host) {
     if (targets.cameras.empty() && targets.unusable.empty())
         throw whyNobody(facts);
     if (!facts.search->failure.empty())
-        targets.searchTrouble = whyNoSearch(facts);
+        targets.searchTrouble = Diagnosis::causesOf(facts).front();
     else if (!facts.search->cut.empty())
-        targets.searchTrouble = searchCut(cutWarning(*facts.search));
+        targets.searchTrouble = Diagnosis::verdictOnCut(*facts.search);
     if (targets.searchTrouble)
-        targets.warnings.push_back(Diagnosis::lineOf(*targets.searchTrouble));
+        targets.warnings.push_back(*targets.searchTrouble);
     return targets;
 }
 

@@ -14,7 +14,7 @@ namespace Console {
 struct CaptureTargets {
     std::vector<CaptureTarget> cameras;
     std::vector<Diagnosis::Verdict> unusable;        ///< why others that answered the search cannot be used
-    std::vector<std::string> warnings;               ///< of the search, printable
+    std::vector<Diagnosis::Verdict> warnings;        ///< of the search
     std::optional<Diagnosis::Verdict> searchTrouble; ///< why cameras may be missing; among the warnings
     Twins twins;                                     ///< that the search has told of
 };

@@ -2,7 +2,6 @@
 
 #include "CameraSearch.h"
 #include "LibraryLines.h"
-#include "Printable.h"
 
 #include "Diagnosis/Json.h"
 #include "Diagnosis/Print.h"
@@ -12,45 +11,33 @@
 #include <nlohmann/json.hpp>
 
 #include <algorithm>
-#include <atomic>
 #include <cstdio>
 #include <cstdlib>
 #include <exception>
 #include <new>
-#include <sstream>
 #include <string_view>
+#include <utility>
 
 namespace Console {
 
 namespace {
 
+using Diagnosis::Obstacle;
+
 /// Nothing here takes memory.
 ExitStatus failedForMemory() noexcept {
     std::fflush(stdout);
-    std::fprintf(Platform::standardError(), "korva: %s\n", notEnoughMemory);
+    std::fprintf(Platform::standardError(), "korva: %s\n", Diagnosis::notEnoughMemory);
     return ExitStatus::failed;
 }
 
-/// Of a text of several lines each made printable, whatever it was before.
-std::string printableLines(const std::string& text) {
-    std::istringstream stream(text);
-    std::string lines;
-    for (std::string line; std::getline(stream, line);) {
-        if (!lines.empty())
-            lines += '\n';
-        lines += printable(line);
-    }
-    return lines;
-}
-
 ExitStatus ended(const std::string& reason, ExitStatus status) {
-    const std::string lines = printableLines(reason);
     std::fflush(stdout); // in the order in which it happened, where both go to one place
-    std::fprintf(Platform::standardError(), "korva: %s\n", lines.c_str());
+    std::fprintf(Platform::standardError(), "korva: %s\n", reason.c_str());
     return status;
 }
 
-std::atomic<bool> memoryRanShort{false};
+thread_local bool memoryRanShort = false; // each camera is used on one thread, which its memory is taken on
 
 [[noreturn]] void noteMemoryShortage() {
     memoryRanShort = true;
@@ -69,12 +56,8 @@ void applyAndRemark(const CommonOptions& common) {
         std::fprintf(Platform::standardError(), "korva: %s\n", remark.c_str());
 }
 
-ExitStatus runWork(const CommonOptions& common, OnInterrupt onInterrupt,
-                   const std::function<ExitStatus()>& work) {
-    if (onInterrupt == OnInterrupt::note)
-        Platform::catchInterrupts();
-    else
-        Platform::endAtInterrupts("korva: interrupted\n", static_cast<int>(ExitStatus::interrupted));
+ExitStatus runWork(const CommonOptions& common, const std::function<ExitStatus()>& work) {
+    Platform::catchInterrupts();
     std::set_new_handler(noteMemoryShortage);
     return guarded([&] {
         LibraryLines libraryLines;
@@ -99,7 +82,7 @@ ExitStatus runJson(bool json, nlohmann::ordered_json object, const CommonOptions
         if (json && !object.is_null())
             say(Diagnosis::dumped(object));
     };
-    return runWork({}, OnInterrupt::note, [&] {
+    return runWork({}, [&] {
         try {
             applyAndRemark(common); // here, so that programs are told why it failed
             const ExitStatus status = work(object);
@@ -146,16 +129,14 @@ ExitStatus guarded(const std::function<ExitStatus()>& work) {
 }
 
 bool takeMemoryShortage() noexcept {
-    return memoryRanShort.exchange(false);
+    return std::exchange(memoryRanShort, false);
 }
 
 ExitStatus print(const std::string& text) {
     std::fputs(text.c_str(), stdout);
-    return standardOutputHolds()
-               ? ExitStatus::done
-               : ended(
-                     "standard output could not be written; try: free space, or another place for the output",
-                     ExitStatus::failed);
+    if (standardOutputHolds())
+        return ExitStatus::done;
+    return ended(Diagnosis::lineOf(Diagnosis::verdictOn({.what = Obstacle::output})), ExitStatus::failed);
 }
 
 void say(const std::string& line) {
@@ -163,14 +144,23 @@ void say(const std::string& line) {
     std::fflush(stdout); // whoever waits for a line in a pipe gets it now
 }
 
-void warnOfNoDump(const CommonOptions& common) {
-    if (!common.diagnosticsFolder.empty() && common.log.configFile.empty() && common.log.level != "trace")
-        warn({"no picture file is dumped into " + common.diagnosticsFolder + "; try: --log trace as well"});
+void sayOrEnd(const std::string& line) {
+    say(line);
+    if (!standardOutputHolds())
+        throw CommandFailure(Diagnosis::Trouble{.what = Obstacle::output});
 }
 
-void warn(const std::vector<std::string>& texts) {
-    for (const std::string& text : texts)
-        std::fprintf(Platform::standardError(), "korva: warning: %s\n", printable(text).c_str());
+std::FILE* streamOfStatus(const CommonOptions& common) {
+    return common.log.configFile.empty() ? Platform::standardError() : nullptr;
+}
+
+void warnOfNoDump(const CommonOptions& common) {
+    if (!common.diagnosticsFolder.empty() && common.log.configFile.empty() && common.log.level != "trace")
+        warn(Diagnosis::verdictOn({.what = Obstacle::dumpsAreOff, .place = common.diagnosticsFolder}));
+}
+
+void warn(const Diagnosis::Verdict& verdict) {
+    std::fprintf(Platform::standardError(), "korva: warning: %s\n", Diagnosis::lineOf(verdict).c_str());
 }
 
 } // namespace Console

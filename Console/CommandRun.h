@@ -13,17 +13,11 @@
 
 namespace Console {
 
-/// What Ctrl-C does to a command.
-enum class OnInterrupt {
-    note, ///< sets Platform::interrupted(): the command has something to bring to an end or to clean up
-    end   ///< ends the process at once, with one line and its exit status: nothing is lost but an answer
-};
-
 /// Hands the common options on to the host and does the work, whose status it returns. What that throws is
 /// one line on standard error and statusFrom() it, and a standard output that could not be written is
-/// ExitStatus::failed. What libraries write to `stderr` is shown by LibraryLines. Never throws.
-ExitStatus runWork(const CommonOptions& common, OnInterrupt onInterrupt,
-                   const std::function<ExitStatus()>& work);
+/// ExitStatus::failed. Ctrl-C is noted (Platform::interrupted()): work brings to an end what it has begun.
+/// What libraries write to `stderr` is shown by LibraryLines. Never throws.
+ExitStatus runWork(const CommonOptions& common, const std::function<ExitStatus()>& work);
 
 /// Hands the common options on to the host, and says on standard error what is to be said of that. Throws
 /// CommandFailure for a diagnostics folder that cannot be made.
@@ -31,14 +25,14 @@ void applyAndRemark(const CommonOptions& common);
 
 /// runWork() of work that may also return nothing, which is ExitStatus::done then.
 template <typename Work>
-ExitStatus runCommand(const CommonOptions& common, OnInterrupt onInterrupt, const Work& work) {
+ExitStatus runCommand(const CommonOptions& common, const Work& work) {
     if constexpr (std::is_void_v<std::invoke_result_t<const Work&>>)
-        return runWork(common, onInterrupt, [&work] {
+        return runWork(common, [&work] {
             work();
             return ExitStatus::done;
         });
     else
-        return runWork(common, onInterrupt, work);
+        return runWork(common, work);
 }
 
 /// runWork() of a command that notes interrupts and may have to tell programs what it did: where `json`, work
@@ -63,8 +57,8 @@ ExitStatus fail(const Diagnosis::Verdict& verdict, ExitStatus status, bool json)
 /// shortage of memory the line is "korva: not enough memory". Never throws.
 ExitStatus guarded(const std::function<ExitStatus()>& work);
 
-/// Whether operator new has failed since the last call, in a command: the plug-in makes a failed picture of
-/// it. Any thread.
+/// Whether operator new has failed on the calling thread since its last call, in a command: the plug-in makes
+/// a failed picture of it.
 bool takeMemoryShortage() noexcept;
 
 /// Prints the text, and says in one line on standard error and by ExitStatus::failed where that or anything
@@ -74,11 +68,18 @@ ExitStatus print(const std::string& text);
 /// Prints a line on standard output at once.
 void say(const std::string& line);
 
+/// The same, for what goes on until Ctrl-C. Throws CommandFailure if it has not gone out.
+void sayOrEnd(const std::string& line);
+
+/// Where a command may show how far it is: standard error, or null where a configuration of log4cxx might
+/// show lines there, behind which it would stand.
+std::FILE* streamOfStatus(const CommonOptions& common);
+
 /// Of a command that does not turn the dump on by itself: warns where a diagnostics folder was given and
 /// nothing will be dumped into it.
 void warnOfNoDump(const CommonOptions& common);
 
-/// Prints "korva: warning: TEXT" on standard error for each of the texts, which are printable.
-void warn(const std::vector<std::string>& texts);
+/// Prints the verdict as a line "korva: warning: ..." on standard error.
+void warn(const Diagnosis::Verdict& verdict);
 
 } // namespace Console

@@ -4,6 +4,7 @@
 #include "NearestName.h"
 #include "Printable.h"
 
+#include "Diagnosis/Print.h"
 #include "Platform/Text.h"
 #include "ReferenceHost/HostControl.h"
 #include "VantrelCommon/PlenarDiagnostics.h"
@@ -19,6 +20,9 @@
 namespace Console {
 
 namespace {
+
+using Diagnosis::Obstacle;
+using Diagnosis::Trouble;
 
 constexpr const char* group = "Common options";
 
@@ -83,16 +87,15 @@ void useFolder(const std::string& name) {
     std::filesystem::create_directories(std::filesystem::path(std::u8string(folder.begin(), folder.end())),
                                         code);
     if (code)
-        throw fileFailure("cannot make the diagnostics folder " + printable(folder) + ": " + code.message(),
-                          "another --diagnostics DIR");
+        throw CommandFailure(Trouble{.what = Obstacle::dumps, .place = folder, .reason = code.message()});
 }
 
 std::string whereDumpsGo() {
     const ReferenceHost::OwnImagesFolder own = ReferenceHost::makeOwnImagesFolder();
     if (own.complaint.empty())
         return "fetched picture files are dumped into " + printable(own.name);
-    return "warning: fetched picture files are not dumped: " + printable(own.name) + " " + own.complaint +
-           "; try: --diagnostics DIR";
+    const Trouble none{.what = Obstacle::dumpsHaveNone, .place = own.name, .reason = own.complaint};
+    return "warning: " + Diagnosis::lineOf(Diagnosis::verdictOn(none));
 }
 
 } // namespace

@@ -121,13 +121,6 @@ GreySheet boxFiltered(std::uint32_t width, std::uint32_t height, std::span<const
     return small;
 }
 
-void ContactSheet::add(std::uint32_t width, std::uint32_t height, std::span<const unsigned char> pixels,
-                       std::vector<std::string> caption) {
-    if (thumbnails_.size() < mostPictures)
-        addSmall(boxFiltered(width, height, pixels, mostThumbnailWidth, mostThumbnailHeight),
-                 std::move(caption));
-}
-
 void ContactSheet::addSmall(GreySheet picture, std::vector<std::string> caption) {
     if (thumbnails_.size() < mostPictures)
         thumbnails_.push_back({std::move(picture), std::move(caption)});

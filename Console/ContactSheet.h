@@ -24,13 +24,8 @@ public:
     static constexpr std::uint32_t mostThumbnailWidth = 480;
     static constexpr std::uint32_t mostThumbnailHeight = 360;
 
-    /// Adds a picture of width x height pixels, both at least 1, made smaller by averaging where it is larger
-    /// than a thumbnail, and its caption, a line below it for each of the texts; what does not fit there
-    /// ends with dots.
-    void add(std::uint32_t width, std::uint32_t height, std::span<const unsigned char> pixels,
-             std::vector<std::string> caption);
-
-    /// The same of a picture that is small already, as boxFiltered makes it.
+    /// Adds a picture that is no larger than a thumbnail, as boxFiltered makes it, and its caption, a line
+    /// below it for each of the texts; what does not fit there ends with dots.
     void addSmall(GreySheet picture, std::vector<std::string> caption);
 
     /// Adds a tile for a picture that is missing: `reason` stands in it, in as many lines as it takes.

@@ -8,7 +8,9 @@
 #include "Platform/Text.h"
 
 #include <algorithm>
+#include <iterator>
 #include <string>
+#include <string_view>
 #include <utility>
 
 namespace Console {
@@ -25,16 +27,13 @@ std::string serialNumberOf(const NativeCamera& camera) {
     return utf8FromWide(serialNumber);
 }
 
-/// Where it is another one, a camera behind it answers texts elsewhere too, if at all.
-constexpr int picturePort = 32769;
-
 } // namespace
 
 std::optional<Diagnosis::Verdict> anotherThanDescribed(const CameraHost& host,
                                                        const NativeCamera& described) {
     const auto* const connection = dynamic_cast<EthernetCommunicator*>(described.getCommunicator());
     const std::string serialNumber = serialNumberOf(described);
-    if (connection == nullptr || connection->getPort() != picturePort || serialNumber.empty())
+    if (!isAtPortOfPictures(described) || serialNumber.empty())
         return std::nullopt;
     const std::string address = utf8FromWide(connection->getAddress());
     const CameraHost::Identified answering = std::move(host.identified({address}).front());
@@ -47,11 +46,21 @@ std::optional<Diagnosis::Verdict> anotherThanDescribed(const CameraHost& host,
 }
 
 std::optional<Diagnosis::Verdict> saysNothing(const std::string& address, const CameraInfo& info) {
+    std::optional<Diagnosis::Verdict> verdict = oddityOf(address, info);
+    return verdict && verdict->code == "garbage" ? verdict : std::nullopt;
+}
+
+std::optional<Diagnosis::Verdict> oddityOf(const std::string& address, const CameraInfo& info) {
     Diagnosis::Camera camera;
     camera.address = address;
     camera.identity = identityOf(info);
     std::optional<Diagnosis::Verdict> verdict = Diagnosis::verdictOn(camera, {});
-    return verdict && verdict->code == "garbage" ? verdict : std::nullopt;
+    return verdict && isAboutIdentity(*verdict) ? verdict : std::nullopt;
+}
+
+bool isAboutIdentity(const Diagnosis::Verdict& verdict) {
+    constexpr std::string_view codes[] = {"duplicate-address", "duplicate-mac", "garbage", "unknown-model"};
+    return std::find(std::begin(codes), std::end(codes), verdict.code) != std::end(codes);
 }
 
 } // namespace Console

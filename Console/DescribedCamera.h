@@ -19,4 +19,10 @@ std::optional<Diagnosis::Verdict> anotherThanDescribed(const CameraHost& host, c
 /// number. Nothing of one that does.
 std::optional<Diagnosis::Verdict> saysNothing(const std::string& address, const CameraInfo& info);
 
+/// What is odd about who was identified at an address: that, or a model which nobody knows.
+std::optional<Diagnosis::Verdict> oddityOf(const std::string& address, const CameraInfo& info);
+
+/// Whether it says that what a camera tells of itself is not to be trusted, or not all of it.
+bool isAboutIdentity(const Diagnosis::Verdict& verdict);
+
 } // namespace Console

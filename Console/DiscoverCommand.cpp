@@ -12,6 +12,8 @@
 #include "SearchFacts.h"
 #include "ToolLog.h"
 
+#include "Diagnosis/RulesOfSearch.h"
+#include "Look/ArpLook.h"
 #include "Look/NetworkLook.h"
 #include "Platform/StandardError.h"
 
@@ -34,10 +36,11 @@ struct Seen {
     std::vector<CameraInfo> cameras;
 };
 
-/// Searches once, and again until the time is over. Whom it has found is also in `object` at once.
-Seen searched(const CameraHost& host, std::chrono::milliseconds time, nlohmann::ordered_json& object) {
+/// Searches once, and again until the time is over. Whom it has found is also in `object`, and in `seen`, at
+/// once.
+void search(const CameraHost& host, std::chrono::milliseconds time, nlohmann::ordered_json& object,
+            Seen& seen) {
     const auto begin = std::chrono::steady_clock::now();
-    Seen seen;
     std::set<std::string> known;
     do {
         const Diagnosis::Facts round = host.searchFacts([&](const CameraTemplatePointer& found) {
@@ -50,6 +53,32 @@ Seen searched(const CameraHost& host, std::chrono::milliseconds time, nlohmann::
         absorb(seen.facts, round);
     } while (std::chrono::steady_clock::now() - begin < time && !isThreadLeftBehind());
     lookAround(addressesIn(seen.facts, mostLookedAt), seen.facts);
+    throwIfInterrupted();
+}
+
+/// What a search that was interrupted has found before.
+void showFound(Seen& seen, bool json, nlohmann::ordered_json& object) {
+    addFound(seen.cameras, seen.facts);
+    const DiscoverReport report(seen.facts, seen.cameras);
+    if (report.rows().empty())
+        return;
+    object = report.json();
+    std::FILE* const stream = json ? Platform::standardError() : stdout;
+    std::fputs(report.table(isColourWanted(stream)).c_str(), stream);
+}
+
+/// search() with what it has found shown if Ctrl-C ends it.
+Seen searched(const CameraHost& host, const DiscoverOptions& options, nlohmann::ordered_json& object,
+              ProgressBar& status) {
+    Seen seen;
+    try {
+        search(host, options.timeout, object, seen);
+    } catch (const CommandFailure& failure) {
+        status.erase();
+        if (failure.status() == ExitStatus::interrupted)
+            showFound(seen, options.json, object);
+        throw;
+    }
     return seen;
 }
 
@@ -77,6 +106,7 @@ Seen asked(const CameraHost& host, const std::vector<std::string>& addresses,
     const std::vector<CameraHost::Identified> results = identified(host, addresses, time);
     lookAtComputer(seen.facts);
     lookAt(addresses, seen.facts);
+    lookByArp(seen.facts); // of twins only one has been asked
     for (std::size_t i = 0; i < addresses.size(); ++i) {
         Diagnosis::Camera& camera = cameraIn(seen.facts, addresses[i]);
         camera.wasAskedFor = true;
@@ -92,7 +122,7 @@ Seen asked(const CameraHost& host, const std::vector<std::string>& addresses,
 /// For people. Throws CommandFailure if there was no search, or a part of one.
 void show(const DiscoverReport& report, const Diagnosis::Facts& facts, std::FILE* stream) {
     if (facts.search && !facts.search->cut.empty())
-        warn({cutWarning(*facts.search)});
+        warn(Diagnosis::verdictOnCut(*facts.search));
     std::fputs(report.table(isColourWanted(stream)).c_str(), stream);
     const bool isFailed = facts.search && !facts.search->failure.empty();
     if (isFailed)
@@ -136,9 +166,7 @@ ExitStatus runDiscover(const DiscoverOptions& options, const CommonOptions& comm
                                             {"problems", nlohmann::ordered_json::array()}};
     return runJson(options.json, options.watch ? nlohmann::ordered_json() : nothing, common,
                    [&](nlohmann::ordered_json& object) {
-                       // What a configuration shows there would stand behind it.
-                       ProgressBar status(common.log.configFile.empty() ? Platform::standardError()
-                                                                        : nullptr);
+                       ProgressBar status(streamOfStatus(common));
                        warnOfNoDump(common);
                        ToolLog log(common.log, &status);
                        const CameraHost host(options.camera, log);
@@ -147,7 +175,7 @@ ExitStatus runDiscover(const DiscoverOptions& options, const CommonOptions& comm
                        if (options.watch)
                            return watchCameras(host, {addresses, options.timeout, mostAside, options.json,
                                                       [&status] { status.erase(); }});
-                       const Seen seen = addresses.empty() ? searched(host, options.timeout, object)
+                       const Seen seen = addresses.empty() ? searched(host, options, object, status)
                                                            : asked(host, addresses, options.timeout);
                        throwIfInterrupted();
                        status.erase();

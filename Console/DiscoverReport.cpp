@@ -1,13 +1,15 @@
 #include "DiscoverReport.h"
 
-#include "CameraHost.h"
 #include "CameraText.h"
-#include "CommandFailure.h"
+#include "DescribedCamera.h"
 #include "Printable.h"
 #include "SearchFacts.h"
 
 #include "Diagnosis/Json.h"
+#include "Diagnosis/Print.h"
 #include "Diagnosis/Rules.h"
+#include "Diagnosis/RulesOfAnswer.h"
+#include "Diagnosis/RulesOfSearch.h"
 #include "Platform/Text.h"
 
 #include <nlohmann/json.hpp>
@@ -25,24 +27,6 @@ using Diagnosis::Severity;
 using Diagnosis::Verdict;
 using Outcome = Diagnosis::SearchedNetwork::Outcome;
 
-std::string reasonWhyNot(const Diagnosis::SearchedNetwork& network) {
-    switch (network.outcome) {
-    case Outcome::refused:
-        return "refused: " + network.reason;
-    case Outcome::down:
-        return "switched off";
-    case Outcome::noLink:
-        return "nothing at the other end of its cable";
-    case Outcome::noAddress:
-        return "it has no IPv4 address";
-    case Outcome::linkLocal:
-        return "only a self-given address";
-    case Outcome::searched:
-        break;
-    }
-    return "";
-}
-
 std::string networkLine(const Diagnosis::SearchedNetwork& network) {
     const bool isKnown = !network.own.address.empty();
     const bool isSent = network.outcome == Outcome::searched || network.outcome == Outcome::linkLocal;
@@ -54,7 +38,7 @@ std::string networkLine(const Diagnosis::SearchedNetwork& network) {
                 (network.own.mask.empty() ? std::string() : ", mask " + network.own.mask);
     if (!network.broadcast.empty())
         line += ", broadcast " + network.broadcast;
-    const std::string reason = reasonWhyNot(network);
+    const std::string reason = Diagnosis::whyNotSearched(network);
     return printable(line + (reason.empty() ? "" : ": " + reason));
 }
 
@@ -62,24 +46,15 @@ std::string causeLines(const std::vector<Verdict>& causes) {
     std::string lines;
     for (const Verdict& cause : causes)
         lines += (lines.empty() ? "Likely causes, the likeliest first:\n  " : "\n  ") +
-                 printable((cause.address.empty() ? "" : cause.address + ": ") + cause.text +
-                           "; try: " + cause.remedy);
+                 (cause.address.empty() ? "" : printable(cause.address) + ": ") + Diagnosis::wordsOf(cause);
     return lines;
 }
 
 std::string asideLines(const std::vector<Verdict>& causes) {
     std::string lines;
     for (const Verdict& cause : causes)
-        lines += "\nNote: " + printable(cause.text + "; try: " + cause.remedy);
+        lines += "\nNote: " + Diagnosis::wordsOf(cause);
     return lines;
-}
-
-Verdict nobody() {
-    Verdict verdict;
-    verdict.code = "no-camera";
-    verdict.text = "no Korva camera answered";
-    verdict.remedy = "check power, cable and switch, or ask the camera's address: korva doctor ADDRESS";
-    return verdict;
 }
 
 } // namespace
@@ -112,12 +87,14 @@ DiscoverReport::DiscoverReport(Diagnosis::Facts facts, std::vector<CameraInfo> c
     const bool isSearchAFailure = facts_.search && !facts_.search->failure.empty();
     if (rows_.empty() || isSearchAFailure)
         causes_ = Diagnosis::causesOf(facts_);
-    else if (facts_.search && !facts_.search->strange.empty()) {
+    else if (facts_.search && !(facts_.search->strange.empty() && facts_.search->lines.empty())) {
         asides_ = Diagnosis::causesOf(facts_);
-        std::erase_if(asides_, [](const Verdict& cause) { return cause.code != "strange-answer"; });
+        std::erase_if(asides_, [](const Verdict& cause) {
+            return cause.code != "strange-answer" && cause.code != "too-many-answers";
+        });
     }
     if (rows_.empty() && causes_.empty())
-        causes_.push_back(nobody());
+        causes_.push_back(Diagnosis::nobodyThere());
 }
 
 /// With the hardware addresses that only a look of our own has told.
@@ -146,7 +123,7 @@ void DiscoverReport::addRows(const Diagnosis::Camera& camera, const std::optiona
     const bool isFailure = row.verdict && row.verdict->severity == Severity::failure;
     const bool isSecond = row.verdict && row.verdict->code == "second-answer";
     if (!camera.identity && !row.verdict)
-        row.verdict = notIdentified(camera, facts_);
+        row.verdict = Diagnosis::notIdentified(camera, facts_);
     row.isUnasked = row.verdict && row.verdict->code == "search-cut";
     row.isReady = camera.identity && !isFailure;
     row.isPresent = camera.identity || camera.answeredSearch || camera.answersQuery == true ||
@@ -159,7 +136,9 @@ void DiscoverReport::addRows(const Diagnosis::Camera& camera, const std::optiona
     if (row.isReady && isSecond)
         row.verdict.reset(); // it is told of the second one
     rows_.push_back(row);
-    for (std::size_t at = 1; at < roomsOfAnswers.size() && (isFailure || isSecond); ++at) {
+    // What else is wrong is said once of a camera, however many answers of it came.
+    const bool isShared = row.verdict && row.verdict->code == "duplicate-address";
+    for (std::size_t at = 1; at < roomsOfAnswers.size() && (isShared || isSecond); ++at) {
         further.room = roomsOfAnswers[at];
         further.isFurther = isSecond;
         rows_.push_back(further);
@@ -200,8 +179,7 @@ std::string DiscoverReport::summary() const {
     if (!rows_.empty())
         return std::to_string(count(true)) + " ready, " + std::to_string(count(false)) + " unusable" +
                unasked + "." + asideLines(asides_);
-    const bool isCut = facts_.search && !facts_.search->cut.empty();
-    std::string lines = isCut ? "No Korva camera found." : "No Korva camera answered.";
+    std::string lines = Diagnosis::headlineOfNobody(facts_);
     if (facts_.search)
         lines += networkLines(*facts_.search);
     return lines + "\n" + causeLines(causes_);
@@ -223,11 +201,17 @@ std::vector<Verdict> DiscoverReport::problems() const {
 nlohmann::ordered_json DiscoverReport::json() const {
     nlohmann::ordered_json object;
     object["cameras"] = nlohmann::ordered_json::array();
-    for (const CameraInfo& camera : cameras_)
+    for (const CameraInfo& camera : cameras_) {
         object["cameras"].push_back(cameraObject(camera));
+        const auto row = std::find_if(rows_.begin(), rows_.end(), [&camera](const Row& each) {
+            return each.address == identityOf(camera).address;
+        });
+        if (row != rows_.end() && row->verdict && isAboutIdentity(*row->verdict))
+            object["cameras"].back()["note"] = Diagnosis::errorOf(*row->verdict);
+    }
     object["problems"] = Diagnosis::listOf(problems(), Diagnosis::problemOf);
     if (facts_.search && !facts_.search->cut.empty())
-        object["cut"] = cutWarning(*facts_.search);
+        object["cut"] = Diagnosis::lineOf(Diagnosis::verdictOnCut(*facts_.search));
     if (const auto verdict = failure())
         object["error"] = Diagnosis::errorOf(*verdict);
     return object;
@@ -252,33 +236,8 @@ std::optional<Verdict> DiscoverReport::failure() const {
             return problem;
     const bool isCut = facts_.search && !facts_.search->cut.empty();
     if (isCut)
-        return cut();
-    return all.empty() ? nobody() : all.front();
-}
-
-Verdict DiscoverReport::cut() const {
-    return searchCut(cutWarning(*facts_.search));
-}
-
-Verdict searchCut(const std::string& warning) {
-    Verdict verdict = CommandFailure(warning).verdict();
-    verdict.code = "search-cut";
-    return verdict;
-}
-
-Verdict notIdentified(const Diagnosis::Camera& camera, const Diagnosis::Facts& facts) {
-    if (!camera.attempts.empty())
-        if (const auto verdict = Diagnosis::verdictOn(camera.attempts.back(), camera))
-            return *verdict;
-    const bool isCut = facts.search && !facts.search->cut.empty();
-    Verdict verdict;
-    verdict.address = camera.address;
-    verdict.room = camera.room;
-    verdict.code = isCut ? "search-cut" : "silent";
-    verdict.text = isCut ? "answered, and the search was cut before its turn" : "answered, and nothing more";
-    verdict.remedy = isCut ? "a longer --max-time, or korva identify with its address"
-                           : "restart the camera, then korva doctor with its address";
-    return verdict;
+        return Diagnosis::verdictOnCut(*facts_.search);
+    return all.empty() ? Diagnosis::nobodyThere() : all.front();
 }
 
 std::string networkLines(const Diagnosis::Search& search) {

@@ -50,15 +50,14 @@ public:
     std::string summary() const;
 
     /// {"cameras": [...], "problems": [...]}, "cut" if a search was cut, "error" if there is a failure().
+    /// What a camera says of itself has a "note" {code, text, try} where it is another's as well, or says
+    /// little.
     nlohmann::ordered_json json() const;
 
     ExitStatus status() const;
 
     /// Why the status is another than ExitStatus::done; nothing if it is not.
     std::optional<Diagnosis::Verdict> failure() const;
-
-    /// That the search was cut. Only of facts that have a search.
-    Diagnosis::Verdict cut() const;
 
 private:
     std::size_t count(bool isReady) const;
@@ -74,12 +73,6 @@ private:
     std::vector<Diagnosis::Verdict> causes_; ///< where nobody answered, or there was no search
     std::vector<Diagnosis::Verdict> asides_; ///< that others than cameras answered as well
 };
-
-/// Of a camera that answered, whatever else is not known of it: it is not ready before it is identified.
-Diagnosis::Verdict notIdentified(const Diagnosis::Camera& camera, const Diagnosis::Facts& facts);
-
-/// Of a cutWarning().
-Diagnosis::Verdict searchCut(const std::string& warning);
 
 /// "net1 10.77.1.1/255.255.255.0, to 10.77.1.255" for each network that was searched, and for each that was
 /// not the reason, as lines.

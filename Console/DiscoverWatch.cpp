@@ -7,8 +7,11 @@
 #include "WatchedAdapters.h"
 #include "Watching.h"
 
+#include "Diagnosis/Figures.h"
 #include "Diagnosis/Print.h"
 #include "Diagnosis/Rules.h"
+#include "Diagnosis/RulesOfAnswer.h"
+#include "Look/ArpLook.h"
 #include "Look/NetworkLook.h"
 #include "Platform/Terminal.h"
 
@@ -28,19 +31,11 @@ using Diagnosis::Verdict;
 using Json = nlohmann::ordered_json;
 using namespace std::chrono_literals;
 
-constexpr int mostMissed = 2;
-
 /// Between two searches, and between two questions to an address that was given.
 constexpr auto pauseBetween = 2s;
 
 /// Between two looks for work.
 constexpr auto pauseOfThreads = 50ms;
-
-std::string wordsOf(const CameraChanges::Change& change) {
-    const std::string room = change.row.room.empty() ? "" : " (" + change.row.room + ")";
-    const std::string status = change.what == "gone" ? "no longer answers" : change.row.status();
-    return change.what + "  " + change.row.address + room + ": " + status;
-}
 
 Json troubleObject(const Verdict& verdict) {
     Json object;
@@ -60,7 +55,7 @@ bool isAnyReady(const std::vector<DiscoverReport::Row>& rows) {
 /// One address, and who is there.
 struct Watched {
     CameraChanges changes;
-    std::string trouble;     ///< that was told of an address where nobody has been yet
+    std::string trouble;     ///< that was told of an address where nobody has been yet, without figures
     bool isAnswering = true; ///< the last search
     bool isAsked = false;    ///< at the moment
     bool hasCome = false;    ///< somebody was there
@@ -223,6 +218,8 @@ private:
         Diagnosis::Facts facts;
         Diagnosis::lookAtComputer(facts);
         Diagnosis::lookAt({*address}, facts);
+        if (!options_.addresses.empty())
+            Diagnosis::lookByArp(facts); // a search hears twins by itself
         throwIfInterrupted();
         Diagnosis::Camera& camera = cameraIn(facts, *address);
         camera.attempts.push_back(result.attempt);
@@ -271,7 +268,7 @@ private:
 
     void tell(const std::vector<CameraChanges::Change>& changes) {
         for (const CameraChanges::Change& change : changes)
-            tellLine(wordsOf(change), changeObject(change));
+            tellLine(changeLine(change), changeObject(change));
     }
 
     /// Of an address that was given, as long as nobody has been there.
@@ -280,9 +277,10 @@ private:
         const bool isAnyThere = std::any_of(report.rows().begin(), report.rows().end(),
                                             [](const DiscoverReport::Row& row) { return row.isPresent; });
         watched.hasCome = watched.hasCome || isAnyThere;
-        if (watched.hasCome || !failure || failure->text == watched.trouble)
+        const std::string state = failure ? Diagnosis::withoutFigures(failure->text) : "";
+        if (watched.hasCome || !failure || state == watched.trouble)
             return;
-        watched.trouble = failure->text;
+        watched.trouble = state;
         Verdict verdict = *failure;
         verdict.room.clear();
         tellLine(Diagnosis::lineOf(verdict), troubleObject(verdict));
@@ -301,9 +299,7 @@ private:
             Diagnosis::lookAtComputer(seen_);
         if (options_.addresses.empty())
             throw CommandFailure(DiscoverReport(seen_, {}).failure().value(), end);
-        Verdict verdict = stillAsked(options_.addresses.front(), seen_).verdict.value();
-        verdict.text = "not asked to the end";
-        throw CommandFailure(verdict, end);
+        throw CommandFailure(Diagnosis::notAskedToTheEnd(options_.addresses.front()), end);
     }
 
     /// Of all that are there; an address that was given and is not there is unusable.
@@ -339,63 +335,6 @@ private:
 
 } // namespace
 
-std::vector<CameraChanges::Change> CameraChanges::take(const std::vector<DiscoverReport::Row>& rows) {
-    std::vector<Change> changes;
-    for (auto& [key, known] : known_)
-        ++known.missed;
-    const auto counts = [](const DiscoverReport::Row& row) { return row.isPresent && !row.isFurther; };
-    for (const DiscoverReport::Row& row : rows)
-        if (const auto place = known_.find({row.address, row.room}); counts(row) && place != known_.end())
-            place->second.missed = 0;
-    for (const DiscoverReport::Row& row : rows) {
-        if (!counts(row))
-            continue;
-        const auto [place, isNew] = known_.try_emplace({row.address, row.room});
-        const bool isOther = !isNew && place->second.row.status() != row.status();
-        if (isOther && isAnyMissedAt(row.address))
-            continue;
-        place->second.row = row;
-        if (isNew || isOther)
-            changes.push_back({isNew ? "came" : "changed", row});
-    }
-    std::erase_if(known_, [&changes](const auto& entry) {
-        const bool isGone = entry.second.missed >= mostMissed;
-        if (isGone)
-            changes.push_back({"gone", entry.second.row});
-        return isGone;
-    });
-    return changes;
-}
-
-bool CameraChanges::isAnyMissedAt(const std::string& address) const {
-    return std::any_of(known_.begin(), known_.end(), [&address](const auto& entry) {
-        const int missed = entry.second.missed;
-        return entry.first.first == address && missed > 0 && missed < mostMissed;
-    });
-}
-
-std::vector<DiscoverReport::Row> CameraChanges::rows() const {
-    std::vector<DiscoverReport::Row> all;
-    for (const auto& [key, known] : known_)
-        all.push_back(known.row);
-    return all;
-}
-
-Json changeObject(const CameraChanges::Change& change) {
-    const bool isGone = change.what == "gone";
-    const auto verdict = isGone ? std::nullopt : change.row.verdict;
-    Json object;
-    object["event"] = change.what;
-    object["address"] = change.row.address;
-    object["room"] = change.row.room;
-    object["serialNumber"] = change.row.identity ? change.row.identity->serialNumber : "";
-    object["ready"] = change.row.isReady && !isGone;
-    object["code"] = verdict ? verdict->code : "";
-    object["text"] = isGone ? "no longer answers" : change.row.status();
-    object["try"] = verdict ? verdict->remedy : "";
-    return object;
-}
-
 std::vector<std::string> answering(const Diagnosis::Facts& seen, const std::set<std::string>& watched) {
     std::vector<std::string> addresses;
     std::size_t count = watched.size();
@@ -423,12 +362,7 @@ DiscoverReport::Row stillAsked(const std::string& address, const Diagnosis::Fact
     for (const Diagnosis::Camera& camera : seen.cameras)
         if (camera.address == address)
             row.room = camera.room;
-    Verdict& verdict = row.verdict.emplace();
-    verdict.address = address;
-    verdict.room = row.room;
-    verdict.code = "search-cut";
-    verdict.text = "answered the search, not asked to the end";
-    verdict.remedy = "a longer --timeout, or korva doctor with its address";
+    row.verdict = Diagnosis::stillAsked(address, row.room);
     return row;
 }
 

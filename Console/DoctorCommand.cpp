@@ -3,6 +3,7 @@
 #include "CommandRun.h"
 #include "Examination.h"
 #include "Printable.h"
+#include "ProgressBar.h"
 #include "ToolLog.h"
 
 #include "Diagnosis/Findings.h"
@@ -39,10 +40,7 @@ std::string causeLine(const Verdict& cause) {
 }
 
 std::string findingLine(const Finding& finding) {
-    return column(nameOf(finding.status), 6) + column(finding.look, 16) +
-           printable((finding.address.empty() ? "" : finding.address + ": ") + finding.seen +
-                     (finding.remedy.empty() ? "" : "; try: " + finding.remedy)) +
-           "\n";
+    return column(nameOf(finding.status), 6) + column(finding.look, 16) + wordsOf(finding) + "\n";
 }
 
 } // namespace
@@ -76,6 +74,9 @@ Json doctorJson(const Diagnosis::Facts& facts, const std::vector<Verdict>& cause
                                    {"status", nameOf(finding.status)},
                                    {"seen", finding.seen},
                                    {"address", finding.address}});
+    const auto failure = std::find_if(causes.begin(), causes.end(), isFailure);
+    if (failure != causes.end())
+        object["error"] = Diagnosis::errorOf(*failure);
     return object;
 }
 
@@ -83,8 +84,9 @@ ExitStatus runDoctor(const DoctorOptions& options, const CommonOptions& common) 
     const Json nothing{{"causes", Json::array()}, {"looks", Json::array()}};
     return runJson(options.json, nothing, common, [&](Json& object) {
         warnOfNoDump(common);
-        ToolLog log(common.log, nullptr);
-        const Examination seen = examine(options.camera, log);
+        ProgressBar status(streamOfStatus(common));
+        ToolLog log(common.log, &status);
+        const Examination seen = examine(options.camera, log, status);
         const std::vector<Verdict> causes = causesOf(seen);
         if (options.json)
             object = doctorJson(seen.facts, causes);

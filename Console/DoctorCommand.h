@@ -30,7 +30,8 @@ ExitStatus runDoctor(const DoctorOptions& options, const CommonOptions& common);
 /// What `korva doctor` prints for people, printable, a line end behind each line.
 std::string doctorText(const Diagnosis::Facts& facts, const std::vector<Diagnosis::Verdict>& causes);
 
-/// {"causes": [{code, severity, text, try, address}...], "looks": [{code, status, seen, address}...]}
+/// {"causes": [{code, severity, text, try, address}...], "looks": [{code, status, seen, address}...]}, and
+/// with "error" the first cause that is a failure, if one is.
 nlohmann::ordered_json doctorJson(const Diagnosis::Facts& facts,
                                   const std::vector<Diagnosis::Verdict>& causes);
 

@@ -1,7 +1,6 @@
 #include "DumpFolder.h"
 
 #include "FileNames.h"
-#include "Printable.h"
 
 #include "Platform/PrivateFolder.h"
 #include "Platform/Text.h"
@@ -20,6 +19,7 @@ namespace Console {
 namespace {
 
 namespace fs = std::filesystem;
+using Diagnosis::Obstacle;
 
 fs::path pathOf(const std::string& utf8) {
     return fs::path(std::u8string(utf8.begin(), utf8.end()));
@@ -28,12 +28,12 @@ fs::path pathOf(const std::string& utf8) {
 /// What the next dump of this thread has to hold.
 thread_local std::optional<std::uint64_t> fetchedBytes;
 
-/// Why so many bytes did not go into the folder, as far as that can be told.
+/// Why so many bytes did not go into the folder; empty if that cannot be told.
 std::string whyCut(const std::string& folder, std::uint64_t bytes) {
     std::error_code failure;
     const fs::space_info space = fs::space(pathOf(folder), failure);
     const bool isFull = !failure && space.available < bytes;
-    return isFull ? std::generic_category().message(ENOSPC) : "the system took no more";
+    return isFull ? std::generic_category().message(ENOSPC) : "";
 }
 
 bool isFull(const std::string& folder) {
@@ -78,7 +78,7 @@ std::string DumpFolder::makeNext() {
     std::error_code failure;
     if (!fs::create_directory(pathOf(own), failure) || failure) {
         if (folder_ != Platform::noFolder) // which was told when it was chosen
-            fail("cannot dump the picture file into " + printable(folder_) + ": " + failure.message(), "");
+            fail({.what = Obstacle::dumpFolder, .place = folder_, .reason = failure.message()});
         return folder_;
     }
     const std::lock_guard lock(mutex_);
@@ -111,9 +111,10 @@ void DumpFolder::move(const Dump& dump, const std::string& address) {
          at.increment(failure))
         files.push_back(at->path());
     if (files.empty())
-        fail("the picture file was not dumped into " + printable(folder_) + ": " +
-                 whyCut(folder_, dump.bytes.value_or(1)),
-             address);
+        fail({.what = Obstacle::dumpIsMissing,
+              .place = folder_,
+              .reason = whyCut(folder_, dump.bytes.value_or(1)),
+              .address = address});
     for (const fs::path& file : files) {
         const std::string stem =
             file.stem().string() + " " + (address.empty() ? "other" : safeInNames(address)) + "-";
@@ -125,7 +126,10 @@ void DumpFolder::move(const Dump& dump, const std::string& address) {
         }
         fs::rename(file, to, failure);
         if (failure)
-            fail("cannot write " + printable(to.string()) + ": " + failure.message(), address);
+            fail({.what = Obstacle::dump,
+                  .place = to.string(),
+                  .reason = failure.message(),
+                  .address = address});
         else
             check(dump, to.string(), fs::file_size(to, failure), address);
     }
@@ -135,21 +139,22 @@ void DumpFolder::move(const Dump& dump, const std::string& address) {
 void DumpFolder::check(const Dump& dump, const std::string& file, std::uint64_t written,
                        const std::string& address) {
     if (dump.bytes && written < *dump.bytes)
-        fail("the dump " + printable(file) + " is not whole, " + std::to_string(written) + " of " +
-                 std::to_string(*dump.bytes) + " bytes: " + whyCut(folder_, *dump.bytes - written),
-             address);
+        fail({.what = Obstacle::dumpIsCut,
+              .place = file,
+              .reason = whyCut(folder_, *dump.bytes - written),
+              .address = address,
+              .bytes = written,
+              .wanted = *dump.bytes});
     else if (!dump.bytes && isFull(folder_))
-        fail("the dump " + printable(file) + " may not be whole: " + whyCut(folder_, 1), address);
+        fail({.what = Obstacle::dumpMayBeCut,
+              .place = file,
+              .reason = whyCut(folder_, 1),
+              .address = address});
 }
 
-void DumpFolder::fail(const std::string& text, const std::string& address) {
-    Diagnosis::Verdict verdict;
-    verdict.code = "file-failed";
-    verdict.text = text;
-    verdict.remedy = "more room or rights there, or another --diagnostics";
-    verdict.address = address;
+void DumpFolder::fail(const Diagnosis::Trouble& trouble) {
     const std::lock_guard lock(failuresMutex_);
-    failures_.push_back(std::move(verdict));
+    failures_.push_back(verdictOn(trouble));
 }
 
 } // namespace Console

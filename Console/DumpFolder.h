@@ -1,6 +1,7 @@
 #pragma once
 // Where the plug-in's dumps of fetched picture files go, and what they are called.
 
+#include "Diagnosis/RulesOfTool.h"
 #include "Diagnosis/Verdict.h"
 
 #include <cstdint>
@@ -48,7 +49,7 @@ private:
     std::string makeNext();
     void move(const Dump& dump, const std::string& address);
     void check(const Dump& dump, const std::string& file, std::uint64_t written, const std::string& address);
-    void fail(const std::string& text, const std::string& address);
+    void fail(const Diagnosis::Trouble& trouble);
 
     const std::string folder_;
     std::mutex mutex_;

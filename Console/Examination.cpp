@@ -2,6 +2,7 @@
 
 #include "CameraCheck.h"
 #include "CommandFailure.h"
+#include "ProgressBar.h"
 #include "SearchFacts.h"
 
 #include "Diagnosis/Rules.h"
@@ -81,24 +82,27 @@ std::vector<Verdict> withTheWay(const std::vector<Verdict>& causes, const Examin
 
 } // namespace
 
-Examination examine(const CameraOptions& options, ToolLog& log) {
+Examination examine(const CameraOptions& options, ToolLog& log, ProgressBar& status) {
     Examination seen;
     const std::vector<std::string> addresses = options.eachAddress();
     Diagnosis::lookAtComputer(seen.facts);
+    status.show("searching...");
     Diagnosis::lookForCameras(seen.facts);
     takeFromRefused(seen.facts);
     throwIfInterrupted();
     const auto deadline = std::chrono::steady_clock::now() + lookTime;
+    status.show("asking...");
     lookAtCameras(addresses, seen.facts);
     throwIfInterrupted();
     Diagnosis::lookByArp(seen.facts);
     for (Camera& camera : seen.facts.cameras)
         camera.wasAskedFor = std::find(addresses.begin(), addresses.end(), camera.address) != addresses.end();
     try {
-        checkCameras(seen.facts, options, log, deadline);
+        checkCameras(seen.facts, options, {log, status, deadline});
     } catch (const CommandFailure& failure) {
         seen.pluginFailure = failure.verdict();
     }
+    status.erase();
     throwIfInterrupted();
     Diagnosis::lookAtComputer(seen.after);
     return seen;

@@ -11,6 +11,7 @@
 
 namespace Console {
 
+class ProgressBar;
 class ToolLog;
 
 struct Examination {
@@ -22,7 +23,8 @@ struct Examination {
 /// Looks at this computer and its networks, then at the cameras at the options' addresses, or where there are
 /// none at whoever answers a search; has the plug-in identify each that answers as a camera, probe it and
 /// take a picture. A look that fails is a fact. Throws CommandFailure if Ctrl-C came.
-Examination examine(const CameraOptions& options, ToolLog& log);
+/// Shows on `status` what it is at.
+Examination examine(const CameraOptions& options, ToolLog& log, ProgressBar& status);
 
 /// What is wrong, the likeliest cause first: what has become of this computer's adapters meanwhile before
 /// what that looks like at the cameras.

@@ -93,6 +93,14 @@ std::string inSmallLetters(std::string text) {
     return text;
 }
 
+/// Where a file's number goes: before the extension, if the name itself has one.
+std::size_t stemEndOf(const std::string& name) {
+    const std::size_t nameStart = name.find_last_of('/') + 1; // npos + 1 is 0
+    const std::size_t dot = name.find_last_of('.');
+    const bool hasExtension = dot != std::string::npos && dot > nameStart;
+    return hasExtension ? dot : name.size();
+}
+
 std::string extensionOf(const std::string& name) {
     const std::size_t dot = name.find_last_of("./");
     return dot == std::string::npos || name[dot] == '/' ? std::string() : inSmallLetters(name.substr(dot));
@@ -170,6 +178,10 @@ bool isFolderOfPictures(const CaptureOptions& options) {
            std::filesystem::is_directory(pathNamed(output), ignored);
 }
 
+bool isNamedByExposure(const std::string& output) {
+    return output.find("{exposure}") != std::string::npos;
+}
+
 bool isNamedByRoom(const std::string& output) {
     return output.find("{room}") != std::string::npos;
 }
@@ -181,10 +193,7 @@ std::string pictureFileName(const CaptureOptions& options, const NameParts& part
         name = options.output + (options.output.ends_with('/') ? "" : "/") + usual;
     if (tellsPicturesApart(options))
         return name;
-    const std::size_t nameStart = name.find_last_of('/') + 1; // npos + 1 is 0
-    const std::size_t dot = name.find_last_of('.');
-    const bool hasExtension = dot != std::string::npos && dot > nameStart;
-    const std::size_t stemEnd = hasExtension ? dot : name.size();
+    const std::size_t stemEnd = stemEndOf(name);
     return name.substr(0, stemEnd) + "-" + std::to_string(parts.number) + name.substr(stemEnd);
 }
 
@@ -220,7 +229,7 @@ void UnusedNames::reserve(const std::string& name) {
 }
 
 std::string UnusedNames::unused(const std::string& name) {
-    const std::size_t stemEnd = std::min(name.rfind('.'), name.size());
+    const std::size_t stemEnd = stemEndOf(name);
     const auto take = [this](const std::string& candidate) {
         const std::string place = placeOf(candidate);
         return !reserved_.contains(place) && given_.insert(inSmallLetters(place)).second;

@@ -35,6 +35,9 @@ bool isPattern(const std::string& output);
 /// Whether options.output is a folder for pictures: of several cameras, or by its name, or since it is there.
 bool isFolderOfPictures(const CaptureOptions& options);
 
+/// Whether the name depends on the picture's exposure.
+bool isNamedByExposure(const std::string& output);
+
 /// Whether the name depends on the camera's room.
 bool isNamedByRoom(const std::string& output);
 

@@ -5,10 +5,12 @@
 #include "DiscoverReport.h"
 #include "HealthWard.h"
 #include "Printable.h"
+#include "ProgressBar.h"
 #include "ToolLog.h"
 #include "WatchedAdapters.h"
 #include "Watching.h"
 
+#include "Diagnosis/Figures.h"
 #include "Diagnosis/Json.h"
 #include "Diagnosis/Print.h"
 
@@ -56,12 +58,20 @@ void report(const HealthWard& ward, bool json, Json& object) {
 }
 
 /// One more than there are cameras: the last is the look for twins.
-ExitStatus askAll(HealthWard& ward, const HealthOptions& options, Json& object) {
+ExitStatus askAll(HealthWard& ward, const HealthOptions& options, ProgressBar& status, Json& object) {
+    std::atomic<std::size_t> asked{0};
     Looking looking;
     looking.count = ward.size() + 1;
     looking.jobs = static_cast<std::size_t>(options.jobs);
-    looking.look = [&ward](std::size_t number) {
-        number < ward.size() ? ward.ask(number) : ward.lookForTwins(TwinLook::byArp);
+    looking.look = [&](std::size_t number) {
+        if (number == ward.size())
+            return ward.lookForTwins(TwinLook::byArp);
+        ward.ask(number);
+        ++asked;
+    };
+    looking.meanwhile = [&] {
+        status.show(ward.size() == 1 ? "asking..."
+                                     : std::to_string(asked) + " of " + std::to_string(ward.size()));
     };
     try {
         lookAtEach(looking);
@@ -69,9 +79,11 @@ ExitStatus askAll(HealthWard& ward, const HealthOptions& options, Json& object) 
         std::iota(all.begin(), all.end(), std::size_t{0});
         ward.explain(all);
     } catch (const CommandFailure&) {
+        status.erase();
         report(ward, options.json, object);
         throw;
     }
+    status.erase();
     report(ward, options.json, object);
     return ward.status();
 }
@@ -134,7 +146,7 @@ private:
             if (adapters_.explain(ward_.addresses()[number], begin))
                 return;
         }
-        if (told_[number] != now)
+        if (!told_[number] || !isSameState(*told_[number], now))
             tellNews(options_.json, healthLine(now), healthObject(now));
         told_[number] = now;
     }
@@ -180,11 +192,22 @@ void addHealthOptions(const CommandLine::Options& command, HealthOptions& option
         exitStatusHelp);
 }
 
+bool isSameState(const Health& one, const Health& other) {
+    const auto stateOf = [](Health health) {
+        for (auto* const verdict : {&health.whyNot, &health.note})
+            if (*verdict)
+                *verdict = Diagnosis::withoutFigures(**verdict);
+        return health;
+    };
+    return stateOf(one) == stateOf(other);
+}
+
 std::string healthLine(const Health& health) {
     const std::optional<Diagnosis::Verdict>& verdict = health.whyNot ? health.whyNot : health.note;
     if (!verdict)
         return printable(health.place) + ": good, the camera answers";
-    return printable(health.place) + ": " + printable(verdict->text) + "; try: " + printable(verdict->remedy);
+    const bool isGood = !health.whyNot && verdict->code == "unknown-model";
+    return printable(health.place) + (isGood ? ": good, but " : ": ") + Diagnosis::wordsOf(*verdict);
 }
 
 Json healthObject(const Health& health) {
@@ -202,14 +225,18 @@ ExitStatus runHealth(const HealthOptions& options, const CommonOptions& common) 
     return runJson(options.json, options.watch ? Json() : Json{{"results", Json::array()}}, common,
                    [&](Json& object) {
                        warnOfNoDump(common);
-                       ToolLog log(common.log, nullptr);
+                       ProgressBar status(streamOfStatus(common));
+                       ToolLog log(common.log, &status);
+                       if (options.camera.all)
+                           status.show("searching...");
                        HealthWard ward(options, log);
+                       status.erase();
                        if (ward.searchTrouble())
-                           warn({Diagnosis::lineOf(*ward.searchTrouble())});
+                           warn(*ward.searchTrouble());
                        if (options.watch)
                            return HealthWatch(ward, options).run();
-                       const ExitStatus status = askAll(ward, options, object);
-                       return tellLost(ward.lostDumps(), status, object);
+                       const ExitStatus end = askAll(ward, options, status, object);
+                       return tellLost(ward.lostDumps(), end, object);
                    });
 }
 

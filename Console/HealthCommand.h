@@ -40,6 +40,9 @@ struct Health {
     bool operator==(const Health&) const = default;
 };
 
+/// Whether nothing is new: what was measured, as "58 bytes in 1.3 s", may differ.
+bool isSameState(const Health& one, const Health& other);
+
 /// "10.0.0.7:32769: good, the camera answers", or what is odd or wrong and what to try.
 std::string healthLine(const Health& health);
 

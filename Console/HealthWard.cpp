@@ -15,7 +15,8 @@
 #include "Diagnosis/Ipv4.h"
 #include "Diagnosis/Print.h"
 #include "Diagnosis/Rules.h"
-#include "Platform/StandardError.h"
+#include "Diagnosis/RulesOfAnswer.h"
+#include "Diagnosis/RulesOfSearch.h"
 #include "Platform/Text.h"
 
 #include <algorithm>
@@ -28,8 +29,6 @@ namespace Console {
 
 namespace {
 
-constexpr int portOfPictures = 32769;
-
 /// What a probe came to, with what the plug-in logged.
 struct Probed {
     CameraUse::Probe probe;
@@ -40,7 +39,7 @@ struct Probed {
 Probed probed(const std::shared_ptr<NativeCamera>& camera, const TimeLimits& limits, ToolLog& log) {
     const auto answer = std::make_shared<CameraUse::Probe>();
     auto lines = doAside(log, {[answer, camera, limits] {
-                             ProgressBar bar(Platform::standardError());
+                             ProgressBar bar(nullptr);
                              *answer = CameraUse(*camera, bar, limits).probe();
                          }});
     return {*answer, std::move(lines.front())};
@@ -52,8 +51,9 @@ void HealthWard::Patient::take(CameraPointer found) {
     const auto* const connection = dynamic_cast<EthernetCommunicator*>(found->getCommunicator());
     if (connection != nullptr) {
         address = Platform::utf8FromWide(connection->getAddress());
-        isAtItsPort = connection->getPort() == portOfPictures;
+        isAtItsPort = isAtPortOfPictures(*found);
     }
+    oddity = oddityOf(address, found->getCameraInfo());
     health.place = placeOf(*found);
     health.address = address;
     camera = std::move(found);
@@ -66,6 +66,7 @@ HealthWard::HealthWard(const HealthOptions& options, ToolLog& log)
     if (!options.camera.descriptionFile.empty()) {
         patients_.emplace_back().take(host_.cameraOf(options.camera.descriptionFile));
         patients_.back().isOfDescription = true;
+        patients_.back().oddity.reset(); // whoever keeps it knows
     }
     if (options.camera.all)
         search();
@@ -81,7 +82,8 @@ void HealthWard::search() {
             patients_.emplace_back().take(host_.cameraFrom(*found));
     });
     seen_ = facts;
-    cut_ = cutWarning(*facts.search);
+    if (!facts.search->cut.empty())
+        cut_ = Diagnosis::lineOf(Diagnosis::verdictOnCut(*facts.search));
     std::set<std::string> taken;
     for (const Patient& patient : patients_)
         taken.insert(patient.address);
@@ -99,9 +101,9 @@ void HealthWard::search() {
         throw whyNobody(facts);
     }
     if (!facts.search->failure.empty())
-        searchTrouble_ = whyNoSearch(facts);
-    else if (!cut_.empty())
-        searchTrouble_ = searchCut(cut_);
+        searchTrouble_ = Diagnosis::causesOf(facts).front();
+    else if (!facts.search->cut.empty())
+        searchTrouble_ = Diagnosis::verdictOnCut(*facts.search);
 }
 
 /// What tells no address is not looked up.
@@ -110,7 +112,7 @@ void HealthWard::add(const Diagnosis::Camera& camera, const Diagnosis::Facts& fa
     patient.address = patient.health.place = patient.health.address = camera.address;
     patient.hasAddress = Diagnosis::ipv4Number(camera.address).has_value();
     if (!patient.hasAddress)
-        patient.health.whyNot = notIdentified(camera, facts);
+        patient.health.whyNot = Diagnosis::notIdentified(camera, facts);
 }
 
 /// What is interrupted leaves what was known before.
@@ -140,6 +142,8 @@ void HealthWard::askNow(Patient& patient) {
             patient.isCompared = false;
         else
             compare(patient);
+        if (!patient.failed && !patient.health.whyNot && !patient.health.note)
+            patient.health.note = patient.oddity;
     }
     patient.isTold = !patient.failed;
 }

@@ -60,6 +60,7 @@ private:
         bool hasAddress = true;                    ///< else it cannot be asked
         bool isOfDescription = false;
         bool isCompared = false;                       ///< with its description, since it last failed
+        std::optional<Diagnosis::Verdict> oddity = {}; ///< of who it is, but for a description
         std::optional<Diagnosis::Attempt> failed = {}; ///< and is to be explained
         bool isTold = false;                           ///< `health` is of the last question
         Health health = {address, address};

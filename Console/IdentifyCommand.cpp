@@ -6,6 +6,7 @@
 #include "DescribedCamera.h"
 #include "HardwareAddress.h"
 #include "Printable.h"
+#include "ProgressBar.h"
 #include "ToolLog.h"
 #include "Twins.h"
 
@@ -34,7 +35,7 @@ CameraInfo withMacAddress(CameraInfo camera, const std::string& asked, ToolLog& 
 
 /// To people and to programs, what is odd about the camera.
 void noteOddity(const Diagnosis::Verdict& verdict, nlohmann::ordered_json& object) {
-    warn({Diagnosis::lineOf(verdict)});
+    warn(verdict);
     if (!object.contains("note"))
         object["note"] = Diagnosis::errorOf(verdict);
 }
@@ -46,9 +47,9 @@ void noteTwin(const std::string& address, nlohmann::ordered_json& object) {
         noteOddity(twins.begin()->second, object);
 }
 
-/// Of what answers, and not as a camera does.
-void noteGarbage(const std::string& address, const CameraInfo& camera, nlohmann::ordered_json& object) {
-    if (const auto verdict = saysNothing(address, camera))
+/// Of what answers, and not as a camera does, or not as one that is known.
+void noteStranger(const std::string& address, const CameraInfo& camera, nlohmann::ordered_json& object) {
+    if (const auto verdict = oddityOf(address, camera))
         noteOddity(*verdict, object);
 }
 
@@ -71,15 +72,18 @@ void addDescribeOptions(const CommandLine::Options& command, IdentityOptions& op
 ExitStatus runIdentify(const IdentityOptions& options, const CommonOptions& common) {
     return runJson(options.json, {}, common, [&](nlohmann::ordered_json& object) {
         warnOfNoDump(common);
-        ToolLog log(common.log, nullptr);
+        ProgressBar status(streamOfStatus(common));
+        ToolLog log(common.log, &status);
         const CameraHost host(options.camera, log);
+        status.show("asking...");
         const CameraInfo camera = withMacAddress(host.cameraAt(options.camera.address)->getCameraInfo(),
                                                  options.camera.address, log);
+        status.erase();
         object = cameraObject(camera);
         if (!options.json)
             say(cameraDetails(camera));
         noteTwin(options.camera.address, object);
-        noteGarbage(options.camera.address, camera, object);
+        noteStranger(options.camera.address, camera, object);
         return tellLost(host.takeDumpFailures(), ExitStatus::done, object);
     });
 }
@@ -87,16 +91,19 @@ ExitStatus runIdentify(const IdentityOptions& options, const CommonOptions& comm
 ExitStatus runDescribe(const IdentityOptions& options, const CommonOptions& common) {
     return runJson(options.json, {}, common, [&](nlohmann::ordered_json& object) {
         warnOfNoDump(common);
-        ToolLog log(common.log, nullptr);
+        ProgressBar status(streamOfStatus(common));
+        ToolLog log(common.log, &status);
         const CameraHost host(options.camera, log);
+        status.show("asking...");
         const CameraPointer camera = host.cameraAt(options.camera.address);
+        status.erase();
         const std::string description = printableXml(camera->toXml());
         object = {{"address", Platform::utf8FromWide(camera->getCameraInfo().getIpAddress())},
                   {"description", description}};
         if (!options.json)
             std::fputs(description.c_str(), stdout);
         noteTwin(options.camera.address, object);
-        noteGarbage(options.camera.address, camera->getCameraInfo(), object);
+        noteStranger(options.camera.address, camera->getCameraInfo(), object);
         return tellLost(host.takeDumpFailures(), ExitStatus::done, object);
     });
 }

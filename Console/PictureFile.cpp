@@ -1,7 +1,5 @@
 #include "PictureFile.h"
 
-#include "Printable.h"
-
 #include "Platform/WholeFile.h"
 
 #include <png.h>
@@ -10,12 +8,14 @@
 #include <cerrno>
 #include <filesystem>
 #include <system_error>
+#include <utility>
 
 namespace Console {
 
 namespace {
 
 namespace fs = std::filesystem;
+using Diagnosis::Obstacle;
 
 fs::path pathFromUtf8(const std::string& utf8) {
     return fs::path(std::u8string(utf8.begin(), utf8.end()));
@@ -26,8 +26,8 @@ std::string utf8FromPath(const fs::path& path) {
     return {utf8.begin(), utf8.end()};
 }
 
-[[noreturn]] void fail(const std::string& file, const std::string& reason) {
-    throw PictureFileError("cannot write " + printable(file) + ": " + reason + "; try: another --output");
+[[noreturn]] void fail(Obstacle what, const std::string& file, const std::string& reason = {}) {
+    throw PictureFileError({.what = what, .place = file, .reason = reason, .option = "--output"});
 }
 
 std::string systemReason(int code) {
@@ -40,16 +40,16 @@ std::string fileBehind(const std::string& utf8Path) {
     std::error_code code;
     const fs::file_status status = fs::status(path, code);
     if (status.type() == fs::file_type::none)
-        fail(utf8Path, code.message());
+        fail(Obstacle::file, utf8Path, code.message());
     if (fs::is_directory(status))
-        fail(utf8Path, systemReason(EISDIR));
+        fail(Obstacle::file, utf8Path, systemReason(EISDIR));
     if (!fs::exists(status))
         return utf8Path;
     if (!fs::is_regular_file(status))
-        fail(utf8Path, "it exists and is not an ordinary file");
+        fail(Obstacle::fileIsOdd, utf8Path);
     const fs::path target = fs::canonical(path, code);
     if (code)
-        fail(utf8Path, code.message());
+        fail(Obstacle::file, utf8Path, code.message());
     return utf8FromPath(target);
 }
 
@@ -94,6 +94,9 @@ void insertTexts(Bytes& file, const PictureTexts& texts) {
 
 } // namespace
 
+PictureFileError::PictureFileError(Diagnosis::Trouble trouble, ExitStatus status)
+    : CommandFailure(trouble, status), trouble_(std::move(trouble)) {}
+
 std::vector<unsigned char> encodeGreyPng(std::uint32_t width, std::uint32_t height,
                                          std::span<const unsigned char> pixels, const PictureTexts& texts) {
     png_image image{};
@@ -103,13 +106,13 @@ std::vector<unsigned char> encodeGreyPng(std::uint32_t width, std::uint32_t heig
     image.height = height;
     image.format = PNG_FORMAT_GRAY;
     if (width == 0 || height == 0 || pixels.size() / width < height)
-        throw PictureFileError("a picture without pixels cannot be written");
+        throw PictureFileError({.what = Obstacle::noPixels});
 
     const auto rowStride = static_cast<png_int_32>(width);
     std::vector<unsigned char> file(PNG_IMAGE_PNG_SIZE_MAX(image));
     png_alloc_size_t bytes = file.size();
     if (png_image_write_to_memory(&image, file.data(), &bytes, 0, pixels.data(), rowStride, nullptr) == 0)
-        throw PictureFileError(std::string("the picture cannot be written as PNG: ") + image.message);
+        throw PictureFileError({.what = Obstacle::encoder, .reason = image.message});
     file.resize(bytes);
     insertTexts(file, texts);
     return file;
@@ -117,15 +120,15 @@ std::vector<unsigned char> encodeGreyPng(std::uint32_t width, std::uint32_t heig
 
 void writeWholeFile(const std::string& utf8Path, std::span<const unsigned char> bytes) {
     if (const std::error_code failure = Platform::writeWholeFile(fileBehind(utf8Path), bytes))
-        fail(utf8Path, failure.message());
+        fail(Obstacle::file, utf8Path, failure.message());
 }
 
 void checkWritable(const std::string& utf8Path, OlderFile older) {
     std::error_code ignored;
     if (older == OlderFile::keep && fs::exists(pathFromUtf8(utf8Path), ignored))
-        fail(utf8Path, "it exists, and --no-clobber keeps it");
+        fail(Obstacle::fileIsKept, utf8Path);
     if (const std::error_code failure = Platform::checkWholeFile(fileBehind(utf8Path)))
-        fail(utf8Path, failure.message());
+        fail(Obstacle::file, utf8Path, failure.message());
 }
 
 void makeFolderOf(const std::string& utf8Path) {
@@ -138,8 +141,7 @@ void makeFolder(const std::string& utf8Path) {
     std::error_code code;
     fs::create_directories(pathFromUtf8(utf8Path), code);
     if (code)
-        throw PictureFileError("cannot make the folder " + printable(utf8Path) + ": " + code.message() +
-                               "; try: another --output");
+        fail(Obstacle::folder, utf8Path, code.message());
 }
 
 } // namespace Console

@@ -1,19 +1,25 @@
 #pragma once
 // Writes pictures to disk, whole or not at all.
 
+#include "CommandFailure.h"
+
 #include <cstdint>
 #include <span>
-#include <stdexcept>
 #include <string>
 #include <utility>
 #include <vector>
 
 namespace Console {
 
-/// A file could not be written. The message, printable, names the file, the system's reason and what to try.
-class PictureFileError : public std::runtime_error {
+/// A file could not be written. The trouble names it, and the system's reason.
+class PictureFileError : public CommandFailure {
 public:
-    using std::runtime_error::runtime_error;
+    explicit PictureFileError(Diagnosis::Trouble trouble, ExitStatus status = ExitStatus::failed);
+
+    const Diagnosis::Trouble& trouble() const noexcept { return trouble_; }
+
+private:
+    Diagnosis::Trouble trouble_;
 };
 
 /// What a file says of its picture: keywords of 1 to 79 ASCII letters, digits and single blanks within, and

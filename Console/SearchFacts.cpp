@@ -43,7 +43,9 @@ void addUnlessSearched(std::vector<SearchedNetwork>& networks, const Adapter& ad
         std::any_of(networks.begin(), networks.end(),
                     [&adapter](const SearchedNetwork& network) { return network.adapter == adapter.name; });
     const Outcome outcome = outcomeOf(adapter, "");
-    if (isThere || adapter.isLoopback || (outcome == Outcome::noAddress && !adapter.addresses.empty()))
+    const bool isBarePart = adapter.isPart && adapter.addresses.empty();
+    if (isThere || adapter.isLoopback || isBarePart ||
+        (outcome == Outcome::noAddress && !adapter.addresses.empty()))
         return;
     SearchedNetwork& network = networks.emplace_back();
     network.adapter = adapter.name;
@@ -277,6 +279,7 @@ void absorb(Diagnosis::Facts& all, const Diagnosis::Facts& further) {
     addNewAnswers(all.search->answers, further.search->answers);
     all.search->failure = further.search->failure;
     all.search->cut = further.search->cut;
+    all.search->lines = further.search->lines;
     all.search->networks = further.search->networks;
     all.adapters = further.adapters;
     all.adaptersKnown = further.adaptersKnown;

@@ -1,10 +1,10 @@
 #include "SearchProgress.h"
 
-#include "Platform/Winsock.h"
+#include "Diagnosis/RulesOfSearch.h"
 
 #include <algorithm>
-#include <charconv>
 #include <functional>
+#include <iterator>
 #include <optional>
 #include <utility>
 
@@ -22,27 +22,6 @@ std::optional<std::string_view> behind(std::string_view start, std::string_view 
     if (!text.starts_with(start))
         return std::nullopt;
     return text.substr(start.size());
-}
-
-/// In the words of whoever looks after the computer. `code` is a sockets library's.
-std::string refusalText(std::string_view code) {
-    int number = 0;
-    std::from_chars(code.data(), code.data() + code.size(), number);
-    switch (number) {
-    case WSAEACCES:
-        return "not permitted, by a firewall of this computer or for want of rights";
-    case WSAENETDOWN:
-        return "the network is down";
-    case WSAENETUNREACH:
-    case WSAEHOSTUNREACH:
-        return "there is no route to it";
-    case WSAEADDRNOTAVAIL:
-        return "the adapter's address is not usable";
-    case WSAENOBUFS:
-        return "the system has no memory for it";
-    default:
-        return "the system does not send there";
-    }
 }
 
 } // namespace
@@ -69,6 +48,8 @@ void SearchProgress::take(std::string_view message, Diagnosis::Milliseconds at) 
             takeTurn("");
         takeComplaint(Level::warn, message);
     } else {
+        if (Diagnosis::isOfInterest(std::string(message)) && search_.lines.size() < mostOfAKind)
+            search_.lines.push_back({Level::error, loggerName, std::string(message)});
         takeNetwork(message);
         takeFailure(message);
     }
@@ -143,20 +124,14 @@ void SearchProgress::takeAll(const std::vector<Diagnosis::LogLine>& lines) {
             turns_[i].complaints = std::move(ofTurns[i]);
 }
 
-/// Error 232, no adapter with an address, is an empty network rather than a failure.
 void SearchProgress::takeFailure(std::string_view message) {
-    const auto refused = behind("Korva Query - sendto call failed: ", message);
-    if (refused && !search_.networks.empty()) {
+    const std::string line(message);
+    if (message.starts_with("Korva Query - sendto call failed: ") && !search_.networks.empty()) {
         search_.networks.back().outcome = Diagnosis::SearchedNetwork::Outcome::refused;
-        search_.networks.back().reason = refusalText(message.substr(message.rfind(' ') + 1));
-        search_.failure = "the system refused to send the query to " + search_.networks.back().broadcast;
-    } else if (message.starts_with("setsockopt failed")) {
-        search_.failure = "the system does not let this program broadcast";
-    } else if (message.find("call to GetAdaptersInfo ") != std::string_view::npos &&
-               !message.ends_with(" 232")) {
-        search_.failure = "the system does not tell its network adapters";
-    } else if (message.starts_with("Unknown exception when trying to discover Korva devices.")) {
-        search_.failure = "the plug-in could not search";
+        search_.networks.back().reason = Diagnosis::refusalIn(line);
+        search_.failure = Diagnosis::searchRefused(search_.networks.back().broadcast);
+    } else if (const std::string failure = Diagnosis::searchFailureIn(line); !failure.empty()) {
+        search_.failure = failure;
     }
     if (!search_.failure.empty())
         isListening_ = false;

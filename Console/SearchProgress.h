@@ -45,7 +45,8 @@ public:
     /// The addresses in the answers, each once, in the order they came; any text.
     const std::vector<std::string>& addresses() const { return addresses_; }
 
-    /// Networks, answers, strange answers, and why there was no search. The networks' adapters have no names.
+    /// Networks, answers, strange answers, why there was no search, and the lines that tell of the search as
+    /// a whole. The networks' adapters have no names.
     const Diagnosis::Search& search() const { return search_; }
 
     /// For each of search().answers.

@@ -179,11 +179,11 @@ ExitStatus runSimulate(const SimulateOptions& options, const CommonOptions& comm
             serve(options);
             return ExitStatus::done;
         } catch (const Simulator::CameraSetError& error) {
-            throw fileFailure(printable(error.what()), "what korva simulate --help says of --config");
+            throw CommandFailure(
+                Diagnosis::Trouble{.what = Diagnosis::Obstacle::simulatedSet, .reason = error.what()});
         } catch (const Simulator::ServerError& error) {
             throw CommandFailure(
-                printable(error.what()) +
-                "; try: another --address, --port or --text-port, or end the program that has the port");
+                Diagnosis::Trouble{.what = Diagnosis::Obstacle::simulator, .reason = error.what()});
         }
     });
 }

@@ -40,21 +40,22 @@ constexpr auto dumpingLogger = "Plenar.KorvaCamera.KorvaCapture";
 constexpr auto loggerOfPictures = "Plenar.KorvaCamera.KorvaInternals";
 
 Diagnosis::LogLine::Level levelOf(const log4cxx::LevelPtr& level) {
-    using Level = Diagnosis::LogLine::Level;
+    using Diagnosis::LogLine;
     if (level->isGreaterOrEqual(log4cxx::Level::getError()))
-        return Level::error;
-    return level->isGreaterOrEqual(log4cxx::Level::getWarn()) ? Level::warn : Level::info;
+        return LogLine::Level::error;
+    return level->isGreaterOrEqual(log4cxx::Level::getWarn()) ? LogLine::Level::warn : LogLine::Level::info;
 }
 
-/// Keeps lines of one logger from an appender that would not have them but for the tool.
+/// Keeps lines of one logger, or of all where it has no name, from an appender that would not have them but
+/// for the tool.
 class BelowFilter : public log4cxx::spi::Filter {
 public:
     BelowFilter(log4cxx::LevelPtr least, std::string logger)
         : least_(std::move(least)), logger_(std::move(logger)) {}
 
     FilterDecision decide(const log4cxx::spi::LoggingEventPtr& event) const override {
-        const bool isHidden =
-            event->getLoggerName() == logger_ && !event->getLevel()->isGreaterOrEqual(least_);
+        const bool isHidden = (logger_.empty() || event->getLoggerName() == logger_) &&
+                              !event->getLevel()->isGreaterOrEqual(least_);
         return isHidden ? DENY : NEUTRAL;
     }
 
@@ -71,6 +72,16 @@ void hideBelow(const log4cxx::LevelPtr& least, const std::string& name, const lo
         for (const log4cxx::AppenderPtr& appender : logger->getAllAppenders())
             if (appender != butFrom && appenders.insert(appender).second)
                 appender->addFilter(std::make_shared<BelowFilter>(least, name));
+}
+
+/// The threshold of all loggers hides a line of that level from nobody who listens, and yet from the others.
+void lowerThreshold(const log4cxx::LevelPtr& level, const log4cxx::AppenderPtr& butFrom) {
+    const auto repository = log4cxx::LogManager::getLoggerRepository();
+    const log4cxx::LevelPtr threshold = repository->getThreshold();
+    if (level->isGreaterOrEqual(threshold))
+        return;
+    hideBelow(threshold, "", butFrom);
+    repository->setThreshold(level);
 }
 
 } // namespace
@@ -193,13 +204,11 @@ ToolLog::ToolLog(const LogOptions& options, ProgressBar* bar)
 void ToolLog::hearOfPictures() {
     using log4cxx::Level;
     const log4cxx::LoggerPtr logger = log4cxx::Logger::getLogger(loggerOfPictures);
+    lowerThreshold(Level::getWarn(), appender_);
     if (!logger->isWarnEnabled()) {
+        hideBelow(logger->getEffectiveLevel(), loggerOfPictures, appender_);
         logger->setLevel(Level::getWarn());
-        logger->setAdditivity(false);
-        logger->addAppender(appender_);
     }
-    if (!logger->isWarnEnabled()) // the threshold of all loggers
-        log4cxx::LogManager::getLoggerRepository()->setThreshold(Level::getWarn());
     for (log4cxx::LoggerPtr each = logger; each != nullptr; each = each->getParent())
         if (!each->getAdditivity()) // else it comes by the root
             return logger->addAppender(appender_);
@@ -262,6 +271,7 @@ void ToolLog::listenTo(const std::string& name, Listener listener) {
     if (logger == nullptr)
         return;
     logger->setLevel(ownLevelOf(logger));
+    lowerThreshold(log4cxx::Level::getInfo(), appender_);
     if (!logger->isInfoEnabled())
         logger->setLevel(log4cxx::Level::getInfo());
 }

@@ -16,7 +16,7 @@ Twins twinsIn(const Diagnosis::Facts& facts) {
     Twins twins;
     const auto verdicts = Diagnosis::verdictsOn(facts);
     for (std::size_t i = 0; i < verdicts.size(); ++i)
-        if (verdicts[i] && verdicts[i]->code == "duplicate-address")
+        if (verdicts[i] && (verdicts[i]->code == "duplicate-address" || verdicts[i]->code == "duplicate-mac"))
             twins.emplace(facts.cameras[i].address, *verdicts[i]);
     for (auto& [address, verdict] : twins)
         verdict.room.clear(); // of which of them it is, is not known

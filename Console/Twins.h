@@ -1,5 +1,5 @@
 #pragma once
-// Several cameras with one address.
+// Several cameras with one address, of the network or of the hardware.
 
 #include "Diagnosis/Facts.h"
 #include "Diagnosis/Verdict.h"
@@ -10,7 +10,7 @@
 
 namespace Console {
 
-/// By address, that several cameras have it.
+/// By address, that several cameras have it, or its MAC address.
 using Twins = std::map<std::string, Diagnosis::Verdict>;
 
 /// Of what a search has told.

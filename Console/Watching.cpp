@@ -142,11 +142,11 @@ void tellNews(bool json, const std::string& words, const nlohmann::ordered_json&
     const std::lock_guard lock(mutex);
     const auto now = std::chrono::system_clock::now();
     if (!json)
-        return say(localTimeText(now) + "  " + printable(words));
+        return sayOrEnd(localTimeText(now) + "  " + printable(words));
     nlohmann::ordered_json line;
     line["time"] = utcTimeText(now);
     line.update(object);
-    say(Diagnosis::dumped(line));
+    sayOrEnd(Diagnosis::dumped(line));
 }
 
 void lookAtEach(const Looking& looking) {

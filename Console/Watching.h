@@ -15,7 +15,7 @@ std::string localTimeText(std::chrono::system_clock::time_point time);
 std::string utcTimeText(std::chrono::system_clock::time_point time);
 
 /// Prints what is new at once: the words behind the local time, or the object with "time" in front. Any
-/// thread.
+/// thread. Throws CommandFailure where standard output takes no more.
 void tellNews(bool json, const std::string& words, const nlohmann::ordered_json& object);
 
 /// Looks at several things, none of which waits for another.

@@ -13,14 +13,13 @@
 #include "NearestName.h"
 #include "SimulateCommand.h"
 #include "SimulateOptions.h"
+#include "Utf8Locale.h"
 
 #include "Platform/Memory.h"
 #include "Platform/StandardStreams.h"
 #include "Platform/Terminal.h"
 
 #include <algorithm>
-#include <clocale>
-#include <cstdlib>
 #include <functional>
 #include <map>
 #include <string>
@@ -33,16 +32,15 @@ using Console::ExitStatus;
 Diagnosis::Verdict complaintOf(const CommandLine::CommandLine& line,
                                const CommandLine::CommandLine::Reply& reply) {
     const std::string help = "korva " + (reply.command.empty() ? "" : reply.command + " ") + "--help";
-    Diagnosis::Verdict verdict = Console::CommandFailure(reply.complaint).verdict();
-    verdict.code = "wrong-usage";
-    if (reply.complaint.find("; try: ") == std::string::npos)
-        verdict.remedy = help;
+    constexpr std::string_view sign = "; try: ";
+    const std::size_t at = reply.complaint.rfind(sign);
+    std::string remedy = at == std::string::npos ? help : reply.complaint.substr(at + sign.size());
     if (!reply.unknown.empty()) {
         const std::string nearest =
             Console::nearestName(reply.unknown.substr(0, reply.unknown.find('=')), line.names());
-        verdict.remedy = nearest.empty() ? help : nearest + ", or " + help;
+        remedy = nearest.empty() ? help : nearest + ", or " + help;
     }
-    return verdict;
+    return Diagnosis::wrongUsage(reply.complaint.substr(0, at), remedy);
 }
 
 /// Says what is wrong with the command line, also to programs, or gives the help that was asked for.
@@ -51,16 +49,6 @@ ExitStatus answerWith(const CommandLine::CommandLine& line, const CommandLine::C
     if (reply.complaint.empty())
         return Console::print(reply.help);
     return Console::fail(complaintOf(line, reply), ExitStatus::wrongUsage, json);
-}
-
-/// Under a locale without UTF-8 the logging library turns every byte above 127 into a question mark.
-void useUtf8Locale() {
-    std::setlocale(LC_ALL, "");
-    wchar_t wide = 0;
-    const bool utf8 = std::mbtowc(&wide, "\xC3\xA9", 2) == 2 && wide == L'\u00E9';
-    if (!utf8)
-        std::setlocale(LC_ALL, "C.UTF-8");
-    std::setlocale(LC_NUMERIC, "C");
 }
 
 /// A picture passes through some 80 MB of buffers; the next one uses the same pages.
@@ -108,8 +96,9 @@ ExitStatus run(int argc, char** argv) {
 int main(int argc, char** argv) {
     Platform::openClosedStandardStreams();
     // Until a command has something to bring to an end.
-    Platform::endAtInterrupts("korva: interrupted\n", static_cast<int>(ExitStatus::interrupted));
-    useUtf8Locale();
+    Platform::endAtInterrupts(Diagnosis::lastWordsOfTheInterrupted,
+                              static_cast<int>(ExitStatus::interrupted));
+    Console::useUtf8Locale();
     Platform::keepFreedMemory(keptBytes);
     return static_cast<int>(Console::guarded([&] { return run(argc, argv); }));
 }

@@ -68,13 +68,18 @@ void AdapterChanges::learn(const Adapter& adapter) {
 const Verdict* AdapterChanges::whyOutOfReach(const std::string& address) const {
     constexpr std::uint32_t loopback = 127;
     const std::uint32_t number = ipv4Number(address).value_or(0);
-    if (number == 0 || number >> 24 == loopback || isInOneOf(present_, address))
+    if (number == 0 || number >> 24 == loopback)
+        return nullptr;
+    std::vector<OwnAddress> networks = present_;
+    for (const auto& [name, known] : known_)
+        networks.insert(networks.end(), known.addresses.begin(), known.addresses.end());
+    const std::string& stop = firstStopTo(address, networks, gateway_);
+    if (isInOneOf(present_, stop))
         return nullptr;
     for (const auto& [name, known] : known_)
-        if (known.verdict && isInOneOf(known.addresses, address))
+        if (known.verdict && isInOneOf(known.addresses, stop))
             return &*known.verdict;
-    const bool isBehindRouter = address != gateway_ && !gateway_.empty();
-    return isBehindRouter ? whyOutOfReach(gateway_) : nullptr;
+    return nullptr;
 }
 
 } // namespace Diagnosis

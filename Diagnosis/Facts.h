@@ -13,6 +13,10 @@ namespace Diagnosis {
 
 using Milliseconds = std::chrono::milliseconds;
 
+// A camera's TCP ports; discovery's, which is UDP, is the first too.
+inline constexpr std::uint16_t textPort = 32768;
+inline constexpr std::uint16_t picturePort = 32769;
+
 /// An IPv4 address of this computer with its mask, both in dotted decimal.
 struct OwnAddress {
     std::string address;
@@ -29,6 +33,7 @@ struct Adapter {
     bool isLoopback = false;
     std::string macAddress;            ///< "02-4b-00-01-00-0b"; empty if it has none
     std::vector<OwnAddress> addresses; ///< the main one first
+    bool isPart = false; ///< of another adapter, which has the addresses: a bridge's port, for example
 
     bool operator==(const Adapter&) const = default;
 };
@@ -156,6 +161,7 @@ struct Camera {
     bool answeredSearch = false;
     std::optional<bool> answersQuery;      ///< a query sent to it alone; unset: not looked
     std::string namedFrom = {};            ///< another address, whose answer names this one; empty: none does
+    std::string announces = {};            ///< another address, which its answer to a query says is its own
     std::string unknownName = {};          ///< why the name stands for no address; empty: it does, or is one
     std::string ipv4 = {};                 ///< the address, or the one behind the name; empty: not looked
     bool isOwnAddress = false;             ///< it is this computer's own, and not its loopback's
@@ -173,7 +179,6 @@ struct Camera {
     std::optional<Identity> identity;
     std::vector<Attempt> attempts; ///< in the order they were made
     std::optional<PictureFacts> photo;
-    std::string expectedSerialNumber; ///< of its stored description; empty: there is none
 
     bool operator==(const Camera&) const = default;
 };

@@ -13,14 +13,25 @@ FactsIndex::FactsIndex(const Facts& all) : facts(all), adapters(adaptersIn(all))
     takeAddresses();
     for (const Adapter& adapter : facts.adapters)
         ownMacs_.insert(adapter.macAddress);
-    if (!facts.search)
-        return;
-    for (const Answer& answer : facts.search->answers) {
-        byAddress_[answer.address].push_back(&answer);
-        byMac_.emplace(answer.macAddress, &answer);
-        if (!answer.source.empty() && answer.source != answer.address)
-            misnamed_.emplace(answer.source, &answer);
-    }
+    if (facts.search)
+        for (const Answer& answer : facts.search->answers) {
+            byAddress_[answer.address].push_back(&answer);
+            byMac_.emplace(answer.macAddress, &answer);
+            addHolder(answer.macAddress, {answer.address, answer.room});
+            if (!answer.source.empty() && answer.source != answer.address)
+                misnamed_.emplace(answer.source, &answer);
+        }
+    for (const Camera& camera : facts.cameras)
+        if (camera.macAddresses.size() == 1 && camera.answersQuery == true)
+            addHolder(camera.macAddresses.front(), {placeOf(camera), camera.room});
+}
+
+void FactsIndex::addHolder(std::string_view mac, const Holder& holder) {
+    std::vector<Holder>& all = holders_[mac];
+    const bool isNews = all.empty() || (all.size() == 1 && all.front().room != holder.room &&
+                                        all.front().address != holder.address);
+    if (isNews)
+        all.push_back(holder);
 }
 
 void FactsIndex::takeAddresses() {
@@ -50,6 +61,15 @@ const Answer* FactsIndex::misnamedAnswerFrom(const std::string& address) const {
 const Answer* FactsIndex::firstAnswerOf(const std::string& mac) const {
     const auto at = byMac_.find(mac);
     return at == byMac_.end() ? nullptr : at->second;
+}
+
+std::optional<FactsIndex::Holder> FactsIndex::otherHolderOf(const std::string& mac,
+                                                            const Holder& holder) const {
+    if (const auto at = holders_.find(mac); at != holders_.end())
+        for (const Holder& other : at->second)
+            if (other.room != holder.room && other.address != holder.address)
+                return other;
+    return std::nullopt;
 }
 
 std::vector<const Camera*> sortedByAddress(const std::vector<Camera>& cameras) {

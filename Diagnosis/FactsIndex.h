@@ -4,6 +4,7 @@
 #include "Facts.h"
 
 #include <map>
+#include <optional>
 #include <set>
 #include <string>
 #include <string_view>
@@ -28,6 +29,14 @@ public:
     /// The first answer to the search of who has this MAC address; null if there is none.
     const Answer* firstAnswerOf(const std::string& mac) const;
 
+    /// Of who has this MAC address as well, with another address and in another room; nothing if there is
+    /// none.
+    struct Holder {
+        std::string_view address;
+        std::string_view room;
+    };
+    std::optional<Holder> otherHolderOf(const std::string& mac, const Holder& holder) const;
+
     /// Whether anybody is known to have the address.
     bool isTaken(const std::string& address) const { return taken_.contains(address); }
 
@@ -36,10 +45,13 @@ public:
 
 private:
     void takeAddresses();
+    void addHolder(std::string_view mac, const Holder& holder);
 
     std::map<std::string_view, std::vector<const Answer*>> byAddress_;
     std::map<std::string_view, const Answer*> misnamed_; ///< by their source
     std::map<std::string_view, const Answer*> byMac_;
+    /// The first one, and the first one in another room with another address: enough to tell of each.
+    std::map<std::string_view, std::vector<Holder>> holders_;
     std::set<std::string_view> taken_; ///< addresses
     std::set<std::string_view> ownMacs_;
 };

@@ -2,7 +2,9 @@
 
 #include "Beginning.h"
 #include "FactsIndex.h"
+#include "Printable.h"
 #include "Rules.h"
+#include "RulesOfSearch.h"
 
 #include <algorithm>
 #include <array>
@@ -117,7 +119,7 @@ void addAdapter(Lines& lines, const Adapter& adapter) {
         return lines.add("adapter", Status::note, adapter.name + " has nothing at the other end of its cable",
                          "", {"no-link"}, adapter.name);
     lines.add("adapter", Status::ok, adapter.name + " is on, and connected", "", {});
-    if (adapter.addresses.empty())
+    if (adapter.addresses.empty() && !adapter.isPart)
         lines.add("own-address", Status::note, adapter.name + " has no address", "", {"no-address"},
                   adapter.name);
     for (const OwnAddress& own : adapter.addresses)
@@ -145,25 +147,17 @@ void addComputer(Lines& lines, const Facts& facts) {
               "", {});
 }
 
-std::string outcomeText(const SearchedNetwork& network) {
-    using Outcome = SearchedNetwork::Outcome;
-    switch (network.outcome) {
-    case Outcome::refused:
-        return "the system did not send the query: " + network.reason;
-    case Outcome::down:
-        return "not searched: switched off";
-    case Outcome::noLink:
-        return "nothing at the other end of its cable";
-    case Outcome::noAddress:
-        return "not searched: no address";
-    default:
-        return "asked everybody at " + network.broadcast;
-    }
-}
-
 bool isSearched(const SearchedNetwork& network) {
     return network.outcome == SearchedNetwork::Outcome::searched ||
            network.outcome == SearchedNetwork::Outcome::linkLocal;
+}
+
+std::string outcomeText(const SearchedNetwork& network) {
+    using Outcome = SearchedNetwork::Outcome;
+    if (isSearched(network))
+        return "asked everybody at " + network.broadcast;
+    const bool wasTried = network.outcome == Outcome::refused || network.outcome == Outcome::noLink;
+    return (wasTried ? "" : "not searched: ") + whyNotSearched(network);
 }
 
 void addSearch(Lines& lines, const Search& search) {
@@ -181,7 +175,7 @@ void addSearch(Lines& lines, const Search& search) {
         lines.add("search", Status::note, search.cut, "", {"search-cut"});
     lines.add("search", search.answers.empty() ? Status::note : Status::ok,
               counted(search.answers.size(), "answer", "answers"), "",
-              {"no-camera", "discovery-blocked", "broadcast-lost"});
+              {"no-camera", "discovery-blocked", "broadcast-lost", "too-many-answers"});
     for (const StrangeAnswer& strange : search.strange)
         lines.add("search", Status::note, "sent what is no camera's answer", strange.source,
                   {"strange-answer"});
@@ -331,6 +325,12 @@ void addCamera(Lines& lines, const Camera& camera) {
 const char* nameOf(Finding::Status status) {
     static constexpr std::array names = {"ok", "note", "FAIL"};
     return names[static_cast<std::size_t>(status)];
+}
+
+std::string wordsOf(const Finding& finding) {
+    const std::string place = finding.address.empty() ? "" : finding.address + ": ";
+    const std::string remedy = finding.remedy.empty() ? "" : "; try: " + finding.remedy;
+    return printable(place + finding.seen + remedy);
 }
 
 std::vector<Finding> findingsOf(const Facts& facts, const std::vector<Verdict>& causes) {

@@ -25,6 +25,9 @@ struct Finding {
 /// "ok", "note" or "FAIL".
 const char* nameOf(Finding::Status status);
 
+/// What was seen, with the remedy if there is one, behind the address; printable.
+std::string wordsOf(const Finding& finding);
+
 /// A line for each look that `facts` tell of, in the order in which one would look: the computer, its
 /// networks, then each camera. Each of the causes, which are those of the same facts, shows in one line at
 /// least.

@@ -179,6 +179,11 @@ Verdict anotherCamera(const std::string& address, const std::string& describedSe
     return verdict;
 }
 
+Verdict atExposure(Verdict verdict, int exposureUnits) {
+    verdict.text += ", exposure " + secondsText(exposureUnits) + " s";
+    return verdict;
+}
+
 std::string secondsText(int exposureUnits) {
     const int tenths = exposureUnits % 10;
     return std::to_string(exposureUnits / 10) + (tenths == 0 ? "" : "." + std::to_string(tenths));

@@ -48,6 +48,9 @@ std::optional<Verdict> verdictOnTime(int exposureUnits, std::chrono::millisecond
 Verdict anotherCamera(const std::string& address, const std::string& describedSerialNumber,
                       const std::string& foundSerialNumber);
 
+/// A verdict on one picture of several, with the exposure that tells which (units of 100 ms).
+Verdict atExposure(Verdict verdict, int exposureUnits);
+
 /// An exposure in seconds, as the command line takes it: "0.6", "12".
 std::string secondsText(int exposureUnits);
 

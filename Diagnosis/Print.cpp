@@ -22,15 +22,16 @@ std::string placeOf(const Verdict& verdict) {
 } // namespace
 
 std::string lineOf(const Verdict& verdict) {
-    return placeOf(verdict) + printable(verdict.text) + "; try: " + printable(verdict.remedy);
+    return placeOf(verdict) + wordsOf(verdict);
 }
 
-std::string errorJson(const Verdict& verdict) {
-    return dumped(errorOf(verdict));
+std::string wordsOf(const Verdict& verdict) {
+    return printable(verdict.text) + "; try: " + printable(verdict.remedy);
 }
 
-std::string problemsJson(const std::vector<Verdict>& verdicts) {
-    return dumped(listOf(verdicts, problemOf));
+std::string remarkOf(const Verdict& verdict) {
+    const char* const joint = verdict.remedy.starts_with("--") ? "; try " : "; try: ";
+    return verdict.text + joint + verdict.remedy;
 }
 
 Json errorOf(const Verdict& verdict) {

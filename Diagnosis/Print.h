@@ -1,10 +1,9 @@
 #pragma once
-// Verdicts in the forms that the tool prints, for people and as JSON.
+// Verdicts as the tool prints them for people.
 
 #include "Verdict.h"
 
 #include <string>
-#include <vector>
 
 namespace Diagnosis {
 
@@ -12,10 +11,10 @@ namespace Diagnosis {
 /// address where there is none.
 std::string lineOf(const Verdict& verdict);
 
-/// {"code": ..., "text": ..., "try": ...} as JSON text of ASCII alone.
-std::string errorJson(const Verdict& verdict);
+/// The same without the address.
+std::string wordsOf(const Verdict& verdict);
 
-/// [{"address", "room", "code", "text", "try"}...], the shape of `problems`.
-std::string problemsJson(const std::vector<Verdict>& verdicts);
+/// What is said of a picture behind its numbers: "31 % overexposed; try --exposure 0.6".
+std::string remarkOf(const Verdict& verdict);
 
 } // namespace Diagnosis

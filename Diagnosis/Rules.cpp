@@ -73,7 +73,8 @@ public:
 
     bool holds(const NetworkCause& cause) const {
         return asked_.empty() || std::any_of(asked_.begin(), asked_.end(), [&](const Camera* camera) {
-                   return explains(cause, *camera, index_) || isAbout(cause, *camera);
+                   return explains(cause, *camera, index_) || mayExplain(cause, *camera, index_) ||
+                          isAbout(cause, *camera);
                });
     }
 

@@ -12,7 +12,7 @@ namespace Diagnosis {
 namespace {
 
 bool works(const Adapter& adapter) {
-    return adapter.isUp && adapter.hasLink && isConfigured(adapter);
+    return mayLeadToCameras(adapter) && adapter.isUp && adapter.hasLink && isConfigured(adapter);
 }
 
 /// Cameras may give themselves addresses too.
@@ -91,26 +91,28 @@ const AdapterRule* ruleFor(const Adapter& adapter) {
 
 enum class Weight { none, note, failure };
 
-/// What an adapter lacks is of no interest where the cameras are behind another one, unless somebody took
-/// the trouble to give it an address.
-Weight weightOf(const AdapterRule& rule, const Adapter& adapter, const Facts& facts,
-                const std::vector<Adapter>& adapters) {
-    if (belongsToOthers(adapter) || (!rule.stopsAdapter && isFoundUnder(facts, adapter)))
-        return Weight::none;
-    const bool missed = isMissed(facts, adapters, adapter);
-    if (!rule.stopsAdapter)
-        return missed ? Weight::failure : facts.search ? Weight::note : Weight::none;
-    if (isConfigured(adapter))
-        return missed || facts.search ? Weight::failure : Weight::none;
-    // Such as a radio that nobody uses.
-    const bool isUsual = !adapter.isUp && std::any_of(adapters.begin(), adapters.end(), works);
-    return missed && !isUsual ? Weight::failure : Weight::none;
-}
-
 const Answer* foreignBehind(const Facts& facts, const Adapter& adapter) {
     const auto at = std::find_if(facts.foreign.begin(), facts.foreign.end(),
                                  [&adapter](const Answer& answer) { return answer.adapter == adapter.name; });
     return at == facts.foreign.end() ? nullptr : &*at;
+}
+
+/// What an adapter lacks is of no interest where the cameras are behind another one, unless somebody took
+/// the trouble to give it an address. It explains nothing where another one works: computers have adapters
+/// that nobody uses.
+Weight weightOf(const AdapterRule& rule, const Adapter& adapter, const Facts& facts,
+                const std::vector<Adapter>& adapters) {
+    if (!mayLeadToCameras(adapter) || (!rule.stopsAdapter && isFoundUnder(facts, adapter)))
+        return Weight::none;
+    const bool missed = isMissed(facts, adapters, adapter);
+    if (isConfigured(adapter))
+        return missed || facts.search ? Weight::failure : Weight::none;
+    if (!missed)
+        return facts.search && !rule.stopsAdapter ? Weight::note : Weight::none;
+    const bool isSpare =
+        foreignBehind(facts, adapter) == nullptr && std::any_of(adapters.begin(), adapters.end(), works);
+    const bool isUsual = isSpare && !adapter.isUp; // such as a radio
+    return isUsual ? Weight::none : isSpare ? Weight::note : Weight::failure;
 }
 
 NetworkCause causeBy(const AdapterRule& rule, const Adapter& adapter, const FactsIndex& index,
@@ -132,7 +134,16 @@ NetworkCause causeBy(const AdapterRule& rule, const Adapter& adapter, const Fact
     return cause;
 }
 
-/// Whether all that was asked for is on this computer itself, which takes no adapter.
+} // namespace
+
+/// Containers and virtual machines have such ones, with nothing at the other end or without an address.
+bool belongsToOthers(const Adapter& adapter) {
+    constexpr const char* beginnings[] = {"docker", "br-",  "virbr", "lxcbr", "lxdbr",
+                                          "podman", "cni-", "veth",  "vnet",  "tap"};
+    return std::any_of(std::begin(beginnings), std::end(beginnings),
+                       [&adapter](const char* beginning) { return adapter.name.starts_with(beginning); });
+}
+
 bool isAboutItself(const Facts& facts) {
     const auto isElsewhere = [&facts](const Camera& camera) {
         return camera.wasAskedFor && !isOfThisComputer(placeOf(camera), facts);
@@ -142,14 +153,8 @@ bool isAboutItself(const Facts& facts) {
            std::none_of(facts.cameras.begin(), facts.cameras.end(), isElsewhere);
 }
 
-} // namespace
-
-/// Containers and virtual machines have such ones, with nothing at the other end or without an address.
-bool belongsToOthers(const Adapter& adapter) {
-    constexpr const char* beginnings[] = {"docker", "br-",  "virbr", "lxcbr", "lxdbr",
-                                          "podman", "cni-", "veth",  "vnet",  "tap"};
-    return std::any_of(std::begin(beginnings), std::end(beginnings),
-                       [&adapter](const char* beginning) { return adapter.name.starts_with(beginning); });
+bool mayLeadToCameras(const Adapter& adapter) {
+    return !belongsToOthers(adapter) && (!adapter.isPart || isConfigured(adapter));
 }
 
 Verdict verdictOnLoss(const std::string& adapter, const Adapter* now, const OwnAddress& lost) {
@@ -191,6 +196,9 @@ NetworkCauses causesInAdapters(const FactsIndex& index) {
         if (weight != Weight::none)
             causes.push_back(causeBy(*rule, adapter, index, weight));
     }
+    // What somebody has set up is meant to work.
+    std::stable_partition(causes.begin(), causes.end(),
+                          [](const NetworkCause& cause) { return !cause.isElsewhere; });
     return causes;
 }
 
@@ -205,11 +213,15 @@ std::string numberOf(const Camera& camera) {
     return "";
 }
 
-/// Where a packet to the place goes first; empty if it does not leave this computer, or that is not known.
-std::string firstStopTo(const std::string& place, const Facts& facts) {
+/// Towards the camera; empty if that is this computer itself, or not known.
+std::string firstStopTowards(const Camera& camera, const Facts& facts, const std::vector<Adapter>& adapters) {
+    const std::string place = numberOf(camera);
     if (place.empty() || isOfThisComputer(place, facts))
         return "";
-    return adapterFor(adaptersIn(facts), place) != nullptr ? place : facts.defaultGateway;
+    std::vector<OwnAddress> networks;
+    for (const Adapter& adapter : adapters)
+        networks.insert(networks.end(), adapter.addresses.begin(), adapter.addresses.end());
+    return firstStopTo(place, networks, facts.defaultGateway);
 }
 
 const OwnAddress* ownAddressTowards(const Adapter& adapter, const std::string& stop) {
@@ -239,8 +251,8 @@ Verdict verdictOnClosed(const Way& way, const Camera& camera) {
 } // namespace
 
 std::optional<Verdict> verdictOnWay(const Camera& camera, const Facts& before, const Facts& now) {
-    const std::string stop = firstStopTo(numberOf(camera), before);
     const std::vector<Adapter> adapters = adaptersIn(before);
+    const std::string stop = firstStopTowards(camera, before, adapters);
     const std::vector<Adapter> left = adaptersIn(now);
     std::vector<Way> ways;
     for (const Adapter& adapter : adapters) {

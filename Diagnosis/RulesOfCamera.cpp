@@ -90,6 +90,18 @@ Verdict noteOnName(const SeenCamera& seen, const Answer& misnamed) {
         "correct the address in the camera's settings; until then give this one to the command");
 }
 
+/// The same of one that was asked by itself, which tells less.
+Verdict noteOnAnnounced(const SeenCamera& seen) {
+    Answer told;
+    told.address = seen.camera.announces;
+    told.source = placeOf(seen.camera);
+    Verdict verdict = noteOnName(seen, told);
+    if (verdict.code == "wrong-address")
+        verdict.remedy =
+            "if that is wrong, correct it in the camera's settings; give this one to the command";
+    return verdict;
+}
+
 void addSearchNotes(const SeenCamera& seen, std::vector<Verdict>& notes) {
     const Camera& camera = seen.camera;
     if (const auto text = secondAnswer(seen))
@@ -99,6 +111,8 @@ void addSearchNotes(const SeenCamera& seen, std::vector<Verdict>& notes) {
         return;
     if (const Answer* const misnamed = seen.index.misnamedAnswerFrom(placeOf(camera)))
         return notes.push_back(noteOnName(seen, *misnamed));
+    if (!camera.announces.empty())
+        return notes.push_back(noteOnAnnounced(seen));
     if (!seen.isBesideUs())
         notes.push_back(verdictWith(camera, "behind-router", Severity::note,
                                     "is behind a router, which a search does not cross",
@@ -186,7 +200,7 @@ std::vector<Verdict> notesOn(const Camera& camera, const FactsIndex& index) {
     if (!camera.lookFailure.empty())
         notes.push_back(verdictWith(camera, "look-failed", Severity::note,
                                     "could not be looked at: " + printable(camera.lookFailure),
-                                    "try again; as administrator, if it is not permitted"));
+                                    "again; as administrator, if it is not permitted"));
     return notes;
 }
 

@@ -33,7 +33,7 @@ std::string guessedSize(const std::string& model);
 std::string modelIn(const std::string& text);
 
 inline constexpr auto nameServiceSilent = "the name service does not answer, so this name has no address";
-inline constexpr auto tryNameAgain = "try again, or give the camera's IPv4 address";
+inline constexpr auto tryNameAgain = "again, or give the camera's IPv4 address";
 
 /// Whether the reason of a look-up that failed leaves open if there is such a name.
 bool isNameServiceSilent(const std::string& reason);

@@ -113,7 +113,7 @@ bool isNewEnough(const std::string& model, const std::string& firmware) {
 std::string remedyByJoining(const SeenCamera& seen) {
     const std::vector<Adapter>& adapters = seen.index.adapters;
     const auto joinable = std::find_if(adapters.begin(), adapters.end(), [](const Adapter& adapter) {
-        return adapter.isUp && adapter.hasLink;
+        return adapter.isUp && adapter.hasLink && mayLeadToCameras(adapter);
     });
     if (joinable == adapters.end())
         return "check the address, and this computer's network adapters";
@@ -148,9 +148,10 @@ const std::vector<CameraRule>& networkRules() {
          "give one of the cameras another address: unplug all but one of them to reach it"},
         {"duplicate-mac", [](const SeenCamera& seen) { return seen.sharesItsMac(); },
          [](const SeenCamera& seen) {
-             const Answer& other = *seen.firstWithItsMac();
-             return "same MAC address " + printable(other.macAddress) +
-                    " as another camera: " + printable(other.address) + " (" + printable(other.room) + ")";
+             const FactsIndex::Holder other = *seen.otherWithItsMac();
+             return "same MAC address " + printable(seen.oneMac()) +
+                    " as another camera: " + printable(std::string(other.address)) + " (" +
+                    printable(std::string(other.room)) + ")";
          },
          "use one of the two at a time, or each in a network of its own; ask for another MAC address"},
         {"wrong-address",
@@ -316,24 +317,6 @@ const std::vector<CameraRule>& picturePortRules() {
     return rules;
 }
 
-const std::vector<CameraRule>& identityRules() {
-    static const std::vector<CameraRule> rules = {
-        {"another-camera",
-         [](const SeenCamera& seen) {
-             const Camera& camera = seen.camera;
-             return camera.identity && !camera.expectedSerialNumber.empty() &&
-                    camera.identity->serialNumber != camera.expectedSerialNumber;
-         },
-         [](const SeenCamera& seen) {
-             return "another camera is at this address: serial number " +
-                    printable(seen.camera.identity->serialNumber) + " instead of " +
-                    printable(seen.camera.expectedSerialNumber);
-         },
-         "describe it anew (korva describe ADDRESS), or allow it with --any-camera"},
-    };
-    return rules;
-}
-
 std::optional<Verdict> firstOf(const std::vector<CameraRule>& rules, const SeenCamera& seen) {
     for (const CameraRule& rule : rules)
         if (rule.holds(seen))
@@ -355,8 +338,8 @@ std::optional<Verdict> verdictOnConnection(const Camera& camera, int port) {
 }
 
 std::optional<Verdict> verdictOnLook(const SeenCamera& seen) {
-    for (const auto* const rules : {&networkRules(), &presenceRules(), &textPortRules(), &answerRules(),
-                                    &picturePortRules(), &identityRules()})
+    for (const auto* const rules :
+         {&networkRules(), &presenceRules(), &textPortRules(), &answerRules(), &picturePortRules()})
         if (std::optional<Verdict> verdict = firstOf(*rules, seen))
             return verdict;
     return std::nullopt;

@@ -51,6 +51,14 @@ const Adapter* adapterFor(const std::vector<Adapter>& adapters, const std::strin
     return at == adapters.end() ? nullptr : &*at;
 }
 
+const std::string& firstStopTo(const std::string& address, const std::vector<OwnAddress>& networks,
+                               const std::string& router) {
+    const bool isBeside = std::any_of(networks.begin(), networks.end(), [&address](const OwnAddress& own) {
+        return isInNetworkOf(own, address);
+    });
+    return isBeside ? address : router;
+}
+
 bool isOfThisComputer(const std::string& place, const Facts& facts) {
     for (const Adapter& adapter : facts.adapters)
         for (const OwnAddress& own : adapter.addresses)
@@ -108,7 +116,11 @@ const std::string& placeOf(const Camera& camera) {
 bool explains(const NetworkCause& cause, const Camera& camera, const FactsIndex& index) {
     if (cause.verdict.code == "own-address-taken")
         return placeOf(camera) == cause.camera; // this computer itself answers there
-    if (isThere(camera) || cause.verdict.severity != Severity::failure)
+    return cause.verdict.severity == Severity::failure && mayExplain(cause, camera, index);
+}
+
+bool mayExplain(const NetworkCause& cause, const Camera& camera, const FactsIndex& index) {
+    if (isThere(camera))
         return false;
     const Adapter* const own = adapterFor(index.adapters, placeOf(camera));
     if (own != nullptr)
@@ -124,9 +136,9 @@ namespace {
 bool follows(const NetworkCause& cause, const NetworkCauses& causes) {
     return std::any_of(causes.begin(), causes.end(), [&cause](const NetworkCause& before) {
         const bool isSame = !cause.adapter.empty() && before.adapter == cause.adapter;
-        const bool isSameOrAny = isSame || cause.verdict.code == "no-adapter";
-        return isSameOrAny && (before.stopsAdapter || before.isElsewhere) &&
-               before.verdict.code != cause.verdict.code;
+        const bool isOfAll = cause.verdict.code == "no-adapter";
+        return (isSame || isOfAll) && (before.stopsAdapter || before.isElsewhere) &&
+               (isOfAll || before.verdict.code != cause.verdict.code);
     });
 }
 

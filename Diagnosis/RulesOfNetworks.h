@@ -35,6 +35,9 @@ NetworkCause nobodyAnswered(const FactsIndex& index);
 /// Whether a camera is out of reach because of the cause.
 bool explains(const NetworkCause& cause, const Camera& camera, const FactsIndex& index);
 
+/// Whether it could be, were the cause more than a note.
+bool mayExplain(const NetworkCause& cause, const Camera& camera, const FactsIndex& index);
+
 /// Those of the record with what a search says of them, and those that only the search knows; without the
 /// loopback.
 std::vector<Adapter> adaptersIn(const Facts& facts);
@@ -42,8 +45,15 @@ std::vector<Adapter> adaptersIn(const Facts& facts);
 /// The one whose network holds an address, whether it works or not; null if none does.
 const Adapter* adapterFor(const std::vector<Adapter>& adapters, const std::string& address);
 
+/// Where a packet goes first: to the address itself if one of these networks holds it, else to the router.
+const std::string& firstStopTo(const std::string& address, const std::vector<OwnAddress>& networks,
+                               const std::string& router);
+
 /// Whether a packet to the place does not leave this computer.
 bool isOfThisComputer(const std::string& place, const Facts& facts);
+
+/// Whether all that was asked for is on this computer itself, which takes no adapter.
+bool isAboutItself(const Facts& facts);
 
 /// What has become of an adapter that has lost an own address, or all that goes by it; `now` is null if it is
 /// gone.
@@ -51,6 +61,10 @@ Verdict verdictOnLoss(const std::string& adapter, const Adapter* now, const OwnA
 
 /// Whether it is, by its name, of containers or virtual machines.
 bool belongsToOthers(const Adapter& adapter);
+
+/// Whether cameras may be behind it: it is not of others, and no part of another adapter without an address
+/// of its own.
+bool mayLeadToCameras(const Adapter& adapter);
 
 /// Whether one of its addresses was given to it, rather than made up by itself.
 bool isConfigured(const Adapter& adapter);

@@ -1,9 +1,14 @@
+#include "RulesOfSearch.h"
+
 #include "Beginning.h"
 #include "Ipv4.h"
 #include "Printable.h"
 #include "RulesOfNetworks.h"
 
 #include <algorithm>
+#include <array>
+#include <cstdio>
+#include <iterator>
 #include <optional>
 #include <string_view>
 
@@ -13,13 +18,6 @@ namespace {
 
 using Outcome = SearchedNetwork::Outcome;
 
-/// What follows `beginning`; nothing if the line begins otherwise.
-std::optional<std::string> restOf(std::string_view beginning, const std::string& line) {
-    if (!line.starts_with(beginning))
-        return std::nullopt;
-    return line.substr(beginning.size());
-}
-
 NetworkCause causeWith(const char* code, Severity severity, std::string text, std::string remedy) {
     NetworkCause cause;
     cause.verdict.code = code;
@@ -27,44 +25,6 @@ NetworkCause causeWith(const char* code, Severity severity, std::string text, st
     cause.verdict.text = std::move(text);
     cause.verdict.remedy = std::move(remedy);
     return cause;
-}
-
-/// In words, of the code in the plug-in's line.
-std::string reasonIn(const std::string& line) {
-    if (line.ends_with(" 10013"))
-        return "not permitted, by a firewall of this computer or for want of rights";
-    if (line.ends_with(" 10050"))
-        return "the network is down";
-    if (line.ends_with(" 10051") || line.ends_with(" 10065"))
-        return "there is no route to it";
-    return "the system refuses it";
-}
-
-/// The networks that the system let no query into, by the search's record or else by the plug-in's lines.
-std::vector<SearchedNetwork> refusedNetworks(const Search& search, const std::vector<Adapter>& adapters) {
-    std::vector<SearchedNetwork> refused;
-    std::copy_if(search.networks.begin(), search.networks.end(), std::back_inserter(refused),
-                 [](const SearchedNetwork& network) { return network.outcome == Outcome::refused; });
-    if (!refused.empty())
-        return refused;
-    SearchedNetwork network;
-    for (const LogLine& line : search.lines) {
-        network.own.address = restOf("IP on network adapter: ", line.message).value_or(network.own.address);
-        network.own.mask = restOf("Mask on network adapter: ", line.message).value_or(network.own.mask);
-        network.broadcast =
-            restOf("UDP broadcasting Korva Discovery on: ", line.message).value_or(network.broadcast);
-        if (!line.message.starts_with("Korva Query - sendto call failed: "))
-            continue;
-        const auto hasIt = [&network](const Adapter& adapter) {
-            return std::any_of(adapter.addresses.begin(), adapter.addresses.end(),
-                               [&network](const auto& own) { return own.address == network.own.address; });
-        };
-        const auto at = std::find_if(adapters.begin(), adapters.end(), hasIt);
-        network.adapter = at == adapters.end() ? "" : at->name;
-        network.reason = reasonIn(line.message);
-        refused.push_back(network);
-    }
-    return refused;
 }
 
 NetworkCause refusedBy(const SearchedNetwork& network) {
@@ -109,30 +69,27 @@ constexpr SearchLineRule searchLineRules[] = {
      "find the sender with a packet recorder, or give the camera's address"},
 };
 
+const SearchLineRule* ruleOn(const std::string& line) {
+    const auto* const rule =
+        std::find_if(std::begin(searchLineRules), std::end(searchLineRules),
+                     [&line](const SearchLineRule& row) { return line.starts_with(row.sign); });
+    return rule == std::end(searchLineRules) ? nullptr : rule;
+}
+
 /// Each code once.
-void addLineCauses(const Search& search, NetworkCauses& causes) {
-    for (const LogLine& line : search.lines) {
-        const auto* const rule =
-            std::find_if(std::begin(searchLineRules), std::end(searchLineRules),
-                         [&line](const SearchLineRule& row) { return line.message.starts_with(row.sign); });
-        if (rule == std::end(searchLineRules))
+void addLineCauses(const Facts& facts, NetworkCauses& causes) {
+    for (const LogLine& line : facts.search->lines) {
+        const SearchLineRule* const rule = ruleOn(line.message);
+        if (rule == nullptr)
             continue;
         const bool isKnown = std::any_of(causes.begin(), causes.end(), [rule](const NetworkCause& cause) {
             return cause.verdict.code == rule->code;
         });
+        const bool isNoMatter = isAboutItself(facts) && rule->code == std::string_view("no-adapter");
         if (!isKnown)
-            causes.push_back(causeWith(rule->code, rule->severity, rule->text, rule->remedy));
+            causes.push_back(causeWith(rule->code, isNoMatter ? Severity::note : rule->severity, rule->text,
+                                       rule->remedy));
     }
-}
-
-std::vector<StrangeAnswer> strangeAnswers(const Search& search) {
-    std::vector<StrangeAnswer> strange = search.strange;
-    if (!strange.empty())
-        return strange;
-    for (const LogLine& line : search.lines)
-        if (const auto text = restOf("Got message that wasn't parsed as a Korva response: ", line.message))
-            strange.push_back({{}, *text});
-    return strange;
 }
 
 /// Each once, in the order they came, as far as they are known; the first few of them.
@@ -153,7 +110,7 @@ std::string sourcesOf(const std::vector<StrangeAnswer>& strange) {
 /// One for all of them, with the first as it came: the network may hold anything.
 void addStrange(const Search& search, NetworkCauses& causes) {
     constexpr std::size_t shownBytes = 60;
-    const std::vector<StrangeAnswer> strange = strangeAnswers(search);
+    const std::vector<StrangeAnswer>& strange = search.strange;
     if (strange.empty())
         return;
     const std::string count = strange.size() == 1 ? "an answer" : std::to_string(strange.size()) + " answers";
@@ -166,25 +123,97 @@ void addStrange(const Search& search, NetworkCauses& causes) {
 
 } // namespace
 
+std::string cutReason(Milliseconds after, CutBy by, std::size_t unasked) {
+    static constexpr std::array reasons = {"it listens for a second after the last answer",
+                                           "datagrams kept coming", "cameras kept it waiting",
+                                           "it did not end"};
+    std::array<char, 32> time{};
+    std::snprintf(time.data(), time.size(), "after %.1f s: ", std::chrono::duration<double>(after).count());
+    const std::string others = unasked == 0 ? ""
+                                            : "; " + std::to_string(unasked) +
+                                                  (unasked == 1 ? " answer was" : " answers were") +
+                                                  " not asked any more";
+    return time.data() + std::string(reasons[static_cast<std::size_t>(by)]) + others;
+}
+
+Verdict verdictOnCut(const Search& search) {
+    return causeWith("search-cut", Severity::failure,
+                     "the search was cut " + printable(search.cut) + "; cameras may be missing",
+                     "a longer --max-time, or the camera's address")
+        .verdict;
+}
+
+std::string whyNotSearched(const SearchedNetwork& network) {
+    switch (network.outcome) {
+    case Outcome::refused:
+        return "the system did not send the query: " + network.reason;
+    case Outcome::down:
+        return "switched off";
+    case Outcome::noLink:
+        return "nothing at the other end of its cable";
+    case Outcome::noAddress:
+        return "it has no IPv4 address";
+    case Outcome::linkLocal:
+        return "only a self-given address";
+    case Outcome::searched:
+        break;
+    }
+    return "";
+}
+
+bool isOfInterest(const std::string& line) {
+    return ruleOn(line) != nullptr;
+}
+
+std::string searchFailureIn(const std::string& line) {
+    const SearchLineRule* const rule = ruleOn(line);
+    const bool isWithoutAdapters = line.ends_with(" 232"); // which is an empty network
+    const bool isFailure = rule != nullptr && rule->severity == Severity::failure && !isWithoutAdapters;
+    return isFailure ? rule->text : "";
+}
+
+std::string searchRefused(const std::string& broadcast) {
+    return "the system refused to send the query to " + broadcast;
+}
+
+std::string refusalIn(const std::string& line) {
+    struct Refusal {
+        const char* code; ///< at the line's end
+        const char* reason;
+    };
+    static constexpr Refusal refusals[] = {
+        {" 10013", "not permitted, by a firewall of this computer or for want of rights"},
+        {" 10050", "the network is down"},
+        {" 10051", "there is no route to it"},
+        {" 10065", "there is no route to it"},
+        {" 10049", "the adapter's address is not usable"},
+        {" 10055", "the system has no memory for it"}};
+    for (const Refusal& refusal : refusals)
+        if (line.ends_with(refusal.code))
+            return refusal.reason;
+    return "the system does not send there";
+}
+
 NetworkCauses causesInSearch(const FactsIndex& index) {
     NetworkCauses causes;
     if (!index.facts.search)
         return causes;
     const Search& search = *index.facts.search;
-    for (const SearchedNetwork& network : refusedNetworks(search, index.adapters))
-        causes.push_back(refusedBy(network));
-    addLineCauses(search, causes);
+    for (const SearchedNetwork& network : search.networks)
+        if (network.outcome == Outcome::refused)
+            causes.push_back(refusedBy(network));
+    addLineCauses(index.facts, causes);
     const bool isExplained = std::any_of(causes.begin(), causes.end(), [](const NetworkCause& cause) {
         return cause.verdict.severity == Severity::failure;
     });
     if (!search.failure.empty() && !isExplained)
         causes.push_back(causeWith("search-failed", Severity::failure,
                                    "there was no search: " + printable(search.failure), lookAtAdapters));
-    if (!search.cut.empty())
-        causes.push_back(
-            causeWith("search-cut", search.answers.empty() ? Severity::failure : Severity::note,
-                      "the search was cut short (" + printable(search.cut) + "): cameras may be missing",
-                      "a longer --max-time, or the camera's address"));
+    if (!search.cut.empty()) {
+        causes.push_back({verdictOnCut(search)});
+        if (!search.answers.empty())
+            causes.back().verdict.severity = Severity::note;
+    }
     addStrange(search, causes);
     return causes;
 }

@@ -59,17 +59,23 @@ bool SeenCamera::sharesItsAddress() const {
     return rooms().size() > 1 || (macs().size() > 1 && adapters().size() < 2);
 }
 
-const Answer* SeenCamera::firstWithItsMac() const {
+std::string SeenCamera::oneMac() const {
     const std::set<std::string> all = macs();
-    if (all.size() != 1 || answers.empty())
-        return nullptr;
-    const Answer* const first = index.firstAnswerOf(*all.begin());
+    return all.size() == 1 ? *all.begin() : std::string();
+}
+
+const Answer* SeenCamera::firstWithItsMac() const {
+    const std::string mac = oneMac();
+    const Answer* const first = mac.empty() || answers.empty() ? nullptr : index.firstAnswerOf(mac);
     return first != nullptr && first->address != placeOf(camera) ? first : nullptr;
 }
 
-bool SeenCamera::sharesItsMac() const {
-    const Answer* const first = firstWithItsMac();
-    return first != nullptr && first->room != answers.front()->room;
+std::optional<FactsIndex::Holder> SeenCamera::otherWithItsMac() const {
+    const std::string mac = oneMac();
+    if (mac.empty() || (answers.empty() && camera.answersQuery != true))
+        return std::nullopt;
+    const std::string& room = answers.empty() ? camera.room : answers.front()->room;
+    return index.otherHolderOf(mac, {placeOf(camera), room});
 }
 
 bool SeenCamera::isBesideUs() const {

@@ -40,8 +40,11 @@ public:
     /// The first answer of who has its one MAC address, if that is for another address; else null.
     const Answer* firstWithItsMac() const;
 
-    /// Whether that is another camera: one that tells another room.
-    bool sharesItsMac() const;
+    std::string oneMac() const; ///< empty if none is known, or several are
+
+    /// Another camera with its MAC address: one that tells another room.
+    std::optional<FactsIndex::Holder> otherWithItsMac() const;
+    bool sharesItsMac() const { return otherWithItsMac().has_value(); }
 
     /// Whether it is in a network of this computer's, as far as that is known.
     bool isBesideUs() const;

@@ -26,8 +26,6 @@ using Platform::Route;
 using Platform::Way;
 using NeighbourState = Platform::NeighbourEntry::State;
 
-constexpr std::uint16_t textPort = 32768; // discovery's as well, which is UDP
-constexpr std::uint16_t picturePort = 32769;
 /// How long a camera may take to answer a query of its own, as the plug-in's search waits.
 constexpr auto queryTime = std::chrono::seconds(1);
 constexpr std::size_t mostReplies = 16'384;
@@ -105,6 +103,7 @@ void sendQueries(const std::vector<Target>& targets, QuerySocket& socket, Facts&
             camera.lookFailure = refusal;
         camera.answersQuery = false;
         camera.namedFrom.clear();
+        camera.announces.clear();
     }
 }
 
@@ -135,6 +134,8 @@ void takeReplies(const std::vector<Target>& targets, QuerySocket& socket, Clock:
                 continue;
             }
             camera.answersQuery = true;
+            if (target.ip == datagram->source && announced != target.ip)
+                camera.announces = dottedText(announced);
             if (camera.room.empty())
                 camera.room = reply->room;
             missing.erase(target.ip);
@@ -221,7 +222,7 @@ void noteNeighbour(const Target& target, const View& view, Clock::time_point sin
     // What is only known from before may be gone. Where nothing was sent, nobody was asked.
     else if (entry != nullptr && !isKnown)
         camera.answersArp = false;
-    if (entry != nullptr)
+    if (camera.answersArp == true) // else it may be of whoever had the address before
         addMac(macText(entry->hardwareAddress), camera);
     if (camera.answersArp != false)
         return;

@@ -38,7 +38,7 @@ std::vector<SearchedNetwork> askNetworks(const std::vector<Platform::Adapter>& a
     std::vector<SearchedNetwork> networks;
     std::set<std::uint32_t> asked;
     for (const Platform::Adapter& adapter : adapters) {
-        if (adapter.isLoopback)
+        if (adapter.isLoopback || (adapter.isPart && adapter.addresses.empty()))
             continue;
         const Outcome usual = !adapter.isUp      ? Outcome::down
                               : !adapter.hasLink ? Outcome::noLink

@@ -69,6 +69,7 @@ std::vector<Adapter> View::adapterFacts() const {
         fact.isUp = each.isUp;
         fact.hasLink = each.hasLink;
         fact.isLoopback = each.isLoopback;
+        fact.isPart = each.isPart;
         fact.macAddress = each.isLoopback ? std::string() : macText(each.hardwareAddress);
         for (const Platform::Adapter::Address& own : each.addresses)
             fact.addresses.push_back({dottedText(own.ip), dottedText(own.mask)});

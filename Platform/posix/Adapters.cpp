@@ -1,5 +1,7 @@
 #include "Platform/NetworkView.h"
 
+#include "Rtnetlink.h"
+
 #include <algorithm>
 #include <ifaddrs.h>
 #include <memory>
@@ -7,6 +9,7 @@
 #include <net/if_arp.h>
 #include <netinet/in.h>
 #include <netpacket/packet.h>
+#include <set>
 #include <string_view>
 #include <sys/socket.h>
 
@@ -64,5 +67,9 @@ std::optional<std::vector<Adapter>> Platform::listAdapters() {
             adapterOf(adapters, *entry)
                 .addresses.push_back({ipv4Of(entry->ifa_addr), ipv4Of(entry->ifa_netmask)});
     }
+    Platform::Rtnetlink kernel;
+    const std::set<unsigned> parts = kernel.isOpen() ? kernel.parts() : std::set<unsigned>();
+    for (Adapter& adapter : adapters)
+        adapter.isPart = parts.contains(adapter.index);
     return adapters;
 }

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstring>
 #include <linux/rtnetlink.h>
+#include <map>
 #include <netinet/in.h>
 #include <sys/socket.h>
 #include <sys/time.h>
@@ -218,6 +219,29 @@ Platform::Route Platform::Rtnetlink::defaultRoute() {
         least = priority;
     });
     return preferred;
+}
+
+std::set<unsigned> Platform::Rtnetlink::parts() {
+    Request request;
+    request.begin<ifinfomsg>(RTM_GETLINK).ifi_family = AF_UNSPEC;
+    std::set<unsigned> found;
+    std::map<unsigned, unsigned> links;
+    list(request, [&](const Answer& answer) {
+        const ifinfomsg* const adapter = answer.body<ifinfomsg>(RTM_NEWLINK);
+        if (adapter == nullptr)
+            return;
+        const auto index = static_cast<unsigned>(adapter->ifi_index);
+        if (answer.number(adapter, IFLA_MASTER) != 0)
+            found.insert(index);
+        // In another network namespace the number is somebody else's.
+        if (answer.attribute(adapter, IFLA_LINK_NETNSID) == nullptr)
+            links[index] = answer.number(adapter, IFLA_LINK);
+    });
+    // The two ends of a virtual cable name each other, and neither is the other's parent.
+    for (const auto& [index, parent] : links)
+        if (const auto of = links.find(parent); of != links.end() && of->second != index)
+            found.insert(parent);
+    return found;
 }
 
 std::optional<Platform::Rtnetlink::Neighbour> Platform::Rtnetlink::neighbour(unsigned adapterIndex,

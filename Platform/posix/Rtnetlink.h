@@ -7,6 +7,7 @@
 #include <cstdint>
 #include <functional>
 #include <optional>
+#include <set>
 #include <vector>
 
 namespace Platform {
@@ -37,6 +38,10 @@ public:
 
     /// All of them, at most `most`, without groups and broadcasts; nothing if the kernel does not tell.
     std::optional<std::vector<NeighbourEntry>> neighbours(std::size_t most);
+
+    /// The indices of the adapters that others are made of: ports of bridges and bonds, parents of virtual
+    /// networks. None if the kernel does not tell.
+    std::set<unsigned> parts();
 
     /// The preferred default route that has a router; `none` if there is none or the kernel does not tell.
     Route defaultRoute();

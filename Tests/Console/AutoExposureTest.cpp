@@ -45,6 +45,18 @@ TEST(AutoExposure, TakesNoMorePicturesThanItNeedsAndFourAtMost) {
     EXPECT_EQ(searched(1, 1e9), (Units{1, 16, 90, 1})) << "no light at all";
 }
 
+TEST(AutoExposure, TriesLongerWhereNoPictureCameSinceItWasAllBlack) {
+    AutoExposure search(2);
+    search.takeBlack();
+    EXPECT_EQ(search.next(), 32);
+    const unsigned char dark = 0; // yet a picture
+    EXPECT_TRUE(search.take(Diagnosis::measured(1, 1, {&dark, 1}))) << "the only one";
+    EXPECT_EQ(search.next(), 90);
+    search.takeBlack();
+    EXPECT_EQ(search.next(), std::nullopt);
+    EXPECT_EQ(search.tried(), 3);
+}
+
 TEST(AutoExposure, OfAnyLightEndsWithinItsRangeIfAnExposureDoes) {
     for (const int first : {1, 15, 90})
         for (double full = 10.0; full < 120.0; full *= 1.1) {

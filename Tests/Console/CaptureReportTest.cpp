@@ -1,6 +1,6 @@
 #include "Console/CaptureReport.h"
 
-#include "Console/CaptureRun.h"
+#include "Console/SheetFile.h"
 
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
@@ -50,6 +50,8 @@ TEST(CaptureReport, LineNamesFileSizeMeanAndTimeAndWhatIsWrongAndCannotSteerATer
     EXPECT_EQ(pictureLine(options, result), usual);
     result.verdict = verdict("overexposed", "31 % overexposed", "--exposure 0.6");
     EXPECT_EQ(pictureLine(options, result), usual + "; 31 % overexposed; try --exposure 0.6");
+    result.verdict = verdict("duplicate-address", "twins", "give one another address");
+    EXPECT_EQ(pictureLine(options, result), usual + "; twins; try: give one another address");
     result.verdict.reset();
     result.triedExposures = 3;
     EXPECT_EQ(pictureLine(options, result), usual + ", exposure 1.5 s chosen with 3 pictures");
@@ -71,10 +73,11 @@ TEST(CaptureReport, CaptionHoldsTheRoomAndWhatIsWrongWithThePicture) {
     EXPECT_EQ(captionOf(failed("10.0.0.8", "")), Lines{"10.0.0.8"});
 }
 
-TEST(CaptureReport, LastLineNamesWhoFailed) {
+TEST(CaptureReport, LastLineNamesWhoFailedOnce) {
     CaptureReport report;
-    report.results = {taken("10.0.0.7", "a.png"), failed("10.0.0.8", "Lab\x07"), failed("10.0.0.9", "")};
-    EXPECT_EQ(lastLine(report, 3), "1 of 3 pictures; failed: 10.0.0.8 (Lab\\x07), 10.0.0.9");
+    report.results = {taken("10.0.0.7", "a.png"), failed("10.0.0.8", "Lab\x07"), failed("10.0.0.9", ""),
+                      failed("10.0.0.9", "")};
+    EXPECT_EQ(lastLine(report, 4), "1 of 4 pictures; failed: 10.0.0.8 (Lab\\x07), 10.0.0.9");
     report.results.resize(1);
     EXPECT_EQ(lastLine(report, 1), "1 of 1 pictures");
 }
@@ -117,7 +120,7 @@ TEST(CaptureReport, JsonHoldsEachResultAndWhyOthersAreMissing) {
          "maximum": 255, "mean": 87.34, "clipped": 0.125, "black": 0.0,
          "verdict": {"code": "overexposed", "text": "31 % overexposed", "try": "--exposure 0.6"}, "error": null},
         {"address": "10.0.0.8", "serialNumber": "", "room": "", "ok": false, "file": null, "exposure": 1.5,
-         "takenAt": null, "milliseconds": 0.0, "minimum": null, "maximum": null, "mean": null, "clipped": null,
+         "takenAt": null, "milliseconds": null, "minimum": null, "maximum": null, "mean": null, "clipped": null,
          "black": null, "verdict": null,
          "error": {"code": "silent", "text": "says nothing", "try": "restart it"}}],
         "files": [{"file": "a\n\ufffd.png", "address": "10.0.0.7", "width": 4, "height": 2, "mean": 87.34,

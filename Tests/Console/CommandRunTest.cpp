@@ -1,18 +1,26 @@
 #include "Console/CommandRun.h"
 
 #include "Console/PictureFile.h"
+#include "Console/Utf8Locale.h"
 #include "Outcome.h"
+#include "Platform/Terminal.h"
 
 #include <nlohmann/json.hpp>
 
+#include <chrono>
+#include <clocale>
+#include <csignal>
+#include <cstdlib>
 #include <functional>
 #include <memory>
 #include <new>
 #include <stdexcept>
 #include <string>
+#include <thread>
 #include <utility>
 
 using namespace Console;
+using namespace std::chrono_literals;
 
 namespace {
 
@@ -20,8 +28,7 @@ using Json = nlohmann::ordered_json;
 
 /// What a command says on standard error that fails by what `work` throws.
 std::string complaintOf(const std::function<void()>& work) {
-    return ConsoleTests::shownBy(
-        [&] { EXPECT_EQ(runCommand({}, OnInterrupt::note, work), ExitStatus::failed); });
+    return ConsoleTests::shownBy([&] { EXPECT_EQ(runCommand({}, work), ExitStatus::failed); });
 }
 
 } // namespace
@@ -31,27 +38,46 @@ TEST(CommandRun, SaysOfAShortageOfMemoryThatItIsOne) {
     EXPECT_EQ(complaintOf([] { throw std::bad_array_new_length(); }), "korva: not enough memory\n");
 }
 
-TEST(CommandRun, RemembersThatMemoryRanShortUntilItIsAsked) {
+TEST(CommandRun, RemembersOnWhichThreadMemoryRanShortUntilThatAsks) {
     if (KORVA_SANITIZED)
         GTEST_SKIP() << "The operator new of an instrumented build ends the process.";
     takeMemoryShortage();
-    const ExitStatus status = runCommand({}, OnInterrupt::note, [] {
+    const ExitStatus status = runCommand({}, [] {
         constexpr std::size_t moreThanThereIs = std::size_t{1} << 60;
         const std::unique_ptr<char[]> none(new (std::nothrow) char[moreThanThereIs]);
         EXPECT_EQ(none, nullptr);
     });
     EXPECT_EQ(status, ExitStatus::done);
+    std::thread([] { EXPECT_FALSE(takeMemoryShortage()) << "another camera's"; }).join();
     EXPECT_TRUE(takeMemoryShortage());
     EXPECT_FALSE(takeMemoryShortage());
+}
+
+TEST(CommandRun, WaitsUntilItsTimeAndNoLongerThanUntilCtrlC) {
+    const auto begin = std::chrono::steady_clock::now();
+    waitUntil(begin + 20ms);
+    EXPECT_GE(std::chrono::steady_clock::now() - begin, 20ms);
+    const auto interruptedWait = [] {
+        Platform::catchInterrupts();
+        std::raise(SIGINT);
+        try {
+            waitUntil(std::chrono::steady_clock::now() + 1min);
+        } catch (const CommandFailure& failure) {
+            std::_Exit(static_cast<int>(failure.status()));
+        }
+        std::_Exit(0);
+    };
+    EXPECT_EXIT(interruptedWait(), testing::ExitedWithCode(130), "");
 }
 
 TEST(CommandRun, ShowsNoReasonThatCouldSteerATerminal) {
     EXPECT_EQ(complaintOf([] { throw std::runtime_error("a\x1b[2J\nkorva: b"); }),
               "korva: a\\x1b[2J\\x0akorva: b\n");
-    EXPECT_EQ(complaintOf([] { throw CommandFailure("first \x1b\nkorva: second \x07"); }),
-              "korva: first \\x1b\nkorva: second \\x07\n");
-    EXPECT_EQ(ConsoleTests::shownBy([] { warn({"a\x1b[2J\nkorva: b"}); }),
-              "korva: warning: a\\x1b[2J\\x0akorva: b\n");
+    const Diagnosis::Verdict odd = {"odd", Diagnosis::Severity::note, "a\x1b\nkorva: b", "c\x07", "", ""};
+    EXPECT_EQ(complaintOf([&odd] { throw CommandFailure(odd); }),
+              "korva: a\\x1b\\x0akorva: b; try: c\\x07\n");
+    EXPECT_EQ(ConsoleTests::shownBy([&odd] { warn(odd); }),
+              "korva: warning: a\\x1b\\x0akorva: b; try: c\\x07\n");
 }
 
 TEST(CommandRun, WarnsOfADiagnosticsFolderThatNothingGoesTo) {
@@ -85,7 +111,7 @@ std::pair<ExitStatus, std::string> endOf(bool json, const std::function<ExitStat
 TEST(CommandRun, EndsWithTheStatusOfItsWorkOrOfWhatThatThrew) {
     const auto statusOf = [](const std::function<ExitStatus()>& work) {
         ExitStatus status = ExitStatus::done;
-        ConsoleTests::shownBy([&] { status = runCommand({}, OnInterrupt::note, work); });
+        ConsoleTests::shownBy([&] { status = runCommand({}, work); });
         return static_cast<int>(status);
     };
     EXPECT_EQ(statusOf([] { return ExitStatus::nothingFound; }), 3);
@@ -128,13 +154,27 @@ TEST(CommandRun, TellsProgramsOfADiagnosticsFolderThatCannotBeMade) {
 
 TEST(CommandFailure, HasACauseWhateverItWasMadeOf) {
     EXPECT_EQ(CommandFailure(silent).what(), std::string("a: says nothing; try: wait"));
-    const Diagnosis::Verdict verdict = CommandFailure("no file; try: another; try: --output FILE").verdict();
-    EXPECT_EQ(verdict.code, "failed");
-    EXPECT_EQ(verdict.text, "no file; try: another");
-    EXPECT_EQ(verdict.remedy, "--output FILE");
+    const Diagnosis::Trouble noPlugin{.what = Diagnosis::Obstacle::noPlugin, .place = "f", .reason = "a, b"};
+    EXPECT_EQ(CommandFailure(noPlugin).what(),
+              std::string("the plug-in f is in none of a, b; try: --plugin FILE"));
+    EXPECT_EQ(interruption().what(), std::string("interrupted"));
     EXPECT_EQ(verdictFrom(std::bad_alloc()).code, "no-memory");
     EXPECT_EQ(verdictFrom(Interrupted()).code, "interrupted");
-    EXPECT_EQ(verdictFrom(PictureFileError("cannot write a; try: b")).code, "file-failed");
+    EXPECT_EQ(verdictFrom(PictureFileError({.what = Diagnosis::Obstacle::fileIsKept})).code, "file-failed");
     EXPECT_EQ(verdictFrom(std::runtime_error("a\x1b")).text, "a\\x1b");
-    EXPECT_NE(verdictFrom(std::runtime_error("a")).remedy, "");
+    EXPECT_EQ(verdictFrom(std::runtime_error("a")).remedy, "again with --log debug to see what happens");
+}
+
+TEST(Utf8Locale, LeavesTheSystemsReasonsEnglish) {
+    const std::string before = std::setlocale(LC_ALL, nullptr);
+    for (const char* environment : {"C", "C.UTF-8"}) {
+        std::setlocale(LC_ALL, "C");
+        setenv("LC_ALL", environment, 1);
+        useUtf8Locale();
+        unsetenv("LC_ALL");
+        EXPECT_STREQ(std::setlocale(LC_MESSAGES, nullptr), "C") << environment;
+        EXPECT_STREQ(std::setlocale(LC_NUMERIC, nullptr), "C") << environment;
+        EXPECT_STREQ(std::setlocale(LC_CTYPE, nullptr), "C.UTF-8") << environment;
+    }
+    std::setlocale(LC_ALL, before.c_str());
 }

@@ -24,7 +24,7 @@ void expectSheet(const GreySheet& sheet, std::uint32_t width, std::uint32_t heig
 /// One with so many pictures more.
 void add(ContactSheet& sheet, std::size_t pictures) {
     for (std::size_t i = 0; i < pictures; ++i)
-        sheet.add(4, 4, Pixels(16, 200), {"caption"});
+        sheet.addSmall({4, 4, Pixels(16, 200)}, {"caption"});
 }
 
 } // namespace
@@ -54,7 +54,7 @@ TEST(ContactSheet, StandsThreePicturesSideBySideAndMoreInAGrid) {
 
 TEST(ContactSheet, CutsLongCaptionsOff) {
     ContactSheet sheet;
-    sheet.add(1, 1, Pixels{0}, {std::string(10000, 'W'), "second"});
+    sheet.addSmall({1, 1, Pixels{0}}, {std::string(10000, 'W'), "second"});
     const GreySheet laidOut = sheet.layOut();
     EXPECT_EQ(laidOut.pixels.size(), std::size_t{laidOut.width} * laidOut.height);
 }

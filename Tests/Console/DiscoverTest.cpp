@@ -122,12 +122,13 @@ TEST(SearchProgress, SaysInWordsWhyThereWasNoSearch) {
          {std::tuple{refused.c_str(), "the system refused to send the query to 10.77.1.255", "not permitted"},
           {"Korva Query - sendto call failed: sendReturn = -1 WSAError = 10051",
            "the system refused to send the query to 10.77.1.255", "there is no route"},
-          {"setsockopt failed", "the system does not let this program broadcast", ""},
-          {"Failed on call to GetAdaptersInfo 31", "the system does not tell its network adapters", ""},
-          {"Failed on second call to GetAdaptersInfo 31", "the system does not tell its network adapters",
-           ""},
+          {"setsockopt failed", "this computer lets the tool send no search (a broadcast)", ""},
+          {"Failed on call to GetAdaptersInfo 31", "this computer does not tell its network adapters", ""},
+          {"Failed on second call to GetAdaptersInfo 31",
+           "this computer's network adapters changed during the search", ""},
           {"Failed on call to GetAdaptersInfo 232", "", ""},
-          {"Unknown exception when trying to discover Korva devices.", "the plug-in could not search", ""}}) {
+          {"Unknown exception when trying to discover Korva devices.",
+           "the search failed for a reason that the plug-in does not tell", ""}}) {
         const Diagnosis::Search search = searchedBy({line}).search();
         EXPECT_EQ(search.failure, failure) << line;
         EXPECT_THAT(search.networks[0].reason, StartsWith(reason)) << line;
@@ -172,6 +173,7 @@ TEST(SearchProgress, KeepsNoMoreThanItsBounds) {
     for (std::size_t i = 0; i < SearchProgress::mostOfAKind + 10; ++i) {
         progress.take("IP on network adapter: 10.77.1.1");
         progress.take("Got message that wasn't parsed as a Korva response: " + std::string(1000, 'x'));
+        progress.take("setsockopt failed");
     }
     progress.take(heard + "A 10.77.1.11");
     progress.take(turn + unknown);
@@ -179,6 +181,7 @@ TEST(SearchProgress, KeepsNoMoreThanItsBounds) {
         progress.take("    again");
     EXPECT_EQ(progress.search().networks.size(), SearchProgress::mostOfAKind);
     EXPECT_EQ(progress.search().strange.size(), SearchProgress::mostOfAKind);
+    EXPECT_EQ(progress.search().lines.size(), SearchProgress::mostOfAKind);
     EXPECT_EQ(progress.search().strange[0].text.size(), 200u);
     EXPECT_EQ(progress.turns()[0].complaints.size(), 8u);
 }
@@ -186,8 +189,9 @@ TEST(SearchProgress, KeepsNoMoreThanItsBounds) {
 TEST(SearchFacts, NameTheAdaptersAndAddThoseThatWereNotSearched) {
     Diagnosis::Facts facts = factsOf(searchedBy({}), {});
     facts.adapters = {adapter("lo"),   adapter("net1", "10.77.1.1"), adapter("net2"), adapter("net3"),
-                      adapter("net4"), adapter("net5", "10.77.5.1")};
+                      adapter("net4"), adapter("net5", "10.77.5.1"), adapter("port")};
     facts.adapters[0].isLoopback = true;
+    facts.adapters[6].isPart = true;
     facts.adapters[2].isUp = false;
     facts.adapters[3].hasLink = false;
     completeNetworks(facts);
@@ -252,9 +256,10 @@ TEST(SearchFacts, OfASearchThatWasRefusedAreThoseOfTheLook) {
     EXPECT_THAT(absorbLook(facts, look), ElementsAre("10.77.2.11", "10.77.1.11"));
     EXPECT_THAT(
         networkLines(*facts.search),
-        StartsWith("\n  not searched  net1  10.77.1.1, mask 255.255.255.0, broadcast 10.77.1.255: refused: "
-                   "not permitted, by a firewall of this computer or for want of rights"
-                   "\n  searched      net2"));
+        StartsWith(
+            "\n  not searched  net1  10.77.1.1, mask 255.255.255.0, broadcast 10.77.1.255: the system "
+            "did not send the query: not permitted, by a firewall of this computer or for want of rights"
+            "\n  searched      net2"));
     EXPECT_EQ(facts.limitedOnly.size(), 1u);
     ASSERT_EQ(facts.cameras.size(), 2u);
     EXPECT_EQ(facts.cameras[0].room, "B");
@@ -399,6 +404,21 @@ TEST(DiscoverReport, OfACameraThatAnsweredTwiceCountsOne) {
     EXPECT_EQ(report.status(), ExitStatus::done);
 }
 
+TEST(DiscoverReport, OfABrokenCameraThatAnsweredTwiceCountsOne) {
+    const std::string mac = "02-4b-00-01-00-01";
+    const std::string old =
+        "Rejecting Korva camera, Vantrel requires Korva SW version at least 3.2.15 found 3.1.0";
+    const DiscoverReport report(
+        factsOf(
+            searchedBy({heard + "A 10.77.1.11", heard + "A 10.77.1.11", turn + mac,
+                        "DeviceException while determining camera info.", "    " + old, turn + mac + passed}),
+            {}),
+        {});
+    EXPECT_EQ(report.summary(), "0 ready, 1 unusable.");
+    EXPECT_EQ(report.json()["problems"].size(), 1u);
+    EXPECT_EQ(report.failure()->code, "old-firmware");
+}
+
 TEST(DiscoverReport, OfTwoCamerasWithOneAddressNamesBoth) {
     const DiscoverReport report(
         factsOf(searchedBy({heard + "Twin A 10.77.1.11", heard + "Twin B 10.77.1.11"}),
@@ -410,6 +430,16 @@ TEST(DiscoverReport, OfTwoCamerasWithOneAddressNamesBoth) {
     EXPECT_THAT(report.table(false), Not(HasSubstr("M61"))); // of which of them it is, nobody knows
     EXPECT_EQ(report.rows()[1].room, "Twin B");
     EXPECT_EQ(report.summary(), "0 ready, 2 unusable.");
+    EXPECT_EQ(report.json()["cameras"][0]["note"], report.json()["error"]);
+    EXPECT_EQ(report.json()["error"]["code"], "duplicate-address");
+}
+
+TEST(DiscoverReport, NotesNothingOfWhoACameraIsWhereOnlyItsPortsAreOdd) {
+    Diagnosis::Facts facts = factsOf(searchedBy({heard + "Lab 10.77.1.11"}), {cameraAt("10.77.1.11")});
+    facts.cameras[0].picture = Diagnosis::PortState::refused;
+    const DiscoverReport report(facts, {cameraAt("10.77.1.11")});
+    EXPECT_EQ(report.json()["problems"][0]["code"], "picture-port-refused");
+    EXPECT_FALSE(report.json()["cameras"][0].contains("note"));
 }
 
 TEST(DiscoverReport, OfNothingButNotesTellsTheFirstAsItsFailure) {
@@ -472,6 +502,21 @@ TEST(DiscoverWatch, TellsWhoCameWhoChangedAndWhoIsGoneForTwoSearches) {
     DiscoverReport::Row further = row("a", false);
     further.isFurther = true;
     EXPECT_THAT(told({row("a", true), further, row("b", false)}), IsEmpty());
+}
+
+TEST(DiscoverWatch, TellsNothingNewOfWhatIsOnlyMeasuredAnew) {
+    CameraChanges changes;
+    const auto told = [&changes](const std::string& text) {
+        DiscoverReport::Row row;
+        row.address = "10.77.1.11";
+        row.isPresent = true;
+        row.verdict = {"took-too-long", Diagnosis::Severity::failure, text, "wait", "", ""};
+        return changes.take({row}).size();
+    };
+    EXPECT_EQ(told("took too long: 58 bytes in 1.3 s, the operation may last 1.2 s"), 1u);
+    EXPECT_EQ(told("took too long: 57 bytes in 1.4 s, the operation may last 1.2 s"), 0u);
+    EXPECT_EQ(told("answers with error 5"), 1u);
+    EXPECT_EQ(told("answers with error 6"), 1u);
 }
 
 TEST(DiscoverWatch, SaysNothingOfATwinAsLongAsTheOtherMayBeThere) {
@@ -555,11 +600,44 @@ TEST(DiscoverWatch, TellsOfTroubleWhereNobodyAnswersOrAnAdapterRefusesTheSearch)
     EXPECT_EQ(troubleOf(partly)->code, "adapter-refused");
 }
 
-TEST(CameraHost, SaysWhyThereWasNoSearch) {
-    const Diagnosis::Verdict why = whyNoSearch(factsOf(searchedBy({"setsockopt failed"}), {}));
-    EXPECT_NE(why.code, "no-camera");
-    EXPECT_THAT(why.text, HasSubstr("does not let this program broadcast"));
-    EXPECT_NE(why.remedy, "");
+TEST(SearchFacts, SayWhyThereWasNoSearchByThePlugInsOwnLine) {
+    const Diagnosis::Verdict why =
+        Diagnosis::causesOf(factsOf(searchedBy({"setsockopt failed"}), {})).front();
+    EXPECT_EQ(why.code, "search-failed");
+    EXPECT_EQ(why.text, "this computer lets the tool send no search (a broadcast)");
+    EXPECT_EQ(why.remedy,
+              "check the security software or the settings of the container, or give the camera's address");
+}
+
+TEST(SearchProgress, KeepsTheLinesThatTellOfTheSearchAsAWhole) {
+    for (const auto& [line, code, text] :
+         {std::tuple{"Failed on call to GetAdaptersInfo 232", "no-adapter",
+                     "no network adapter of this computer has an IPv4 address"},
+          {"Failed on call to GetAdaptersInfo 31", "search-failed",
+           "this computer does not tell its network adapters"},
+          {"Failed on second call to GetAdaptersInfo 31", "search-failed",
+           "this computer's network adapters changed during the search"},
+          {"Unknown exception when trying to discover Korva devices.", "search-failed",
+           "the search failed for a reason that the plug-in does not tell"}}) {
+        const DiscoverReport report(factsOf(searchedBy({line}), {}), {});
+        EXPECT_EQ(report.failure()->code, code);
+        EXPECT_EQ(report.failure()->text, text);
+        EXPECT_EQ(report.json()["problems"].size(), 1u) << report.json();
+    }
+}
+
+TEST(DiscoverReport, NotesAFloodOfAnswers) {
+    Diagnosis::Facts facts =
+        factsOf(searchedBy({heard + "A 10.77.1.11", turn + "02-4b-00-01-00-01"}), {cameraAt("10.77.1.11")});
+    const SearchProgress flood =
+        searchedBy({"More than 16384 replies from Korva devices, ignoring the rest.."});
+    Diagnosis::Facts further = facts;
+    further.search->lines = flood.search().lines;
+    absorb(facts, further);
+    const DiscoverReport report(facts, {cameraAt("10.77.1.11")});
+    EXPECT_THAT(report.summary(), StartsWith("1 ready, 0 unusable.\nNote: something floods the network "));
+    EXPECT_EQ(report.json()["problems"][0]["code"], "too-many-answers");
+    EXPECT_EQ(report.status(), ExitStatus::done);
 }
 
 TEST(DiscoverReport, TellsProgramsTheHardwareAddressThatTheTableTells) {

@@ -67,10 +67,21 @@ TEST(DoctorJson, HoldsCausesAndLooksInOrderInAsciiAlone) {
         "seen": "\u001b[2J\ufffd\n: it answers nonsense", "address": "10.77.1.11"})"));
 }
 
-TEST(DoctorCameras, AreThoseThatTellAModelHoweverLongItIs) {
+TEST(DoctorJson, HasTheFirstCauseThatIsAFailureAsItsErrorAndNoneForNotes) {
+    const std::vector<Verdict> noteFirst(someCauses.rbegin(), someCauses.rend());
+    for (const auto& causes : {someCauses, noteFirst})
+        EXPECT_EQ(json(doctorJson(someFacts(), causes)["error"]),
+                  json::parse(R"({"code": "garbage", "text": "it answers nonsense", "try": "restart it"})"));
+    for (const auto& causes : {std::vector<Verdict>{someCauses[1]}, std::vector<Verdict>{}})
+        EXPECT_FALSE(doctorJson(someFacts(), causes).contains("error"));
+}
+
+TEST(DoctorCameras, AreThoseThatTellAModelHoweverLongItIsOrAnswerInBrackets) {
     for (const auto& [text, told, isOne] : {std::tuple{"[Version --HW M61 --SW 3.2.15]", "M61", true},
                                             {"[Version --HW MMMM", "", true},
-                                            {"[Version --SW 3.2.15]", "", false},
+                                            {"[Version --SW 3.2.15]", "", true},
+                                            {"[]", "", true},
+                                            {"[Version --", "", false},
                                             {"zz", "", false}}) {
         Camera camera = someFacts().cameras[0];
         camera.textAnswer = text;

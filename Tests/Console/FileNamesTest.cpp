@@ -8,6 +8,7 @@
 #include <fstream>
 #include <string>
 #include <tuple>
+#include <utility>
 #include <vector>
 
 using namespace Console;
@@ -99,12 +100,20 @@ TEST(PictureName, IsRefusedAsWrongUsageWhereItIsNone) {
         EXPECT_EQ(complaintAboutOutput(output), complaint);
 }
 
-TEST(UnusedNames, AreNumberedBeforeTheExtension) {
+TEST(UnusedNames, AreNumberedBeforeTheExtensionAndStayInTheirFolder) {
     UnusedNames names;
     for (const char* name : {"a.png", "a_2.png", "a_3.png"})
         EXPECT_EQ(names.unused("a.png"), name);
-    EXPECT_EQ(names.unused("b"), "b");
-    EXPECT_EQ(names.unused("b"), "b_2");
+    for (const std::string name : {"b", "./b.d", "../w/p.d/Lab", "p.d/.Lab", ".Lab"})
+        EXPECT_EQ(names.unused(name), name);
+    for (const auto& [name, second] : {std::pair{"b", "b_2"},
+                                       {"./b.d", "./b_2.d"},
+                                       {"./Lab", "./Lab"},
+                                       {"Lab", "Lab_2"},
+                                       {"../w/p.d/Lab", "../w/p.d/Lab_2"},
+                                       {"p.d/.Lab", "p.d/.Lab_2"},
+                                       {".Lab", ".Lab_2"}})
+        EXPECT_EQ(names.unused(name), second);
 }
 
 TEST(UnusedNames, TellFilesApartHoweverTheyAreSpelt) {

@@ -147,6 +147,22 @@ TEST(CaptureOptions, NameTheCameraInExactlyOneWayAndRefuseWrongUsage) {
     expectRefusal(addCaptureOptions, {"a --exposure " + bracket + ",1"});
 }
 
+TEST(HealthCommand, HasNothingNewToTellOfWhatIsOnlyMeasuredAnew) {
+    const auto failing = [](const std::string& code, const std::string& text) {
+        return Health{"a:1", "a",
+                      Diagnosis::Verdict{code, Diagnosis::Severity::failure, text, "wait", "a", ""}};
+    };
+    const Health slow = failing("took-too-long", "took too long: 58 bytes in 1.3 s");
+    EXPECT_TRUE(isSameState(slow, failing("took-too-long", "took too long: 57 bytes in 1.4 s")));
+    EXPECT_FALSE(isSameState(slow, failing("too-slow", "took too long: 58 bytes in 1.3 s")));
+    EXPECT_FALSE(isSameState(slow, Health{"a:1", "a"}));
+    Health odd{"a:1", "a"};
+    odd.note = failing("camera-error", "the camera answers, with error 5").whyNot;
+    Health odder = odd;
+    odder.note->text = "the camera answers, with error 6";
+    EXPECT_FALSE(isSameState(odd, odder));
+}
+
 TEST(HealthCommand, TakesAddressesOrADescriptionOrAll) {
     for (const char* line : {"10.0.0.7 --watch", "--from a.xml --json", "--all"})
         EXPECT_NO_THROW(parsed(addHealthOptions, line));

@@ -4,6 +4,7 @@
 #include "Console/Columns.h"
 #include "Console/Printable.h"
 #include "Console/SearchFacts.h"
+#include "Diagnosis/Json.h"
 
 #include "Platform/Text.h"
 
@@ -46,7 +47,7 @@ std::vector<std::string> tableOf(const CameraInfo& info, const std::string& room
 TEST(CameraText, JsonKeepsTextsAndCannotSteerATerminal) {
     CameraInfo odd = camera();
     odd.setSerialNumber(L"\x1B[2J\u009B\u00E9\"");
-    const std::string text = cameraJson(odd);
+    const std::string text = Diagnosis::dumped(cameraObject(odd));
     for (const char byte : text)
         EXPECT_TRUE(byte >= ' ' && byte < '\x7F') << text;
     EXPECT_EQ(json::parse(text)["serialNumber"], "\x1B[2J\xC2\x9B\xC3\xA9\"");

@@ -36,11 +36,11 @@ void log(const log4cxx::LevelPtr& level, const std::string& message, const char*
     log4cxx::Logger::getLogger(by)->forcedLog(level, message);
 }
 
-void logOnEveryLevel() {
+void logOnEveryLevel(const char* by = "Plenar.Test", const std::string& message = "one") {
     for (const auto& level :
          {Level::getTrace(), Level::getDebug(), Level::getInfo(), Level::getWarn(), Level::getError()})
-        if (logger()->isEnabledFor(level))
-            log(level, "one");
+        if (log4cxx::Logger::getLogger(by)->isEnabledFor(level))
+            log(level, message, by);
 }
 
 std::string shownWith(const LogOptions& options) {
@@ -298,4 +298,42 @@ TEST_F(ConfiguredToolLog, HearsAndKeepsWhatItsFileHidesAndHidesItYet) {
         // The other logger's line is forced, whatever its level.
         EXPECT_EQ(lines, root == "OFF" ? "ERROR|other\n" : "ERROR|one\nERROR|other\nERROR|one\n");
     }
+}
+
+TEST_F(ConfiguredToolLog, KeepsWhatIsSaidOfAPicturesSizeAndWritesWhatItsFileHasAndNoMore) {
+    int run = 0;
+    for (const auto& [settings, written] :
+         {std::pair{"log4j.rootLogger=WARN, F", "WARN|size\nERROR|size\nWARN|other\nERROR|other\n"},
+          {"log4j.rootLogger=ERROR, F", "ERROR|size\nERROR|other\n"},
+          {"log4j.rootLogger=OFF, F", ""},
+          {"log4j.rootLogger=WARN, F\nlog4j.threshold=ERROR", "ERROR|size\nERROR|other\n"},
+          {"log4j.rootLogger=WARN, F\nlog4j.threshold=OFF", ""},
+          {"log4j.rootLogger=WARN, F\nlog4j.logger.Plenar.KorvaCamera.KorvaInternals=OFF",
+           "WARN|other\nERROR|other\n"}}) {
+        SCOPED_TRACE(settings);
+        const std::string file = folder_.file("log" + std::to_string(++run));
+        const LogOptions options =
+            configured(settings + appender("F", "%p|%m%n", "FileAppender", "File=" + file));
+        shownBy([&] {
+            ToolLog toolLog(options, nullptr);
+            logOnEveryLevel("Plenar.KorvaCamera.KorvaInternals", "size");
+            logOnEveryLevel("Plenar.KorvaCamera.KorvaInternalsComm", "other");
+            EXPECT_THAT(linesOf(toolLog), testing::Contains("warn Plenar.KorvaCamera.KorvaInternals size"));
+        });
+        log4cxx::BasicConfigurator::resetConfiguration();
+        std::ifstream stream(file);
+        EXPECT_EQ(std::string(std::istreambuf_iterator<char>(stream), {}), written);
+    }
+}
+
+TEST_F(ConfiguredToolLog, HearsAlsoWhatTheThresholdOfItsFileHidesAndHidesItYet) {
+    const LogOptions options =
+        configured("log4j.threshold=ERROR\nlog4j.rootLogger=INFO, F" +
+                   appender("F", "%p|%m%n", "FileAppender", "File=" + folder_.file("log")));
+    shownBy([&] {
+        ToolLog toolLog(options, nullptr);
+        EXPECT_EQ(heardOf(toolLog), (Lines{"one", "one", "one"}));
+    });
+    log4cxx::BasicConfigurator::resetConfiguration();
+    EXPECT_EQ(inFile(), "ERROR|one\nERROR|other\nERROR|one\n");
 }

@@ -133,7 +133,7 @@ const Row rows[] = {
     {"NotSearched",
      [](Facts& facts) { facts.search->networks[0].outcome = SearchedNetwork::Outcome::noAddress; },
      {},
-     {"search", Status::note, "net1: not searched: no address", "", ""}},
+     {"search", Status::note, "net1: not searched: it has no IPv4 address", "", ""}},
     {"RefusedSearchThatIsOfNoInterest",
      [](Facts& facts) { facts.search->networks[0].outcome = SearchedNetwork::Outcome::refused; },
      {noteOf("adapter-refused")},
@@ -333,4 +333,11 @@ TEST(Findings, SayNothingOfWhatWasNotLookedAt) {
     facts.cameras.emplace_back().address = somewhere;
     for (const Finding& finding : findingsOf(facts, {}))
         EXPECT_THAT(finding.look, testing::AnyOf("default-route", "neighbours"));
+}
+
+TEST(Findings, MissNoAddressOfABridgesPort) {
+    Facts facts = healthyFacts();
+    facts.adapters.push_back({"port", true, true, false, "", {}, true});
+    for (const Finding& finding : findingsOf(facts, {}))
+        EXPECT_EQ(finding.status, Status::ok) << finding.seen;
 }

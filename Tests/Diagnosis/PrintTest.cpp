@@ -1,4 +1,5 @@
 #include "Diagnosis/Print.h"
+#include "Diagnosis/Figures.h"
 #include "Diagnosis/Json.h"
 
 #include <gtest/gtest.h>
@@ -30,12 +31,12 @@ TEST(Print, LineCannotSteerATerminal) {
 TEST(Print, JsonHasItsKeysInOrder) {
     const std::string error =
         R"({"code":"text-port-blocked","text":"no answer: a firewall?","try":"let TCP 32768 through"})";
-    EXPECT_EQ(errorJson(ofCamera), error);
-    EXPECT_EQ(problemsJson({ofCamera, ofNetwork}),
+    EXPECT_EQ(dumped(errorOf(ofCamera)), error);
+    EXPECT_EQ(dumped(listOf({ofCamera, ofNetwork}, problemOf)),
               R"([{"address":"10.77.1.11","room":"Lab 2",)" + error.substr(1) +
                   R"(,{"address":"","room":"","code":"no-address","text":"net1 has no IPv4 address",)" +
                   R"("try":"give it one"}])");
-    EXPECT_EQ(problemsJson({}), "[]");
+    EXPECT_EQ(dumped(listOf({}, problemOf)), "[]");
     EXPECT_EQ(
         dumped(listOf({ofCamera, ofNetwork}, causeOf)),
         R"([{"code":"text-port-blocked","severity":"failure","text":"no answer: a firewall?",)"
@@ -44,6 +45,20 @@ TEST(Print, JsonHasItsKeysInOrder) {
 }
 
 TEST(Print, JsonIsAsciiWhateverACameraSays) {
-    for (const char byte : problemsJson({hostile}))
+    for (const char byte : dumped(listOf({hostile}, problemOf)))
         EXPECT_TRUE(byte >= ' ' && byte < '\x7F') << static_cast<int>(byte);
+}
+
+TEST(Figures, LeaveATextThatTellsOfTheSameState) {
+    for (const auto& [text, state] : {std::pair{"took too long: 58 bytes in 1.3 s, at most 1.2 s",
+                                                "took too long: # bytes in # s, at most # s"},
+                                      {"31 % black", "# % black"},
+                                      {"with error 5", "with error 5"},
+                                      {"firmware 3.1.0, needs 3.2.15", "firmware 3.1.0, needs 3.2.15"},
+                                      {"Room 2 stays", "Room 2 stays"},
+                                      {"2 s", "# s"},
+                                      {"2  s ", "2  s "},
+                                      {" 7", " 7"},
+                                      {"", ""}})
+        EXPECT_EQ(withoutFigures(text), state);
 }

@@ -33,6 +33,23 @@ TEST(ManyCameras, AreUsedOneAfterTheOtherWhereTheirJobsAreFewer) {
     EXPECT_GE(std::chrono::steady_clock::now() - begin, std::chrono::milliseconds(1200));
 }
 
+TEST(ManyCameras, ThatAreOneByItsNameAndItsAddressAreUsedOneAfterTheOther) {
+    const ServedSet set(Cameras{slow});
+    const std::string hosts = set.own.file("hosts");
+    std::ofstream(hosts) << set.addresses[0] << " cam\n";
+    const std::string named =
+        "unshare -rm bash -c 'mount --bind " + hosts + R"( /etc/hosts && exec "$0" "$@"')";
+    if (runToolBy(named + " true", {}).status != 0)
+        GTEST_SKIP() << "This system lets its users mount nothing.";
+    const auto begin = std::chrono::steady_clock::now();
+    EXPECT_THAT(
+        runToolBy("exec " + named + R"( "$0" "$@")",
+                  {"capture", "cam", set.addresses[0], "--exposure", "1.5", "--output", set.pictures.path()}),
+        ended(0, lines(3), _));
+    EXPECT_GE(std::chrono::steady_clock::now() - begin, std::chrono::milliseconds(3000));
+    EXPECT_EQ(set.pictures.names().size(), 2u);
+}
+
 TEST(ManyCameras, AreSaidAsTheyComeAlsoThoseThatFail) {
     const ServedSet set(Cameras{slow, mute, plain});
     const ProcessResult result = runToolBy(R"("$0" "$@" 2>&1)", set.captureArguments({"--exposure", "2"}));
@@ -144,14 +161,24 @@ TEST(ManyCameras, GetTheirPicturesByAsFewThreadsAsCanBeStartedAndNoneByNone) {
             << most;
     const Text failure = testing::AllOf(lines(1), testing::StartsWith("korva: "));
     EXPECT_THAT(runToolBy(among("900000"), set.captureArguments()), ended(1, "", failure));
-    for (const char* command : {"identify", "health", "discover"})
-        EXPECT_THAT(runToolBy(among("900000"), {command, set.addresses[0]}), ended(0, _, "")) << command;
+    for (const char* command : {"identify", "health", "discover"}) // a note on the model may be among it
+        EXPECT_THAT(runToolBy(among("900000"), {command, set.addresses[0]}), ended(0, _, _)) << command;
 }
 
 TEST(ManyCameras, ShowOnATerminalHowManyAreDone) {
     const ServedSet set(Cameras{slow, plain});
     ChildProcess capture(toolCommand(set.captureArguments()), ChildProcess::ErrorStream::terminal);
     EXPECT_THAT(capture.result(), ended(0, lines(3), has({"1 of 2"})));
+}
+
+TEST(ManyCameras, AreSearchedForWithAWordOnATerminal) {
+    const Names alone = {"/usr/bin/unshare", "-rn"}; // where there is nothing to search
+    if (run(joined(alone, {"true"})).status != 0)
+        GTEST_SKIP() << "This system lets its users make no namespaces.";
+    for (const Names& command : {Names{"discover"}, Names{"capture", "--all"}}) {
+        ChildProcess search(joined(alone, toolCommand(command)), ChildProcess::ErrorStream::terminal);
+        EXPECT_THAT(search.result().errors, has({"searching...", "\r\x1b[K"})) << command[0];
+    }
 }
 
 TEST(DescribedCamera, IsRefusedWhereAnotherIsThereUnlessAnyWillDo) {

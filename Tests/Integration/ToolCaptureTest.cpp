@@ -245,6 +245,43 @@ TEST(ToolCapture, TakesABracketAndTellsItsFilesApart) {
     EXPECT_EQ(camera.pictures.names(), (Names{"0.5.png", "1.png", "2.png"}));
 }
 
+TEST(ToolCapture, GoesOnWithABracketBehindAnExposureThatFails) {
+    // A black picture costs both tries of an exposure, then the pictures come.
+    const SimulatedCamera camera({"--fault", "get:black-picture*2"});
+    const ProcessResult told = camera.capture({"--exposure", "0.1,0.2,0.3", "--json"}, "{number}.png");
+    EXPECT_THAT(told, ended(4, lines(1), has({"korva: 127.0.0.1: ", ", exposure 0.1 s; try: "})));
+    const json said = json::parse(told.output);
+    ASSERT_EQ(said["results"].size(), 3u);
+    for (const auto& [at, exposure] : {std::pair{0u, 0.1}, {1u, 0.2}, {2u, 0.3}}) {
+        EXPECT_EQ(said["results"][at]["exposure"], exposure);
+        EXPECT_EQ(said["results"][at]["ok"], at != 0) << at;
+        EXPECT_GT(said["results"][at]["milliseconds"], 0.0) << at;
+    }
+    EXPECT_EQ(said["error"]["text"], "2 of 3 pictures; failed: 127.0.0.1");
+    EXPECT_EQ(camera.pictures.names(), (Names{"2.png", "3.png"}));
+}
+
+TEST(ToolCapture, FindsTheExposureThatFitsAlsoBehindAPictureThatIsAllBlack) {
+    const SimulatedCamera camera({"--scene", "ramp", "--fault", "get:black-picture*2"});
+    EXPECT_THAT(camera.capture({"--exposure", "auto"}), ended(0, has({" s chosen with ", " pictures"}), ""));
+    const SimulatedCamera black({"--scene", "black"});
+    EXPECT_THAT(black.capture({"--exposure", "auto"}), failed({"korva: 127.0.0.1: ", "all black"}));
+    EXPECT_EQ(black.pictures.names(), Names{});
+}
+
+TEST(ToolCapture, NamesAPictureByTheExposureThatIsFoundAndByNoOther) {
+    const SimulatedCamera camera({"--scene", "ramp"});
+    fs::create_directory(camera.pictures.file("nc"));
+    std::ofstream(camera.pictures.file("nc/1.5.png")) << "older";
+    EXPECT_THAT(camera.capture({"--exposure", "auto", "--no-clobber"}, "nc/{exposure}.png"),
+                ended(0, lines(1), ""));
+    EXPECT_THAT(camera.capture({"--exposure", "auto"}, "{exposure}/a.png"), ended(0, lines(1), ""));
+    EXPECT_EQ(camera.pictures.names().size(), 2u) << "nc, and the folder of the picture";
+    std::ofstream(camera.pictures.file("b.png")) << "older";
+    EXPECT_THAT(camera.capture({"--exposure", "auto", "--no-clobber"}, "b.png"),
+                failed({"b.png: it exists"}));
+}
+
 TEST(ToolCapture, WritesThePictureToStandardOutputAndNotToATerminal) {
     const SimulatedCamera camera;
     const std::string file = camera.pictures.file("a.png");

@@ -10,6 +10,7 @@ using namespace LabTests;
 using nlohmann::json;
 using testing::AllOf;
 using testing::HasSubstr;
+using testing::Not;
 using testing::StartsWith;
 
 namespace {
@@ -129,6 +130,27 @@ TEST(LabDoctor, OfAnAddressTellsWhatElseIsWrongInNotesBehind) {
         ended(0,
               StartsWith("note  10.77.1.11 (Room 1): answers here, but says that its address is 10.77.1.99;"),
               ""));
+}
+
+TEST(LabDoctor, OfAnAdapterThatNobodyUsesSaysNoMoreThanANoteBehindTheCause) {
+    const std::string idle = "ip link add wlan0 type veth peer name x; ip link set wlan0 up;";
+    for (const std::string world : {"other-subnet", "discovery-blocked", "wrong-mask"}) {
+        const json said =
+            json::parse(runScript("--break " + world, idle + "korva doctor --json; true").output);
+        EXPECT_EQ(said["causes"][0]["code"], world) << said;
+        EXPECT_EQ(said["causes"][1]["code"], "no-link") << said;
+        EXPECT_EQ(said["causes"][1]["severity"], "note") << said;
+    }
+    const ProcessResult asked = runScript("", idle + "korva identify 192.168.5.5");
+    EXPECT_THAT(asked, failed({"192.168.5.5: ", "in none of "}));
+}
+
+TEST(LabDoctor, FindsNothingWrongWithABridgesPorts) {
+    const ProcessResult result =
+        runScript("", "ip link add br0 type bridge; ip address flush dev net1; ip link set net1 master br0;"
+                      "ip address add 10.77.1.1/24 broadcast + dev br0; ip link set br0 up;"
+                      "until ip link show br0 | grep -q LOWER_UP; do sleep 0.05; done; korva doctor --json");
+    EXPECT_THAT(result, ended(0, AllOf(HasSubstr("\"causes\":[]"), Not(HasSubstr("\"note\""))), ""));
 }
 
 TEST(LabDoctor, WithoutRightsSaysWhatItCannotSee) {

@@ -131,6 +131,12 @@ const std::string holdingLate = holdsIt + late + "\n";
 const std::string twins =
     "1 --room \"Twin A\"\n1 --room \"Twin B\" --fault discovery:wrong-address=10.77.1.11\n";
 
+/// The description of a camera at an address that nobody has.
+const std::string nobody =
+    "<Device><CameraInfo><cameraTypeEnum>6</cameraTypeEnum><resolutionX>8</resolutionX>"
+    "<resolutionY>6</resolutionY></CameraInfo><connection><address>10.77.1.99</address>"
+    "<port>32769</port></connection></Device>";
+
 /// What a watch among these cameras prints while `script` goes on, behind a line with its status after
 /// Ctrl-C. In the script "await TEXT COUNT" waits for so many lines with the text.
 ProcessResult watched(const std::string& cameras, const std::string& command, const std::string& script,
@@ -303,6 +309,21 @@ TEST(LabDiscovery, OneInterruptEndsItWhileACameraHoldsIt) {
               "status 130 after 1\nkorva: interrupted\n");
 }
 
+TEST(LabDiscovery, InterruptShowsWhomItHasFoundBefore) {
+    // The second question to the camera is the second search's.
+    const std::string interrupted = " & work=$!; for i in {1..300}; do [ $(grep -c '(discovery)' "
+                                    "$KORVA_LAB/camera-1.log) -gt 1 ] && break;"
+                                    "sleep 0.05; done; kill -INT $work; wait $work; echo status $?";
+    EXPECT_THAT(runScript("", "korva discover --timeout 60" + interrupted),
+                ended(0, AllOf(HasSubstr("\n10.77.1.11 "), HasSubstr("ready\nstatus 130\n")),
+                      HasSubstr("korva: interrupted")));
+    const json said =
+        json::parse(runScript("", "korva discover --timeout 60 --json" + interrupted + " >&2").output);
+    EXPECT_EQ(said["cameras"].size(), 1u) << said;
+    EXPECT_EQ(said["problems"].size(), 0u) << said;
+    EXPECT_EQ(said["error"]["code"], "interrupted") << said;
+}
+
 TEST(LabDiscovery, CameraThatHoldsItLeavesTheOthersTheirTurn) {
     EXPECT_FALSE(expectFound(holding + "1" + late + "\n2" + late, "--max-time 9",
                              {"10.77.1.12", "10.77.2.13"}, HasSubstr("took too long: "), 4)
@@ -425,6 +446,30 @@ TEST(LabCapture, SaysOfEachCameraWhatHasBecomeOfThisComputersAdapterMeanwhile) {
     }
 }
 
+TEST(LabCapture, LooksAtACameraThatIsLostInItsPicture) {
+    const ProcessResult result =
+        runScript("--cameras 2 --arguments --wait-exposure",
+                  "korva capture 10.77.1.11 10.77.1.12 --exposure 3 --max-time 12 --json --output "
+                  "$KORVA_LAB/all & work=$!;"
+                  "for i in {1..300}; do [ $(cat $KORVA_LAB/camera-*.log | grep -c 'configure: ') = 2 ] && "
+                  "break; sleep 0.05; done;"
+                  "nsenter --net=$KORVA_LAB/namespaces/switch ip link set port1-1 down; wait $work");
+    EXPECT_THAT(result, ended(4, lines(1),
+                              has({"korva: 10.77.1.11: answered before, then nothing at all: it has lost "
+                                   "power or its cable, or restarts; try: "})));
+    const json said = json::parse(result.output);
+    EXPECT_EQ(said["results"][0]["error"]["code"], "died-after-answer") << said;
+    EXPECT_TRUE(said["results"][1]["ok"]) << said;
+}
+
+TEST(LabCapture, OfADescribedCameraThatWasNeverThereSaysThatNobodyAnswers) {
+    for (const std::string command : {"capture --output a.png", "health"})
+        EXPECT_THAT(runScript("", "cd $KORVA_LAB; echo '" + nobody + "' >xml; korva " + command +
+                                      " --from xml --json 2>&1"),
+                    ended(1, has({R"("code":"absent","text":"nobody answers at this address")"}), ""))
+            << command;
+}
+
 TEST(LabCapture, OfAllSaysTheSameAsDiscoverWhereNobodyIsFound) {
     for (const std::string world : {"wrong-mask", "other-subnet", "adapter-down"}) {
         const ProcessResult result = runScript(
@@ -449,9 +494,10 @@ TEST(LabCapture, OfAModelWhoseSizeIsGuessedWronglySaysHowToGetItsPictureNeverthe
                           "korva describe 10.77.1.11 | sed 's/>2748</>1676</; s/>1836</>1266</' >camera.xml;"
                           "korva capture --from camera.xml --output a.png"),
                 ended(0, StartsWith("a.png: 1676 x 1266 pixels, "),
-                      AllOf(lines(1), has({"korva: 10.77.1.11: the camera sent 1676 x 1266, it should send "
+                      AllOf(lines(2), has({"korva: 10.77.1.11: the camera sent 1676 x 1266, it should send "
                                            "2748 x 1836 (model X99 is unknown): what it should send is a "
-                                           "guess; try: korva describe 10.77.1.11 > camera.xml, "}))));
+                                           "guess; try: korva describe 10.77.1.11 > camera.xml, ",
+                                           "\nkorva: warning: 10.77.1.11: model X99 is unknown: "}))));
 }
 
 TEST(LabCapture, OfACameraWhoseAnswersAreGarbageWarnsBesideItsPicture) {
@@ -516,10 +562,6 @@ TEST(LabCapture, LeavesNoCameraADumpOfTheSearch) {
 }
 
 TEST(LabCapture, OneInterruptEndsItWhileItConnectsToNobody) {
-    const std::string nobody =
-        "<Device><CameraInfo><cameraTypeEnum>6</cameraTypeEnum><resolutionX>8</resolutionX>"
-        "<resolutionY>6</resolutionY></CameraInfo><connection><address>10.77.1.99</address>"
-        "<port>32769</port></connection></Device>";
     EXPECT_THAT(
         runScript("", "cd $KORVA_LAB; echo '" + nobody +
                           "' >xml; korva capture --from xml --output a.png --log info 2>said & work=$!;"
@@ -545,6 +587,59 @@ TEST(LabHealth, OfTwinsSaysSoAndNotThatTheyAreGood) {
     EXPECT_EQ(result.status, 1);
 }
 
+TEST(LabTool, EachCommandSaysThatAModelIsUnknownUnlessItHasItsPicture) {
+    const ProcessResult result =
+        runAmong("1 --hardware X900 --size 40x30\n",
+                 "cd $KORVA_LAB; a=10.77.1.11; korva discover $a; korva identify $a 2>&1; korva health $a;"
+                 "korva health --all; echo ---; korva capture $a 2>&1; korva capture --all 2>&1");
+    EXPECT_EQ(result.status, 0) << result.errors;
+    const std::string sign = "model X900 is unknown: ";
+    EXPECT_THAT(result.output, testing::ContainsRegex("(" + sign + "[^$]*){4}---"));
+    EXPECT_THAT(result.output.substr(result.output.find("---")), Not(HasSubstr(sign)));
+    EXPECT_THAT(result.output, has({"10.77.1.11:32769: good, but " + sign}));
+}
+
+TEST(LabTool, OfAnAddressThatTwoCamerasHaveNoCommandSaysThatItIsWell) {
+    EXPECT_THAT(runScript("--break duplicate-address",
+                          "said() { \"$@\" 10.77.1.11; [ $? = 1 ] || echo wrong; }; said korva discover;"
+                          "said korva health; said korva doctor | head -n 1"),
+                ended(0,
+                      AllOf(testing::ContainsRegex("(same address as another camera: [^\n]*\n[^$]*){3}"),
+                            testing::Not(HasSubstr("wrong"))),
+                      ""));
+}
+
+TEST(LabTool, OfTwoCamerasWithOneMacAddressTellsBoth) {
+    const std::string other = "1 ! bash -c 'ip link set net1 down address 02:4b:00:01:00:01 up;"
+                              "exec korva simulate --address {address} --room Other'\n";
+    const ProcessResult result = runAmong("1\n" + other, "korva discover; korva health --all --json");
+    EXPECT_THAT(result.output, has({"as another camera: 10.77.1.11 (Room 1)",
+                                    "as another camera: 10.77.1.12 (Other)", "0 ready, 2 unusable."}));
+    EXPECT_THAT(result.output, Not(HasSubstr("\"ok\":true")));
+}
+
+TEST(LabTool, WatchEndsWhereWhatItSaysCannotBeWritten) {
+    for (const std::string watch : {"health --all", "discover", "discover 10.77.1.11"})
+        EXPECT_THAT(runAmong("1\n", "timeout 30 korva " + watch + " --watch >/dev/full"),
+                    ended(1, "", StartsWith("korva: standard output could not be written; try: ")))
+            << watch;
+}
+
+TEST(LabTool, ShowsOnATerminalAloneWhatItIsAtAndErasesThat) {
+    const std::string at = "\x1b[K";
+    for (const auto& [command, signs] : {std::pair{"health --all", Names{at + "searching...", at + "0 of 2"}},
+                                         {"doctor 10.77.1.11", {at + "searching...", at + "0 of 1 picture"}},
+                                         {"identify 10.77.1.11", {at + "asking..."}}}) {
+        const Names words = joined(
+            labCommand({"--cameras", "2", "--arguments", "--wait-exposure --fault probe:delay=300", "--"}),
+            {"bash", "-c", std::string("korva ") + command});
+        EXPECT_THAT(ChildProcess(words, ChildProcess::ErrorStream::terminal).result(),
+                    ended(0, _, AllOf(has(signs), EndsWith("\r" + at))))
+            << command;
+        EXPECT_THAT(run(words), ended(0, _, "")) << command;
+    }
+}
+
 TEST(LabHealth, TellsAtCtrlCWhatItHasFoundOut) {
     const std::string said =
         interrupt("1\n" + holdsIt + "\n", "korva health 10.77.1.11 10.77.1.12 --json --max-time 60",
@@ -565,6 +660,23 @@ TEST(LabHealth, WatchTellsOfTheComputersOwnAdapterOnceAndNotOfEachCamera) {
                   "[-: 0-9]{21}the network adapter net1 is switched off; try: sudo ip link set net1 up\n"
                   "[-: 0-9]{21}net1 works again\n$"),
               _));
+}
+
+TEST(LabHealth, WatchTellsProgramsFirstThatItsSearchWasCutAndLastOfACamera) {
+    const ProcessResult result = watched("1\n" + holdingLate + holdingLate + holdingLate + holdingLate,
+                                         "health --all --json --max-time 2", "await '\"ok\":true' 1;");
+    EXPECT_THAT(result,
+                ended(0, StartsWith("status 4\n"), HasSubstr("korva: warning: the search was cut after ")));
+    std::istringstream said(result.output);
+    std::vector<json> told;
+    for (std::string line; std::getline(said, line);)
+        told.push_back(json::parse(line, nullptr, false));
+    ASSERT_GE(told.size(), 3u) << result.output;
+    EXPECT_THAT(told[1].value("cut", ""), StartsWith("the search was cut after "));
+    EXPECT_EQ(told[1]["error"]["code"], "search-cut");
+    EXPECT_TRUE(told[1].contains("time"));
+    EXPECT_FALSE(told.back().contains("cut")) << "it is told once";
+    EXPECT_TRUE(told.back().contains("address")) << told.back();
 }
 
 TEST(LabHealth, FollowsACableThatIsPulledAndPutBack) {

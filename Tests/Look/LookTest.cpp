@@ -87,6 +87,7 @@ const std::string cable = "255.255.255.255 over 1";
 
 TEST_F(Look, AtTheComputerTellsItsAdaptersGatewayAndNeighbours) {
     sight.adapters[1].hasLink = false;
+    sight.adapters[1].isPart = true;
     sight.gateway = ipv4("10.77.1.254");
     knows("10.77.1.11", State::known);
     knows("10.77.1.12", State::failed);
@@ -95,10 +96,13 @@ TEST_F(Look, AtTheComputerTellsItsAdaptersGatewayAndNeighbours) {
     ASSERT_THAT(facts.adapters, SizeIs(2));
     EXPECT_EQ(facts.adapters[0],
               (Adapter{"net9", true, true, true, "", {OwnAddress{"127.0.0.1", "255.0.0.0"}}}));
-    EXPECT_EQ(
-        facts.adapters[1],
-        (Adapter{
-            "net1", true, false, false, "02-00-00-00-00-01", {OwnAddress{"10.77.1.1", "255.255.255.0"}}}));
+    EXPECT_EQ(facts.adapters[1], (Adapter{"net1",
+                                          true,
+                                          false,
+                                          false,
+                                          "02-00-00-00-00-01",
+                                          {OwnAddress{"10.77.1.1", "255.255.255.0"}},
+                                          true}));
     EXPECT_EQ(facts.defaultGateway, "10.77.1.254");
     EXPECT_THAT(facts.neighbours, ElementsAre(Neighbour{"net1", "10.77.1.11", cameraMacText},
                                               Neighbour{"net1", "10.77.1.12", ""}));
@@ -124,6 +128,8 @@ TEST_F(Look, ForCamerasAsksEachNetworkOnceAndEachCable) {
          {std::pair(2u, "10.77.2.1"), {3u, "169.254.7.7"}, {4u, "10.77.4.1"}, {5u, "10.77.5.1"}})
         sight.adapters.push_back(adapter(index, {{ipv4(address), mask24}}));
     sight.adapters.push_back(adapter(6, {}));
+    sight.adapters.push_back(adapter(7, {}));
+    sight.adapters.back().isPart = true;
     sight.adapters[2].isUp = false;
     sight.adapters[4].hasLink = false;
     sight.adapters[5].isEthernet = false; // a tunnel
@@ -242,26 +248,26 @@ const Address addresses[] = {
     {"OneKnownFromBeforeThatAnswers", State::known, open, version, open, true, PortState::open,
      PortState::open, true, 5ms},
     {"OneThatIsGone", State::known, silent, "", silent, false, PortState::silent, PortState::silent,
-     std::nullopt, 3300ms},
+     std::nullopt, 4100ms},
     {"OneThatAnsweredArpBefore", State::confirmed, silent, "", silent, false, PortState::silent,
-     PortState::silent, std::nullopt, 3300ms, 3301ms},
+     PortState::silent, std::nullopt, 4100ms, 4101ms},
     {"OneThatAnswersArpOnly", State::confirmed, silent, "", silent, false, PortState::silent,
-     PortState::silent, true, 3300ms, 3300ms},
+     PortState::silent, true, 4100ms, 4100ms},
     {"Nobody", State::failed, unreachable, "", unreachable, false, PortState::unreachable,
      PortState::unreachable, false, 1000ms},
     {"NobodyYet", State::asking, silent, "", silent, false, PortState::unreachable, PortState::unreachable,
-     false, 3300ms},
+     false, 4100ms},
     {"OneWithoutATableEntry", std::nullopt, silent, "", silent, false, PortState::silent, PortState::silent,
-     std::nullopt, 3300ms},
+     std::nullopt, 4100ms},
     {"AComputer", State::known, refused, "", refused, false, PortState::refused, PortState::refused, true,
      1000ms},
     {"ABlockedTextPort", State::confirmed, silent, "", open, true, PortState::silent, PortState::open, true,
-     3300ms},
+     4100ms},
     {"ABlockedPicturePort", State::confirmed, open, version, silent, true, PortState::open, PortState::silent,
-     true, 3300ms},
+     true, 4100ms},
     {"BlockedDiscovery", State::confirmed, open, version, open, false, PortState::open, PortState::open, true,
      1000ms},
-    {"ASilentCamera", State::confirmed, open, "", open, true, PortState::open, PortState::open, true, 3300ms},
+    {"ASilentCamera", State::confirmed, open, "", open, true, PortState::open, PortState::open, true, 4100ms},
 };
 
 } // namespace
@@ -290,7 +296,7 @@ TEST_P(LookAt, SeesWhatItDoes) {
     EXPECT_EQ(camera.toldFirmware, *address.says == '\0' ? "" : "3.2.15");
     EXPECT_EQ(camera.adapter, "net1");
     EXPECT_EQ(camera.lookFailure, "");
-    const bool hasMac = address.neighbour == State::confirmed || address.neighbour == State::known;
+    const bool hasMac = address.answersArp == true; // else it may be another one's, who has gone
     EXPECT_EQ(camera.macAddresses, hasMac ? std::vector{cameraMacText} : std::vector<std::string>());
     EXPECT_EQ(World::elapsed(), address.took);
 }
@@ -369,6 +375,8 @@ TEST_F(Look, AtAddressesTakesAnAnswerFromAnotherOfTheCamerasAddresses) {
     EXPECT_EQ(facts.cameras[0].answersQuery, true);
     EXPECT_EQ(facts.cameras[1].answersQuery, true);
     EXPECT_EQ(facts.cameras[2].answersQuery, false);
+    EXPECT_EQ(facts.cameras[0].announces, "");
+    EXPECT_EQ(facts.cameras[1].announces, "10.77.9.9");
 }
 
 TEST_F(Look, AtAddressesTakesNoAnswerOfOneThatWasAskedForAnothersThatItNames) {

@@ -44,6 +44,7 @@ std::vector<std::string> adapters() {
         text += each.hasLink ? " link" : "";
         text += each.isLoopback ? " loopback" : "";
         text += each.isEthernet ? " ethernet" : "";
+        text += each.isPart ? " part" : "";
         for (const auto& [ip, mask] : each.addresses)
             text += " " + dotted(ip) + "/" + dotted(mask);
     }
@@ -88,6 +89,18 @@ TEST_F(NetworkView, TellsAdaptersThatAreDownHaveNoLinkOrNoAddress) {
                                      "down0 link ethernet 10.78.1.1/255.255.255.0", StartsWith("bare0 up"),
                                      "cut0 up ethernet 10.79.1.1/255.255.0.0 10.79.1.2/255.255.0.0",
                                      "cut1 link ethernet"));
+}
+
+TEST_F(NetworkView, TellsAdaptersThatOthersAreMadeOf) {
+    // A bridge's port, a virtual network's parent, and two ends of one cable, which are no parts.
+    machine.run("ip link add br0 type bridge; ip link set net1 master br0;"
+                "ip link add base0 type bridge; ip link add virtual0 link base0 type macvlan;"
+                "ip link add end0 type veth peer name end1");
+    std::vector<std::string> parts;
+    for (const std::string& text : adapters())
+        if (text.find(" part") != std::string::npos)
+            parts.push_back(text.substr(0, text.find(' ')));
+    EXPECT_THAT(parts, UnorderedElementsAre("net1", "base0"));
 }
 
 TEST_F(NetworkView, TellsTheWayToAnAddress) {

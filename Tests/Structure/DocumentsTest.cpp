@@ -164,19 +164,16 @@ Texts beginningsOf(const std::string& written) {
     return text.find_first_not_of(' ') == std::string::npos ? Texts{} : Texts{text};
 }
 
-/// The codes of verdicts that the rules and the tool give: words joined by hyphens, and single ones where a
+/// The codes of verdicts that the rules give: words joined by hyphens, and single ones where a
 /// row or an assignment begins with them.
 Names codesOfVerdicts() {
     static const std::regex joined(R"re(()"([a-z]+(?:-[a-z]+)+)")re");
-    static const std::regex single(R"re((?:\n +\{|code = |verdictOf\()()"([a-z]+)")re");
+    static const std::regex single(R"re((?:\n +\{|Obstacle::\w+, |code = |verdictOf\()()"([a-z]+)")re");
     Names codes;
     for (const fs::path& source : filesBelow(root / "Diagnosis", {".cpp"}))
         if (source.stem().string().find("Rules") != std::string::npos)
             for (const std::regex& pattern : {joined, single})
                 codes.merge(caughtBy(pattern, contentOf(source), ""));
-    static const std::regex assigned(R"re(code = ()"([a-z-]+)")re");
-    for (const fs::path& source : filesBelow(root / "Console", {".cpp"}))
-        codes.merge(caughtBy(assigned, contentOf(source), ""));
     return codes;
 }
 

@@ -227,6 +227,61 @@ TEST(Structure, TestsHaveOneWorld) {
         ADD_FAILURE() << file << " plays what Tests/World plays";
 }
 
+/// Whether a line of the tool's makes a verdict, or gives one a code, words or a remedy of its own, or joins
+/// words and a remedy: Diagnosis does all that.
+bool wordsAFailure(const std::string& line) {
+    static const std::regex verdict(R"(\bVerdict(\{| \w*[a-z](;|\{| = \{))|verdict\.emplace\()");
+    static const std::regex words(R"((\.|->)(code|text|remedy) \+?= )");
+    static const std::regex given(R"(\.(reason|failure|cut) \+?= (std::string\()?")");
+    static const std::regex joint(R"(; try: )");
+    for (const std::regex& each : {verdict, words, given, joint})
+        if (std::regex_search(line, each))
+            return true;
+    return false;
+}
+
+/// What is wrong with a command line is worded where that is read.
+bool readsTheCommandLine(const fs::path& source) {
+    const std::string name = source.stem().string();
+    return name.ends_with("Options") || name == "CommandLine" || name == "main";
+}
+
+/// Who writes to standard error; the others hand verdicts on.
+const std::set<std::string> writers = {"CommandRun", "DiscoverCommand", "LibraryLines", "ProgressBar"};
+
+TEST(Structure, TheToolWordsNoFailureItself) {
+    std::size_t sources = 0;
+    for (const fs::path& source : sourcesBelow(root / "Console"))
+        for (const std::string& line : linesOf(contentOf(source))) {
+            const bool isComment = line.find_first_not_of(' ') == line.find("//");
+            if (isComment || line.empty())
+                continue;
+            ++sources;
+            EXPECT_FALSE(wordsAFailure(line) && !readsTheCommandLine(source)) << source << ": " << line;
+            const bool isWritten = line.find("printf(") != std::string::npos &&
+                                   line.find("snprintf(") == std::string::npos &&
+                                   line.find("std::printf(") == std::string::npos;
+            EXPECT_TRUE(!isWritten || writers.contains(source.stem().string())) << source << ": " << line;
+        }
+    EXPECT_GT(sources, 5000u);
+}
+
+TEST(StructureRules, FindAFailureThatTheToolWords) {
+    for (const char* const line :
+         {"    Diagnosis::Verdict verdict;", "    const Verdict odd{\"odd\"};", "    return Verdict{};",
+          "    Verdict made = {\"odd\", ...};", "    row.verdict.emplace();", "    verdict.code = \"odd\";",
+          "    verdict->text += \", too\";", "    verdict.remedy = again;",
+          "    attempt.reason = \"no luck\";", "    search_.failure = \"no search\";",
+          "    warn(\"no luck; try: again\");"})
+        EXPECT_TRUE(wordsAFailure(line)) << line;
+    for (const char* const line :
+         {"    Diagnosis::Verdict verdict = *failure;", "    verdict.room.clear();",
+          "    verdict.address = address;", "    attempt.reason = reasonFrom(error);",
+          "    object[\"text\"] = verdict.text;", "    if (verdict.code == \"absent\")",
+          "std::optional<Diagnosis::Verdict> verdict;", "    for (const Verdict& cause : causes)"})
+        EXPECT_FALSE(wordsAFailure(line)) << line;
+}
+
 TEST(StructureRules, FindASecondWorld) {
     const std::set<std::string> calls = callsOfThePlatform();
     for (const char* const line :

@@ -27,6 +27,7 @@ struct Adapter {
     bool hasLink = true; ///< can carry data: its cable is in; true also if it is not up, when nobody knows
     bool isLoopback = false;
     bool isEthernet = false;
+    bool isPart = false; ///< of another adapter: of a bridge or bond, or a virtual network's parent
     std::vector<unsigned char> hardwareAddress; ///< empty if it has none
     std::vector<Address> addresses;             ///< the main one first
 };
