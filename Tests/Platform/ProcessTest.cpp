@@ -16,6 +16,7 @@
 #include <memory>
 #include <string>
 #include <sys/ioctl.h>
+#include <sys/mman.h>
 #include <thread>
 #include <unistd.h>
 #include <vector>
@@ -145,7 +146,13 @@ TEST(LargePages, AreAskedForBehindWhatHoldsOneAndNeverBehindNothing) {
     unsigned char* const first = memory.get();
     Platform::preferLargePages(first + 1, 4 * largePage - 2);         // two whole ones
     Platform::preferLargePages(first + 4 * largePage, largePage - 1); // none
-    Platform::preferLargePages(nullptr, largePage * 4);
+    // Something of the program's that lies where a buffer that is none would reach to.
+    void* const low = mmap(reinterpret_cast<void*>(largePage), largePage, PROT_READ | PROT_WRITE,
+                           MAP_PRIVATE | MAP_ANONYMOUS | MAP_FIXED_NOREPLACE, -1, 0);
+    ASSERT_EQ(low, reinterpret_cast<void*>(largePage));
+    Platform::preferLargePages(nullptr, 4 * largePage);
+    const std::string flagsOfLow = flagsOfMappingAt(low);
+    munmap(low, largePage);
     if (!std::filesystem::exists("/sys/kernel/mm/transparent_hugepage"))
         GTEST_SKIP() << "this kernel has one size of pages"; // so there is nothing to be seen
     std::vector<bool> preferred;
@@ -153,6 +160,8 @@ TEST(LargePages, AreAskedForBehindWhatHoldsOneAndNeverBehindNothing) {
         preferred.push_back(flagsOfMappingAt(first + page * largePage + largePage / 2).find(" hg") !=
                             std::string::npos);
     EXPECT_EQ(preferred, (std::vector<bool>{false, true, true, false, false, false}));
+    EXPECT_NE(flagsOfLow, "");
+    EXPECT_EQ(flagsOfLow.find(" hg"), std::string::npos) << "behind nothing";
 }
 
 TEST(FreedMemory, StaysWithAProcessThatAsksForIt) {
