@@ -40,9 +40,8 @@ Text has(const Names& parts);
 /// Matches a text of so many lines; what follows the last line end counts as one too.
 Text lines(std::size_t number);
 
-/// What Ctrl-C may take to end any of the tool's commands. An instrumented build looks for leaks at its end,
-/// which takes longer than all else.
-inline constexpr std::chrono::milliseconds promptly{KORVA_SANITIZED ? 3000 : 500};
+/// What Ctrl-C may take to end any of the tool's commands.
+inline constexpr std::chrono::milliseconds promptly{500};
 
 /// Standard output and error are collected, standard input is empty. Every wait is bounded. One thread.
 class ChildProcess {
