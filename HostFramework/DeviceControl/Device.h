@@ -2,6 +2,7 @@
 // The first-generation device: identity, connection, interfaces, description.
 
 #include "Device/BaseDevice.h"
+#include "DeviceControl/OverloadOrder.h"
 #include "HostFrameworkExport.h"
 
 #include <functional>
@@ -48,11 +49,11 @@ public:
     virtual bool isOffline() const;         // slot 16: true if it has no communicator
     virtual bool canDeviceDoTiling() const; // slot 17: here false
     /// Slot 18: the stored description, UTF-8: what toXml(stream, 0) writes.
-    virtual std::string toXml() const;
     /// Slot 19: writes the stored description, from which the family's builder builds the device again: an
     /// element "Device" with the children that toXmlInternal writes, `indent` blanks before each line. It
     /// holds no password.
-    virtual void toXml(std::ostream& stream, int indent) const;
+    IN_SLOT_ORDER_2(virtual std::string toXml() const,
+                    virtual void toXml(std::ostream& stream, int indent) const);
     virtual void updatePassword(const std::wstring& password); // slot 20: notes what the device asks for
     virtual std::wstring getPassword() const;                  // slot 21: as noted, empty at first
     /// Slot 22: told by an interface of its new observer; the first one leads to startObserving().

@@ -1,6 +1,7 @@
 #pragma once
 // Makes devices of one family.
 
+#include "DeviceControl/OverloadOrder.h"
 #include "HostFrameworkExport.h"
 
 #include <xercesc/dom/DOMNode.hpp>
@@ -17,8 +18,10 @@ public:
     DeviceBuilder(const DeviceBuilder&) = delete;
     DeviceBuilder& operator=(const DeviceBuilder&) = delete;
 
-    virtual ~DeviceBuilder();                                   // slot 0
-    virtual Device* build(xercesc::DOMNode* element) const = 0; // slot 1: from a stored description
-    virtual Device* build(const DeviceTemplate& deviceTemplate) const = 0; // slot 2: from a search's result
-    virtual Device* build(Communicator* communicator) const = 0; // slot 3: from a connection, not taken over
+    virtual ~DeviceBuilder(); // slot 0
+    /// Slots 1 to 3: from a stored description; from a search's result; from a connection, which is not taken
+    /// over.
+    IN_SLOT_ORDER_3(virtual Device* build(xercesc::DOMNode* element) const = 0,
+                    virtual Device* build(const DeviceTemplate& deviceTemplate) const = 0,
+                    virtual Device* build(Communicator* communicator) const = 0);
 };
