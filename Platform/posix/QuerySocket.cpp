@@ -44,17 +44,21 @@ unsigned adapterOf(msghdr& message) {
     return 0;
 }
 
+int descriptorOf(std::intptr_t handle) {
+    return static_cast<int>(handle);
+}
+
 } // namespace
 
-QuerySocket::QuerySocket() : descriptor_(socket(AF_INET, SOCK_DGRAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0)) {
-    if (descriptor_ < 0 || !switchOn(descriptor_, SOL_SOCKET, SO_BROADCAST) ||
-        !switchOn(descriptor_, IPPROTO_IP, IP_PKTINFO))
+QuerySocket::QuerySocket() : handle_(socket(AF_INET, SOCK_DGRAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0)) {
+    if (handle_ < 0 || !switchOn(descriptorOf(handle_), SOL_SOCKET, SO_BROADCAST) ||
+        !switchOn(descriptorOf(handle_), IPPROTO_IP, IP_PKTINFO))
         failure_ = textOf(errno);
 }
 
 QuerySocket::~QuerySocket() {
-    if (descriptor_ >= 0)
-        close(descriptor_);
+    if (handle_ >= 0)
+        close(descriptorOf(handle_));
 }
 
 std::string QuerySocket::send(std::string_view text, std::uint32_t to, std::uint16_t port,
@@ -85,7 +89,7 @@ std::string QuerySocket::send(std::string_view text, std::uint32_t to, std::uint
     }
     ssize_t sent = 0;
     do
-        sent = sendmsg(descriptor_, &message, MSG_NOSIGNAL);
+        sent = sendmsg(descriptorOf(handle_), &message, MSG_NOSIGNAL);
     while (sent < 0 && errno == EINTR);
     if (sent < 0 && (errno == EACCES || errno == EPERM))
         return "not permitted, by a firewall of this computer or for want of rights";
@@ -107,7 +111,7 @@ std::optional<QuerySocket::Datagram> QuerySocket::receive(Clock::time_point dead
         message.msg_iovlen = 1;
         message.msg_control = note.bytes;
         message.msg_controllen = sizeof note.bytes;
-        const ssize_t received = recvmsg(descriptor_, &message, 0);
+        const ssize_t received = recvmsg(descriptorOf(handle_), &message, 0);
         if (received >= 0)
             return Datagram{source.sin_addr.s_addr, adapterOf(message),
                             std::string(buffer.data(), static_cast<std::size_t>(received))};
@@ -116,7 +120,7 @@ std::optional<QuerySocket::Datagram> QuerySocket::receive(Clock::time_point dead
         const auto left = std::chrono::ceil<std::chrono::milliseconds>(deadline - Clock::now());
         if (left <= 0ms || interrupted())
             return std::nullopt;
-        pollfd waiting{.fd = descriptor_, .events = POLLIN, .revents = 0};
+        pollfd waiting{.fd = descriptorOf(handle_), .events = POLLIN, .revents = 0};
         poll(&waiting, 1, static_cast<int>(std::min<std::chrono::milliseconds>(left, longestPause).count()));
     }
 }

@@ -64,6 +64,11 @@ int connectTo(int descriptor, const sockaddr_in& address, TcpSocket::Clock::time
     return error;
 }
 
+/// The system's own number; -1, which it knows as none, for no socket.
+int descriptorOf(std::intptr_t handle) {
+    return static_cast<int>(handle);
+}
+
 } // namespace
 
 TcpSocket::~TcpSocket() {
@@ -71,9 +76,9 @@ TcpSocket::~TcpSocket() {
 }
 
 void TcpSocket::close() noexcept {
-    if (descriptor_ >= 0)
-        ::close(descriptor_);
-    descriptor_ = -1;
+    if (isOpen())
+        ::close(descriptorOf(handle_));
+    handle_ = -1;
 }
 
 SocketResult TcpSocket::open(const std::string& host, std::uint16_t port, milliseconds timeout) {
@@ -85,14 +90,15 @@ SocketResult TcpSocket::open(const std::string& host, std::uint16_t port, millis
 
     int error = 0;
     for (sockaddr_in address : resolution.addresses) {
-        descriptor_ = socket(AF_INET, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, IPPROTO_TCP);
-        if (descriptor_ < 0)
+        const int descriptor = socket(AF_INET, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, IPPROTO_TCP);
+        if (descriptor < 0)
             return failedWith(errno);
+        handle_ = descriptor;
         const int on = 1;
-        setsockopt(descriptor_, IPPROTO_TCP, TCP_NODELAY, &on, sizeof on);
-        setsockopt(descriptor_, SOL_SOCKET, SO_KEEPALIVE, &on, sizeof on);
+        setsockopt(descriptor, IPPROTO_TCP, TCP_NODELAY, &on, sizeof on);
+        setsockopt(descriptor, SOL_SOCKET, SO_KEEPALIVE, &on, sizeof on);
         address.sin_port = htons(port);
-        error = connectTo(descriptor_, address, deadline);
+        error = connectTo(descriptor, address, deadline);
         if (error == 0)
             return {};
         close();
@@ -104,7 +110,7 @@ SocketResult TcpSocket::send(const void* data, std::size_t count, milliseconds s
     const auto* const bytes = static_cast<const unsigned char*>(data);
     std::size_t sent = 0;
     while (sent < count) {
-        const ssize_t result = ::send(descriptor_, bytes + sent, count - sent, MSG_NOSIGNAL);
+        const ssize_t result = ::send(descriptorOf(handle_), bytes + sent, count - sent, MSG_NOSIGNAL);
         if (result >= 0) {
             sent += static_cast<std::size_t>(result);
             continue;
@@ -113,7 +119,7 @@ SocketResult TcpSocket::send(const void* data, std::size_t count, milliseconds s
             continue;
         if (!wouldBlock(errno))
             return failedWith(errno, sent);
-        const int ready = waitFor(descriptor_, POLLOUT, Clock::now() + stallTimeout);
+        const int ready = waitFor(descriptorOf(handle_), POLLOUT, Clock::now() + stallTimeout);
         if (ready < 0)
             return failedWith(errno, sent);
         if (ready == 0)
@@ -125,7 +131,7 @@ SocketResult TcpSocket::send(const void* data, std::size_t count, milliseconds s
 SocketResult TcpSocket::receive(void* data, std::size_t count, Clock::time_point deadline) {
     for (;;) {
         // Tried before any wait: on a busy line every piece then costs one system call.
-        const ssize_t result = recv(descriptor_, data, count, 0);
+        const ssize_t result = recv(descriptorOf(handle_), data, count, 0);
         if (result > 0)
             return {SocketStatus::done, static_cast<std::size_t>(result), {}};
         if (result == 0)
@@ -134,7 +140,7 @@ SocketResult TcpSocket::receive(void* data, std::size_t count, Clock::time_point
             continue;
         if (!wouldBlock(errno))
             return failedWith(errno);
-        const int ready = waitFor(descriptor_, POLLIN, deadline);
+        const int ready = waitFor(descriptorOf(handle_), POLLIN, deadline);
         if (ready < 0)
             return failedWith(errno);
         if (ready == 0)

@@ -10,6 +10,7 @@
 
 #include <chrono>
 #include <cstddef>
+#include <cstdint>
 #include <deque>
 #include <functional>
 #include <limits>
@@ -95,7 +96,7 @@ struct Network {
     };
     std::map<std::string, Server> servers;
     std::map<std::string, std::shared_ptr<Peer>> peers;
-    std::map<int, std::shared_ptr<Connection>> connections;
+    std::map<std::intptr_t, std::shared_ptr<Connection>> connections;
     std::map<SOCKET, Duration> receiveTimeouts;
     SOCKET lastSocket = 0;
 };

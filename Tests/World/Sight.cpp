@@ -93,13 +93,13 @@ std::vector<PortAnswer> askPorts(const std::vector<PortQuestion>& questions, Clo
     return answers;
 }
 
-QuerySocket::QuerySocket() : descriptor_(++Sight::current().lastSocket) {
+QuerySocket::QuerySocket() : handle_(++Sight::current().lastSocket) {
     if (const auto code = Calls::current().enter("querySocket"))
         failure_ = std::strerror(*code);
 }
 
 QuerySocket::~QuerySocket() {
-    Sight::current().pending.erase(descriptor_);
+    Sight::current().pending.erase(handle_);
 }
 
 std::string QuerySocket::send(std::string_view text, std::uint32_t to, std::uint16_t port,
@@ -110,7 +110,7 @@ std::string QuerySocket::send(std::string_view text, std::uint32_t to, std::uint
     if (const auto code =
             Calls::current().enter("query " + portPlace(to, port) + over + " \"" + std::string(text) + '"'))
         return std::strerror(*code);
-    auto& coming = Sight::current().pending[descriptor_];
+    auto& coming = Sight::current().pending[handle_];
     for (const Sight::Reply& reply : Sight::current().replies)
         if (reply.asked == dottedText(to) + over)
             coming.emplace_back(World::now() + reply.after, reply.datagram);
@@ -119,7 +119,7 @@ std::string QuerySocket::send(std::string_view text, std::uint32_t to, std::uint
 }
 
 std::optional<QuerySocket::Datagram> QuerySocket::receive(Clock::time_point deadline) {
-    auto& coming = Sight::current().pending[descriptor_];
+    auto& coming = Sight::current().pending[handle_];
     const World::Time last = std::max(deadline, World::now());
     if (coming.empty() || coming.front().first > last) {
         World::waitUntil(deadline);

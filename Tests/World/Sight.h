@@ -46,8 +46,9 @@ struct Sight {
     std::vector<Reply> replies;
 
     // Its own book-keeping.
-    std::map<int, std::vector<std::pair<Time, Platform::QuerySocket::Datagram>>> pending; ///< by socket
-    int lastSocket = 0;
+    std::map<std::intptr_t, std::vector<std::pair<Time, Platform::QuerySocket::Datagram>>>
+        pending; ///< by socket
+    std::intptr_t lastSocket = 0;
 };
 
 } // namespace World

@@ -81,9 +81,9 @@ std::vector<std::string> Network::openConnections() const {
 
 namespace {
 
-std::shared_ptr<Network::Connection> connectionOf(int descriptor) {
+std::shared_ptr<Network::Connection> connectionOf(std::intptr_t handle) {
     const auto& all = Network::current().connections;
-    const auto found = all.find(descriptor);
+    const auto found = all.find(handle);
     return found == all.end() ? nullptr : found->second;
 }
 
@@ -103,11 +103,11 @@ TcpSocket::~TcpSocket() {
 void TcpSocket::close() noexcept {
     const OutsidePlugin outside;
     // Gone already where the test began anew in the meantime.
-    if (const auto connection = connectionOf(descriptor_)) {
+    if (const auto connection = connectionOf(handle_)) {
         World::Calls::current().note("close " + connection->place);
-        Network::current().connections.erase(descriptor_);
+        Network::current().connections.erase(handle_);
     }
-    descriptor_ = -1;
+    handle_ = -1;
 }
 
 SocketResult TcpSocket::open(const std::string& host, std::uint16_t port, std::chrono::milliseconds timeout) {
@@ -127,15 +127,15 @@ SocketResult TcpSocket::open(const std::string& host, std::uint16_t port, std::c
     auto connection = std::make_shared<Network::Connection>(
         Network::Connection{place, {server->second.accept(), World::now()}, server->second.room});
     // Never twice, lest one from before reset() passes for another.
-    static int made = 0;
-    descriptor_ = made++;
-    network.connections[descriptor_] = std::move(connection);
+    static std::intptr_t made = 0;
+    handle_ = made++;
+    network.connections[handle_] = std::move(connection);
     return {};
 }
 
 SocketResult TcpSocket::send(const void* data, std::size_t count, std::chrono::milliseconds stallTimeout) {
     const OutsidePlugin outside;
-    const auto connection = connectionOf(descriptor_);
+    const auto connection = connectionOf(handle_);
     if (connection == nullptr)
         return failedWith(EBADF);
     const auto code = enter("send", *connection, shown({static_cast<const char*>(data), count}));
@@ -153,7 +153,7 @@ SocketResult TcpSocket::send(const void* data, std::size_t count, std::chrono::m
 
 SocketResult TcpSocket::receive(void* data, std::size_t count, Clock::time_point deadline) {
     const OutsidePlugin outside;
-    const auto connection = connectionOf(descriptor_);
+    const auto connection = connectionOf(handle_);
     if (connection == nullptr)
         return failedWith(EBADF);
     if (const auto code = enter("receive", *connection, std::to_string(count)))

@@ -41,7 +41,7 @@ public:
     std::optional<Datagram> receive(Clock::time_point deadline);
 
 private:
-    int descriptor_ = -1;
+    std::intptr_t handle_ = -1; ///< the system's: as wide as a pointer on some
     std::string failure_;
 };
 

@@ -49,7 +49,7 @@ public:
     /// connection sends without delay (TCP_NODELAY) and is kept alive (SO_KEEPALIVE).
     SocketResult open(const std::string& host, std::uint16_t port, std::chrono::milliseconds timeout);
 
-    bool isOpen() const noexcept { return descriptor_ >= 0; }
+    bool isOpen() const noexcept { return handle_ >= 0; }
 
     /// Closing a closed socket does nothing.
     void close() noexcept;
@@ -67,7 +67,7 @@ public:
     SocketResult discardUnread(std::chrono::milliseconds quiet, const DiscardBounds& bounds);
 
 private:
-    int descriptor_ = -1;
+    std::intptr_t handle_ = -1; ///< the system's: as wide as a pointer on some
 };
 
 } // namespace Platform
