@@ -54,21 +54,30 @@ struct Source {
     }
 };
 
-/// libpng's read callback. A file of more bytes than a picture needs fails here. What is missing of the last
-/// bytes is zero, so that the end of a cut-off file does not decode from what memory happens to hold; behind
-/// the end reading fails, lest libpng passes over the 2 GiB that a chunk of a few bytes may announce.
-/// Failures jump: nothing here has anything to destroy.
-void readForLibpng(png_structp png, png_bytep bytes, std::size_t count) noexcept {
+/// Fills the bytes, or tells why it fails. A file of more bytes than a picture needs fails here. What is
+/// missing of the last bytes is zero, so that the end of a cut-off file does not decode from what memory
+/// happens to hold; behind the end reading fails, lest libpng passes over the 2 GiB that a chunk of a few
+/// bytes may announce.
+const char* fill(png_structp png, png_bytep bytes, std::size_t count) noexcept {
     auto& source = *static_cast<Source*>(png_get_io_ptr(png));
     if (source.areRowsRead(png))
         source.bytesLeft = std::min(source.bytesLeft, mostBytesBehindRows);
     if (count > source.bytesLeft)
-        png_error(png, "the file has more bytes than its picture needs");
+        return "the file has more bytes than its picture needs";
     source.bytesLeft -= count;
     const std::size_t came = readBytes(source.file, bytes, count);
     if (came == 0 && count != 0)
-        png_error(png, "the file has ended");
+        return "the file has ended";
     std::memset(bytes + came, 0, count - came);
+    return nullptr;
+}
+
+/// libpng's read callback. Failures jump, out of nothing that has anything to destroy or is noexcept: where a
+/// long jump unwinds the stack, as on Windows, the latter would end the process.
+void readForLibpng(png_structp png, png_bytep bytes, std::size_t count) {
+    const char* const failure = fill(png, bytes, count);
+    if (failure != nullptr)
+        png_error(png, failure);
 }
 
 png_voidp allocateForLibpng(png_structp, png_alloc_size_t bytes) noexcept {
