@@ -3,12 +3,15 @@
 
 add_library(KorvaBuildFlags INTERFACE)
 target_compile_features(KorvaBuildFlags INTERFACE cxx_std_20)
-target_compile_options(KorvaBuildFlags INTERFACE -Wall -Wextra -Wpedantic -Wconversion -Wshadow
+set(likes_gcc $<CXX_COMPILER_ID:GNU,Clang>)
+target_compile_options(KorvaBuildFlags INTERFACE
+  "$<${likes_gcc}:-Wall;-Wextra;-Wpedantic;-Wconversion;-Wshadow>"
+  "$<$<CXX_COMPILER_ID:MSVC>:/W4;/permissive-;/utf-8;/Zc:__cplusplus>"
   # g++ 12 sees pieces of memory overlap in std::string's operator+ that do not.
   $<$<AND:$<CXX_COMPILER_ID:GNU>,$<VERSION_LESS:$<CXX_COMPILER_VERSION>,13>>:-Wno-restrict>)
 # Sources that are compiled together see each other's names; what warnings say of one alone the everyday build hears.
 if(CMAKE_UNITY_BUILD)
-  target_compile_options(KorvaBuildFlags INTERFACE -Wno-shadow $<$<CXX_COMPILER_ID:GNU>:-Wno-subobject-linkage>)
+  target_compile_options(KorvaBuildFlags INTERFACE $<${likes_gcc}:-Wno-shadow> $<$<CXX_COMPILER_ID:GNU>:-Wno-subobject-linkage>)
 endif()
 set(KORVA_SANITIZED OFF)
 if(KORVA_SANITIZERS)
