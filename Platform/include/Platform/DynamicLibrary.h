@@ -5,7 +5,7 @@
 
 namespace Platform {
 
-/// The file name that this system gives a library called `name`: "libNAME.so".
+/// The file name that this system gives a library called `name`: "libNAME.so", on Windows "NAME.dll".
 std::string libraryFileName(const std::string& name);
 
 /// One loaded library; used by one thread at a time. The system counts how often a file is loaded and
