@@ -19,6 +19,8 @@
 #include "Diagnosis/RulesOfSearch.h"
 #include "Look/NetworkLook.h"
 #include "Platform/DynamicLibrary.h"
+#include "Platform/ErrorText.h"
+#include "Platform/Path.h"
 #include "Platform/Program.h"
 #include "Platform/Text.h"
 #include "ReferenceHost/DeviceDescription.h"
@@ -68,8 +70,8 @@ Diagnosis::CutBy cutBy(CameraSearch::End end) {
 
 /// Of a stored description.
 CommandFailure descriptionFailure(const fs::path& file, std::string reason) {
-    return CommandFailure(
-        Trouble{.what = Obstacle::description, .place = file.string(), .reason = std::move(reason)});
+    return CommandFailure(Trouble{
+        .what = Obstacle::description, .place = Platform::utf8FromPath(file), .reason = std::move(reason)});
 }
 
 /// Throws CommandFailure with the system's reason. What can be read once, such as a pipe, is not opened.
@@ -81,8 +83,8 @@ void requireReadable(const fs::path& file) {
     errno = 0;
     if (!fs::is_directory(status) && std::ifstream(file).is_open())
         return;
-    const int reason = fs::is_directory(status) ? EISDIR : errno;
-    throw descriptionFailure(file, std::generic_category().message(reason));
+    const std::error_code reason(fs::is_directory(status) ? EISDIR : errno, std::generic_category());
+    throw descriptionFailure(file, Platform::errorText(reason));
 }
 
 ReferenceHost::DeviceDescription readDescription(const fs::path& file) {
@@ -90,7 +92,7 @@ ReferenceHost::DeviceDescription readDescription(const fs::path& file) {
         return ReferenceHost::DeviceDescription::fromFile(file);
     } catch (const DeviceException& error) {
         std::string reason = reasonFrom(error);
-        const std::string place = file.string() + ": ";
+        const std::string place = Platform::utf8FromPath(file) + ": ";
         throw descriptionFailure(file, reason.starts_with(place) ? reason.substr(place.size()) : reason);
     }
 }
@@ -109,11 +111,11 @@ std::string pluginBeside(const std::string& folder) {
     const std::string file = Platform::libraryFileName("NativeCameraKorva");
     std::string places;
     for (const char* const place : {".", "../lib", "../" KORVA_LIBRARY_FOLDER}) {
-        const fs::path candidate = (fs::path(folder) / place / file).lexically_normal();
+        const fs::path candidate = (Platform::pathFromUtf8(folder) / place / file).lexically_normal();
         std::error_code ignored;
         if (fs::exists(candidate, ignored))
-            return candidate.string();
-        const std::string looked = candidate.parent_path().string();
+            return Platform::utf8FromPath(candidate);
+        const std::string looked = Platform::utf8FromPath(candidate.parent_path());
         if (places.find(looked) == std::string::npos || places.empty())
             places += (places.empty() ? "" : ", ") + looked;
     }
@@ -273,7 +275,7 @@ CameraPointer CameraHost::cameraAt(const std::string& address) const {
 }
 
 CameraPointer CameraHost::cameraOf(const std::string& descriptionFile) const {
-    const fs::path file(std::u8string(descriptionFile.begin(), descriptionFile.end()));
+    const fs::path file = Platform::pathFromUtf8(descriptionFile);
     requireReadable(file);
     const auto description = readDescription(file);
     CameraPointer camera = cameraOrNull(type().getBuilder().build(description.root()));

@@ -5,6 +5,7 @@
 
 #include "Diagnosis/Json.h"
 #include "Diagnosis/Print.h"
+#include "Platform/Program.h"
 #include "Platform/StandardError.h"
 #include "Platform/Terminal.h"
 
@@ -70,7 +71,7 @@ ExitStatus runWork(const CommonOptions& common, const std::function<ExitStatus()
         });
         if (isThreadLeftBehind()) {
             std::fflush(nullptr);
-            std::_Exit(static_cast<int>(status)); // while all that the thread may use is there
+            Platform::endAtOnce(static_cast<int>(status)); // while all that the thread may use is there
         }
         return status;
     });

@@ -5,6 +5,9 @@
 #include "Printable.h"
 
 #include "Diagnosis/Print.h"
+#include "Platform/ErrorText.h"
+#include "Platform/Path.h"
+#include "Platform/PrivateFolder.h"
 #include "Platform/Text.h"
 #include "ReferenceHost/HostControl.h"
 #include "VantrelCommon/PlenarDiagnostics.h"
@@ -64,7 +67,7 @@ std::optional<std::string> strangeKey(std::istream& file, bool& hasAny) {
 /// Why a file is no configuration of log4cxx's, which itself says nothing of what it does not know; empty if
 /// it may be one.
 std::string complaintAboutLogging(const std::string& name) {
-    const std::filesystem::path path(std::u8string(name.begin(), name.end()));
+    const std::filesystem::path path = Platform::pathFromUtf8(name);
     std::error_code ignored;
     if (!std::filesystem::is_regular_file(path, ignored))
         return {}; // what can be read once is left to log4cxx
@@ -84,10 +87,10 @@ void useFolder(const std::string& name) {
     ReferenceHost::setImagesSubDirectory(Platform::wideFromUtf8(name));
     const std::string folder = Platform::utf8FromWide(PlenarDiagnostics::getImagesSubDirectory());
     std::error_code code;
-    std::filesystem::create_directories(std::filesystem::path(std::u8string(folder.begin(), folder.end())),
-                                        code);
+    std::filesystem::create_directories(Platform::pathFromUtf8(folder), code);
     if (code)
-        throw CommandFailure(Trouble{.what = Obstacle::dumps, .place = folder, .reason = code.message()});
+        throw CommandFailure(
+            Trouble{.what = Obstacle::dumps, .place = folder, .reason = Platform::errorText(code)});
 }
 
 std::string whereDumpsGo() {
@@ -117,8 +120,10 @@ void addCommonOptions(const CommandLine::Options& app, CommonOptions& options) {
         .check(complaintAboutLogging)
         .group(group);
     app.add("--diagnostics", options.diagnosticsFolder,
-            "Folder for dumped picture files, made if it is missing; by default korva-diagnostics, "
-            "closed to other users, in $XDG_STATE_HOME or ~/.local/state")
+            std::string(
+                "Folder for dumped picture files, made if it is missing; by default korva-diagnostics, "
+                "closed to other users, in ") +
+                Platform::statePlaces)
         .placeholder("DIR")
         .group(group);
     app.addEach(

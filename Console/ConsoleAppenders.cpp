@@ -7,11 +7,13 @@
 #include <log4cxx/helpers/writer.h>
 #include <log4cxx/logger.h>
 #include <log4cxx/logmanager.h>
+#include <log4cxx/logstring.h>
 #include <log4cxx/spi/appenderattachable.h>
 
 #include <cstdio>
 #include <memory>
 #include <string>
+#include <string_view>
 
 namespace Console {
 
@@ -24,6 +26,10 @@ public:
     void write(const log4cxx::LogString& text, log4cxx::helpers::Pool& /*pool*/) override {
         std::string bytes;
         log4cxx::helpers::Transcoder::encode(text, bytes);
+        // What the library ends lines with is the system's.
+        const std::string_view lineEnd = LOG4CXX_EOL;
+        if (bytes.ends_with(lineEnd))
+            bytes.replace(bytes.size() - lineEnd.size(), lineEnd.size(), "\n");
         std::fputs(bytes.c_str(), stream_);
     }
 

@@ -2,12 +2,13 @@
 
 #include "FileNames.h"
 
+#include "Platform/ErrorText.h"
+#include "Platform/Path.h"
 #include "Platform/PrivateFolder.h"
 #include "Platform/Text.h"
 #include "ReferenceHost/HostControl.h"
 
 #include <array>
-#include <cerrno>
 #include <cstdio>
 #include <filesystem>
 #include <random>
@@ -20,10 +21,8 @@ namespace {
 
 namespace fs = std::filesystem;
 using Diagnosis::Obstacle;
-
-fs::path pathOf(const std::string& utf8) {
-    return fs::path(std::u8string(utf8.begin(), utf8.end()));
-}
+using Platform::pathFromUtf8;
+using Platform::utf8FromPath;
 
 /// What the next dump of this thread has to hold.
 thread_local std::optional<std::uint64_t> fetchedBytes;
@@ -31,14 +30,14 @@ thread_local std::optional<std::uint64_t> fetchedBytes;
 /// Why so many bytes did not go into the folder; empty if that cannot be told.
 std::string whyCut(const std::string& folder, std::uint64_t bytes) {
     std::error_code failure;
-    const fs::space_info space = fs::space(pathOf(folder), failure);
+    const fs::space_info space = fs::space(pathFromUtf8(folder), failure);
     const bool isFull = !failure && space.available < bytes;
-    return isFull ? std::generic_category().message(ENOSPC) : "";
+    return isFull ? Platform::errorText(std::errc::no_space_on_device) : "";
 }
 
 bool isFull(const std::string& folder) {
     std::error_code failure;
-    const fs::space_info space = fs::space(pathOf(folder), failure);
+    const fs::space_info space = fs::space(pathFromUtf8(folder), failure);
     return !failure && space.available == 0;
 }
 
@@ -76,9 +75,9 @@ std::string DumpFolder::makeNext() {
     std::snprintf(name.data(), name.size(), "/.korva-dump-%08x", static_cast<unsigned int>(random()));
     std::string own = folder_ + name.data();
     std::error_code failure;
-    if (!fs::create_directory(pathOf(own), failure) || failure) {
+    if (!fs::create_directory(pathFromUtf8(own), failure) || failure) {
         if (folder_ != Platform::noFolder) // which was told when it was chosen
-            fail({.what = Obstacle::dumpFolder, .place = folder_, .reason = failure.message()});
+            fail({.what = Obstacle::dumpFolder, .place = folder_, .reason = Platform::errorText(failure)});
         return folder_;
     }
     const std::lock_guard lock(mutex_);
@@ -107,8 +106,8 @@ void DumpFolder::move(const Dump& dump, const std::string& address) {
     const std::lock_guard lock(mutex_);
     std::error_code failure;
     std::vector<fs::path> files; // what is moved meanwhile may come twice
-    for (fs::directory_iterator at(pathOf(dump.folder), failure); !failure && at != fs::directory_iterator();
-         at.increment(failure))
+    for (fs::directory_iterator at(pathFromUtf8(dump.folder), failure);
+         !failure && at != fs::directory_iterator(); at.increment(failure))
         files.push_back(at->path());
     if (files.empty())
         fail({.what = Obstacle::dumpIsMissing,
@@ -117,23 +116,23 @@ void DumpFolder::move(const Dump& dump, const std::string& address) {
               .address = address});
     for (const fs::path& file : files) {
         const std::string stem =
-            file.stem().string() + " " + (address.empty() ? "other" : safeInNames(address)) + "-";
+            utf8FromPath(file.stem()) + " " + (address.empty() ? "other" : safeInNames(address)) + "-";
         fs::path to = file;
         for (int number = 1; number < mostOfASecond; ++number) {
-            to = pathOf(folder_) / (stem + std::to_string(number) + file.extension().string());
+            to = pathFromUtf8(folder_) / (stem + std::to_string(number) + utf8FromPath(file.extension()));
             if (!fs::exists(to, failure))
                 break;
         }
         fs::rename(file, to, failure);
         if (failure)
             fail({.what = Obstacle::dump,
-                  .place = to.string(),
-                  .reason = failure.message(),
+                  .place = utf8FromPath(to),
+                  .reason = Platform::errorText(failure),
                   .address = address});
         else
-            check(dump, to.string(), fs::file_size(to, failure), address);
+            check(dump, utf8FromPath(to), fs::file_size(to, failure), address);
     }
-    fs::remove(pathOf(dump.folder), failure);
+    fs::remove(pathFromUtf8(dump.folder), failure);
 }
 
 void DumpFolder::check(const Dump& dump, const std::string& file, std::uint64_t written,

@@ -1,6 +1,8 @@
 #include "FileNames.h"
 
 #include "Diagnosis/PictureRules.h"
+#include "Platform/FileNames.h"
+#include "Platform/Path.h"
 
 #include <algorithm>
 #include <array>
@@ -64,7 +66,7 @@ std::string safe(const std::string& text) {
     return name;
 }
 
-std::string filledIn(std::string_view pattern, const NameParts& parts) {
+std::string partFilledIn(std::string_view pattern, const NameParts& parts) {
     std::string name;
     while (!pattern.empty()) {
         const std::size_t open = std::min(pattern.find('{'), pattern.size());
@@ -81,6 +83,22 @@ std::string filledIn(std::string_view pattern, const NameParts& parts) {
     return name;
 }
 
+/// Folder by folder: what a camera says names neither a device nor another folder.
+std::string filledIn(std::string_view pattern, const NameParts& parts) {
+    std::string name;
+    for (;;) {
+        const auto separator = std::find_if(pattern.begin(), pattern.end(), Platform::isSeparator);
+        const auto length = static_cast<std::size_t>(separator - pattern.begin());
+        const std::string_view part = pattern.substr(0, length);
+        const bool isFilled = part.find('{') != std::string_view::npos;
+        name += isFilled ? Platform::keptName(partFilledIn(part, parts)) : std::string(part);
+        if (length == pattern.size())
+            return name;
+        name += pattern[length];
+        pattern.remove_prefix(length + 1);
+    }
+}
+
 /// Whether the pattern itself tells a camera's pictures apart.
 bool tellsPicturesApart(const CaptureOptions& options) {
     const auto has = [&options](const char* name) { return options.output.find(name) != std::string::npos; };
@@ -93,31 +111,36 @@ std::string inSmallLetters(std::string text) {
     return text;
 }
 
+/// Where the name begins that a path ends with.
+std::size_t nameStartOf(const std::string& path) {
+    const auto separator = std::find_if(path.rbegin(), path.rend(), Platform::isSeparator);
+    return static_cast<std::size_t>(path.rend() - separator);
+}
+
 /// Where a file's number goes: before the extension, if the name itself has one.
 std::size_t stemEndOf(const std::string& name) {
-    const std::size_t nameStart = name.find_last_of('/') + 1; // npos + 1 is 0
     const std::size_t dot = name.find_last_of('.');
-    const bool hasExtension = dot != std::string::npos && dot > nameStart;
+    const bool hasExtension = dot != std::string::npos && dot > nameStartOf(name);
     return hasExtension ? dot : name.size();
 }
 
+bool namesAFolder(const std::string& path) {
+    return !path.empty() && nameStartOf(path) == path.size();
+}
+
 std::string extensionOf(const std::string& name) {
-    const std::size_t dot = name.find_last_of("./");
-    return dot == std::string::npos || name[dot] == '/' ? std::string() : inSmallLetters(name.substr(dot));
+    const std::size_t dot = name.find_last_of('.');
+    return dot == std::string::npos || dot < nameStartOf(name) ? std::string()
+                                                               : inSmallLetters(name.substr(dot));
 }
 
-std::filesystem::path pathNamed(const std::string& utf8) {
-    return std::filesystem::path(std::u8string(utf8.begin(), utf8.end()));
-}
-
-/// The one path of a file, there or not, whatever its name leads through.
+/// The one path of a file, there or not, whatever its name leads through; to compare by.
 std::string placeOf(const std::string& name) {
     namespace fs = std::filesystem;
     std::error_code failure;
-    const fs::path whole = fs::absolute(pathNamed(name), failure);
+    const fs::path whole = fs::absolute(Platform::pathFromUtf8(name), failure);
     const fs::path resolved = fs::weakly_canonical(whole, failure);
-    const std::u8string utf8 = (failure ? whole.lexically_normal() : resolved).u8string();
-    return {utf8.begin(), utf8.end()};
+    return Platform::comparedPath(Platform::utf8FromPath(failure ? whole.lexically_normal() : resolved));
 }
 
 /// Why the pattern is none; nothing if it is one, or a plain name.
@@ -174,8 +197,8 @@ bool isFolderOfPictures(const CaptureOptions& options) {
     if (output.empty() || isPattern(output) || options.isToStandardOutput())
         return false;
     std::error_code ignored;
-    return options.isOfSeveralCameras() || output.ends_with('/') ||
-           std::filesystem::is_directory(pathNamed(output), ignored);
+    return options.isOfSeveralCameras() || namesAFolder(output) ||
+           std::filesystem::is_directory(Platform::pathFromUtf8(output), ignored);
 }
 
 bool isNamedByExposure(const std::string& output) {
@@ -190,7 +213,7 @@ std::string pictureFileName(const CaptureOptions& options, const NameParts& part
     const std::string usual = "korva-" + safe(parts.address) + ".png";
     std::string name = options.output.empty() ? usual : filledIn(options.output, parts);
     if (isFolderOfPictures(options))
-        name = options.output + (options.output.ends_with('/') ? "" : "/") + usual;
+        name = options.output + (namesAFolder(options.output) ? "" : "/") + usual;
     if (tellsPicturesApart(options))
         return name;
     const std::size_t stemEnd = stemEndOf(name);
@@ -221,7 +244,7 @@ bool isNameOfPng(const std::string& name) {
 bool isSameFile(const std::string& one, const std::string& other) {
     std::error_code ignored; // of names that do not exist
     return placeOf(one) == placeOf(other) ||
-           std::filesystem::equivalent(pathNamed(one), pathNamed(other), ignored);
+           std::filesystem::equivalent(Platform::pathFromUtf8(one), Platform::pathFromUtf8(other), ignored);
 }
 
 void UnusedNames::reserve(const std::string& name) {

@@ -46,7 +46,7 @@ bool isNamedByRoom(const std::string& output);
 /// pictures and the pattern does not say which, each name bears "-NUMBER" before its extension. What is
 /// filled in holds letters, digits, dots and hyphens of ASCII, of anything else underscores, and no dot at
 /// its begin; of a long text the first 64 bytes, so that two cameras' names may be the same; of an empty one
-/// `unknownPart`.
+/// `unknownPart`. What comes of it is a name that the system keeps: see Platform::keptName.
 std::string pictureFileName(const CaptureOptions& options, const NameParts& parts);
 
 /// The names of the run's pictures, as far as they depend on nothing that only the cameras tell.
@@ -59,7 +59,8 @@ bool isNameOfPng(const std::string& name);
 std::string safeInNames(const std::string& text);
 
 /// Whether both names stand for one file, however they are spelt: by another folder's name, a symbolic link,
-/// or another one within the same file system. Neither need exist.
+/// or another one within the same file system; in other capitals where these are the same to the system.
+/// Neither need exist.
 bool isSameFile(const std::string& one, const std::string& other);
 
 /// The same names, each once: two cameras may call themselves alike, and two names may stand for one file.

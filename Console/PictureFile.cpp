@@ -1,11 +1,12 @@
 #include "PictureFile.h"
 
+#include "Platform/ErrorText.h"
+#include "Platform/Path.h"
 #include "Platform/WholeFile.h"
 
 #include <png.h>
 #include <zlib.h>
 
-#include <cerrno>
 #include <filesystem>
 #include <system_error>
 #include <utility>
@@ -16,22 +17,12 @@ namespace {
 
 namespace fs = std::filesystem;
 using Diagnosis::Obstacle;
-
-fs::path pathFromUtf8(const std::string& utf8) {
-    return fs::path(std::u8string(utf8.begin(), utf8.end()));
-}
-
-std::string utf8FromPath(const fs::path& path) {
-    const std::u8string utf8 = path.u8string();
-    return {utf8.begin(), utf8.end()};
-}
+using Platform::errorText;
+using Platform::pathFromUtf8;
+using Platform::utf8FromPath;
 
 [[noreturn]] void fail(Obstacle what, const std::string& file, const std::string& reason = {}) {
     throw PictureFileError({.what = what, .place = file, .reason = reason, .option = "--output"});
-}
-
-std::string systemReason(int code) {
-    return std::generic_category().message(code);
 }
 
 /// The file that a path stands for, links followed. Throws where it is nothing that a file may replace.
@@ -40,16 +31,16 @@ std::string fileBehind(const std::string& utf8Path) {
     std::error_code code;
     const fs::file_status status = fs::status(path, code);
     if (status.type() == fs::file_type::none)
-        fail(Obstacle::file, utf8Path, code.message());
+        fail(Obstacle::file, utf8Path, errorText(code));
     if (fs::is_directory(status))
-        fail(Obstacle::file, utf8Path, systemReason(EISDIR));
+        fail(Obstacle::file, utf8Path, errorText(std::errc::is_a_directory));
     if (!fs::exists(status))
         return utf8Path;
     if (!fs::is_regular_file(status))
         fail(Obstacle::fileIsOdd, utf8Path);
     const fs::path target = fs::canonical(path, code);
     if (code)
-        fail(Obstacle::file, utf8Path, code.message());
+        fail(Obstacle::file, utf8Path, errorText(code));
     return utf8FromPath(target);
 }
 
@@ -120,7 +111,7 @@ std::vector<unsigned char> encodeGreyPng(std::uint32_t width, std::uint32_t heig
 
 void writeWholeFile(const std::string& utf8Path, std::span<const unsigned char> bytes) {
     if (const std::error_code failure = Platform::writeWholeFile(fileBehind(utf8Path), bytes))
-        fail(Obstacle::file, utf8Path, failure.message());
+        fail(Obstacle::file, utf8Path, errorText(failure));
 }
 
 void checkWritable(const std::string& utf8Path, OlderFile older) {
@@ -128,7 +119,7 @@ void checkWritable(const std::string& utf8Path, OlderFile older) {
     if (older == OlderFile::keep && fs::exists(pathFromUtf8(utf8Path), ignored))
         fail(Obstacle::fileIsKept, utf8Path);
     if (const std::error_code failure = Platform::checkWholeFile(fileBehind(utf8Path)))
-        fail(Obstacle::file, utf8Path, failure.message());
+        fail(Obstacle::file, utf8Path, errorText(failure));
 }
 
 void makeFolderOf(const std::string& utf8Path) {
@@ -141,7 +132,7 @@ void makeFolder(const std::string& utf8Path) {
     std::error_code code;
     fs::create_directories(pathFromUtf8(utf8Path), code);
     if (code)
-        fail(Obstacle::folder, utf8Path, code.message());
+        fail(Obstacle::folder, utf8Path, errorText(code));
 }
 
 } // namespace Console

@@ -6,6 +6,7 @@
 
 #include "Camera/CameraSet.h"
 #include "Diagnosis/Json.h"
+#include "Network/CameraServer.h"
 #include "Platform/Kernel.h"
 #include "Platform/StandardStreams.h"
 #include "Platform/Terminal.h"
@@ -168,6 +169,8 @@ std::string simulateGreeting(const Simulator::CameraServer& server) {
          << (hasCamerasPorts ? address : "--from a description with this address and port");
     return text.str();
 }
+
+const bool hasSimulator = true;
 
 ExitStatus runSimulate(const SimulateOptions& options, const CommonOptions& common) {
     Platform::ignoreBrokenPipes();

@@ -13,9 +13,9 @@
 #include "NearestName.h"
 #include "SimulateCommand.h"
 #include "SimulateOptions.h"
-#include "Utf8Locale.h"
 
 #include "Platform/Memory.h"
+#include "Platform/Program.h"
 #include "Platform/StandardStreams.h"
 #include "Platform/Terminal.h"
 
@@ -24,6 +24,7 @@
 #include <map>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace {
 
@@ -35,6 +36,8 @@ Diagnosis::Verdict complaintOf(const CommandLine::CommandLine& line,
     constexpr std::string_view sign = "; try: ";
     const std::size_t at = reply.complaint.rfind(sign);
     std::string remedy = at == std::string::npos ? help : reply.complaint.substr(at + sign.size());
+    if (reply.command.empty() && reply.unknown == "simulate")
+        return Diagnosis::wrongUsage("this korva plays no cameras", "korva simulate on a Linux computer");
     if (!reply.unknown.empty()) {
         const std::string nearest =
             Console::nearestName(reply.unknown.substr(0, reply.unknown.find('=')), line.names());
@@ -54,7 +57,7 @@ ExitStatus answerWith(const CommandLine::CommandLine& line, const CommandLine::C
 /// A picture passes through some 80 MB of buffers; the next one uses the same pages.
 constexpr std::size_t keptBytes = std::size_t{128} << 20;
 
-ExitStatus run(int argc, char** argv) {
+ExitStatus run(const std::vector<std::string>& arguments) {
     const CommandLine::CommandLine line("Finds Korva network cameras and takes pictures with them.", "korva");
     Console::CommonOptions common;
     addCommonOptions(line.options(), common);
@@ -82,10 +85,15 @@ ExitStatus run(int argc, char** argv) {
     add("health", "Ask cameras whether they answer", Console::addHealthOptions, health, Console::runHealth);
     add("doctor", "Look at everything, and say what is wrong", Console::addDoctorOptions, doctor,
         Console::runDoctor);
-    add("simulate", "Play a camera on the network", Console::addSimulateOptions, simulate,
-        Console::runSimulate);
-    if (const auto reply = line.read(argc, argv)) {
-        const bool json = std::find(argv, argv + argc, std::string_view("--json")) != argv + argc;
+    if (Console::hasSimulator)
+        add("simulate", "Play a camera on the network", Console::addSimulateOptions, simulate,
+            Console::runSimulate);
+    std::vector<const char*> words;
+    words.reserve(arguments.size());
+    for (const std::string& argument : arguments)
+        words.push_back(argument.c_str());
+    if (const auto reply = line.read(static_cast<int>(words.size()), words.data())) {
+        const bool json = std::find(arguments.begin(), arguments.end(), "--json") != arguments.end();
         return answerWith(line, *reply, json);
     }
     return commands.at(line.command())();
@@ -98,7 +106,7 @@ int main(int argc, char** argv) {
     // Until a command has something to bring to an end.
     Platform::endAtInterrupts(Diagnosis::lastWordsOfTheInterrupted,
                               static_cast<int>(ExitStatus::interrupted));
-    Console::useUtf8Locale();
+    Platform::useUtf8();
     Platform::keepFreedMemory(keptBytes);
-    return static_cast<int>(Console::guarded([&] { return run(argc, argv); }));
+    return static_cast<int>(Console::guarded([&] { return run(Platform::programArguments(argc, argv)); }));
 }

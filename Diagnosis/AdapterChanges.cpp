@@ -23,12 +23,12 @@ std::vector<OwnAddress> givenAddresses(const Adapter& adapter) {
 
 /// Why it does not reach all the networks of these addresses; nothing if it does.
 std::optional<Verdict> whyNot(const Adapter* now, const std::string& name,
-                              const std::vector<OwnAddress>& addresses) {
+                              const std::vector<OwnAddress>& addresses, const Facts& facts) {
     const bool isOn = now != nullptr && now->isUp && now->hasLink;
     const auto lost = std::find_if(addresses.begin(), addresses.end(), [&](const OwnAddress& own) {
         return !isOn || !isInOneOf(givenAddresses(*now), own.address);
     });
-    return lost == addresses.end() ? std::nullopt : std::optional(verdictOnLoss(name, now, *lost));
+    return lost == addresses.end() ? std::nullopt : std::optional(verdictOnLoss(name, now, *lost, facts));
 }
 
 } // namespace
@@ -50,7 +50,7 @@ std::vector<AdapterChanges::Change> AdapterChanges::take(const Facts& facts) {
         const auto at = std::find_if(facts.adapters.begin(), facts.adapters.end(),
                                      [&name](const Adapter& adapter) { return adapter.name == name; });
         const Adapter* const now = at == facts.adapters.end() ? nullptr : &*at;
-        const std::optional<Verdict> verdict = whyNot(now, name, known.addresses);
+        const std::optional<Verdict> verdict = whyNot(now, name, known.addresses, facts);
         if (verdict != known.verdict)
             changes.push_back({name, verdict});
         known.verdict = verdict;

@@ -183,6 +183,9 @@ struct Camera {
     bool operator==(const Camera&) const = default;
 };
 
+/// By which program a person sets up this computer's network.
+enum class CommandSet { ip, netsh };
+
 /// All of it.
 struct Facts {
     std::vector<Adapter> adapters;
@@ -197,6 +200,7 @@ struct Facts {
     /// Answers to a limited broadcast from addresses of own networks that did not answer the search: their
     /// mask is another one.
     std::vector<Answer> limitedOnly = {};
+    CommandSet commands = CommandSet::ip;
 
     bool operator==(const Facts&) const = default;
 };

@@ -132,7 +132,13 @@ void addComputer(Lines& lines, const Facts& facts) {
     for (const Adapter& adapter : facts.adapters)
         if (!adapter.isLoopback)
             addAdapter(lines, adapter);
-    if (facts.askedByArp == false)
+    const bool mayNobodyAsk = facts.commands == CommandSet::netsh;
+    if (facts.askedByArp == false && mayNobodyAsk)
+        lines.addNote("own-address",
+                      "whether another device has one of these addresses is not known: this system does not "
+                      "let programs ask",
+                      "");
+    else if (facts.askedByArp == false)
         lines.addNote("own-address",
                       "whether another device has one of these addresses is not known: to ask takes an "
                       "administrator's rights",

@@ -1,3 +1,4 @@
+#include "Commands.h"
 #include "Ipv4.h"
 #include "Printable.h"
 #include "Rules.h"
@@ -43,7 +44,7 @@ struct AdapterRule {
     bool stopsAdapter;
     bool (*holds)(const Adapter& adapter);
     std::string (*text)(const Adapter& adapter, const std::string& name);
-    std::string (*remedy)(const std::string& name); ///< null: an address for it
+    std::string (*remedy)(const Facts& facts, const std::string& adapter); ///< null: an address for it
 };
 
 /// In the network of a camera that was asked for and is missing, or else just an example.
@@ -55,8 +56,8 @@ std::string giveAddress(const Adapter& adapter, const FactsIndex& index) {
             return "give it one in the camera's network, such as: " +
                    commandToJoin(index, adapter.name, {place, maskOf({})});
     }
-    return "give it one in the cameras' network, such as: sudo ip addr add 10.77.1.200/24 dev " +
-           printable(adapter.name);
+    return "give it one in the cameras' network, such as: " +
+           commandToAdd(index.facts.commands, adapter.name, {"10.77.1.200", "255.255.255.0"});
 }
 
 /// The first that holds is the adapter's cause.
@@ -65,13 +66,16 @@ constexpr AdapterRule adapterRules[] = {
      [](const Adapter&, const std::string& name) {
          return "the network adapter " + name + " is switched off";
      },
-     [](const std::string& name) { return "sudo ip link set " + name + " up"; }},
+     [](const Facts& facts, const std::string& adapter) {
+         return commandToSwitchOn(facts.commands, adapter);
+     }},
     {"no-link", true, [](const Adapter& adapter) { return !adapter.hasLink; },
      [](const Adapter&, const std::string& name) {
          return "nothing is at the other end of the cable of " + name;
      },
-     [](const std::string& name) {
-         return "plug in the cable of " + name + ", and check the power of the switch or camera behind it";
+     [](const Facts&, const std::string& adapter) {
+         return "plug in the cable of " + printable(adapter) +
+                ", and check the power of the switch or camera behind it";
      }},
     {"no-address", false, [](const Adapter& adapter) { return adapter.addresses.empty(); },
      [](const Adapter&, const std::string& name) { return name + " has no IPv4 address"; }, nullptr},
@@ -126,7 +130,8 @@ NetworkCause causeBy(const AdapterRule& rule, const Adapter& adapter, const Fact
     verdict.code = rule.code;
     verdict.severity = weight == Weight::failure ? Severity::failure : Severity::note;
     verdict.text = rule.text(adapter, name);
-    verdict.remedy = rule.remedy == nullptr ? giveAddress(adapter, index) : rule.remedy(name);
+    verdict.remedy =
+        rule.remedy == nullptr ? giveAddress(adapter, index) : rule.remedy(index.facts, adapter.name);
     if (const Answer* const foreign = foreignBehind(index.facts, adapter)) {
         verdict.text += "; a camera on its cable is at " + printable(placeOf(*foreign));
         verdict.remedy = commandToJoin(index, adapter.name, {placeOf(*foreign), maskOf(*foreign)});
@@ -157,7 +162,8 @@ bool mayLeadToCameras(const Adapter& adapter) {
     return !belongsToOthers(adapter) && (!adapter.isPart || isConfigured(adapter));
 }
 
-Verdict verdictOnLoss(const std::string& adapter, const Adapter* now, const OwnAddress& lost) {
+Verdict verdictOnLoss(const std::string& adapter, const Adapter* now, const OwnAddress& lost,
+                      const Facts& facts) {
     const std::string name = printable(adapter);
     const std::string own = printable(withMask(lost));
     const AdapterRule* const rule = now == nullptr ? nullptr : ruleFor(*now);
@@ -173,7 +179,7 @@ Verdict verdictOnLoss(const std::string& adapter, const Adapter* now, const OwnA
                        ? name + " has another address: " + addressesOf(*now) + ", no longer " + own
                        : rule->text(*now, name);
     const bool isStopped = rule != nullptr && rule->stopsAdapter;
-    verdict.remedy = isStopped ? rule->remedy(name) : "sudo ip addr add " + own + " dev " + name;
+    verdict.remedy = isStopped ? rule->remedy(facts, adapter) : commandToAdd(facts.commands, adapter, lost);
     return verdict;
 }
 
@@ -241,8 +247,8 @@ struct Way {
     }
 };
 
-Verdict verdictOnClosed(const Way& way, const Camera& camera) {
-    Verdict verdict = verdictOnLoss(way.before.name, way.now, way.own);
+Verdict verdictOnClosed(const Way& way, const Camera& camera, const Facts& now) {
+    Verdict verdict = verdictOnLoss(way.before.name, way.now, way.own, now);
     verdict.address = camera.address;
     verdict.room = camera.room;
     return verdict;
@@ -268,7 +274,7 @@ std::optional<Verdict> verdictOnWay(const Camera& camera, const Facts& before, c
         std::any_of(ways.begin(), ways.end(), [&stop](const Way& way) { return way.isOpen(stop); });
     for (const Way& way : ways)
         if (!way.isOpen(stop) && (works(way.before) || !isAnyOpen))
-            return verdictOnClosed(way, camera);
+            return verdictOnClosed(way, camera, now);
     return std::nullopt;
 }
 

@@ -29,10 +29,12 @@ std::vector<std::string> textsOf(const Attempt& attempt) {
     return texts;
 }
 
+bool tellsOf(std::string_view text, std::errc code) {
+    return text.find(transportText(code)) != std::string_view::npos;
+}
+
 PortState portStateIn(std::string_view text) {
-    const auto says = [text](std::errc code) {
-        return text.find(systemText(code)) != std::string_view::npos;
-    };
+    const auto says = [text](std::errc code) { return tellsOf(text, code); };
     if (says(std::errc::connection_refused))
         return PortState::refused;
     if (says(std::errc::host_unreachable))
@@ -49,12 +51,12 @@ std::optional<Verdict> verdictOnConnect(const std::vector<std::string>& texts, c
         Camera learnt = camera;
         PortState& state = port == textPort ? learnt.text : learnt.picture;
         state = portStateIn(reason);
-        if (reason.find(systemText(std::errc::network_unreachable)) != std::string::npos)
+        if (tellsOf(reason, std::errc::network_unreachable))
             return verdictWith(camera, "no-route", Severity::failure,
                                "this computer has no way to this address",
                                "check the address and this computer's network settings");
-        if (reason.find(systemText(std::errc::operation_not_permitted)) != std::string::npos ||
-            reason.find(systemText(std::errc::permission_denied)) != std::string::npos)
+        if (tellsOf(reason, std::errc::operation_not_permitted) ||
+            tellsOf(reason, std::errc::permission_denied))
             return verdictWith(camera, port == textPort ? "text-port-blocked" : "picture-port-blocked",
                                Severity::failure,
                                "this computer does not let the connection out: a firewall?",

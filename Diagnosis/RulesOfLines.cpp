@@ -7,12 +7,35 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <iterator>
 #include <utility>
 
 namespace Diagnosis {
 
-std::string systemText(std::errc code) {
-    return std::make_error_code(code).message();
+namespace {
+
+struct TransportText {
+    std::errc code;
+    const char* text;
+};
+
+constexpr TransportText transportTexts[] = {
+    {std::errc::broken_pipe, "Broken pipe"},
+    {std::errc::connection_refused, "Connection refused"},
+    {std::errc::connection_reset, "Connection reset by peer"},
+    {std::errc::host_unreachable, "No route to host"},
+    {std::errc::network_unreachable, "Network is unreachable"},
+    {std::errc::operation_not_permitted, "Operation not permitted"},
+    {std::errc::permission_denied, "Permission denied"},
+    {std::errc::timed_out, "Connection timed out"},
+};
+
+} // namespace
+
+std::string transportText(std::errc code) {
+    const auto* const at = std::find_if(std::begin(transportTexts), std::end(transportTexts),
+                                        [code](const TransportText& row) { return row.code == code; });
+    return at == std::end(transportTexts) ? std::make_error_code(code).message() : at->text;
 }
 
 const std::string* textWith(const std::vector<std::string>& texts, std::string_view sign) {
@@ -228,8 +251,9 @@ const std::vector<LineRule>& rulesOfPictures() {
 }
 
 const std::vector<LineRule>& rulesOfAnswers() {
-    static const std::vector<std::string> closed = {
-        "closed by the peer", systemText(std::errc::connection_reset), systemText(std::errc::broken_pipe)};
+    static const std::vector<std::string> closed = {"closed by the peer",
+                                                    transportText(std::errc::connection_reset),
+                                                    transportText(std::errc::broken_pipe)};
     static const std::vector<LineRule> rules = {
         {"connection-lost", closed, states("the camera closed the connection"), again, isOfAPicture},
         {"connection-lost", closed, states("the camera closed the connection"), askAgain},

@@ -46,7 +46,7 @@ std::string behind(const std::vector<std::string>& texts, std::string_view sign)
 /// What follows `sign` at the beginning of a line of any level; nothing if there is no such line.
 std::optional<std::string> toldBehind(const Attempt& attempt, std::string_view sign);
 
-/// What the system calls it.
-std::string systemText(std::errc code);
+/// What the transport calls it, on every system: the words of POSIX systems.
+std::string transportText(std::errc code);
 
 } // namespace Diagnosis

@@ -1,5 +1,6 @@
 #include "RulesOfNetworks.h"
 
+#include "Commands.h"
 #include "Ipv4.h"
 #include "Printable.h"
 
@@ -104,7 +105,7 @@ std::string commandToJoin(const FactsIndex& index, const std::string& adapter, c
         const std::string address = ipv4Text(block | host);
         const bool isUsual = host != 0 && host != most - 1;
         if (isUsual && isInNetworkOf(camera, address) && !index.isTaken(address))
-            return "sudo ip addr add " + withMask({address, camera.mask}) + " dev " + printable(adapter);
+            return commandToAdd(index.facts.commands, adapter, {address, camera.mask});
     }
     return "give " + printable(adapter) + " a free address in the camera's network";
 }

@@ -57,7 +57,8 @@ bool isAboutItself(const Facts& facts);
 
 /// What has become of an adapter that has lost an own address, or all that goes by it; `now` is null if it is
 /// gone.
-Verdict verdictOnLoss(const std::string& adapter, const Adapter* now, const OwnAddress& lost);
+Verdict verdictOnLoss(const std::string& adapter, const Adapter* now, const OwnAddress& lost,
+                      const Facts& facts);
 
 /// Whether it is, by its name, of containers or virtual machines.
 bool belongsToOthers(const Adapter& adapter);

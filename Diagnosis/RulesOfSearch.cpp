@@ -1,6 +1,7 @@
 #include "RulesOfSearch.h"
 
 #include "Beginning.h"
+#include "Commands.h"
 #include "Ipv4.h"
 #include "Printable.h"
 #include "RulesOfNetworks.h"
@@ -27,7 +28,7 @@ NetworkCause causeWith(const char* code, Severity severity, std::string text, st
     return cause;
 }
 
-NetworkCause refusedBy(const SearchedNetwork& network) {
+NetworkCause refusedBy(const SearchedNetwork& network, CommandSet commands) {
     const bool isNamed = !network.adapter.empty();
     const std::string name = isNamed ? printable(network.adapter) : "the adapter";
     const std::string own = network.own.address.empty() ? "" : " (" + printable(withMask(network.own)) + ")";
@@ -35,7 +36,8 @@ NetworkCause refusedBy(const SearchedNetwork& network) {
     NetworkCause cause = causeWith(
         "adapter-refused", Severity::failure, "no search can be sent on " + name + own + reason,
         "check the firewall and the routes of this computer" +
-            (isNamed ? ", or switch the adapter off: sudo ip link set " + name + " down" : std::string()) +
+            (isNamed ? ", or switch the adapter off: " + commandToSwitchOff(commands, network.adapter)
+                     : std::string()) +
             "; meanwhile give the camera's address to the command");
     cause.adapter = network.adapter;
     return cause;
@@ -201,7 +203,7 @@ NetworkCauses causesInSearch(const FactsIndex& index) {
     const Search& search = *index.facts.search;
     for (const SearchedNetwork& network : search.networks)
         if (network.outcome == Outcome::refused)
-            causes.push_back(refusedBy(network));
+            causes.push_back(refusedBy(network, index.facts.commands));
     addLineCauses(index.facts, causes);
     const bool isExplained = std::any_of(causes.begin(), causes.end(), [](const NetworkCause& cause) {
         return cause.verdict.severity == Severity::failure;
@@ -224,7 +226,8 @@ NetworkCause nobodyAnswered(const FactsIndex& index) {
         if (adapter.isUp && adapter.hasLink && !adapter.addresses.empty())
             networks += (networks.empty() ? " on " : ", ") + printable(adapter.name) + " (" +
                         addressesOf(adapter) + ")";
-    const bool isTold = index.facts.askedByArp.value_or(true);
+    const bool isTold =
+        index.facts.askedByArp.value_or(true) || index.facts.commands == CommandSet::netsh; // nobody may ask
     return causeWith("no-camera", Severity::failure, "no camera answered the search" + networks,
                      "check the camera's power and cable and the switch; then the firewall of this computer "
                      "(UDP 32768); a camera behind a router is found by its address alone" +

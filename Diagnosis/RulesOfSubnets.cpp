@@ -1,3 +1,4 @@
+#include "Commands.h"
 #include "Ipv4.h"
 #include "Printable.h"
 #include "RulesOfNetworks.h"
@@ -46,8 +47,9 @@ bool isTaken(const FactsIndex& index, const OwnAddress& own) {
             std::any_of(facts.search->answers.begin(), facts.search->answers.end(), claimsIt));
 }
 
-std::string commandToMove(const Adapter& adapter, const OwnAddress& from, const std::string& added) {
-    return "sudo ip addr del " + printable(withMask(from)) + " dev " + printable(adapter.name) + "; " + added;
+std::string commandToMove(const FactsIndex& index, const Adapter& adapter, const OwnAddress& from,
+                          const std::string& added) {
+    return commandToRemove(index.facts.commands, adapter.name, from) + "; " + added;
 }
 
 NetworkCause ownAddressTaken(const FactsIndex& index, const Adapter& adapter, const OwnAddress& own) {
@@ -58,12 +60,12 @@ NetworkCause ownAddressTaken(const FactsIndex& index, const Adapter& adapter, co
     cause.verdict.address = own.address;
     cause.verdict.text =
         "this computer and another device on " + printable(adapter.name) + " both have this address";
-    cause.verdict.remedy = commandToMove(adapter, own, commandToJoin(index, adapter.name, own));
+    cause.verdict.remedy = commandToMove(index, adapter, own, commandToJoin(index, adapter.name, own));
     return cause;
 }
 
-NetworkCause wrongMask(const Adapter& adapter, const OwnAddress& own, const std::string& camera,
-                       const std::string& mask) {
+NetworkCause wrongMask(const FactsIndex& index, const Adapter& adapter, const OwnAddress& own,
+                       const std::string& camera, const std::string& mask) {
     const std::string name = printable(adapter.name);
     NetworkCause cause;
     cause.adapter = adapter.name;
@@ -73,8 +75,8 @@ NetworkCause wrongMask(const Adapter& adapter, const OwnAddress& own, const std:
     cause.verdict.text = "the mask " + printable(own.mask) + " of " + name +
                          " is not that of the cameras' network (" + printable(camera) + ", probably " +
                          printable(mask) + ")";
-    const std::string added = "sudo ip addr add " + printable(withMask({own.address, mask})) + " dev " + name;
-    cause.verdict.remedy = commandToMove(adapter, own, added);
+    const std::string added = commandToAdd(index.facts.commands, adapter.name, {own.address, mask});
+    cause.verdict.remedy = commandToMove(index, adapter, own, added);
     return cause;
 }
 
@@ -158,7 +160,7 @@ void addForeign(const FactsIndex& index, const Adapter& adapter, NetworkCauses& 
         const auto count = std::count_if(facts.foreign.begin(), facts.foreign.end(),
                                          [answer](const Answer& other) { return isBeside(*answer, other); });
         if (own != adapter.addresses.end())
-            addOnce(wrongMask(adapter, *own, theirs.address, theirs.mask), causes);
+            addOnce(wrongMask(index, adapter, *own, theirs.address, theirs.mask), causes);
         else
             causes.push_back(otherSubnet(index, adapter, *answer, count));
     }
@@ -173,7 +175,7 @@ void addLimited(const FactsIndex& index, const Adapter& adapter, NetworkCauses& 
             if (isAnyFoundIn(index.facts, own))
                 causes.push_back(cameraMask(adapter, own, *answer));
             else
-                addOnce(wrongMask(adapter, own, placeOf(*answer), maskOf(*answer)), causes);
+                addOnce(wrongMask(index, adapter, own, placeOf(*answer), maskOf(*answer)), causes);
         }
 }
 
@@ -192,7 +194,7 @@ void addWrongMask(const FactsIndex& index, const Camera& camera, NetworkCauses& 
                                  ipv4Number(camera.identity->subnetMask).value_or(0) != 0 &&
                                  camera.identity->subnetMask != some.mask;
             if (leavesOut || differs)
-                addOnce(wrongMask(adapter, some, placeOf(camera),
+                addOnce(wrongMask(index, adapter, some, placeOf(camera),
                                   differs ? camera.identity->subnetMask : maskOf({})),
                         causes);
         }

@@ -13,10 +13,13 @@ foreach(target HostFramework ReferenceHost NativeCameraKorva)
   install(TARGETS ${target}
     EXPORT NativeCameraKorvaTargets
     LIBRARY DESTINATION "${CMAKE_INSTALL_LIBDIR}"
+    ARCHIVE DESTINATION "${CMAKE_INSTALL_LIBDIR}"
     RUNTIME DESTINATION "${CMAKE_INSTALL_BINDIR}"
     FILE_SET HEADERS DESTINATION "${includes}")
 endforeach()
-install(TARGETS korva RUNTIME DESTINATION "${CMAKE_INSTALL_BINDIR}")
+if(TARGET korva)
+  install(TARGETS korva RUNTIME DESTINATION "${CMAKE_INSTALL_BINDIR}")
+endif()
 
 install(EXPORT NativeCameraKorvaTargets NAMESPACE NativeCameraKorva:: DESTINATION "${package_dir}")
 configure_package_config_file(

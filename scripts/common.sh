@@ -19,16 +19,23 @@ build_packages="g++ cmake ninja-build pkg-config liblog4cxx-dev libpng-dev zlib1
 # With clang for the sanitizers: g++ takes half as long again to instrument the same.
 test_packages="git libgtest-dev libgmock-dev clang libclang-rt-dev clang-format clang-tidy lld llvm imagemagick netpbm binutils iproute2 procps python3"
 memcheck_packages="valgrind"
+windows_packages="cmake ninja-build patch ca-certificates python3 g++ libcli11-dev nlohmann-json3-dev g++-mingw-w64-x86-64-posix libz-mingw-w64-dev wine64 zip unzip"
 lab_packages="iproute2 mount"
 bench_packages="libbenchmark-dev"
 fuzz_packages="clang libclang-rt-dev llvm"
 
+# missing_packages NAME...: says which of these Debian packages are not installed.
+missing_packages() {
+  local package
+  for package in "$@"; do
+    dpkg-query -W -f '${Status}' "$package" 2>/dev/null | grep -q '^install ok installed' || echo "$package"
+  done
+}
+
 # ensure_packages NAME...: installs the Debian packages that are missing; asks nobody where none is.
 ensure_packages() {
-  local missing=() package
-  for package in "$@"; do
-    dpkg-query -W -f '${Status}' "$package" 2>/dev/null | grep -q '^install ok installed' || missing+=("$package")
-  done
+  local missing
+  mapfile -t missing < <(missing_packages "$@")
   [ ${#missing[@]} -gt 0 ] || return 0
   command -v apt-get >/dev/null ||
     fail "this is no Debian system (no apt-get); install the equivalents of: ${missing[*]}"
@@ -46,6 +53,29 @@ Ask an administrator to run: apt-get install ${missing[*]}"
   "${as_root[@]}" env DEBIAN_FRONTEND=noninteractive \
     apt-get "${quiet[@]}" install -y --no-install-recommends "${missing[@]}" >/dev/null ||
     fail "apt-get install failed for: ${missing[*]}"
+}
+
+# Programs in networks of their own, as they are made in Lab/run.
+private=(unshare --net)
+[ "$(id -u)" -eq 0 ] || private=(unshare --map-root-user --net)
+
+# windows_obstacle: says why scripts/test-windows cannot run here; nothing if it can.
+windows_obstacle() {
+  local system
+  [ "$(uname -m)" = x86_64 ] || {
+    echo "it runs programs for x86_64, and this machine is none"
+    return
+  }
+  # The sources that scripts/windows-libraries knows are those of this release.
+  system=$(. "${KORVA_OS_RELEASE-/etc/os-release}" 2>/dev/null && echo "${ID-} ${VERSION_ID-}") || true
+  if [ "$system" != "debian 12" ]; then
+    echo "compilers and libraries come from Debian 12, and this system is another one"
+  elif [ "$(id -u)" -ne 0 ] && ! command -v sudo >/dev/null &&
+    [ -n "$(missing_packages $build_packages $test_packages $windows_packages)" ]; then
+    echo "packages are missing, and this is neither root nor is there sudo"
+  elif ! "${private[@]}" true 2>/dev/null; then
+    echo "this system lets its users make no network namespaces"
+  fi
 }
 
 # build_preset NAME [TARGET...]: configures where that has not been done, and builds what changed; by $polite, if set.

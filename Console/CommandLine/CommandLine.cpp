@@ -1,14 +1,18 @@
 #include "CommandLine/CommandLine.h"
 
+#include "Platform/Path.h"
+
 #include <CLI/CLI.hpp>
 
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
+#include <filesystem>
 #include <limits>
 #include <locale>
 #include <sstream>
 #include <string_view>
+#include <system_error>
 #include <type_traits>
 
 namespace CommandLine {
@@ -242,7 +246,9 @@ Option Option::oneOf(const std::vector<std::string>& words) const {
 
 Option Option::existingFile() const {
     option_->check([](const std::string& text) {
-        const bool isThere = CLI::ExistingFile(text).empty();
+        std::error_code ignored;
+        const auto status = std::filesystem::status(Platform::pathFromUtf8(text), ignored);
+        const bool isThere = std::filesystem::exists(status) && !std::filesystem::is_directory(status);
         return isThere ? std::string() : "there is no file \"" + text + "\"";
     });
     return *this;

@@ -2,6 +2,8 @@
 #include "Look/NetworkLook.h"
 #include "View.h"
 
+#include "Platform/NetworkCommands.h"
+
 namespace Diagnosis {
 
 void lookAtComputer(Facts& facts) {
@@ -9,6 +11,8 @@ void lookAtComputer(Facts& facts) {
     facts.adaptersKnown = view.adapters.has_value();
     facts.adapters = view.adapterFacts();
     facts.neighbours = view.neighbourFacts();
+    facts.commands =
+        Platform::networkCommand == Platform::NetworkCommand::netsh ? CommandSet::netsh : CommandSet::ip;
     const std::optional<std::uint32_t> gateway = Platform::defaultGateway();
     facts.defaultGateway = gateway ? dottedText(*gateway) : std::string();
 }

@@ -33,16 +33,25 @@ private:
 template <typename Value>
 class SetCmd : public Cmd {
 public:
-    explicit SetCmd(Value value, std::string key = {})
-        : Cmd(std::move(key)), value_(std::forward<Value>(value)) {}
+    explicit SetCmd(Value value, std::string key = {});
 
     /// The value; for a reference, what it refers to, which its owner keeps alive until the command is done.
     /// If Value is a reference, the const applies to the reference, so this is a plain Value.
-    const Value& getValue() const { return value_; }
+    const Value& getValue() const;
 
 private:
     Value value_;
 };
+
+// Not within the class: g++ for Windows exports of an instantiation nothing that is inline.
+template <typename Value>
+SetCmd<Value>::SetCmd(Value value, std::string key)
+    : Cmd(std::move(key)), value_(std::forward<Value>(value)) {}
+
+template <typename Value>
+const Value& SetCmd<Value>::getValue() const {
+    return value_;
+}
 
 /// What a device calls when a command is over: one of the two, once, on the executing thread. Either may be
 /// empty.

@@ -53,6 +53,7 @@ std::string notMade(int error) {
 } // namespace
 
 const char* const Platform::noFolder = "/dev/null";
+const char* const Platform::statePlaces = "$XDG_STATE_HOME or ~/.local/state";
 
 std::string Platform::stateFolder(const std::string& name) {
     if (const fs::path state = folderNamedBy("XDG_STATE_HOME"); !state.empty())

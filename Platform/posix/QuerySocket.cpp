@@ -92,7 +92,7 @@ std::string QuerySocket::send(std::string_view text, std::uint32_t to, std::uint
         sent = sendmsg(descriptorOf(handle_), &message, MSG_NOSIGNAL);
     while (sent < 0 && errno == EINTR);
     if (sent < 0 && (errno == EACCES || errno == EPERM))
-        return "not permitted, by a firewall of this computer or for want of rights";
+        return notPermitted;
     return sent < 0 ? textOf(errno) : std::string();
 }
 

@@ -32,7 +32,7 @@ std::optional<std::uint32_t> sideFromText(std::string_view text) {
 } // namespace
 
 PictureSize pictureSizeOfModel(std::string_view model) {
-    const auto* const row = std::ranges::find(models, model, &Model::name);
+    const auto row = std::ranges::find(models, model, &Model::name);
     return row == models.end() ? models.front().pictures : row->pictures;
 }
 
@@ -56,8 +56,7 @@ void requirePictureSize(PictureSize size) {
 }
 
 std::optional<Service> serviceFromText(std::string_view text) {
-    const auto* const row =
-        std::ranges::find(serviceNames, text, [](const auto& each) { return each.second; });
+    const auto row = std::ranges::find(serviceNames, text, [](const auto& each) { return each.second; });
     if (row == serviceNames.end())
         return std::nullopt;
     return row->first;

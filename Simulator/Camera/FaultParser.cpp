@@ -116,14 +116,14 @@ private:
     }
 
     const PlaceRow& placeNamed(std::string_view name) const {
-        const auto* const row = std::ranges::find(placeRows, name, &PlaceRow::name);
+        const auto row = std::ranges::find(placeRows, name, &PlaceRow::name);
         if (row == placeRows.end())
             refuse("the place before the colon is one of " + namesOf(placeRows));
         return *row;
     }
 
     const FaultRow& rowNamed(std::string_view name) const {
-        const auto* const row = std::ranges::find(faultRows, name, &FaultRow::name);
+        const auto row = std::ranges::find(faultRows, name, &FaultRow::name);
         if (row == faultRows.end())
             refuse("there is no fault \"" + std::string(name) + "\"; there are " + namesOf(faultRows));
         return *row;

@@ -58,7 +58,7 @@ std::string Scene::describe() const {
 Scene parseScene(std::string_view text) {
     if (text.starts_with(filePrefix) && text.size() > filePrefix.size())
         return {SceneKind::file, std::string(text.substr(filePrefix.size()))};
-    const auto* const row = std::ranges::find(sceneRows, text, &SceneRow::name);
+    const auto row = std::ranges::find(sceneRows, text, &SceneRow::name);
     if (row == sceneRows.end())
         throw std::invalid_argument("Scene \"" + std::string(text) +
                                     "\": write grid, ramp, black, white, noise or file:PATH");

@@ -25,10 +25,10 @@ std::vector<std::string_view> wordsOf(std::string_view text) {
 }
 
 const Query* queryOf(const std::vector<std::string_view>& words) {
-    const auto* const query = std::ranges::find_if(queries, [&](const Query& each) {
+    const auto query = std::ranges::find_if(queries, [&](const Query& each) {
         return each.place != Place::discovery && !words.empty() && words.front() == each.word;
     });
-    return query == queries.end() ? nullptr : query;
+    return query == queries.end() ? nullptr : &*query;
 }
 
 } // namespace

@@ -34,11 +34,11 @@ def folders(gcc):
     return [folder.strip() for folder in listed.splitlines() if "c++" in folder]
 
 
-def layouts(abi, clang, includes, gcc, xerces):
-    """What clang says of the probe's tables."""
+def compiled(abi, clang, includes, gcc, xerces, name, options):
+    """What clang says of a probe."""
     with tempfile.TemporaryDirectory() as scratch:
-        source = HERE / "Probe.cpp"
-        options = ["-std=c++20", "-w"]
+        source = HERE / name
+        options = ["-std=c++20", "-w", *options]
         if abi == "microsoft":
             # Alone: beside it are the headers of this system.
             only_xerces = pathlib.Path(scratch, "include")
@@ -47,11 +47,10 @@ def layouts(abi, clang, includes, gcc, xerces):
             source = pathlib.Path(scratch, "Probe.ii")
             run(clang, "--target=x86_64-w64-mingw32", "-E", "-nostdinc++", *options, "-include", HERE / "Standard.h",
                 *(f"-isystem{folder}" for folder in folders(gcc)), *(f"-I{folder}" for folder in includes),
-                f"-idirafter{only_xerces}", HERE / "Probe.cpp", "-o", source)
+                f"-idirafter{only_xerces}", HERE / name, "-o", source)
             options += ["--target=x86_64-pc-windows-msvc", "-fno-ms-extensions"]
             includes = []
-        return run(clang, *options, *(f"-I{folder}" for folder in includes), "-S", "-emit-llvm", "-o", "/dev/null",
-                   "-Xclang", "-fdump-vtable-layouts", source)
+        return run(clang, *options, *(f"-I{folder}" for folder in includes), "-S", "-emit-llvm", source)
 
 
 def operation(entry):
@@ -114,8 +113,11 @@ def differences(table, laid_out, exact):
 def main():
     arguments, _, microsofts = " ".join(sys.argv[1:]).partition(" -- ")
     abi, clang, *includes = arguments.split()
-    laid_out = tables(layouts(abi, clang, includes, *(microsofts.split() or [None, None])))
+    dumped = compiled(abi, clang, includes, *(microsofts.split() or [None, None]), "Probe.cpp",
+                      ["-o", "/dev/null", "-Xclang", "-fdump-vtable-layouts"])
+    laid_out = tables(dumped)
     sys.exit("\n".join(differences(due(), laid_out, abi == "microsoft")) or 0)
 
 
-main()
+if __name__ == "__main__":
+    main()

@@ -1,16 +1,16 @@
 #include "Console/CommandRun.h"
 
 #include "Console/PictureFile.h"
-#include "Console/Utf8Locale.h"
 #include "Outcome.h"
 #include "Platform/Terminal.h"
+#include "Support/TemporaryFolder.h"
 
 #include <nlohmann/json.hpp>
 
 #include <chrono>
-#include <clocale>
-#include <csignal>
 #include <cstdlib>
+#include <filesystem>
+#include <fstream>
 #include <functional>
 #include <memory>
 #include <new>
@@ -59,7 +59,7 @@ TEST(CommandRun, WaitsUntilItsTimeAndNoLongerThanUntilCtrlC) {
     EXPECT_GE(std::chrono::steady_clock::now() - begin, 20ms);
     const auto interruptedWait = [] {
         Platform::catchInterrupts();
-        std::raise(SIGINT);
+        Platform::interruptOneself();
         try {
             waitUntil(std::chrono::steady_clock::now() + 1min);
         } catch (const CommandFailure& failure) {
@@ -139,17 +139,21 @@ TEST(CommandRun, TellsProgramsWhatTheCommandDidAndWhyItFailed) {
 }
 
 TEST(CommandRun, TellsProgramsOfADiagnosticsFolderThatCannotBeMade) {
+    const TestSupport::TemporaryFolder folder;
+    const std::string file = folder.path().generic_string() + "/file";
+    std::ofstream(file) << "no folder";
     CommonOptions common;
-    common.diagnosticsFolder = "/dev/null/x";
+    common.diagnosticsFolder = file + "/x";
     testing::internal::CaptureStdout();
     EXPECT_EQ(
         ConsoleTests::shownBy([&] { runJson(true, {}, common, [](Json&) { return ExitStatus::done; }); }),
-        "korva: cannot make the diagnostics folder /dev/null/x: Not a directory; try: another "
-        "--diagnostics DIR\n");
+        "korva: cannot make the diagnostics folder " + file +
+            "/x: Not a directory; try: another "
+            "--diagnostics DIR\n");
     EXPECT_EQ(testing::internal::GetCapturedStdout(),
-              R"({"error":{"code":"file-failed","text":"cannot make the diagnostics folder /dev/null/x: )"
-              R"(Not a directory","try":"another --diagnostics DIR"}})"
-              "\n");
+              R"({"error":{"code":"file-failed","text":"cannot make the diagnostics folder )" + file +
+                  R"(/x: Not a directory","try":"another --diagnostics DIR"}})"
+                  "\n");
 }
 
 TEST(CommandFailure, HasACauseWhateverItWasMadeOf) {
@@ -163,18 +167,4 @@ TEST(CommandFailure, HasACauseWhateverItWasMadeOf) {
     EXPECT_EQ(verdictFrom(PictureFileError({.what = Diagnosis::Obstacle::fileIsKept})).code, "file-failed");
     EXPECT_EQ(verdictFrom(std::runtime_error("a\x1b")).text, "a\\x1b");
     EXPECT_EQ(verdictFrom(std::runtime_error("a")).remedy, "again with --log debug to see what happens");
-}
-
-TEST(Utf8Locale, LeavesTheSystemsReasonsEnglish) {
-    const std::string before = std::setlocale(LC_ALL, nullptr);
-    for (const char* environment : {"C", "C.UTF-8"}) {
-        std::setlocale(LC_ALL, "C");
-        setenv("LC_ALL", environment, 1);
-        useUtf8Locale();
-        unsetenv("LC_ALL");
-        EXPECT_STREQ(std::setlocale(LC_MESSAGES, nullptr), "C") << environment;
-        EXPECT_STREQ(std::setlocale(LC_NUMERIC, nullptr), "C") << environment;
-        EXPECT_STREQ(std::setlocale(LC_CTYPE, nullptr), "C.UTF-8") << environment;
-    }
-    std::setlocale(LC_ALL, before.c_str());
 }

@@ -33,7 +33,7 @@ void dump() {
 TEST(DumpFolder, KeepsEveryDumpUnderANameOfItsOwn) {
     const TestSupport::TemporaryFolder folder;
     for (int run = 0; run < 2; ++run) {
-        DumpFolder dumps(folder.path());
+        DumpFolder dumps(folder.path().string());
         dump();
         std::thread([&dumps] {
             dump();
@@ -53,7 +53,7 @@ TEST(DumpFolder, KeepsEveryDumpUnderANameOfItsOwn) {
 TEST(DumpFolder, NamesNoFileElsewhere) {
     const TestSupport::TemporaryFolder folder;
     {
-        DumpFolder dumps(folder.path());
+        DumpFolder dumps(folder.path().string());
         dump();
         dumps.claim("../../evil");
     }
@@ -71,7 +71,7 @@ TEST(DumpFolder, LeavesTheFolderAsItIsWhereItCannotBeUsed) {
 
 TEST(DumpFolder, SaysWhichDumpsAreMissingOrNotWhole) {
     const TestSupport::TemporaryFolder folder;
-    DumpFolder dumps(folder.path());
+    DumpFolder dumps(folder.path().string());
     for (const std::optional<std::uint64_t> bytes : {std::optional<std::uint64_t>(7), {8}, {}}) {
         DumpFolder::noteFetched(bytes);
         dump();

@@ -1,5 +1,6 @@
 #include "Console/FileNames.h"
 
+#include "Platform/FileNames.h"
 #include "Support/TemporaryFolder.h"
 
 #include <gmock/gmock.h>
@@ -54,7 +55,7 @@ TEST(PictureName, IsMadeOfTheAddressWithoutWhatAPathWouldMindOrBeTooLongFor) {
 
 TEST(PictureName, OfOneCameraLiesInTheOutputWhereThatIsAFolder) {
     const TestSupport::TemporaryFolder folder;
-    const std::string there = folder.path();
+    const std::string there = folder.path().string();
     EXPECT_EQ(nameOf(there, picture(1, "10.0.0.7")), there + "/korva-10.0.0.7.png");
     EXPECT_EQ(nameOf("new/", picture(2, "10.0.0.7"), 2), "new/korva-10.0.0.7-2.png");
     EXPECT_EQ(nameOf(there + "/new", picture(1, "10.0.0.7")), there + "/new");
@@ -74,7 +75,17 @@ TEST(PictureName, IsWhatItsPatternSaysWithoutWhatWouldLeadElsewhere) {
     const std::string all = "{room}-{serial}-{address}-{time}-{exposure}-{number}.png";
     EXPECT_EQ(nameOf(all, picture(7, "10.0.0.7"), 9, true), "Lab_2-1234-10.0.0.7-20261122-231455-1.5-7.png");
     const NameParts odd{"..", "../../x", "", "", 15, 1};
-    EXPECT_EQ(nameOf("{room}/{address}/{serial}.png", odd), "_._.._x/_./unknown.png");
+    EXPECT_EQ(nameOf("{room}/{address}/{serial}.png", odd),
+              "_._.._x/" + Platform::keptName("_.") + "/unknown.png");
+}
+
+TEST(PictureName, OfAPatternIsKeptByTheSystemWhereACameraSaysAPartOfIt) {
+    const NameParts device{"", "NUL", "UL", "", 15, 1};
+    const NameParts dots{"", "Lab..", "", "", 15, 1};
+    const auto kept = [](const char* name) { return Platform::keptName(name); };
+    EXPECT_EQ(nameOf("{room}.png", device), kept("NUL.png"));
+    EXPECT_EQ(nameOf("NUL./N{serial}/{room}", device), "NUL./" + kept("NUL") + "/" + kept("NUL"));
+    EXPECT_EQ(nameOf("{room}/{room}.png", dots), kept("Lab..") + "/Lab...png");
 }
 
 TEST(PictureName, OfAPatternTellsPicturesApartByItselfOrIsNumbered) {
@@ -118,14 +129,27 @@ TEST(UnusedNames, AreNumberedBeforeTheExtensionAndStayInTheirFolder) {
 
 TEST(UnusedNames, TellFilesApartHoweverTheyAreSpelt) {
     const TestSupport::TemporaryFolder folder;
+    UnusedNames names;
+    names.reserve(folder.file("./sheet.png"));
+    EXPECT_EQ(names.unused(folder.file("b.png")), folder.file("b.png"));
+    for (const std::string name : {"./b", "B", "no/../b"})
+        EXPECT_THAT(names.unused(folder.file(name + ".png")), testing::StartsWith(folder.file(name + "_")));
+    EXPECT_EQ(names.unused(folder.file("no/../sheet.png")), folder.file("no/../sheet_2.png"));
+    UnusedNames others;
+    others.reserve(folder.file("sheet.png"));
+    const bool isOneFile = Platform::comparedPath("SHEET") == Platform::comparedPath("sheet");
+    EXPECT_EQ(others.unused(folder.file("SHEET.png")), folder.file(isOneFile ? "SHEET_2.png" : "SHEET.png"));
+    EXPECT_EQ(isSameFile(folder.file("SHEET.png"), folder.file("./sheet.png")), isOneFile);
+}
+
+TEST(UnusedNames, TellFilesApartThatLinksLeadTo) {
+    const TestSupport::TemporaryFolder folder;
     std::filesystem::create_directory_symlink(".", folder.file("link"));
     std::filesystem::create_symlink("b.png", folder.file("a.png"));
     std::ofstream(folder.file("b.png")) << "older";
     UnusedNames names;
-    names.reserve(folder.file("./sheet.png"));
+    names.reserve(folder.file("sheet.png"));
     EXPECT_EQ(names.unused(folder.file("a.png")), folder.file("a.png"));
-    for (const std::string name : {"link/b", "B", "no/../b"})
-        EXPECT_THAT(names.unused(folder.file(name + ".png")), testing::StartsWith(folder.file(name + "_")));
+    EXPECT_EQ(names.unused(folder.file("link/b.png")), folder.file("link/b_2.png"));
     EXPECT_EQ(names.unused(folder.file("link/sheet.png")), folder.file("link/sheet_2.png"));
-    EXPECT_EQ(names.unused(folder.file("SHEET.png")), folder.file("SHEET.png"));
 }

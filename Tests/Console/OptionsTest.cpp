@@ -93,7 +93,7 @@ TEST(CaptureOptions, AreOnePictureOfOneAndAHalfSecondsUnlessTheCommandLineSaysMo
 }
 
 TEST(CaptureOptions, ThatDoNotGoTogetherAreWrongUsage) {
-    const std::string here = std::filesystem::current_path().filename();
+    const std::string here = std::filesystem::current_path().filename().string();
     for (const auto& [line, complaint] :
          {std::pair<std::string, std::string>{"a --interval 2",
                                               "--interval is the time between several pictures"},
@@ -212,8 +212,9 @@ TEST(CommonOptions, TakeEveryLevelInAnyCase) {
 }
 
 TEST(CommonOptions, RefuseUnknownLevelMissingConfigurationAndShapelessSetting) {
-    expectRefusal(addCommonOptions, {"--log loud", "--log-config /no/such/file", "--setting tradeshow",
-                                     "--setting =value", "--setting tradeshoww=1"});
+    expectRefusal(addCommonOptions,
+                  {"--log loud", "--log-config /no/such/file", "--log-config no\xFFsuch\xE4",
+                   "--setting tradeshow", "--setting =value", "--setting tradeshoww=1"});
     EXPECT_EQ(thrownBy<CommandLine::WrongUsage>([] { parsed(addCommonOptions, "--setting tradesow=1"); }),
               "--setting: there is no setting \"tradesow\"; try: tradeshow");
     EXPECT_THAT(
@@ -254,11 +255,15 @@ TEST(CommonOptions, NameNoFolderOfDumpsWhereALoggingConfigurationDecidesWhetherT
 }
 
 TEST(CommonOptions, FolderThatCannotBeMadeIsNamed) {
+    const TestSupport::TemporaryFolder folder;
+    const std::string file = folder.file("file");
+    std::ofstream(file) << "no folder";
     CommonOptions options;
-    options.diagnosticsFolder = "/dev/null/\x1B[2J";
+    options.diagnosticsFolder = file + "/\x1B[2J";
     EXPECT_EQ(thrownBy<std::runtime_error>([&] { applyToHost(options); }),
-              "cannot make the diagnostics folder /dev/null/\\x1b[2J: Not a directory; try: another "
-              "--diagnostics DIR");
+              "cannot make the diagnostics folder " + file +
+                  "/\\x1b[2J: Not a directory; try: another "
+                  "--diagnostics DIR");
 }
 
 TEST(TimeLimits, AreWhatNoHonestCameraMeets) {

@@ -6,11 +6,12 @@
 #include "Console/SearchFacts.h"
 #include "Diagnosis/Json.h"
 
-#include "Platform/Text.h"
+#include "Platform/Path.h"
 
 #include <gmock/gmock.h>
 #include <nlohmann/json.hpp>
 
+#include <filesystem>
 #include <string>
 #include <tuple>
 #include <utility>
@@ -22,6 +23,11 @@ using testing::HasSubstr;
 using testing::Not;
 
 namespace {
+
+/// However wide the system's wide characters are.
+std::string utf8Of(char32_t code) {
+    return Platform::utf8FromPath(std::filesystem::path(std::u32string(1, code)));
+}
 
 CameraInfo camera() {
     CameraInfo info;
@@ -78,7 +84,10 @@ TEST(CameraText, ValuesThatAreTooWideAreShortenedAndWhatIsNotKnownIsADash) {
     CameraInfo wide = camera();
     wide.setModel(std::wstring(60, L'm'));
     EXPECT_THAT(tableOf(wide)[1], HasSubstr(" " + std::string(23, 'm') + "…  1234"));
-    EXPECT_THAT(tableOf(wide)[2], testing::ContainsRegex("^10.77.1.12( +-){6} +$"));
+    EXPECT_EQ(
+        tableOf(wide)[2],
+        "10.77.1.12       -           -                  -                         -         -            -"
+        "                  ");
     EXPECT_THAT(cameraDetails({}), HasSubstr("MAC address      -\n"));
     std::string japanese;
     for (int i = 0; i < 30; ++i)
@@ -148,7 +157,7 @@ TEST(Printable, EscapesWhatIsNotSeenOrSteersAndNotItsNeighbours) {
              {0xE0000, 0xE0FFF},    // tags, more selectors
          }) {
         for (int code = first - 1; code <= last + 1; ++code) {
-            const std::string text = Platform::utf8FromWide(std::wstring(1, static_cast<wchar_t>(code)));
+            const std::string text = utf8Of(static_cast<char32_t>(code));
             const bool isEscaped = code >= first && code <= last;
             EXPECT_EQ(printable(text) == text, !isEscaped) << std::hex << code;
             EXPECT_EQ(printable(text).starts_with("\\x"), isEscaped) << std::hex << code;

@@ -78,10 +78,13 @@ protected:
                ".layout=org.apache.log4j.PatternLayout" + key + ".layout.ConversionPattern=" + pattern;
     }
 
+    /// A file's name as it stands in a configuration, where a backslash would count with what is behind it.
+    std::string inSlashes(const std::string& name) const { return (folder_.path() / name).generic_string(); }
+
     /// Lines of level info and above go to a file, by way of a buffer.
     LogOptions intoFile() const {
         return configured("log4j.appender.F.BufferedIO=true\nlog4j.rootLogger=INFO, F" +
-                          appender("F", "%p|%m%n", "FileAppender", "File=" + folder_.file("log")));
+                          appender("F", "%p|%m%n", "FileAppender", "File=" + inSlashes("log")));
     }
 
     std::string inFile() const {
@@ -286,7 +289,7 @@ TEST_F(ConfiguredToolLog, HearsAndKeepsWhatItsFileHidesAndHidesItYet) {
     for (const std::string root : {"ERROR", "OFF"}) {
         const LogOptions options =
             configured("log4j.rootLogger=" + root + ", F" +
-                       appender("F", "%p|%m%n", "FileAppender", "File=" + folder_.file(root)));
+                       appender("F", "%p|%m%n", "FileAppender", "File=" + inSlashes(root)));
         shownBy([&] {
             ToolLog toolLog(options, nullptr);
             EXPECT_EQ(heardOf(toolLog), (Lines{"one", "one", "one"})) << root;
@@ -311,7 +314,7 @@ TEST_F(ConfiguredToolLog, KeepsWhatIsSaidOfAPicturesSizeAndWritesWhatItsFileHasA
           {"log4j.rootLogger=WARN, F\nlog4j.logger.Plenar.KorvaCamera.KorvaInternals=OFF",
            "WARN|other\nERROR|other\n"}}) {
         SCOPED_TRACE(settings);
-        const std::string file = folder_.file("log" + std::to_string(++run));
+        const std::string file = inSlashes("log" + std::to_string(++run));
         const LogOptions options =
             configured(settings + appender("F", "%p|%m%n", "FileAppender", "File=" + file));
         shownBy([&] {
@@ -329,7 +332,7 @@ TEST_F(ConfiguredToolLog, KeepsWhatIsSaidOfAPicturesSizeAndWritesWhatItsFileHasA
 TEST_F(ConfiguredToolLog, HearsAlsoWhatTheThresholdOfItsFileHidesAndHidesItYet) {
     const LogOptions options =
         configured("log4j.threshold=ERROR\nlog4j.rootLogger=INFO, F" +
-                   appender("F", "%p|%m%n", "FileAppender", "File=" + folder_.file("log")));
+                   appender("F", "%p|%m%n", "FileAppender", "File=" + inSlashes("log")));
     shownBy([&] {
         ToolLog toolLog(options, nullptr);
         EXPECT_EQ(heardOf(toolLog), (Lines{"one", "one", "one"}));

@@ -129,6 +129,16 @@ const Row rows[] = {
       "whether another device has one of these addresses is not known: to ask takes an administrator's "
       "rights",
       "", "sudo korva doctor"}},
+    {"OwnAddressesNobodyMayAskFor",
+     [](Facts& facts) {
+         facts.askedByArp = false;
+         facts.commands = CommandSet::netsh;
+     },
+     {},
+     {"own-address", Status::note,
+      "whether another device has one of these addresses is not known: this system does not let programs "
+      "ask",
+      "", ""}},
     {"Neighbours", [](Facts&) {}, {}, {"neighbours", Status::ok, "1 known, 1 did not answer", "", ""}},
     {"NotSearched",
      [](Facts& facts) { facts.search->networks[0].outcome = SearchedNetwork::Outcome::noAddress; },

@@ -2,6 +2,7 @@
 
 #include "Worlds.h"
 
+#include "Diagnosis/Commands.h"
 #include "Diagnosis/Printable.h"
 #include "Diagnosis/Rules.h"
 
@@ -768,6 +769,29 @@ TEST(Causes, SayWhatIsWrongAndWhichCommandMendsIt) {
         EXPECT_EQ(causes.front().text, row.text) << row.name;
         EXPECT_EQ(causes.front().remedy, row.remedy) << row.name;
     }
+}
+
+TEST(Causes, AreMendedByNetshWhereTheSystemHasThat) {
+    const std::string name = "Ethernet 2";
+    const OwnAddress address{"10.77.1.1", "255.255.0.0"};
+    const std::string netsh = "as administrator: netsh interface ";
+    EXPECT_EQ(commandToAdd(CommandSet::netsh, name, address),
+              netsh + R"(ipv4 set interface "Ethernet 2" dhcpstaticipcoexistence=enabled; )"
+                      R"(netsh interface ipv4 add address "Ethernet 2" 10.77.1.1 255.255.0.0)")
+        << "else it loses the address that DHCP gave it";
+    EXPECT_EQ(commandToRemove(CommandSet::netsh, name, address),
+              netsh + R"(ipv4 delete address "Ethernet 2" 10.77.1.1)");
+    EXPECT_EQ(commandToSwitchOn(CommandSet::netsh, name), netsh + R"(set interface "Ethernet 2" enabled)");
+    EXPECT_EQ(commandToSwitchOff(CommandSet::netsh, name), netsh + R"(set interface "Ethernet 2" disabled)");
+    std::size_t commands = 0;
+    for (const Words& row : words) {
+        Facts facts = row.facts;
+        facts.commands = CommandSet::netsh;
+        const std::string remedy = causesOf(facts).front().remedy;
+        EXPECT_EQ(remedy.find("sudo"), std::string::npos) << remedy;
+        commands += remedy.find(netsh) != std::string::npos ? 1 : 0;
+    }
+    EXPECT_GE(commands, 10u);
 }
 
 TEST(Causes, ShowTheBeginningOfAStrangeAnswer) {

@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <csignal>
 #include <cstddef>
+#include <cstdlib>
 #include <fstream>
 #include <sstream>
 #include <stdexcept>
@@ -28,7 +29,8 @@ Names withSize(const Names& options) {
 } // namespace
 
 Names toolCommand(const Names& arguments) {
-    return joined({KORVA_TOOL}, arguments);
+    const char* const other = std::getenv("KORVA_TESTED_TOOL");
+    return joined({other == nullptr ? KORVA_TOOL : other}, arguments);
 }
 
 ProcessResult runTool(const Names& arguments) {

@@ -11,7 +11,8 @@ namespace Integration {
 
 using TestSupport::TemporaryFolder;
 
-/// `arguments` behind the tool's own path.
+/// `arguments` behind the tool's own path, or behind the one that $KORVA_TESTED_TOOL names: the same tool for
+/// another system, as Tests/Windows/korva runs it.
 Names toolCommand(const Names& arguments);
 
 /// Runs the tool to its end.

@@ -2,6 +2,7 @@
 
 #include "ToolRun.h"
 
+#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <sstream>
@@ -42,6 +43,12 @@ struct InstalledTool {
     const TemporaryFolder folder;
 };
 
+/// A library: `own`, or for a tool of another system the one that the variable names.
+std::string ofTheToolsSystem(const char* variable, const char* own) {
+    const char* const other = std::getenv(variable);
+    return other == nullptr ? own : other;
+}
+
 } // namespace
 
 TEST(PluginFile, ThatIsRefusedIsNamedWithTheReason) {
@@ -51,8 +58,9 @@ TEST(PluginFile, ThatIsRefusedIsNamedWithTheReason) {
     for (const auto& [plugin, reason] :
          {std::pair<std::string, std::string>{"/no/such/plugin.so", "No such file"},
           {text, "cannot be loaded"},
-          {KORVA_NO_PLUGIN, "has no entry point pnx_initialize_device_plugin"},
-          {KORVA_REFUSING_PLUGIN, "refuses version 1"}})
+          {ofTheToolsSystem("KORVA_TESTED_NO_PLUGIN", KORVA_NO_PLUGIN),
+           "has no entry point pnx_initialize_device_plugin"},
+          {ofTheToolsSystem("KORVA_TESTED_REFUSING_PLUGIN", KORVA_REFUSING_PLUGIN), "refuses version 1"}})
         EXPECT_THAT(runTool({"identify", "127.0.0.1", "--plugin", plugin}),
                     failed({plugin, reason, "; try: "}));
 }

@@ -12,7 +12,7 @@ using namespace Integration;
 
 /// The command line of Lab/run with `arguments`.
 inline Names labCommand(const Names& arguments) {
-    return joined({KORVA_LAB_RUN, "--korva", KORVA_TOOL}, arguments);
+    return joined(joined({KORVA_LAB_RUN, "--korva"}, toolCommand({})), arguments);
 }
 
 /// The same, with an `unshare` in front of the system's that refuses to go without `needed` among its flags.

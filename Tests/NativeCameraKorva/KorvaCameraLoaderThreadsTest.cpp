@@ -2,10 +2,11 @@
 
 #include "PluginFixture.h"
 
+#include "Support/Latch.h"
+
 #include <gtest/gtest.h>
 
 #include <array>
-#include <barrier>
 #include <thread>
 #include <vector>
 
@@ -16,7 +17,7 @@ TEST(CameraTypeThreads, MakeOneTypeByTheirFirstCalls) {
     for (int round = 0; round < rounds; ++round) {
         const Plugin plugin;
         std::array<const DeviceType*, 8> types{};
-        std::barrier start(static_cast<std::ptrdiff_t>(types.size()));
+        TestSupport::Latch start(static_cast<int>(types.size()));
         {
             std::vector<std::jthread> threads;
             for (const DeviceType*& type : types) {

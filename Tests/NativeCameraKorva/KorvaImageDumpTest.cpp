@@ -78,11 +78,11 @@ TEST_F(ImageDump, TracesTheNameWithoutFolderAndExtensionBeforeItOpensTheFile) {
 }
 
 TEST_F(ImageDump, WritesIntoAFolderWhoseNameIsNotAscii) {
-    ReferenceHost::setImagesSubDirectory(folder.path().wstring() + L"/Bildschärfe \x1F4F7");
-    const std::string expected = folder.path().string() + "/Bildsch\xC3\xA4rfe \xF0\x9F\x93\xB7";
+    ReferenceHost::setImagesSubDirectory(folder.path().wstring() + L"/Bildschärfe \U0001F4F7");
+    const std::filesystem::path expected = folder.path() / u8"Bildsch\u00E4rfe \U0001F4F7";
     std::filesystem::create_directory(expected);
     dumpImage(true, picture);
-    EXPECT_TRUE(std::filesystem::exists(expected + "/" + pictureName + ".png"));
+    EXPECT_TRUE(std::filesystem::exists(expected / (pictureName + ".png")));
 }
 
 TEST_F(ImageDump, MakesAnEmptyFileOfAnArgumentOfLengthZeroWithDataOrWithoutAndNoneOfALengthWithoutData) {

@@ -1,8 +1,10 @@
 #include "Platform/Memory.h"
+#include "Platform/Program.h"
 #include "Platform/StandardStreams.h"
 #include "Platform/Terminal.h"
 
 #include <cerrno>
+#include <clocale>
 #include <csignal>
 #include <cstdint>
 #include <cstdio>
@@ -170,4 +172,18 @@ TEST(FreedMemory, StaysWithAProcessThatAsksForIt) {
     Platform::keepFreedMemory(std::size_t{128} << 20);
     const std::size_t kept = bytesKeptAfterAPicture();
     EXPECT_TRUE(isReplaced || kept >= std::size_t{60} << 20) << kept;
+}
+
+TEST(ProcessLocale, LeavesTheSystemsReasonsEnglish) {
+    const std::string before = std::setlocale(LC_ALL, nullptr);
+    for (const char* environment : {"C", "C.UTF-8"}) {
+        std::setlocale(LC_ALL, "C");
+        setenv("LC_ALL", environment, 1);
+        Platform::useUtf8();
+        unsetenv("LC_ALL");
+        EXPECT_STREQ(std::setlocale(LC_MESSAGES, nullptr), "C") << environment;
+        EXPECT_STREQ(std::setlocale(LC_NUMERIC, nullptr), "C") << environment;
+        EXPECT_STREQ(std::setlocale(LC_CTYPE, nullptr), "C.UTF-8") << environment;
+    }
+    std::setlocale(LC_ALL, before.c_str());
 }

@@ -178,12 +178,14 @@ TEST(WideUnitsToText, AreSubstitutedIfTheyAreNoCodePoints) {
          })
         EXPECT_EQ(encodeFrom(wide), text);
     EXPECT_EQ(utf8FromWide(std::wstring{wchar_t{0xD800}, L'a', wchar_t{0xDFFF}}), mark + "a" + mark);
-    EXPECT_EQ(utf8FromWide(std::wstring{wchar_t{0xD83D}, wchar_t{0xDE00}}), mark + mark) << "no pairs here";
-    EXPECT_EQ(utf8FromWide(std::wstring{wchar_t{0x110000}, static_cast<wchar_t>(-1)}), mark + mark);
+    const bool hasPairs = sizeof(wchar_t) == 2;
+    EXPECT_EQ(utf8FromWide(std::wstring{wchar_t{0xD83D}, wchar_t{0xDE00}}),
+              hasPairs ? "\xF0\x9F\x98\x80" : mark + mark);
+    const std::u32string none{char32_t{0x110000}, static_cast<char32_t>(-1)};
+    EXPECT_EQ(encodeFrom(none), mark + mark);
 }
 
-TEST(WholeTexts, ConvertThereAndBackInWholeCodePoints) {
-    static_assert(sizeof(wchar_t) == 4);
+TEST(WholeTexts, ConvertThereAndBack) {
     for (const auto& [text, wide] :
          {std::pair<std::string, std::wstring>("Kamera \xC3\xA4\xE2\x82\xAC\xF0\x9F\x98\x80",
                                                L"Kamera \u00E4\u20AC\U0001F600"),

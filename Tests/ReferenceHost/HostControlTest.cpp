@@ -43,7 +43,7 @@ TEST(DeveloperSettings, ReadTheStoreAtEveryCallTextsInUtf8AndTrueForTrueAndOneOn
 /// A user whose state lies in a folder of the test's own.
 struct ImagesFolder : testing::Test {
     TestSupport::TemporaryFolder folder;
-    TestSupport::Variable state{"XDG_STATE_HOME", folder.path().string()};
+    TestSupport::Variable state{TestSupport::stateVariable, folder.path().string()};
     fs::path own = folder.path() / "korva-diagnostics";
 };
 

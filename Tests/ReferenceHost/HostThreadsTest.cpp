@@ -6,12 +6,12 @@
 #include "ReferenceHost/DeviceDescription.h"
 #include "ReferenceHost/HostControl.h"
 #include "ReferenceHost/PluginLibrary.h"
+#include "Support/Latch.h"
 
 #include <array>
 #include <atomic>
 #include <functional>
 #include <gtest/gtest.h>
-#include <latch>
 #include <memory>
 #include <set>
 #include <stdexcept>
@@ -30,7 +30,7 @@ constexpr int rounds = 200;
 
 /// Does `work` so many times on each of several threads that start together; gives each its number.
 void onThreads(int times, const std::function<void(std::size_t)>& work) {
-    std::latch start(threadCount);
+    TestSupport::Latch start(threadCount);
     std::vector<std::jthread> threads;
     for (std::size_t number = 0; number < threadCount; ++number)
         threads.emplace_back([&, number] {
@@ -79,7 +79,7 @@ TEST(HostThreads, ExecuteWhileHandlersAreReplaced) {
 
 TEST(HostThreads, RunTwoHandlersOfOneDeviceAtOnce) {
     FakeCamera camera;
-    std::latch both(2);
+    TestSupport::Latch both(2);
     camera.installCmdHandler<Knock>(
         [&](const std::shared_ptr<Cmd>&, const CmdResultCallbacks&) { both.arrive_and_wait(); });
     const std::future<void> first = camera.execAsync(std::make_shared<Knock>(), {});

@@ -6,8 +6,8 @@
 #include "FakeCamera.h"
 #include "Platform/DynamicLibrary.h"
 #include "Support/TemporaryFolder.h"
+#include "Support/TestSystem.h"
 
-#include <dlfcn.h>
 #include <fstream>
 #include <gmock/gmock.h>
 #include <memory>
@@ -19,6 +19,7 @@ using namespace Tolvane::DeviceFramework2::Device;
 using ReferenceHost::PluginException;
 using ReferenceHost::PluginLibrary;
 using testing::StartsWith;
+using TestSupport::isLoaded;
 
 namespace {
 
@@ -26,13 +27,6 @@ using Types = std::vector<const DeviceType*>;
 
 Types registeredTypes() {
     return DeviceTypeManager::getInstance().getDeviceTypes();
-}
-
-bool isMapped(const char* path) {
-    void* const handle = dlopen(path, RTLD_NOW | RTLD_NOLOAD);
-    if (handle != nullptr)
-        dlclose(handle);
-    return handle != nullptr;
 }
 
 /// Why a plug-in is not loaded or initialised for that version, and what is said; the test fails where it is.
@@ -64,10 +58,10 @@ TEST(PluginLibrary, RegistersItsTypesBesideThoseOfOthersAndIsMappedUntilItGoes) 
                 EXPECT_EQ(registeredTypes().size(), 3u);
             }
             EXPECT_EQ(registeredTypes(), (Types{&own, first.getDeviceTypes()[0]}));
-            EXPECT_TRUE(isMapped(TEST_PLUGIN));
+            EXPECT_TRUE(isLoaded(TEST_PLUGIN));
         }
         EXPECT_EQ(registeredTypes(), Types{&own});
-        EXPECT_FALSE(isMapped(TEST_PLUGIN));
+        EXPECT_FALSE(isLoaded(TEST_PLUGIN));
     }
     DeviceTypeManager::getInstance().removeDeviceType(own);
 }
@@ -90,7 +84,7 @@ TEST(PluginLibrary, WithoutEntryPointOrOfAnotherVersionIsNoneAndRegistersNothing
               std::pair(Reason::noEntryPoint,
                         std::string(NO_PLUGIN) +
                             " is no device plug-in: it has no entry point pnx_initialize_device_plugin"));
-    EXPECT_FALSE(isMapped(NO_PLUGIN));
+    EXPECT_FALSE(isLoaded(NO_PLUGIN));
     EXPECT_EQ(failureOf(TEST_PLUGIN, 2),
               std::pair(Reason::versionRefused,
                         std::string("The plug-in ") + TEST_PLUGIN +
@@ -124,9 +118,9 @@ TEST(DynamicLibrary, KeepsItsSymbolsToItselfAndMakesRoomForTheNext) {
     ASSERT_EQ(library.load(NO_PLUGIN), "");
     EXPECT_TRUE(library.isLoaded());
     EXPECT_NE(library.find("answerOfNoPlugin"), nullptr);
-    EXPECT_EQ(dlsym(RTLD_DEFAULT, "answerOfNoPlugin"), nullptr);
+    EXPECT_FALSE(TestSupport::isSeenByAll("answerOfNoPlugin"));
     EXPECT_NE(library.load("no/such/library.so"), "");
     EXPECT_FALSE(library.isLoaded());
-    EXPECT_FALSE(isMapped(NO_PLUGIN));
+    EXPECT_FALSE(isLoaded(NO_PLUGIN));
     library.unload();
 }

@@ -115,9 +115,8 @@ TEST_F(EthernetWrite, DropsUnreadInputAndItsTailIfToldTo) {
 }
 
 TEST_F(EthernetWrite, BoundsWhatItDropsOfAPeerThatNeverEnds) {
-    constexpr std::size_t byte = 1;
     for (const auto& [sent, each, time] :
-         {std::tuple(3500 * byte, byte, 3000ms), std::tuple(1100 * piece, piece, 1023ms)}) {
+         {std::tuple(std::size_t{3500}, std::size_t{1}, 3000ms), std::tuple(1100 * piece, piece, 1023ms)}) {
         peer.greet({World::sendingInPieces(World::Bytes(sent), each, 1ms)});
         const Connector hold(client);
         const auto begin = elapsed();

@@ -223,7 +223,7 @@ TEST(DeviceDescription, BoundsItsSizeDepthElementsAndAttributes) {
     }
 }
 
-TEST(DeviceDescription, OfAFileIsReadOrRefusedByItsNameAndNoMoreOfItThanMayBe) {
+TEST(DeviceDescription, OfAFileIsReadOrRefusedByItsName) {
     const TestSupport::TemporaryFolder folder;
     const std::filesystem::path file = folder.path() / "description.xml";
     const auto reason = [&] {
@@ -236,11 +236,20 @@ TEST(DeviceDescription, OfAFileIsReadOrRefusedByItsNameAndNoMoreOfItThanMayBe) {
     write("");
     EXPECT_THAT(reason(), StartsWith(file.string() + ": " + refused + "line 1"));
     write("<a>");
-    std::filesystem::resize_file(file, std::uintmax_t{1} << 40);
+    std::filesystem::resize_file(file, 1'048'577);
     EXPECT_EQ(reason(), file.string() + ": " + tooLarge);
     std::filesystem::remove(file);
     std::filesystem::create_directory(file);
     EXPECT_EQ(reason(), file.string() + ": " + refused + "the file cannot be read");
+}
+
+TEST(DeviceDescription, OfAFileOfATebibyteIsReadNoFurtherThanMayBe) {
+    const TestSupport::TemporaryFolder folder;
+    const std::filesystem::path file = folder.path() / "description.xml";
+    std::ofstream(file) << "<a>";
+    std::filesystem::resize_file(file, std::uintmax_t{1} << 40);
+    EXPECT_EQ(TestSupport::thrownBy<DeviceException>([&] { DeviceDescription::fromFile(file); }),
+              file.string() + ": " + tooLarge);
 }
 
 TEST(CameraInfo, IsWrittenReadCopiedAndMovedWhole) {
@@ -267,7 +276,7 @@ TEST(CameraInfo, KeepsEveryTextThatXmlCanHold) {
         EXPECT_EQ(modelAfterRoundTrip(text), text);
     const std::wstring longText = std::wstring(200'000, L'x') + L"<end>";
     EXPECT_EQ(modelAfterRoundTrip(longText), longText);
-    const std::wstring hostile{L'a', 0, 1, 8, 11, 12, 14, 31, 0xFFFE, 0xFFFF, 0xD800, 0xDFFF, L'b'};
+    const std::wstring hostile{L'a', 0, 1, 8, 11, 12, 14, 31, 0xFFFE, 0xFFFF, 0xDFFF, 0xD800, L'b'};
     EXPECT_EQ(modelAfterRoundTrip(hostile), L"a" + std::wstring(11, 0xFFFD) + L"b") << "and replaces others";
 }
 

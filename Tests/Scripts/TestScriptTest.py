@@ -12,6 +12,8 @@ SCRIPTS = os.path.abspath(sys.argv.pop())
 
 PROGRAMS = {
     "dpkg-query": "echo install ok installed",
+    "uname": "cat machine",
+    "unshare": "",
     "cmake": 'echo "cmake $*" >>asked',
     "git": "echo a.cpp",
     "clang-format": "",
@@ -38,6 +40,8 @@ class Script(unittest.TestCase):
             self.write(f"bin/{name}", f"#!/bin/sh\n{text}\n")
         self.write("result.xml", "<testsuite/>")
         self.write("status", "0")
+        self.write("machine", "x86_64")
+        self.write("os-release", "ID=debian\nVERSION_ID=12\n")
 
     def write(self, name, text):
         path = self.folder / name
@@ -47,7 +51,7 @@ class Script(unittest.TestCase):
 
     def run_script(self, *arguments, **environment):
         own = {name: value for name, value in os.environ.items() if name != "CI"}
-        own.update(PATH=f"{self.folder}/bin:{os.environ['PATH']}", **environment)
+        own.update(PATH=f"{self.folder}/bin:{os.environ['PATH']}", KORVA_OS_RELEASE=f"{self.folder}/os-release", **environment)
         command = [self.folder / "scripts/test", *arguments]
         result = subprocess.run(command, capture_output=True, text=True, env=own, check=False)
         return result.returncode, result.stdout, result.stderr
@@ -64,6 +68,28 @@ class Script(unittest.TestCase):
         self.assertTrue(said.endswith(end), said)
         self.assertEqual(said.count("closing line"), 1)
         self.assertIn("1/1 Test #1", said)
+
+    def test_says_that_the_tests_for_windows_were_left_out(self):
+        nowhere = "it runs programs for x86_64, and this machine is none"
+        for machine, older, why in (("x86_64", "no luck", "no luck"), ("aarch64", "", nowhere), ("aarch64", "no luck", nowhere)):
+            with self.subTest(machine=machine, older=older):
+                self.write("machine", machine)
+                self.write("build/windows-left-out", older and f"scripts/test-windows was left out: {older}\n")
+                status, said, _ = self.run_script("--quick")
+                self.assertEqual(status, 0)
+                self.assertIn(f"== Left out\nscripts/test-windows was left out: {why}\ntests left out", said)
+                status, said, _ = self.run_script("--quick", CI="true")
+                self.assertEqual((status, said.splitlines()[-1]), (1, "closing line"))
+
+    def test_says_nothing_of_windows_where_its_tests_can_run(self):
+        status, said, _ = self.run_script("--quick", CI="true")
+        self.assertEqual((status, "test-windows" in said), (0, False))
+
+    def test_leaves_the_room_windows_to_its_script(self):
+        self.write("scripts/test-windows", "#!/bin/sh\necho by Wine\n")
+        status, said, _ = self.run_script("Windows")
+        self.assertEqual((status, said.splitlines()[-1]), (0, "by Wine"))
+        self.assertEqual(self.asked(), [])
 
     def test_fails_in_ci_where_a_test_was_left_out(self):
         self.write("result.xml", SKIPPED)

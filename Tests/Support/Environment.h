@@ -1,8 +1,10 @@
 #pragma once
 // Variables of the environment, as a test wants them.
 
+#include "Support/TestSystem.h"
+
+#include <cstdlib>
 #include <optional>
-#include <stdlib.h>
 #include <string>
 
 namespace TestSupport {
@@ -11,7 +13,7 @@ namespace TestSupport {
 class Variable {
 public:
     Variable(const char* name, const std::optional<std::string>& value) : name_(name) {
-        if (const char* const text = getenv(name); text != nullptr)
+        if (const char* const text = std::getenv(name); text != nullptr)
             before_ = text;
         set(value);
     }
@@ -21,10 +23,7 @@ public:
 
 private:
     void set(const std::optional<std::string>& value) {
-        if (value)
-            setenv(name_, value->c_str(), 1);
-        else
-            unsetenv(name_);
+        setVariable(name_, value ? value->c_str() : nullptr);
     }
 
     const char* name_;

@@ -2,8 +2,9 @@
 // libpng without memory for its own structures: in a program of which one source includes this, its functions
 // that make them are called by way of here.
 
+#include "Support/TestSystem.h"
+
 #include <cstddef>
-#include <dlfcn.h>
 #include <png.h>
 
 namespace Support {
@@ -22,7 +23,7 @@ public:
     /// What libpng's `function` answers; null where its `step` is to fail.
     template <class Function, class... Arguments>
     static auto orNull(LibpngStep step, Function*, const char* function, Arguments... arguments) {
-        const auto libpngs = reinterpret_cast<Function*>(dlsym(RTLD_NEXT, function));
+        const auto libpngs = reinterpret_cast<Function*>(TestSupport::librarysOwn(function));
         return failing == step ? nullptr : libpngs(arguments...);
     }
 

@@ -2,6 +2,8 @@
 // The other end of real sockets, on a port that the system chooses: a TCP connection that plays a script, and
 // datagrams.
 
+#include "Support/TestSystem.h"
+
 #include <chrono>
 #include <cstddef>
 #include <cstdint>
@@ -82,9 +84,6 @@ private:
     std::uint32_t senderAddress_ = 0; ///< this and the port in network order
     std::uint16_t senderPort_ = 0;
 };
-
-/// How many descriptors this process has open.
-std::size_t openDescriptors();
 
 /// While it lives, interrupts the thread that made it by a signal whose handler restarts nothing.
 class SignalStorm {

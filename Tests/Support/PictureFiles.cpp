@@ -83,9 +83,9 @@ Bytes pngHeader(std::uint32_t width, std::uint32_t height, std::uint8_t bitDepth
 }
 
 Bytes packed(const Bytes& bytes) {
-    uLongf length = compressBound(bytes.size());
+    uLongf length = compressBound(static_cast<uLong>(bytes.size()));
     Bytes result(length);
-    if (compress(result.data(), &length, bytes.data(), bytes.size()) != Z_OK)
+    if (compress(result.data(), &length, bytes.data(), static_cast<uLong>(bytes.size())) != Z_OK)
         throw std::runtime_error("cannot compress");
     result.resize(length);
     return result;

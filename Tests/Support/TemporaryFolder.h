@@ -3,8 +3,7 @@
 
 #include <algorithm>
 #include <filesystem>
-#include <stdexcept>
-#include <stdlib.h>
+#include <random>
 #include <string>
 #include <vector>
 
@@ -14,10 +13,11 @@ namespace TestSupport {
 class TemporaryFolder {
 public:
     TemporaryFolder() {
-        std::string name = (std::filesystem::temp_directory_path() / "korva-test-XXXXXX").string();
-        if (mkdtemp(name.data()) == nullptr)
-            throw std::runtime_error("no temporary folder");
-        path_ = name;
+        std::random_device random;
+        do
+            path_ = std::filesystem::temp_directory_path() / ("korva-test-" + std::to_string(random()));
+        while (!std::filesystem::create_directory(path_));
+        std::filesystem::permissions(path_, std::filesystem::perms::owner_all);
     }
     TemporaryFolder(const TemporaryFolder&) = delete;
     TemporaryFolder& operator=(const TemporaryFolder&) = delete;

@@ -72,7 +72,7 @@ std::optional<int> enter(const char* function, const Arguments&... arguments) {
 
 int failWith(int code) {
     SetLastError(static_cast<DWORD>(code));
-    return Platform::Winsock::SOCKET_ERROR;
+    return SOCKET_ERROR;
 }
 
 bool isOpen(SOCKET socket) {
@@ -234,8 +234,7 @@ const char* inet_ntop(int family, const void* address, char* text, std::size_t t
 
 } // namespace Platform::Winsock
 
-int Platform::recvfrom(SOCKET socket, char* buffer, int length, int flags, Winsock::sockaddr* from,
-                       int* fromLength) {
+int World::recvfrom(SOCKET socket, char* buffer, int length, int flags, sockaddr* from, int* fromLength) {
     const OutsidePlugin outside;
     if (const auto code = enter("recvfrom", socket, length, flags, presence(from, "address"),
                                 presence(fromLength, "length")))

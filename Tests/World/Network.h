@@ -101,4 +101,10 @@ struct Network {
     SOCKET lastSocket = 0;
 };
 
+/// What the system's receiving call does, under the name that each system has for it.
+int recvfrom(SOCKET socket, char* buffer, int length, int flags, sockaddr* from, int* fromLength);
+
+/// The calls that follow it within Platform::recvfrom where it fails.
+extern const std::vector<std::string> askedByReceiving;
+
 } // namespace World

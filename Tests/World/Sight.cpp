@@ -1,5 +1,6 @@
 #include "World/Sight.h"
 
+#include "Support/TestSystem.h"
 #include "World/Calls.h"
 #include "World/Network.h"
 
@@ -72,7 +73,7 @@ std::optional<Route> routeTo(std::uint32_t destination) {
 
 HostAddresses lookUpHost(const std::string& host, Clock::time_point) {
     if (const auto code = Calls::current().enter("lookUpHost " + host))
-        return {{}, false, std::strerror(*code)};
+        return {{}, false, TestSupport::textOfError(*code)};
     return Sight::current().hosts[host];
 }
 
@@ -86,7 +87,7 @@ std::vector<PortAnswer> askPorts(const std::vector<PortQuestion>& questions, Clo
         if (found != Sight::current().ports.end())
             answer = found->second;
         if (const auto code = Calls::current().enter("askPort " + place + " \"" + question.text + '"'))
-            answer = {Outcome::failed, {}, false, std::strerror(*code)};
+            answer = {Outcome::failed, {}, false, TestSupport::textOfError(*code)};
         if (isWaitedFor(question, answer))
             World::waitUntil(deadline);
     }
@@ -95,7 +96,7 @@ std::vector<PortAnswer> askPorts(const std::vector<PortQuestion>& questions, Clo
 
 QuerySocket::QuerySocket() : handle_(++Sight::current().lastSocket) {
     if (const auto code = Calls::current().enter("querySocket"))
-        failure_ = std::strerror(*code);
+        failure_ = TestSupport::textOfError(*code);
 }
 
 QuerySocket::~QuerySocket() {
@@ -109,7 +110,7 @@ std::string QuerySocket::send(std::string_view text, std::uint32_t to, std::uint
     const std::string over = " over " + std::to_string(adapterIndex);
     if (const auto code =
             Calls::current().enter("query " + portPlace(to, port) + over + " \"" + std::string(text) + '"'))
-        return std::strerror(*code);
+        return TestSupport::textOfError(*code);
     auto& coming = Sight::current().pending[handle_];
     for (const Sight::Reply& reply : Sight::current().replies)
         if (reply.asked == dottedText(to) + over)

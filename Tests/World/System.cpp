@@ -44,6 +44,22 @@ int answerFor(const char* function, std::optional<std::size_t> needed, int capac
     return static_cast<int>(*needed);
 }
 
+/// In the standard library's own way: std::gmtime's result is one for all threads.
+std::tm partsOf(std::chrono::sys_seconds moment) {
+    const auto day = std::chrono::floor<std::chrono::days>(moment);
+    const std::chrono::year_month_day date(day);
+    const std::chrono::hh_mm_ss time(moment - day);
+    std::tm parts{};
+    parts.tm_year = static_cast<int>(date.year()) - 1900;
+    parts.tm_mon = static_cast<int>(static_cast<unsigned>(date.month())) - 1;
+    parts.tm_mday = static_cast<int>(static_cast<unsigned>(date.day()));
+    parts.tm_wday = static_cast<int>(std::chrono::weekday(day).c_encoding());
+    parts.tm_hour = static_cast<int>(time.hours().count());
+    parts.tm_min = static_cast<int>(time.minutes().count());
+    parts.tm_sec = static_cast<int>(time.seconds().count());
+    return parts;
+}
+
 } // namespace
 
 World::Time World::now() {
@@ -144,17 +160,15 @@ char* _ctime64(const __time64_t* when) {
     if (!chosen.empty())
         return chosen.data();
     static char text[32];
-    const std::time_t seconds = *when;
-    std::tm broken{};
-    gmtime_r(&seconds, &broken);
-    std::strftime(text, sizeof text, "%a %b %d %H:%M:%S %Y\n", &broken);
+    const std::tm parts = partsOf(std::chrono::sys_seconds(std::chrono::seconds(*when)));
+    std::strftime(text, sizeof text, "%a %b %d %H:%M:%S %Y\n", &parts);
     return text;
 }
 
 std::FILE* Platform::fopen(const char* utf8Path, const char* mode) {
     const OutsidePlugin outside;
     const bool isRefused = fails(std::string("fopen ") + utf8Path + " " + mode);
-    std::FILE* const file = isRefused ? nullptr : std::fopen(utf8Path, mode);
+    std::FILE* const file = isRefused ? nullptr : World::openFile(utf8Path, mode);
     System::current().openFiles += file == nullptr ? 0 : 1;
     return file;
 }

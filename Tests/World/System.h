@@ -7,6 +7,7 @@
 // instead of PlatformSystem. One thread.
 
 #include <cstdint>
+#include <cstdio>
 #include <string>
 
 namespace World {
@@ -24,5 +25,8 @@ struct System {
     std::string timeText;              ///< what _ctime64 answers instead of the time, unless empty
     int openFiles = 0;                 ///< files opened and not closed
 };
+
+/// The C library's fopen, in the way that each system has for UTF-8. Notes nothing.
+std::FILE* openFile(const char* utf8Path, const char* mode);
 
 } // namespace World

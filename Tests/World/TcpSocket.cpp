@@ -3,6 +3,7 @@
 #include "Platform/TcpSocket.h"
 
 #include "Support/OutsidePlugin.h"
+#include "Support/TestSystem.h"
 #include "World/Calls.h"
 #include "World/Clock.h"
 #include "World/Network.h"
@@ -10,7 +11,6 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <cstring>
 #include <string>
 #include <string_view>
 
@@ -22,7 +22,7 @@ using World::Network;
 namespace {
 
 SocketResult failedWith(int error) {
-    return {SocketStatus::failed, 0, std::strerror(error)};
+    return {SocketStatus::failed, 0, TestSupport::textOfError(error)};
 }
 
 /// Ends a call with that code; a time-out takes its time.
@@ -30,7 +30,7 @@ SocketResult endWith(int code, World::Time deadline, std::size_t bytes = 0) {
     if (code != ETIMEDOUT)
         return failedWith(code);
     World::waitUntil(deadline);
-    return {SocketStatus::timedOut, bytes, std::strerror(code)};
+    return {SocketStatus::timedOut, bytes, TestSupport::textOfError(code)};
 }
 
 /// In quotes where all of them can be printed, else "N bytes".

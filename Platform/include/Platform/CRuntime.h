@@ -29,7 +29,8 @@ namespace Platform {
 /// `std::fopen` for writing, `mode` "wb", whose path is UTF-8 on every system. An ordinary file is
 /// overwritten if it is the user's own and has no other name; a symbolic link of that name is not
 /// followed, and neither a pipe nor a device is opened. A new file has what the umask leaves. Null if the
-/// file cannot be opened, and for every other mode.
+/// file cannot be opened, and for every other mode. On Windows whose it is decide the file's rights alone,
+/// and a new file has those that its folder hands on.
 std::FILE* fopen(const char* utf8Path, const char* mode);
 
 /// `std::fwrite`: the number of whole elements written. A size limit of files is a failure, not a signal.

@@ -24,6 +24,10 @@ public:
     /// How much of a datagram is read.
     static constexpr std::size_t datagramBytes = 256;
 
+    /// Why a datagram was not sent that this system forbids.
+    static constexpr const char* notPermitted =
+        "not permitted, by a firewall of this computer or for want of rights";
+
     QuerySocket();
     QuerySocket(const QuerySocket&) = delete;
     QuerySocket& operator=(const QuerySocket&) = delete;

@@ -17,6 +17,9 @@ std::FILE* standardError() noexcept;
 /// program's instead. Standard error itself, standardError() and std::cerr stay as they are. One at a time;
 /// it comes and goes while no other thread writes to `stderr`. Does nothing if the C library cannot
 /// exchange that stream.
+///
+/// On Windows, where the stream's descriptor is exchanged, std::cerr goes the same way as `stderr`, and the
+/// function is called on a thread of its own, a moment after the line.
 class LibraryErrors {
 public:
     /// Bytes of a line that are handed over; the rest of it is dropped.
@@ -36,7 +39,7 @@ public:
 private:
     class Lines;
     std::unique_ptr<Lines> lines_;
-    std::FILE* stream_ = nullptr; ///< in the place of `stderr`; null if that is as it was
+    std::FILE* stream_ = nullptr; ///< null if `stderr` is as it was
 };
 
 } // namespace Platform

@@ -19,6 +19,10 @@ namespace Platform {
 /// process waits until that has gone (SIGHUP, SIGINT, SIGQUIT, SIGTERM; SIGKILL does not wait). A size limit
 /// is a failure, not a signal.
 ///
+/// On Windows the bytes are in that ".korva-...part" from the beginning, which goes with the process that
+/// writes it, whatever ends that, and stays only if this happens between the last byte and the final name. A
+/// read-only file is not replaced there.
+///
 /// Returns the system's reason if a step fails; the older file is untouched then. Any thread; the signals
 /// wait for it if it is the only thread that does not block them. Throws std::bad_alloc.
 std::error_code writeWholeFile(const std::string& utf8Path, std::span<const unsigned char> bytes);

@@ -3,7 +3,6 @@
 #include <arpa/inet.h>
 #include <atomic>
 #include <csignal>
-#include <filesystem>
 #include <gtest/gtest.h>
 #include <netinet/in.h>
 #include <pthread.h>
@@ -109,11 +108,6 @@ void DatagramPeer::answer(std::string_view text) const {
     if (sendto(descriptor_, text.data(), text.size(), 0, reinterpret_cast<const sockaddr*>(&to), sizeof to) <
         0)
         throw std::runtime_error("cannot answer");
-}
-
-std::size_t openDescriptors() {
-    const std::filesystem::directory_iterator folder("/proc/self/fd");
-    return static_cast<std::size_t>(std::distance(begin(folder), end(folder)));
 }
 
 SignalStorm::SignalStorm() {
