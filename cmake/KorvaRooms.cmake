@@ -131,6 +131,9 @@ function(korva_test name)
     korva_left_out(left_out ${name})
     add_test(NAME ${name} COMMAND ${name} ${left_out})
     set_tests_properties(${name} PROPERTIES TIMEOUT 300 SKIP_RETURN_CODE 77 ${lock} ${cost} LABELS "${arg_LABELS}")
+    if(WIN32) # its server and services are there before the first program, which they would hold open otherwise
+      set_tests_properties(${name} PROPERTIES FIXTURES_REQUIRED wine)
+    endif()
     return()
   endif()
   gtest_discover_tests(${name}
