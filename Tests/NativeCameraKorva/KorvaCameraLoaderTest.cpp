@@ -130,7 +130,8 @@ TEST(Unloading, CostsNothingAThousandTimes) {
     for (int i = 0; i < rounds; ++i)
         loadUseAndUnload();
     const std::size_t bytesAfter = TestSupport::heapBytesInUse();
-    EXPECT_GT(bytesBefore, 0u) << "the system tells";
+    // A sanitizer has a heap of its own, of which the system tells nothing; its leak checker watches that.
+    EXPECT_TRUE(KORVA_SANITIZED || bytesBefore > 0);
     EXPECT_GT(descriptorsBefore, 0u);
     EXPECT_LE(bytesAfter, bytesBefore + allowedBytes);
     EXPECT_EQ(TestSupport::openDescriptors(), descriptorsBefore);
