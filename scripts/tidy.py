@@ -7,6 +7,7 @@ usage: scripts/tidy.py COMPILE_COMMANDS FOLDER...   (in the repository; what is 
 """
 import json
 import os
+import re
 import sys
 from concurrent.futures import ThreadPoolExecutor
 from subprocess import run
@@ -26,6 +27,17 @@ def is_of_the_product(entry, rooms):
     """Tests compile some of its sources once more for themselves."""
     return os.path.relpath(entry["file"]).split("/")[0] in rooms and not library(entry).startswith("Tests/")
 
+
+def each(entry):
+    """The entries of the sources that a unit of the build's own includes; the entry itself of any other source."""
+    if not os.path.basename(entry["file"]).startswith("unity_"):
+        return [entry]
+    with open(entry["file"], encoding="utf-8") as file:
+        sources = re.findall(r'^#include "(.+)"', file.read(), re.MULTILINE)
+    return [entry | {"file": source, "command": entry["command"].replace(entry["file"], source)} for source in sources]
+
+
+GCC_ONLY = ("-fno-gnu-unique", "-Wno-restrict", "-Wno-subobject-linkage")
 
 # Sources of the platform that name things as others of it do, or as the C library.
 READ_ALONE = ("IpHelper.cpp", "QuerySocket.cpp", "Winsock.cpp")
@@ -58,7 +70,7 @@ def write(unit, path):
             if "/BackEnd/" in entry["file"]:
                 file.write(OWN_LOGGER.format(number))
             file.write(f'// NOLINTNEXTLINE(bugprone-suspicious-include)\n#include "{entry["file"]}"\n')
-    words = [word for word in unit[0]["command"].split() if word not in ("-fno-gnu-unique", "-Wno-restrict")]
+    words = [word for word in unit[0]["command"].split() if word not in GCC_ONLY]
     words[words.index("-c") + 1] = path
     return {"directory": unit[0]["directory"], "file": path, "command": " ".join(words)}
 
@@ -72,7 +84,9 @@ def main(commands, rooms):
     folder = os.path.abspath("build/tidy")
     os.makedirs(folder, exist_ok=True)
     with open(commands, encoding="utf-8") as file:
-        entries = [entry for entry in json.load(file) if is_of_the_product(entry, rooms)]
+        entries = [entry for listed in json.load(file) for entry in each(listed) if is_of_the_product(entry, rooms)]
+    # In one order, whatever the build compiles together.
+    entries.sort(key=lambda entry: entry["file"])
     written = [
         write(unit, os.path.join(folder, f"{number}.cpp")) for number, unit in enumerate(units(entries))
     ]
